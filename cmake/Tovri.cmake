@@ -1,0 +1,51 @@
+# One static library per folder: tovri_library(downloads LINKS tovri::service) takes every .cpp file of the calling folder.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+
+add_library(tovri_options INTERFACE)
+target_compile_options(tovri_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wold-style-cast
+  -Woverloaded-virtual -Wextra-semi -Werror)
+target_link_libraries(tovri_options INTERFACE Threads::Threads)
+
+set(TOVRI_SANITIZER "" CACHE STRING "Value of -fsanitize, empty for none")
+if(TOVRI_SANITIZER)
+  add_compile_options(-fsanitize=${TOVRI_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${TOVRI_SANITIZER})
+endif()
+
+function(tovri_library name)
+  cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
+  string(MAKE_C_IDENTIFIER ${name} id)
+  set(target tovri_${id})
+  if(NOT "${sources}" MATCHES "\\.cpp")
+    add_library(${target} INTERFACE)
+    target_include_directories(${target} INTERFACE ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${target} INTERFACE ${arg_LINKS})
+    add_library(tovri::${id} ALIAS ${target})
+    return()
+  endif()
+  add_library(${target} STATIC ${sources})
+  set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX OUTPUT_NAME tovri-${name})
+  target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${target} PUBLIC ${arg_LINKS} PRIVATE tovri_options)
+  add_library(tovri::${id} ALIAS ${target})
+endfunction()
+
+function(tovri_program name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINKS" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE ${arg_LINKS} tovri_options)
+endfunction()
+
+# One test program per folder, which mirrors the folder of src/ that it tests: every .cpp file of the calling folder.
+function(tovri_test name)
+  cmake_parse_arguments(arg "" "" "LINKS;LABELS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  add_executable(${name} ${sources})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
+  target_link_libraries(${name} PRIVATE ${arg_LINKS} tovri_options GTest::gtest GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}")
+endfunction()

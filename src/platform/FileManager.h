@@ -1,0 +1,82 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Bytes.h"
+#include "base/Result.h"
+
+namespace tovri {
+
+// A file that is being read or written from its start to its end.
+class FileHandle {
+public:
+    virtual ~FileHandle() = default;
+
+    // Up to `limit` bytes; empty at the end of the file.
+    [[nodiscard]] virtual Result<ByteBlob> read(std::size_t limit) = 0;
+    [[nodiscard]] virtual Result<void> write(std::string_view bytes) = 0;
+};
+
+// The file system. Every operation blocks; any thread. Failures describe the path and the reason in one sentence that
+// says what the user can do.
+class FileManager {
+public:
+    using Path = std::filesystem::path;
+
+    virtual ~FileManager() = default;
+
+    // Whether an entry of any kind stands at the path; a link counts by itself, wherever it leads.
+    [[nodiscard]] virtual bool exists(const Path& path) = 0;
+
+    // Size of a regular file in bytes; none for anything else.
+    [[nodiscard]] virtual std::optional<ByteCount> fileSize(const Path& path) = 0;
+
+    // With all missing parents; an existing folder is fine.
+    [[nodiscard]] virtual Result<void> createDirectories(const Path& path) = 0;
+
+    // The entries of a folder, hidden ones included, in no particular order.
+    [[nodiscard]] virtual Result<std::vector<Path>> directoryContents(const Path& path) = 0;
+
+    // A second name or copy of the file at the cheapest price the volume offers: hard link, shared blocks, bytes.
+    // `alreadyExists` when something stands at `to`.
+    [[nodiscard]] virtual Result<void> cloneFile(const Path& from, const Path& to) = 0;
+
+    // Atomic: `to` is either absent or whole. `alreadyExists` when something stands at `to`, which is never touched.
+    // Between volumes the file is copied under a hidden name beside `to` and made durable first; a stop ends that copy.
+    [[nodiscard]] virtual Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) = 0;
+
+    // As moveItem, but whatever stands at `to`, a folder with all it holds included, makes way once the new file has
+    // reached its volume. A failure leaves the old entry in place.
+    [[nodiscard]] virtual Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) = 0;
+
+    // A folder goes with all that it holds.
+    [[nodiscard]] virtual Result<void> removeItem(const Path& path) = 0;
+
+    // Returns when the file's bytes and its name would survive a loss of power.
+    [[nodiscard]] virtual Result<void> makeDurable(const Path& path) = 0;
+
+    [[nodiscard]] virtual Result<ByteBlob> readFile(const Path& path) = 0;
+
+    // Replaces the file's content: a reader, also one after a loss of power, finds the old bytes or the new ones.
+    [[nodiscard]] virtual Result<void> writeFileAtomically(const Path& path, std::string_view bytes) = 0;
+
+    [[nodiscard]] virtual Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) = 0;
+
+    // A new file, readable by its owner alone; `alreadyExists` when something stands there.
+    [[nodiscard]] virtual Result<std::unique_ptr<FileHandle>> createFile(const Path& path) = 0;
+};
+
+// The folders that the platform gives to a user and to this program. Fixed at start.
+struct StandardFolders {
+    std::filesystem::path home;
+    std::filesystem::path applicationData;  // ours alone: holds the queue, the staging folder, the rules
+    std::filesystem::path temporary;
+};
+
+}  // namespace tovri
