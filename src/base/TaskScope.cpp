@@ -17,9 +17,9 @@ struct TaskScope::Root {
             struct Leave {
                 [[nodiscard]] bool await_ready() const noexcept { return false; }
 
-                void await_suspend(std::coroutine_handle<promise_type> frame) const noexcept {
-                    frame.promise().scope->frames_.erase(frame.address());
-                    frame.destroy();
+                void await_suspend(std::coroutine_handle<promise_type> finished) const noexcept {
+                    finished.promise().scope->frames_.erase(finished.address());
+                    finished.destroy();
                 }
 
                 void await_resume() const noexcept {}
@@ -35,6 +35,7 @@ struct TaskScope::Root {
 
     std::coroutine_handle<promise_type> frame;
 
+    // The scope outlives the frame, which it owns. NOLINTNEXTLINE(cppcoreguidelines-avoid-reference-coroutine-parameters)
     static Root run(TaskScope& /*scope*/, Task<void> task) { co_await std::move(task); }
 };
 
