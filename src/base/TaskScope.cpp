@@ -35,7 +35,7 @@ struct TaskScope::Root {
 
     std::coroutine_handle<promise_type> frame;
 
-    // The scope outlives the frame, which it owns. NOLINTNEXTLINE(cppcoreguidelines-avoid-reference-coroutine-parameters)
+    // NOLINTNEXTLINE(cppcoreguidelines-avoid-reference-coroutine-parameters): the scope owns the frame
     static Root run(TaskScope& /*scope*/, Task<void> task) { co_await std::move(task); }
 };
 
