@@ -40,7 +40,10 @@ function(tovri_program name)
   target_link_libraries(${name} PRIVATE ${arg_LINKS} tovri_options)
 endfunction()
 
+add_custom_target(thread-tests)
+
 # One test program per folder, which mirrors the folder of src/ that it tests: every .cpp file of the calling folder.
+# With LABELS threads the thread sanitizer looks at it too; the target thread-tests builds only such programs.
 function(tovri_test name)
   cmake_parse_arguments(arg "" "" "LINKS;LABELS" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
@@ -48,4 +51,7 @@ function(tovri_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} tovri_options GTest::gtest GTest::gmock GTest::gtest_main)
   gtest_discover_tests(${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300 LABELS "${arg_LABELS}")
+  if("threads" IN_LIST arg_LABELS)
+    add_dependencies(thread-tests ${name})
+  endif()
 endfunction()
