@@ -1,0 +1,13 @@
+#pragma once
+
+#include <string>
+
+#include "base/Bytes.h"
+
+namespace tovri {
+
+// A size as people read it, in decimal units: "0 bytes", "1 byte", "999 bytes", "34 KB", "1.2 MB", "1.25 GB". Kilobytes
+// have no fraction, megabytes one digit, larger units two; zeros at the fraction's end are dropped.
+[[nodiscard]] std::string formatByteCount(ByteCount count);
+
+}  // namespace tovri

@@ -1,0 +1,180 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "base/TaskScope.h"
+#include "downloads/ConflictQueue.h"
+#include "downloads/DownloadList.h"
+#include "downloads/DownloadStore.h"
+#include "downloads/FolderGroups.h"
+#include "downloads/Placement.h"
+#include "downloads/RemoteDeletion.h"
+#include "downloads/SaveSchedule.h"
+#include "downloads/Settlement.h"
+#include "downloads/TransferEvents.h"
+#include "service/PutIOAPI.h"
+#include "settings/Preferences.h"
+
+namespace tovri {
+
+// A folder with the bookmark that gives access to it, if it needs one.
+struct DestinationFolder {
+    std::filesystem::path folder;
+    std::optional<ByteBlob> bookmark;
+};
+
+// The download engine: starts transfers within the concurrency limit, follows them, and offers what the user can do to
+// the queue. What surrounds a transfer stands beside it: FolderWalk, Placement, RemoteDeletion, DownloadStore. Its own
+// failures end in an item's status and error, or in a diagnostic line; none reaches a caller.
+class DownloadManager {
+public:
+    // What the references name outlives the manager.
+    DownloadManager(const Platform& platform, TransferSessionFactory makeSession);
+    ~DownloadManager();
+    DownloadManager(const DownloadManager&) = delete;
+    DownloadManager& operator=(const DownloadManager&) = delete;
+
+    void configure(PutIOAPI& api, const Preferences& preferences);
+    void setOnSyncFileSettled(Settlement::SyncFileSettled tell) { settlement_.setOnSyncFileSettled(std::move(tell)); }
+    Subscription onChange(std::function<void(const QueueChange&)> tell) { return list_.onChange(std::move(tell)); }
+
+    // The queue; index 0 is the top.
+    [[nodiscard]] const DownloadList& downloads() const { return list_; }
+    [[nodiscard]] bool isPaused() const { return isPaused_; }
+    [[nodiscard]] const FileConflict* pendingConflict() const { return conflicts_.pendingConflict(); }
+
+    // --- Queueing ---
+
+    // `folder` with `bookmark`, or the preferences' download folder, or "Downloads" in the user's home.
+    [[nodiscard]] DestinationFolder resolveDestination(const std::optional<DestinationFolder>& destination) const;
+
+    struct EnqueueOptions {
+        std::optional<DestinationFolder> destination = {};  // none: the preferences'
+        std::optional<bool> deleteAfterDownload = {};       // none: the preferences'
+        std::optional<UUID> syncRuleID = {};
+    };
+    // Puts the file on top of the queue and starts it when a slot is free.
+    DownloadPointer enqueue(const PutIOFile& file, const EnqueueOptions& options);
+
+    struct FolderRequest {
+        std::int64_t folderID = 0;
+        std::string name;                // as put.io has it, for diagnostic lines
+        DestinationFolder destination;   // receives the folder's content
+        bool deleteAfterDownload = false;
+        UUID groupID;
+    };
+    // Puts every file below a put.io folder on top of the queue, sub-folders kept. With deletion, put.io's folder goes
+    // once the last file has arrived. The failure was reported by a diagnostic line; nothing is queued then.
+    Task<Result<std::vector<DownloadPointer>>> enqueueFolder(FolderRequest request, std::stop_token stop);
+
+    // --- Control ---
+
+    void pause(const DownloadPointer& item);
+    void resume(const DownloadPointer& item);
+    void pauseAll();
+    void resumeAll();
+    void cancel(const DownloadPointer& item);
+    void cancelAll();
+    void remove(const DownloadPointer& item);
+    void clearFinished();
+    void retry(const DownloadPointer& item);
+    void retryDelete(const DownloadPointer& item) { deletion_.retryDelete(item); }
+    void moveUp(const DownloadPointer& item);
+    void moveDown(const DownloadPointer& item);
+    void moveToTop(const DownloadPointer& item);
+
+    // The user's answer to `pendingConflict`.
+    void resolveConflict(ConflictChoice choice, bool applyToAll) { conflicts_.resolveConflict(choice, applyToAll); }
+
+    // Of `candidates`, the files that the rule has in the queue; a failed one among them is retried.
+    [[nodiscard]] std::unordered_set<std::int64_t> inFlightFileIDs(const UUID& rule,
+                                                                   const std::unordered_set<std::int64_t>& candidates);
+
+    // --- Keeping ---
+
+    // Loads the saved queue, repairs what the previous run left half-done, and goes on. Only the first call does anything.
+    void restoreQueue();
+
+    // Writes the queue file before it returns.
+    void saveNow();
+
+    // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done` runs
+    // when all tokens have come and no file is being placed; then it is time for saveNow.
+    void suspend(std::function<void()> done);
+
+    // --- Sums over the queue, computed on every read ---
+
+    [[nodiscard]] std::size_t activeCount() const;
+    [[nodiscard]] ByteCount totalSpeed() const;
+    [[nodiscard]] std::vector<DownloadPointer> activeDownloads() const;
+    [[nodiscard]] std::vector<DownloadPointer> finishedDownloads() const;
+    [[nodiscard]] bool hasUnfinishedWork() const;
+    [[nodiscard]] double overallProgress() const;
+    [[nodiscard]] std::string queueETAText() const;
+
+private:
+    // The byte count at the last measurement of an item's speed.
+    struct SpeedTracker {
+        ByteCount lastBytes = 0;
+        MainLoop::TimePoint lastTime;
+    };
+
+    void processQueue();
+    void start(const DownloadPointer& item);
+    void startFromToken(const DownloadPointer& item);
+    Task<> lookUpAndStart(DownloadPointer item);
+    void startTransfer(const DownloadPointer& item, TransferID transfer);
+    void endTransfer(const DownloadPointer& item);
+    void dropToken(Download& item);
+
+    void handleProgress(TransferID transfer, ByteCount written, ByteCount expected);
+    void handleFinished(TransferID transfer, const std::filesystem::path& staged);
+    void handleTaskError(TransferID transfer, const Error& error);
+    void handlePaused(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer);
+    void handleSuspended(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer);
+    void measureSpeed(Download& item, ByteCount written);
+    void finishSuspending();
+
+    [[nodiscard]] TransferSession& session();
+    [[nodiscard]] DownloadPointer itemOf(TransferID transfer) const;
+    [[nodiscard]] QueueSnapshot makeSnapshot() const;
+    void save();
+    void scheduleSave() { saves_.request(SaveSchedule::Urgency::soon); }
+    void setPaused(bool isPaused);
+
+    Platform platform_;
+    TransferSessionFactory makeSession_;
+    PutIOAPI* api_ = nullptr;
+    const Preferences* preferences_ = nullptr;
+
+    std::shared_ptr<DownloadStore> store_;  // shared with a save that is being written
+    SaveSchedule saves_;
+    bool hasRestored_ = false;
+
+    bool isPaused_ = false;
+    std::function<void()> suspended_;  // set from suspend() on
+    bool isSuspending_ = false;
+
+    DownloadList list_;
+    FolderGroups groups_;
+    ConflictQueue conflicts_;
+    RemoteDeletion deletion_;
+    Settlement settlement_;
+    Placement placement_;
+
+    std::unordered_map<TransferID, DownloadPointer> taskToDownload_;
+    std::unordered_set<TransferID> resumedTaskIDs_;  // those that were started from a token
+    std::unordered_map<UUID, SpeedTracker> speedTrackers_;
+    TransferEvents events_;
+    std::unique_ptr<TransferSession> session_;
+    TaskScope scope_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,31 @@
+#include "downloads/FolderWalk.h"
+
+#include <iterator>
+
+#include "downloads/Destination.h"
+
+namespace tovri {
+
+Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t folderID, std::filesystem::path destination,
+                                                               std::stop_token stop) {
+    if (!open_.insert(folderID).second)
+        co_return failure(Error(ErrorCase::invalidResponse, "put.io lists a folder inside itself."));
+    Result<std::vector<PutIOFile>> entries = co_await api_.listFiles(folderID, stop);
+    if (!entries) co_return failure(entries);
+
+    std::vector<ListedFile> found;
+    for (PutIOFile& entry : *entries) {
+        if (entry.fileType != PutIOFile::FileType::folder) {
+            found.push_back({std::move(entry), destination});
+            continue;
+        }
+        Result<std::vector<ListedFile>> below =
+            co_await collectFiles(entry.id, subfolder(destination, entry.name), stop);
+        if (!below) co_return failure(below);
+        std::ranges::move(*below, std::back_inserter(found));
+    }
+    open_.erase(folderID);
+    co_return found;
+}
+
+}  // namespace tovri

@@ -1,0 +1,149 @@
+#include "downloads/Placement.h"
+
+#include "downloads/Destination.h"
+#include "downloads/FilePlacing.h"
+#include "platform/Await.h"
+
+namespace tovri {
+namespace {
+
+FilePlacing placing(const Platform& platform, const Download& item, std::filesystem::path staged,
+                    std::filesystem::path destination) {
+    const bool isDeletedLater = item.deleteAfterDownload || item.folderDeleteID;
+    const bool hasSize = item.fileSize > 0;
+    return {.files = platform.files,
+            .folderAccess = platform.folderAccess,
+            .bookmark = item.securityScopeBookmark,
+            .staged = std::move(staged),
+            .destination = std::move(destination),
+            .mustBeDurable = isDeletedLater,
+            .exactSize = isDeletedLater && hasSize ? std::optional(item.fileSize) : std::nullopt};
+}
+
+}  // namespace
+
+Placement::Placement(const Platform& platform, DownloadList& list, ConflictQueue& conflicts, Settlement& settlement,
+                     SaveSchedule& saves, std::function<void()> slotFreed)
+    : platform_(platform),
+      list_(list),
+      conflicts_(conflicts),
+      settlement_(settlement),
+      saves_(saves),
+      slotFreed_(std::move(slotFreed)) {}
+
+void Placement::placeFile(const DownloadPointer& item, const Path& staged) { scope_.start(place(item, staged)); }
+
+void Placement::withdraw(const Download& item) {
+    const auto running = running_.find(item.id);
+    if (running != running_.end()) running->second.request_stop();
+}
+
+std::stop_token Placement::begin(const Download& item) { return (running_[item.id] = std::stop_source()).get_token(); }
+
+void Placement::end(const Download& item) { running_.erase(item.id); }
+
+// Whether what was awaited is still wanted: the item may have been cancelled, removed or started anew meanwhile.
+bool Placement::isCurrent(const Download& item, std::uint32_t attempt) const {
+    return item.attempt == attempt && occupiesSlot(item.status) && list_.contains(item);
+}
+
+void Placement::discard(const Path& staged) { (void)platform_.files.removeItem(staged); }
+
+Task<> Placement::place(DownloadPointer item, Path staged) {
+    const std::uint32_t attempt = item->attempt;
+    Result<Path> target = destination(*item);
+    if (!target) {
+        discard(staged);
+        settlement_.markFailed(item, target.error().description);
+        slotFreed_();
+        co_return;
+    }
+    auto work = [step = placing(platform_, *item, staged, *target), stop = begin(*item)](const std::stop_token&) {
+        return step.place(stop);
+    };
+    Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
+    end(*item);
+
+    const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
+    if (!isCurrent(*item, attempt)) {
+        if (!placed) discard(staged);
+    } else if (isTaken) {
+        scope_.start(handleConflict(item, staged, *target));
+        co_return;
+    } else if (placed) {
+        item->stagedURL.reset();
+        settlement_.markCompleted(item, *placed);
+    } else {
+        item->stagedURL.reset();
+        settlement_.markFailed(item, placed.error().description);
+    }
+    slotFreed_();
+}
+
+std::optional<ConflictChoice> Placement::effectiveConflictChoice() const {
+    if (!preferences_) return ConflictChoice::keepBoth;
+    switch (preferences_->conflictBehavior()) {
+        case ConflictBehavior::ask: return std::nullopt;
+        case ConflictBehavior::keepBoth: return ConflictChoice::keepBoth;
+        case ConflictBehavior::replace: return ConflictChoice::replace;
+        case ConflictBehavior::skip: return ConflictChoice::skip;
+    }
+    return ConflictChoice::keepBoth;
+}
+
+Task<> Placement::handleConflict(DownloadPointer item, Path staged, Path existing) {
+    const std::optional<ConflictChoice> choice = effectiveConflictChoice();
+    if (choice) {
+        co_await applyConflictChoice(item, *choice, staged, existing);
+        co_return;
+    }
+    item->stagedURL = staged.native();
+    item->speed = 0;
+    list_.setStatus(*item, Download::Status::awaitingConflict);
+    saves_.request(SaveSchedule::Urgency::soon);
+    co_await beginConflictResolution(item, staged, existing);
+}
+
+Task<> Placement::beginConflictResolution(DownloadPointer item, Path staged, Path existing) {
+    const std::uint32_t attempt = item->attempt;
+    ConflictResolution resolution = conflicts_.rememberedChoice(*item);
+    if (!resolution) {
+        Result<ConflictResolution> answer =
+            co_await Answer<ConflictResolution>(platform_.loop, {}, [&](auto done) {
+                conflicts_.presentOrQueueConflict({platform_.random.makeUUID(), item, existing, staged,
+                                                   [done = std::move(done)](ConflictResolution given) mutable {
+                                                       done(given);
+                                                   }});
+                return Subscription();
+            });
+        resolution = *answer;
+    }
+    if (resolution && isCurrent(*item, attempt)) {
+        co_await applyConflictChoice(item, *resolution, staged, existing);
+        co_return;
+    }
+    discard(staged);
+    if (item->attempt == attempt) item->stagedURL.reset();
+    saves_.request(SaveSchedule::Urgency::soon);
+    slotFreed_();
+}
+
+Task<> Placement::applyConflictChoice(DownloadPointer item, ConflictChoice choice, Path staged, Path existing) {
+    const std::uint32_t attempt = item->attempt;
+    auto work = [step = placing(platform_, *item, staged, existing), choice,
+                 stop = begin(*item)](const std::stop_token&) { return step.apply(choice, stop); };
+    Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
+    end(*item);
+
+    if (!isCurrent(*item, attempt)) {
+        if (!placed) discard(staged);
+    } else {
+        item->stagedURL.reset();
+        if (!placed) settlement_.markFailed(item, placed.error().description);
+        else if (placed->empty()) settlement_.markSkipped(item);
+        else settlement_.markCompleted(item, *placed);
+    }
+    slotFreed_();
+}
+
+}  // namespace tovri

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <stop_token>
+#include <unordered_map>
+
+#include "base/TaskScope.h"
+#include "downloads/ConflictQueue.h"
+#include "downloads/Settlement.h"
+#include "platform/Platform.h"
+#include "settings/Preferences.h"
+
+namespace tovri {
+
+// Brings a staged file to its place under its put.io name, off the main thread, without ever overwriting what stands
+// there, and lets the preferences or the user decide when the name is taken. The item keeps its slot until then.
+class Placement {
+public:
+    // The references outlive this. `slotFreed` runs whenever an item was closed.
+    Placement(const Platform& platform, DownloadList& list, ConflictQueue& conflicts, Settlement& settlement,
+              SaveSchedule& saves, std::function<void()> slotFreed);
+
+    void configure(const Preferences& preferences) { preferences_ = &preferences; }
+
+    // Places the file of an item that is downloading, or awaiting a conflict since before the last start.
+    void placeFile(const DownloadPointer& item, const std::filesystem::path& staged);
+
+    // Ends the item's placement as soon as it can be ended: its file may just have arrived under its name all the same.
+    void withdraw(const Download& item);
+
+    [[nodiscard]] bool isIdle() const { return running_.empty(); }
+
+private:
+    using Path = std::filesystem::path;
+
+    Task<> place(DownloadPointer item, Path staged);
+    Task<> handleConflict(DownloadPointer item, Path staged, Path existing);
+    Task<> beginConflictResolution(DownloadPointer item, Path staged, Path existing);
+    Task<> applyConflictChoice(DownloadPointer item, ConflictChoice choice, Path staged, Path existing);
+
+    // None: ask the user.
+    [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
+    [[nodiscard]] std::stop_token begin(const Download& item);
+    void end(const Download& item);
+    [[nodiscard]] bool isCurrent(const Download& item, std::uint32_t attempt) const;
+    void discard(const Path& staged);
+
+    Platform platform_;
+    DownloadList& list_;
+    ConflictQueue& conflicts_;
+    Settlement& settlement_;
+    SaveSchedule& saves_;
+    std::function<void()> slotFreed_;
+    const Preferences* preferences_ = nullptr;
+    std::unordered_map<UUID, std::stop_source> running_;  // placements under way in the background
+    TaskScope scope_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,194 @@
+#include <simdjson.h>
+
+#include <bitset>
+#include <unordered_map>
+
+#include "base/FileURL.h"
+#include "downloads/QueueDate.h"
+#include "downloads/QueueSnapshot.h"
+
+namespace tovri {
+namespace {
+
+namespace json = simdjson::ondemand;
+
+// Why a file is unreadable. Leaves decodeQueue through its only catch: the failure is deep inside nested readers.
+struct Unreadable {
+    std::string reason;
+};
+
+[[noreturn]] void reject(std::string_view key, std::string_view expected) {
+    throw Unreadable{"\"" + std::string(key) + "\" is not " + std::string(expected)};
+}
+
+template <class T>
+T read(json::value& value, std::string_view key, std::string_view expected) {
+    T result{};
+    if (value.get(result) != simdjson::SUCCESS) reject(key, expected);
+    return result;
+}
+
+std::string_view readText(json::value& value, std::string_view key) {
+    return read<std::string_view>(value, key, "a string");
+}
+
+std::int64_t readInteger(json::value& value, std::string_view key) {
+    return read<std::int64_t>(value, key, "an integer");
+}
+
+UUID readUUID(json::value& value, std::string_view key) {
+    const auto id = UUID::parse(readText(value, key));
+    if (!id) reject(key, "a UUID");
+    return *id;
+}
+
+ByteBlob readBlob(json::value& value, std::string_view key) {
+    auto bytes = base64Decoded(readText(value, key));
+    if (!bytes) reject(key, "base64");
+    return std::move(*bytes);
+}
+
+std::string readPath(json::value& value, std::string_view key) {
+    const auto path = parseFileURL(readText(value, key));
+    if (!path) reject(key, "a file URL");
+    return path->native();
+}
+
+Timestamp readDate(json::value& value, std::string_view key) {
+    return timestamp(read<double>(value, key, "a number"));
+}
+
+bool isNull(json::value& value) {
+    bool null = false;
+    return value.is_null().get(null) == simdjson::SUCCESS && null;
+}
+
+// Reads records one by one; folders and bookmarks that many records share are kept once.
+class RecordReader {
+public:
+    DownloadRecord read(json::object object) {
+        DownloadRecord item;
+        std::bitset<requiredKeys.size()> found;
+        for (auto field : object) {
+            const std::string_view key = field.unescaped_key();
+            json::value value = field.value();
+            const auto required = std::ranges::find(requiredKeys, key);
+            if (required != requiredKeys.end()) {
+                found.set(static_cast<std::size_t>(required - requiredKeys.begin()));
+                readRequired(item, key, value);
+            } else if (!isNull(value)) {
+                readOptional(item, key, value);
+            }
+        }
+        for (std::size_t i = 0; i < requiredKeys.size(); ++i)
+            if (!found[i]) throw Unreadable{"an item has no \"" + std::string(requiredKeys[i]) + "\""};
+        return item;
+    }
+
+private:
+    static constexpr std::array<std::string_view, 9> requiredKeys = {
+        "bytesDownloaded", "deleteAfterDownload", "destinationFolder", "fileID", "fileName", "fileSize",
+        "id",              "progress",            "status"};
+
+    void readRequired(DownloadRecord& item, std::string_view key, json::value& value) {
+        if (key == "bytesDownloaded") item.bytesDownloaded = readInteger(value, key);
+        else if (key == "deleteAfterDownload") item.deleteAfterDownload = tovri::read<bool>(value, key, "a boolean");
+        else if (key == "destinationFolder") item.destinationFolder = folder(readText(value, key));
+        else if (key == "fileID") item.fileID = readInteger(value, key);
+        else if (key == "fileName") item.fileName = readText(value, key);
+        else if (key == "fileSize") item.fileSize = readInteger(value, key);
+        else if (key == "id") item.id = readUUID(value, key);
+        else if (key == "progress") item.progress = tovri::read<double>(value, key, "a number");
+        else item.status = status(readText(value, key));
+    }
+
+    void readOptional(DownloadRecord& item, std::string_view key, json::value& value) {
+        if (key == "completedAt") item.completedAt = readDate(value, key);
+        else if (key == "error") item.error = std::string(readText(value, key));
+        else if (key == "folderDeleteID") item.folderDeleteID = readInteger(value, key);
+        else if (key == "folderGroupID") item.folderGroupID = readUUID(value, key);
+        else if (key == "resolvedURL") item.resolvedURL = readPath(value, key);
+        else if (key == "resumeData") item.resumeData = readBlob(value, key);
+        else if (key == "securityScopeBookmark") item.securityScopeBookmark = bookmark(readBlob(value, key));
+        else if (key == "stagedURL") item.stagedURL = readPath(value, key);
+        else if (key == "startedAt") item.startedAt = readDate(value, key);
+        else if (key == "syncRuleID") item.syncRuleID = readUUID(value, key);
+    }
+
+    static Download::Status status(std::string_view text) {
+        const auto known = downloadStatus(text);
+        if (!known) reject("status", "a known status");
+        return *known;
+    }
+
+    SharedFolder folder(std::string_view url) {
+        SharedFolder& shared = folders_[std::string(url)];
+        if (!shared) {
+            auto path = parseFileURL(url);
+            if (!path) reject("destinationFolder", "a file URL");
+            shared = std::make_shared<const std::filesystem::path>(std::move(*path));
+        }
+        return shared;
+    }
+
+    std::shared_ptr<const ByteBlob> bookmark(ByteBlob bytes) {
+        auto& shared = bookmarks_[bytes];
+        if (!shared) shared = std::make_shared<const ByteBlob>(std::move(bytes));
+        return shared;
+    }
+
+    std::unordered_map<std::string, SharedFolder> folders_;
+    std::unordered_map<ByteBlob, std::shared_ptr<const ByteBlob>> bookmarks_;
+};
+
+QueueSnapshot readSnapshot(json::object object) {
+    QueueSnapshot snapshot;
+    bool hasVersion = false;
+    bool hasPaused = false;
+    bool hasDownloads = false;
+    bool hasCounts = false;
+    for (auto field : object) {
+        const std::string_view key = field.unescaped_key();
+        json::value value = field.value();
+        if (key == "version") {
+            snapshot.version = readInteger(value, key);
+            hasVersion = true;
+        } else if (key == "isPaused") {
+            snapshot.isPaused = read<bool>(value, key, "a boolean");
+            hasPaused = true;
+        } else if (key == "downloads") {
+            RecordReader reader;
+            for (auto item : read<json::array>(value, key, "an array"))
+                snapshot.downloads.push_back(reader.read(item.get_object()));
+            hasDownloads = true;
+        } else if (key == "folderGroupExpectedCounts") {
+            for (auto group : read<json::object>(value, key, "an object")) {
+                const std::string name(std::string_view(group.unescaped_key()));
+                json::value count = group.value();
+                snapshot.folderGroupExpectedCounts[name] = readInteger(count, name);
+            }
+            hasCounts = true;
+        }
+    }
+    if (!(hasVersion && hasPaused && hasDownloads && hasCounts)) throw Unreadable{"a required key is missing"};
+    return snapshot;
+}
+
+}  // namespace
+
+Result<QueueSnapshot> decodeQueue(std::string_view text) {
+    try {
+        const simdjson::padded_string padded(text);
+        json::parser parser;
+        json::document document = parser.iterate(padded);
+        QueueSnapshot snapshot = readSnapshot(document.get_object());
+        if (!document.at_end()) throw Unreadable{"something follows the end"};
+        return snapshot;
+    } catch (const Unreadable& unreadable) {
+        return failure(Error(ErrorCase::decoding, "The queue file is damaged: " + unreadable.reason + "."));
+    } catch (const simdjson::simdjson_error& error) {
+        return failure(Error(ErrorCase::decoding, std::string("The queue file is not JSON: ") + error.what() + "."));
+    }
+}
+
+}  // namespace tovri

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "platform/BackgroundQueue.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/FileManager.h"
+#include "platform/FolderAccess.h"
+#include "platform/MainLoop.h"
+#include "platform/RandomSource.h"
+#include "platform/WallClock.h"
+
+namespace tovri {
+
+// The ports that most of the core needs, in one hand. What it names outlives whoever holds it.
+struct Platform {
+    MainLoop& loop;
+    WallClock& clock;
+    RandomSource& random;
+    FileManager& files;
+    FolderAccess& folderAccess;
+    BackgroundQueue& background;
+    DiagnosticLog& log;
+    StandardFolders folders;
+};
+
+}  // namespace tovri
