@@ -1,0 +1,383 @@
+#include "support/MemoryFileManager.h"
+
+#include <algorithm>
+#include <set>
+
+namespace tovri::test {
+
+using Path = FileManager::Path;
+
+// A file or a folder, as the program sees it and as the disk would give it back after a loss of power.
+struct MemoryFileManager::Node {
+    using Entries = std::map<std::string, NodePointer>;
+
+    explicit Node(bool folder) : isFolder(folder) {}
+
+    bool isFolder;
+    std::string bytes;
+    std::string durableBytes;
+    Entries entries;
+    Entries durableEntries;
+
+    void makeDurable() {
+        durableBytes = bytes;
+        durableEntries = entries;
+    }
+
+    void losePower() {
+        bytes = durableBytes;
+        entries = durableEntries;
+        for (const auto& [name, entry] : entries) entry->losePower();
+    }
+};
+
+namespace {
+
+Path normal(const Path& path) {
+    const Path clean = (Path("/") / path).lexically_normal();
+    return clean.has_filename() ? clean : clean.parent_path();
+}
+
+bool isAtOrBelow(const Path& path, const Path& folder) {
+    const auto [end, unused] = std::ranges::mismatch(folder, path);
+    return end == folder.end();
+}
+
+Error refused(const Path& path, const std::string& reason, ErrorCase code = ErrorCase::file) {
+    return {code, "Cannot use " + path.string() + ": " + reason + "."};
+}
+
+Error missing(const Path& path) {
+    return refused(path, "there is no such file or folder");
+}
+
+Error taken(const Path& path) {
+    return refused(path, "something of that name is already there", ErrorCase::alreadyExists);
+}
+
+}  // namespace
+
+class MemoryFileManager::Handle final : public FileHandle {
+public:
+    Handle(MemoryFileManager& files, Path path, NodePointer node)
+        : files_(files), path_(std::move(path)), node_(std::move(node)) {}
+
+    Result<ByteBlob> read(std::size_t limit) override {
+        ByteBlob bytes = node_->bytes.substr(std::min(at_, node_->bytes.size()), limit);
+        at_ += bytes.size();
+        return bytes;
+    }
+
+    Result<void> write(std::string_view bytes) override {
+        if (auto fine = files_.begin("write", path_); !fine) return fine;
+        if (auto room = files_.checkRoom(path_, static_cast<ByteCount>(bytes.size())); !room) return room;
+        node_->bytes += bytes;
+        return {};
+    }
+
+private:
+    MemoryFileManager& files_;
+    Path path_;
+    NodePointer node_;
+    std::size_t at_ = 0;
+};
+
+MemoryFileManager::MemoryFileManager() : root_(std::make_shared<Node>(true)), volumes_{"/"} {}
+
+MemoryFileManager::~MemoryFileManager() = default;
+
+// --- what a test arranges ---
+
+void MemoryFileManager::addVolume(const Path& mountPoint) {
+    put(mountPoint / "x", "");
+    find(mountPoint)->entries.clear();
+    find(mountPoint)->makeDurable();
+    volumes_.insert(normal(mountPoint));
+}
+
+void MemoryFileManager::setCapacity(const Path& volume, ByteCount capacity) {
+    capacities_[this->volume(volume)] = capacity;
+}
+
+void MemoryFileManager::setReadOnly(const Path& folder, bool isReadOnly) {
+    if (isReadOnly) {
+        readOnly_.insert(normal(folder));
+    } else {
+        readOnly_.erase(normal(folder));
+    }
+}
+
+void MemoryFileManager::failNext(std::string operation, Path path, Error error, int times) {
+    faults_.push_back({std::move(operation), path.empty() ? path : normal(path), std::move(error), times});
+}
+
+void MemoryFileManager::powerLoss() {
+    root_->losePower();
+}
+
+void MemoryFileManager::put(const Path& path, std::string bytes) {
+    Node* folder = root_.get();
+    const Path clean = normal(path);
+    for (const Path& part : clean.parent_path().relative_path()) {
+        NodePointer& entry = folder->entries[part];
+        if (!entry) entry = std::make_shared<Node>(true);
+        folder->durableEntries[part] = entry;
+        folder = entry.get();
+    }
+    auto file = std::make_shared<Node>(false);
+    file->bytes = std::move(bytes);
+    file->makeDurable();
+    folder->entries[clean.filename()] = file;
+    folder->durableEntries[clean.filename()] = file;
+}
+
+Result<void> MemoryFileManager::append(const Path& path, std::string_view bytes) {
+    const NodePointer file = find(path);
+    if (!file) return failure(missing(path));
+    return Handle(*this, path, file).write(bytes);
+}
+
+std::optional<std::string> MemoryFileManager::content(const Path& path) {
+    const NodePointer node = find(path);
+    if (!node || node->isFolder) return std::nullopt;
+    return node->bytes;
+}
+
+std::map<Path, std::string> MemoryFileManager::files(const Path& folder) {
+    std::map<Path, std::string> found;
+    const std::function<void(const Path&, const Node&)> collect = [&](const Path& path, const Node& node) {
+        if (!node.isFolder) found[path] = node.bytes;
+        for (const auto& [name, entry] : node.entries) collect(path / name, *entry);
+    };
+    if (const NodePointer start = find(folder)) collect(normal(folder), *start);
+    return found;
+}
+
+// --- FileManager ---
+
+bool MemoryFileManager::exists(const Path& path) {
+    return find(path) != nullptr;
+}
+
+std::optional<ByteCount> MemoryFileManager::fileSize(const Path& path) {
+    const NodePointer node = find(path);
+    if (!node || node->isFolder) return std::nullopt;
+    return static_cast<ByteCount>(node->bytes.size());
+}
+
+Result<void> MemoryFileManager::createDirectories(const Path& path) {
+    if (auto fine = begin("createDirectories", path); !fine) return fine;
+    Path here = "/";
+    NodePointer folder = root_;
+    for (const Path& part : normal(path).relative_path()) {
+        here /= part;
+        NodePointer next = find(here);
+        if (!next) {
+            if (auto writable = checkWritable(here); !writable) return writable;
+            if (auto place = slot(here); !place) return failure(place);
+            next = std::make_shared<Node>(true);
+            folder->entries[part] = next;
+        }
+        if (!next->isFolder) return failure(refused(path, here.string() + " is not a folder"));
+        folder = next;
+    }
+    return {};
+}
+
+Result<std::vector<Path>> MemoryFileManager::directoryContents(const Path& path) {
+    if (auto fine = begin("directoryContents", path); !fine) return failure(fine);
+    const NodePointer folder = find(path);
+    if (!folder || !folder->isFolder) return failure(missing(path));
+    std::vector<Path> found;
+    for (const auto& [name, entry] : folder->entries) found.push_back(path / name);
+    return found;
+}
+
+Result<void> MemoryFileManager::cloneFile(const Path& from, const Path& to) {
+    if (auto fine = begin("cloneFile", from, to); !fine) return fine;
+    const NodePointer source = find(from);
+    if (!source || source->isFolder) return failure(missing(from));
+    auto target = slot(to);
+    if (!target) return failure(target);
+    if (find(to)) return failure(taken(to));
+    if (auto writable = checkWritable(to); !writable) return writable;
+
+    NodePointer clone = source;
+    if (volume(from) != volume(to)) {
+        if (auto room = checkRoom(to, static_cast<ByteCount>(source->bytes.size())); !room) return room;
+        clone = std::make_shared<Node>(false);
+        clone->bytes = source->bytes;
+    }
+    target->folder->entries[target->name] = clone;
+    return {};
+}
+
+Result<void> MemoryFileManager::moveItem(const Path& from, const Path& to, std::stop_token stop) {
+    if (auto fine = begin("moveItem", from, to); !fine) return fine;
+    auto target = slot(to);
+    if (!target) return failure(target);
+    if (find(to)) return failure(find(from) ? taken(to) : missing(from));
+    return put(from, to, *target, stop);
+}
+
+Result<void> MemoryFileManager::replaceItem(const Path& from, const Path& to, std::stop_token stop) {
+    if (auto fine = begin("replaceItem", from, to); !fine) return fine;
+    auto target = slot(to);
+    if (!target) return failure(target);
+    return put(from, to, *target, stop);
+}
+
+// The common end of moving and replacing.
+Result<void> MemoryFileManager::put(const Path& from, const Path& to, const Slot& target, const std::stop_token& stop) {
+    NodePointer source = find(from);
+    if (!source) return failure(missing(from));
+    for (const Path& path : {from, to})
+        if (auto writable = checkWritable(path); !writable) return writable;
+
+    if (volume(from) != volume(to)) {
+        if (source->isFolder) return failure(refused(from, "a folder cannot be moved to another volume"));
+        if (stop.stop_requested()) return failure(Error::cancelled());
+        if (auto room = checkRoom(to, static_cast<ByteCount>(source->bytes.size())); !room) return room;
+        source = std::make_shared<Node>(*source);
+        source->makeDurable();
+    }
+    if (normal(from) == normal(to)) return {};
+    target.folder->entries[target.name] = source;
+    slot(from)->folder->entries.erase(normal(from).filename());
+    return {};
+}
+
+Result<void> MemoryFileManager::removeItem(const Path& path) {
+    if (auto fine = begin("removeItem", path); !fine) return fine;
+    auto place = slot(path);
+    if (!place) return failure(place);
+    if (!find(path)) return failure(missing(path));
+    if (auto writable = checkWritable(path); !writable) return writable;
+    place->folder->entries.erase(place->name);
+    return {};
+}
+
+Result<void> MemoryFileManager::makeDurable(const Path& path) {
+    if (auto fine = begin("makeDurable", path); !fine) return fine;
+    const NodePointer node = find(path);
+    if (!node) return failure(missing(path));
+    node->makeDurable();
+    makeNameDurable(path);
+    return {};
+}
+
+Result<ByteBlob> MemoryFileManager::readFile(const Path& path) {
+    if (auto fine = begin("readFile", path); !fine) return failure(fine);
+    auto bytes = content(path);
+    if (!bytes) return failure(missing(path));
+    return std::move(*bytes);
+}
+
+Result<void> MemoryFileManager::writeFileAtomically(const Path& path, std::string_view bytes) {
+    if (auto fine = begin("writeFileAtomically", path); !fine) return fine;
+    auto target = slot(path);
+    if (!target) return failure(target);
+    const NodePointer old = find(path);
+    if (old && old->isFolder) return failure(refused(path, "a folder stands there"));
+    if (auto writable = checkWritable(path); !writable) return writable;
+    if (auto room = checkRoom(path, static_cast<ByteCount>(bytes.size())); !room) return room;
+    auto file = std::make_shared<Node>(false);
+    file->bytes = bytes;
+    file->makeDurable();
+    target->folder->entries[target->name] = file;
+    makeNameDurable(path);
+    return {};
+}
+
+Result<std::unique_ptr<FileHandle>> MemoryFileManager::openForReading(const Path& path) {
+    if (auto fine = begin("openForReading", path); !fine) return failure(fine);
+    const NodePointer node = find(path);
+    if (!node || node->isFolder) return failure(missing(path));
+    return std::make_unique<Handle>(*this, path, node);
+}
+
+Result<std::unique_ptr<FileHandle>> MemoryFileManager::createFile(const Path& path) {
+    if (auto fine = begin("createFile", path); !fine) return failure(fine);
+    auto target = slot(path);
+    if (!target) return failure(target);
+    if (find(path)) return failure(taken(path));
+    if (auto writable = checkWritable(path); !writable) return failure(writable);
+    auto file = std::make_shared<Node>(false);
+    target->folder->entries[target->name] = file;
+    return std::make_unique<Handle>(*this, path, file);
+}
+
+// --- inside ---
+
+Result<void> MemoryFileManager::begin(const std::string& operation, const Path& path, const Path& target) {
+    operations.push_back(operation + " " + path.string() + (target.empty() ? "" : " " + target.string()));
+    for (Fault& fault : faults_) {
+        if (fault.times == 0 || fault.operation != operation) continue;
+        if (!fault.path.empty() && fault.path != normal(path) && (target.empty() || fault.path != normal(target)))
+            continue;
+        --fault.times;
+        return failure(fault.error);
+    }
+    return {};
+}
+
+MemoryFileManager::NodePointer MemoryFileManager::find(const Path& path) const {
+    NodePointer node = root_;
+    for (const Path& part : normal(path).relative_path()) {
+        const auto entry = node->entries.find(part);
+        if (entry == node->entries.end()) return nullptr;
+        node = entry->second;
+    }
+    return node;
+}
+
+Result<MemoryFileManager::Slot> MemoryFileManager::slot(const Path& path) const {
+    constexpr std::size_t longestName = 255;
+    const Path clean = normal(path);
+    const NodePointer folder = find(clean.parent_path());
+    if (!folder) return failure(missing(clean.parent_path()));
+    if (!folder->isFolder) return failure(refused(path, clean.parent_path().string() + " is not a folder"));
+    if (clean.filename().native().size() > longestName) return failure(refused(path, "the name is too long"));
+    return Slot{folder.get(), clean.filename()};
+}
+
+Result<void> MemoryFileManager::checkWritable(const Path& path) const {
+    for (const Path& folder : readOnly_)
+        if (isAtOrBelow(normal(path), folder)) return failure(refused(path, "the folder is read-only"));
+    return {};
+}
+
+Path MemoryFileManager::volume(const Path& path) const {
+    Path longest = "/";
+    for (const Path& mountPoint : volumes_)
+        if (isAtOrBelow(normal(path), mountPoint) && mountPoint.native().size() > longest.native().size())
+            longest = mountPoint;
+    return longest;
+}
+
+Result<void> MemoryFileManager::checkRoom(const Path& path, ByteCount more) const {
+    const auto capacity = capacities_.find(volume(path));
+    if (capacity == capacities_.end()) return {};
+    std::set<const Node*> counted;
+    ByteCount used = more;
+    const std::function<void(const Path&, const Node&)> add = [&](const Path& at, const Node& node) {
+        if (volume(at) == capacity->first && counted.insert(&node).second)
+            used += static_cast<ByteCount>(node.bytes.size());
+        for (const auto& [name, entry] : node.entries) add(at / name, *entry);
+    };
+    add("/", *root_);
+    if (used > capacity->second) return failure(refused(path, "the disk is full"));
+    return {};
+}
+
+void MemoryFileManager::makeNameDurable(const Path& path) {
+    Node* folder = root_.get();
+    for (const Path& part : normal(path).parent_path().relative_path()) {
+        const NodePointer& next = folder->entries[part];
+        folder->durableEntries[part] = next;
+        folder = next.get();
+    }
+    folder->durableEntries = folder->entries;
+}
+
+}  // namespace tovri::test

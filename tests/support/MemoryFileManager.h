@@ -1,0 +1,104 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/FileManager.h"
+
+namespace tovri::test {
+
+// A file system in memory with the port's contract, and with what disks do to programs: volumes, read-only folders, a
+// full disk, failures on demand, loss of power. One thread.
+class MemoryFileManager final : public FileManager {
+public:
+    MemoryFileManager();
+    ~MemoryFileManager() override;
+
+    // --- what a test arranges and looks at; never fails on purpose ---
+
+    // Makes the folder the root of a volume of its own, empty and durable.
+    void addVolume(const Path& mountPoint);
+
+    // Most bytes that the files of the path's volume may hold together.
+    void setCapacity(const Path& volume, ByteCount capacity);
+
+    // Nothing in or below the folder can be changed.
+    void setReadOnly(const Path& folder, bool isReadOnly);
+
+    // The next `times` operations of that name which name the path, as source or target, fail with the error. An empty
+    // path stands for any.
+    void failNext(std::string operation, Path path, Error error, int times = 1);
+
+    // Forgets everything that was not made durable.
+    void powerLoss();
+
+    // Puts a file there with the folders above it, durable at once.
+    void put(const Path& path, std::string bytes);
+
+    // Adds bytes at the end of a file, as a transfer does while it runs. Not durable.
+    [[nodiscard]] Result<void> append(const Path& path, std::string_view bytes);
+
+    // A file's content; none when there is no file.
+    [[nodiscard]] std::optional<std::string> content(const Path& path);
+
+    // Every file at or below the folder, with its content.
+    [[nodiscard]] std::map<Path, std::string> files(const Path& folder = "/");
+
+    std::vector<std::string> operations;  // "moveItem /a /b", in their order; those that ask nothing are left out
+
+    // --- FileManager ---
+
+    [[nodiscard]] bool exists(const Path& path) override;
+    [[nodiscard]] std::optional<ByteCount> fileSize(const Path& path) override;
+    [[nodiscard]] Result<void> createDirectories(const Path& path) override;
+    [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
+    [[nodiscard]] Result<void> cloneFile(const Path& from, const Path& to) override;
+    [[nodiscard]] Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) override;
+    [[nodiscard]] Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) override;
+    [[nodiscard]] Result<void> removeItem(const Path& path) override;
+    [[nodiscard]] Result<void> makeDurable(const Path& path) override;
+    [[nodiscard]] Result<ByteBlob> readFile(const Path& path) override;
+    [[nodiscard]] Result<void> writeFileAtomically(const Path& path, std::string_view bytes) override;
+    [[nodiscard]] Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) override;
+    [[nodiscard]] Result<std::unique_ptr<FileHandle>> createFile(const Path& path) override;
+
+private:
+    struct Node;
+    using NodePointer = std::shared_ptr<Node>;
+    class Handle;
+
+    struct Fault {
+        std::string operation;
+        Path path;
+        Error error;
+        int times;
+    };
+
+    // A place for an entry: the folder that holds it and its name there.
+    struct Slot {
+        Node* folder;
+        std::string name;
+    };
+
+    [[nodiscard]] Result<void> begin(const std::string& operation, const Path& path, const Path& target = {});
+    [[nodiscard]] NodePointer find(const Path& path) const;
+    [[nodiscard]] Result<Slot> slot(const Path& path) const;
+    [[nodiscard]] Result<void> checkWritable(const Path& path) const;
+    [[nodiscard]] Path volume(const Path& path) const;
+    [[nodiscard]] Result<void> checkRoom(const Path& path, ByteCount more) const;
+    [[nodiscard]] Result<void> put(const Path& from, const Path& to, const Slot& target, const std::stop_token& stop);
+    void makeNameDurable(const Path& path);
+
+    NodePointer root_;
+    std::set<Path> volumes_;
+    std::map<Path, ByteCount> capacities_;
+    std::set<Path> readOnly_;
+    std::vector<Fault> faults_;
+};
+
+}  // namespace tovri::test
