@@ -44,26 +44,21 @@ std::optional<char> decodedByte(std::string_view digits) {
 
 std::string fileURLText(const std::filesystem::path& path, FileURLKind kind) {
     constexpr std::string_view digits = "0123456789ABCDEF";
-    const std::string& bytes = path.native();
-    const bool needsSlash = kind == FileURLKind::folder && !bytes.ends_with('/');
-    std::size_t length = schemeAndNoHost.size() + bytes.size() + (needsSlash ? 1 : 0);
-    for (const char c : bytes) length += stays(c) ? 0 : 2;
-
+    std::string_view rest = path.native();
+    const bool needsSlash = kind == FileURLKind::folder && !rest.ends_with('/');
     std::string text;
-    text.resize_and_overwrite(length, [&](char* out, std::size_t) {
-        out = std::ranges::copy(schemeAndNoHost, out).out;
-        for (const char c : bytes) {
-            if (stays(c)) {
-                *out++ = c;
-            } else {
-                *out++ = '%';
-                *out++ = digits[static_cast<unsigned char>(c) >> 4U];
-                *out++ = digits[static_cast<unsigned char>(c) & 15U];
-            }
-        }
-        if (needsSlash) *out = '/';
-        return length;
-    });
+    text.reserve(schemeAndNoHost.size() + rest.size() + rest.size() / 4 + 1);
+    text += schemeAndNoHost;
+    while (true) {
+        const auto run = static_cast<std::size_t>(std::ranges::find_if_not(rest, stays) - rest.begin());
+        text += rest.substr(0, run);
+        if (run == rest.size()) break;
+        const auto byte = static_cast<unsigned char>(rest[run]);
+        const char encoded[] = {'%', digits[byte >> 4U], digits[byte & 15U]};
+        text.append(encoded, sizeof encoded);
+        rest.remove_prefix(run + 1);
+    }
+    if (needsSlash) text += '/';
     return text;
 }
 
