@@ -1,0 +1,33 @@
+#pragma once
+
+#include "sandbox/Account.h"
+#include "sandbox/Faults.h"
+#include "sandbox/HttpServer.h"
+#include "sandbox/RequestLog.h"
+
+namespace tovri::sandbox {
+
+// "/sandbox/...": the calls with which a test looks into the sandbox and changes its faults while it runs. They need no
+// token and are not logged.
+class ControlApi {
+public:
+    // Everything given outlives this object.
+    ControlApi(Account& account, Faults& faults, RequestLog& log) : account_(account), faults_(faults), log_(log) {}
+
+    static bool isControlPath(std::string_view path) { return path.starts_with("/sandbox/"); }
+
+    HttpResponse answer(const HttpRequest& request);
+
+private:
+    HttpResponse changeFaults(const HttpRequest& request);
+    HttpResponse addFaults(std::string_view text);
+    HttpResponse showFaults() const;
+    HttpResponse showStatistics() const;
+    HttpResponse showAccount() const;
+
+    Account& account_;
+    Faults& faults_;
+    RequestLog& log_;
+};
+
+}  // namespace tovri::sandbox
