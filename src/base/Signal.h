@@ -18,24 +18,29 @@ public:
     using Observer = std::function<void(Event...)>;
 
     Subscription subscribe(Observer tell) {
-        auto entry = std::make_shared<Observer>(std::move(tell));
+        auto entry = std::make_shared<Entry>(std::move(tell));
         observers_->push_back(entry);
         return Subscription([list = std::weak_ptr(observers_), entry] {
-            *entry = nullptr;  // not told any more, even by a round that is under way
+            entry->isSubscribed = false;  // not told any more, even by a round that is under way
             if (const auto observers = list.lock()) std::erase(*observers, entry);
         });
     }
 
     void tell(Event... event) const {
-        const auto round = *observers_;
-        for (const auto& observer : round)
-            if (*observer) (*observer)(event...);
+        const auto round = *observers_;  // keeps an observer that unsubscribes itself alive until it returns
+        for (const auto& entry : round)
+            if (entry->isSubscribed) entry->tell(event...);
     }
 
     [[nodiscard]] bool hasObservers() const { return !observers_->empty(); }
 
 private:
-    using Observers = std::vector<std::shared_ptr<Observer>>;
+    struct Entry {
+        Observer tell;
+        bool isSubscribed = true;
+    };
+
+    using Observers = std::vector<std::shared_ptr<Entry>>;
     std::shared_ptr<Observers> observers_ = std::make_shared<Observers>();
 };
 

@@ -33,8 +33,10 @@ void ConflictQueue::show(std::optional<FileConflict> conflict) {
 }
 
 void ConflictQueue::presentOrQueueConflict(FileConflict conflict) {
-    if (pending_) queuedConflicts_.push_back(std::move(conflict));
-    else show(std::move(conflict));
+    if (pending_)
+        queuedConflicts_.push_back(std::move(conflict));
+    else
+        show(std::move(conflict));
 }
 
 void ConflictQueue::resolveConflict(ConflictChoice choice, bool applyToAll) {
@@ -76,8 +78,8 @@ void ConflictQueue::dismissConflict(const Download& item) {
         pruneApplyToAll();
         return;
     }
-    const auto queued =
-        std::ranges::find(queuedConflicts_, item.id, [](const FileConflict& conflict) { return conflict.download->id; });
+    const auto queued = std::ranges::find(queuedConflicts_, item.id,
+                                          [](const FileConflict& conflict) { return conflict.download->id; });
     if (queued == queuedConflicts_.end()) return;
     FileConflict withdrawn = std::move(*queued);
     queuedConflicts_.erase(queued);

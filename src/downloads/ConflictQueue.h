@@ -20,13 +20,14 @@ using ConflictResolution = std::optional<ConflictChoice>;
 struct FileConflict {
     UUID id;
     DownloadPointer download;
-    std::filesystem::path existingURL;  // the entry that has the name
-    std::filesystem::path tempURL;      // the staged file
+    std::filesystem::path existingURL;                               // the entry that has the name
+    std::filesystem::path tempURL;                                   // the staged file
     std::move_only_function<void(ConflictResolution)> continuation;  // called exactly once
 };
 
-// The conflicts that wait for the user: one is shown, the others wait behind it in the order of their arrival. An answer
-// for all covers every item that was unfinished when it was given, until each has finished or left. Moves no file.
+// The conflicts that wait for the user: one is shown, the others wait behind it in the order of their arrival. An
+// answer for all covers every item that was unfinished when it was given, until each has finished or left. Moves no
+// file.
 class ConflictQueue {
 public:
     // `list` outlives this.

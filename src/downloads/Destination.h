@@ -19,8 +19,8 @@ namespace tovri {
 // the file or of one of its folders is unusable.
 [[nodiscard]] Result<std::filesystem::path> destination(const Download& item);
 
-// The name that is tried next when `path` is taken: "Report.pdf" becomes "Report (1).pdf" for number 1, "archive.tar.gz"
-// becomes "archive.tar (1).gz", "README" becomes "README (1)".
+// The name that is tried next when `path` is taken: "Report.pdf" becomes "Report (1).pdf" for number 1,
+// "archive.tar.gz" becomes "archive.tar (1).gz", "README" becomes "README (1)".
 [[nodiscard]] std::filesystem::path numberedDestination(const std::filesystem::path& path, int number);
 
 }  // namespace tovri

@@ -4,13 +4,17 @@
 
 namespace tovri {
 
-std::string Download::speedText() const { return speed < 1 ? "" : formatByteCount(speed) + "/s"; }
+std::string Download::speedText() const {
+    return speed < 1 ? "" : formatByteCount(speed) + "/s";
+}
 
 std::string Download::progressText() const {
     return formatByteCount(bytesDownloaded) + " / " + formatByteCount(fileSize);
 }
 
-std::string Download::percentText() const { return std::to_string(static_cast<int>(progress * 100)) + "%"; }
+std::string Download::percentText() const {
+    return std::to_string(static_cast<int>(progress * 100)) + "%";
+}
 
 std::optional<double> Download::etaSeconds() const {
     const ByteCount remaining = fileSize - bytesDownloaded;

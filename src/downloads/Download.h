@@ -21,8 +21,8 @@ using SharedFolder = std::shared_ptr<const std::filesystem::path>;
 struct DownloadRecord {
     UUID id;
     std::int64_t fileID = 0;
-    std::string fileName;        // as put.io has it: data, not a path
-    ByteCount fileSize = 0;      // as put.io reported it; 0 when it gave none
+    std::string fileName;    // as put.io has it: data, not a path
+    ByteCount fileSize = 0;  // as put.io reported it; 0 when it gave none
     SharedFolder destinationFolder;
     std::shared_ptr<const ByteBlob> securityScopeBookmark;
     bool deleteAfterDownload = false;            // delete this one file from put.io once it is placed
@@ -32,9 +32,9 @@ struct DownloadRecord {
     DownloadStatus status = DownloadStatus::queued;
     double progress = 0;  // 0 to 1
     ByteCount bytesDownloaded = 0;
-    std::optional<std::string> error;     // why it failed last, as the user sees it
-    std::optional<ByteBlob> resumeData;   // the transfer session's token
-    std::optional<Timestamp> startedAt;   // first start; kept across pauses and retries
+    std::optional<std::string> error;    // why it failed last, as the user sees it
+    std::optional<ByteBlob> resumeData;  // the transfer session's token
+    std::optional<Timestamp> startedAt;  // first start; kept across pauses and retries
     std::optional<Timestamp> completedAt;
     std::optional<std::string> stagedURL;    // path of the received file while a conflict is open
     std::optional<std::string> resolvedURL;  // path at which the file was placed
@@ -45,10 +45,10 @@ struct DownloadRecord {
 struct Download : DownloadRecord {
     using Status = DownloadStatus;
 
-    ByteCount speed = 0;                      // bytes per second, last measured
-    std::optional<TransferID> downloadTask;   // the transfer in flight
-    std::uint32_t attempt = 0;                // counts the starts: what an earlier start awaited is stale
-    std::int64_t position = 0;                // the list's sort key, smallest on top
+    ByteCount speed = 0;                     // bytes per second, last measured
+    std::optional<TransferID> downloadTask;  // the transfer in flight
+    std::uint32_t attempt = 0;               // counts the starts: what an earlier start awaited is stale
+    std::int64_t position = 0;               // the list's sort key, smallest on top
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}
 

@@ -123,15 +123,15 @@ std::vector<DownloadPointer> DownloadList::withStatus(Download::Status status, s
 std::vector<DownloadPointer> DownloadList::withStatus(std::initializer_list<Download::Status> statuses) const {
     std::vector<DownloadPointer> found;
     found.reserve(count(statuses));
-    for (const Download::Status status : statuses) {
-        const auto middle = static_cast<std::ptrdiff_t>(found.size());
+    for (const Download::Status status : statuses)
         found.insert(found.end(), indexFor(status).begin(), indexFor(status).end());
-        std::inplace_merge(found.begin(), found.begin() + middle, found.end(), HigherUp{});
-    }
+    std::ranges::sort(found, HigherUp{});
     return found;
 }
 
-std::size_t DownloadList::count(Download::Status status) const { return indexFor(status).size(); }
+std::size_t DownloadList::count(Download::Status status) const {
+    return indexFor(status).size();
+}
 
 std::size_t DownloadList::count(std::initializer_list<Download::Status> statuses) const {
     std::size_t sum = 0;

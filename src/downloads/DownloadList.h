@@ -18,13 +18,13 @@ namespace tovri {
 // What changed in the queue. `item` is none for changes of the whole.
 struct QueueChange {
     enum class Kind {
-        inserted,   // one item, or with no item many: read the list again
-        removed,    // likewise; a removed item is told after it left
+        inserted,  // one item, or with no item many: read the list again
+        removed,   // likewise; a removed item is told after it left
         moved,
-        status,     // told after the item is consistent, with `previous`
-        progress,   // bytes, progress or speed of one item
+        status,    // told after the item is consistent, with `previous`
+        progress,  // bytes, progress or speed of one item
         isPaused,
-        conflict,   // another conflict, or none, is shown
+        conflict,  // another conflict, or none, is shown
     };
     Kind kind;
     DownloadPointer item;
@@ -40,7 +40,9 @@ public:
     Subscription onChange(std::function<void(const QueueChange&)> tell) { return changes_.subscribe(std::move(tell)); }
 
     [[nodiscard]] std::span<const DownloadPointer> items() const { return items_; }
+
     [[nodiscard]] bool contains(const Download& item) const { return indexOf(item).has_value(); }
+
     [[nodiscard]] DownloadPointer find(const UUID& id) const;
 
     // The first of `items` comes to stand on top.
@@ -54,10 +56,12 @@ public:
     bool moveDown(const Download& item);
     bool moveToTop(const Download& item);
 
-    // Does nothing, and tells nobody, when the item has the status already. An item that is not in the list changes too.
+    // Does nothing, and tells nobody, when the item has the status already. An item that is not in the list changes
+    // too.
     void setStatus(Download& item, Download::Status status);
 
     void tellProgress(const Download& item) const;
+
     void tell(QueueChange::Kind kind) const { changes_.tell({kind, nullptr}); }
 
     // In list order, at most `limit`.
@@ -70,13 +74,17 @@ private:
     struct HigherUp {
         bool operator()(const DownloadPointer& a, const DownloadPointer& b) const { return a->position < b->position; }
     };
+
     using Index = std::set<DownloadPointer, HigherUp>;
 
     [[nodiscard]] std::optional<std::size_t> indexOf(const Download& item) const;
+
     [[nodiscard]] Index& indexFor(Download::Status status) { return byStatus_[static_cast<std::size_t>(status)]; }
+
     [[nodiscard]] const Index& indexFor(Download::Status status) const {
         return byStatus_[static_cast<std::size_t>(status)];
     }
+
     void swapNeighbours(std::size_t upper);
 
     std::vector<DownloadPointer> items_;  // sorted by position

@@ -42,12 +42,16 @@ public:
     DownloadManager& operator=(const DownloadManager&) = delete;
 
     void configure(PutIOAPI& api, const Preferences& preferences);
+
     void setOnSyncFileSettled(Settlement::SyncFileSettled tell) { settlement_.setOnSyncFileSettled(std::move(tell)); }
+
     Subscription onChange(std::function<void(const QueueChange&)> tell) { return list_.onChange(std::move(tell)); }
 
     // The queue; index 0 is the top.
     [[nodiscard]] const DownloadList& downloads() const { return list_; }
+
     [[nodiscard]] bool isPaused() const { return isPaused_; }
+
     [[nodiscard]] const FileConflict* pendingConflict() const { return conflicts_.pendingConflict(); }
 
     // --- Queueing ---
@@ -60,16 +64,18 @@ public:
         std::optional<bool> deleteAfterDownload = {};       // none: the preferences'
         std::optional<UUID> syncRuleID = {};
     };
+
     // Puts the file on top of the queue and starts it when a slot is free.
     DownloadPointer enqueue(const PutIOFile& file, const EnqueueOptions& options);
 
     struct FolderRequest {
         std::int64_t folderID = 0;
-        std::string name;                // as put.io has it, for diagnostic lines
-        DestinationFolder destination;   // receives the folder's content
+        std::string name;               // as put.io has it, for diagnostic lines
+        DestinationFolder destination;  // receives the folder's content
         bool deleteAfterDownload = false;
         UUID groupID;
     };
+
     // Puts every file below a put.io folder on top of the queue, sub-folders kept. With deletion, put.io's folder goes
     // once the last file has arrived. The failure was reported by a diagnostic line; nothing is queued then.
     Task<Result<std::vector<DownloadPointer>>> enqueueFolder(FolderRequest request, std::stop_token stop);
@@ -85,7 +91,9 @@ public:
     void remove(const DownloadPointer& item);
     void clearFinished();
     void retry(const DownloadPointer& item);
+
     void retryDelete(const DownloadPointer& item) { deletion_.retryDelete(item); }
+
     void moveUp(const DownloadPointer& item);
     void moveDown(const DownloadPointer& item);
     void moveToTop(const DownloadPointer& item);
@@ -99,14 +107,15 @@ public:
 
     // --- Keeping ---
 
-    // Loads the saved queue, repairs what the previous run left half-done, and goes on. Only the first call does anything.
+    // Loads the saved queue, repairs what the previous run left half-done, and goes on. Only the first call does
+    // anything.
     void restoreQueue();
 
     // Writes the queue file before it returns.
     void saveNow();
 
-    // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done` runs
-    // when all tokens have come and no file is being placed; then it is time for saveNow.
+    // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done`
+    // runs when all tokens have come and no file is being placed; then it is time for saveNow.
     void suspend(std::function<void()> done);
 
     // --- Sums over the queue, computed on every read ---
@@ -146,7 +155,11 @@ private:
     [[nodiscard]] DownloadPointer itemOf(TransferID transfer) const;
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
     void save();
+    [[nodiscard]] const std::vector<UUID>& takePlaced();
+    void adoptArrived(std::unordered_map<UUID, std::filesystem::path> arrived);
+
     void scheduleSave() { saves_.request(SaveSchedule::Urgency::soon); }
+
     void setPaused(bool isPaused);
 
     Platform platform_;
@@ -155,7 +168,10 @@ private:
     const Preferences* preferences_ = nullptr;
 
     std::shared_ptr<DownloadStore> store_;  // shared with a save that is being written
+    std::shared_ptr<PlacementJournal> journal_;
+    std::vector<UUID> unjournaled_;  // items that the journal may forget once the queue file has them
     SaveSchedule saves_;
+    Subscription saving_;
     bool hasRestored_ = false;
 
     bool isPaused_ = false;

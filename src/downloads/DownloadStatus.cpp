@@ -13,7 +13,9 @@ constexpr std::array<std::string_view, downloadStatusCount> rawValues = {
 
 }  // namespace
 
-std::string_view rawValue(DownloadStatus status) { return rawValues[static_cast<std::size_t>(status)]; }
+std::string_view rawValue(DownloadStatus status) {
+    return rawValues[static_cast<std::size_t>(status)];
+}
 
 std::optional<DownloadStatus> downloadStatus(std::string_view rawValue) {
     const auto found = std::ranges::find(rawValues, rawValue);

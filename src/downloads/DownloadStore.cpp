@@ -32,16 +32,19 @@ void DownloadStore::keepUnreadableFile() {
     }
 }
 
-void DownloadStore::save(QueueSnapshot snapshot, std::uint64_t saveNumber) {
+bool DownloadStore::save(QueueSnapshot snapshot, std::uint64_t saveNumber) {
     prune(snapshot);
     const std::string text = encodeQueue(snapshot);
     snapshot = {};  // a long queue's records need not stand beside its text while that is written
 
     const std::scoped_lock lock(writing_);
-    if (saveNumber < lastWritten_) return;
+    if (saveNumber < lastWritten_) return true;
     const Result<void> written = platform_.files.writeFileAtomically(queueURL_, text);
-    if (written) lastWritten_ = saveNumber;
-    else platform_.log.line("[DownloadStore] Failed to write queue: " + written.error().description);
+    if (written)
+        lastWritten_ = saveNumber;
+    else
+        platform_.log.line("[DownloadStore] Failed to write queue: " + written.error().description);
+    return written.has_value();
 }
 
 void DownloadStore::prune(QueueSnapshot& snapshot) const {

@@ -17,17 +17,19 @@ public:
     explicit DownloadStore(const Platform& platform);
 
     [[nodiscard]] const std::filesystem::path& stagingDirectory() const { return stagingDirectory_; }
+
     [[nodiscard]] const std::filesystem::path& queueURL() const { return queueURL_; }
 
-    // The saved queue without what was pruned; the empty one when there is none. A file that cannot be read or understood
-    // is reported by a diagnostic line and stays under another name when the next save replaces it.
+    // The saved queue without what was pruned; the empty one when there is none. A file that cannot be read or
+    // understood is reported by a diagnostic line and stays under another name when the next save replaces it.
     [[nodiscard]] QueueSnapshot load();
 
     // Gives every snapshot its place in time: of two saves, the one with the later number wins, whichever ends last.
     [[nodiscard]] std::uint64_t nextSaveNumber() { return ++lastSaveNumber_; }
 
-    // Prunes, encodes and writes, durably. A failure is reported by a diagnostic line. Any thread.
-    void save(QueueSnapshot snapshot, std::uint64_t saveNumber);
+    // Prunes, encodes and writes, durably. False, after a diagnostic line, when the file could not be written. Any
+    // thread.
+    bool save(QueueSnapshot snapshot, std::uint64_t saveNumber);
 
     // Deletes every staged file but these.
     void cleanStaging(const std::set<std::filesystem::path>& keep);

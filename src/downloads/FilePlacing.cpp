@@ -15,11 +15,25 @@ Result<void> FilePlacing::checkSize() const {
                                               " arrived. Nothing was deleted from put.io; retry the download."));
 }
 
+template <class Move>
+Result<Path> FilePlacing::moveTo(const Path& target, Move move) const {
+    const auto identity = files.identity(staged);
+    journal->note(item, staged, target);
+    Result<void> moved = move();
+    if (!moved) return failure(moved);
+    // Between volumes the file has become another one.
+    if (files.identity(target) != identity) journal->note(item, staged, target);
+    if (!mustBeDurable) return target;
+    Result<void> durable = files.makeDurable(target);
+    if (!durable) return failure(durable);
+    return target;
+}
+
 Result<Path> FilePlacing::place(const std::stop_token& stop) const {
     if (Result<void> sized = checkSize(); !sized) return failure(sized);
     const ScopedFolderAccess access(folderAccess, bookmark.get());
     if (Result<void> created = files.createDirectories(destination.parent_path()); !created) return failure(created);
-    return finish(files.moveItem(staged, destination, stop), destination);
+    return moveTo(destination, [&] { return files.moveItem(staged, destination, stop); });
 }
 
 Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& stop) const {
@@ -29,7 +43,7 @@ Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& st
     }
     const ScopedFolderAccess access(folderAccess, bookmark.get());
     if (choice == ConflictChoice::keepBoth) return keepBoth(stop);
-    return finish(files.replaceItem(staged, destination, stop), destination);
+    return moveTo(destination, [&] { return files.replaceItem(staged, destination, stop); });
 }
 
 // The move itself finds out whether a name is free, so that a file that appears meanwhile is safe.
@@ -37,17 +51,9 @@ Result<Path> FilePlacing::keepBoth(const std::stop_token& stop) const {
     for (int number = 1;; ++number) {
         const Path candidate = numberedDestination(destination, number);
         if (files.exists(candidate)) continue;
-        Result<void> moved = files.moveItem(staged, candidate, stop);
-        if (moved || moved.error().code != ErrorCase::alreadyExists) return finish(std::move(moved), candidate);
+        Result<Path> placed = moveTo(candidate, [&] { return files.moveItem(staged, candidate, stop); });
+        if (placed || placed.error().code != ErrorCase::alreadyExists) return placed;
     }
-}
-
-Result<Path> FilePlacing::finish(Result<void> moved, Path target) const {
-    if (!moved) return failure(moved);
-    if (!mustBeDurable) return target;
-    Result<void> durable = files.makeDurable(target);
-    if (!durable) return failure(durable);
-    return target;
 }
 
 }  // namespace tovri

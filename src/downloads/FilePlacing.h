@@ -7,20 +7,23 @@
 
 #include "base/Result.h"
 #include "downloads/ConflictQueue.h"
+#include "downloads/PlacementJournal.h"
 #include "platform/FileManager.h"
 #include "platform/FolderAccess.h"
 
 namespace tovri {
 
-// The steps of a placement that touch the disk. A value that a background thread works on by itself; the ports in it may
-// be used on any thread.
+// The steps of a placement that touch the disk. A value that a background thread works on by itself; the ports in it
+// may be used on any thread.
 struct FilePlacing {
     FileManager& files;
     FolderAccess& folderAccess;
+    std::shared_ptr<PlacementJournal> journal;
+    UUID item;
     std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
     std::filesystem::path staged;
     std::filesystem::path destination;
-    bool mustBeDurable;              // the file is going to be deleted from put.io
+    bool mustBeDurable;                  // the file is going to be deleted from put.io
     std::optional<ByteCount> exactSize;  // fails unless the staged file has this size
 
     // Where the file stands now; `alreadyExists` when the name is taken.
@@ -32,7 +35,9 @@ struct FilePlacing {
 private:
     [[nodiscard]] Result<void> checkSize() const;
     [[nodiscard]] Result<std::filesystem::path> keepBoth(const std::stop_token& stop) const;
-    [[nodiscard]] Result<std::filesystem::path> finish(Result<void> moved, std::filesystem::path target) const;
+    // Gives the staged file its name with `move`, and stands in the journal before it has it.
+    template <class Move>
+    [[nodiscard]] Result<std::filesystem::path> moveTo(const std::filesystem::path& target, Move move) const;
 };
 
 }  // namespace tovri

@@ -12,8 +12,8 @@
 
 namespace tovri {
 
-// Folders that are to be deleted from put.io once every file has arrived: how many files each expects, and which items of
-// the list belong to it. Follows the list by itself, so that a group of a hundred thousand is evaluated at once.
+// Folders that are to be deleted from put.io once every file has arrived: how many files each expects, and which items
+// of the list belong to it. Follows the list by itself, so that a group of a hundred thousand is evaluated at once.
 class FolderGroups {
 public:
     // `list` outlives this.
@@ -28,6 +28,7 @@ public:
 
     // A group without an expected count is never evaluated again.
     void expect(const UUID& group, std::int64_t count) { folderGroupExpectedCounts_[group] = count; }
+
     void settle(const UUID& group) { folderGroupExpectedCounts_.erase(group); }
 
     // Members with the status, in list order.

@@ -7,12 +7,14 @@
 namespace tovri {
 namespace {
 
-FilePlacing placing(const Platform& platform, const Download& item, std::filesystem::path staged,
-                    std::filesystem::path destination) {
+FilePlacing placing(const Platform& platform, std::shared_ptr<PlacementJournal> journal, const Download& item,
+                    std::filesystem::path staged, std::filesystem::path destination) {
     const bool isDeletedLater = item.deleteAfterDownload || item.folderDeleteID;
     const bool hasSize = item.fileSize > 0;
     return {.files = platform.files,
             .folderAccess = platform.folderAccess,
+            .journal = std::move(journal),
+            .item = item.id,
             .bookmark = item.securityScopeBookmark,
             .staged = std::move(staged),
             .destination = std::move(destination),
@@ -22,32 +24,43 @@ FilePlacing placing(const Platform& platform, const Download& item, std::filesys
 
 }  // namespace
 
-Placement::Placement(const Platform& platform, DownloadList& list, ConflictQueue& conflicts, Settlement& settlement,
-                     SaveSchedule& saves, std::function<void()> slotFreed)
+Placement::Placement(const Platform& platform, std::shared_ptr<PlacementJournal> journal, DownloadList& list,
+                     ConflictQueue& conflicts, Settlement& settlement, SaveSchedule& saves,
+                     std::function<void()> slotFreed)
     : platform_(platform),
+      journal_(std::move(journal)),
       list_(list),
       conflicts_(conflicts),
       settlement_(settlement),
       saves_(saves),
       slotFreed_(std::move(slotFreed)) {}
 
-void Placement::placeFile(const DownloadPointer& item, const Path& staged) { scope_.start(place(item, staged)); }
+void Placement::placeFile(const DownloadPointer& item, const Path& staged) {
+    scope_.start(place(item, staged));
+}
 
 void Placement::withdraw(const Download& item) {
     const auto running = running_.find(item.id);
     if (running != running_.end()) running->second.request_stop();
 }
 
-std::stop_token Placement::begin(const Download& item) { return (running_[item.id] = std::stop_source()).get_token(); }
+std::stop_token Placement::begin(const Download& item) {
+    return (running_[item.id] = std::stop_source()).get_token();
+}
 
-void Placement::end(const Download& item) { running_.erase(item.id); }
+void Placement::end(const Download& item) {
+    running_.erase(item.id);
+    ended_.push_back(item.id);
+}
 
 // Whether what was awaited is still wanted: the item may have been cancelled, removed or started anew meanwhile.
 bool Placement::isCurrent(const Download& item, std::uint32_t attempt) const {
     return item.attempt == attempt && occupiesSlot(item.status) && list_.contains(item);
 }
 
-void Placement::discard(const Path& staged) { (void)platform_.files.removeItem(staged); }
+void Placement::discard(const Path& staged) {
+    (void)platform_.files.removeItem(staged);
+}
 
 Task<> Placement::place(DownloadPointer item, Path staged) {
     const std::uint32_t attempt = item->attempt;
@@ -58,9 +71,8 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
         slotFreed_();
         co_return;
     }
-    auto work = [step = placing(platform_, *item, staged, *target), stop = begin(*item)](const std::stop_token&) {
-        return step.place(stop);
-    };
+    auto work = [step = placing(platform_, journal_, *item, staged, *target),
+                 stop = begin(*item)](const std::stop_token&) { return step.place(stop); };
     Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
     end(*item);
 
@@ -83,10 +95,14 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
 std::optional<ConflictChoice> Placement::effectiveConflictChoice() const {
     if (!preferences_) return ConflictChoice::keepBoth;
     switch (preferences_->conflictBehavior()) {
-        case ConflictBehavior::ask: return std::nullopt;
-        case ConflictBehavior::keepBoth: return ConflictChoice::keepBoth;
-        case ConflictBehavior::replace: return ConflictChoice::replace;
-        case ConflictBehavior::skip: return ConflictChoice::skip;
+        case ConflictBehavior::ask:
+            return std::nullopt;
+        case ConflictBehavior::keepBoth:
+            return ConflictChoice::keepBoth;
+        case ConflictBehavior::replace:
+            return ConflictChoice::replace;
+        case ConflictBehavior::skip:
+            return ConflictChoice::skip;
     }
     return ConflictChoice::keepBoth;
 }
@@ -108,14 +124,12 @@ Task<> Placement::beginConflictResolution(DownloadPointer item, Path staged, Pat
     const std::uint32_t attempt = item->attempt;
     ConflictResolution resolution = conflicts_.rememberedChoice(*item);
     if (!resolution) {
-        Result<ConflictResolution> answer =
-            co_await Answer<ConflictResolution>(platform_.loop, {}, [&](auto done) {
-                conflicts_.presentOrQueueConflict({platform_.random.makeUUID(), item, existing, staged,
-                                                   [done = std::move(done)](ConflictResolution given) mutable {
-                                                       done(given);
-                                                   }});
-                return Subscription();
-            });
+        Result<ConflictResolution> answer = co_await Answer<ConflictResolution>(platform_.loop, {}, [&](auto done) {
+            conflicts_.presentOrQueueConflict(
+                {platform_.random.makeUUID(), item, existing, staged,
+                 [done = std::move(done)](ConflictResolution given) mutable { done(given); }});
+            return Subscription();
+        });
         resolution = *answer;
     }
     if (resolution && isCurrent(*item, attempt)) {
@@ -130,7 +144,7 @@ Task<> Placement::beginConflictResolution(DownloadPointer item, Path staged, Pat
 
 Task<> Placement::applyConflictChoice(DownloadPointer item, ConflictChoice choice, Path staged, Path existing) {
     const std::uint32_t attempt = item->attempt;
-    auto work = [step = placing(platform_, *item, staged, existing), choice,
+    auto work = [step = placing(platform_, journal_, *item, staged, existing), choice,
                  stop = begin(*item)](const std::stop_token&) { return step.apply(choice, stop); };
     Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
     end(*item);
@@ -139,9 +153,12 @@ Task<> Placement::applyConflictChoice(DownloadPointer item, ConflictChoice choic
         if (!placed) discard(staged);
     } else {
         item->stagedURL.reset();
-        if (!placed) settlement_.markFailed(item, placed.error().description);
-        else if (placed->empty()) settlement_.markSkipped(item);
-        else settlement_.markCompleted(item, *placed);
+        if (!placed)
+            settlement_.markFailed(item, placed.error().description);
+        else if (placed->empty())
+            settlement_.markSkipped(item);
+        else
+            settlement_.markCompleted(item, *placed);
     }
     slotFreed_();
 }

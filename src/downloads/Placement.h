@@ -7,6 +7,7 @@
 
 #include "base/TaskScope.h"
 #include "downloads/ConflictQueue.h"
+#include "downloads/PlacementJournal.h"
 #include "downloads/Settlement.h"
 #include "platform/Platform.h"
 #include "settings/Preferences.h"
@@ -18,8 +19,8 @@ namespace tovri {
 class Placement {
 public:
     // The references outlive this. `slotFreed` runs whenever an item was closed.
-    Placement(const Platform& platform, DownloadList& list, ConflictQueue& conflicts, Settlement& settlement,
-              SaveSchedule& saves, std::function<void()> slotFreed);
+    Placement(const Platform& platform, std::shared_ptr<PlacementJournal> journal, DownloadList& list,
+              ConflictQueue& conflicts, Settlement& settlement, SaveSchedule& saves, std::function<void()> slotFreed);
 
     void configure(const Preferences& preferences) { preferences_ = &preferences; }
 
@@ -28,6 +29,9 @@ public:
 
     // Ends the item's placement as soon as it can be ended: its file may just have arrived under its name all the same.
     void withdraw(const Download& item);
+
+    // The items whose placement ended since the last call; what became of them is in the items.
+    [[nodiscard]] std::vector<UUID> takeEnded() { return std::exchange(ended_, {}); }
 
     [[nodiscard]] bool isIdle() const { return running_.empty(); }
 
@@ -47,6 +51,7 @@ private:
     void discard(const Path& staged);
 
     Platform platform_;
+    std::shared_ptr<PlacementJournal> journal_;  // shared with steps under way in the background
     DownloadList& list_;
     ConflictQueue& conflicts_;
     Settlement& settlement_;
@@ -54,6 +59,7 @@ private:
     std::function<void()> slotFreed_;
     const Preferences* preferences_ = nullptr;
     std::unordered_map<UUID, std::stop_source> running_;  // placements under way in the background
+    std::vector<UUID> ended_;
     TaskScope scope_;
 };
 

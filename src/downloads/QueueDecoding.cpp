@@ -1,7 +1,7 @@
-#include <simdjson.h>
-
 #include <bitset>
 #include <unordered_map>
+
+#include <simdjson.h>
 
 #include "base/FileURL.h"
 #include "downloads/QueueDate.h"
@@ -86,33 +86,58 @@ public:
     }
 
 private:
-    static constexpr std::array<std::string_view, 9> requiredKeys = {
-        "bytesDownloaded", "deleteAfterDownload", "destinationFolder", "fileID", "fileName", "fileSize",
-        "id",              "progress",            "status"};
+    static constexpr std::array<std::string_view, 9> requiredKeys = {"bytesDownloaded",
+                                                                     "deleteAfterDownload",
+                                                                     "destinationFolder",
+                                                                     "fileID",
+                                                                     "fileName",
+                                                                     "fileSize",
+                                                                     "id",
+                                                                     "progress",
+                                                                     "status"};
 
     void readRequired(DownloadRecord& item, std::string_view key, json::value& value) {
-        if (key == "bytesDownloaded") item.bytesDownloaded = readInteger(value, key);
-        else if (key == "deleteAfterDownload") item.deleteAfterDownload = tovri::read<bool>(value, key, "a boolean");
-        else if (key == "destinationFolder") item.destinationFolder = folder(readText(value, key));
-        else if (key == "fileID") item.fileID = readInteger(value, key);
-        else if (key == "fileName") item.fileName = readText(value, key);
-        else if (key == "fileSize") item.fileSize = readInteger(value, key);
-        else if (key == "id") item.id = readUUID(value, key);
-        else if (key == "progress") item.progress = tovri::read<double>(value, key, "a number");
-        else item.status = status(readText(value, key));
+        if (key == "bytesDownloaded")
+            item.bytesDownloaded = readInteger(value, key);
+        else if (key == "deleteAfterDownload")
+            item.deleteAfterDownload = tovri::read<bool>(value, key, "a boolean");
+        else if (key == "destinationFolder")
+            item.destinationFolder = folder(readText(value, key));
+        else if (key == "fileID")
+            item.fileID = readInteger(value, key);
+        else if (key == "fileName")
+            item.fileName = readText(value, key);
+        else if (key == "fileSize")
+            item.fileSize = readInteger(value, key);
+        else if (key == "id")
+            item.id = readUUID(value, key);
+        else if (key == "progress")
+            item.progress = tovri::read<double>(value, key, "a number");
+        else
+            item.status = status(readText(value, key));
     }
 
     void readOptional(DownloadRecord& item, std::string_view key, json::value& value) {
-        if (key == "completedAt") item.completedAt = readDate(value, key);
-        else if (key == "error") item.error = std::string(readText(value, key));
-        else if (key == "folderDeleteID") item.folderDeleteID = readInteger(value, key);
-        else if (key == "folderGroupID") item.folderGroupID = readUUID(value, key);
-        else if (key == "resolvedURL") item.resolvedURL = readPath(value, key);
-        else if (key == "resumeData") item.resumeData = readBlob(value, key);
-        else if (key == "securityScopeBookmark") item.securityScopeBookmark = bookmark(readBlob(value, key));
-        else if (key == "stagedURL") item.stagedURL = readPath(value, key);
-        else if (key == "startedAt") item.startedAt = readDate(value, key);
-        else if (key == "syncRuleID") item.syncRuleID = readUUID(value, key);
+        if (key == "completedAt")
+            item.completedAt = readDate(value, key);
+        else if (key == "error")
+            item.error = std::string(readText(value, key));
+        else if (key == "folderDeleteID")
+            item.folderDeleteID = readInteger(value, key);
+        else if (key == "folderGroupID")
+            item.folderGroupID = readUUID(value, key);
+        else if (key == "resolvedURL")
+            item.resolvedURL = readPath(value, key);
+        else if (key == "resumeData")
+            item.resumeData = readBlob(value, key);
+        else if (key == "securityScopeBookmark")
+            item.securityScopeBookmark = bookmark(readBlob(value, key));
+        else if (key == "stagedURL")
+            item.stagedURL = readPath(value, key);
+        else if (key == "startedAt")
+            item.startedAt = readDate(value, key);
+        else if (key == "syncRuleID")
+            item.syncRuleID = readUUID(value, key);
     }
 
     static Download::Status status(std::string_view text) {
@@ -182,12 +207,13 @@ Result<QueueSnapshot> decodeQueue(std::string_view text) {
         json::parser parser;
         json::document document = parser.iterate(padded);
         QueueSnapshot snapshot = readSnapshot(document.get_object());
-        if (!document.at_end()) throw Unreadable{"something follows the end"};
+        if (const char* rest = nullptr; document.current_location().get(rest) == simdjson::SUCCESS)
+            throw Unreadable{"something follows the end"};
         return snapshot;
     } catch (const Unreadable& unreadable) {
         return failure(Error(ErrorCase::decoding, "The queue file is damaged: " + unreadable.reason + "."));
     } catch (const simdjson::simdjson_error& error) {
-        return failure(Error(ErrorCase::decoding, std::string("The queue file is not JSON: ") + error.what() + "."));
+        return failure(Error(ErrorCase::decoding, std::string("The queue file is not JSON: ") + error.what()));
     }
 }
 

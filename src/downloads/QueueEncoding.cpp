@@ -16,8 +16,11 @@ public:
         if (letter == '/') text_ += '\\';
         text_ += letter;
     }
+
     void Flush() {}
+
     void reserve(std::size_t size) { text_.reserve(size); }
+
     std::string take() { return std::move(text_); }
 
 private:

@@ -15,7 +15,7 @@ namespace tovri {
 struct QueueSnapshot {
     std::int64_t version = 1;
     bool isPaused = false;
-    std::vector<DownloadRecord> downloads;  // in list order
+    std::vector<DownloadRecord> downloads;                          // in list order
     std::map<std::string, std::int64_t> folderGroupExpectedCounts;  // by the text of the group's UUID
 };
 

@@ -2,7 +2,9 @@
 
 namespace tovri {
 
-void RemoteDeletion::deleteFile(const DownloadPointer& item) { scope_.start(deleteRemote(item->fileID, {item})); }
+void RemoteDeletion::deleteFile(const DownloadPointer& item) {
+    scope_.start(deleteRemote(item->fileID, {item}));
+}
 
 void RemoteDeletion::checkFolderGroup(const Download& item) {
     if (!item.folderGroupID || !item.folderDeleteID) return;
@@ -40,8 +42,10 @@ Task<> RemoteDeletion::deleteRemote(std::int64_t id, std::vector<DownloadPointer
 
     Result<void> deleted = co_await api_->deleteFiles({id}, scope_.stopToken());
     for (const DownloadPointer& item : items) {
-        if (deleted) list_.setStatus(*item, Status::completed);
-        else fail(*item, deleted.error().description);
+        if (deleted)
+            list_.setStatus(*item, Status::completed);
+        else
+            fail(*item, deleted.error().description);
     }
     saves_.request(Urgency::soon);
 }

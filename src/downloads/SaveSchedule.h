@@ -17,6 +17,7 @@ public:
 
     // Nothing is saved before the saved queue was read: an empty one must not replace it.
     void open() { isOpen_ = true; }
+
     [[nodiscard]] bool isOpen() const { return isOpen_; }
 
     // Does nothing when a save is due at least as early already.

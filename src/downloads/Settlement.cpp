@@ -13,8 +13,10 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
     list_.setStatus(*item, Status::completed);
     conflicts_.dismissConflict(*item);
     notifySyncSettled(*item);
-    if (item->deleteAfterDownload) deletion_.deleteFile(item);
-    else deletion_.checkFolderGroup(*item);
+    if (item->deleteAfterDownload)
+        deletion_.deleteFile(item);
+    else
+        deletion_.checkFolderGroup(*item);
     saves_.request(Urgency::soon);
 }
 

@@ -27,9 +27,8 @@ void TransferEvents::transferDidFinish(TransferID transfer, const std::filesyste
 }
 
 void TransferEvents::transferDidFail(TransferID transfer, Error error) {
-    forward([transfer, error = std::move(error)](const Handlers& handlers) {
-        handlers.handleTaskError(transfer, error);
-    });
+    forward(
+        [transfer, error = std::move(error)](const Handlers& handlers) { handlers.handleTaskError(transfer, error); });
 }
 
 TransferSession::TokenReceiver TransferEvents::tokenReceiver(

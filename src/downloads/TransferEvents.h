@@ -10,8 +10,8 @@
 
 namespace tovri {
 
-// Stands between the transfer session's thread and the engine: stages a finished file, and passes every report on to the
-// main thread. Reports that arrive after this is gone are dropped.
+// Stands between the transfer session's thread and the engine: stages a finished file, and passes every report on to
+// the main thread. Reports that arrive after this is gone are dropped.
 class TransferEvents : public TransferDelegate {
 public:
     // Main thread, in the order of the session's reports.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -23,6 +24,21 @@ public:
     [[nodiscard]] virtual Result<void> write(std::string_view bytes) = 0;
 };
 
+// What tells a file from every other while it exists, whatever names it has; a move within its volume keeps it.
+struct FileIdentity {
+    std::uint64_t volume = 0;
+    std::uint64_t number = 0;
+
+    bool operator==(const FileIdentity&) const = default;
+};
+
+// The hidden name under which `from` is gathered beside `to` while it crosses volumes. A killed process leaves it
+// there.
+[[nodiscard]] inline std::filesystem::path gatheringPath(const std::filesystem::path& from,
+                                                         const std::filesystem::path& to) {
+    return to.parent_path() / (".tovri-" + from.filename().native());
+}
+
 // The file system. Every operation blocks; any thread. Failures describe the path and the reason in one sentence that
 // says what the user can do.
 class FileManager {
@@ -37,6 +53,9 @@ public:
     // Size of a regular file in bytes; none for anything else.
     [[nodiscard]] virtual std::optional<ByteCount> fileSize(const Path& path) = 0;
 
+    // None when nothing stands there.
+    [[nodiscard]] virtual std::optional<FileIdentity> identity(const Path& path) = 0;
+
     // With all missing parents; an existing folder is fine.
     [[nodiscard]] virtual Result<void> createDirectories(const Path& path) = 0;
 
@@ -48,7 +67,8 @@ public:
     [[nodiscard]] virtual Result<void> cloneFile(const Path& from, const Path& to) = 0;
 
     // Atomic: `to` is either absent or whole. `alreadyExists` when something stands at `to`, which is never touched.
-    // Between volumes the file is copied under a hidden name beside `to` and made durable first; a stop ends that copy.
+    // Between volumes the file is copied to its gatheringPath, which makes way, and made durable first; a stop ends
+    // that copy and removes it.
     [[nodiscard]] virtual Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) = 0;
 
     // As moveItem, but whatever stands at `to`, a folder with all it holds included, makes way once the new file has
@@ -65,6 +85,9 @@ public:
 
     // Replaces the file's content: a reader, also one after a loss of power, finds the old bytes or the new ones.
     [[nodiscard]] virtual Result<void> writeFileAtomically(const Path& path, std::string_view bytes) = 0;
+
+    // Creates the file when it is missing. Not durable.
+    [[nodiscard]] virtual Result<void> appendToFile(const Path& path, std::string_view bytes) = 0;
 
     [[nodiscard]] virtual Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) = 0;
 

@@ -14,8 +14,10 @@ public:
         folder_ = access.resolve(*bookmark);
         if (folder_ && !access.startAccess(folder_->folder)) folder_.reset();
     }
+
     ScopedFolderAccess(const ScopedFolderAccess&) = delete;
     ScopedFolderAccess& operator=(const ScopedFolderAccess&) = delete;
+
     ~ScopedFolderAccess() {
         if (folder_) access_.stopAccess(folder_->folder);
     }

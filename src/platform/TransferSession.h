@@ -43,9 +43,9 @@ public:
 
     virtual ~TransferSession() = default;
 
-    // A transfer at rest, until `start`.
+    // A transfer at rest, until `start`: from the first byte, or from where a token says.
     [[nodiscard]] virtual TransferID makeTransfer(std::string url) = 0;
-    [[nodiscard]] virtual TransferID makeTransfer(const ResumeToken& token) = 0;
+    [[nodiscard]] virtual TransferID resumeTransfer(const ResumeToken& token) = 0;
     virtual void start(TransferID transfer) = 0;
 
     // Ends the transfer and removes its partial file. A transfer that has ended is ignored.

@@ -165,6 +165,12 @@ std::optional<ByteCount> MemoryFileManager::fileSize(const Path& path) {
     return static_cast<ByteCount>(node->bytes.size());
 }
 
+std::optional<FileIdentity> MemoryFileManager::identity(const Path& path) {
+    const NodePointer node = find(path);
+    if (!node) return std::nullopt;
+    return FileIdentity{std::hash<std::string>{}(volume(path).native()), reinterpret_cast<std::uintptr_t>(node.get())};
+}
+
 Result<void> MemoryFileManager::createDirectories(const Path& path) {
     if (auto fine = begin("createDirectories", path); !fine) return fine;
     Path here = "/";
@@ -287,6 +293,15 @@ Result<void> MemoryFileManager::writeFileAtomically(const Path& path, std::strin
     target->folder->entries[target->name] = file;
     makeNameDurable(path);
     return {};
+}
+
+Result<void> MemoryFileManager::appendToFile(const Path& path, std::string_view bytes) {
+    if (auto fine = begin("appendToFile", path); !fine) return fine;
+    if (!find(path)) {
+        auto created = createFile(path);
+        if (!created) return failure(created);
+    }
+    return append(path, bytes);
 }
 
 Result<std::unique_ptr<FileHandle>> MemoryFileManager::openForReading(const Path& path) {

@@ -55,6 +55,7 @@ public:
 
     [[nodiscard]] bool exists(const Path& path) override;
     [[nodiscard]] std::optional<ByteCount> fileSize(const Path& path) override;
+    [[nodiscard]] std::optional<FileIdentity> identity(const Path& path) override;
     [[nodiscard]] Result<void> createDirectories(const Path& path) override;
     [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
     [[nodiscard]] Result<void> cloneFile(const Path& from, const Path& to) override;
@@ -64,6 +65,7 @@ public:
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
     [[nodiscard]] Result<ByteBlob> readFile(const Path& path) override;
     [[nodiscard]] Result<void> writeFileAtomically(const Path& path, std::string_view bytes) override;
+    [[nodiscard]] Result<void> appendToFile(const Path& path, std::string_view bytes) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> createFile(const Path& path) override;
 

@@ -67,7 +67,7 @@ TransferID SimulatedTransferSession::makeTransfer(std::string url) {
     return nextID_++;
 }
 
-TransferID SimulatedTransferSession::makeTransfer(const ResumeToken& token) {
+TransferID SimulatedTransferSession::resumeTransfer(const ResumeToken& token) {
     auto transfer = std::make_unique<Transfer>();
     transfer->isResumed = true;
     transfer->origin = token;

@@ -52,7 +52,7 @@ public:
     ~SimulatedTransferSession() override;
 
     [[nodiscard]] TransferID makeTransfer(std::string url) override;
-    [[nodiscard]] TransferID makeTransfer(const ResumeToken& token) override;
+    [[nodiscard]] TransferID resumeTransfer(const ResumeToken& token) override;
     void start(TransferID transfer) override;
     void cancel(TransferID transfer) override;
     void cancelProducingToken(TransferID transfer, TokenReceiver receive) override;

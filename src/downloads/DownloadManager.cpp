@@ -1,0 +1,284 @@
+#include "downloads/DownloadManager.h"
+
+#include <algorithm>
+#include <numeric>
+#include <ranges>
+
+#include "downloads/FolderWalk.h"
+
+namespace tovri {
+
+using Status = Download::Status;
+
+DownloadManager::DownloadManager(const Platform& platform, TransferSessionFactory makeSession)
+    : platform_(platform),
+      makeSession_(std::move(makeSession)),
+      store_(std::make_shared<DownloadStore>(platform)),
+      journal_(
+          std::make_shared<PlacementJournal>(platform.files, platform.folders.applicationData / "placements.journal")),
+      saves_(platform.loop, [this] { save(); }),
+      groups_(list_),
+      conflicts_(list_),
+      deletion_(list_, groups_, saves_),
+      settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
+      placement_(platform, journal_, list_, conflicts_, settlement_, saves_,
+                 [this] {
+                     processQueue();
+                     finishSuspending();
+                 }),
+      events_(
+          platform, store_->stagingDirectory(),
+          {.handleProgress = [this](TransferID transfer, ByteCount written,
+                                    ByteCount expected) { handleProgress(transfer, written, expected); },
+           .handleFinished = [this](TransferID transfer,
+                                    const std::filesystem::path& staged) { handleFinished(transfer, staged); },
+           .handleTaskError = [this](TransferID transfer, const Error& error) { handleTaskError(transfer, error); }}) {}
+
+DownloadManager::~DownloadManager() = default;
+
+void DownloadManager::configure(PutIOAPI& api, const Preferences& preferences) {
+    api_ = &api;
+    preferences_ = &preferences;
+    deletion_.configure(api);
+    placement_.configure(preferences);
+}
+
+// --- Queueing ---
+
+DestinationFolder DownloadManager::resolveDestination(const std::optional<DestinationFolder>& destination) const {
+    if (destination) return *destination;
+    if (!preferences_) return {platform_.folders.home.native() + "/Downloads", std::nullopt};
+    return {preferences_->downloadFolderURL(), preferences_->defaultDownloadBookmark()};
+}
+
+namespace {
+
+DownloadRecord newRecord(const PutIOFile& file, const UUID& id) {
+    DownloadRecord record;
+    record.id = id;
+    record.fileID = file.id;
+    record.fileName = file.name;
+    record.fileSize = file.size.value_or(0);
+    return record;
+}
+
+std::shared_ptr<const ByteBlob> sharedBookmark(const std::optional<ByteBlob>& bookmark) {
+    return bookmark ? std::make_shared<const ByteBlob>(*bookmark) : nullptr;
+}
+
+}  // namespace
+
+DownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOptions& options) {
+    const DestinationFolder destination = resolveDestination(options.destination);
+    DownloadRecord record = newRecord(file, platform_.random.makeUUID());
+    record.destinationFolder = std::make_shared<const std::filesystem::path>(destination.folder);
+    record.securityScopeBookmark = sharedBookmark(destination.bookmark);
+    record.deleteAfterDownload =
+        options.deleteAfterDownload.value_or(preferences_ && preferences_->deleteAfterDownload());
+    record.syncRuleID = options.syncRuleID;
+
+    auto item = std::make_shared<Download>(std::move(record));
+    list_.insertOnTop({item});
+    processQueue();
+    scheduleSave();
+    return item;
+}
+
+Task<Result<std::vector<DownloadPointer>>> DownloadManager::enqueueFolder(FolderRequest request, std::stop_token stop) {
+    FolderWalk walk(*api_);
+    Result<std::vector<ListedFile>> files =
+        co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
+    if (!files) {
+        platform_.log.line("[DownloadManager] Failed to list folder " + request.name + ": " +
+                           files.error().description);
+        co_return failure(files);
+    }
+    if (request.deleteAfterDownload) groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
+
+    const auto bookmark = sharedBookmark(request.destination.bookmark);
+    SharedFolder folder;  // of the file before: a folder's files follow one another
+    std::vector<DownloadPointer> items;
+    items.reserve(files->size());
+    for (const ListedFile& listed : *files) {
+        if (!folder || *folder != listed.folder) folder = std::make_shared<const std::filesystem::path>(listed.folder);
+        DownloadRecord record = newRecord(listed.file, platform_.random.makeUUID());
+        record.destinationFolder = folder;
+        record.securityScopeBookmark = bookmark;
+        if (request.deleteAfterDownload) {
+            record.folderDeleteID = request.folderID;
+            record.folderGroupID = request.groupID;
+        }
+        items.push_back(std::make_shared<Download>(std::move(record)));
+    }
+    // Each file goes on top of the one before, so the last file walked is the first to start.
+    std::ranges::reverse(items);
+    list_.insertOnTop(items);
+    processQueue();
+    scheduleSave();
+    platform_.log.line("[DownloadManager] Enqueued " + std::to_string(items.size()) + " files from folder " +
+                       request.name);
+    co_return items;
+}
+
+std::unordered_set<std::int64_t> DownloadManager::inFlightFileIDs(const UUID& rule,
+                                                                  const std::unordered_set<std::int64_t>& candidates) {
+    std::unordered_set<std::int64_t> inFlight;
+    std::vector<DownloadPointer> failed;
+    for (const DownloadPointer& item : list_.items()) {
+        if (item->syncRuleID != rule || !candidates.contains(item->fileID)) continue;
+        if (item->status == Status::failed) failed.push_back(item);
+        inFlight.insert(item->fileID);
+    }
+    for (const DownloadPointer& item : failed) retry(item);
+    return inFlight;
+}
+
+// --- Control ---
+
+void DownloadManager::pause(const DownloadPointer& item) {
+    if (item->status != Status::downloading || !item->downloadTask) return;
+    const TransferID transfer = *item->downloadTask;
+    session().cancelProducingToken(transfer, events_.tokenReceiver([this, item, transfer](auto token) {
+        handlePaused(item, std::move(token), transfer);
+    }));
+}
+
+void DownloadManager::resume(const DownloadPointer& item) {
+    if (item->status != Status::paused) return;
+    list_.setStatus(*item, Status::queued);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::setPaused(bool isPaused) {
+    if (isPaused_ == isPaused) return;
+    isPaused_ = isPaused;
+    list_.tell(QueueChange::Kind::isPaused);
+}
+
+void DownloadManager::pauseAll() {
+    setPaused(true);
+    for (const DownloadPointer& item : list_.withStatus(Status::downloading)) pause(item);
+    for (const DownloadPointer& item : list_.withStatus(Status::queued)) list_.setStatus(*item, Status::paused);
+    scheduleSave();
+}
+
+void DownloadManager::resumeAll() {
+    setPaused(false);
+    for (const DownloadPointer& item : list_.withStatus(Status::paused)) list_.setStatus(*item, Status::queued);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::cancel(const DownloadPointer& item) {
+    endTransfer(item);
+    placement_.withdraw(*item);
+    settlement_.markCancelled(item);
+    conflicts_.dismissConflict(*item);
+    processQueue();
+}
+
+void DownloadManager::cancelAll() {
+    for (const DownloadPointer& item :
+         list_.withStatus({Status::downloading, Status::queued, Status::paused, Status::awaitingConflict})) {
+        endTransfer(item);
+        placement_.withdraw(*item);
+        settlement_.markCancelled(item);
+        conflicts_.dismissConflict(*item);
+    }
+    scheduleSave();
+}
+
+void DownloadManager::remove(const DownloadPointer& item) {
+    endTransfer(item);
+    placement_.withdraw(*item);
+    if (!isFinished(item->status)) settlement_.notifySyncSettled(*item);
+    list_.remove(*item);
+    conflicts_.dismissConflict(*item);
+    dropToken(*item);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::clearFinished() {
+    for (const DownloadPointer& item : finishedDownloads()) dropToken(*item);
+    list_.removeFinished();
+    scheduleSave();
+}
+
+void DownloadManager::retry(const DownloadPointer& item) {
+    endTransfer(item);
+    placement_.withdraw(*item);
+    dropToken(*item);
+    item->progress = 0;
+    item->bytesDownloaded = 0;
+    item->speed = 0;
+    item->error.reset();
+    item->resolvedURL.reset();
+    item->completedAt.reset();
+    ++item->attempt;  // what an earlier start still waits for is stale
+    list_.setStatus(*item, Status::queued);
+    conflicts_.dismissConflict(*item);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::moveUp(const DownloadPointer& item) {
+    if (list_.moveUp(*item)) scheduleSave();
+}
+
+void DownloadManager::moveDown(const DownloadPointer& item) {
+    if (list_.moveDown(*item)) scheduleSave();
+}
+
+void DownloadManager::moveToTop(const DownloadPointer& item) {
+    if (list_.moveToTop(*item)) scheduleSave();
+}
+
+// --- Sums ---
+
+std::size_t DownloadManager::activeCount() const {
+    return list_.count({Status::downloading, Status::awaitingConflict});
+}
+
+ByteCount DownloadManager::totalSpeed() const {
+    const auto running = list_.withStatus(Status::downloading);
+    return std::transform_reduce(running.begin(), running.end(), ByteCount{0}, std::plus<>(),
+                                 [](const DownloadPointer& item) { return item->speed; });
+}
+
+std::vector<DownloadPointer> DownloadManager::activeDownloads() const {
+    return list_.withStatus({Status::downloading, Status::deleting, Status::awaitingConflict});
+}
+
+std::vector<DownloadPointer> DownloadManager::finishedDownloads() const {
+    return list_.withStatus(
+        {Status::completed, Status::failed, Status::cancelled, Status::skipped, Status::remoteDeleteFailed});
+}
+
+bool DownloadManager::hasUnfinishedWork() const {
+    return list_.count({Status::downloading, Status::queued, Status::awaitingConflict}) > 0;
+}
+
+double DownloadManager::overallProgress() const {
+    ByteCount received = 0;
+    ByteCount total = 0;
+    for (const DownloadPointer& item : list_.items()) {
+        if (!occupiesSlot(item->status) && item->status != Status::paused && item->status != Status::queued) continue;
+        received += item->bytesDownloaded;
+        total += item->fileSize;
+    }
+    return total > 0 ? static_cast<double>(received) / static_cast<double>(total) : 0.0;
+}
+
+std::string DownloadManager::queueETAText() const {
+    const ByteCount speed = totalSpeed();
+    if (speed <= 0) return "";
+    ByteCount remaining = 0;
+    for (const DownloadPointer& item : list_.items())
+        if (item->status == Status::downloading || item->status == Status::queued)
+            remaining += item->fileSize - item->bytesDownloaded;
+    return remaining > 0 ? durationText(static_cast<double>(remaining) / static_cast<double>(speed)) : "";
+}
+
+}  // namespace tovri

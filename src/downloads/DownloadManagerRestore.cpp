@@ -1,0 +1,139 @@
+// How the queue outlives the process.
+#include <algorithm>
+#include <iterator>
+#include <optional>
+#include <set>
+
+#include "downloads/DownloadManager.h"
+
+namespace tovri {
+namespace {
+
+using Status = Download::Status;
+
+void startOver(Download& item) {
+    item.progress = 0;
+    item.bytesDownloaded = 0;
+}
+
+// Puts an item that the previous run left half-done into a state from which this run can go on.
+void normalize(Download& item, bool isQueuePaused, FileManager& files) {
+    const Status waiting = isQueuePaused ? Status::paused : Status::queued;
+    switch (item.status) {
+        case Status::queued:
+            item.status = waiting;
+            break;
+        case Status::downloading:
+            item.status = waiting;
+            if (!item.resumeData) startOver(item);
+            break;
+        case Status::awaitingConflict:
+            if (item.stagedURL && files.exists(*item.stagedURL)) break;
+            item.stagedURL.reset();
+            item.status = waiting;
+            startOver(item);
+            break;
+        case Status::deleting:
+            item.status = Status::remoteDeleteFailed;
+            item.error = "Interrupted before put.io confirmed the deletion.";
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace
+
+void DownloadManager::restoreQueue() {
+    if (hasRestored_) return;
+    hasRestored_ = true;
+    saves_.open();
+    QueueSnapshot snapshot = store_->load();
+    setPaused(snapshot.isPaused);
+    groups_.restore(snapshot.folderGroupExpectedCounts);
+
+    std::set<std::filesystem::path> staged;
+    std::vector<TransferSession::ResumeToken> tokens;
+    std::vector<DownloadPointer> awaiting;
+    std::vector<DownloadPointer> items;
+    items.reserve(snapshot.downloads.size());
+    for (DownloadRecord& record : snapshot.downloads) {
+        auto item = std::make_shared<Download>(std::move(record));
+        normalize(*item, isPaused_, platform_.files);
+        if (item->resumeData) tokens.push_back(*item->resumeData);
+        if (item->status == Status::awaitingConflict) {
+            staged.insert(std::filesystem::path(*item->stagedURL).lexically_normal());
+            awaiting.push_back(item);
+        }
+        items.push_back(std::move(item));
+    }
+    list_.append(std::move(items));
+    PlacementJournal::Leftovers leftovers = journal_->recover();
+    unjournaled_ = std::move(leftovers.noted);
+    adoptArrived(std::move(leftovers.arrived));
+    store_->cleanStaging(staged);
+    session().discardAllBut(tokens);
+
+    for (const DownloadPointer& item : awaiting)
+        if (item->status == Status::awaitingConflict) placement_.placeFile(item, *item->stagedURL);
+    processQueue();
+    scheduleSave();
+}
+
+QueueSnapshot DownloadManager::makeSnapshot() const {
+    QueueSnapshot snapshot;
+    snapshot.isPaused = isPaused_;
+    snapshot.downloads.reserve(list_.items().size());
+    for (const DownloadPointer& item : list_.items()) snapshot.downloads.push_back(*item);
+    snapshot.folderGroupExpectedCounts = groups_.expectedCounts();
+    return snapshot;
+}
+
+// Closes items whose files got their names in the moment before the previous process died.
+void DownloadManager::adoptArrived(std::unordered_map<UUID, std::filesystem::path> arrived) {
+    std::vector<DownloadPointer> items;
+    for (const DownloadPointer& item : list_.items())
+        if (!isFinished(item->status) && arrived.contains(item->id)) items.push_back(item);
+    for (const DownloadPointer& item : items) {
+        const std::filesystem::path& path = arrived[item->id];
+        const bool isDeletedLater = item->deleteAfterDownload || item->folderDeleteID;
+        if (isDeletedLater && !platform_.files.makeDurable(path)) continue;  // then it is fetched once more
+        item->bytesDownloaded = item->fileSize;
+        item->stagedURL.reset();
+        settlement_.markCompleted(item, path);
+    }
+}
+
+// What was placed since the last save, and what earlier saves could not write down.
+const std::vector<UUID>& DownloadManager::takePlaced() {
+    std::ranges::copy(placement_.takeEnded(), std::back_inserter(unjournaled_));
+    return unjournaled_;
+}
+
+// The snapshot is taken here, at one instant; encoding and writing a long queue must not stop the main loop.
+void DownloadManager::save() {
+    auto snapshot = std::make_shared<QueueSnapshot>(makeSnapshot());
+    const auto isWritten = std::make_shared<bool>(false);
+    const std::vector<UUID>& placed = takePlaced();
+    saving_ = platform_.background.run(
+        [store = store_, journal = journal_, snapshot, placed, isWritten,
+         number = store_->nextSaveNumber()](const std::stop_token&) {
+            *isWritten = store->save(std::move(*snapshot), number);
+            if (*isWritten) journal->forget(placed);
+        },
+        [this, isWritten, count = placed.size()] {
+            if (*isWritten) unjournaled_.erase(unjournaled_.begin(), unjournaled_.begin() + static_cast<long>(count));
+        });
+}
+
+void DownloadManager::saveNow() {
+    if (!hasRestored_) return;
+    saves_.cancel();
+    saving_.reset();
+    const std::vector<UUID>& placed = takePlaced();
+    if (!store_->save(makeSnapshot(), store_->nextSaveNumber())) return;
+    journal_->forget(placed);
+    unjournaled_.clear();
+}
+
+}  // namespace tovri

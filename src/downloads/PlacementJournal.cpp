@@ -1,0 +1,101 @@
+#include "downloads/PlacementJournal.h"
+
+#include <charconv>
+#include <ranges>
+
+#include "base/FileURL.h"
+
+namespace tovri {
+namespace {
+
+constexpr char separator = '\t';  // never in a file URL, a UUID or a number
+
+struct Entry {
+    UUID item;
+    FileIdentity identity;
+    std::filesystem::path staged;
+    std::filesystem::path target;
+};
+
+std::string line(const Entry& entry) {
+    return entry.item.text() + separator + std::to_string(entry.identity.volume) + separator +
+           std::to_string(entry.identity.number) + separator + fileURLText(entry.staged, FileURLKind::file) +
+           separator + fileURLText(entry.target, FileURLKind::file) + '\n';
+}
+
+std::optional<std::uint64_t> number(std::string_view text) {
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+// None for a line that a dying process left unfinished.
+std::optional<Entry> parse(std::string_view text) {
+    std::vector<std::string_view> fields;
+    for (const auto field : std::views::split(text, separator)) fields.emplace_back(field.begin(), field.end());
+    if (fields.size() != 5) return std::nullopt;
+    const auto item = UUID::parse(fields[0]);
+    const auto volume = number(fields[1]);
+    const auto node = number(fields[2]);
+    auto staged = parseFileURL(fields[3]);
+    auto target = parseFileURL(fields[4]);
+    if (!item || !volume || !node || !staged || !target) return std::nullopt;
+    return Entry{*item, {*volume, *node}, std::move(*staged), std::move(*target)};
+}
+
+}  // namespace
+
+PlacementJournal::PlacementJournal(FileManager& files, std::filesystem::path file)
+    : files_(files), file_(std::move(file)) {}
+
+void PlacementJournal::note(const UUID& item, const std::filesystem::path& staged,
+                            const std::filesystem::path& target) {
+    auto identity = files_.identity(staged);
+    if (!identity) identity = files_.identity(target);
+    if (!identity) return;
+    const std::string text = line({item, *identity, staged, target});
+
+    const std::scoped_lock lock(access_);
+    lines_[item] += text;
+    (void)files_.appendToFile(file_, text);
+}
+
+void PlacementJournal::forget(const std::vector<UUID>& items) {
+    constexpr std::size_t worthRewriting = std::size_t{1} << 20U;
+    const std::scoped_lock lock(access_);
+    for (const UUID& item : items) {
+        const auto lines = lines_.find(item);
+        if (lines == lines_.end()) continue;
+        forgottenBytes_ += lines->second.size();
+        lines_.erase(lines);
+    }
+    if (forgottenBytes_ > 0 && (lines_.empty() || forgottenBytes_ > worthRewriting)) rewrite();
+}
+
+void PlacementJournal::rewrite() {
+    std::string text;
+    for (const std::string& lines : lines_ | std::views::values) text += lines;
+    (void)(text.empty() ? files_.removeItem(file_) : files_.writeFileAtomically(file_, text));
+    forgottenBytes_ = 0;
+}
+
+PlacementJournal::Leftovers PlacementJournal::recover() {
+    const std::scoped_lock lock(access_);
+    Leftovers leftovers;
+    const Result<ByteBlob> text = files_.readFile(file_);
+    if (!text) return leftovers;
+    for (const auto part : std::views::split(std::string_view(*text), '\n')) {
+        const std::string_view line(part.begin(), part.end());
+        const std::optional<Entry> entry = parse(line);
+        if (!entry) continue;
+        lines_[entry->item] += std::string(line) + '\n';
+        if (const auto gathered = gatheringPath(entry->staged, entry->target); files_.exists(gathered))
+            (void)files_.removeItem(gathered);
+        if (files_.identity(entry->target) == entry->identity) leftovers.arrived[entry->item] = entry->target;
+    }
+    for (const UUID& item : lines_ | std::views::keys) leftovers.noted.push_back(item);
+    return leftovers;
+}
+
+}  // namespace tovri
