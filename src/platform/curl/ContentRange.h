@@ -1,0 +1,26 @@
+#pragma once
+
+#include <optional>
+#include <string_view>
+
+#include "base/Bytes.h"
+
+namespace tovri {
+
+// The part of a file that an answer carries: bytes `first` to `last`, both included, of `length`.
+struct ContentRange {
+    ByteCount first = 0;
+    ByteCount last = 0;
+    ByteCount length = 0;
+
+    bool operator==(const ContentRange&) const = default;
+};
+
+// Reads the value of a Content-Range header (RFC 9110, section 14.4). None unless all three numbers are given and fit
+// together.
+[[nodiscard]] std::optional<ContentRange> parseContentRange(std::string_view value);
+
+// A number of decimal digits alone; none when it is empty, carries a sign or blanks, or exceeds 63 bits.
+[[nodiscard]] std::optional<ByteCount> parseByteCount(std::string_view digits);
+
+}  // namespace tovri

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <unordered_map>
+
+#include "platform/HTTPSession.h"
+#include "platform/MainLoop.h"
+
+namespace tovri {
+
+class CurlLoop;
+
+// HTTP over libcurl, on a thread of its own with kept connections. Requests that are under way when it is destroyed end
+// without an answer. A subscription may outlive it.
+class CurlHTTPSession final : public HTTPSession {
+public:
+    // `mainLoop` outlives the session. Reads the trusted certificates' place from the environment.
+    explicit CurlHTTPSession(MainLoop& mainLoop);
+    CurlHTTPSession(const CurlHTTPSession&) = delete;
+    CurlHTTPSession& operator=(const CurlHTTPSession&) = delete;
+    ~CurlHTTPSession() override;
+
+    Subscription send(HTTPRequest request, Done done) override;
+
+private:
+    class Job;
+    struct Answering;
+    struct Network;
+
+    MainLoop& mainLoop_;
+    std::shared_ptr<Network> network_;
+    std::int64_t lastJob_ = 0;
+};
+
+}  // namespace tovri

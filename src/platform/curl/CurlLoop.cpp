@@ -1,0 +1,189 @@
+#include "platform/curl/CurlLoop.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "platform/curl/SignalMask.h"
+
+namespace tovri {
+namespace {
+
+constexpr std::chrono::milliseconds tickInterval{250};
+constexpr std::size_t spareHandleLimit = 8;
+constexpr long receiveBuffer = 512L * 1024;
+
+// The variables that the curl program honours; the library by itself reads none of them.
+std::string trustedCertificatesFromEnvironment() {
+    for (const char* name : {"CURL_CA_BUNDLE", "SSL_CERT_FILE"})
+        if (const char* value = std::getenv(name); value != nullptr && *value != '\0') return value;
+    return {};
+}
+
+void initializeLibrary() {
+    static const CURLcode once = curl_global_init(CURL_GLOBAL_ALL);
+    static_cast<void>(once);
+}
+
+MultiHandle makeMulti() {
+    initializeLibrary();
+    MultiHandle multi(curl_multi_init());
+    curl_multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, CurlLoop::connectionsPerHost);
+    return multi;
+}
+
+// Encrypted sessions are resumed whichever handle began them. No lock: one thread uses it.
+ShareHandle makeShare() {
+    initializeLibrary();
+    ShareHandle share(curl_share_init());
+    curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
+    return share;
+}
+
+}  // namespace
+
+CurlLoop::CurlLoop()
+    : trustedCertificates_(trustedCertificatesFromEnvironment()), share_(makeShare()), multi_(makeMulti()) {
+    const SignalMask blocked;
+    thread_ = std::thread([this] { work(); });
+}
+
+CurlLoop::~CurlLoop() {
+    stop({});
+}
+
+// The thread gives up multi_ only after it has taken the lock and found isStopping_.
+void CurlLoop::run(Job job) {
+    const std::lock_guard lock(mutex_);
+    if (isStopping_) return;
+    jobs_.push_back(std::move(job));
+    curl_multi_wakeup(multi_.get());
+}
+
+void CurlLoop::stop(Job last) {
+    if (!thread_.joinable()) return;
+    {
+        const std::lock_guard lock(mutex_);
+        isStopping_ = true;
+        last_ = std::move(last);
+        curl_multi_wakeup(multi_.get());
+    }
+    thread_.join();
+}
+
+void CurlLoop::runAfter(Duration delay, Job job) {
+    timers_.emplace(std::chrono::steady_clock::now() + delay, std::move(job));
+}
+
+EasyHandle CurlLoop::takeHandle() {
+    EasyHandle handle;
+    if (spareHandles_.empty()) {
+        handle.reset(curl_easy_init());
+    } else {
+        handle = std::move(spareHandles_.back());
+        spareHandles_.pop_back();
+        curl_easy_reset(handle.get());
+    }
+    const auto set = [&](CURLoption option, auto value) { curl_easy_setopt(handle.get(), option, value); };
+    set(CURLOPT_SHARE, share_.get());
+    set(CURLOPT_NOSIGNAL, 1L);
+    set(CURLOPT_QUICK_EXIT, 1L);  // a withdrawn request does not wait for its name look-up
+    set(CURLOPT_TCP_NODELAY, 1L);
+    set(CURLOPT_TCP_KEEPALIVE, 1L);
+    set(CURLOPT_BUFFERSIZE, receiveBuffer);
+    set(CURLOPT_UPLOAD_BUFFERSIZE, receiveBuffer);
+    // The HTTP/2 of the library's versions 7.87 to 8.5 has known faults.
+    set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    set(CURLOPT_PROTOCOLS_STR, "http,https");
+    set(CURLOPT_FOLLOWLOCATION, 0L);
+    set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+    set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+    set(CURLOPT_SSL_VERIFYPEER, 1L);
+    set(CURLOPT_SSL_VERIFYHOST, 2L);
+    set(CURLOPT_USERAGENT, "Tovri");
+    if (!trustedCertificates_.empty()) set(CURLOPT_CAINFO, trustedCertificates_.c_str());
+    return handle;
+}
+
+void CurlLoop::giveBack(EasyHandle handle) {
+    if (spareHandles_.size() < spareHandleLimit) spareHandles_.push_back(std::move(handle));
+}
+
+void CurlLoop::add(CurlLoopClient& client) {
+    curl_easy_setopt(client.handle(), CURLOPT_PRIVATE, &client);
+    curl_multi_add_handle(multi_.get(), client.handle());
+    clients_.insert(&client);
+    if (std::exchange(isTicking_, true)) return;
+    runAfter(tickInterval, [this] { tick(); });
+}
+
+void CurlLoop::remove(CurlLoopClient& client) {
+    if (clients_.erase(&client) > 0) curl_multi_remove_handle(multi_.get(), client.handle());
+}
+
+void CurlLoop::work() {
+    while (runJobs()) {
+        int running = 0;
+        curl_multi_perform(multi_.get(), &running);
+        readMessages();
+        runTimers();
+        curl_multi_poll(multi_.get(), nullptr, 0, pollLimit(), nullptr);
+    }
+    if (last_) last_();
+    // Here, where a connection that is already broken raises no signal.
+    spareHandles_.clear();
+    multi_.reset();
+    share_.reset();
+}
+
+bool CurlLoop::runJobs() {
+    std::vector<Job> jobs;
+    {
+        const std::lock_guard lock(mutex_);
+        if (isStopping_) return false;
+        jobs.swap(jobs_);
+    }
+    for (Job& job : jobs) job();
+    return true;
+}
+
+void CurlLoop::readMessages() {
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
+        if (message->msg != CURLMSG_DONE) continue;
+        const CURLcode code = message->data.result;
+        void* client = nullptr;
+        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &client);
+        static_cast<CurlLoopClient*>(client)->didFinish(code);
+    }
+}
+
+void CurlLoop::runTimers() {
+    if (timers_.empty()) return;
+    const TimePoint now = std::chrono::steady_clock::now();
+    while (!timers_.empty() && timers_.begin()->first <= now) {
+        Job job = std::move(timers_.begin()->second);
+        timers_.erase(timers_.begin());
+        job();
+    }
+}
+
+void CurlLoop::tick() {
+    const TimePoint now = std::chrono::steady_clock::now();
+    const std::vector<CurlLoopClient*> round(clients_.begin(), clients_.end());
+    for (CurlLoopClient* client : round)
+        if (clients_.contains(client)) client->tick(now);
+    isTicking_ = !clients_.empty();
+    if (isTicking_) runAfter(tickInterval, [this] { tick(); });
+}
+
+// In milliseconds.
+int CurlLoop::pollLimit() const {
+    constexpr std::chrono::milliseconds longest = std::chrono::minutes(10);
+    if (timers_.empty()) return static_cast<int>(longest.count());
+    const auto left =
+        std::chrono::ceil<std::chrono::milliseconds>(timers_.begin()->first - std::chrono::steady_clock::now());
+    return static_cast<int>(std::clamp(left, std::chrono::milliseconds::zero(), longest).count());
+}
+
+}  // namespace tovri

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/curl/CurlHandles.h"
+
+namespace tovri {
+
+// One request under way, as the loop sees it. All on the loop's thread.
+class CurlLoopClient {
+public:
+    virtual ~CurlLoopClient() = default;
+    [[nodiscard]] virtual CURL* handle() = 0;
+    virtual void didFinish(CURLcode code) = 0;
+
+    // A few times a second while the client is in the loop.
+    virtual void tick(std::chrono::steady_clock::time_point now) = 0;
+};
+
+// The thread that moves all bytes of one session, with the connections that its requests share. Owned by the session,
+// which gives it jobs and keeps everything that they touch on this thread.
+class CurlLoop {
+public:
+    using Job = std::move_only_function<void()>;
+    using Duration = std::chrono::steady_clock::duration;
+
+    static constexpr long connectionsPerHost = 6;
+
+    CurlLoop();
+    CurlLoop(const CurlLoop&) = delete;
+    CurlLoop& operator=(const CurlLoop&) = delete;
+    ~CurlLoop();
+
+    // Runs the job on the loop's thread, after those given before it. Any thread. Once stopped, it does nothing.
+    void run(Job job);
+
+    // Runs `last`, which removes every client, on the loop's thread and ends that thread. Jobs that wait are dropped.
+    void stop(Job last);
+
+    // The rest belongs to the loop's thread.
+
+    void runAfter(Duration delay, Job job);
+
+    // A handle with the settings that all requests share, and its way back when it is not in the loop any more.
+    [[nodiscard]] EasyHandle takeHandle();
+    void giveBack(EasyHandle handle);
+
+    // From now on the client is told, until it has finished or is removed. It stays alive until then.
+    void add(CurlLoopClient& client);
+    void remove(CurlLoopClient& client);
+
+private:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    void work();
+    [[nodiscard]] bool runJobs();
+    void readMessages();
+    void runTimers();
+    void tick();
+    [[nodiscard]] int pollLimit() const;
+
+    std::mutex mutex_;
+    std::vector<Job> jobs_;
+    Job last_;
+    bool isStopping_ = false;
+
+    std::string trustedCertificates_;  // a file; empty for the library's own choice
+    ShareHandle share_;
+    MultiHandle multi_;
+    std::vector<EasyHandle> spareHandles_;
+    std::unordered_set<CurlLoopClient*> clients_;
+    std::multimap<TimePoint, Job> timers_;
+    bool isTicking_ = false;
+    std::thread thread_;
+};
+
+}  // namespace tovri

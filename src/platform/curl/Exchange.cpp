@@ -1,0 +1,255 @@
+#include "platform/curl/Exchange.h"
+
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+#include "platform/curl/HeaderText.h"
+#include "platform/curl/TransportError.h"
+
+namespace tovri {
+namespace {
+
+constexpr int redirectLimit = 10;
+
+curl_socket_t socketOf(CURL* handle) {
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    curl_easy_getinfo(handle, CURLINFO_ACTIVESOCKET, &socket);
+    return socket;
+}
+
+}  // namespace
+
+struct Exchange::Callbacks {
+    static std::size_t header(char* data, std::size_t, std::size_t size, void* self) {
+        return static_cast<Exchange*>(self)->readHeaderLine({data, size}) ? size : CURL_WRITEFUNC_ERROR;
+    }
+
+    static std::size_t write(char* data, std::size_t, std::size_t size, void* self) {
+        return static_cast<Exchange*>(self)->readBody({data, size}) ? size : CURL_WRITEFUNC_ERROR;
+    }
+
+    static std::size_t read(char* buffer, std::size_t, std::size_t size, void* self) {
+        auto& exchange = *static_cast<Exchange*>(self);
+        Result<std::size_t> count = exchange.request_.body->read(buffer, size);
+        if (count) return *count;
+        exchange.refusal_ = std::move(count.error());
+        return CURL_READFUNC_ABORT;
+    }
+
+    static int seek(void* self, curl_off_t offset, int) {
+        static_cast<Exchange*>(self)->request_.body->moveTo(offset);
+        return CURL_SEEKFUNC_OK;
+    }
+
+    static int progress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
+        auto& exchange = *static_cast<Exchange*>(self);
+        if (exchange.request_.body) exchange.receiver_.didSend(sent, exchange.request_.body->length());
+        return CURL_PROGRESSFUNC_CONTINUE;
+    }
+
+    // Counts the body bytes of each read: only here are those past the announced length seen.
+    static int debug(CURL*, curl_infotype type, char*, std::size_t size, void* self) {
+        if (type == CURLINFO_DATA_IN) static_cast<Exchange*>(self)->bodyOnWire_ += static_cast<ByteCount>(size);
+        return 0;
+    }
+
+    static int resolverStart(void*, void*, void* self) {
+        static_cast<Exchange*>(self)->hasBegun_ = true;
+        return 0;
+    }
+
+    static int socketOpened(void* self, curl_socket_t, curlsocktype) {
+        static_cast<Exchange*>(self)->hasBegun_ = true;
+        return CURL_SOCKOPT_OK;
+    }
+
+    static int connected(void* self, char*, char*, int, int) {
+        auto& exchange = *static_cast<Exchange*>(self);
+        exchange.hasBegun_ = true;
+        exchange.movedAtLastLook_ = -1;
+        return CURL_PREREQFUNC_OK;
+    }
+};
+
+Exchange::Exchange(CurlLoop& loop, ExchangeReceiver& receiver, ExchangeRequest request)
+    : loop_(loop), receiver_(receiver), request_(std::move(request)) {}
+
+Exchange::~Exchange() {
+    if (!handle_) return;
+    loop_.remove(*this);
+    loop_.giveBack(std::move(handle_));
+}
+
+Result<void> Exchange::start() {
+    Result<Address> address = Address::parse(request_.url);
+    if (!address) return failure(address);
+    address_ = std::move(*address);
+    send();
+    return {};
+}
+
+void Exchange::send() {
+    if (handle_) loop_.giveBack(std::move(handle_));
+    handle_ = loop_.takeHandle();
+    head_ = {};
+    isHeadComplete_ = false;
+    bodyOnWire_ = 0;
+    hasBegun_ = false;
+    movedAtLastLook_ = -1;
+
+    CURL* const curl = handle_.get();
+    curl_easy_setopt(curl, CURLOPT_URL, address_.url.c_str());
+    // A proxy would take a loopback address for its own.
+    if (address_.isLoopback()) curl_easy_setopt(curl, CURLOPT_PROXY, "");
+    // Each address of a host gets its share of this time.
+    curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request_.idleLimit.count()));
+    if (request_.acceptsCompression) curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
+    configureHeaders();
+    configureBody();
+    configureCallbacks();
+    loop_.add(*this);
+}
+
+void Exchange::configureHeaders() {
+    curl_slist* list = curl_slist_append(nullptr, "Expect:");
+    for (const auto& [name, value] : request_.headers) list = curl_slist_append(list, (name + ": " + value).c_str());
+    headers_.reset(list);
+    curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, headers_.get());
+}
+
+void Exchange::configureBody() {
+    CURL* const curl = handle_.get();
+    if (request_.body) {
+        request_.body->moveTo(0);
+        curl_easy_setopt(curl, CURLOPT_POST, 1L);
+        curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(request_.body->length()));
+        curl_easy_setopt(curl, CURLOPT_READFUNCTION, &Callbacks::read);
+        curl_easy_setopt(curl, CURLOPT_READDATA, this);
+        curl_easy_setopt(curl, CURLOPT_SEEKFUNCTION, &Callbacks::seek);
+        curl_easy_setopt(curl, CURLOPT_SEEKDATA, this);
+        curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, &Callbacks::progress);
+        curl_easy_setopt(curl, CURLOPT_XFERINFODATA, this);
+        curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
+    }
+    if (request_.method != (request_.body ? "POST" : "GET"))
+        curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, request_.method.c_str());
+}
+
+void Exchange::configureCallbacks() {
+    const auto set = [this](CURLoption function, auto callback, CURLoption data) {
+        curl_easy_setopt(handle_.get(), function, callback);
+        curl_easy_setopt(handle_.get(), data, this);
+    };
+    set(CURLOPT_HEADERFUNCTION, &Callbacks::header, CURLOPT_HEADERDATA);
+    set(CURLOPT_WRITEFUNCTION, &Callbacks::write, CURLOPT_WRITEDATA);
+    set(CURLOPT_DEBUGFUNCTION, &Callbacks::debug, CURLOPT_DEBUGDATA);
+    set(CURLOPT_RESOLVER_START_FUNCTION, &Callbacks::resolverStart, CURLOPT_RESOLVER_START_DATA);
+    set(CURLOPT_SOCKOPTFUNCTION, &Callbacks::socketOpened, CURLOPT_SOCKOPTDATA);
+    set(CURLOPT_PREREQFUNCTION, &Callbacks::connected, CURLOPT_PREREQDATA);
+    curl_easy_setopt(handle_.get(), CURLOPT_VERBOSE, 1L);  // without it the debug function is not called
+}
+
+bool Exchange::readHeaderLine(std::string_view line) {
+    if (isHeadComplete_) return true;  // a trailer
+    if (line.starts_with("HTTP/")) {
+        head_ = {};
+    } else if (trimmed(line).empty()) {
+        return readHeadEnd();
+    } else {
+        head_.read(line);
+    }
+    return true;
+}
+
+bool Exchange::readHeadEnd() {
+    long status = 0;
+    curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
+    if (status < 200) return true;  // the answer proper is yet to come
+    head_.status = static_cast<int>(status);
+    isHeadComplete_ = true;
+    if (head_.isRedirect()) return true;
+    if (Result<void> accepted = receiver_.didReceiveHead(head_); !accepted) refusal_ = std::move(accepted.error());
+    return !refusal_;
+}
+
+bool Exchange::readBody(std::string_view bytes) {
+    if (head_.isRedirect()) return true;
+    if (Result<void> accepted = receiver_.didReceiveBytes(bytes); !accepted) refusal_ = std::move(accepted.error());
+    return !refusal_;
+}
+
+void Exchange::didFinish(CURLcode code) {
+    const bool sentTooMuch = hasExcess();
+    loop_.remove(*this);
+    if (refusal_) return end(failure(std::move(*refusal_)));
+    if (code != CURLE_OK) return end(failure(transportError(code, address_.host)));
+    if (head_.isRedirect()) return follow();
+    if (sentTooMuch) return end(failure(excessError(address_.host)));
+    end({});
+}
+
+// The library silently leaves what follows the announced length: in the read that held the head, or in the socket.
+bool Exchange::hasExcess() const {
+    const std::optional<ByteCount> announced = head_.bodyLength();
+    if (!announced) return false;
+    if (bodyOnWire_ > *announced) return true;
+    if (address_.isSecure()) return false;
+    const curl_socket_t socket = socketOf(handle_.get());
+    char byte = 0;
+    return socket != CURL_SOCKET_BAD && ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
+}
+
+void Exchange::follow() {
+    if (++redirects_ > redirectLimit) return end(failure(redirectLoopError(address_.host)));
+    Result<Address> next = address_.redirected(head_.location);
+    if (!next) return end(failure(next));
+
+    if (!next->hasOriginOf(address_))
+        std::erase_if(request_.headers,
+                      [](const auto& header) { return equalIgnoringCase(header.first, "Authorization"); });
+    const bool repeats = head_.status == 307 || head_.status == 308;
+    if (!repeats && request_.method != "HEAD") dropBody();
+    address_ = std::move(*next);
+    send();
+}
+
+// The answer to what was sent lies elsewhere, and is asked for there (RFC 9110, section 15.4).
+void Exchange::dropBody() {
+    request_.body.reset();
+    request_.method = "GET";
+    std::erase_if(request_.headers, [](const auto& header) { return equalIgnoringCase(header.first, "Content-Type"); });
+}
+
+void Exchange::end(Result<void> result) {
+    receiver_.didEnd(std::move(result));
+}
+
+void Exchange::tick(TimePoint now) {
+    receiver_.tick(now);
+    if (!hasBegun_) return;
+    const ByteCount moved = movedBytes();
+    if (moved != movedAtLastLook_) {
+        movedAtLastLook_ = moved;
+        lastMovement_ = now;
+    } else if (now - lastMovement_ >= request_.idleLimit) {
+        loop_.remove(*this);
+        end(failure(silenceError(address_.host, request_.idleLimit)));
+    }
+}
+
+// In both directions. What lies in the socket's send buffer has not moved yet, and that may be minutes of a slow line.
+ByteCount Exchange::movedBytes() const {
+    curl_off_t received = 0;
+    curl_off_t sent = 0;
+    long heads = 0;
+    curl_easy_getinfo(handle_.get(), CURLINFO_SIZE_DOWNLOAD_T, &received);
+    curl_easy_getinfo(handle_.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
+    curl_easy_getinfo(handle_.get(), CURLINFO_HEADER_SIZE, &heads);
+    int unsent = 0;
+    if (const curl_socket_t socket = socketOf(handle_.get()); request_.body && socket != CURL_SOCKET_BAD)
+        ::ioctl(socket, SIOCOUTQ, &unsent);
+    return received + sent + heads - unsent;
+}
+
+}  // namespace tovri

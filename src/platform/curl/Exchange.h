@@ -1,0 +1,98 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/Result.h"
+#include "platform/curl/Address.h"
+#include "platform/curl/CurlLoop.h"
+#include "platform/curl/RequestBody.h"
+#include "platform/curl/ResponseHead.h"
+
+namespace tovri {
+
+struct ExchangeRequest {
+    std::string method = "GET";
+    std::string url;
+    std::vector<std::pair<std::string, std::string>> headers;
+    std::optional<RequestBody> body;
+    std::chrono::milliseconds idleLimit{60'000};  // the longest time without any byte moving in either direction
+    bool acceptsCompression = false;              // whether the answer may travel compressed
+};
+
+// Whom an exchange tells, on the loop's thread. Only in didEnd, the last call, may the receiver destroy the exchange.
+class ExchangeReceiver {
+public:
+    virtual ~ExchangeReceiver() = default;
+
+    // The head of the answer itself, after all redirects. A failure ends the exchange with it.
+    [[nodiscard]] virtual Result<void> didReceiveHead(const ResponseHead& head) = 0;
+    [[nodiscard]] virtual Result<void> didReceiveBytes(std::string_view bytes) = 0;
+
+    // Very often, while a request with a body is sent.
+    virtual void didSend(ByteCount sent, ByteCount total) = 0;
+
+    virtual void tick(std::chrono::steady_clock::time_point now) = 0;
+    virtual void didEnd(Result<void> result) = 0;
+};
+
+// One request and its answer, over as many redirects as are allowed. Ends by itself when nothing moves for too long;
+// the time that it waits for one of the host's connections does not count. Destroying it withdraws the request. All on
+// the loop's thread.
+class Exchange final : private CurlLoopClient {
+public:
+    // Both outlive the exchange.
+    Exchange(CurlLoop& loop, ExchangeReceiver& receiver, ExchangeRequest request);
+    Exchange(const Exchange&) = delete;
+    Exchange& operator=(const Exchange&) = delete;
+    ~Exchange() override;
+
+    // A failure when the address is against the rules; the receiver is not told anything then.
+    [[nodiscard]] Result<void> start();
+
+private:
+    using TimePoint = std::chrono::steady_clock::time_point;
+    struct Callbacks;  // the library's C functions
+
+    [[nodiscard]] CURL* handle() override { return handle_.get(); }
+
+    void didFinish(CURLcode code) override;
+    void tick(TimePoint now) override;
+
+    void send();
+    void configureHeaders();
+    void configureBody();
+    void configureCallbacks();
+    void follow();
+    void dropBody();
+    void end(Result<void> result);
+
+    [[nodiscard]] bool readHeaderLine(std::string_view line);
+    [[nodiscard]] bool readHeadEnd();
+    [[nodiscard]] bool readBody(std::string_view bytes);
+    [[nodiscard]] bool hasExcess() const;
+    [[nodiscard]] ByteCount movedBytes() const;
+
+    CurlLoop& loop_;
+    ExchangeReceiver& receiver_;
+    ExchangeRequest request_;
+    Address address_;
+    EasyHandle handle_;
+    HeaderList headers_;
+    int redirects_ = 0;
+
+    ResponseHead head_;
+    bool isHeadComplete_ = false;
+    ByteCount bodyOnWire_ = 0;      // as it arrived, before the library cuts it to the announced length
+    std::optional<Error> refusal_;  // why a callback ended the exchange
+    bool hasBegun_ = false;         // no longer waiting for one of the host's connections
+    ByteCount movedAtLastLook_ = -1;
+    TimePoint lastMovement_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,31 @@
+#include "platform/curl/ResponseHead.h"
+
+#include "platform/curl/ContentRange.h"
+#include "platform/curl/HeaderText.h"
+
+namespace tovri {
+
+void ResponseHead::read(std::string_view line) {
+    const std::size_t colon = line.find(':');
+    if (colon == std::string_view::npos) return;
+    const std::string_view name = line.substr(0, colon);
+    const std::string_view value = trimmed(line.substr(colon + 1));
+    if (equalIgnoringCase(name, "Location")) location = value;
+    if (equalIgnoringCase(name, "ETag")) entityTag = value;
+    if (equalIgnoringCase(name, "Last-Modified")) lastModified = value;
+    if (equalIgnoringCase(name, "Content-Range")) contentRange = value;
+    if (equalIgnoringCase(name, "Content-Length")) contentLength = parseByteCount(value);
+    if (equalIgnoringCase(name, "Transfer-Encoding")) hasTransferCoding = true;
+}
+
+bool ResponseHead::isRedirect() const {
+    const bool sendsElsewhere = status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+    return sendsElsewhere && !location.empty();
+}
+
+std::string ResponseHead::validator() const {
+    const bool isStrong = entityTag.size() >= 2 && entityTag.front() == '"' && entityTag.back() == '"';
+    return isStrong ? entityTag : lastModified;
+}
+
+}  // namespace tovri

@@ -1,0 +1,64 @@
+#include "platform/curl/TransportError.h"
+
+#include <curl/curl.h>
+
+namespace tovri {
+namespace {
+
+std::string describe(int code, const std::string& host) {
+    switch (code) {
+        case CURLE_COULDNT_RESOLVE_HOST:
+            return "Could not find " + host + "; check the internet connection and retry.";
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return "Could not find the proxy server on the way to " + host + "; check the proxy settings and retry.";
+        case CURLE_COULDNT_CONNECT:
+            return "Could not connect to " + host + "; check the internet connection and retry.";
+        case CURLE_OPERATION_TIMEDOUT:
+            return "Could not connect to " + host + " in time; check the internet connection and retry.";
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_ISSUER_ERROR:
+            return "The certificate of " + host +
+                   " does not verify, so nothing was sent to it; check this computer's date and certificates and "
+                   "retry.";
+        case CURLE_SSL_CACERT_BADFILE:
+            return "The file of trusted certificates cannot be read, so nothing was sent to " + host +
+                   "; check CURL_CA_BUNDLE and SSL_CERT_FILE.";
+        case CURLE_SSL_CONNECT_ERROR:
+            return "Could not set up an encrypted connection with " + host + "; retry later.";
+        case CURLE_PARTIAL_FILE:
+            return host + " sent fewer bytes than it announced; retry.";
+        case CURLE_GOT_NOTHING:
+            return host + " closed the connection without an answer; retry.";
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+            return "The connection to " + host + " broke off; retry.";
+        default:
+            return std::string("The connection to ") + host +
+                   " failed: " + curl_easy_strerror(static_cast<CURLcode>(code)) + "; retry.";
+    }
+}
+
+}  // namespace
+
+Error transportError(int code, const std::string& host) {
+    if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_WEIRD_SERVER_REPLY)
+        return {ErrorCase::invalidResponse, host + " gave an answer that is not HTTP; retry later."};
+    return {ErrorCase::transport, describe(code, host)};
+}
+
+Error silenceError(const std::string& host, std::chrono::milliseconds limit) {
+    const auto seconds = std::chrono::ceil<std::chrono::seconds>(limit).count();
+    return {ErrorCase::transport, "Nothing came from " + host + " for " + std::to_string(seconds) +
+                                      (seconds == 1 ? " second" : " seconds") +
+                                      "; check the internet connection and retry."};
+}
+
+Error excessError(const std::string& host) {
+    return {ErrorCase::transport, host + " sent more bytes than it announced; retry."};
+}
+
+Error redirectLoopError(const std::string& host) {
+    return {ErrorCase::transport, host + " redirects too often; retry later."};
+}
+
+}  // namespace tovri

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "base/Error.h"
+
+namespace tovri {
+
+// What the user reads when a connection fails: one sentence with the host's name alone, as the rest of an address may
+// hold a secret, that says what to do next.
+
+// `code` is a CURLcode other than CURLE_OK. ErrorCase::transport, or invalidResponse when the answer was not HTTP.
+[[nodiscard]] Error transportError(int code, const std::string& host);
+
+[[nodiscard]] Error silenceError(const std::string& host, std::chrono::milliseconds limit);
+
+[[nodiscard]] Error excessError(const std::string& host);
+
+[[nodiscard]] Error redirectLoopError(const std::string& host);
+
+}  // namespace tovri
