@@ -1,4 +1,7 @@
+#include <algorithm>
+
 #include <rapidjson/prettywriter.h>
+#include <simdjson.h>
 
 #include "base/FileURL.h"
 #include "downloads/QueueDate.h"
@@ -65,6 +68,13 @@ void writePath(Writer& json, std::string_view key, const std::optional<std::stri
     if (path) writeMember(json, key, fileURLText(*path, FileURLKind::file));
 }
 
+// A description may name a local file whose name is not UTF-8; a file with such bytes would be refused when it is read.
+std::string readable(std::string text) {
+    if (!simdjson::validate_utf8(text))
+        std::ranges::replace_if(text, [](char letter) { return static_cast<unsigned char>(letter) >= 0x80; }, '?');
+    return text;
+}
+
 // In ascending order of the keys.
 void writeRecord(Writer& json, const DownloadRecord& item) {
     json.StartObject();
@@ -73,7 +83,7 @@ void writeRecord(Writer& json, const DownloadRecord& item) {
     writeKey(json, "deleteAfterDownload");
     json.Bool(item.deleteAfterDownload);
     writeMember(json, "destinationFolder", fileURLText(*item.destinationFolder, FileURLKind::folder));
-    if (item.error) writeMember(json, "error", *item.error);
+    if (item.error) writeMember(json, "error", readable(*item.error));
     writeMember(json, "fileID", item.fileID);
     writeMember(json, "fileName", item.fileName);
     writeMember(json, "fileSize", item.fileSize);
