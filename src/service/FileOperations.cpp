@@ -1,0 +1,103 @@
+// The operations of PutIOAPI on the files of the account.
+
+#include <algorithm>
+#include <variant>
+
+#include "service/APIError.h"
+#include "service/MultipartUpload.h"
+#include "service/PutIOAPI.h"
+#include "service/PutIOFileList.h"
+#include "service/Transfer.h"
+#include "service/WebURL.h"
+
+namespace tovri {
+namespace {
+
+std::string joined(const std::vector<std::int64_t>& fileIDs) {
+    std::string text;
+    for (const std::int64_t id : fileIDs) {
+        if (!text.empty()) text += ',';
+        text += std::to_string(id);
+    }
+    return text;
+}
+
+// The service keeps no torrent file: it starts a transfer and answers with that.
+Error uploadFailure(Error decoderError, std::string_view body) {
+    if (!decodeJSON<TransferStarted>(body)) return decoderError;
+    return {ErrorCase::decoding, "put.io took the file as a torrent: it started a transfer and did not keep the file."};
+}
+
+}  // namespace
+
+Task<Result<std::vector<PutIOFile>>> PutIOAPI::listFiles(std::int64_t parentID, std::stop_token stop) {
+    Parameters parameters{{"parent_id", std::to_string(parentID)}};
+    Result<PutIOFileList> list = co_await get<PutIOFileList>("/files/list", std::move(parameters), std::move(stop));
+    if (!list) co_return failure(list);
+    co_return std::move(list->files);
+}
+
+Task<Result<std::string>> PutIOAPI::getDownloadURL(std::int64_t fileID, std::stop_token stop) {
+    std::string path = "/files/" + std::to_string(fileID) + "/url";
+    Result<DownloadURLResponse> link = co_await get<DownloadURLResponse>(std::move(path), {}, std::move(stop));
+    if (!link) co_return failure(link);
+    if (!parseWebURL(link->url)) co_return failure(APIError::invalidDownloadURL());
+    co_return std::move(link->url);
+}
+
+Task<Result<void>> PutIOAPI::deleteFiles(std::vector<std::int64_t> fileIDs, std::stop_token stop) {
+    Parameters parameters{{"file_ids", joined(fileIDs)}};
+    Result<StatusResponse> done =
+        co_await post<StatusResponse>("/files/delete", std::move(parameters), std::move(stop));
+    if (!done) co_return failure(done);
+    co_return Result<void>();
+}
+
+Task<Result<void>> PutIOAPI::moveFiles(std::vector<std::int64_t> fileIDs, std::int64_t parentID, std::stop_token stop) {
+    Parameters parameters{{"file_ids", joined(fileIDs)}, {"parent_id", std::to_string(parentID)}};
+    Result<StatusResponse> done = co_await post<StatusResponse>("/files/move", std::move(parameters), std::move(stop));
+    if (!done) co_return failure(done);
+    co_return Result<void>();
+}
+
+Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, std::int64_t parentID, UploadProgress progress,
+                                             std::stop_token stop) {
+    // Both are asked before a byte is copied.
+    if (!authManager_.token()) co_return failure(APIError::notAuthenticated());
+    HTTPRequest request;
+    request.method = "POST";
+    request.url = hosts_.upload + "/v2/files/upload";
+    if (!parseWebURL(request.url)) co_return failure(APIError::invalidURL());
+
+    const MultipartUpload upload{platform_.random.makeUUID().text(), parentID, std::move(file)};
+    auto body = std::make_shared<TemporaryFile>(platform_.files,
+                                                platform_.folders.temporary / platform_.random.makeUUID().text());
+    request.headers.emplace_back("Content-Type", "multipart/form-data; boundary=" + upload.boundary);
+    request.bodyFile = body->path();
+    request.onBodySent = std::move(progress);
+
+    // The work has a share of its own: when the upload is stopped meanwhile, the file goes with the one that ends last.
+    auto build = [upload, mine = body,
+                  files = &platform_.files](std::stop_token stopped) mutable -> Result<std::monostate> {
+        const auto held = std::move(mine);
+        Result<void> written = writeBody(upload, *files, *held, stopped);
+        if (!written) return failure(written);
+        return std::monostate();
+    };
+    Result<std::monostate> built =
+        co_await inBackground<std::monostate>(platform_.loop, platform_.background, stop, std::move(build));
+    if (!built) co_return failure(built);
+
+    Result<ServiceAnswer> answer = co_await send(std::move(request), std::move(stop));
+    auto removeBody = [mine = std::move(body)](const std::stop_token&) mutable -> Result<std::monostate> {
+        mine.reset();
+        return std::monostate();
+    };
+    co_await inBackground<std::monostate>(platform_.loop, platform_.background, {}, std::move(removeBody));
+    if (!answer) co_return failure(answer);
+    Result<UploadResponse> response = decodeJSON<UploadResponse>(*answer->body);
+    if (!response) co_return failure(uploadFailure(std::move(response.error()), *answer->body));
+    co_return std::move(response->file);
+}
+
+}  // namespace tovri

@@ -1,0 +1,80 @@
+#include "service/PutIOAPI.h"
+
+#include "service/APIError.h"
+#include "service/QueryEncoding.h"
+#include "service/ResponsePreview.h"
+#include "service/WebURL.h"
+
+namespace tovri {
+namespace {
+
+std::vector<QueryItem> queryItems(const PutIOAPI::Parameters& parameters) {
+    return {parameters.begin(), parameters.end()};
+}
+
+}  // namespace
+
+PutIOAPI::PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts)
+    : authManager_(authManager),
+      session_(session),
+      platform_(platform),
+      hosts_(std::move(hosts)),
+      baseURL_(hosts_.api + "/v2") {}
+
+Result<void> PutIOAPI::validate(const HTTPResponse& response, const std::string& sentToken) {
+    if (response.status == 0) return failure(APIError::invalidResponse());
+    if (response.status >= 200 && response.status <= 299) return {};
+    if (response.status == 429) return failure(APIError::rateLimited());
+    if (response.status == 401) {
+        if (authManager_.token() == sentToken) authManager_.signOut();
+        return failure(APIError::notAuthenticated());
+    }
+    return failure(APIError::httpError(response.status));
+}
+
+Task<Result<PutIOAPI::ServiceAnswer>> PutIOAPI::sendGet(std::string path, Parameters parameters, std::stop_token stop) {
+    HTTPRequest request;
+    request.url = baseURL_ + path;
+    if (!parameters.empty()) request.url += "?" + percentEncodedQuery(queryItems(parameters));
+    Result<ServiceAnswer> answer = co_await send(std::move(request), std::move(stop));
+    co_return answer;
+}
+
+Task<Result<PutIOAPI::ServiceAnswer>> PutIOAPI::sendPost(std::string path, Parameters parameters,
+                                                         std::stop_token stop) {
+    HTTPRequest request;
+    request.method = "POST";
+    request.url = baseURL_ + path;
+    request.headers.emplace_back("Content-Type", "application/x-www-form-urlencoded");
+    request.body = formEncoded(queryItems(parameters));
+    Result<ServiceAnswer> answer = co_await send(std::move(request), std::move(stop));
+    co_return answer;
+}
+
+Task<Result<PutIOAPI::ServiceAnswer>> PutIOAPI::send(HTTPRequest request, std::stop_token stop) {
+    const std::optional<std::string> token = authManager_.token();
+    if (!token) co_return failure(APIError::notAuthenticated());
+    if (!parseWebURL(request.url)) co_return failure(APIError::invalidURL());
+    request.headers.emplace(request.headers.begin(), "Authorization", "Bearer " + *token);
+
+    Result<HTTPResponse> response = co_await Answer<HTTPResponse>(
+        platform_.loop, std::move(stop), [&](auto done) { return session_.send(std::move(request), std::move(done)); });
+    if (!response) co_return failure(response);
+    Result<void> valid = validate(*response, *token);
+    if (!valid) co_return failure(valid);
+    co_return ServiceAnswer{std::make_shared<const std::string>(std::move(response->body)), *token};
+}
+
+void PutIOAPI::reportGetDecodeError(std::string_view path, const Error& error, const ServiceAnswer& answer) {
+    if (error.isCancellation()) return;
+    platform_.log.line(std::string("[PutIOAPI] Decode error for ").append(path) + ": " + error.description);
+    if (const std::optional<std::string> preview = responsePreview(*answer.body, answer.token))
+        platform_.log.line("[PutIOAPI] Response preview: " + *preview);
+}
+
+void PutIOAPI::reportPostDecodeError(std::string_view path, const Error& error) {
+    if (error.isCancellation()) return;
+    platform_.log.line(std::string("[PutIOAPI] POST decode error for ").append(path) + ": " + error.description);
+}
+
+}  // namespace tovri

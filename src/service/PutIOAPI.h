@@ -1,0 +1,160 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/Result.h"
+#include "base/Task.h"
+#include "platform/Await.h"
+#include "platform/HTTPSession.h"
+#include "platform/Platform.h"
+#include "service/AuthManager.h"
+#include "service/JSONCoding.h"
+#include "service/JSONField.h"
+#include "service/PutIOFile.h"
+#include "service/ServiceHosts.h"
+
+namespace tovri {
+
+// The only client of the service's API: authorised requests, the check of their status, their answers as records. Keeps
+// nothing per request, so any number may be under way; retries none. Operations fail with an APIError, or with the
+// session's transport error or the decoder's as it is. Their tasks must not outlive the client.
+class PutIOAPI {
+public:
+    using Parameters = std::map<std::string, std::string>;
+    using UploadProgress = std::function<void(ByteCount sent, ByteCount total)>;  // may be empty
+
+    struct StatusResponse {
+        std::string status;
+
+        bool operator==(const StatusResponse&) const = default;
+
+        static constexpr auto jsonFields() { return jsonFieldList(JSONField{"status", &StatusResponse::status}); }
+    };
+
+    struct DownloadURLResponse {
+        std::string url;
+        std::string status;
+
+        bool operator==(const DownloadURLResponse&) const = default;
+
+        static constexpr auto jsonFields() {
+            return jsonFieldList(JSONField{"url", &DownloadURLResponse::url},
+                                 JSONField{"status", &DownloadURLResponse::status});
+        }
+    };
+
+    struct UploadResponse {
+        PutIOFile file;
+        std::string status;
+
+        bool operator==(const UploadResponse&) const = default;
+
+        static constexpr auto jsonFields() {
+            return jsonFieldList(JSONField{"file", &UploadResponse::file},
+                                 JSONField{"status", &UploadResponse::status});
+        }
+    };
+
+    // `authManager`, `session` and all that `platform` names outlive the client.
+    PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts);
+
+    // `path` begins with a slash and is appended to the base URL; the parameters become the query.
+    template <class T>
+    Task<Result<T>> get(std::string path, Parameters parameters, std::stop_token stop);
+
+    // The parameters become the form in the body.
+    template <class T>
+    Task<Result<T>> post(std::string path, Parameters parameters, std::stop_token stop);
+
+    // Success for a status from 200 to 299. A 401 signs the user out before it fails, unless somebody has signed in
+    // anew since the request was sent with `sentToken`.
+    Result<void> validate(const HTTPResponse& response, const std::string& sentToken);
+
+    // The first page of a folder's entries, in the service's order. The root is 0.
+    Task<Result<std::vector<PutIOFile>>> listFiles(std::int64_t parentID, std::stop_token stop);
+
+    // An http or https address from which the file's bytes come without a token.
+    Task<Result<std::string>> getDownloadURL(std::int64_t fileID, std::stop_token stop);
+
+    Task<Result<void>> deleteFiles(std::vector<std::int64_t> fileIDs, std::stop_token stop);
+
+    Task<Result<void>> moveFiles(std::vector<std::int64_t> fileIDs, std::int64_t parentID, std::stop_token stop);
+
+    // Sends a local file into a folder by way of a temporary file, which is gone afterwards however it ends. A file
+    // that the service takes as a torrent is not kept there; that is a failure that says so.
+    Task<Result<PutIOFile>> uploadFile(std::filesystem::path file, std::int64_t parentID, UploadProgress progress,
+                                       std::stop_token stop);
+
+    [[nodiscard]] const std::string& baseURL() const { return baseURL_; }
+
+    [[nodiscard]] const ServiceHosts& hosts() const { return hosts_; }
+
+    // For screens that show them; no operation changes them.
+    [[nodiscard]] bool isLoading() const { return isLoading_; }
+
+    [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
+
+private:
+    struct ServiceAnswer {
+        std::shared_ptr<const std::string> body;  // shared with the thread that decodes it
+        std::string token;                        // with which the request was sent
+    };
+
+    Task<Result<ServiceAnswer>> sendGet(std::string path, Parameters parameters, std::stop_token stop);
+    Task<Result<ServiceAnswer>> sendPost(std::string path, Parameters parameters, std::stop_token stop);
+    Task<Result<ServiceAnswer>> send(HTTPRequest request, std::stop_token stop);
+
+    // A long answer is decoded off the main thread.
+    template <class T>
+    Task<Result<T>> decode(std::shared_ptr<const std::string> body, std::stop_token stop);
+
+    void reportGetDecodeError(std::string_view path, const Error& error, const ServiceAnswer& answer);
+    void reportPostDecodeError(std::string_view path, const Error& error);
+
+    AuthManager& authManager_;
+    HTTPSession& session_;
+    Platform platform_;
+    ServiceHosts hosts_;
+    std::string baseURL_;
+    bool isLoading_ = false;
+    std::optional<std::string> error_;
+};
+
+template <class T>
+Task<Result<T>> PutIOAPI::get(std::string path, Parameters parameters, std::stop_token stop) {
+    Result<ServiceAnswer> answer = co_await sendGet(path, std::move(parameters), stop);
+    if (!answer) co_return failure(answer);
+    Result<T> record = co_await decode<T>(answer->body, stop);
+    if (!record) reportGetDecodeError(path, record.error(), *answer);
+    co_return record;
+}
+
+template <class T>
+Task<Result<T>> PutIOAPI::post(std::string path, Parameters parameters, std::stop_token stop) {
+    Result<ServiceAnswer> answer = co_await sendPost(path, std::move(parameters), stop);
+    if (!answer) co_return failure(answer);
+    Result<T> record = co_await decode<T>(answer->body, stop);
+    if (!record) reportPostDecodeError(path, record.error());
+    co_return record;
+}
+
+template <class T>
+Task<Result<T>> PutIOAPI::decode(std::shared_ptr<const std::string> body, std::stop_token stop) {
+    constexpr std::size_t longAnswer = 256 * 1024;  // decoded in less than a millisecond
+    if (body->size() <= longAnswer) co_return decodeJSON<T>(*body);
+    auto work = [body = std::move(body)](const std::stop_token&) { return decodeJSON<T>(*body); };
+    Result<T> record = co_await inBackground<T>(platform_.loop, platform_.background, stop, std::move(work));
+    co_return record;
+}
+
+}  // namespace tovri
