@@ -1,0 +1,49 @@
+#pragma once
+
+#include <mutex>
+#include <set>
+
+#include "platform/FileManager.h"
+
+namespace tovri {
+
+// The file system of the machine. Paths are bytes, whatever their encoding. A symbolic link is an entry like any other:
+// it is moved, replaced and removed by itself, and followed where it stands for a folder on the way.
+//
+// A file that went to another volume counts as moved when its new name is durable, also when the old one cannot be
+// removed; and an entry that was replaced counts as gone when it cannot be removed any more from where it made way to.
+class PosixFileManager final : public FileManager {
+public:
+    [[nodiscard]] bool exists(const Path& path) override;
+    [[nodiscard]] std::optional<ByteCount> fileSize(const Path& path) override;
+    [[nodiscard]] std::optional<FileIdentity> identity(const Path& path) override;
+    [[nodiscard]] Result<void> createDirectories(const Path& path) override;
+    [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
+    [[nodiscard]] Result<void> cloneFile(const Path& from, const Path& to) override;
+    [[nodiscard]] Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) override;
+    [[nodiscard]] Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) override;
+    [[nodiscard]] Result<void> removeItem(const Path& path) override;
+    [[nodiscard]] Result<void> makeDurable(const Path& path) override;
+    [[nodiscard]] Result<ByteBlob> readFile(const Path& path) override;
+    [[nodiscard]] Result<void> writeFileAtomically(const Path& path, std::string_view bytes) override;
+    [[nodiscard]] Result<void> appendToFile(const Path& path, std::string_view bytes) override;
+    [[nodiscard]] Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) override;
+    [[nodiscard]] Result<std::unique_ptr<FileHandle>> createFile(const Path& path) override;
+
+private:
+    enum class Target { free, replaced };
+
+    [[nodiscard]] int createDirectory(const Path& path);
+    [[nodiscard]] Result<void> moveBetweenVolumes(const Path& from, const Path& to, Target target,
+                                                  const std::stop_token& stop);
+    [[nodiscard]] Result<void> copyBetweenVolumes(const Path& from, const Path& to, Target target,
+                                                  const std::stop_token& stop);
+    [[nodiscard]] Result<void> replaceFolder(const Path& from, const Path& to, const std::stop_token& stop);
+    [[nodiscard]] int makeNameDurable(const Path& path);
+
+    // Folders that hold a folder which this program made, and whose name may not have reached the disk yet.
+    std::mutex mutex_;
+    std::set<Path> withNewFolders_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "platform/WallClock.h"
+
+namespace tovri {
+
+class SystemClock final : public WallClock {
+public:
+    [[nodiscard]] Timestamp now() const override { return std::chrono::system_clock::now(); }
+};
+
+}  // namespace tovri
