@@ -1,0 +1,28 @@
+#include "platform/posix/PathFolderAccess.h"
+
+#include <cerrno>
+
+#include "platform/posix/FileError.h"
+
+namespace tovri {
+namespace {
+
+bool isFolder(const std::filesystem::path& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+}
+
+}  // namespace
+
+Result<ByteBlob> PathFolderAccess::makeBookmark(const std::filesystem::path& folder) {
+    if (!folder.is_absolute() || !isFolder(folder)) return failure(fileError("remember the folder", folder, ENOENT));
+    return folder.native();
+}
+
+std::optional<FolderAccess::ResolvedBookmark> PathFolderAccess::resolve(const ByteBlob& bookmark) {
+    const std::filesystem::path folder(bookmark);
+    if (!folder.is_absolute() || !isFolder(folder)) return std::nullopt;
+    return ResolvedBookmark{folder, false};
+}
+
+}  // namespace tovri
