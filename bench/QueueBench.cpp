@@ -1,0 +1,140 @@
+// Measures what a long queue costs: reading it back, saving it, keeping it. Prints one JSON object.
+//
+//     queue-bench FOLDER ITEMS
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <string>
+
+#include "downloads/DownloadManager.h"
+#include "platform/posix/PathFolderAccess.h"
+#include "platform/posix/PosixBackgroundQueue.h"
+#include "platform/posix/PosixFileManager.h"
+#include "platform/posix/PosixMainLoop.h"
+#include "platform/posix/StandardOutputLog.h"
+#include "platform/posix/SystemClock.h"
+#include "platform/posix/SystemRandom.h"
+
+using namespace tovri;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+double milliseconds(Clock::duration duration) {
+    return std::chrono::duration<double, std::milli>(duration).count();
+}
+
+// A line of /proc/self/status, in bytes.
+double processMemory(const std::string& name) {
+    std::ifstream status("/proc/self/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with(name + ":")) return std::stod(line.substr(name.size() + 1)) * 1024;
+    return 0;
+}
+
+// Saves nothing and moves nothing: the engine under test starts no transfer.
+class NoTransfers final : public TransferSession {
+public:
+    TransferID makeTransfer(std::string /*url*/) override { return 0; }
+
+    TransferID resumeTransfer(const ResumeToken& /*token*/) override { return 0; }
+
+    void start(TransferID /*transfer*/) override {}
+
+    void cancel(TransferID /*transfer*/) override {}
+
+    void cancelProducingToken(TransferID /*transfer*/, TokenReceiver /*receive*/) override {}
+
+    void discard(const ResumeToken& /*token*/) override {}
+
+    void discardAllBut(const std::vector<ResumeToken>& /*tokens*/) override {}
+};
+
+void writeQueue(const std::filesystem::path& folder, int items, RandomSource& random) {
+    QueueSnapshot snapshot;
+    SharedFolder destination;
+    for (int i = 0; i < items; ++i) {
+        if (i % 200 == 0)
+            destination = std::make_shared<const std::filesystem::path>("/home/somebody/Downloads/Series/Season " +
+                                                                        std::to_string(i / 200));
+        DownloadRecord record;
+        record.id = random.makeUUID();
+        record.fileID = 1'000'000 + i;
+        record.fileName = "Some episode with a name of usual length - " + std::to_string(i) + ".mkv";
+        record.fileSize = 734'003'200;
+        record.destinationFolder = destination;
+        snapshot.downloads.push_back(std::move(record));
+    }
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / "queue.json") << encodeQueue(snapshot);
+}
+
+// Ticks every millisecond and keeps the longest time between two ticks beyond that.
+class LongestHold {
+public:
+    explicit LongestHold(MainLoop& loop) : loop_(loop) { tick(); }
+
+    [[nodiscard]] Clock::duration longest() const { return longest_; }
+
+private:
+    void tick() {
+        const auto now = loop_.now();
+        if (last_ != Clock::time_point()) longest_ = std::max(longest_, now - last_ - 1ms);
+        last_ = now;
+        timer_ = loop_.schedule(1ms, [this] { tick(); });
+    }
+
+    MainLoop& loop_;
+    Clock::time_point last_;
+    Clock::duration longest_{};
+    Subscription timer_;
+};
+
+int measure(const std::filesystem::path& folder, int items) {
+    PosixMainLoop loop;
+    SystemClock clock;
+    SystemRandom random;
+    PosixFileManager files;
+    PathFolderAccess folderAccess;
+    PosixBackgroundQueue background(loop);
+    StandardOutputLog log(stderr);
+    const Platform platform{loop, clock, random, files, folderAccess, background, log, {folder, folder, folder}};
+
+    const double before = processMemory("VmRSS");
+    const auto start = Clock::now();
+    DownloadManager manager(platform, [](TransferDelegate&) { return std::make_unique<NoTransfers>(); });
+    manager.restoreQueue();
+    const auto restored = Clock::now() - start;
+    const double after = processMemory("VmRSS");
+
+    const LongestHold hold(loop);
+    const auto timer = loop.schedule(3s, [&] { loop.quit(); });
+    loop.run();
+    const double peak = processMemory("VmHWM");
+
+    const auto count = static_cast<double>(manager.downloads().items().size());
+    std::cout << "{\"items\": " << count << ", \"restoreMilliseconds\": " << milliseconds(restored)
+              << ", \"saveHoldMilliseconds\": " << milliseconds(hold.longest())
+              << ", \"bytesPerItem\": " << (after - before) / count
+              << ", \"peakBytesPerItem\": " << (peak - before) / count << "}\n";
+    return count == items ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+    if (count != 3 && count != 4) {
+        std::cerr << "queue-bench FOLDER ITEMS [write]\n";
+        return 2;
+    }
+    const std::filesystem::path folder = arguments[1];
+    const int items = std::atoi(arguments[2]);
+    if (count == 3) return measure(folder, items);
+    SystemRandom random;
+    writeQueue(folder, items, random);
+    return 0;
+}
