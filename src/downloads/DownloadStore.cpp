@@ -13,7 +13,7 @@ QueueSnapshot DownloadStore::load() {
     if (!platform_.files.exists(queueURL_)) return {};
     Result<ByteBlob> bytes = platform_.files.readFile(queueURL_);
     if (bytes) {
-        Result<QueueSnapshot> snapshot = decodeQueue(*bytes);
+        Result<QueueSnapshot> snapshot = decodeQueue(std::move(*bytes));
         if (snapshot && snapshot->version <= 1) {
             prune(*snapshot);
             return std::move(*snapshot);

@@ -201,11 +201,11 @@ QueueSnapshot readSnapshot(json::object object) {
 
 }  // namespace
 
-Result<QueueSnapshot> decodeQueue(std::string_view text) {
+Result<QueueSnapshot> decodeQueue(ByteBlob text) {
+    text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
     try {
-        const simdjson::padded_string padded(text);
         json::parser parser;
-        json::document document = parser.iterate(padded);
+        json::document document = parser.iterate(text.data(), text.size(), text.capacity());
         QueueSnapshot snapshot = readSnapshot(document.get_object());
         if (const char* rest = nullptr; document.current_location().get(rest) == simdjson::SUCCESS)
             throw Unreadable{"something follows the end"};

@@ -24,6 +24,6 @@ struct QueueSnapshot {
 
 // ErrorCase::decoding, naming what is wrong, when the text is not JSON, a required key is missing or a value has the
 // wrong type or form. Unknown keys are ignored; a version above 1 is not this function's concern.
-[[nodiscard]] Result<QueueSnapshot> decodeQueue(std::string_view json);
+[[nodiscard]] Result<QueueSnapshot> decodeQueue(ByteBlob json);
 
 }  // namespace tovri
