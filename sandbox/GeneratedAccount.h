@@ -11,7 +11,7 @@ class Account;
 struct GeneratedAccountSettings {
     std::uint64_t seed = 1;
     std::uint64_t files = 200;
-    std::optional<std::uint64_t> folders;  // none: about one per twelve files
+    std::optional<std::uint64_t> folders = std::nullopt;  // none: about one per twelve files
     std::uint64_t minSize = 0;
     std::uint64_t maxSize = 4ULL << 20;
     bool hasAwkwardNames = false;

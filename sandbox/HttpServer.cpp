@@ -105,16 +105,18 @@ void setStream(httplib::Response& to, const std::string& contentType, HttpRespon
             // After a wrong length the connection is of no further use.
             return writeTo(sink) && isHonest;
         },
-        [closed = std::move(stream.closed)](bool) {
-            if (closed) closed();
-        });
+        [closed = std::move(stream.closed)](bool) { closed(); });
 }
 
 void fillResponse(httplib::Response& to, HttpResponse from) {
     to.status = from.status;
     for (const auto& [name, value] : from.headers) to.set_header(name, value);
-    if (from.stream) {
+    if (from.stream && from.stream->length > 0) {
         setStream(to, from.contentType, std::move(*from.stream));
+    } else if (from.stream) {
+        // The library takes a stream without a length for one that is still to be found out.
+        to.set_content("", from.contentType);
+        from.stream->closed();
     } else {
         to.set_content(from.body, from.contentType);
     }

@@ -1,5 +1,7 @@
 #include "sandbox/Sandbox.h"
 
+#include <chrono>
+#include <functional>
 #include <optional>
 #include <utility>
 
@@ -12,9 +14,21 @@
 
 namespace tovri::sandbox {
 
+namespace {
+
+std::function<double()> fastClock(double rate) {
+    return [rate, start = std::chrono::steady_clock::now()] {
+        return rate * std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    };
+}
+
+}  // namespace
+
 struct Sandbox::Parts {
     explicit Parts(SandboxSettings wanted)
-        : settings(std::move(wanted)), transfers(account, settings.clockRate), links(settings.linkLifetime) {}
+        : settings(std::move(wanted)),
+          transfers(account, fastClock(settings.clockRate)),
+          links(settings.linkLifetime) {}
 
     std::string urlOf(const std::optional<HttpServer>& server) const {
         return fmt::format("{}://127.0.0.1:{}", settings.tls ? "https" : "http", server ? server->port() : 0);
@@ -82,9 +96,11 @@ void Sandbox::start() {
     const Certificate* certificate = parts.certificate ? &*parts.certificate : nullptr;
     parts.storageServer.emplace(parts.settings.storagePort, certificate,
                                 [&parts](const HttpRequest& request) { return parts.storage.answer(request); });
+    parts.settings.storagePort = parts.storageServer->port();
     parts.files.setStorageURL(storageURL());
     parts.apiServer.emplace(parts.settings.apiPort, certificate,
                             [&parts](const HttpRequest& request) { return parts.api.answer(request); });
+    parts.settings.apiPort = parts.apiServer->port();
 }
 
 void Sandbox::stop() {

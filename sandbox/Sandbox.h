@@ -33,7 +33,7 @@ public:
     // Throws std::runtime_error when a port cannot be had.
     void start();
 
-    // Closes all connections; those in the middle of an answer too.
+    // Closes all connections; those in the middle of an answer too. A later start takes the same ports.
     void stop();
 
     // "http://127.0.0.1:PORT", also of the upload endpoint and of the pages for a browser. Valid once started.

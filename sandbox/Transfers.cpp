@@ -55,7 +55,7 @@ Transfer Transfers::add(NewTransfer wanted) {
     transfer.fileID = wanted.fileID;
     transfer.frozen = std::move(wanted.frozen);
     transfer.createdAt = unixTimeNow();
-    transfer.startedAt = now();
+    transfer.startedAt = clock_();
     transfers_.push_back(transfer);
     return transfer;
 }
@@ -76,7 +76,7 @@ std::optional<Transfer> Transfers::retry(std::int64_t id) {
     if (found == transfers_.end()) return std::nullopt;
     found->frozen.reset();
     found->errorMessage.clear();
-    found->startedAt = now();
+    found->startedAt = clock_();
     return *found;
 }
 
@@ -99,7 +99,7 @@ void Transfers::advance() {
 TransferProgress Transfers::progress(const Transfer& transfer) const {
     if (transfer.frozen) return *transfer.frozen;
     if (!transfer.errorMessage.empty()) return {.status = "ERROR"};
-    double elapsed = now() - transfer.startedAt - secondsInQueue;
+    double elapsed = clock_() - transfer.startedAt - secondsInQueue;
     if (elapsed < 0) return {.status = "IN_QUEUE"};
 
     const double downloading = secondsDownloading(transfer);
@@ -155,10 +155,6 @@ void Transfers::write(JsonWriter& json, const Transfer& transfer) const {
     json.key("finished_at")
         .value(transfer.finishedAt ? std::optional(serviceTime(*transfer.finishedAt)) : std::nullopt);
     json.endObject();
-}
-
-double Transfers::now() const {
-    return std::chrono::duration<double>(Clock::now() - start_).count() * clockRate_;
 }
 
 }  // namespace tovri::sandbox

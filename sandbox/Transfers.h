@@ -1,10 +1,11 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "sandbox/Account.h"
@@ -54,8 +55,8 @@ struct NewTransfer {
 // that went by, and leaves a file in the account once it is downloaded. Safe to use from any thread.
 class Transfers {
 public:
-    // A clock rate of 2 lets transfers live twice as fast. The account outlives this object.
-    Transfers(Account& account, double clockRate) : account_(account), clockRate_(clockRate) {}
+    // The clock tells seconds, from any start. The account outlives this object.
+    Transfers(Account& account, std::function<double()> clock) : account_(account), clock_(std::move(clock)) {}
 
     Transfer add(NewTransfer wanted);
     std::vector<Transfer> list() const;
@@ -74,13 +75,8 @@ public:
     void write(JsonWriter& json, const Transfer& transfer) const;
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    double now() const;
-
     Account& account_;
-    double clockRate_;
-    Clock::time_point start_ = Clock::now();
+    std::function<double()> clock_;
     mutable std::mutex mutex_;
     std::int64_t lastID_ = 0;
     std::vector<Transfer> transfers_;
