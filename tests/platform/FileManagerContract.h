@@ -1,0 +1,232 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/FileManager.h"
+
+namespace tovri::test {
+
+// A file manager with two empty folders of its own, on two volumes where the machine has them.
+class FileWorld {
+public:
+    virtual ~FileWorld() = default;
+
+    [[nodiscard]] virtual FileManager& files() = 0;
+    [[nodiscard]] virtual std::filesystem::path folder() = 0;
+    [[nodiscard]] virtual std::filesystem::path folderElsewhere() = 0;
+};
+
+class FileManagerContract : public testing::TestWithParam<std::function<std::unique_ptr<FileWorld>()>> {
+protected:
+    using Path = std::filesystem::path;
+
+    void put(const Path& path, std::string_view bytes) { ASSERT_TRUE(files.writeFileAtomically(path, bytes)); }
+
+    std::string content(const Path& path) { return files.readFile(path).value_or("<none>"); }
+
+    std::vector<std::string> names(const Path& path) {
+        std::vector<std::string> found;
+        for (const Path& entry : files.directoryContents(path).value_or(std::vector<Path>()))
+            found.push_back(entry.filename());
+        return found;
+    }
+
+    std::unique_ptr<FileWorld> world = GetParam()();
+    FileManager& files = world->files();
+    Path here = world->folder();
+    Path elsewhere = world->folderElsewhere();
+};
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+TEST_P(FileManagerContract, movesOnlyWhereNothingStands) {
+    for (const Path& target : {here / "to", elsewhere / "to"}) {
+        put(here / "a", "new");
+        ASSERT_TRUE(files.createDirectories(target));
+        ASSERT_TRUE(files.moveItem(here / "a", target / "a", {}));
+        EXPECT_EQ(content(target / "a"), "new");
+        EXPECT_FALSE(files.exists(here / "a"));
+
+        put(here / "a", "newer");
+        ASSERT_TRUE(files.createDirectories(target / "folder"));
+        for (const char* taken : {"a", "folder"}) {
+            const auto moved = files.moveItem(here / "a", target / taken, {});
+            ASSERT_FALSE(moved);
+            EXPECT_EQ(moved.error().code, ErrorCase::alreadyExists);
+        }
+        EXPECT_EQ(content(here / "a"), "newer");
+        EXPECT_EQ(content(target / "a"), "new");
+        EXPECT_THAT(names(target), UnorderedElementsAre("a", "folder"));
+    }
+}
+
+TEST_P(FileManagerContract, replacesWhateverStandsThere) {
+    for (const Path& target : {here / "to", elsewhere / "to"}) {
+        ASSERT_TRUE(files.createDirectories(target / "folder/deep/er"));
+        put(target / "folder/deep/file", "old");
+        put(target / "file", "old");
+        for (const char* name : {"folder", "file", "nothing"}) {
+            put(here / "a", "new");
+            ASSERT_TRUE(files.replaceItem(here / "a", target / name, {})) << name;
+            EXPECT_EQ(content(target / name), "new");
+            EXPECT_FALSE(files.exists(here / "a"));
+        }
+        EXPECT_THAT(names(target), UnorderedElementsAre("folder", "file", "nothing"));
+    }
+}
+
+TEST_P(FileManagerContract, failedReplacementLeavesTheOldEntry) {
+    for (const Path& target : {here / "to", elsewhere / "to"}) {
+        ASSERT_TRUE(files.createDirectories(target / "folder"));
+        put(target / "folder/file", "old");
+        put(target / "file", "old");
+        EXPECT_FALSE(files.replaceItem(here / "missing", target / "folder", {}));
+        EXPECT_FALSE(files.replaceItem(here / "missing", target / "file", {}));
+        EXPECT_EQ(content(target / "folder/file"), "old");
+        EXPECT_EQ(content(target / "file"), "old");
+        EXPECT_THAT(names(target), UnorderedElementsAre("folder", "file"));
+    }
+}
+
+TEST_P(FileManagerContract, stoppedMoveBetweenVolumesLeavesNothing) {
+    put(here / "a", "bytes");
+    put(elsewhere / "old", "old");
+    std::stop_source stop;
+    stop.request_stop();
+    for (const auto& moved : {files.moveItem(here / "a", elsewhere / "a", stop.get_token()),
+                              files.replaceItem(here / "a", elsewhere / "old", stop.get_token())}) {
+        if (files.identity(here)->volume == files.identity(elsewhere)->volume) GTEST_SKIP() << "one volume only";
+        ASSERT_FALSE(moved);
+        EXPECT_TRUE(moved.error().isCancellation());
+    }
+    EXPECT_EQ(content(here / "a"), "bytes");
+    EXPECT_EQ(content(elsewhere / "old"), "old");
+    EXPECT_THAT(names(elsewhere), ElementsAre("old"));
+}
+
+TEST_P(FileManagerContract, carriesManyBytesBetweenVolumes) {
+    std::string bytes((9U << 20U) + 3, 'x');  // more than one step of a copy, and no round number
+    for (std::size_t i = 0; i < bytes.size(); i += 997) bytes[i] = static_cast<char>(i % 251);
+    put(here / "a", bytes);
+    // A leftover of a killed copy makes way.
+    put(gatheringPath(here / "a", elsewhere / "b"), "left");
+    ASSERT_TRUE(files.moveItem(here / "a", elsewhere / "b", {}));
+    EXPECT_TRUE(content(elsewhere / "b") == bytes);
+    ASSERT_TRUE(files.cloneFile(elsewhere / "b", here / "c"));
+    EXPECT_TRUE(content(here / "c") == bytes);
+}
+
+TEST_P(FileManagerContract, clonesLastBeyondTheirOriginal) {
+    put(here / "a", "bytes");
+    for (const Path& clone : {here / "clone", elsewhere / "clone"}) {
+        ASSERT_TRUE(files.cloneFile(here / "a", clone));
+        const auto again = files.cloneFile(here / "a", clone);
+        ASSERT_FALSE(again);
+        EXPECT_EQ(again.error().code, ErrorCase::alreadyExists);
+    }
+    ASSERT_TRUE(files.removeItem(here / "a"));
+    EXPECT_EQ(content(here / "clone"), "bytes");
+    EXPECT_EQ(content(elsewhere / "clone"), "bytes");
+    EXPECT_FALSE(files.cloneFile(here, here / "folder"));
+    EXPECT_FALSE(files.cloneFile(here / "a", here / "b"));
+    EXPECT_THAT(names(here), ElementsAre("clone"));
+}
+
+TEST_P(FileManagerContract, knowsAFileUnderEveryName) {
+    put(here / "a", "bytes");
+    put(here / "b", "bytes");
+    const auto identity = files.identity(here / "a");
+    ASSERT_TRUE(identity);
+    EXPECT_NE(identity, files.identity(here / "b"));
+    EXPECT_EQ(files.identity(here / "none"), std::nullopt);
+    ASSERT_TRUE(files.moveItem(here / "a", here / "c", {}));
+    EXPECT_EQ(files.identity(here / "c"), identity);
+
+    // Replacing one name of a file by another of the same file still ends with one.
+    ASSERT_TRUE(files.cloneFile(here / "c", here / "d"));
+    ASSERT_TRUE(files.replaceItem(here / "d", here / "c", {}));
+    EXPECT_EQ(content(here / "c"), "bytes");
+    EXPECT_THAT(names(here), UnorderedElementsAre("b", "c"));
+}
+
+TEST_P(FileManagerContract, namesAreBytes) {
+    const std::string longest(255, 'n');
+    for (const std::string& name : {std::string("caf\xE9 \xFF"), std::string("line\nbreak"), std::string("a\\b:*?"),
+                                    std::string(" . "), longest}) {
+        put(here / name, name);
+        ASSERT_TRUE(files.moveItem(here / name, elsewhere / name, {})) << name;
+        ASSERT_TRUE(files.replaceItem(elsewhere / name, here / name, {})) << name;
+        EXPECT_EQ(content(here / name), name);
+        EXPECT_THAT(names(here), ElementsAre(name));
+        EXPECT_TRUE(files.makeDurable(here / name));
+        EXPECT_TRUE(files.removeItem(here / name));
+    }
+    EXPECT_THAT(names(elsewhere), IsEmpty());
+    put(here / "a", "bytes");
+    for (const Path& target : {here, elsewhere}) EXPECT_FALSE(files.moveItem(here / "a", target / (longest + "n"), {}));
+    EXPECT_EQ(content(here / "a"), "bytes");
+}
+
+TEST_P(FileManagerContract, makesAndListsFolders) {
+    ASSERT_TRUE(files.createDirectories(here / "a/b/c"));
+    ASSERT_TRUE(files.createDirectories(here / "a/b/c"));
+    put(here / "a/.hidden", "1234");
+    EXPECT_THAT(files.directoryContents(here / "a").value(), UnorderedElementsAre(here / "a/b", here / "a/.hidden"));
+    EXPECT_EQ(files.fileSize(here / "a/.hidden"), 4);
+    EXPECT_EQ(files.fileSize(here / "a"), std::nullopt);
+    EXPECT_FALSE(files.createDirectories(here / "a/.hidden/d"));
+    EXPECT_FALSE(files.createDirectories(here / "a/.hidden"));
+    EXPECT_FALSE(files.directoryContents(here / "none"));
+
+    ASSERT_TRUE(files.removeItem(here / "a"));
+    EXPECT_FALSE(files.exists(here / "a"));
+    EXPECT_FALSE(files.removeItem(here / "a"));
+}
+
+TEST_P(FileManagerContract, writesReadsAndAppends) {
+    put(here / "a", "old and long");
+    put(here / "a", "new");
+    EXPECT_EQ(content(here / "a"), "new");
+    EXPECT_FALSE(files.writeFileAtomically(here / "none/a", "x"));
+    EXPECT_FALSE(files.writeFileAtomically(here, "x"));
+    ASSERT_TRUE(files.appendToFile(here / "log", "1"));
+    ASSERT_TRUE(files.appendToFile(here / "log", "2"));
+    EXPECT_EQ(content(here / "log"), "12");
+
+    auto created = files.createFile(here / "b");
+    ASSERT_TRUE(created);
+    ASSERT_TRUE((*created)->write("abc"));
+    ASSERT_TRUE((*created)->write("de"));
+    EXPECT_EQ(files.createFile(here / "b").error().code, ErrorCase::alreadyExists);
+    auto opened = files.openForReading(here / "b");
+    ASSERT_TRUE(opened);
+    EXPECT_EQ((*opened)->read(4), "abcd");
+    EXPECT_EQ((*opened)->read(4), "e");
+    EXPECT_EQ((*opened)->read(4), "");
+    EXPECT_FALSE(files.openForReading(here));
+    EXPECT_THAT(names(here), UnorderedElementsAre("a", "b", "log"));
+}
+
+TEST_P(FileManagerContract, failuresNameThePath) {
+    const Path missing = here / "no such folder" / "a";
+    put(here / "a", "x");
+    const Result<void> failed[] = {files.moveItem(here / "a", missing, {}), files.removeItem(missing),
+                                   files.cloneFile(here / "a", missing),    files.makeDurable(missing),
+                                   files.writeFileAtomically(missing, "x"), files.appendToFile(missing, "x")};
+    for (const auto& result : failed) {
+        ASSERT_FALSE(result);
+        EXPECT_EQ(result.error().code, ErrorCase::file);
+        EXPECT_THAT(result.error().description, HasSubstr((here / "no such folder").string()));
+    }
+}
+
+}  // namespace tovri::test

@@ -1,0 +1,167 @@
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/fsuid.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/posix/FileError.h"
+#include "platform/posix/PosixFileManager.h"
+#include "platform/posix/TemporaryFolder.h"
+
+namespace tovri::test {
+namespace {
+
+using Path = std::filesystem::path;
+using testing::AllOf;
+using testing::HasSubstr;
+
+// The rights of a user who owns nothing, where the tests run as root.
+class Unprivileged {
+public:
+    Unprivileged() : before_(::setfsuid(::geteuid() == 0 ? nobody : ::geteuid())) {}
+
+    Unprivileged(const Unprivileged&) = delete;
+    Unprivileged& operator=(const Unprivileged&) = delete;
+
+    ~Unprivileged() { ::setfsuid(static_cast<uid_t>(before_)); }
+
+private:
+    static constexpr uid_t nobody = 65534;
+    int before_;
+};
+
+class PosixFileManagerTest : public testing::Test {
+protected:
+    std::string content(const Path& path) { return files.readFile(path).value_or("<none>"); }
+
+    static std::size_t entriesIn(const Path& path) {
+        return static_cast<std::size_t>(
+            std::distance(std::filesystem::directory_iterator(path), std::filesystem::directory_iterator()));
+    }
+
+    PosixFileManager files;
+    TemporaryFolder folder;
+    Path here = folder.path;
+};
+
+TEST_F(PosixFileManagerTest, symbolicLinksCountByThemselves) {
+    ASSERT_TRUE(files.writeFileAtomically(here / "a", "bytes"));
+    ASSERT_TRUE(files.createDirectories(here / "folder"));
+    ASSERT_TRUE(files.writeFileAtomically(here / "folder/kept", "kept"));
+    std::filesystem::create_symlink("nowhere", here / "dangling");
+    std::filesystem::create_symlink("folder", here / "linked");
+
+    EXPECT_TRUE(files.exists(here / "dangling"));
+    EXPECT_EQ(files.fileSize(here / "linked/kept"), 4);
+    const auto moved = files.moveItem(here / "a", here / "dangling", {});
+    ASSERT_FALSE(moved);
+    EXPECT_EQ(moved.error().code, ErrorCase::alreadyExists);
+    // A link to a folder makes way; the folder behind it stays.
+    ASSERT_TRUE(files.replaceItem(here / "a", here / "linked", {}));
+    EXPECT_EQ(content(here / "linked"), "bytes");
+    EXPECT_EQ(content(here / "folder/kept"), "kept");
+
+    std::filesystem::create_symlink("../folder", here / "folder/itself");
+    ASSERT_TRUE(files.removeItem(here / "folder"));
+    EXPECT_EQ(entriesIn(here), 2U);
+}
+
+TEST_F(PosixFileManagerTest, whatItWritesForTheProgramIsForTheOwnerAlone) {
+    const auto mode = [](const Path& path) {
+        struct stat status{};
+        ::stat(path.c_str(), &status);
+        return status.st_mode & 0777U;
+    };
+    ASSERT_TRUE(files.writeFileAtomically(here / "written", "x"));
+    ASSERT_TRUE(files.createFile(here / "created"));
+    EXPECT_EQ(mode(here / "written"), 0600U);
+    EXPECT_EQ(mode(here / "created"), 0600U);
+
+    // A download keeps its mode on its way to another volume.
+    std::error_code noOtherVolume;
+    if (!std::filesystem::is_directory("/dev/shm", noOtherVolume)) GTEST_SKIP() << "no second file system";
+    const TemporaryFolder other("/dev/shm");
+    std::filesystem::permissions(here / "created", std::filesystem::perms(0644));
+    ASSERT_TRUE(files.moveItem(here / "created", other.path / "arrived", {}));
+    EXPECT_EQ(mode(other.path / "arrived"), 0644U);
+}
+
+TEST_F(PosixFileManagerTest, refusedFoldersAreSaidInOneSentence) {
+    ASSERT_TRUE(files.writeFileAtomically(here / "a", "bytes"));
+    ASSERT_TRUE(files.createDirectories(here / "shut"));
+    std::filesystem::permissions(here, std::filesystem::perms(0777));
+    std::filesystem::permissions(here / "a", std::filesystem::perms(0666));
+    std::filesystem::permissions(here / "shut", std::filesystem::perms(0555));
+    const Unprivileged user;
+    for (const auto& refused :
+         {files.moveItem(here / "a", here / "shut/a", {}), files.createDirectories(here / "shut/below"),
+          files.writeFileAtomically(here / "shut/a", "x"), files.cloneFile(here / "a", here / "shut/a")}) {
+        ASSERT_FALSE(refused);
+        EXPECT_THAT(refused.error().description, AllOf(HasSubstr((here / "shut").string()),
+                                                       HasSubstr("permission is denied"), HasSubstr("choose another")));
+    }
+    EXPECT_EQ(content(here / "a"), "bytes");
+}
+
+// A small file system of its own, seen by this process alone.
+class SmallDisk : public PosixFileManagerTest {
+protected:
+    void SetUp() override {
+        ASSERT_TRUE(files.createDirectories(disk));
+        const bool isAlone =
+            ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;  // NOLINT
+        if (!isAlone || ::mount("none", disk.c_str(), "tmpfs", 0, "size=1m") != 0) GTEST_SKIP() << "cannot mount here";
+        isMounted_ = true;
+    }
+
+    void TearDown() override {
+        if (isMounted_) ::umount(disk.c_str());
+    }
+
+    Path disk = here / "disk";
+
+private:
+    bool isMounted_ = false;
+};
+
+TEST_F(SmallDisk, fullDiskLosesNothingAndLeavesNothing) {
+    const std::string large(std::size_t{2} << 20U, 'x');
+    ASSERT_TRUE(files.writeFileAtomically(here / "large", large));
+    ASSERT_TRUE(files.writeFileAtomically(disk / "old", "old"));
+    ASSERT_TRUE(files.createDirectories(disk / "folder/below"));
+    for (const auto& failed :
+         {files.moveItem(here / "large", disk / "new", {}), files.replaceItem(here / "large", disk / "old", {}),
+          files.replaceItem(here / "large", disk / "folder", {}), files.cloneFile(here / "large", disk / "new"),
+          files.writeFileAtomically(disk / "old", large)}) {
+        ASSERT_FALSE(failed);
+        EXPECT_THAT(failed.error().description, HasSubstr("the disk is full; free some space and try again."));
+    }
+    EXPECT_EQ(files.fileSize(here / "large"), static_cast<ByteCount>(large.size()));
+    EXPECT_EQ(content(disk / "old"), "old");
+    EXPECT_TRUE(files.exists(disk / "folder/below"));
+    EXPECT_EQ(entriesIn(disk), 2U);
+}
+
+TEST_F(SmallDisk, readOnlyDiskIsSaid) {
+    ASSERT_TRUE(files.writeFileAtomically(here / "a", "bytes"));
+    ASSERT_EQ(::mount("none", disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    const auto moved = files.moveItem(here / "a", disk / "a", {});
+    ASSERT_FALSE(moved);
+    EXPECT_THAT(moved.error().description, HasSubstr("the disk is read-only"));
+    EXPECT_EQ(content(here / "a"), "bytes");
+}
+
+TEST(FileError, descriptionsAreOneLineOfText) {
+    EXPECT_EQ(fileError("write", "/tmp/caf\xC3\xA9/\xE9\n\x7F", ENOSPC).description,
+              "Cannot write \"/tmp/caf\xC3\xA9/???\": the disk is full; free some space and try again.");
+    // Overlong, surrogate, beyond Unicode, cut short.
+    EXPECT_EQ(displayText("\xC0\xAF|\xED\xA0\x80|\xF4\x90\x80\x80|\xF0\x9F\x98"), "??|???|????|???");
+    EXPECT_EQ(displayText("\xF0\x9F\x98\x80"), "\xF0\x9F\x98\x80");
+}
+
+}  // namespace
+}  // namespace tovri::test

@@ -1,0 +1,160 @@
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <latch>
+#include <thread>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include "platform/posix/PosixBackgroundQueue.h"
+#include "platform/posix/PosixMainLoop.h"
+#include "platform/posix/StandardOutputLog.h"
+
+namespace tovri::test {
+namespace {
+
+using std::chrono::milliseconds;
+
+TEST(PosixMainLoop, takesJobsFromManyThreadsInTheOrderOfEach) {
+    constexpr int threadCount = 4;
+    constexpr int jobsOfEach = 5000;
+    PosixMainLoop loop;
+    std::array<int, threadCount> next{};
+    int ran = 0;
+    std::vector<std::jthread> threads;
+    for (std::size_t t = 0; t < threadCount; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < jobsOfEach; ++i)
+                loop.post([&, t, i] {
+                    EXPECT_EQ(next[t]++, i);
+                    if (++ran == threadCount * jobsOfEach) loop.quit();
+                });
+        });
+    loop.run();
+    EXPECT_EQ(ran, threadCount * jobsOfEach);
+}
+
+TEST(PosixMainLoop, sleepsUntilSomethingIsDue) {
+    PosixMainLoop loop;
+    std::vector<Subscription> waiting;
+    for (int i = 0; i < 10'000; ++i) waiting.push_back(loop.schedule(std::chrono::hours(1), [] {}));
+    const Subscription end = loop.schedule(milliseconds(200), [&] { loop.quit(); });
+    rusage before{};
+    ::getrusage(RUSAGE_SELF, &before);
+    loop.run();
+    rusage after{};
+    ::getrusage(RUSAGE_SELF, &after);
+    EXPECT_LE(after.ru_nvcsw - before.ru_nvcsw, 5);  // one sleep; a loop that looks around has a hundred
+}
+
+TEST(PosixMainLoop, watchesDescriptorsUntilTheirEnd) {
+    PosixMainLoop loop;
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    FileDescriptor reading(ends[0]);
+    FileDescriptor writing(ends[1]);
+    std::string read;
+    Subscription watch = loop.watch(reading.number(), PosixMainLoop::Readiness::readable, [&] {
+        std::array<char, 10> bytes{};
+        const ssize_t count = ::read(reading.number(), bytes.data(), bytes.size());
+        read.append(bytes.data(), static_cast<std::size_t>(count));
+        if (count > 0) return;
+        watch.reset();
+        loop.quit();
+    });
+    std::jthread writer([&] {
+        ASSERT_EQ(::write(writing.number(), "abc", 3), 3);
+        ASSERT_EQ(::write(writing.number(), "def", 3), 3);
+        const FileDescriptor closed = std::move(writing);
+    });
+    loop.run();
+    EXPECT_EQ(read, "abcdef");
+}
+
+TEST(PosixMainLoop, hearsSignalsAsLongAsSomebodyListens) {
+    PosixMainLoop loop;
+    struct sigaction before{};
+    ::sigaction(SIGUSR1, nullptr, &before);
+    int heard = 0;
+    Subscription listening = loop.onSignal(SIGUSR1, [&] {
+        if (++heard == 2) listening.reset();
+        heard == 2 ? loop.quit() : static_cast<void>(::raise(SIGUSR1));
+    });
+    ::raise(SIGUSR1);
+    loop.run();
+    EXPECT_EQ(heard, 2);
+    struct sigaction after{};
+    ::sigaction(SIGUSR1, nullptr, &after);
+    EXPECT_EQ(after.sa_handler, before.sa_handler);
+}
+
+TEST(PosixBackgroundQueue, runsSeveralAtATimeAndWaitsForThemAtItsEnd) {
+    PosixMainLoop loop;
+    std::atomic<int> ended = 0;
+    std::latch together(2);
+    std::vector<Subscription> works;
+    {
+        PosixBackgroundQueue queue(loop, 2);
+        for (int i = 0; i < 2; ++i)
+            works.push_back(queue.run(
+                [&](const std::stop_token& stop) {
+                    together.arrive_and_wait();
+                    while (!stop.stop_requested()) std::this_thread::yield();
+                    ++ended;
+                },
+                [] {}));
+        works.push_back(queue.run([&](const std::stop_token&) { ended = 100; }, [] {}));  // never gets a thread
+        together.wait();
+    }
+    EXPECT_EQ(ended, 2);
+}
+
+TEST(PosixBackgroundQueue, askedToStopItFinishesWhatHasBegun) {
+    PosixMainLoop loop;
+    PosixBackgroundQueue queue(loop, 1);
+    std::latch begun(1);
+    bool isFinished = false;
+    bool isReported = false;
+    Subscription work = queue.run(
+        [&](const std::stop_token& stop) {
+            begun.count_down();
+            while (!stop.stop_requested()) std::this_thread::yield();
+            isFinished = true;
+        },
+        [&] { isReported = true; });
+    begun.wait();
+    work.reset();
+    const Subscription next = queue.run([](const std::stop_token&) {}, [&] { loop.quit(); });
+    loop.run();
+    EXPECT_TRUE(isFinished);
+    EXPECT_FALSE(isReported);
+}
+
+TEST(StandardOutputLog, writesWholeLinesFromManyThreads) {
+    std::FILE* const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    const std::string text = "[Test] " + std::string(300, 'x');
+    StandardOutputLog log(file);
+    {
+        std::vector<std::jthread> threads;
+        for (int t = 0; t < 3; ++t)
+            threads.emplace_back([&] {
+                for (int i = 0; i < 200; ++i) log.line(text);
+            });
+    }
+    std::rewind(file);
+    std::string read(3 * 200 * (text.size() + 1) + 1, '\0');
+    read.resize(std::fread(read.data(), 1, read.size(), file));
+    std::string expected;
+    for (int i = 0; i < 600; ++i) expected += text + "\n";
+    EXPECT_TRUE(read == expected);
+    std::fclose(file);
+}
+
+}  // namespace
+}  // namespace tovri::test

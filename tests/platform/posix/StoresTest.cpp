@@ -1,0 +1,188 @@
+#include <array>
+#include <csignal>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "platform/posix/DataFolderLock.h"
+#include "platform/posix/EnvironmentCredentialStore.h"
+#include "platform/posix/FileCredentialStore.h"
+#include "platform/posix/FileUserDefaults.h"
+#include "platform/posix/PathFolderAccess.h"
+#include "platform/posix/PosixFileManager.h"
+#include "platform/posix/TemporaryFolder.h"
+#include "platform/posix/XDGFolders.h"
+#include "support/MemoryStores.h"
+
+namespace tovri::test {
+namespace {
+
+using Path = std::filesystem::path;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class StoresTest : public testing::Test {
+protected:
+    void put(const Path& path, const std::string& text) { std::ofstream(path) << text; }
+
+    std::string content(const Path& path) { return files.readFile(path).value_or("<none>"); }
+
+    static mode_t modeOf(const Path& path) {
+        struct stat status{};
+        ::stat(path.c_str(), &status);
+        return status.st_mode & 0777U;
+    }
+
+    PosixFileManager files;
+    RecordingLog log;
+    TemporaryFolder folder;
+    Path here = folder.path;
+};
+
+TEST_F(StoresTest, preferencesOfOthersStay) {
+    const Path file = here / "preferences.json";
+    put(file, R"({"later": {"list": [1, 2.5, null]}, "maxConcurrentDownloads": 4, "big": 1.0})");
+    FileUserDefaults defaults(files, log, file);
+    EXPECT_EQ(defaults.integer("maxConcurrentDownloads"), 4);
+    EXPECT_EQ(defaults.integer("big"), std::nullopt);
+
+    FileUserDefaults otherProcess(files, log, file);
+    otherProcess.setString("conflictBehavior", "skip");
+    defaults.setBoolean("deleteAfterDownload", true);
+    EXPECT_EQ(content(file), R"({
+  "big": 1.0,
+  "conflictBehavior": "skip",
+  "deleteAfterDownload": true,
+  "later": {"list":[1,2.5,null]},
+  "maxConcurrentDownloads": 4
+}
+)");
+    EXPECT_THAT(log.lines, ElementsAre());
+}
+
+TEST_F(StoresTest, damagedPreferencesAreReportedAndKept) {
+    const Path file = here / "preferences.json";
+    for (const char* damaged : {"{\"conflictBehavior\": \"sk", "[]", ""}) {
+        put(file, damaged);
+        log.lines.clear();
+        FileUserDefaults defaults(files, log, file);
+        EXPECT_THAT(log.lines, ElementsAre("[Preferences] Ignoring unreadable preferences at " + file.string()));
+        EXPECT_EQ(content(file), damaged);
+        defaults.setInteger("maxConcurrentDownloads", 2);
+        EXPECT_EQ(FileUserDefaults(files, log, file).integer("maxConcurrentDownloads"), 2);
+    }
+    EXPECT_EQ(content(here / "preferences.json.unreadable-1"), "{\"conflictBehavior\": \"sk");
+    EXPECT_EQ(content(here / "preferences.json.unreadable-3"), "");
+}
+
+TEST_F(StoresTest, preferencesThatCannotBeWrittenLastForTheProcess) {
+    put(here / "file", "");
+    FileUserDefaults defaults(files, log, here / "file" / "preferences.json");
+    defaults.setInteger("maxConcurrentDownloads", 7);
+    defaults.setString("conflictBehavior", "ask");
+    EXPECT_EQ(defaults.integer("maxConcurrentDownloads"), 7);
+    std::filesystem::remove(here / "file");
+    defaults.setBoolean("deleteAfterDownload", true);
+    EXPECT_EQ(FileUserDefaults(files, log, here / "file" / "preferences.json").integer("maxConcurrentDownloads"), 7);
+}
+
+TEST_F(StoresTest, secretsAreForTheOwnerAlone) {
+    const Path file = here / "state/Tovri/credentials.json";
+    FileCredentialStore store(files, file);
+    store.save("accessToken", "TOKEN");
+    EXPECT_EQ(modeOf(file), 0600U);
+    EXPECT_EQ(modeOf(here / "state"), 0700U);
+    EXPECT_EQ(modeOf(here / "state/Tovri"), 0700U);
+
+    std::filesystem::permissions(file, std::filesystem::perms(0644));
+    EXPECT_EQ(store.load("accessToken"), "TOKEN");
+    EXPECT_EQ(modeOf(file), 0600U);
+
+    std::filesystem::rename(file, here / "elsewhere");
+    std::filesystem::create_symlink(here / "elsewhere", file);
+    EXPECT_EQ(store.load("accessToken"), std::nullopt);
+}
+
+TEST_F(StoresTest, tokenOfTheEnvironmentIsUsedButNeverKept) {
+    MemoryCredentialStore stored;
+    stored.save("accessToken", "stored");
+    EnvironmentCredentialStore store(stored, "environment");
+    EXPECT_EQ(store.load("accessToken"), "environment");
+    store.save("accessToken", "environment");
+    store.save("clientID", "123");
+    EXPECT_EQ(stored.load("accessToken"), "stored");
+    EXPECT_EQ(stored.load("clientID"), "123");
+
+    store.remove("accessToken");
+    EXPECT_EQ(store.load("accessToken"), std::nullopt);
+    EXPECT_EQ(stored.load("accessToken"), "stored");
+    store.save("accessToken", "new");
+    EXPECT_EQ(store.load("accessToken"), "new");
+    store.remove("accessToken");
+    EXPECT_EQ(stored.load("accessToken"), std::nullopt);
+
+    stored.save("accessToken", "stored");
+    EXPECT_EQ(EnvironmentCredentialStore(stored, "").load("accessToken"), "stored");
+}
+
+TEST_F(StoresTest, dataFolderHasOneOwnerUntilItDies) {
+    std::array<int, 2> ready{};
+    ASSERT_EQ(::pipe(ready.data()), 0);
+    const Path data = here / "data/Tovri";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const auto lock = DataFolderLock::acquire(data, "tovri-cli");
+        static_cast<void>(::write(ready[1], lock ? "y" : "n", 1));
+        while (true) ::pause();
+    }
+    char answer = 0;
+    ASSERT_EQ(::read(ready[0], &answer, 1), 1);
+    EXPECT_EQ(answer, 'y');
+    const auto second = DataFolderLock::acquire(data, "tovri");
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    ASSERT_FALSE(second);
+    EXPECT_THAT(second.error().description, HasSubstr("tovri-cli (process " + std::to_string(child) + ")"));
+
+    {
+        const auto lock = DataFolderLock::acquire(data, "tovri");
+        EXPECT_TRUE(lock);
+        EXPECT_FALSE(DataFolderLock::acquire(data, "tovri"));
+    }
+    EXPECT_TRUE(DataFolderLock::acquire(data, "tovri"));
+    EXPECT_EQ(modeOf(here / "data"), 0700U);
+}
+
+TEST_F(StoresTest, foldersFollowTheEnvironment) {
+    ::setenv("HOME", "/home/someone", 1);
+    ::setenv("XDG_DATA_HOME", "/elsewhere/data", 1);
+    ::setenv("XDG_CONFIG_HOME", "relative", 1);
+    ::setenv("XDG_STATE_HOME", "", 1);
+    ::unsetenv("TMPDIR");
+    const XDGFolders folders = XDGFolders::fromEnvironment();
+    EXPECT_EQ(folders.standard.home, "/home/someone");
+    EXPECT_EQ(folders.standard.applicationData, "/elsewhere/data/Tovri");
+    EXPECT_EQ(folders.configuration, "/home/someone/.config/Tovri");
+    EXPECT_EQ(folders.state, "/home/someone/.local/state/Tovri");
+    EXPECT_EQ(folders.standard.temporary, "/tmp");
+}
+
+TEST_F(StoresTest, bookmarksResolveWhileTheirFolderExists) {
+    PathFolderAccess access;
+    const Path chosen = here / "caf\xE9";
+    std::filesystem::create_directory(chosen);
+    const auto bookmark = access.makeBookmark(chosen);
+    ASSERT_TRUE(bookmark);
+    EXPECT_EQ(access.resolve(*bookmark)->folder, chosen);
+    std::filesystem::remove(chosen);
+    EXPECT_FALSE(access.resolve(*bookmark));
+    EXPECT_FALSE(access.resolve(""));
+    EXPECT_FALSE(access.makeBookmark(chosen));
+}
+
+}  // namespace
+}  // namespace tovri::test
