@@ -11,6 +11,7 @@ target_link_libraries(tovri_options INTERFACE Threads::Threads)
 set(TOVRI_SANITIZER "" CACHE STRING "Value of -fsanitize, empty for none")
 if(TOVRI_SANITIZER)
   add_compile_options(-fsanitize=${TOVRI_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_compile_options(-fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer-ignore.txt)
   add_link_options(-fsanitize=${TOVRI_SANITIZER})
 endif()
 
