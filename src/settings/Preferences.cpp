@@ -56,9 +56,9 @@ bool isPositive(const std::int64_t& value) {
 
 template <class T>
 struct Preferences::Setting {
-    Field field;
+    Field field{};
     std::string_view key;
-    T Preferences::* member;
+    T Preferences::* member = nullptr;
     bool (*isAcceptable)(const T&) = nullptr;  // a stored value that is not gives way to the default
 };
 
