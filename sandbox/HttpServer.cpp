@@ -10,6 +10,7 @@
 #include <strings.h>
 
 #include "sandbox/Certificate.h"
+#include "sandbox/MultipartParser.h"
 
 namespace tovri::sandbox {
 namespace {
@@ -33,10 +34,18 @@ void shutDownConnections(int serverPort, std::optional<int> clientPort) {
     }
 }
 
+// A request is the library's own local variable, not a constant; what it says decides what the library does next.
+httplib::Request& own(const httplib::Request& request) {
+    return const_cast<httplib::Request&>(request);
+}
+
 class LibraryBody : public BodyReader {
 public:
-    LibraryBody(const httplib::Request& request, const httplib::ContentReader& reader)
-        : request_(request), reader_(reader) {}
+    // Without its type the library gives the body as it is, instead of taking it apart.
+    LibraryBody(httplib::Request& request, const httplib::ContentReader& reader)
+        : request_(request), reader_(reader), contentType_(request.get_header_value("Content-Type")) {
+        request.headers.erase("Content-Type");
+    }
 
     std::string readAll() override {
         std::string body;
@@ -50,14 +59,18 @@ public:
     }
 
     bool readParts(const OnPart& onPart, const OnData& onData) override {
-        if (!request_.is_multipart_form_data()) return false;
-        return reader_([&](const httplib::MultipartFormData& part) { return onPart({part.name, part.filename}); },
-                       [&](const char* data, std::size_t size) { return onData({data, size}); });
+        const std::string boundary = MultipartParser::boundaryOf(contentType_);
+        if (boundary.empty()) return false;
+        MultipartParser parser(boundary, onPart, onData);
+        const bool isRead =
+            reader_([&](const char* data, std::size_t size) { return parser.feed(std::string_view(data, size)); });
+        return isRead && parser.isComplete();
     }
 
 private:
     const httplib::Request& request_;
     const httplib::ContentReader& reader_;
+    std::string contentType_;
 };
 
 class LibrarySink : public Sink {
@@ -197,20 +210,19 @@ private:
         server.set_post_routing_handler(announceLength);
         server.set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
             if (request.method == "POST") return httplib::Server::HandlerResponse::Unhandled;
-            answer(request, response, nullptr);
+            answer(own(request), response, nullptr);
             return httplib::Server::HandlerResponse::Handled;
         });
         server.Post("[\\s\\S]*", [this](const httplib::Request& request, httplib::Response& response,
                                         const httplib::ContentReader& reader) {
-            LibraryBody body(request, reader);
-            answer(request, response, &body);
+            LibraryBody body(own(request), reader);
+            answer(own(request), response, &body);
         });
     }
 
-    void answer(const httplib::Request& request, httplib::Response& response, BodyReader* body) {
-        // Ranges are our business: the library would cut what is already the right part. The request is the library's
-        // own local variable, not a constant.
-        const_cast<httplib::Request&>(request).ranges.clear();  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    void answer(httplib::Request& request, httplib::Response& response, BodyReader* body) {
+        // Ranges are our business: the library would cut what is already the right part.
+        request.ranges.clear();
         HttpResponse answered = handler_(toRequest(request, body));
         if (answered.drop) shutDownConnections(port_, request.remote_port);
         fillResponse(response, std::move(answered));

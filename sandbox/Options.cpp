@@ -97,7 +97,7 @@ void addBehaviourOptions(CLI::App& app, Options& options) {
     addSize(app, "--crc-limit", settings.crcLimit, "List no CRC-32 for files larger than this (default: for all)")
         ->group("Behaviour");
     addSize(app, "--upload-memory", settings.uploadMemory,
-            "How much uploaded content can be downloaded again, in all (default: 256MiB)")
+            "How much uploaded content can be downloaded again, in all (default: 64MiB)")
         ->group("Behaviour");
     app.add_option_function<double>(
            "--link-lifetime",

@@ -18,9 +18,9 @@ struct SandboxSettings {
     bool tls = false;
     std::string storageURL = {};  // of another server that holds the files by their paths; empty: our own storage
 
-    std::size_t pageSize = 1000;               // entries in a listing before the cursor cuts it
-    std::uint64_t crcLimit = UINT64_MAX;       // no CRC-32 is listed for larger files
-    std::uint64_t uploadMemory = 256UL << 20;  // how much uploaded content is kept
+    std::size_t pageSize = 1000;              // entries in a listing before the cursor cuts it
+    std::uint64_t crcLimit = UINT64_MAX;      // no CRC-32 is listed for larger files
+    std::uint64_t uploadMemory = 64UL << 20;  // how much uploaded content is kept
     std::optional<std::chrono::milliseconds> linkLifetime = std::nullopt;
     bool deniesSignIn = false;
     double clockRate = 1;  // how much faster than real time transfers live
