@@ -7,7 +7,7 @@ namespace tovri {
 namespace {
 
 class AuthManagerTest : public test::ServiceFixture {
-protected:
+public:
     AuthManagerTest() {
         auth.signOut();
         auth.saveClientID("123");
@@ -19,7 +19,7 @@ protected:
 
 TEST_F(AuthManagerTest, takesTheTokenOfTheRedirectAsItStands) {
     struct Case {
-        const char* redirect;
+        const char* redirect = nullptr;
         std::optional<std::string> token;
     };
 
@@ -66,7 +66,7 @@ TEST_F(AuthManagerTest, asksForTheClientThatTheUserRegistered) {
 }
 
 TEST_F(AuthManagerTest, aFailedSignInChangesNothing) {
-    auth.signInWithToken("old");
+    EXPECT_TRUE(auth.signInWithToken("old"));
     web.answer = std::nullopt;
     EXPECT_EQ(run(auth.signIn(never())).error().description, "Authentication was cancelled.");
 
@@ -97,9 +97,9 @@ TEST_F(AuthManagerTest, tellsObserversOfRealChangesOnly) {
         [&](AuthManager::Change change) { told.emplace_back(change, credentials.values.contains("accessToken")); });
     using enum AuthManager::Change;
 
-    auth.signInWithToken(" new\n");
-    auth.signInWithToken("newer");  // still signed in
-    auth.saveClientID("123 ");      // the same
+    EXPECT_TRUE(auth.signInWithToken(" new\n"));
+    EXPECT_TRUE(auth.signInWithToken("newer"));  // still signed in
+    auth.saveClientID("123 ");                   // the same
     auth.saveClientID("456");
     auth.signOut();
     auth.signOut();

@@ -5,7 +5,7 @@ namespace tovri {
 namespace {
 
 class FileOperationsTest : public test::ServiceFixture {
-protected:
+public:
     FileOperationsTest() {
         files.put("/music/a \"b\".ogg", "12345");
         files.put("/tmp/other", "stays");

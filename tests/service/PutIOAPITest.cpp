@@ -61,7 +61,7 @@ TEST_F(PutIOAPITest, judgesAnAnswerByItsStatus) {
     EXPECT_EQ(run(api.post<StatusResponse>("/x", {}, never())).error().code, ErrorCase::notAuthenticated);
     EXPECT_EQ(http.requests.size(), sent);
 
-    auth.signInWithToken("secret");
+    EXPECT_TRUE(auth.signInWithToken("secret"));
     answerWith(299, R"({"status":"OK"})");
     EXPECT_TRUE(run(api.get<StatusResponse>("/x", {}, never())));
     answer = failure({ErrorCase::transport, "No route to put.io."});
@@ -72,7 +72,7 @@ TEST_F(PutIOAPITest, judgesAnAnswerByItsStatus) {
 TEST_F(PutIOAPITest, aLateRefusalDoesNotUndoANewSignIn) {
     answerWith(401, "");
     const auto refused = start(api.get<StatusResponse>("/x", {}, never()));
-    auth.signInWithToken("newer");
+    EXPECT_TRUE(auth.signInWithToken("newer"));
     loop.advance(http.latency);
     ASSERT_TRUE(refused->has_value());
     EXPECT_EQ((*refused)->error().code, ErrorCase::notAuthenticated);

@@ -108,7 +108,7 @@ TEST(Records, sayWhichKeyIsNotAsItShouldBe) {
 
 TEST(Records, readNumbersAsAStrictDecoderDoes) {
     struct Case {
-        const char* size;
+        const char* size = nullptr;
         std::optional<ByteCount> expected;  // none: the decode fails
     };
 

@@ -19,9 +19,9 @@ namespace tovri::test {
 
 // A client on simulated ports, signed in with the token "secret" unless a test signs it out.
 class ServiceFixture : public testing::Test {
-protected:
+public:
     ServiceFixture() {
-        auth.signInWithToken("secret");
+        EXPECT_TRUE(auth.signInWithToken("secret"));
         http.handler = [this](const HTTPRequest&) { return answer; };
     }
 

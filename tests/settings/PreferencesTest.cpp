@@ -10,7 +10,7 @@ namespace tovri {
 namespace {
 
 class PreferencesTest : public testing::Test {
-protected:
+public:
     [[nodiscard]] Preferences load() { return {defaults, folderAccess, "/home/user"}; }
 
     test::MemoryUserDefaults defaults;
