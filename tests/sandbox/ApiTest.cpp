@@ -199,7 +199,7 @@ TEST(SandboxTls, isTrustedWithItsCertificateOnly) {
     const std::string path = testing::TempDir() + "sandbox-certificate.pem";
     std::ofstream(path) << sandbox.certificatePem();
     httplib::Client trusting(sandbox.apiURL());
-    trusting.set_ca_cert_path(path.c_str());
+    trusting.set_ca_cert_path(path);
     EXPECT_TRUE(trusting.Get("/sandbox/stats"));
     httplib::Client stranger(sandbox.apiURL());
     EXPECT_EQ(stranger.Get("/sandbox/stats").error(), httplib::Error::SSLServerVerification);

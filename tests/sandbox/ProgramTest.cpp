@@ -66,9 +66,9 @@ std::string contentOf(const fs::path& path) {
 
 class ProgramTest : public testing::Test {
 protected:
-    ProgramTest() { fs::create_directories(folder_); }
+    void SetUp() override { fs::create_directories(folder_); }
 
-    ~ProgramTest() override { fs::remove_all(folder_); }
+    void TearDown() override { fs::remove_all(folder_); }
 
     int statusOf(const std::vector<std::string>& arguments) { return Program(arguments, output_).exitStatus(); }
 

@@ -12,7 +12,7 @@ namespace {
 
 TEST(ByteSize, readsUnitsAndRefusesTheRest) {
     struct Case {
-        const char* text;
+        const char* text = "";
         std::optional<std::uint64_t> expected;
     };
 
@@ -37,8 +37,8 @@ TEST(ByteRange, followsTheRulesForOneRange) {
     const RangeWish impossible{.isSatisfiable = false, .range = {}};
 
     struct Case {
-        const char* header;
-        std::uint64_t size;
+        const char* header = "";
+        std::uint64_t size = 0;
         RangeWish expected;
     };
 
