@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include <unistd.h>
+
 #include "platform/curl/SignalMask.h"
 
 namespace tovri {
@@ -38,6 +40,11 @@ ShareHandle makeShare() {
     ShareHandle share(curl_share_init());
     curl_share_setopt(share.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_SSL_SESSION);
     return share;
+}
+
+int closeSocket(void* sockets, curl_socket_t socket) {
+    static_cast<OpenSockets*>(sockets)->closed(socket);
+    return ::close(socket);
 }
 
 }  // namespace
@@ -101,6 +108,8 @@ EasyHandle CurlLoop::takeHandle() {
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     set(CURLOPT_USERAGENT, "Tovri");
+    set(CURLOPT_CLOSESOCKETFUNCTION, &closeSocket);
+    set(CURLOPT_CLOSESOCKETDATA, &sockets_);
     if (!trustedCertificates_.empty()) set(CURLOPT_CAINFO, trustedCertificates_.c_str());
     return handle;
 }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "platform/curl/CurlHandles.h"
+#include "platform/curl/OpenSockets.h"
 
 namespace tovri {
 
@@ -52,6 +53,9 @@ public:
     [[nodiscard]] EasyHandle takeHandle();
     void giveBack(EasyHandle handle);
 
+    // Whoever is told of a new socket enters it here; its end is noticed by the loop.
+    [[nodiscard]] OpenSockets& sockets() { return sockets_; }
+
     // From now on the client is told, until it has finished or is removed. It stays alive until then.
     void add(CurlLoopClient& client);
     void remove(CurlLoopClient& client);
@@ -72,6 +76,7 @@ private:
     bool isStopping_ = false;
 
     std::string trustedCertificates_;  // a file; empty for the library's own choice
+    OpenSockets sockets_;
     ShareHandle share_;
     MultiHandle multi_;
     std::vector<EasyHandle> spareHandles_;

@@ -12,12 +12,6 @@ namespace {
 
 constexpr int redirectLimit = 10;
 
-curl_socket_t socketOf(CURL* handle) {
-    curl_socket_t socket = CURL_SOCKET_BAD;
-    curl_easy_getinfo(handle, CURLINFO_ACTIVESOCKET, &socket);
-    return socket;
-}
-
 }  // namespace
 
 struct Exchange::Callbacks {
@@ -45,7 +39,7 @@ struct Exchange::Callbacks {
     static int progress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
         auto& exchange = *static_cast<Exchange*>(self);
         if (exchange.request_.body) exchange.receiver_.didSend(sent, exchange.request_.body->length());
-        return CURL_PROGRESSFUNC_CONTINUE;
+        return 0;
     }
 
     // Counts the body bytes of each read: only here are those past the announced length seen.
@@ -59,13 +53,17 @@ struct Exchange::Callbacks {
         return 0;
     }
 
-    static int socketOpened(void* self, curl_socket_t, curlsocktype) {
-        static_cast<Exchange*>(self)->hasBegun_ = true;
+    static int socketOpened(void* self, curl_socket_t socket, curlsocktype) {
+        auto& exchange = *static_cast<Exchange*>(self);
+        exchange.hasBegun_ = true;
+        exchange.loop_.sockets().opened(socket);
         return CURL_SOCKOPT_OK;
     }
 
-    static int connected(void* self, char*, char*, int, int) {
+    // The connection stands, be it new or kept from before.
+    static int connected(void* self, char* peer, char*, int peerPort, int localPort) {
         auto& exchange = *static_cast<Exchange*>(self);
+        exchange.socket_ = exchange.loop_.sockets().find(peer, peerPort, localPort);
         exchange.hasBegun_ = true;
         exchange.movedAtLastLook_ = -1;
         return CURL_PREREQFUNC_OK;
@@ -95,6 +93,8 @@ void Exchange::send() {
     head_ = {};
     isHeadComplete_ = false;
     bodyOnWire_ = 0;
+    hasExcess_ = false;
+    socket_ = -1;
     hasBegun_ = false;
     movedAtLastLook_ = -1;
 
@@ -176,28 +176,28 @@ bool Exchange::readHeadEnd() {
 bool Exchange::readBody(std::string_view bytes) {
     if (head_.isRedirect()) return true;
     if (Result<void> accepted = receiver_.didReceiveBytes(bytes); !accepted) refusal_ = std::move(accepted.error());
+    hasExcess_ = hasExcess_ || hasExcess();
     return !refusal_;
 }
 
 void Exchange::didFinish(CURLcode code) {
-    const bool sentTooMuch = hasExcess();
     loop_.remove(*this);
     if (refusal_) return end(failure(std::move(*refusal_)));
     if (code != CURLE_OK) return end(failure(transportError(code, address_.host)));
     if (head_.isRedirect()) return follow();
-    if (sentTooMuch) return end(failure(excessError(address_.host)));
+    if (hasExcess_) return end(failure(excessError(address_.host)));
     end({});
 }
 
-// The library silently leaves what follows the announced length: in the read that held the head, or in the socket.
+// The library silently leaves what follows the announced length: in the read that held the head, or in the socket. To
+// be asked while the body arrives: later the connection may already carry another exchange's answer.
 bool Exchange::hasExcess() const {
     const std::optional<ByteCount> announced = head_.bodyLength();
-    if (!announced) return false;
+    if (!announced || bodyOnWire_ < *announced) return false;
     if (bodyOnWire_ > *announced) return true;
     if (address_.isSecure()) return false;
-    const curl_socket_t socket = socketOf(handle_.get());
     char byte = 0;
-    return socket != CURL_SOCKET_BAD && ::recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
+    return socket_ >= 0 && ::recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
 }
 
 void Exchange::follow() {
@@ -209,7 +209,7 @@ void Exchange::follow() {
         std::erase_if(request_.headers,
                       [](const auto& header) { return equalIgnoringCase(header.first, "Authorization"); });
     const bool repeats = head_.status == 307 || head_.status == 308;
-    if (!repeats && request_.method != "HEAD") dropBody();
+    if (!repeats && request_.body) dropBody();
     address_ = std::move(*next);
     send();
 }
@@ -247,8 +247,7 @@ ByteCount Exchange::movedBytes() const {
     curl_easy_getinfo(handle_.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
     curl_easy_getinfo(handle_.get(), CURLINFO_HEADER_SIZE, &heads);
     int unsent = 0;
-    if (const curl_socket_t socket = socketOf(handle_.get()); request_.body && socket != CURL_SOCKET_BAD)
-        ::ioctl(socket, SIOCOUTQ, &unsent);
+    if (request_.body && socket_ >= 0) ::ioctl(socket_, SIOCOUTQ, &unsent);
     return received + sent + heads - unsent;
 }
 

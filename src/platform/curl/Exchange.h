@@ -89,6 +89,8 @@ private:
     ResponseHead head_;
     bool isHeadComplete_ = false;
     ByteCount bodyOnWire_ = 0;      // as it arrived, before the library cuts it to the announced length
+    int socket_ = -1;               // of the connection, once that stands
+    bool hasExcess_ = false;        // more came than was announced
     std::optional<Error> refusal_;  // why a callback ended the exchange
     bool hasBegun_ = false;         // no longer waiting for one of the host's connections
     ByteCount movedAtLastLook_ = -1;

@@ -1,0 +1,221 @@
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/curl/CurlHTTPSession.h"
+#include "platform/curl/HandRunLoop.h"
+#include "platform/curl/ScriptedServer.h"
+#include "platform/curl/TemporaryFolder.h"
+#include "sandbox/Sandbox.h"
+
+namespace tovri::test {
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+const char* const token = "Bearer secret";
+
+std::string answerWith(const std::string& status, const std::string& headers, const std::string& body) {
+    return "HTTP/1.1 " + status + "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
+           body;
+}
+
+class CurlHTTPSessionTest : public testing::Test {
+protected:
+    Result<HTTPResponse> send(HTTPRequest request) {
+        std::optional<Result<HTTPResponse>> answer;
+        const Subscription operation =
+            session_.send(std::move(request), [&](Result<HTTPResponse> result) { answer = std::move(result); });
+        while (!answer && loop_.waitForPost()) loop_.runPosted();
+        return answer ? *answer : failure(Error(ErrorCase::transport, "no answer in the test's time"));
+    }
+
+    static HTTPRequest authorized(std::string method, std::string url, std::string body = {}) {
+        HTTPRequest request;
+        request.method = std::move(method);
+        request.url = std::move(url);
+        request.headers = {{"Authorization", token}, {"Content-Type", "text/x-form"}};
+        request.body = std::move(body);
+        request.timeout = std::chrono::seconds(1);
+        return request;
+    }
+
+    HandRunLoop loop_;
+    CurlHTTPSession session_{loop_};
+};
+
+}  // namespace
+
+TEST_F(CurlHTTPSessionTest, sendsWhatItIsGivenAndGathersTheAnswer) {
+    const ScriptedServer server([](const std::string&) {
+        return "HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + answerWith("418 Other", "X: y\r\n", "the body");
+    });
+    const auto answer = send(authorized("POST", server.url("/v2/x?a=%20b"), std::string(2'000'000, 'x')));
+    ASSERT_TRUE(answer) << answer.error().description;
+    EXPECT_EQ(answer->status, 418);
+    EXPECT_EQ(answer->body, "the body");
+
+    const std::string request = server.requests().at(0);
+    EXPECT_THAT(request, StartsWith("POST /v2/x?a=%20b HTTP/1.1\r\n"));
+    EXPECT_THAT(request, HasSubstr("\r\nAuthorization: Bearer secret\r\n"));
+    EXPECT_THAT(request, HasSubstr("\r\nContent-Length: 2000000\r\n"));
+    EXPECT_THAT(request, Not(HasSubstr("Expect")));  // a server that ignores it costs a second each
+}
+
+TEST_F(CurlHTTPSessionTest, streamsAFileAndTellsHowFarItIs) {
+    const TemporaryFolder folder;
+    const std::string content(5'000'000, 'u');
+    std::ofstream(folder.path() / "body") << content;
+    std::string received;
+    const ScriptedServer server([&](const std::string& request) {
+        received = request.substr(request.find("\r\n\r\n") + 4);
+        return answerWith("200 OK", "", "");
+    });
+    HTTPRequest request = authorized("POST", server.url("/upload"));
+    request.bodyFile = folder.path() / "body";
+    std::vector<ByteCount> told;
+    request.onBodySent = [&, mainThread = std::this_thread::get_id()](ByteCount sent, ByteCount total) {
+        EXPECT_EQ(std::this_thread::get_id(), mainThread);
+        EXPECT_EQ(total, 5'000'000);
+        told.push_back(sent);
+    };
+    const auto answer = send(std::move(request));
+    ASSERT_TRUE(answer) << answer.error().description;
+    EXPECT_TRUE(received == content);
+    EXPECT_TRUE(std::ranges::is_sorted(told));
+    ASSERT_FALSE(told.empty());
+    EXPECT_EQ(told.back(), 5'000'000);
+}
+
+TEST_F(CurlHTTPSessionTest, repeatsARequestElsewhereAsTheRedirectAsks) {
+    struct Case {
+        const char* status;
+        const char* method;
+        bool repeatsBody;
+    };
+
+    const Case cases[] = {
+        {"301 Moved", "POST", false},    {"302 Found", "POST", false},    {"303 See Other", "POST", false},
+        {"307 Temporary", "POST", true}, {"308 Permanent", "POST", true}, {"302 Found", "GET", false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.status);
+        const ScriptedServer other([](const std::string&) { return answerWith("200 OK", "", "there"); });
+        const ScriptedServer first([&](const std::string& request) {
+            const std::string target = request.find("/start") != std::string::npos ? "/next" : other.url("/end");
+            return answerWith(c.status, "Location: " + target + "\r\n", "not this");
+        });
+        const bool hasBody = std::string_view(c.method) == "POST";
+        const auto answer = send(authorized(c.method, first.url("/start"), hasBody ? "form" : ""));
+        ASSERT_TRUE(answer) << answer.error().description;
+        EXPECT_EQ(answer->body, "there");
+
+        const std::string sameOrigin = first.requests().at(1);
+        EXPECT_THAT(sameOrigin, HasSubstr(token));
+        const std::string elsewhere = other.requests().at(0);
+        EXPECT_THAT(elsewhere, StartsWith(c.repeatsBody ? "POST /end" : "GET /end"));
+        EXPECT_EQ(elsewhere.ends_with("\r\n\r\nform"), c.repeatsBody);
+        EXPECT_EQ(elsewhere.find("text/x-form") != std::string::npos, c.repeatsBody || !hasBody);
+        EXPECT_THAT(elsewhere, Not(HasSubstr("Authorization")));
+    }
+}
+
+TEST_F(CurlHTTPSessionTest, saysWhatFailedWithoutTellingSecrets) {
+    struct Case {
+        std::optional<std::string> reply;
+        ErrorCase error;
+        const char* text;
+    };
+
+    const Case cases[] = {
+        {"", ErrorCase::transport, "closed the connection without an answer"},
+        {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nshort", ErrorCase::transport, "fewer bytes than it announced"},
+        {"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nlonger", ErrorCase::transport, "more bytes than it announced"},
+        {std::nullopt, ErrorCase::transport, "Nothing came from 127.0.0.1 for 1 second"},
+        {answerWith("302 Found", "Location: ?again\r\n", ""), ErrorCase::transport, "redirects too often"},
+        {answerWith("302 Found", "Location: http://put.io/\r\n", ""), ErrorCase::invalidURL, "not encrypted"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        const ScriptedServer server([&](const std::string&) { return c.reply; });
+        const auto answer = send(authorized("GET", server.url("/files?oauth_token=secret")));
+        ASSERT_FALSE(answer);
+        EXPECT_EQ(answer.error().code, c.error);
+        EXPECT_THAT(answer.error().description, HasSubstr(c.text));
+        EXPECT_THAT(answer.error().description, Not(HasSubstr("secret")));
+    }
+    const auto unheard = send(authorized("GET", "http://127.0.0.1:1/?secret"));
+    ASSERT_FALSE(unheard);
+    EXPECT_EQ(unheard.error().description, "Could not connect to 127.0.0.1; check the internet connection and retry.");
+}
+
+TEST_F(CurlHTTPSessionTest, givesStatusZeroToWhatIsNotHTTP) {
+    const ScriptedServer server([](const std::string&) { return "SSH-2.0-Server\r\n"; });
+    const auto answer = send(authorized("GET", server.url("/")));
+    ASSERT_TRUE(answer) << answer.error().description;
+    EXPECT_EQ(answer->status, 0);
+}
+
+TEST_F(CurlHTTPSessionTest, aWithdrawnRequestNeverAnswers) {
+    const ScriptedServer server([](const std::string&) { return answerWith("200 OK", "", ""); });
+    bool isAnswered = false;
+    Subscription operation = session_.send(authorized("GET", server.url("/")), [&](const auto&) { isAnswered = true; });
+    ASSERT_TRUE(loop_.waitForPost());
+    operation.reset();  // the answer is posted, but not delivered
+    loop_.runPosted();
+    EXPECT_FALSE(isAnswered);
+
+    for (int round = 0; round < 50; ++round) {
+        Subscription soonGone =
+            session_.send(authorized("GET", server.url("/")), [&](const auto&) { isAnswered = true; });
+        std::this_thread::sleep_for(std::chrono::microseconds(40 * round));
+        soonGone.reset();
+        loop_.runPosted();
+    }
+    EXPECT_TRUE(send(authorized("GET", server.url("/"))));  // after all the others
+    EXPECT_FALSE(isAnswered);
+}
+
+TEST_F(CurlHTTPSessionTest, outlivedByItsSubscriptionsItAnswersNothing) {
+    const ScriptedServer server([](const std::string&) { return std::nullopt; });
+    HandRunLoop loop;
+    auto session = std::make_unique<CurlHTTPSession>(loop);
+    Subscription operation = session->send(authorized("GET", server.url("/")), [](const auto&) { FAIL(); });
+    session.reset();
+    loop.runPosted();
+    operation.reset();
+}
+
+TEST(CurlHTTPSession, trustsOnlyCertificatesThatVerify) {
+    sandbox::SandboxSettings settings;
+    settings.tls = true;
+    sandbox::Sandbox sandbox(settings);
+    sandbox.start();
+    const TemporaryFolder folder;
+    const std::string bundle = (folder.path() / "ca.pem").string();
+    std::ofstream(bundle) << sandbox.certificatePem();
+
+    for (const bool isTrusted : {false, true}) {
+        if (isTrusted) ::setenv("CURL_CA_BUNDLE", bundle.c_str(), 1);
+        HandRunLoop loop;
+        CurlHTTPSession session(loop);
+        ::unsetenv("CURL_CA_BUNDLE");
+        std::optional<Result<HTTPResponse>> answer;
+        HTTPRequest request;
+        request.url = sandbox.apiURL() + "/v2/files/list?parent_id=0";
+        const Subscription operation = session.send(request, [&](auto result) { answer = std::move(result); });
+        while (!answer && loop.waitForPost()) loop.runPosted();
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(answer->has_value(), isTrusted);
+        if (!*answer) EXPECT_THAT(answer->error().description, HasSubstr("certificate of 127.0.0.1 does not verify"));
+    }
+}
+
+}  // namespace tovri::test

@@ -1,0 +1,40 @@
+#include <gtest/gtest.h>
+
+#include "platform/curl/ResponseHead.h"
+
+namespace tovri {
+
+TEST(ResponseHead, trustsOnlyWhatTellsAChangedContentApart) {
+    struct Case {
+        const char* entityTag;
+        const char* lastModified;
+        const char* validator;
+    };
+
+    const char* const date = "Sat, 07 Sep 2013 21:32:03 GMT";
+    const Case cases[] = {
+        {R"("abc")", date, R"("abc")"},
+        {R"(W/"abc")", date, date},  // the same weak tag may stand for other bytes
+        {R"(W/"abc")", "", ""},
+        {"abc", "", ""},  // no tag at all without its quotes
+        {"\"", "", ""},
+        {"", date, date},
+        {"", "", ""},
+    };
+    for (const Case& c : cases) {
+        ResponseHead head;
+        head.read(std::string("etag:") + c.entityTag + "\r\n");
+        head.read(std::string("LAST-MODIFIED: ") + c.lastModified + " \r\n");
+        EXPECT_EQ(head.validator(), c.validator) << c.entityTag;
+    }
+}
+
+TEST(ResponseHead, knowsTheBodysLengthOnlyWithoutATransferCoding) {
+    ResponseHead head;
+    head.read("Content-Length: 100\r\n");
+    EXPECT_EQ(head.bodyLength(), 100);
+    head.read("Transfer-Encoding: chunked\r\n");
+    EXPECT_EQ(head.bodyLength(), std::nullopt);
+}
+
+}  // namespace tovri
