@@ -174,9 +174,12 @@ bool Exchange::readHeadEnd() {
 }
 
 bool Exchange::readBody(std::string_view bytes) {
+    if (!hasExcess_ && hasExcess()) {
+        hasExcess_ = true;
+        curl_easy_setopt(handle_.get(), CURLOPT_FORBID_REUSE, 1L);  // the next answer would begin with the excess
+    }
     if (head_.isRedirect()) return true;
     if (Result<void> accepted = receiver_.didReceiveBytes(bytes); !accepted) refusal_ = std::move(accepted.error());
-    hasExcess_ = hasExcess_ || hasExcess();
     return !refusal_;
 }
 
