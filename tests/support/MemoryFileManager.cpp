@@ -144,12 +144,21 @@ std::optional<std::string> MemoryFileManager::content(const Path& path) {
 }
 
 std::map<Path, std::string> MemoryFileManager::files(const Path& folder) {
+    return collect(folder, false);
+}
+
+std::map<Path, std::string> MemoryFileManager::durableFiles(const Path& folder) {
+    return collect(folder, true);
+}
+
+std::map<Path, std::string> MemoryFileManager::collect(const Path& folder, bool isDurable) const {
     std::map<Path, std::string> found;
-    const std::function<void(const Path&, const Node&)> collect = [&](const Path& path, const Node& node) {
-        if (!node.isFolder) found[path] = node.bytes;
-        for (const auto& [name, entry] : node.entries) collect(path / name, *entry);
+    const std::function<void(const Path&, const Node&)> visit = [&](const Path& path, const Node& node) {
+        if (!node.isFolder && isAtOrBelow(path, normal(folder)))
+            found[path] = isDurable ? node.durableBytes : node.bytes;
+        for (const auto& [name, entry] : isDurable ? node.durableEntries : node.entries) visit(path / name, *entry);
     };
-    if (const NodePointer start = find(folder)) collect(normal(folder), *start);
+    visit("/", *root_);
     return found;
 }
 
@@ -326,6 +335,8 @@ Result<std::unique_ptr<FileHandle>> MemoryFileManager::createFile(const Path& pa
 
 Result<void> MemoryFileManager::begin(const std::string& operation, const Path& path, const Path& target) {
     operations.push_back(operation + " " + path.string() + (target.empty() ? "" : " " + target.string()));
+    if (operationsLeft_ && (*operationsLeft_ == 0 || --*operationsLeft_ == 0))
+        return failure(refused(path, "the process is gone"));
     for (Fault& fault : faults_) {
         if (fault.times == 0 || fault.operation != operation) continue;
         if (!fault.path.empty() && fault.path != normal(path) && (target.empty() || fault.path != normal(target)))

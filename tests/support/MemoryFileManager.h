@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -48,6 +49,16 @@ public:
 
     // Every file at or below the folder, with its content.
     [[nodiscard]] std::map<Path, std::string> files(const Path& folder = "/");
+
+    // The same as a loss of power would leave it.
+    [[nodiscard]] std::map<Path, std::string> durableFiles(const Path& folder = "/");
+
+    // After so many operations the disk stays as it is: whoever works on it is as good as killed at that moment.
+    void stopAfter(int count) { operationsLeft_ = count; }
+
+    [[nodiscard]] bool hasStopped() const { return operationsLeft_ == 0; }
+
+    void goOn() { operationsLeft_.reset(); }
 
     std::vector<std::string> operations;  // "moveItem /a /b", in their order; those that ask nothing are left out
 
@@ -95,12 +106,14 @@ private:
     [[nodiscard]] Result<void> checkRoom(const Path& path, ByteCount more) const;
     [[nodiscard]] Result<void> put(const Path& from, const Path& to, const Slot& target, const std::stop_token& stop);
     void makeNameDurable(const Path& path);
+    [[nodiscard]] std::map<Path, std::string> collect(const Path& folder, bool isDurable) const;
 
     NodePointer root_;
     std::set<Path> volumes_;
     std::map<Path, ByteCount> capacities_;
     std::set<Path> readOnly_;
     std::vector<Fault> faults_;
+    std::optional<int> operationsLeft_;
 };
 
 }  // namespace tovri::test

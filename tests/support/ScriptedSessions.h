@@ -13,7 +13,7 @@
 namespace tovri::test {
 
 // Answers every request with what the test's handler says, `latency` after it was sent. A request that was taken back
-// in time never reaches the handler.
+// in time never reaches the handler, unless the far side acts at once: then only its answer is lost.
 class ScriptedHTTPSession final : public HTTPSession {
 public:
     using Handler = std::function<Result<HTTPResponse>(const HTTPRequest&)>;
@@ -22,18 +22,29 @@ public:
 
     Subscription send(HTTPRequest request, Done done) override {
         requests.push_back(request);
+        if (actsAtOnce) {
+            return loop_.schedule(latency, [this, answer = ask(request), done = std::move(done)]() mutable {
+                ++answered;
+                done(std::move(answer));
+            });
+        }
         return loop_.schedule(latency, [this, request = std::move(request), done = std::move(done)]() mutable {
             ++answered;
-            done(handler ? handler(request) : failure({ErrorCase::transport, "Nobody answers."}));
+            done(ask(request));
         });
     }
 
     Handler handler;
     MainLoop::Duration latency = std::chrono::milliseconds(20);
+    bool actsAtOnce = false;
     std::vector<HTTPRequest> requests;  // all that were sent, in their order
     int answered = 0;
 
 private:
+    Result<HTTPResponse> ask(const HTTPRequest& request) {
+        return handler ? handler(request) : failure({ErrorCase::transport, "Nobody answers."});
+    }
+
     VirtualLoop& loop_;
 };
 
