@@ -214,6 +214,7 @@ void DownloadManager::retry(const DownloadPointer& item) {
     item->bytesDownloaded = 0;
     item->speed = 0;
     item->error.reset();
+    item->stagedURL.reset();
     item->resolvedURL.reset();
     item->completedAt.reset();
     ++item->attempt;  // what an earlier start still waits for is stale

@@ -136,6 +136,8 @@ private:
     };
 
     void processQueue();
+    [[nodiscard]] bool hasFreeSlot() const;
+    [[nodiscard]] bool isWaitingForTransfer(const Download& item, std::uint32_t attempt) const;
     void start(const DownloadPointer& item);
     void startFromToken(const DownloadPointer& item);
     Task<> lookUpAndStart(DownloadPointer item);
@@ -155,7 +157,7 @@ private:
     [[nodiscard]] DownloadPointer itemOf(TransferID transfer) const;
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
     void save();
-    [[nodiscard]] const std::vector<UUID>& takePlaced();
+    [[nodiscard]] const std::vector<PlacementNumber>& takePlaced();
     void adoptArrived(std::unordered_map<UUID, std::filesystem::path> arrived);
 
     void scheduleSave() { saves_.request(SaveSchedule::Urgency::soon); }
@@ -169,12 +171,13 @@ private:
 
     std::shared_ptr<DownloadStore> store_;  // shared with a save that is being written
     std::shared_ptr<PlacementJournal> journal_;
-    std::vector<UUID> unjournaled_;  // items that the journal may forget once the queue file has them
+    std::vector<PlacementNumber> unjournaled_;  // what the journal may forget once the queue file has it
     SaveSchedule saves_;
     Subscription saving_;
     bool hasRestored_ = false;
 
     bool isPaused_ = false;
+    bool isProcessing_ = false;        // processQueue() is under way
     std::function<void()> suspended_;  // set from suspend() on
     bool isSuspending_ = false;
 

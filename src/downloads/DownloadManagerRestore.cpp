@@ -68,9 +68,8 @@ void DownloadManager::restoreQueue() {
         items.push_back(std::move(item));
     }
     list_.append(std::move(items));
-    PlacementJournal::Leftovers leftovers = journal_->recover();
-    unjournaled_ = std::move(leftovers.noted);
-    adoptArrived(std::move(leftovers.arrived));
+    adoptArrived(journal_->recover());
+    unjournaled_ = {PlacementJournal::recovered};
     store_->cleanStaging(staged);
     session().discardAllBut(tokens);
 
@@ -105,7 +104,7 @@ void DownloadManager::adoptArrived(std::unordered_map<UUID, std::filesystem::pat
 }
 
 // What was placed since the last save, and what earlier saves could not write down.
-const std::vector<UUID>& DownloadManager::takePlaced() {
+const std::vector<PlacementNumber>& DownloadManager::takePlaced() {
     std::ranges::copy(placement_.takeEnded(), std::back_inserter(unjournaled_));
     return unjournaled_;
 }
@@ -114,7 +113,7 @@ const std::vector<UUID>& DownloadManager::takePlaced() {
 void DownloadManager::save() {
     auto snapshot = std::make_shared<QueueSnapshot>(makeSnapshot());
     const auto isWritten = std::make_shared<bool>(false);
-    const std::vector<UUID>& placed = takePlaced();
+    const std::vector<PlacementNumber>& placed = takePlaced();
     saving_ = platform_.background.run(
         [store = store_, journal = journal_, snapshot, placed, isWritten,
          number = store_->nextSaveNumber()](const std::stop_token&) {
@@ -130,7 +129,7 @@ void DownloadManager::saveNow() {
     if (!hasRestored_) return;
     saves_.cancel();
     saving_.reset();
-    const std::vector<UUID>& placed = takePlaced();
+    const std::vector<PlacementNumber>& placed = takePlaced();
     if (!store_->save(makeSnapshot(), store_->nextSaveNumber())) return;
     journal_->forget(placed);
     unjournaled_.clear();

@@ -19,16 +19,21 @@ DownloadPointer DownloadManager::itemOf(TransferID transfer) const {
 }
 
 void DownloadManager::processQueue() {
-    if (isPaused_ || isSuspending_ || !api_) return;
-    const std::int64_t limit = preferences_ ? preferences_->maxConcurrentDownloads() : 3;
-    // A start that fails at once leaves its slot to the next item.
-    while (true) {
-        const auto active = static_cast<std::int64_t>(activeCount());
-        if (active >= limit) return;
-        const auto next = list_.withStatus(Status::queued, static_cast<std::size_t>(limit - active));
-        if (next.empty()) return;
-        for (const DownloadPointer& item : next) start(item);
+    // A start may fail at once, or an observer of it may come back here: the loop under way looks again after each.
+    if (isProcessing_) return;
+    isProcessing_ = true;
+    while (hasFreeSlot()) {
+        const auto next = list_.withStatus(Status::queued, 1);
+        if (next.empty()) break;
+        start(next.front());
     }
+    isProcessing_ = false;
+}
+
+bool DownloadManager::hasFreeSlot() const {
+    if (isPaused_ || isSuspending_ || !api_) return false;
+    const std::int64_t limit = preferences_ ? preferences_->maxConcurrentDownloads() : 3;
+    return static_cast<std::int64_t>(activeCount()) < limit;
 }
 
 void DownloadManager::start(const DownloadPointer& item) {
@@ -36,14 +41,20 @@ void DownloadManager::start(const DownloadPointer& item) {
         settlement_.markFailed(item, target.error().description);
         return;
     }
-    ++item->attempt;
+    const std::uint32_t attempt = ++item->attempt;
     if (!item->startedAt) item->startedAt = platform_.clock.now();
     speedTrackers_[item->id] = {.lastBytes = 0, .lastTime = platform_.loop.now()};
     list_.setStatus(*item, Status::downloading);
+    if (!isWaitingForTransfer(*item, attempt)) return;
     if (item->resumeData)
         startFromToken(item);
     else
         scope_.start(lookUpAndStart(item));
+}
+
+// Whether the start still stands: the item may have been cancelled, removed or started anew meanwhile.
+bool DownloadManager::isWaitingForTransfer(const Download& item, std::uint32_t attempt) const {
+    return item.attempt == attempt && item.status == Status::downloading && list_.contains(item);
 }
 
 void DownloadManager::startFromToken(const DownloadPointer& item) {
@@ -57,8 +68,7 @@ void DownloadManager::startFromToken(const DownloadPointer& item) {
 Task<> DownloadManager::lookUpAndStart(DownloadPointer item) {
     const std::uint32_t attempt = item->attempt;
     Result<std::string> link = co_await api_->getDownloadURL(item->fileID, scope_.stopToken());
-    // Cancelled, removed or started anew meanwhile: the link is nobody's.
-    if (item->attempt != attempt || item->status != Status::downloading || !list_.contains(*item)) co_return;
+    if (!isWaitingForTransfer(*item, attempt)) co_return;
     if (!link) {
         speedTrackers_.erase(item->id);
         item->error = link.error().description;

@@ -16,24 +16,36 @@ Result<void> FilePlacing::checkSize() const {
 }
 
 template <class Move>
-Result<Path> FilePlacing::moveTo(const Path& target, Move move) const {
+Result<void> FilePlacing::moveTo(const Path& target, Move move) const {
     const auto identity = files.identity(staged);
-    journal->note(item, staged, target);
+    journal->note(placement, item, staged, target);
     Result<void> moved = move();
-    if (!moved) return failure(moved);
     // Between volumes the file has become another one.
-    if (files.identity(target) != identity) journal->note(item, staged, target);
+    if (moved && files.identity(target) != identity) journal->note(placement, item, staged, target);
+    return moved;
+}
+
+// The journal becomes durable with the file: the queue file learns of it only after put.io may have deleted it.
+Result<Path> FilePlacing::madeDurable(const Path& target) const {
     if (!mustBeDurable) return target;
-    Result<void> durable = files.makeDurable(target);
-    if (!durable) return failure(durable);
+    if (Result<void> durable = files.makeDurable(target); !durable) return failure(durable);
+    journal->makeDurable();
     return target;
+}
+
+Result<Path> FilePlacing::moveToFree(const Path& target, const std::stop_token& stop) const {
+    Result<void> moved = moveTo(target, [&] { return files.moveItem(staged, target, stop); });
+    if (!moved) return failure(moved);
+    Result<Path> placed = madeDurable(target);
+    if (!placed) (void)files.removeItem(target);
+    return placed;
 }
 
 Result<Path> FilePlacing::place(const std::stop_token& stop) const {
     if (Result<void> sized = checkSize(); !sized) return failure(sized);
     const ScopedFolderAccess access(folderAccess, bookmark.get());
     if (Result<void> created = files.createDirectories(destination.parent_path()); !created) return failure(created);
-    return moveTo(destination, [&] { return files.moveItem(staged, destination, stop); });
+    return moveToFree(destination, stop);
 }
 
 Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& stop) const {
@@ -43,7 +55,9 @@ Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& st
     }
     const ScopedFolderAccess access(folderAccess, bookmark.get());
     if (choice == ConflictChoice::keepBoth) return keepBoth(stop);
-    return moveTo(destination, [&] { return files.replaceItem(staged, destination, stop); });
+    Result<void> replaced = moveTo(destination, [&] { return files.replaceItem(staged, destination, stop); });
+    if (!replaced) return failure(replaced);
+    return madeDurable(destination);
 }
 
 // The move itself finds out whether a name is free, so that a file that appears meanwhile is safe.
@@ -51,7 +65,7 @@ Result<Path> FilePlacing::keepBoth(const std::stop_token& stop) const {
     for (int number = 1;; ++number) {
         const Path candidate = numberedDestination(destination, number);
         if (files.exists(candidate)) continue;
-        Result<Path> placed = moveTo(candidate, [&] { return files.moveItem(staged, candidate, stop); });
+        Result<Path> placed = moveToFree(candidate, stop);
         if (placed || placed.error().code != ErrorCase::alreadyExists) return placed;
     }
 }

@@ -19,6 +19,7 @@ struct FilePlacing {
     FileManager& files;
     FolderAccess& folderAccess;
     std::shared_ptr<PlacementJournal> journal;
+    PlacementNumber placement;
     UUID item;
     std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
     std::filesystem::path staged;
@@ -34,10 +35,14 @@ struct FilePlacing {
 
 private:
     [[nodiscard]] Result<void> checkSize() const;
+    // Where nothing stands yet, and nothing does after a failure.
+    [[nodiscard]] Result<std::filesystem::path> moveToFree(const std::filesystem::path& target,
+                                                           const std::stop_token& stop) const;
     [[nodiscard]] Result<std::filesystem::path> keepBoth(const std::stop_token& stop) const;
     // Gives the staged file its name with `move`, and stands in the journal before it has it.
     template <class Move>
-    [[nodiscard]] Result<std::filesystem::path> moveTo(const std::filesystem::path& target, Move move) const;
+    [[nodiscard]] Result<void> moveTo(const std::filesystem::path& target, Move move) const;
+    [[nodiscard]] Result<std::filesystem::path> madeDurable(const std::filesystem::path& target) const;
 };
 
 }  // namespace tovri

@@ -1,28 +1,9 @@
 #include "downloads/Placement.h"
 
 #include "downloads/Destination.h"
-#include "downloads/FilePlacing.h"
 #include "platform/Await.h"
 
 namespace tovri {
-namespace {
-
-FilePlacing placing(const Platform& platform, std::shared_ptr<PlacementJournal> journal, const Download& item,
-                    std::filesystem::path staged, std::filesystem::path destination) {
-    const bool isDeletedLater = item.deleteAfterDownload || item.folderDeleteID;
-    const bool hasSize = item.fileSize > 0;
-    return {.files = platform.files,
-            .folderAccess = platform.folderAccess,
-            .journal = std::move(journal),
-            .item = item.id,
-            .bookmark = item.securityScopeBookmark,
-            .staged = std::move(staged),
-            .destination = std::move(destination),
-            .mustBeDurable = isDeletedLater,
-            .exactSize = isDeletedLater && hasSize ? std::optional(item.fileSize) : std::nullopt};
-}
-
-}  // namespace
 
 Placement::Placement(const Platform& platform, std::shared_ptr<PlacementJournal> journal, DownloadList& list,
                      ConflictQueue& conflicts, Settlement& settlement, SaveSchedule& saves,
@@ -40,17 +21,30 @@ void Placement::placeFile(const DownloadPointer& item, const Path& staged) {
 }
 
 void Placement::withdraw(const Download& item) {
-    const auto running = running_.find(item.id);
-    if (running != running_.end()) running->second.request_stop();
+    for (auto& [number, running] : running_)
+        if (running.item == item.id) running.stop.request_stop();
 }
 
-std::stop_token Placement::begin(const Download& item) {
-    return (running_[item.id] = std::stop_source()).get_token();
+FilePlacing Placement::begin(const Download& item, const Path& staged, const Path& destination) {
+    const bool isDeletedLater = item.deleteAfterDownload || item.folderDeleteID;
+    const bool hasSize = item.fileSize > 0;
+    const PlacementNumber number = journal_->nextNumber();
+    running_[number].item = item.id;
+    return {.files = platform_.files,
+            .folderAccess = platform_.folderAccess,
+            .journal = journal_,
+            .placement = number,
+            .item = item.id,
+            .bookmark = item.securityScopeBookmark,
+            .staged = staged,
+            .destination = destination,
+            .mustBeDurable = isDeletedLater,
+            .exactSize = isDeletedLater && hasSize ? std::optional(item.fileSize) : std::nullopt};
 }
 
-void Placement::end(const Download& item) {
-    running_.erase(item.id);
-    ended_.push_back(item.id);
+void Placement::end(PlacementNumber number) {
+    running_.erase(number);
+    ended_.push_back(number);
 }
 
 // Whether what was awaited is still wanted: the item may have been cancelled, removed or started anew meanwhile.
@@ -71,14 +65,14 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
         slotFreed_();
         co_return;
     }
-    auto work = [step = placing(platform_, journal_, *item, staged, *target),
-                 stop = begin(*item)](const std::stop_token&) { return step.place(stop); };
+    const FilePlacing step = begin(*item, staged, *target);
+    auto work = [step, stop = stopToken(step.placement)](const std::stop_token&) { return step.place(stop); };
     Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
-    end(*item);
+    end(step.placement);
 
     const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
     if (!isCurrent(*item, attempt)) {
-        if (!placed) discard(staged);
+        discard(placed ? *placed : staged);
     } else if (isTaken) {
         scope_.start(handleConflict(item, staged, *target));
         co_return;
@@ -144,13 +138,16 @@ Task<> Placement::beginConflictResolution(DownloadPointer item, Path staged, Pat
 
 Task<> Placement::applyConflictChoice(DownloadPointer item, ConflictChoice choice, Path staged, Path existing) {
     const std::uint32_t attempt = item->attempt;
-    auto work = [step = placing(platform_, journal_, *item, staged, existing), choice,
-                 stop = begin(*item)](const std::stop_token&) { return step.apply(choice, stop); };
+    const FilePlacing step = begin(*item, staged, existing);
+    auto work = [step, choice, stop = stopToken(step.placement)](const std::stop_token&) {
+        return step.apply(choice, stop);
+    };
     Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
-    end(*item);
+    end(step.placement);
 
     if (!isCurrent(*item, attempt)) {
-        if (!placed) discard(staged);
+        // What was replaced is gone: then the new file is better than none.
+        if (!placed || choice == ConflictChoice::keepBoth) discard(placed ? *placed : staged);
     } else {
         item->stagedURL.reset();
         if (!placed)

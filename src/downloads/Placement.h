@@ -7,6 +7,7 @@
 
 #include "base/TaskScope.h"
 #include "downloads/ConflictQueue.h"
+#include "downloads/FilePlacing.h"
 #include "downloads/PlacementJournal.h"
 #include "downloads/Settlement.h"
 #include "platform/Platform.h"
@@ -27,16 +28,22 @@ public:
     // Places the file of an item that is downloading, or awaiting a conflict since before the last start.
     void placeFile(const DownloadPointer& item, const std::filesystem::path& staged);
 
-    // Ends the item's placement as soon as it can be ended: its file may just have arrived under its name all the same.
+    // Ends the item's placement as soon as it can be ended. A file that has just arrived under a name of its own goes
+    // again; one that has replaced another stays.
     void withdraw(const Download& item);
 
-    // The items whose placement ended since the last call; what became of them is in the items.
-    [[nodiscard]] std::vector<UUID> takeEnded() { return std::exchange(ended_, {}); }
+    // The placements that ended since the last call; what became of them is in their items.
+    [[nodiscard]] std::vector<PlacementNumber> takeEnded() { return std::exchange(ended_, {}); }
 
     [[nodiscard]] bool isIdle() const { return running_.empty(); }
 
 private:
     using Path = std::filesystem::path;
+
+    struct Running {
+        UUID item;
+        std::stop_source stop;
+    };
 
     Task<> place(DownloadPointer item, Path staged);
     Task<> handleConflict(DownloadPointer item, Path staged, Path existing);
@@ -45,8 +52,12 @@ private:
 
     // None: ask the user.
     [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
-    [[nodiscard]] std::stop_token begin(const Download& item);
-    void end(const Download& item);
+    // From `begin` to `end` a step is under way in the background.
+    [[nodiscard]] FilePlacing begin(const Download& item, const Path& staged, const Path& destination);
+
+    [[nodiscard]] std::stop_token stopToken(PlacementNumber number) { return running_.at(number).stop.get_token(); }
+
+    void end(PlacementNumber number);
     [[nodiscard]] bool isCurrent(const Download& item, std::uint32_t attempt) const;
     void discard(const Path& staged);
 
@@ -58,8 +69,8 @@ private:
     SaveSchedule& saves_;
     std::function<void()> slotFreed_;
     const Preferences* preferences_ = nullptr;
-    std::unordered_map<UUID, std::stop_source> running_;  // placements under way in the background
-    std::vector<UUID> ended_;
+    std::unordered_map<PlacementNumber, Running> running_;
+    std::vector<PlacementNumber> ended_;
     TaskScope scope_;
 };
 

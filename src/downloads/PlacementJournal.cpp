@@ -49,7 +49,7 @@ std::optional<Entry> parse(std::string_view text) {
 PlacementJournal::PlacementJournal(FileManager& files, std::filesystem::path file)
     : files_(files), file_(std::move(file)) {}
 
-void PlacementJournal::note(const UUID& item, const std::filesystem::path& staged,
+void PlacementJournal::note(PlacementNumber placement, const UUID& item, const std::filesystem::path& staged,
                             const std::filesystem::path& target) {
     auto identity = files_.identity(staged);
     if (!identity) identity = files_.identity(target);
@@ -57,15 +57,15 @@ void PlacementJournal::note(const UUID& item, const std::filesystem::path& stage
     const std::string text = line({item, *identity, staged, target});
 
     const std::scoped_lock lock(access_);
-    lines_[item] += text;
+    lines_[placement] += text;
     (void)files_.appendToFile(file_, text);
 }
 
-void PlacementJournal::forget(const std::vector<UUID>& items) {
+void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
     constexpr std::size_t worthRewriting = std::size_t{1} << 20U;
     const std::scoped_lock lock(access_);
-    for (const UUID& item : items) {
-        const auto lines = lines_.find(item);
+    for (const PlacementNumber placement : placements) {
+        const auto lines = lines_.find(placement);
         if (lines == lines_.end()) continue;
         forgottenBytes_ += lines->second.size();
         lines_.erase(lines);
@@ -80,22 +80,21 @@ void PlacementJournal::rewrite() {
     forgottenBytes_ = 0;
 }
 
-PlacementJournal::Leftovers PlacementJournal::recover() {
+std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
     const std::scoped_lock lock(access_);
-    Leftovers leftovers;
+    std::unordered_map<UUID, std::filesystem::path> arrived;
     const Result<ByteBlob> text = files_.readFile(file_);
-    if (!text) return leftovers;
+    if (!text) return arrived;
     for (const auto part : std::views::split(std::string_view(*text), '\n')) {
         const std::string_view line(part.begin(), part.end());
         const std::optional<Entry> entry = parse(line);
         if (!entry) continue;
-        lines_[entry->item] += std::string(line) + '\n';
+        lines_[recovered] += std::string(line) + '\n';
         if (const auto gathered = gatheringPath(entry->staged, entry->target); files_.exists(gathered))
             (void)files_.removeItem(gathered);
-        if (files_.identity(entry->target) == entry->identity) leftovers.arrived[entry->item] = entry->target;
+        if (files_.identity(entry->target) == entry->identity) arrived[entry->item] = entry->target;
     }
-    for (const UUID& item : lines_ | std::views::keys) leftovers.noted.push_back(item);
-    return leftovers;
+    return arrived;
 }
 
 }  // namespace tovri

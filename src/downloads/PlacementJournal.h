@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 #include <optional>
@@ -12,29 +13,36 @@
 
 namespace tovri {
 
+using PlacementNumber = std::uint64_t;  // tells an item's placements apart, within a process
+
 // Remembers which file is about to get which name, from before it has it until the queue file knows. So a process that
-// dies in between neither fetches the file again nor leaves it twice. Survives a kill; after a loss of power the file
-// is fetched again at worst. Any thread: files are placed in the background while the queue is saved.
+// dies in between neither fetches the file again nor leaves it twice. Survives a kill; after a loss of power a file
+// that was not made durable is fetched again. Any thread: files are placed in the background while the queue is saved.
 class PlacementJournal {
 public:
     // `files` outlives this; `file` is the journal's own.
     PlacementJournal(FileManager& files, std::filesystem::path file);
 
+    // For a placement that begins. Main thread.
+    [[nodiscard]] PlacementNumber nextNumber() { return ++lastNumber_; }
+
     // `staged` is about to become, or has just become, `target`. A journal that cannot be written keeps nothing from
     // being placed.
-    void note(const UUID& item, const std::filesystem::path& staged, const std::filesystem::path& target);
+    void note(PlacementNumber placement, const UUID& item, const std::filesystem::path& staged,
+              const std::filesystem::path& target);
 
-    // The queue file says what became of the items.
-    void forget(const std::vector<UUID>& items);
+    // What was noted survives a loss of power from now on, as far as the disk allows.
+    void makeDurable() { (void)files_.makeDurable(file_); }
 
-    struct Leftovers {
-        std::unordered_map<UUID, std::filesystem::path> arrived;  // by item: where its file stands
-        std::vector<UUID> noted;                                  // every item of the journal
-    };
+    // The queue file says what became of the placements.
+    void forget(const std::vector<PlacementNumber>& placements);
 
-    // What the previous process left: finds the files that got their names, and removes what was gathered beside a
-    // name.
-    [[nodiscard]] Leftovers recover();
+    // All that recover() found.
+    static constexpr PlacementNumber recovered = 0;
+
+    // What the previous process left: where the files stand, by item, that got their names. Removes what was gathered
+    // beside a name.
+    [[nodiscard]] std::unordered_map<UUID, std::filesystem::path> recover();
 
 private:
     void rewrite();
@@ -42,8 +50,9 @@ private:
     FileManager& files_;
     std::filesystem::path file_;
     std::mutex access_;
-    std::unordered_map<UUID, std::string> lines_;  // by item; several lines where several names were tried
-    std::size_t forgottenBytes_ = 0;               // in the file still
+    std::unordered_map<PlacementNumber, std::string> lines_;  // several where several names were tried
+    std::size_t forgottenBytes_ = 0;                          // in the file still
+    PlacementNumber lastNumber_ = recovered;
 };
 
 }  // namespace tovri

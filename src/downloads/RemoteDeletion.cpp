@@ -42,6 +42,7 @@ Task<> RemoteDeletion::deleteRemote(std::int64_t id, std::vector<DownloadPointer
 
     Result<void> deleted = co_await api_->deleteFiles({id}, scope_.stopToken());
     for (const DownloadPointer& item : items) {
+        if (!isFinished(item->status) && item->status != Status::deleting) continue;  // is fetched anew meanwhile
         if (deleted)
             list_.setStatus(*item, Status::completed);
         else

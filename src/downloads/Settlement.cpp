@@ -11,6 +11,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
     item->progress = 1.0;
     item->speed = 0;
     list_.setStatus(*item, Status::completed);
+    if (item->status != Status::completed) return;  // an observer wants it otherwise
     conflicts_.dismissConflict(*item);
     notifySyncSettled(*item);
     if (item->deleteAfterDownload)

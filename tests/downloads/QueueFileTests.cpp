@@ -1,0 +1,160 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "downloads/QueueSnapshot.h"
+
+namespace tovri {
+namespace {
+
+DownloadRecord fullRecord() {
+    DownloadRecord item;
+    item.id = *UUID::parse("00112233-4455-6677-8899-aabbccddeeff");
+    item.fileID = 9'007'199'254'740'993;  // more than a double holds
+    item.fileName = "AC/DC \"Live\".mp3";
+    item.fileSize = 1000;
+    item.destinationFolder = std::make_shared<const std::filesystem::path>("/home/user/Down loads");
+    item.securityScopeBookmark = std::make_shared<const ByteBlob>("\x01\xff?");
+    item.deleteAfterDownload = true;
+    item.folderDeleteID = 7;
+    item.folderGroupID = UUID::parse("11111111-2222-4333-8444-555555555555");
+    item.syncRuleID = UUID::parse("66666666-7777-4888-9999-AAAAAAAAAAAA");
+    item.status = DownloadStatus::awaitingConflict;
+    item.progress = 0.25;
+    item.bytesDownloaded = 250;
+    item.error = "no\nway";
+    item.resumeData = "token";
+    item.startedAt = Timestamp(std::chrono::milliseconds(978'307'200'500));  // half a second after the epoch
+    item.completedAt = Timestamp(std::chrono::seconds(978'307'199));
+    item.resolvedURL = "/home/user/a%b";
+    item.stagedURL = "/data/Tovri/Staging/X";
+    return item;
+}
+
+constexpr std::string_view fullText = R"({
+  "downloads": [
+    {
+      "bytesDownloaded": 250,
+      "completedAt": -1.0,
+      "deleteAfterDownload": true,
+      "destinationFolder": "file:\/\/\/home\/user\/Down%20loads\/",
+      "error": "no\nway",
+      "fileID": 9007199254740993,
+      "fileName": "AC\/DC \"Live\".mp3",
+      "fileSize": 1000,
+      "folderDeleteID": 7,
+      "folderGroupID": "11111111-2222-4333-8444-555555555555",
+      "id": "00112233-4455-6677-8899-AABBCCDDEEFF",
+      "progress": 0.25,
+      "resolvedURL": "file:\/\/\/home\/user\/a%25b",
+      "resumeData": "dG9rZW4=",
+      "securityScopeBookmark": "Af8\/",
+      "stagedURL": "file:\/\/\/data\/Tovri\/Staging\/X",
+      "startedAt": 0.5,
+      "status": "awaitingConflict",
+      "syncRuleID": "66666666-7777-4888-9999-AAAAAAAAAAAA"
+    }
+  ],
+  "folderGroupExpectedCounts": {
+    "11111111-2222-4333-8444-555555555555": 3
+  },
+  "isPaused": true,
+  "version": 1
+})";
+
+QueueSnapshot fullSnapshot() {
+    QueueSnapshot snapshot;
+    snapshot.isPaused = true;
+    snapshot.downloads.push_back(fullRecord());
+    snapshot.folderGroupExpectedCounts["11111111-2222-4333-8444-555555555555"] = 3;
+    return snapshot;
+}
+
+TEST(QueueFile, hasEveryFieldInItsPlace) {
+    EXPECT_EQ(encodeQueue(fullSnapshot()), fullText);
+
+    const auto decoded = decodeQueue(std::string(fullText));
+    ASSERT_TRUE(decoded) << decoded.error().description;
+    EXPECT_EQ(encodeQueue(*decoded), fullText);
+}
+
+TEST(QueueFile, leavesAbsentFieldsOut) {
+    QueueSnapshot snapshot;
+    snapshot.downloads.emplace_back().destinationFolder = std::make_shared<const std::filesystem::path>("/");
+    const std::string text = encodeQueue(snapshot);
+    EXPECT_EQ(text.find("null"), std::string::npos);
+    const auto decoded = decodeQueue(text);
+    ASSERT_TRUE(decoded);
+    EXPECT_FALSE(decoded->downloads[0].startedAt || decoded->downloads[0].error || decoded->downloads[0].resumeData);
+}
+
+TEST(QueueFile, keepsNamesByteForByte) {
+    for (const std::string& name : {std::string("\0\x01\x1f", 3), std::string("\xC3\xBC\xF0\x9F\x8E\xB5"),
+                                    std::string("e\xCC\x81"), std::string(" .\\/\"\n"), std::string()}) {
+        QueueSnapshot snapshot = fullSnapshot();
+        snapshot.downloads[0].fileName = name;
+        snapshot.downloads[0].resolvedURL = "/\xFF\xFE not UTF-8";
+        snapshot.downloads[0].error = "Cannot use /\xFF.";  // must not spoil the file
+        const auto decoded = decodeQueue(encodeQueue(snapshot));
+        ASSERT_TRUE(decoded) << decoded.error().description;
+        EXPECT_EQ(decoded->downloads[0].fileName, name);
+        EXPECT_EQ(decoded->downloads[0].resolvedURL, "/\xFF\xFE not UTF-8");
+    }
+}
+
+std::string replaced(std::string_view what, std::string_view with) {
+    std::string text(fullText);
+    const auto at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return at == std::string::npos ? text : text.replace(at, what.size(), with);
+}
+
+TEST(QueueFile, isReadToleratingWhatCarriesNoMeaning) {
+    const std::string cases[] = {
+        replaced(R"(file:\/\/\/home\/user\/Down%20loads\/)", "file:///home/user/Down%20loads"),  // plain slashes
+        replaced(R"("isPaused")", R"("newer": [{"a": null}], "isPaused")"),                      // unknown keys
+        replaced(R"("status")", R"("newer": {}, "status")"),
+        replaced(R"("no\nway")", "null"),  // an absent value
+        replaced("AABBCCDDEEFF", "aabbccddeeff"),
+        replaced("0.25", "2.5e-1"),
+        replaced("\"version\": 1", "\r\n\t \"version\" : 0"),
+        replaced("\"startedAt\": 0.5", "\"startedAt\": 7"),
+    };
+    for (const std::string& text : cases) EXPECT_TRUE(decodeQueue(text)) << text;
+}
+
+TEST(QueueFile, isRefusedWithAReason) {
+    struct Case {
+        std::string text;
+        const char* reason;
+    };
+
+    const Case cases[] = {
+        {"", "not JSON"},
+        {"[]", "not JSON"},
+        {std::string(fullText.substr(0, 900)), "not JSON"},  // cut off
+        {std::string(fullText) + "x", ""},
+        {replaced(R"("isPaused": true,)", ""), "missing"},
+        {replaced(R"("fileName": "AC\/DC \"Live\".mp3",)", ""), "fileName"},
+        {replaced("9007199254740993", "1.5"), "fileID"},
+        {replaced("9007199254740993", "9223372036854775808"), "fileID"},
+        {replaced("1000", "\"1000\""), "fileSize"},
+        {replaced("awaitingConflict", "AwaitingConflict"), "status"},
+        {replaced("00112233-", "00112233"), "id"},
+        {replaced("66666666-7777-4888-9999-AAAAAAAAAAAA", "rule"), "syncRuleID"},
+        {replaced("file:\\/\\/\\/home\\/user\\/Down", "http:\\/\\/host\\/"), "destinationFolder"},
+        {replaced("file:\\/\\/\\/data", "data"), "stagedURL"},
+        {replaced("dG9rZW4=", "dG9rZW4"), "resumeData"},
+        {replaced("\"progress\": 0.25", "\"progress\": null"), "progress"},
+        {replaced(R"("deleteAfterDownload": true)", R"("deleteAfterDownload": 1)"), "deleteAfterDownload"},
+        {replaced(": 3", ": \"3\""), "11111111"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.text);
+        const auto decoded = decodeQueue(c.text);
+        ASSERT_FALSE(decoded);
+        EXPECT_THAT(decoded.error().description, testing::HasSubstr(c.reason));
+    }
+}
+
+}  // namespace
+}  // namespace tovri

@@ -1,0 +1,380 @@
+// What starts when, and what the user's controls do to it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "downloads/World.h"
+
+namespace tovri::test {
+namespace {
+
+using Status = Download::Status;
+using namespace std::chrono_literals;
+
+class Scheduling : public testing::Test {
+protected:
+    // A file of so many bytes that takes so many seconds.
+    std::int64_t slowFile(const std::string& name, int seconds = 10) {
+        const std::int64_t file = world.addFile(name, name + std::string(1000, '.'));
+        world.link(file).rate = static_cast<ByteCount>(1000 + name.size()) / seconds;
+        return file;
+    }
+
+    // In the midst of its transfer.
+    DownloadPointer running(const std::string& name) {
+        const DownloadPointer item = world.enqueue(slowFile(name));
+        world.loop.advance(5s);
+        EXPECT_GT(item->bytesDownloaded, 0);
+        return item;
+    }
+
+    [[nodiscard]] std::string statuses() {
+        std::string text;
+        for (const DownloadPointer& item : world.manager().downloads().items())
+            text += item->fileName + ":" + std::string(rawValue(item->status)) + " ";
+        return text;
+    }
+
+    void expectArrived(const DownloadPointer& item) {
+        world.settle();
+        EXPECT_EQ(World::outcome(item), "completed");
+        EXPECT_EQ(world.files.content(World::downloads / item->fileName), world.contentOf(item->fileID));
+    }
+
+    World world;
+    DownloadManager& manager = world.manager();
+};
+
+TEST_F(Scheduling, startsFromTheTopWithinTheLimit) {
+    world.preferences.setMaxConcurrentDownloads(2);
+    manager.pauseAll();
+    for (const char* name : {"d", "c", "b", "a"}) world.enqueue(slowFile(name));
+    EXPECT_EQ(statuses(), "a:queued b:queued c:queued d:queued ");  // while paused nothing starts
+    manager.moveToTop(world.manager().downloads().items()[2]);
+    manager.resumeAll();
+    EXPECT_EQ(statuses(), "c:downloading a:downloading b:queued d:queued ");
+    manager.moveUp(manager.downloads().items()[3]);
+    manager.moveDown(manager.downloads().items()[3]);  // already the last
+    world.enqueue(slowFile("e"));
+    EXPECT_EQ(statuses(), "e:queued c:downloading a:downloading d:queued b:queued ");
+    manager.cancel(manager.downloads().items()[2]);
+    EXPECT_EQ(statuses(), "e:downloading c:downloading a:cancelled d:queued b:queued ");
+    world.settle();
+    EXPECT_EQ(statuses(), "e:completed c:completed a:cancelled d:completed b:completed ");
+    EXPECT_EQ(world.storage.highestRunning, 2);
+}
+
+TEST_F(Scheduling, countsConflictsButNotDeletionsAsSlots) {
+    world.preferences.setMaxConcurrentDownloads(2);
+    world.preferences.setConflictBehavior(ConflictBehavior::ask);
+    world.files.put(World::downloads / "taken", "old");
+    const DownloadPointer asking = world.enqueue(world.addFile("taken", "new"));
+    const DownloadPointer deleting = world.enqueue(world.addFile("x", "x"), {.deleteAfterDownload = true});
+    ASSERT_TRUE(world.runUntil(asking, Status::awaitingConflict));
+    ASSERT_TRUE(world.runUntil(deleting, Status::deleting));
+    const DownloadPointer third = world.enqueue(slowFile("third"));
+    const DownloadPointer fourth = world.enqueue(slowFile("fourth"));
+    EXPECT_EQ(statuses(), "fourth:queued third:downloading x:deleting taken:awaitingConflict ");
+    EXPECT_EQ(manager.activeCount(), 2U);
+    EXPECT_EQ(manager.activeDownloads().size(), 3U);
+}
+
+TEST_F(Scheduling, goesOnAtTheSameByteAfterAPause) {
+    const DownloadPointer item = running("movie");
+    manager.pause(item);
+    manager.pause(item);
+    world.loop.runUntilIdle();
+    EXPECT_EQ(World::outcome(item), "paused");
+    EXPECT_EQ(item->speed, 0);
+    const ByteCount received = item->bytesDownloaded;
+    world.loop.advance(1min);
+    manager.resume(item);
+    world.loop.advance(200ms);
+    EXPECT_GT(item->bytesDownloaded, received);
+    EXPECT_LT(item->bytesDownloaded, received + 100);
+    expectArrived(item);
+    EXPECT_EQ(world.storage.resumed, 1);
+}
+
+TEST_F(Scheduling, startsOverWhenAResumedTransferFails) {
+    const DownloadPointer item = running("movie");
+    world.link(item->fileID).refusedResumes = 1;
+    manager.pauseAll();
+    world.loop.runUntilIdle();
+    manager.resumeAll();
+    world.loop.advance(20ms);
+    EXPECT_THAT(world.log.lines, testing::ElementsAre("[DownloadManager] Resume failed for movie, restarting: The "
+                                                      "download cannot go on where it broke off."));
+    EXPECT_EQ(item->progress, 0);
+    expectArrived(item);
+}
+
+TEST_F(Scheduling, keepsTheTokenOfABrokenTransferUntilARetry) {
+    const std::int64_t file = slowFile("movie");
+    world.link(file).breaks = {{.at = 300}};
+    const DownloadPointer item = world.enqueue(file);
+    world.settle();
+    EXPECT_EQ(World::outcome(item), "failed: The connection broke.");
+    EXPECT_TRUE(item->resumeData && item->completedAt);
+    EXPECT_EQ(world.files.files(World::partials).size(), 1U);
+    const auto startedAt = item->startedAt;
+    world.loop.advance(1min);
+    manager.retry(item);
+    EXPECT_TRUE(world.files.files(World::partials).empty());
+    expectArrived(item);
+    EXPECT_EQ(item->startedAt, startedAt);
+    EXPECT_EQ(world.storage.resumed, 0);
+}
+
+// Each control, at each moment of an item's way. Whatever was pending from before must not come back.
+TEST_F(Scheduling, controlsWorkAtAnyMoment) {
+    enum class Moment { lookUp, transfer, pausing, placing, conflict, paused, done };
+
+    struct Case {
+        const char* control;
+        void (*act)(DownloadManager&, const DownloadPointer&);
+        const char* expected;
+    };
+
+    const Case cases[] = {
+        {"cancel", [](auto& queue, auto& item) { queue.cancel(item); }, "cancelled"},
+        {"cancelAll", [](auto& queue, auto&) { queue.cancelAll(); }, "cancelled"},
+        {"remove", [](auto& queue, auto& item) { queue.remove(item); }, nullptr},
+        {"retry", [](auto& queue, auto& item) { queue.retry(item); }, "completed"},
+        {"cancel, retry",
+         [](auto& queue, auto& item) {
+             queue.cancel(item);
+             queue.retry(item);
+         },
+         "completed"},
+        {"retry, cancel, retry",
+         [](auto& queue, auto& item) {
+             queue.retry(item);
+             queue.cancel(item);
+             queue.retry(item);
+         },
+         "completed"},
+        {"pause all, resume all",
+         [](auto& queue, auto&) {
+             queue.pauseAll();
+             queue.resumeAll();
+         },
+         nullptr},
+    };
+    for (const Moment moment :
+         {Moment::lookUp, Moment::transfer, Moment::pausing, Moment::placing, Moment::conflict, Moment::paused}) {
+        for (const Case& c : cases) {
+            SCOPED_TRACE(std::string(c.control) + " at moment " + std::to_string(static_cast<int>(moment)));
+            World other;
+            DownloadManager& queue = other.manager();
+            other.background.latency = 1s;
+            const std::int64_t file = other.addFile("f", "some bytes");
+            other.link(file).rate = 10;
+            if (moment == Moment::conflict) {
+                other.preferences.setConflictBehavior(ConflictBehavior::ask);
+                other.files.put(World::downloads / "f", "the user's");
+            }
+            const DownloadPointer item = other.enqueue(file);
+            if (moment == Moment::lookUp) other.loop.advance(10ms);
+            if (moment == Moment::transfer || moment == Moment::pausing || moment == Moment::paused)
+                other.loop.advance(500ms);
+            if (moment == Moment::pausing || moment == Moment::paused) queue.pause(item);
+            if (moment == Moment::paused) other.loop.advance(1ms);
+            if (moment == Moment::placing) other.loop.advance(1500ms);
+            if (moment == Moment::conflict) ASSERT_TRUE(other.runUntil(item, Status::awaitingConflict));
+            c.act(queue, item);
+            other.settle();
+            queue.resolveConflict(ConflictChoice::keepBoth, false);
+            other.settle();
+            queue.resumeAll();
+            other.settle();
+
+            const bool isGone = c.expected && c.expected != std::string("completed");
+            const bool isRemoved = c.control == std::string("remove");
+            const std::string own = moment == Moment::conflict ? "f (1)" : "f";
+            EXPECT_EQ(other.files.content(World::downloads / own).has_value(), !isGone && !isRemoved);
+            EXPECT_EQ(other.files.files(World::downloads).size(),
+                      (moment == Moment::conflict ? 1U : 0U) + (isGone || isRemoved ? 0U : 1U))
+                << other.tree();
+            if (!isRemoved) EXPECT_EQ(World::outcome(item), c.expected ? c.expected : "completed");
+            EXPECT_TRUE(other.files.files(World::staging).empty());
+            EXPECT_EQ(other.files.files(World::partials).size(), item->resumeData ? 1U : 0U);
+            EXPECT_FALSE(item->stagedURL);
+            EXPECT_EQ(other.storage.running, 0);
+        }
+    }
+}
+
+TEST_F(Scheduling, givesUpTheStartWhoseLinkComesTooLate) {
+    const DownloadPointer item = world.enqueue(slowFile("movie"));
+    manager.pause(item);  // no transfer yet: nothing happens
+    EXPECT_EQ(World::outcome(item), "downloading");
+    manager.pauseAll();
+    world.settle();
+    EXPECT_EQ(World::outcome(item), "paused");
+    EXPECT_TRUE(world.storage.started.empty());
+    manager.resume(item);  // the queue is still paused
+    world.settle();
+    EXPECT_EQ(World::outcome(item), "queued");
+    manager.resumeAll();
+    expectArrived(item);
+}
+
+TEST_F(Scheduling, failsWithTheReasonOfTheService) {
+    const std::int64_t file = slowFile("refused");
+    world.refusals[file] = 1;
+    const DownloadPointer refused = world.enqueue(file);
+    const DownloadPointer missing = world.enqueue(slowFile("missing"));
+    world.link(missing->fileID).status = 404;
+    world.settle();
+    EXPECT_EQ(World::outcome(refused), "failed: HTTP error 500 from put.io.");
+    EXPECT_EQ(World::outcome(missing), "failed: HTTP error 404 from put.io.");
+    manager.retry(refused);
+    expectArrived(refused);
+}
+
+// Each start fails at once; a long queue must not fail inside itself.
+TEST_F(Scheduling, failsALongQueueWithoutSignIn) {
+    manager.pauseAll();
+    const std::int64_t file = slowFile("f");
+    for (int i = 0; i < 20'000; ++i) world.enqueue(file);
+    world.signOut();
+    manager.resumeAll();
+    world.loop.runUntilIdle();
+    EXPECT_EQ(manager.finishedDownloads().size(), 20'000U);
+    EXPECT_EQ(manager.downloads().items().back()->error, "Not authenticated. Please sign in again.");
+}
+
+TEST_F(Scheduling, survivesObserversThatCallBack) {
+    world.preferences.setMaxConcurrentDownloads(1);
+    manager.pauseAll();
+    std::vector<DownloadPointer> items;
+    for (const char* name : {"c", "b", "a"}) items.push_back(world.enqueue(slowFile(name)));
+    world.watch = [&](DownloadManager& queue, const QueueChange& change) {
+        if (change.kind != QueueChange::Kind::status) return;
+        if (change.item == items[2] && change.item->status == Status::downloading) queue.cancel(change.item);
+        if (change.item == items[1] && change.item->status == Status::completed) queue.retry(change.item);
+        EXPECT_LE(queue.activeCount(), 1U);
+    };
+    manager.resumeAll();
+    world.loop.advance(15s);
+    EXPECT_EQ(statuses(), "a:cancelled b:downloading c:queued ");
+    world.watch = nullptr;
+    world.settle();
+    EXPECT_EQ(statuses(), "a:cancelled b:completed c:completed ");
+    EXPECT_EQ(world.transfersOf(items[2]->fileID), 0U);
+}
+
+TEST_F(Scheduling, putsAFoldersFilesUnderTheirFolders) {
+    const std::int64_t folder = world.addFolder("F");
+    world.addFile("1", "one", folder);
+    const std::int64_t a = world.addFolder("A", folder);
+    world.addFile("2", "two", world.addFolder("B", a));
+    world.addFile("3", "three", a);
+    world.addFolder("empty", folder);
+    manager.pauseAll();
+    world.enqueueFolder(folder, false);
+    world.settle();
+    EXPECT_EQ(statuses(), "3:queued 2:queued 1:queued ");  // the last file walked on top
+    EXPECT_EQ(world.log.lines.back(), "[DownloadManager] Enqueued 3 files from folder F");
+    manager.resumeAll();
+    world.settle();
+    EXPECT_EQ(world.tree(), "F/1=one F/A/3=three F/A/B/2=two");
+
+    world.http.handler = [](const HTTPRequest&) { return HTTPResponse{500, ""}; };
+    world.enqueueFolder(folder, true);
+    world.settle();
+    EXPECT_EQ(world.log.lines.back(), "[DownloadManager] Failed to list folder F: HTTP error 500 from put.io.");
+    EXPECT_EQ(manager.downloads().items().size(), 3U);
+}
+
+TEST_F(Scheduling, neverLeavesTheDestinationByAName) {
+    const std::int64_t folder = world.addFolder("F");
+    const std::string names[] = {"..", ".", "", "../up", "/etc/passwd", "a/b", std::string("nul\0x", 5)};
+    for (const std::string& name : names) {
+        world.addFile(name, "bad", folder);
+        world.addFile("below", "bad", world.addFolder(name, folder));
+    }
+    world.addFile("...", "fine", folder);
+    world.addFile(" -rf\n\\ ~", "fine", folder);
+    world.addFile("ends.", "fine", world.addFolder("..x", folder));
+    world.enqueueFolder(folder, true);
+    world.settle();
+    EXPECT_EQ(world.tree(), "F/ -rf\n\\ ~=fine F/...=fine F/..x/ends.=fine");
+    for (const auto& [path, content] : world.files.files("/")) EXPECT_NE(content, "bad") << path;
+    for (const DownloadPointer& item : manager.downloads().items())
+        if (item->status != Status::completed)
+            EXPECT_THAT(World::outcome(item),
+                        testing::AllOf(testing::StartsWith("failed: "), testing::HasSubstr("put.io")))
+                << item->fileName;
+    EXPECT_TRUE(world.deletions.empty());
+    world.manager().saveNow();
+    EXPECT_TRUE(decodeQueue(*world.files.content(World::queueFile)));
+}
+
+TEST_F(Scheduling, tellsTheRuleWhenAFileHasSettled) {
+    std::string told;
+    manager.setOnSyncFileSettled([&](const UUID&, std::int64_t file) { told += std::to_string(file) + " "; });
+    const UUID rule = world.random.makeUUID();
+    const std::int64_t done = world.addFile("done", "x");        // 100
+    const std::int64_t cancelled = slowFile("cancelled");        // 101
+    const std::int64_t removed = slowFile("removed");            // 102
+    const std::int64_t failing = world.addFile("failing", "x");  // 103
+    world.refusals[failing] = 1;
+    world.enqueue(done, {.deleteAfterDownload = true, .syncRuleID = rule});
+    for (const std::int64_t file : {cancelled, removed, failing}) world.enqueue(file, {.syncRuleID = rule});
+    world.enqueue(done);  // nobody's rule
+    world.loop.advance(1s);
+    EXPECT_EQ(told, "100 ");
+    manager.cancel(world.find(cancelled));
+    manager.remove(world.find(removed));
+    EXPECT_EQ(told, "100 101 102 ");
+    const auto inFlight = manager.inFlightFileIDs(rule, {cancelled, failing, 999});
+    EXPECT_EQ(inFlight, (std::unordered_set<std::int64_t>{cancelled, failing}));
+    world.settle();
+    EXPECT_EQ(told, "100 101 102 103 ");  // a failed file was retried
+}
+
+TEST_F(Scheduling, measuresSpeedEveryHalfSecond) {
+    const std::int64_t file = world.addFile("f", std::string(10'000, 'x'));
+    world.link(file).rate = 1000;
+    const DownloadPointer item = world.enqueue(file);
+    world.loop.advance(300ms);
+    EXPECT_EQ(item->speedText(), "");
+    world.loop.advance(3700ms);
+    EXPECT_NEAR(static_cast<double>(item->speed), 1000, 60);
+    EXPECT_EQ(item->etaText(), "6s left");
+    EXPECT_EQ(manager.queueETAText(), "6s");
+    EXPECT_NEAR(manager.overallProgress(), 0.4, 0.02);
+    world.settle();
+    EXPECT_EQ(item->speed, 0);
+    EXPECT_EQ(manager.overallProgress(), 0);
+}
+
+TEST_F(Scheduling, suspendsWithTokensAndGoesOnInTheNextProcess) {
+    world.preferences.setMaxConcurrentDownloads(3);
+    const DownloadPointer paused = running("paused");
+    manager.pause(paused);
+    const DownloadPointer active = running("active");
+    world.background.latency = 300ms;
+    const DownloadPointer placing = world.enqueue(world.addFile("placing", "p"));
+    world.loop.advance(100ms);
+    const DownloadPointer lookUp = world.enqueue(slowFile("lookUp"));
+    bool isDone = false;
+    manager.suspend([&] { isDone = true; });
+    world.enqueue(slowFile("later"));
+    ASSERT_TRUE(world.loop.runUntil([&] { return isDone; }, 2s));
+    manager.saveNow();
+    EXPECT_EQ(statuses(), "later:queued lookUp:downloading placing:completed active:downloading paused:paused ");
+    EXPECT_TRUE(active->resumeData);
+    const ByteCount received = active->bytesDownloaded;
+    world.kill();
+    world.start();
+    EXPECT_EQ(world.find(active->fileID)->bytesDownloaded, received);
+    world.settle();
+    for (const DownloadPointer& item : world.manager().downloads().items())
+        EXPECT_EQ(World::outcome(item), item->fileName == "paused" ? "paused" : "completed");
+    EXPECT_EQ(world.storage.resumed, 1);
+}
+
+}  // namespace
+}  // namespace tovri::test

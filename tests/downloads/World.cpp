@@ -1,0 +1,201 @@
+#include "downloads/World.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+namespace tovri::test {
+namespace {
+
+std::string jsonText(const std::string& text) {
+    std::string json = "\"";
+    for (const char letter : text) {
+        if (letter == '\0') {
+            json += "\\u0000";
+        } else if (letter == '\n') {
+            json += "\\n";
+        } else {
+            if (letter == '"' || letter == '\\') json += '\\';
+            json += letter;
+        }
+    }
+    return json + "\"";
+}
+
+Task<> ignoreOutcome(Task<Result<std::vector<DownloadPointer>>> task) {
+    co_await std::move(task);
+}
+
+}  // namespace
+
+World::World() {
+    auth_.signInWithToken("secret");
+    http.handler = [this](const HTTPRequest& request) { return answer(request); };
+    http.actsAtOnce = true;
+    start();
+}
+
+World::~World() {
+    kill();
+}
+
+// --- put.io ---
+
+std::int64_t World::addFile(std::string name, std::string content, std::int64_t folder) {
+    const auto id = static_cast<std::int64_t>(remote_.size() + gone_.size()) + 100;
+    storage.links[url(id)].content = content;
+    remote_[id] = {std::move(name), false, std::move(content), folder};
+    return id;
+}
+
+std::int64_t World::addFolder(std::string name, std::int64_t folder) {
+    const auto id = static_cast<std::int64_t>(remote_.size() + gone_.size()) + 100;
+    remote_[id] = {std::move(name), true, "", folder};
+    return id;
+}
+
+SimulatedStorage::Link& World::link(std::int64_t file) {
+    return storage.links.at(url(file));
+}
+
+Result<HTTPResponse> World::answer(const HTTPRequest& request) {
+    const auto numberAfter = [](const std::string& text, std::string_view mark) -> std::int64_t {
+        const auto at = text.find(mark);
+        return at == std::string::npos ? -1 : std::stoll(text.substr(at + mark.size()));
+    };
+    if (const auto folder = numberAfter(request.url, "parent_id="); folder >= 0)
+        return HTTPResponse{200, listing(folder)};
+    const bool deletes = request.url.ends_with("/files/delete");
+    const auto id = deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/");
+    if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{500, ""};
+    if (!remote_.contains(id)) return HTTPResponse{404, ""};
+    if (!deletes) return HTTPResponse{200, R"({"url":")" + url(id) + R"(","status":"OK"})"};
+    deletions.push_back(id);
+    remove(id);
+    return HTTPResponse{200, R"({"status":"OK"})"};
+}
+
+std::string World::listing(std::int64_t folder) const {
+    std::string entries;
+    for (const auto& [id, entry] : remote_) {
+        if (entry.folder != folder) continue;
+        entries += (entries.empty() ? "" : ",") + std::string(R"({"id":)") + std::to_string(id) + R"(,"name":)" +
+                   jsonText(entry.name) + R"(,"file_type":")" + (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" +
+                   std::to_string(entry.size.value_or(static_cast<ByteCount>(entry.content.size()))) + "}";
+    }
+    return R"({"files":[)" + entries + R"(],"status":"OK"})";
+}
+
+void World::remove(std::int64_t entry) {
+    std::vector<std::int64_t> below;
+    for (const auto& [id, other] : remote_)
+        if (other.folder == entry) below.push_back(id);
+    for (const std::int64_t id : below) remove(id);
+    auto taken = remote_.extract(entry);
+    if (!taken.mapped().isFolder) {
+        EXPECT_TRUE(isDurable(entry)) << "put.io was told to delete " << taken.mapped().name << " before it was safe";
+        storage.links.erase(url(entry));
+    }
+    gone_.insert(std::move(taken));
+}
+
+bool World::isDurable(std::int64_t file) {
+    const auto durable = files.durableFiles();
+    return std::ranges::any_of(arrived[file], [&](const Path& path) {
+        const auto found = durable.find(path);
+        return found != durable.end() && found->second == link(file).content;
+    });
+}
+
+// --- processes ---
+
+Platform World::platform() {
+    return {loop, clock, random, files, folderAccess, background, log, {"/home/user", data, "/tmp"}};
+}
+
+void World::start() {
+    files.goOn();
+    api_ = std::make_unique<PutIOAPI>(auth_, http, platform(), ServiceHosts{});
+    manager_ = std::make_unique<DownloadManager>(platform(), simulatedTransfers(loop, files, storage));
+    manager_->configure(*api_, preferences);
+    watching_ = manager_->onChange([this](const QueueChange& change) {
+        if (change.item && change.item->status == Download::Status::completed && change.item->resolvedURL)
+            arrived[change.item->fileID].insert(*change.item->resolvedURL);
+        if (watch) watch(*manager_, change);
+    });
+    scope_ = std::make_unique<TaskScope>();
+    manager_->restoreQueue();
+}
+
+void World::kill() {
+    scope_.reset();
+    watching_.reset();
+    manager_.reset();
+    api_.reset();
+}
+
+void World::losePower() {
+    kill();
+    files.powerLoss();
+}
+
+// --- what a user does ---
+
+PutIOFile World::record(std::int64_t file) const {
+    const auto found = remote_.find(file);
+    const Entry& entry = found == remote_.end() ? gone_.at(file) : found->second;
+    PutIOFile result;
+    result.id = file;
+    result.name = entry.name;
+    result.size = entry.size.value_or(static_cast<ByteCount>(entry.content.size()));
+    return result;
+}
+
+DownloadPointer World::enqueue(std::int64_t file, const DownloadManager::EnqueueOptions& options) {
+    return manager_->enqueue(record(file), options);
+}
+
+void World::enqueueFolder(std::int64_t folder, bool deletes) {
+    const auto found = remote_.find(folder);
+    if (found == remote_.end()) return;
+    DestinationFolder destination = manager_->resolveDestination(std::nullopt);
+    destination.folder /= found->second.name;
+    scope_->start(ignoreOutcome(manager_->enqueueFolder(
+        {folder, found->second.name, std::move(destination), deletes, random.makeUUID()}, scope_->stopToken())));
+}
+
+void World::settle() {
+    EXPECT_TRUE(loop.runUntil([this] { return loop.isIdle(); }));
+}
+
+bool World::runUntil(const DownloadPointer& item, Download::Status status) {
+    return loop.runUntil([&] { return item->status == status; }, std::chrono::minutes(1));
+}
+
+// --- what can be seen ---
+
+std::string World::outcome(const DownloadPointer& item) {
+    const std::string status(rawValue(item->status));
+    return item->error ? status + ": " + *item->error : status;
+}
+
+std::string World::tree() {
+    std::string text;
+    for (const auto& [path, content] : files.files(downloads)) {
+        if (!text.empty()) text += ' ';
+        text += path.lexically_relative(downloads).native() + "=" + content;
+    }
+    return text;
+}
+
+DownloadPointer World::find(std::int64_t file) {
+    const auto items = manager_->downloads().items();
+    const auto found = std::ranges::find(items, file, [](const DownloadPointer& item) { return item->fileID; });
+    return found == items.end() ? nullptr : *found;
+}
+
+std::size_t World::transfersOf(std::int64_t file) const {
+    return static_cast<std::size_t>(std::ranges::count(storage.started, url(file)));
+}
+
+}  // namespace tovri::test

@@ -1,0 +1,135 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "base/TaskScope.h"
+#include "downloads/DownloadManager.h"
+#include "support/FakeFolderAccess.h"
+#include "support/MemoryFileManager.h"
+#include "support/MemoryStores.h"
+#include "support/ScriptedSessions.h"
+#include "support/SeededRandom.h"
+#include "support/SimulatedTransferSession.h"
+#include "support/VirtualLoop.h"
+
+namespace tovri::test {
+
+// A put.io account and the one machine that downloads from it. The account outlives the machine's processes, and fails
+// the test when something is deleted from it that a loss of power could still take from the machine.
+class World {
+public:
+    using Path = std::filesystem::path;
+
+    World();
+    ~World();
+
+    // --- put.io ---
+
+    std::int64_t addFile(std::string name, std::string content, std::int64_t folder = 0);
+    std::int64_t addFolder(std::string name, std::int64_t folder = 0);
+
+    // What the file's link serves.
+    [[nodiscard]] SimulatedStorage::Link& link(std::int64_t file);
+
+    // What the account calls the file's size, whatever it serves.
+    void announceSize(std::int64_t file, ByteCount size) { remote_.at(file).size = size; }
+
+    std::map<std::int64_t, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
+    std::vector<std::int64_t> deletions;   // that were carried out
+
+    // --- processes ---
+
+    // Starts a process, which restores its queue.
+    void start();
+
+    // Ends it without a warning, and with it what the machine had not made durable when the power went.
+    void kill();
+    void losePower();
+
+    [[nodiscard]] bool isRunning() const { return manager_ != nullptr; }
+
+    [[nodiscard]] DownloadManager& manager() { return *manager_; }
+
+    [[nodiscard]] Platform platform();
+
+    // --- what a user does ---
+
+    DownloadPointer enqueue(std::int64_t file, const DownloadManager::EnqueueOptions& options = {});
+    void enqueueFolder(std::int64_t folder, bool deletes);
+
+    void signOut() { auth_.signOut(); }
+
+    // Runs until nothing is left to happen by itself.
+    void settle();
+
+    // Runs until the item has the status.
+    [[nodiscard]] bool runUntil(const DownloadPointer& item, Download::Status status);
+
+    // --- what can be seen ---
+
+    // "completed", and what went wrong after a colon.
+    [[nodiscard]] static std::string outcome(const DownloadPointer& item);
+
+    // "name=content name=content", below the download folder.
+    [[nodiscard]] std::string tree();
+
+    [[nodiscard]] DownloadPointer find(std::int64_t file);
+    [[nodiscard]] std::size_t transfersOf(std::int64_t file) const;
+
+    [[nodiscard]] const std::string& contentOf(std::int64_t file) const { return remote_.at(file).content; }
+
+    static inline const Path downloads = "/home/user/Downloads";
+    static inline const Path data = "/data/Tovri";
+    static inline const Path queueFile = data / "queue.json";
+    static inline const Path staging = data / "Staging";
+    static inline const Path partials = data / "Partials";
+
+    VirtualLoop loop;
+    VirtualClock clock{loop};
+    VirtualBackgroundQueue background{loop};
+    SeededRandom random;
+    MemoryFileManager files;
+    FakeFolderAccess folderAccess;
+    RecordingLog log;
+    MemoryUserDefaults defaults;
+    Preferences preferences{defaults, folderAccess, "/home/user"};
+    ScriptedHTTPSession http{loop};
+    SimulatedStorage storage;
+    std::map<std::int64_t, std::set<Path>> arrived;                   // by file: where an item said that it was placed
+    std::function<void(DownloadManager&, const QueueChange&)> watch;  // told of every change
+
+private:
+    struct Entry {
+        std::string name;
+        bool isFolder;
+        std::string content;
+        std::int64_t folder;
+        std::optional<ByteCount> size = std::nullopt;  // unless it is the content's
+    };
+
+    [[nodiscard]] static std::string url(std::int64_t file) { return "https://storage.put.io/" + std::to_string(file); }
+
+    [[nodiscard]] Result<HTTPResponse> answer(const HTTPRequest& request);
+    [[nodiscard]] std::string listing(std::int64_t folder) const;
+    [[nodiscard]] bool isDurable(std::int64_t file);
+    void remove(std::int64_t entry);
+    [[nodiscard]] PutIOFile record(std::int64_t file) const;
+
+    std::map<std::int64_t, Entry> remote_;
+    std::map<std::int64_t, Entry> gone_;
+    MemoryCredentialStore credentials_;
+    ScriptedWebAuthentication web_{loop};
+    AuthManager auth_{credentials_, web_, loop, ServiceHosts{}};
+    std::unique_ptr<PutIOAPI> api_;
+    std::unique_ptr<DownloadManager> manager_;
+    Subscription watching_;
+    std::unique_ptr<TaskScope> scope_;
+};
+
+}  // namespace tovri::test
