@@ -1,0 +1,212 @@
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+
+#include <fmt/format.h>
+
+#include "base/TaskScope.h"
+#include "cli/CommandContext.h"
+#include "cli/RunDefaults.h"
+#include "cli/StandardTerminal.h"
+#include "cli/TerminalLog.h"
+#include "cli/TerminalSignIn.h"
+#include "cli/commands/Command.h"
+#include "cli/commands/ConfigCommand.h"
+#include "platform/curl/CurlHTTPSession.h"
+#include "platform/curl/CurlTransferSession.h"
+#include "platform/posix/DataFolderLock.h"
+#include "platform/posix/EnvironmentCredentialStore.h"
+#include "platform/posix/FileCredentialStore.h"
+#include "platform/posix/FileUserDefaults.h"
+#include "platform/posix/PathFolderAccess.h"
+#include "platform/posix/PosixBackgroundQueue.h"
+#include "platform/posix/PosixFileManager.h"
+#include "platform/posix/PosixMainLoop.h"
+#include "platform/posix/SystemClock.h"
+#include "platform/posix/SystemRandom.h"
+#include "platform/posix/XDGFolders.h"
+#include "platform/secret/ChooseCredentialStore.h"
+
+namespace tovri::cli {
+namespace {
+
+std::optional<std::string> environment(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+// The keyring may ask the user to unlock it: only for a command that needs a stored secret.
+bool needsStoredSecret(CommandName command, bool hasToken) {
+    switch (command) {
+        case CommandName::login:
+        case CommandName::logout:
+        case CommandName::status:
+            return true;
+        case CommandName::ls:
+        case CommandName::get:
+        case CommandName::run:
+        case CommandName::retry:
+        case CommandName::put:
+        case CommandName::mv:
+        case CommandName::rm:
+        case CommandName::link:
+            return !hasToken;
+        default:
+            return false;
+    }
+}
+
+// The adapters of this machine and the core on top of them, for one command.
+class Program {
+public:
+    Program(Invocation invocation, ServiceHosts hosts)
+        : invocation_(std::move(invocation)),
+          terminal_(
+              {[this](int descriptor, std::function<void()> tell) {
+                   return loop_.watch(descriptor, PosixMainLoop::Readiness::readable, std::move(tell));
+               },
+               [this](int signal, std::function<void()> tell) { return loop_.onSignal(signal, std::move(tell)); }}),
+          log_(loop_, terminal_,
+               invocation_.has("--json") ? TerminalLog::Stream::messages : TerminalLog::Stream::output),
+          storedDefaults_(files_, log_, folders_.configuration / "preferences.json"),
+          runDefaults_(storedDefaults_),
+          preferences_(replaced(), folderAccess_, folders_.standard.home),
+          secretsInFile_(files_, folders_.state / "credentials.json"),
+          secrets_(chooseSecrets()),
+          credentials_(*secrets_, token_),
+          auth_(credentials_, signIn_, loop_, hosts),
+          api_(auth_, http_, platform_, hosts),
+          context_{platform_,
+                   terminal_,
+                   auth_,
+                   api_,
+                   preferences_,
+                   [this](TransferDelegate& delegate) { return makeTransfers(delegate); },
+                   std::move(invocation_),
+                   std::filesystem::current_path(),
+                   token_.has_value(),
+                   folders_.configuration} {}
+
+    ExitCode run() {
+        std::optional<DataFolderLock> lock;
+        if (definitionOf(context_.invocation.command).queue == QueueUse::owns) {
+            Result<DataFolderLock> held = DataFolderLock::acquire(folders_.standard.applicationData, programName);
+            if (!held) {
+                context_.complain(held.error());
+                return ExitCode::failure;
+            }
+            lock.emplace(std::move(*held));
+        }
+        preferences_.refreshDownloadFolderBookmark();
+        command_ = makeCommand(context_);
+        const Subscription signals[] = {onEnding(SIGINT), onEnding(SIGTERM), onEnding(SIGHUP)};
+        tasks_.emplace();
+        tasks_->start(work());
+        loop_.run();
+        tasks_.reset();
+        command_.reset();
+        return terminal_.hasLostOutput() && code_ == ExitCode::success ? ExitCode::failure : code_;
+    }
+
+private:
+    UserDefaults& replaced() {
+        if (const auto jobs = invocation_.value("--jobs"))
+            runDefaults_.replaceInteger("maxConcurrentDownloads", parseCount(*jobs).value_or(1));
+        if (const auto what = invocation_.value("--on-conflict"))
+            runDefaults_.replaceString(
+                "conflictBehavior", std::string(rawValue(parseBehavior(*what).value_or(ConflictBehavior::keepBoth))));
+        return runDefaults_;
+    }
+
+    std::unique_ptr<CredentialStore> chooseSecrets() {
+        if (!needsStoredSecret(invocation_.command, token_.has_value()))
+            return std::make_unique<FileCredentialStore>(files_, folders_.state / "credentials.json");
+        return chooseCredentialStore(secretsInFile_, [this](const std::string& reason) {
+            terminal_.message(
+                fmt::format("No keyring keeps the secrets ({}); they are kept in {}, which only you can read.", reason,
+                            (folders_.state / "credentials.json").native()));
+        });
+    }
+
+    std::unique_ptr<TransferSession> makeTransfers(TransferDelegate& delegate) {
+        return std::make_unique<CurlTransferSession>(delegate, folders_.standard.applicationData / "Partial", random_);
+    }
+
+    Task<> work() {
+        code_ = co_await command_->run(tasks_->stopToken());
+        loop_.post([this] { loop_.quit(); });  // after the diagnostic lines that wait
+    }
+
+    Subscription onEnding(int signal) {
+        return loop_.onSignal(signal, [this] { interrupt(); });
+    }
+
+    // What is at rest then needs no tidying up, which might take longer than the user likes to wait.
+    void interrupt() {
+        if (std::exchange(isInterrupted_, true)) endNow();
+        command_->interrupt([this] { loop_.post([this] { endNow(); }); });
+    }
+
+    [[noreturn]] void endNow() {
+        terminal_.showLive({});
+        terminal_.restore();
+        std::_Exit(static_cast<int>(ExitCode::interrupted));
+    }
+
+    Invocation invocation_;
+    XDGFolders folders_ = XDGFolders::fromEnvironment();
+    std::optional<std::string> token_ = EnvironmentCredentialStore::tokenOfEnvironment();
+    PosixMainLoop loop_;
+    StandardTerminal terminal_;
+    TerminalLog log_;
+    SystemClock clock_;
+    SystemRandom random_;
+    PosixFileManager files_;
+    PathFolderAccess folderAccess_;
+    PosixBackgroundQueue background_{loop_};
+    Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, log_, folders_.standard};
+    FileUserDefaults storedDefaults_;
+    RunDefaults runDefaults_;
+    Preferences preferences_;
+    FileCredentialStore secretsInFile_;
+    std::unique_ptr<CredentialStore> secrets_;
+    EnvironmentCredentialStore credentials_;
+    TerminalSignIn signIn_{terminal_};
+    AuthManager auth_;
+    CurlHTTPSession http_{loop_};
+    PutIOAPI api_;
+    CommandContext context_;
+    ExitCode code_ = ExitCode::failure;
+    bool isInterrupted_ = false;
+    std::unique_ptr<Command> command_;
+    std::optional<TaskScope> tasks_;
+};
+
+ExitCode complain(const std::string& text) {
+    fmt::print(stderr, "{}\n", text);
+    return ExitCode::wrongArguments;
+}
+
+ExitCode runProgram(std::vector<std::string> arguments) {
+    auto parsed = parseArguments(std::move(arguments));
+    if (const auto* wrong = std::get_if<WrongArguments>(&parsed)) return complain(wrong->message);
+    if (const auto* requested = std::get_if<RequestedText>(&parsed)) {
+        std::fwrite(requested->text.data(), 1, requested->text.size(), stdout);
+        return std::fflush(stdout) == 0 ? ExitCode::success : ExitCode::failure;
+    }
+    const Result<ServiceHosts> hosts =
+        serviceHosts({environment("TOVRI_API_URL"), environment("TOVRI_UPLOAD_URL"), environment("TOVRI_WEB_URL")});
+    if (!hosts) return complain(fmt::format("{}: {}", programName, hosts.error().description));
+    Program program(std::move(std::get<Invocation>(parsed)), *hosts);
+    return program.run();
+}
+
+}  // namespace
+}  // namespace tovri::cli
+
+int main(int count, char** arguments) {
+    std::signal(SIGPIPE, SIG_IGN);  // where nobody reads any more, writing fails instead
+    return static_cast<int>(tovri::cli::runProgram({arguments + 1, arguments + count}));
+}

@@ -1,0 +1,26 @@
+#include "cli/CommandContext.h"
+
+#include <fmt/format.h>
+
+#include "cli/display/DisplayText.h"
+
+namespace tovri::cli {
+
+void CommandContext::complain(std::string_view text) const {
+    terminal.message(fmt::format("{} {}: {}", programName, definitionOf(invocation.command).name, printable(text)));
+}
+
+void CommandContext::complain(const Error& error) const {
+    complain(withAdvice(error));
+}
+
+std::string withAdvice(const Error& error) {
+    if (error.code == ErrorCase::notAuthenticated) return error.description + " Sign in with: tovri-cli login";
+    if (error.code == ErrorCase::noClientID)
+        return "No client ID is configured. Give yours with: tovri-cli login --client-id ID";
+    if (error.code == ErrorCase::transport) return error.description + " Check the connection and try again.";
+    if (error.code == ErrorCase::decoding) return "put.io's answer cannot be understood: " + error.description;
+    return error.description;
+}
+
+}  // namespace tovri::cli

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include "cli/ExitCode.h"
+#include "cli/Terminal.h"
+#include "cli/arguments/ArgumentParser.h"
+#include "platform/Platform.h"
+#include "platform/TransferSession.h"
+#include "service/AuthManager.h"
+#include "service/PutIOAPI.h"
+#include "settings/Preferences.h"
+
+namespace tovri::cli {
+
+// What a command works with. All of it outlives the command.
+struct CommandContext {
+    const Platform& platform;
+    Terminal& terminal;
+    AuthManager& auth;
+    PutIOAPI& api;
+    Preferences& preferences;
+    TransferSessionFactory makeTransfers;
+    Invocation invocation;
+    std::filesystem::path currentFolder;
+    bool hasTokenFromEnvironment = false;
+    std::filesystem::path configurationFolder;
+
+    // "tovri-cli ls: text" on standard error.
+    void complain(std::string_view text) const;
+
+    // The same of a failure, with what the user can do about it where that is known.
+    void complain(const Error& error) const;
+};
+
+// The failure's description with what the user can do about it where that is known.
+[[nodiscard]] std::string withAdvice(const Error& error);
+
+}  // namespace tovri::cli

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "cli/Terminal.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/MainLoop.h"
+
+namespace tovri::cli {
+
+// Diagnostic lines among what else the terminal shows, so that they do not tear the live display.
+class TerminalLog final : public DiagnosticLog {
+public:
+    enum class Stream : std::uint8_t { output, messages };
+
+    // `loop` and `terminal` outlive the log.
+    TerminalLog(MainLoop& loop, Terminal& terminal, Stream stream)
+        : loop_(loop), terminal_(terminal), stream_(stream) {}
+
+    void line(std::string_view text) override;
+
+private:
+    MainLoop& loop_;
+    Terminal& terminal_;
+    Stream stream_;
+};
+
+}  // namespace tovri::cli

@@ -1,0 +1,37 @@
+#include "cli/TerminalSignIn.h"
+
+#include <fmt/format.h>
+
+#include "cli/display/DisplayText.h"
+
+namespace tovri::cli {
+namespace {
+
+std::optional<std::string> trimmed(const std::string& line) {
+    constexpr const char* blanks = " \t\r\n";
+    const std::size_t begin = line.find_first_not_of(blanks);
+    if (begin == std::string::npos) return std::nullopt;
+    return line.substr(begin, line.find_last_not_of(blanks) - begin + 1);
+}
+
+}  // namespace
+
+Subscription TerminalSignIn::authenticate(const std::string& url, const std::string& callbackScheme, Done done) {
+    terminal_.print("Open this address in a browser and sign in:");
+    terminal_.print(printable(url));
+    const std::string question = fmt::format(
+        "Then copy the address to which the browser is sent, which begins with {}:, and paste it here\n(it holds your "
+        "access token and is not shown): ",
+        callbackScheme);
+    auto receive = [done = std::move(done), callbackScheme](std::optional<std::string> line) mutable {
+        const std::optional<std::string> address = line ? trimmed(*line) : std::nullopt;
+        if (address && !address->starts_with(callbackScheme + ":"))
+            return done(failure(Error(ErrorCase::noCallback, fmt::format("The address must begin with {}: and hold the "
+                                                                         "token. Try again with: tovri-cli login",
+                                                                         callbackScheme))));
+        done(address);
+    };
+    return terminal_.ask(question, Terminal::Echo::hidden, std::move(receive));
+}
+
+}  // namespace tovri::cli

@@ -1,0 +1,131 @@
+#include "cli/arguments/ArgumentParser.h"
+
+#include <algorithm>
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include "cli/arguments/Completion.h"
+#include "cli/arguments/HelpText.h"
+#include "cli/arguments/ManPage.h"
+
+namespace tovri::cli {
+namespace {
+
+constexpr std::string_view versionText = "tovri-cli " TOVRI_VERSION "\n";
+
+using Parsed = std::variant<Invocation, RequestedText, WrongArguments>;
+
+std::string checkNumber(const std::string& text) {
+    const bool isNumber =
+        !text.empty() && text.size() < 10 && text.find_first_not_of("0123456789") == std::string::npos;
+    if (isNumber && std::stoi(text) >= 1) return {};
+    return fmt::format("'{}' is not a whole number from 1 on", text);
+}
+
+std::string checkChoice(const std::vector<std::string_view>& choices, const std::string& text) {
+    if (std::ranges::find(choices, text) != choices.end()) return {};
+    return fmt::format("'{}' is none of {}", text, fmt::join(choices, ", "));
+}
+
+void addFlag(CLI::App& app, const FlagDefinition& flag, Invocation& invocation) {
+    const std::string name(flag.name);
+    if (flag.placeholder.empty()) {
+        app.add_flag_callback(name, [&invocation, name] { invocation.flags[name] = ""; });
+        return;
+    }
+    CLI::Option* option = app.add_option_function<std::string>(
+        name, [&invocation, name](const std::string& value) { invocation.flags[name] = value; });
+    if (flag.kind == ValueKind::number) option->check(checkNumber);
+    if (flag.kind == ValueKind::choice)
+        option->check([&flag](const std::string& text) { return checkChoice(flag.choices, text); });
+}
+
+// Adds the command; its operands are all gathered in one list and counted here.
+void addCommand(CLI::App& app, const CommandDefinition& definition, Invocation& invocation) {
+    CLI::App* command = app.add_subcommand(std::string(definition.name));
+    command->set_help_flag();
+    command->add_flag("-h,--help");
+    for (const FlagDefinition& flag : definition.flags) addFlag(*command, flag, invocation);
+    if (!definition.operands.empty()) command->add_option("operands", invocation.operands);
+}
+
+std::optional<std::string> complaintAboutCount(const CommandDefinition& definition, std::size_t count) {
+    std::size_t least = 0;
+    std::size_t most = 0;
+    bool isBounded = true;
+    for (const OperandDefinition& operand : definition.operands) {
+        least += static_cast<std::size_t>(operand.least);
+        most += static_cast<std::size_t>(operand.most);
+        isBounded = isBounded && operand.most > 0;
+    }
+    if (count < least)
+        return fmt::format("{} is missing",
+                           definition.operands.at(std::min(count, definition.operands.size() - 1)).placeholder);
+    if (isBounded && count > most) return "there are too many arguments";
+    return std::nullopt;
+}
+
+WrongArguments wrong(std::string_view command, std::string_view message) {
+    const std::string name = fmt::format("{}{}{}", programName, command.empty() ? "" : " ", command);
+    return {fmt::format("{}: {}; see {} --help", name, message, name)};
+}
+
+Parsed generate(std::string_view what) {
+    if (what == "man") return RequestedText{manPage(TOVRI_VERSION)};
+    if (what == "bash") return RequestedText{bashCompletion()};
+    if (what == "zsh") return RequestedText{zshCompletion()};
+    return wrong("", "--generate makes man, bash or zsh");
+}
+
+// What stands before the command.
+std::optional<Parsed> parseGeneralFlags(const std::vector<std::string>& arguments) {
+    if (arguments.empty()) return wrong("", "a command is missing");
+    const std::string& first = arguments.front();
+    if (first == "--help" || first == "-h" || first == "help") {
+        if (arguments.size() == 1) return RequestedText{programHelp()};
+        const auto found = std::ranges::find(commandDefinitions(), arguments[1], &CommandDefinition::name);
+        if (found != commandDefinitions().end()) return RequestedText{commandHelp(*found)};
+        return wrong("", fmt::format("there is no command '{}'", arguments[1]));
+    }
+    if (first == "--version") return RequestedText{std::string(versionText)};
+    if (first == "--generate") return generate(arguments.size() > 1 ? arguments[1] : "");
+    if (first.starts_with('-')) return wrong("", fmt::format("'{}' is not known here", first));
+    return std::nullopt;
+}
+
+// The library's own words, as one part of a sentence.
+std::string reasonOf(const CLI::ParseError& error) {
+    std::string text = error.what();
+    if (const std::size_t end = text.find('\n'); end != std::string::npos) text.resize(end);
+    return text;
+}
+
+}  // namespace
+
+Parsed parseArguments(std::vector<std::string> arguments) {
+    if (std::optional<Parsed> general = parseGeneralFlags(arguments)) return std::move(*general);
+    const auto found = std::ranges::find(commandDefinitions(), arguments.front(), &CommandDefinition::name);
+    if (found == commandDefinitions().end())
+        return wrong("", fmt::format("there is no command '{}'", arguments.front()));
+    const CommandDefinition& definition = *found;
+
+    Invocation invocation{definition.command, {}, {}};
+    CLI::App app;
+    app.set_help_flag();
+    addCommand(app, definition, invocation);
+    const auto end = std::ranges::find(arguments, "--");
+    if (std::any_of(arguments.begin(), end, [](const std::string& word) { return word == "--help" || word == "-h"; }))
+        return RequestedText{commandHelp(definition)};
+    try {
+        std::ranges::reverse(arguments);  // as the library wants them
+        app.parse(std::move(arguments));
+    } catch (const CLI::ParseError& error) {
+        return wrong(definition.name, reasonOf(error));
+    }
+    if (const auto complaint = complaintAboutCount(definition, invocation.operands.size()))
+        return wrong(definition.name, *complaint);
+    return invocation;
+}
+
+}  // namespace tovri::cli

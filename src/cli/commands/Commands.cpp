@@ -1,0 +1,52 @@
+#include "cli/commands/Command.h"
+#include "cli/commands/ConfigCommand.h"
+#include "cli/commands/ControlCommand.h"
+#include "cli/commands/DownloadCommands.h"
+#include "cli/commands/FileCommands.h"
+#include "cli/commands/ListCommand.h"
+#include "cli/commands/PutCommand.h"
+#include "cli/commands/QueueCommand.h"
+#include "cli/commands/SignInCommands.h"
+
+namespace tovri::cli {
+
+std::unique_ptr<Command> makeCommand(CommandContext& context) {
+    switch (context.invocation.command) {
+        case CommandName::login:
+            return std::make_unique<LoginCommand>(context);
+        case CommandName::logout:
+            return std::make_unique<LogoutCommand>(context);
+        case CommandName::status:
+            return std::make_unique<StatusCommand>(context);
+        case CommandName::ls:
+            return std::make_unique<ListCommand>(context);
+        case CommandName::get:
+            return std::make_unique<GetCommand>(context);
+        case CommandName::run:
+            return std::make_unique<RunCommand>(context);
+        case CommandName::queue:
+            return std::make_unique<QueueCommand>(context);
+        case CommandName::retry:
+            return std::make_unique<RetryCommand>(context);
+        case CommandName::put:
+            return std::make_unique<PutCommand>(context);
+        case CommandName::mv:
+            return std::make_unique<MoveCommand>(context);
+        case CommandName::rm:
+            return std::make_unique<DeleteCommand>(context);
+        case CommandName::link:
+            return std::make_unique<LinkCommand>(context);
+        case CommandName::config:
+            return std::make_unique<ConfigCommand>(context);
+        case CommandName::pause:
+        case CommandName::resume:
+        case CommandName::cancel:
+        case CommandName::remove:
+        case CommandName::top:
+        case CommandName::clear:
+            break;
+    }
+    return std::make_unique<ControlCommand>(context);
+}
+
+}  // namespace tovri::cli

@@ -1,0 +1,111 @@
+#include "cli/commands/DownloadCommands.h"
+
+#include <fmt/format.h>
+
+#include "cli/commands/ItemSelection.h"
+#include "downloads/Destination.h"
+#include "downloads/DownloadStore.h"
+
+namespace tovri::cli {
+namespace {
+
+using Status = Download::Status;
+
+}  // namespace
+
+Task<ExitCode> DownloadCommand::run(std::stop_token stop) {
+    if (const std::optional<ExitCode> refused = downloads_.refusal()) co_return *refused;
+    if (const std::string wrong = objection(); !wrong.empty()) {
+        context_.complain(wrong);
+        co_return ExitCode::failure;
+    }
+    downloads_.begin();
+    co_await prepare(stop);
+    const ExitCode code = co_await downloads_.untilEmpty(stop);
+    co_return code;
+}
+
+std::filesystem::path absoluteFolder(const std::filesystem::path& current, const std::string& text) {
+    std::filesystem::path folder = (current / text).lexically_normal();
+    if (folder.has_relative_path() && !folder.has_filename()) folder = folder.parent_path();  // a slash at the end
+    return folder;
+}
+
+DestinationFolder GetCommand::destination() {
+    std::optional<DestinationFolder> chosen;
+    if (const auto folder = context().invocation.value("--to"))
+        chosen = DestinationFolder{absoluteFolder(context().currentFolder, *folder), std::nullopt};
+    return running().downloads().resolveDestination(chosen);
+}
+
+// A path that cannot be had does not keep the others from coming.
+Task<void> GetCommand::prepare(std::stop_token stop) {
+    for (const std::string& path : context().invocation.operands) {
+        Result<PutIOFile> file = co_await tree_.find(path, stop);
+        Result<void> queued;
+        if (file)
+            queued = co_await enqueue(std::move(*file), stop);
+        else
+            queued = failure(file);
+        if (!queued) running().fail(withAdvice(queued.error()));
+    }
+}
+
+Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
+    const bool isRoot = file.id == 0;
+    const bool isDeletionAsked = context().invocation.has("--delete");
+    const bool deletes = isDeletionAsked || context().preferences.deleteAfterDownload();
+    if (!isRoot && !isUsableName(file.name))
+        co_return failure(Error(ErrorCase::file, fmt::format("The name \"{}\" on put.io cannot be used on the disk. "
+                                                             "Rename it on put.io, then try again.",
+                                                             file.name)));
+    if (!file.isFolder()) {
+        running().downloads().enqueue(file, {destination(), deletes, std::nullopt});
+        co_return Result<void>();
+    }
+    DownloadManager::FolderRequest request{file.id, file.name, destination(), deletes && !isRoot,
+                                           context().platform.random.makeUUID()};
+    if (isRoot && isDeletionAsked)
+        co_return failure(
+            Error(ErrorCase::file, "The top folder of put.io cannot be deleted. Get its folders one by one."));
+    if (!isRoot) request.destination.folder = subfolder(request.destination.folder, file.name);
+    Result<std::vector<DownloadPointer>> queued =
+        co_await running().downloads().enqueueFolder(std::move(request), stop);
+    if (!queued) co_return failure(queued);
+    co_return Result<void>();
+}
+
+Task<void> RunCommand::prepare(std::stop_token /*stop*/) {
+    co_return;
+}
+
+std::string RetryCommand::objection() {
+    if (context().invocation.operands.empty()) return {};
+    std::vector<UUID> ids;
+    for (const DownloadRecord& item : DownloadStore(context().platform).load().downloads) ids.push_back(item.id);
+    Result<std::vector<UUID>> selected = selectItems(context().invocation.operands, ids);
+    if (!selected) return selected.error().description;
+    items_ = std::move(*selected);
+    return {};
+}
+
+Task<void> RetryCommand::prepare(std::stop_token /*stop*/) {
+    const DownloadList& list = running().downloads().downloads();
+    std::vector<DownloadPointer> wanted;
+    for (const UUID& id : items_) wanted.push_back(list.find(id));
+    if (items_.empty()) wanted = list.withStatus({Status::failed, Status::remoteDeleteFailed});
+    for (const DownloadPointer& item : wanted)
+        if (item) retry(item);
+    co_return;
+}
+
+// A download that runs, or stands on the disk, is not begun anew.
+void RetryCommand::retry(const DownloadPointer& item) {
+    DownloadManager& downloads = running().downloads();
+    if (item->status == Status::remoteDeleteFailed)
+        downloads.retryDelete(item);
+    else if (item->status == Status::failed || item->status == Status::cancelled || item->status == Status::skipped)
+        downloads.retry(item);
+}
+
+}  // namespace tovri::cli

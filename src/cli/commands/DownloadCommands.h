@@ -1,0 +1,73 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "cli/commands/Command.h"
+#include "cli/commands/RemoteTree.h"
+#include "cli/running/DownloadRun.h"
+
+namespace tovri::cli {
+
+// What get, run and retry have in common: something is put on the queue, then the queue is worked off.
+class DownloadCommand : public Command {
+public:
+    explicit DownloadCommand(CommandContext& context) : context_(context), downloads_(context) {}
+
+    Task<ExitCode> run(std::stop_token stop) final;
+
+    void interrupt(std::function<void()> done) final { downloads_.interrupt(std::move(done)); }
+
+protected:
+    // What is wrong with the arguments as long as nothing was begun; empty when nothing is.
+    [[nodiscard]] virtual std::string objection() { return {}; }
+
+    // Puts something on the restored queue.
+    virtual Task<void> prepare(std::stop_token stop) = 0;
+
+    CommandContext& context() { return context_; }
+
+    DownloadRun& running() { return downloads_; }
+
+private:
+    CommandContext& context_;
+    DownloadRun downloads_;
+};
+
+class GetCommand final : public DownloadCommand {
+public:
+    explicit GetCommand(CommandContext& context) : DownloadCommand(context), tree_(context.api) {}
+
+private:
+    Task<void> prepare(std::stop_token stop) override;
+    Task<Result<void>> enqueue(PutIOFile file, std::stop_token stop);
+    [[nodiscard]] DestinationFolder destination();
+
+    RemoteTree tree_;
+};
+
+class RunCommand final : public DownloadCommand {
+public:
+    using DownloadCommand::DownloadCommand;
+
+private:
+    Task<void> prepare(std::stop_token stop) override;
+};
+
+class RetryCommand final : public DownloadCommand {
+public:
+    using DownloadCommand::DownloadCommand;
+
+private:
+    [[nodiscard]] std::string objection() override;
+    Task<void> prepare(std::stop_token stop) override;
+    void retry(const DownloadPointer& item);
+
+    std::vector<UUID> items_;  // those that were named
+};
+
+// An absolute path without "." and ".." in it.
+[[nodiscard]] std::filesystem::path absoluteFolder(const std::filesystem::path& current, const std::string& text);
+
+}  // namespace tovri::cli

@@ -1,0 +1,94 @@
+#include "cli/commands/PutCommand.h"
+
+#include <chrono>
+
+#include <fmt/format.h>
+
+#include "base/ByteCountFormat.h"
+#include "cli/display/DisplayText.h"
+#include "cli/display/JSON.h"
+#include "cli/display/ProgressLayout.h"
+#include "downloads/Download.h"
+
+namespace tovri::cli {
+
+Task<ExitCode> PutCommand::run(std::stop_token stop) {
+    Result<PutIOFile> folder = co_await tree_.findFolder(context_.invocation.value("--to").value_or("/"), stop);
+    if (!folder) {
+        context_.complain(folder.error());
+        co_return ExitCode::failure;
+    }
+    ExitCode code = ExitCode::success;
+    for (const std::string& file : context_.invocation.operands) {
+        Result<void> done = co_await upload(file, folder->id, stop);
+        if (done) continue;
+        tellFailed(file, done.error());
+        code = ExitCode::failure;
+    }
+    co_return code;
+}
+
+Task<Result<void>> PutCommand::upload(std::string file, std::int64_t folderID, std::stop_token stop) {
+    const std::filesystem::path path = (context_.currentFolder / file).lexically_normal();
+    if (context_.platform.files.exists(path) && !context_.platform.files.fileSize(path))
+        co_return failure(Error(ErrorCase::file, "This is a folder or no ordinary file; only files can be uploaded."));
+    began_ = context_.platform.loop.now();
+    lastTold_ = began_;
+    auto progress = [this, name = path.filename().native()](ByteCount sent, ByteCount total) {
+        tellProgress(name, sent, total);
+    };
+    Result<PutIOFile> uploaded = co_await context_.api.uploadFile(path, folderID, std::move(progress), stop);
+    if (context_.terminal.showsOutput()) context_.terminal.showLive({});
+    if (!uploaded) co_return failure(uploaded);
+    tellArrived(file, *uploaded);
+    co_return Result<void>();
+}
+
+void PutCommand::tellArrived(const std::string& file, const PutIOFile& uploaded) {
+    if (!context_.invocation.has("--json"))
+        return context_.terminal.print(
+            fmt::format("Uploaded: {} ({}, ID {})", printable(file), uploaded.displaySize(), uploaded.id));
+    JSON json;
+    json.beginObject().field("event", "uploaded").field("file", printable(file)).field("fileID", uploaded.id);
+    json.field("name", uploaded.name).field("size", uploaded.size.value_or(0)).endObject();
+    context_.terminal.print(json.line());
+}
+
+void PutCommand::tellFailed(const std::string& file, const Error& error) {
+    context_.complain(fmt::format("{}: {}", file, withAdvice(error)));
+    if (!context_.invocation.has("--json")) return;
+    JSON json;
+    json.beginObject()
+        .field("event", "failed")
+        .field("file", printable(file))
+        .field("error", printable(error.description));
+    context_.terminal.print(json.endObject().line());
+}
+
+// Ten times a second on a terminal, once a second as JSON.
+void PutCommand::tellProgress(const std::string& name, ByteCount sent, ByteCount total) {
+    const bool isJSON = context_.invocation.has("--json");
+    const MainLoop::TimePoint now = context_.platform.loop.now();
+    if (now - lastTold_ < (isJSON ? std::chrono::milliseconds(1000) : std::chrono::milliseconds(100))) return;
+    lastTold_ = now;
+    const double seconds = std::chrono::duration<double>(now - began_).count();
+    const auto speed = static_cast<ByteCount>(static_cast<double>(sent) / seconds);
+    if (isJSON) {
+        JSON json;
+        json.beginObject().field("event", "progress").field("name", printable(name)).field("bytes", sent);
+        return context_.terminal.print(json.field("size", total).field("speed", speed).endObject().line());
+    }
+    if (!context_.terminal.showsOutput() || total <= 0) return;
+    ProgressRow row{printable(name), static_cast<double>(sent) / static_cast<double>(total), {}, {}, {}};
+    if (speed > 0) {
+        row.speed = formatByteCount(speed) + "/s";
+        row.remaining = durationText(static_cast<double>(total - sent) / static_cast<double>(speed)) + " left";
+    }
+    const Terminal::Size size = context_.terminal.size();
+    std::vector<std::string> lines =
+        layOut({{row}, {}}, {size.columns, size.rows, context_.terminal.hasColor(), context_.terminal.hasUnicode()});
+    lines.resize(1);  // a single upload has no total
+    context_.terminal.showLive(std::move(lines));
+}
+
+}  // namespace tovri::cli

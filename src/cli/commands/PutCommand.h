@@ -1,0 +1,27 @@
+#pragma once
+
+#include "cli/commands/Command.h"
+#include "cli/commands/RemoteTree.h"
+
+namespace tovri::cli {
+
+// put: uploads one file after the other.
+class PutCommand final : public Command {
+public:
+    explicit PutCommand(CommandContext& context) : context_(context), tree_(context.api) {}
+
+    Task<ExitCode> run(std::stop_token stop) override;
+
+private:
+    Task<Result<void>> upload(std::string file, std::int64_t folderID, std::stop_token stop);
+    void tellArrived(const std::string& file, const PutIOFile& uploaded);
+    void tellFailed(const std::string& file, const Error& error);
+    void tellProgress(const std::string& name, ByteCount sent, ByteCount total);
+
+    CommandContext& context_;
+    RemoteTree tree_;
+    MainLoop::TimePoint lastTold_;
+    MainLoop::TimePoint began_;
+};
+
+}  // namespace tovri::cli

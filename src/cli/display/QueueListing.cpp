@@ -1,0 +1,116 @@
+#include "cli/display/QueueListing.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "base/ByteCountFormat.h"
+#include "cli/display/DisplayText.h"
+#include "cli/display/JSON.h"
+#include "cli/display/ShortID.h"
+
+namespace tovri::cli {
+namespace {
+
+using enum DownloadStatus;
+
+struct Section {
+    std::string_view title;
+    std::vector<const DownloadRecord*> items;
+};
+
+bool isActive(DownloadStatus status) {
+    return status == downloading || status == awaitingConflict || status == deleting;
+}
+
+std::string percentText(const DownloadRecord& item) {
+    return fmt::format("{}%", static_cast<int>(item.progress * 100));
+}
+
+std::string sizesText(const DownloadRecord& item) {
+    return formatByteCount(item.bytesDownloaded) + " / " + formatByteCount(item.fileSize);
+}
+
+std::string statusText(const DownloadRecord& item, Timestamp now) {
+    const std::string size = formatByteCount(item.fileSize);
+    switch (item.status) {
+        case queued:
+            return item.fileSize > 0 ? "Queued \xC2\xB7 " + size : "Queued";
+        case downloading:
+            return sizesText(item) + " \xC2\xB7 " + percentText(item);
+        case awaitingConflict:
+            return "Waiting \xE2\x80\x94 file already exists";
+        case paused:
+            return sizesText(item) + " \xC2\xB7 Paused " + percentText(item);
+        case completed:
+            return item.completedAt ? fmt::format("{} \xC2\xB7 {} ago", size, timeSince(*item.completedAt, now)) : size;
+        case failed:
+            return printable(item.error.value_or("Download failed"));
+        case cancelled:
+            return "Cancelled";
+        case skipped:
+            return "Skipped";
+        case deleting:
+            return "Removing from put.io...";
+        case remoteDeleteFailed:
+            return "Downloaded \xE2\x80\x94 couldn't delete from put.io";
+    }
+    return {};
+}
+
+void addOptional(JSON& json, std::string_view key, const std::optional<std::string>& value) {
+    if (value) json.field(key, printable(*value));
+}
+
+void addItem(JSON& json, const DownloadRecord& item) {
+    json.beginObject().field("id", item.id.text()).field("fileID", item.fileID).field("name", item.fileName);
+    json.field("size", item.fileSize).field("bytes", item.bytesDownloaded).field("status", rawValue(item.status));
+    json.field("destination", printable(item.destinationFolder->native()));
+    addOptional(json, "path", item.resolvedURL);
+    addOptional(json, "error", item.error);
+    json.endObject();
+}
+
+}  // namespace
+
+std::string timeSince(Timestamp then, Timestamp now) {
+    const auto seconds =
+        std::max<std::int64_t>(0, std::chrono::duration_cast<std::chrono::seconds>(now - then).count());
+    const auto text = [](std::int64_t count, std::string_view unit) {
+        return fmt::format("{} {}{}", count, unit, count == 1 ? "" : "s");
+    };
+    if (seconds < 60) return text(seconds, "second");
+    if (seconds < 3600) return text(seconds / 60, "minute");
+    if (seconds < 86400) return text(seconds / 3600, "hour");
+    return text(seconds / 86400, "day");
+}
+
+std::vector<std::string> listQueue(const QueueSnapshot& queue, Timestamp now) {
+    Section sections[] = {{"Active", {}}, {"Paused", {}}, {"Queued", {}}, {"Finished", {}}};
+    for (const DownloadRecord& item : queue.downloads) {
+        const int section = isActive(item.status) ? 0 : item.status == paused ? 1 : item.status == queued ? 2 : 3;
+        sections[section].items.push_back(&item);
+    }
+    std::vector<std::string> lines;
+    if (queue.isPaused) lines.emplace_back("The queue is paused; tovri-cli resume lets it go on.");
+    if (queue.downloads.empty()) lines.emplace_back("No Downloads");
+    for (const Section& section : sections) {
+        if (section.items.empty()) continue;
+        if (!lines.empty()) lines.emplace_back();
+        lines.push_back(section.title == "Queued" ? fmt::format("Queued \xE2\x80\x94 {} waiting", section.items.size())
+                                                  : std::string(section.title));
+        for (const DownloadRecord* item : section.items)
+            lines.push_back(fmt::format("  {}  {}  {}", shortID(item->id, queue.downloads.size()),
+                                        printable(item->fileName), statusText(*item, now)));
+    }
+    return lines;
+}
+
+std::string queueJSON(const QueueSnapshot& queue) {
+    JSON json;
+    json.beginObject().flag("isPaused", queue.isPaused).key("downloads").beginArray();
+    for (const DownloadRecord& item : queue.downloads) addItem(json, item);
+    return std::string(json.endArray().endObject().line());
+}
+
+}  // namespace tovri::cli

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "downloads/QueueSnapshot.h"
+
+namespace tovri::cli {
+
+// The queue as lines of text: what is active, paused, queued and finished, each download with the beginning of its ID.
+[[nodiscard]] std::vector<std::string> listQueue(const QueueSnapshot& queue, Timestamp now);
+
+// The queue as one JSON document on one line.
+[[nodiscard]] std::string queueJSON(const QueueSnapshot& queue);
+
+// "5 minutes", "1 day"
+[[nodiscard]] std::string timeSince(Timestamp then, Timestamp now);
+
+}  // namespace tovri::cli

@@ -1,0 +1,163 @@
+#include "cli/running/DownloadRun.h"
+
+#include <chrono>
+
+#include <fmt/format.h>
+
+#include "cli/display/DisplayText.h"
+#include "cli/display/ShortID.h"
+
+namespace tovri::cli {
+namespace {
+
+using Status = Download::Status;
+
+ReportForm formFor(const CommandContext& context) {
+    if (context.invocation.has("--json")) return ReportForm::json;
+    return context.terminal.showsOutput() ? ReportForm::live : ReportForm::lines;
+}
+
+bool canAsk(const CommandContext& context) {
+    return context.terminal.canAsk() && !context.invocation.has("--json");
+}
+
+}  // namespace
+
+DownloadRun::DownloadRun(CommandContext& context)
+    : context_(context),
+      downloads_(context.platform, context.makeTransfers),
+      tally_(downloads_),
+      reporter_(makeReporter(formFor(context), {context.platform.loop, context.terminal, downloads_, tally_})),
+      prompt_(downloads_, context.terminal,
+              [this] { giveUp("A file waits for an answer; tovri-cli run asks again."); }) {}
+
+std::optional<ExitCode> DownloadRun::refusal() const {
+    if (context_.preferences.conflictBehavior() == ConflictBehavior::ask && !canAsk(context_)) {
+        context_.complain(
+            context_.invocation.has("--on-conflict")
+                ? "--on-conflict ask needs a terminal; give keep-both, replace or skip."
+                : "the preference conflictBehavior is \"ask\", which needs a terminal; give --on-conflict keep-both, "
+                  "replace or skip, or change it: tovri-cli config conflictBehavior keepBoth");
+        return ExitCode::wrongArguments;
+    }
+    if (!context_.auth.isAuthenticated()) {
+        context_.complain("not signed in. Sign in with: tovri-cli login");
+        return ExitCode::failure;
+    }
+    return std::nullopt;
+}
+
+void DownloadRun::begin() {
+    changes_ = downloads_.onChange([this](const QueueChange& change) { follow(change); });
+    signOut_ = context_.auth.onChange([this](AuthManager::Change) {
+        if (!context_.auth.isAuthenticated())
+            giveUp(
+                "put.io does not accept the access token. Sign in with: tovri-cli login. Then go on with: tovri-cli "
+                "retry");
+    });
+    downloads_.configure(context_.api, context_.preferences);
+    downloads_.restoreQueue();
+}
+
+void DownloadRun::fail(const std::string& text) {
+    hasFailed_ = true;
+    context_.complain(text);
+}
+
+void DownloadRun::follow(const QueueChange& change) {
+    tally_.follow(change);
+    reporter_->follow(change);
+    prompt_.follow(change);
+    if (change.kind == QueueChange::Kind::status) tellFailure(*change.item);
+    if (change.kind != QueueChange::Kind::progress) checkSoon();
+}
+
+void DownloadRun::tellFailure(const Download& item) {
+    if (item.status != Status::failed && item.status != Status::remoteDeleteFailed) return;
+    const bool hasArrived = item.status == Status::remoteDeleteFailed;
+    const std::string id = shortID(item.id, downloads_.downloads().items().size());
+    context_.terminal.message(fmt::format(
+        "{}: {}: {} {}: tovri-cli retry {}", hasArrived ? "Not deleted from put.io" : "Failed", pathText(item),
+        printable(item.error.value_or("Download failed")), hasArrived ? "Delete it with" : "Try again with", id));
+}
+
+bool DownloadRun::isEmpty() const {
+    const DownloadList& list = downloads_.downloads();
+    if (list.count({Status::downloading, Status::awaitingConflict, Status::deleting}) > 0) return false;
+    return downloads_.isPaused() || list.count(Status::queued) == 0;
+}
+
+// In a turn of its own: a completed item may go on to its deletion in this one.
+void DownloadRun::checkSoon() {
+    if (!ended_ || check_.isActive()) return;
+    check_ = context_.platform.loop.schedule(MainLoop::Duration::zero(), [this] {
+        check_.reset();
+        if (isGivingUp_ ? !isAtRest_ : !isEmpty()) return;
+        if (auto ended = std::exchange(ended_, nullptr)) ended();
+    });
+}
+
+Task<ExitCode> DownloadRun::untilEmpty(std::stop_token stop) {
+    using Ended = std::monostate;
+    Result<Ended> ended = co_await Answer<Ended>(context_.platform.loop, stop, [this](auto done) {
+        ended_ = [done = std::move(done)]() mutable { done(Ended()); };
+        checkSoon();
+        return Subscription([this] { ended_ = nullptr; });
+    });
+    if (!ended) co_return ExitCode::interrupted;
+    changes_.reset();
+    downloads_.saveNow();
+    reporter_->end();
+    tellPause();
+    co_return exitCode();
+}
+
+void DownloadRun::tellPause() {
+    const std::size_t waiting = downloads_.downloads().count({Status::queued, Status::paused});
+    if (waiting == 0 || isGivingUp_) return;
+    context_.terminal.message(
+        downloads_.isPaused()
+            ? fmt::format("The queue is paused, {} waiting. Let it go on with: tovri-cli resume, "
+                          "then tovri-cli run",
+                          waiting)
+            : fmt::format("{} paused. Let them go on with: tovri-cli resume, then tovri-cli run", waiting));
+}
+
+// What was asked for has not arrived while the whole queue is paused.
+ExitCode DownloadRun::exitCode() const {
+    const bool waits = downloads_.isPaused() && downloads_.downloads().count({Status::queued, Status::paused}) > 0;
+    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted > 0 || waits;
+    return failed ? ExitCode::failure : ExitCode::success;
+}
+
+void DownloadRun::rest(std::function<void()> done) {
+    using namespace std::chrono_literals;
+    const auto finish = [this, done = std::move(done)] {
+        if (std::exchange(isAtRest_, true)) return;
+        deadline_.reset();
+        downloads_.saveNow();
+        done();
+    };
+    deadline_ = context_.platform.loop.schedule(1500ms, finish);
+    downloads_.suspend(finish);
+}
+
+void DownloadRun::giveUp(std::string reason) {
+    if (std::exchange(isGivingUp_, true)) return;
+    fail(reason);
+    rest([this] { checkSoon(); });
+}
+
+void DownloadRun::interrupt(std::function<void()> done) {
+    const bool hasBegun = changes_.isActive();
+    rest([this, hasBegun, done = std::move(done)] {
+        if (hasBegun) {
+            changes_.reset();
+            reporter_->end();
+            context_.terminal.message("Stopped. Go on with: tovri-cli run");
+        }
+        done();
+    });
+}
+
+}  // namespace tovri::cli

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+
+#include "base/Task.h"
+#include "cli/CommandContext.h"
+#include "cli/running/ConflictPrompt.h"
+#include "cli/running/RunReporter.h"
+#include "platform/Await.h"
+
+namespace tovri::cli {
+
+// The engine at work for one command: restores the queue, shows what happens, tells failures, and knows when nothing is
+// left to do. A stop brings every transfer to rest and saves the queue.
+class DownloadRun {
+public:
+    // `context` outlives this. Nothing is started or shown before `begin`.
+    explicit DownloadRun(CommandContext& context);
+
+    // What stands in the way of a run, told to the user; none when it may begin.
+    [[nodiscard]] std::optional<ExitCode> refusal() const;
+
+    void begin();
+
+    [[nodiscard]] DownloadManager& downloads() { return downloads_; }
+
+    // Tells a failure that is no item's, and remembers it for the exit status.
+    void fail(const std::string& text);
+
+    // Waits until nothing runs and nothing is queued, or the run was stopped; says how it ended.
+    Task<ExitCode> untilEmpty(std::stop_token stop);
+
+    // Ctrl-C: within 1.5 seconds, also when a transfer does not come to rest in time.
+    void interrupt(std::function<void()> done);
+
+private:
+    void follow(const QueueChange& change);
+    void tellFailure(const Download& item);
+    void checkSoon();
+    [[nodiscard]] bool isEmpty() const;
+    void rest(std::function<void()> done);
+
+    // Ends the run before it is empty, for this reason.
+    void giveUp(std::string reason);
+    void tellPause();
+    [[nodiscard]] ExitCode exitCode() const;
+
+    CommandContext& context_;
+    DownloadManager downloads_;
+    RunTally tally_;
+    std::unique_ptr<RunReporter> reporter_;
+    ConflictPrompt prompt_;
+    bool hasFailed_ = false;
+    bool isGivingUp_ = false;
+    bool isAtRest_ = false;
+    std::move_only_function<void()> ended_;
+    Subscription deadline_;
+    Subscription check_;
+    Subscription signOut_;
+    Subscription changes_;
+};
+
+}  // namespace tovri::cli

@@ -1,0 +1,149 @@
+#include "cli/running/RunReporter.h"
+
+#include <optional>
+
+#include "base/ByteCountFormat.h"
+#include "cli/display/DisplayText.h"
+#include "cli/display/ProgressLayout.h"
+
+namespace tovri::cli {
+namespace {
+
+using Status = Download::Status;
+
+class LineReporter final : public RunReporter {
+public:
+    explicit LineReporter(const RunView& view) : view_(view) {}
+
+    void follow(const QueueChange& change) override {
+        if (const std::string line = eventLine(change); !line.empty()) view_.terminal.print(line);
+    }
+
+    void end() override {
+        if (const std::string line = summaryLine(view_.tally); !line.empty()) view_.terminal.print(line);
+    }
+
+private:
+    RunView view_;
+};
+
+// Events as they come, and once a second how far the running downloads are.
+class JSONReporter final : public RunReporter {
+public:
+    explicit JSONReporter(const RunView& view) : view_(view) {}
+
+    void follow(const QueueChange& change) override {
+        if (change.kind == QueueChange::Kind::inserted && !change.item) {
+            for (const DownloadPointer& item : view_.downloads.downloads().items())
+                if (!isFinished(item->status)) print(eventJSON({QueueChange::Kind::inserted, item}));
+            return;
+        }
+        print(eventJSON(change));
+        if (change.kind != QueueChange::Kind::progress || timer_.isActive()) return;
+        timer_ = view_.loop.schedule(std::chrono::seconds(1), [this] {
+            timer_.reset();
+            for (const DownloadPointer& item : view_.downloads.downloads().withStatus(Status::downloading))
+                print(progressJSON(*item));
+        });
+    }
+
+    void end() override {
+        timer_.reset();
+        print(summaryJSON(view_.tally));
+    }
+
+private:
+    void print(const std::string& line) const {
+        if (!line.empty()) view_.terminal.print(line);
+    }
+
+    RunView view_;
+    Subscription timer_;
+};
+
+// A bar for each running download and a line for all, drawn at most ten times a second and only when something changed.
+// What has arrived is told above.
+class LiveReporter final : public RunReporter {
+public:
+    explicit LiveReporter(const RunView& view) : view_(view) {
+        resized_ = view_.terminal.onResize([this] { drawSoon(); });
+    }
+
+    void follow(const QueueChange& change) override {
+        const bool starts = change.kind == QueueChange::Kind::status && change.item->status == Status::downloading;
+        const std::string line = starts ? std::string() : eventLine(change);
+        if (!line.empty()) view_.terminal.print(line);
+        drawSoon();
+    }
+
+    void end() override {
+        resized_.reset();
+        timer_.reset();
+        view_.terminal.showLive({});
+        if (const std::string line = summaryLine(view_.tally); !line.empty()) view_.terminal.print(line);
+    }
+
+private:
+    void drawSoon() {
+        if (timer_.isActive()) return;
+        timer_ = view_.loop.schedule(std::chrono::milliseconds(100), [this] {
+            timer_.reset();
+            draw();
+        });
+    }
+
+    void draw() {
+        const Terminal::Size size = view_.terminal.size();
+        view_.terminal.showLive(
+            layOut(picture(), {size.columns, size.rows, view_.terminal.hasColor(), view_.terminal.hasUnicode()}));
+    }
+
+    [[nodiscard]] ProgressPicture picture() const {
+        ProgressPicture result;
+        for (const DownloadPointer& item : view_.downloads.activeDownloads()) result.rows.push_back(row(*item));
+        const RunTally& tally = view_.tally;
+        const ByteCount arrived = tally.finishedBytes() + tally.runningBytes();
+        const ByteCount all = tally.finishedBytes() + tally.unfinishedBytes();
+        const ByteCount speed = view_.downloads.totalSpeed();
+        result.total.finished = tally.finished();
+        result.total.count = tally.finished() + tally.unfinished();
+        result.total.sizes = formatByteCount(arrived) + " / " + formatByteCount(all);
+        if (all > 0) result.total.percent = std::to_string(arrived * 100 / all) + "%";
+        if (speed > 0) result.total.speed = formatByteCount(speed) + "/s";
+        if (speed > 0 && all > arrived)
+            result.total.remaining =
+                durationText(static_cast<double>(all - arrived) / static_cast<double>(speed)) + " left";
+        return result;
+    }
+
+    static ProgressRow row(const Download& item) {
+        ProgressRow row;
+        row.name = printable(item.fileName);
+        row.fraction = item.progress;
+        row.speed = item.speedText();
+        row.remaining = item.etaText();
+        if (item.status == Status::deleting) row.state = "Removing from put.io...";
+        if (item.status == Status::awaitingConflict) row.state = "Waiting \xE2\x80\x94 file already exists";
+        return row;
+    }
+
+    RunView view_;
+    Subscription timer_;
+    Subscription resized_;
+};
+
+}  // namespace
+
+std::unique_ptr<RunReporter> makeReporter(ReportForm form, const RunView& view) {
+    switch (form) {
+        case ReportForm::json:
+            return std::make_unique<JSONReporter>(view);
+        case ReportForm::live:
+            return std::make_unique<LiveReporter>(view);
+        case ReportForm::lines:
+            break;
+    }
+    return std::make_unique<LineReporter>(view);
+}
+
+}  // namespace tovri::cli

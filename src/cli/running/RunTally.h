@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstddef>
+
+#include "downloads/DownloadManager.h"
+
+namespace tovri::cli {
+
+// What has become of the downloads of one run. Follows the engine's changes, so that a long queue is not counted anew
+// for every picture of it.
+class RunTally {
+public:
+    // `downloads` outlives this.
+    explicit RunTally(const DownloadManager& downloads) : downloads_(downloads) {}
+
+    void follow(const QueueChange& change);
+
+    std::size_t arrived = 0;
+    std::size_t skipped = 0;
+    std::size_t failed = 0;
+    std::size_t undeleted = 0;  // arrived, but still on put.io
+
+    [[nodiscard]] std::size_t finished() const { return arrived + skipped + failed; }
+
+    // Paused downloads do not count.
+    [[nodiscard]] std::size_t unfinished() const;
+
+    [[nodiscard]] ByteCount finishedBytes() const { return finishedBytes_; }
+
+    // The bytes of all running downloads so far, and the sizes of all that are unfinished.
+    [[nodiscard]] ByteCount runningBytes() const;
+
+    [[nodiscard]] ByteCount unfinishedBytes() const { return unfinishedBytes_; }
+
+private:
+    void recount();
+
+    const DownloadManager& downloads_;
+    ByteCount finishedBytes_ = 0;
+    ByteCount unfinishedBytes_ = 0;
+};
+
+}  // namespace tovri::cli
