@@ -16,7 +16,7 @@ using testing::UnorderedElementsAre;
 
 // A program that waits for one thing of each kind, and tells how each wait ended.
 class Await : public testing::Test {
-protected:
+public:
     void SetUp() override {
         http.handler = [](const HTTPRequest& request) { return HTTPResponse{200, request.method}; };
         queue.latency = milliseconds(30);

@@ -23,7 +23,7 @@ public:
 };
 
 class FileManagerContract : public testing::TestWithParam<std::function<std::unique_ptr<FileWorld>()>> {
-protected:
+public:
     using Path = std::filesystem::path;
 
     void put(const Path& path, std::string_view bytes) { ASSERT_TRUE(files.writeFileAtomically(path, bytes)); }

@@ -23,7 +23,7 @@ public:
 };
 
 class MainLoopContract : public testing::TestWithParam<std::function<std::unique_ptr<LoopWorld>()>> {
-protected:
+public:
     // Runs the loop for a while.
     void runFor(std::chrono::milliseconds time) {
         bool isOver = false;

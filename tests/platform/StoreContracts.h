@@ -14,7 +14,7 @@
 namespace tovri::test {
 
 class CredentialStoreContract : public testing::TestWithParam<std::function<std::unique_ptr<CredentialStore>()>> {
-protected:
+public:
     std::unique_ptr<CredentialStore> store = GetParam()();
 };
 
@@ -33,7 +33,7 @@ TEST_P(CredentialStoreContract, keepsOneTextForEachAccount) {
 }
 
 class UserDefaultsContract : public testing::TestWithParam<std::function<std::unique_ptr<UserDefaults>()>> {
-protected:
+public:
     std::unique_ptr<UserDefaults> defaults = GetParam()();
 };
 

@@ -35,7 +35,7 @@ private:
 };
 
 class PosixFileManagerTest : public testing::Test {
-protected:
+public:
     std::string content(const Path& path) { return files.readFile(path).value_or("<none>"); }
 
     static std::size_t entriesIn(const Path& path) {
@@ -109,7 +109,7 @@ TEST_F(PosixFileManagerTest, refusedFoldersAreSaidInOneSentence) {
 
 // A small file system of its own, seen by this process alone.
 class SmallDisk : public PosixFileManagerTest {
-protected:
+public:
     void SetUp() override {
         ASSERT_TRUE(files.createDirectories(disk));
         const bool isAlone =

@@ -147,7 +147,7 @@ TEST(StandardOutputLog, writesWholeLinesFromManyThreads) {
                 for (int i = 0; i < 200; ++i) log.line(text);
             });
     }
-    std::rewind(file);
+    ASSERT_EQ(std::fseek(file, 0, SEEK_SET), 0);
     std::string read(3 * 200 * (text.size() + 1) + 1, '\0');
     read.resize(std::fread(read.data(), 1, read.size(), file));
     std::string expected;

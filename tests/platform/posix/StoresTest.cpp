@@ -26,7 +26,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 
 class StoresTest : public testing::Test {
-protected:
+public:
     void put(const Path& path, const std::string& text) { std::ofstream(path) << text; }
 
     std::string content(const Path& path) { return files.readFile(path).value_or("<none>"); }
