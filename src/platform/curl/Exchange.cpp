@@ -113,7 +113,11 @@ void Exchange::send() {
 
 void Exchange::configureHeaders() {
     curl_slist* list = curl_slist_append(nullptr, "Expect:");
-    for (const auto& [name, value] : request_.headers) list = curl_slist_append(list, (name + ": " + value).c_str());
+    for (const auto& [name, value] : request_.headers) {
+        std::string line = name;
+        line.append(": ").append(value);
+        list = curl_slist_append(list, line.c_str());
+    }
     headers_.reset(list);
     curl_easy_setopt(handle_.get(), CURLOPT_HTTPHEADER, headers_.get());
 }

@@ -39,9 +39,9 @@ TEST(Address, isEncryptedOrOfThisMachine) {
 
 TEST(Address, redirectsNeverLoseTheEncryption) {
     struct Case {
-        const char* from;
-        const char* location;
-        const char* to;  // empty: refused
+        const char* from = "";
+        const char* location = "";
+        const char* to = "";  // empty: refused
         bool keepsOrigin = false;
     };
 

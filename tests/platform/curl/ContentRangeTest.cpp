@@ -6,7 +6,7 @@ namespace tovri {
 
 TEST(ContentRange, acceptsOnlyConsistentRanges) {
     struct Case {
-        const char* header;
+        const char* header = "";
         std::optional<ContentRange> expected;
     };
 

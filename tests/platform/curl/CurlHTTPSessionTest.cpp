@@ -130,8 +130,8 @@ TEST_F(CurlHTTPSessionTest, repeatsARequestElsewhereAsTheRedirectAsks) {
 TEST_F(CurlHTTPSessionTest, saysWhatFailedWithoutTellingSecrets) {
     struct Case {
         std::optional<std::string> reply;
-        ErrorCase error;
-        const char* text;
+        ErrorCase error = ErrorCase::transport;
+        const char* text = "";
     };
 
     const Case cases[] = {
