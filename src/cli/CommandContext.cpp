@@ -15,7 +15,8 @@ void CommandContext::complain(const Error& error) const {
 }
 
 std::string withAdvice(const Error& error) {
-    if (error.code == ErrorCase::notAuthenticated) return error.description + " Sign in with: tovri-cli login";
+    if (error.code == ErrorCase::notAuthenticated)
+        return "Not signed in, or put.io does not accept the access token. Sign in with: tovri-cli login";
     if (error.code == ErrorCase::noClientID)
         return "No client ID is configured. Give yours with: tovri-cli login --client-id ID";
     if (error.code == ErrorCase::transport) return error.description + " Check the connection and try again.";

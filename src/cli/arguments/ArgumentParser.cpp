@@ -41,13 +41,11 @@ void addFlag(CLI::App& app, const FlagDefinition& flag, Invocation& invocation) 
         option->check([&flag](const std::string& text) { return checkChoice(flag.choices, text); });
 }
 
-// Adds the command; its operands are all gathered in one list and counted here.
-void addCommand(CLI::App& app, const CommandDefinition& definition, Invocation& invocation) {
-    CLI::App* command = app.add_subcommand(std::string(definition.name));
-    command->set_help_flag();
-    command->add_flag("-h,--help");
-    for (const FlagDefinition& flag : definition.flags) addFlag(*command, flag, invocation);
-    if (!definition.operands.empty()) command->add_option("operands", invocation.operands);
+// What stands behind the command's name. All operands are gathered in one list.
+void addArguments(CLI::App& app, const CommandDefinition& definition, Invocation& invocation) {
+    app.set_help_flag();
+    for (const FlagDefinition& flag : definition.flags) addFlag(app, flag, invocation);
+    if (!definition.operands.empty()) app.add_option("operands", invocation.operands);
 }
 
 std::optional<std::string> complaintAboutCount(const CommandDefinition& definition, std::size_t count) {
@@ -112,8 +110,8 @@ Parsed parseArguments(std::vector<std::string> arguments) {
 
     Invocation invocation{definition.command, {}, {}};
     CLI::App app;
-    app.set_help_flag();
-    addCommand(app, definition, invocation);
+    addArguments(app, definition, invocation);
+    arguments.erase(arguments.begin());
     const auto end = std::ranges::find(arguments, "--");
     if (std::any_of(arguments.begin(), end, [](const std::string& word) { return word == "--help" || word == "-h"; }))
         return RequestedText{commandHelp(definition)};

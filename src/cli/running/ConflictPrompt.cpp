@@ -41,7 +41,7 @@ void ConflictPrompt::askUser(std::string_view remark) {
     asked_ = conflict.id;
     const std::string text = fmt::format(
         "{}File Already Exists\n\"{}\" already exists at this location.\n{}\n"
-        "[r] Replace, [k] Keep Both, [s] Skip; with an \"a\" behind it, apply to all conflicts: ",
+        "Replace (r), Keep Both (k) or Skip (s)? Add \"a\" for all conflicts: ",
         remark, printable(conflict.download->fileName), printable(conflict.existingURL.native()));
     question_ =
         terminal_.ask(text, Terminal::Echo::shown, [this](const std::optional<std::string>& line) { answer(line); });

@@ -1,0 +1,98 @@
+"""Ctrl-C and its kind: quick, and nothing that has arrived is fetched again."""
+
+import json
+import signal
+import subprocess
+import time
+
+from support import ProgramTest
+
+
+class Interruption(ProgramTest):
+    account = ("--files", "3", "--folders", "0", "--min-size", "4MiB", "--max-size", "6MiB")
+
+    def interrupted(self, number):
+        self.serve()
+        self.sandbox.fault("storage:*:rate=1MiB")
+        process = self.start("get", "/Generated", "--to", str(self.downloads))
+        self.wait_for_partial_bytes(1 << 20)
+        began = time.monotonic()
+        process.send_signal(number)
+        output, messages = process.communicate(timeout=10)
+        self.assertLess(time.monotonic() - began, 2)
+        self.assertEqual(process.returncode, 130, messages)
+        self.assertIn("tovri-cli run", messages)
+        return output
+
+    def test_run_goes_on_at_the_same_byte(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            with self.subTest(number):
+                self.setUp()
+                self.interrupted(number)
+                saved = {item["name"]: item for item in self.queue()}
+                self.assertEqual({item["status"] for item in saved.values()}, {"downloading"})
+                self.sandbox.call("DELETE", "faults")
+                self.sandbox.call("POST", "reset-log", "")
+                output, _ = self.run_cli("run")
+                self.assertIn("Resumed: ", output)
+                ranges = [r["range"] for r in self.sandbox.requests("storage")]
+                self.assertEqual(len(ranges), 3)
+                self.assertTrue(all(r.startswith("bytes=") and r != "bytes=0-" for r in ranges), ranges)
+                total = sum(item["size"] for item in saved.values())
+                already = sum(int(r[len("bytes="):].rstrip("-")) for r in ranges)
+                self.assertEqual(self.sandbox.stats()["storageBytes"], total - already)
+                self.assert_tree()
+
+    def test_a_paused_item_stays_paused(self):
+        self.interrupted(signal.SIGINT)
+        paused = self.queue()[0]
+        self.run_cli("pause", paused["id"][:8])
+        self.sandbox.call("DELETE", "faults")
+        _, messages = self.run_cli("run")
+        self.assertIn("1 paused", messages)
+        self.assertEqual(sorted(item["status"] for item in self.queue()), ["completed", "completed", "paused"])
+        self.run_cli("resume", paused["id"])
+        self.run_cli("run")
+        self.assert_tree()
+
+    def test_a_paused_queue_waits_and_says_so(self):
+        self.serve()
+        self.run_cli("pause")
+        output, messages = self.get("/Generated", status=1)
+        self.assertIn("The queue is paused, 3 waiting", messages)
+        self.run_cli("resume")
+        self.run_cli("run")
+        self.assert_tree()
+
+    def test_ctrl_c_before_anything_has_begun(self):
+        self.serve()
+        self.sandbox.fault("api:/v2/files/list*:delay=5")
+        for command in (["ls"], ["get", "/Generated"]):
+            process = self.start(*command)
+            self.wait_until(lambda: self.sandbox.stats() is not None, "the sandbox")
+            time.sleep(0.3)
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(2), 130)
+
+    def test_one_process_at_a_time_works_on_the_queue(self):
+        self.serve()
+        self.sandbox.fault("storage:*:rate=1MiB")
+        first = self.start("get", "/Generated", "--to", str(self.downloads), stdout=subprocess.DEVNULL)
+        self.wait_for_partial_bytes(1)
+        for command in (["run"], ["get", "/Generated"], ["pause"], ["clear"]):
+            _, messages = self.run_cli(*command, status=1)
+            self.assertIn(f"process {first.pid}", messages)
+        for command in (["queue"], ["status"], ["ls"], ["link", "/Generated/" + self.queue()[0]["name"]]):
+            self.run_cli(*command)
+
+    def test_events_are_whole_lines_of_json_to_the_end(self):
+        self.serve()
+        self.sandbox.fault("storage:*:rate=1MiB")
+        process = self.start("get", "/Generated", "--json", "--to", str(self.downloads))
+        self.wait_for_partial_bytes(3 << 20)
+        process.send_signal(signal.SIGINT)
+        output, _ = process.communicate(timeout=10)
+        events = [json.loads(line)["event"] for line in output.splitlines()]
+        self.assertEqual(events.count("queued"), 3)
+        self.assertIn("progress", events)
+        self.assertEqual(events[-1], "summary")
