@@ -80,6 +80,27 @@ void PlacementJournal::rewrite() {
     forgottenBytes_ = 0;
 }
 
+// A move between volumes makes another file, and leaves the staged one for a moment: then the content decides.
+bool PlacementJournal::hasArrived(const FileIdentity& identity, const std::filesystem::path& staged,
+                                  const std::filesystem::path& target) {
+    if (files_.identity(target) == identity) return true;
+    const auto size = files_.fileSize(target);
+    return size && size == files_.fileSize(staged) && haveEqualContent(staged, target);
+}
+
+bool PlacementJournal::haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b) {
+    constexpr std::size_t step = std::size_t{1} << 20U;
+    const auto fileA = files_.openForReading(a);
+    const auto fileB = files_.openForReading(b);
+    if (!fileA || !fileB) return false;
+    while (true) {
+        const Result<ByteBlob> partA = (*fileA)->read(step);
+        const Result<ByteBlob> partB = (*fileB)->read(step);
+        if (!partA || !partB || *partA != *partB) return false;
+        if (partA->empty()) return true;
+    }
+}
+
 std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
     const std::scoped_lock lock(access_);
     std::unordered_map<UUID, std::filesystem::path> arrived;
@@ -92,7 +113,7 @@ std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
         lines_[recovered] += std::string(line) + '\n';
         if (const auto gathered = gatheringPath(entry->staged, entry->target); files_.exists(gathered))
             (void)files_.removeItem(gathered);
-        if (files_.identity(entry->target) == entry->identity) arrived[entry->item] = entry->target;
+        if (hasArrived(entry->identity, entry->staged, entry->target)) arrived[entry->item] = entry->target;
     }
     return arrived;
 }

@@ -45,6 +45,9 @@ public:
     [[nodiscard]] std::unordered_map<UUID, std::filesystem::path> recover();
 
 private:
+    [[nodiscard]] bool hasArrived(const FileIdentity& identity, const std::filesystem::path& staged,
+                                  const std::filesystem::path& target);
+    [[nodiscard]] bool haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b);
     void rewrite();
 
     FileManager& files_;
