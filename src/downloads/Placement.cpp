@@ -7,14 +7,14 @@ namespace tovri {
 
 Placement::Placement(const Platform& platform, std::shared_ptr<PlacementJournal> journal, DownloadList& list,
                      ConflictQueue& conflicts, Settlement& settlement, SaveSchedule& saves,
-                     std::function<void()> slotFreed)
+                     std::function<void()> stepEnded)
     : platform_(platform),
       journal_(std::move(journal)),
       list_(list),
       conflicts_(conflicts),
       settlement_(settlement),
       saves_(saves),
-      slotFreed_(std::move(slotFreed)) {}
+      stepEnded_(std::move(stepEnded)) {}
 
 void Placement::placeFile(const DownloadPointer& item, const Path& staged) {
     scope_.start(place(item, staged));
@@ -62,7 +62,7 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
     if (!target) {
         discard(staged);
         settlement_.markFailed(item, target.error().description);
-        slotFreed_();
+        stepEnded_();
         co_return;
     }
     const FilePlacing step = begin(*item, staged, *target);
@@ -83,7 +83,7 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
         item->stagedURL.reset();
         settlement_.markFailed(item, placed.error().description);
     }
-    slotFreed_();
+    stepEnded_();
 }
 
 std::optional<ConflictChoice> Placement::effectiveConflictChoice() const {
@@ -122,6 +122,7 @@ Task<> Placement::beginConflictResolution(DownloadPointer item, Path staged, Pat
             conflicts_.presentOrQueueConflict(
                 {platform_.random.makeUUID(), item, existing, staged,
                  [done = std::move(done)](ConflictResolution given) mutable { done(given); }});
+            stepEnded_();
             return Subscription();
         });
         resolution = *answer;
@@ -133,7 +134,7 @@ Task<> Placement::beginConflictResolution(DownloadPointer item, Path staged, Pat
     discard(staged);
     if (item->attempt == attempt) item->stagedURL.reset();
     saves_.request(SaveSchedule::Urgency::soon);
-    slotFreed_();
+    stepEnded_();
 }
 
 Task<> Placement::applyConflictChoice(DownloadPointer item, ConflictChoice choice, Path staged, Path existing) {
@@ -157,7 +158,7 @@ Task<> Placement::applyConflictChoice(DownloadPointer item, ConflictChoice choic
         else
             settlement_.markCompleted(item, *placed);
     }
-    slotFreed_();
+    stepEnded_();
 }
 
 }  // namespace tovri

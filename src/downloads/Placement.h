@@ -19,9 +19,9 @@ namespace tovri {
 // there, and lets the preferences or the user decide when the name is taken. The item keeps its slot until then.
 class Placement {
 public:
-    // The references outlive this. `slotFreed` runs whenever an item was closed.
+    // The references outlive this. `stepEnded` runs whenever an item was closed or begins to wait for the user.
     Placement(const Platform& platform, std::shared_ptr<PlacementJournal> journal, DownloadList& list,
-              ConflictQueue& conflicts, Settlement& settlement, SaveSchedule& saves, std::function<void()> slotFreed);
+              ConflictQueue& conflicts, Settlement& settlement, SaveSchedule& saves, std::function<void()> stepEnded);
 
     void configure(const Preferences& preferences) { preferences_ = &preferences; }
 
@@ -67,7 +67,7 @@ private:
     ConflictQueue& conflicts_;
     Settlement& settlement_;
     SaveSchedule& saves_;
-    std::function<void()> slotFreed_;
+    std::function<void()> stepEnded_;
     const Preferences* preferences_ = nullptr;
     std::unordered_map<PlacementNumber, Running> running_;
     std::vector<PlacementNumber> ended_;

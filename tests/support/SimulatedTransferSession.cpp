@@ -110,8 +110,7 @@ void SimulatedTransferSession::begin(TransferID id) {
         }
         files_.put(transfer.partial, link.content.substr(0, static_cast<std::size_t>(transfer.written)));
     } else {
-        transfer.partial = storage_.folder / ("partial-" + std::to_string(id));
-        while (files_.exists(transfer.partial)) transfer.partial += "x";
+        transfer.partial = storage_.folder / ("partial-" + std::to_string(++storage_.partials));
         files_.put(transfer.partial, "");
     }
     const auto strikes = [&](const SimulatedStorage::Break& fault) {
