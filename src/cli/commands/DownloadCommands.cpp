@@ -48,6 +48,8 @@ Task<void> GetCommand::prepare(std::stop_token stop) {
         else
             queued = failure(file);
         if (!queued) running().fail(withAdvice(queued.error()));
+        // Should the process die before the next save, the files that were placed till then would be fetched anew.
+        running().downloads().saveNow();
     }
 }
 

@@ -1,6 +1,7 @@
 """What the tests of the built programs stand on: a sandbox, a home of its own, and terminals."""
 
 import fcntl
+import hashlib
 import json
 import os
 import pathlib
@@ -8,6 +9,7 @@ import pty
 import select
 import shutil
 import signal
+import ssl
 import struct
 import subprocess
 import tempfile
@@ -39,8 +41,9 @@ class Sandbox:
         self.process.stdout.close()
 
     def call(self, method, path, body=None):
-        request = urllib.request.Request(f"{self.url}/sandbox/{path}", body and body.encode(), method=method)
-        with urllib.request.urlopen(request) as answer:
+        request = urllib.request.Request(f"{self.url}/sandbox/{path}", None if body is None else body.encode(), method=method)
+        trusting = ssl._create_unverified_context()
+        with urllib.request.urlopen(request, context=trusting) as answer:
             return json.load(answer)
 
     def requests(self, role=None, path=None):
@@ -130,13 +133,13 @@ class ProgramTest(unittest.TestCase):
 
 
 def tree_of(folder):
-    """Paths, as bytes, with their files' contents."""
+    """Paths, as bytes, with the digests of their files."""
     root = os.fsencode(folder)
     found = {}
     for path, _, names in os.walk(root):
         for name in names:
             with open(os.path.join(path, name), "rb") as file:
-                found[os.path.relpath(os.path.join(path, name), root)] = file.read()
+                found[os.path.relpath(os.path.join(path, name), root)] = hashlib.sha256(file.read()).hexdigest()
     return found
 
 
