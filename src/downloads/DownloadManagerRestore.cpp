@@ -96,7 +96,9 @@ void DownloadManager::adoptArrived(std::unordered_map<UUID, std::filesystem::pat
     for (const DownloadPointer& item : items) {
         const std::filesystem::path& path = arrived[item->id];
         const bool isDeletedLater = item->deleteAfterDownload || item->folderDeleteID;
-        if (isDeletedLater && !platform_.files.makeDurable(path)) continue;  // then it is fetched once more
+        // A loss of power may have left the name without the bytes: then it is fetched once more.
+        if (item->fileSize > 0 && platform_.files.fileSize(path) != item->fileSize) continue;
+        if (isDeletedLater && !platform_.files.makeDurable(path)) continue;
         item->bytesDownloaded = item->fileSize;
         item->stagedURL.reset();
         settlement_.markCompleted(item, path);

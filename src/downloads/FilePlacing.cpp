@@ -45,7 +45,11 @@ Result<Path> FilePlacing::place(const std::stop_token& stop) const {
     if (Result<void> sized = checkSize(); !sized) return failure(sized);
     const ScopedFolderAccess access(folderAccess, bookmark.get());
     if (Result<void> created = files.createDirectories(destination.parent_path()); !created) return failure(created);
-    return moveToFree(destination, stop);
+    Result<Path> placed = moveToFree(destination, stop);
+    if (placed || placed.error().code != ErrorCase::alreadyExists) return placed;
+    // It may wait for the user for days, and what it then replaces may be the only copy of something.
+    if (Result<void> durable = files.makeDurable(staged); !durable) return failure(durable);
+    return placed;
 }
 
 Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& stop) const {

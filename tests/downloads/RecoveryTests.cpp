@@ -120,5 +120,38 @@ TEST(Recovery, losesNothingThatWasDeletedWhenThePowerGoes) {
     }
 }
 
+// The name and the journal may survive a loss of power without the file's bytes.
+TEST(Recovery, takesNoFileForArrivedThatLostItsBytes) {
+    World world;
+    const std::int64_t lost = world.addFile("lost", "all of the bytes");
+    const std::int64_t deleted = world.addFile("deleted", "deleted afterwards");
+    world.link(deleted).rate = 180;
+    world.enqueue(lost);
+    const DownloadPointer last = world.enqueue(deleted, {.deleteAfterDownload = true});
+    world.manager().saveNow();
+    ASSERT_TRUE(world.runUntil(last, Download::Status::deleting));  // takes the folder and the journal to the disk
+    world.losePower();
+    ASSERT_EQ(world.files.content(World::downloads / "lost"), "");
+    world.start();
+    world.settle();
+    const DownloadPointer item = world.find(lost);
+    EXPECT_EQ(World::outcome(item), "completed");
+    EXPECT_EQ(world.files.content(*item->resolvedURL), "all of the bytes");
+}
+
+// What is replaced may be the only copy: put.io has deleted its own.
+TEST(Recovery, losesNeitherTheOldNorTheNewFileWhenThePowerGoes) {
+    World world;
+    world.preferences.setConflictBehavior(ConflictBehavior::replace);
+    world.enqueue(world.addFile("f", "the only copy"), {.deleteAfterDownload = true});
+    world.settle();
+    const DownloadPointer item = world.enqueue(world.addFile("f", "the next one"));
+    ASSERT_TRUE(world.runUntil(item, Download::Status::completed));
+    world.enqueue(world.addFile("g", "g"), {.deleteAfterDownload = true});  // takes the folder to the disk
+    world.settle();
+    world.losePower();
+    EXPECT_EQ(world.files.content(World::downloads / "f"), "the next one");
+}
+
 }  // namespace
 }  // namespace tovri::test

@@ -356,6 +356,8 @@ TEST_F(Scheduling, suspendsWithTokensAndGoesOnInTheNextProcess) {
     manager.pause(paused);
     const DownloadPointer active = running("active");
     world.background.latency = 300ms;
+    world.preferences.setConflictBehavior(ConflictBehavior::ask);  // nobody answers any more
+    world.files.put(World::downloads / "placing", "the user's");
     const DownloadPointer placing = world.enqueue(world.addFile("placing", "p"));
     world.loop.advance(100ms);
     const DownloadPointer lookUp = world.enqueue(slowFile("lookUp"));
@@ -364,12 +366,14 @@ TEST_F(Scheduling, suspendsWithTokensAndGoesOnInTheNextProcess) {
     world.enqueue(slowFile("later"));
     ASSERT_TRUE(world.loop.runUntil([&] { return isDone; }, 2s));
     manager.saveNow();
-    EXPECT_EQ(statuses(), "later:queued lookUp:downloading placing:completed active:downloading paused:paused ");
+    EXPECT_EQ(statuses(), "later:queued lookUp:downloading placing:awaitingConflict active:downloading paused:paused ");
     EXPECT_TRUE(active->resumeData);
     const ByteCount received = active->bytesDownloaded;
     world.kill();
     world.start();
     EXPECT_EQ(world.find(active->fileID)->bytesDownloaded, received);
+    world.settle();
+    world.manager().resolveConflict(ConflictChoice::keepBoth, false);
     world.settle();
     for (const DownloadPointer& item : world.manager().downloads().items())
         EXPECT_EQ(World::outcome(item), item->fileName == "paused" ? "paused" : "completed");

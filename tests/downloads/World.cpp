@@ -92,10 +92,8 @@ void World::remove(std::int64_t entry) {
         if (other.folder == entry) below.push_back(id);
     for (const std::int64_t id : below) remove(id);
     auto taken = remote_.extract(entry);
-    if (!taken.mapped().isFolder) {
-        EXPECT_TRUE(isDurable(entry)) << "put.io was told to delete " << taken.mapped().name << " before it was safe";
-        storage.links.erase(url(entry));
-    }
+    EXPECT_TRUE(taken.mapped().isFolder || isDurable(entry))
+        << "put.io was told to delete " << taken.mapped().name << " before it was safe";
     gone_.insert(std::move(taken));
 }
 
