@@ -5,6 +5,8 @@
 #include <optional>
 
 #include <fmt/format.h>
+#include <sys/time.h>
+#include <unistd.h>
 
 #include "base/TaskScope.h"
 #include "cli/CommandContext.h"
@@ -107,7 +109,9 @@ public:
         loop_.run();
         tasks_.reset();
         command_.reset();
-        return terminal_.hasLostOutput() && code_ == ExitCode::success ? ExitCode::failure : code_;
+        if (!terminal_.hasLostOutput()) return code_;
+        context_.complain("standard output could not be written; is the disk full?");
+        return code_ == ExitCode::success ? ExitCode::failure : code_;
     }
 
 private:
@@ -135,24 +139,33 @@ private:
     }
 
     Task<> work() {
-        code_ = co_await command_->run(tasks_->stopToken());
-        loop_.post([this] { loop_.quit(); });  // after the diagnostic lines that wait
+        const ExitCode code = co_await command_->run(tasks_->stopToken());
+        if (!isInterrupted_) end(code);
     }
 
     Subscription onEnding(int signal) {
         return loop_.onSignal(signal, [this] { interrupt(); });
     }
 
-    // What is at rest then needs no tidying up, which might take longer than the user likes to wait.
-    void interrupt() {
-        if (std::exchange(isInterrupted_, true)) endNow();
-        command_->interrupt([this] { loop_.post([this] { endNow(); }); });
+    // After the diagnostic lines that wait.
+    void end(ExitCode code) {
+        loop_.post([this, code] {
+            code_ = code;
+            loop_.quit();
+        });
     }
 
-    [[noreturn]] void endNow() {
-        terminal_.showLive({});
-        terminal_.restore();
-        std::_Exit(static_cast<int>(ExitCode::interrupted));
+    // The user is not kept waiting, whatever hangs; the second time not at all.
+    void interrupt() {
+        if (std::exchange(isInterrupted_, true)) {
+            terminal_.showLive({});
+            terminal_.restore();
+            std::_Exit(static_cast<int>(ExitCode::interrupted));
+        }
+        std::signal(SIGALRM, [](int) { ::_exit(static_cast<int>(ExitCode::interrupted)); });
+        const itimerval limit{{0, 0}, {1, 900'000}};
+        ::setitimer(ITIMER_REAL, &limit, nullptr);
+        command_->interrupt([this] { end(ExitCode::interrupted); });
     }
 
     Invocation invocation_;

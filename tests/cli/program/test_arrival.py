@@ -61,12 +61,13 @@ class Killed(ProgramTest):
     def test_a_killed_program_arrives_at_the_same_tree(self):
         seed = int(os.environ.get("TOVRI_TEST_SEED", random.randrange(1 << 30)))
         chance = random.Random(seed)
-        account = ("--files", "30", "--folders", "4", "--min-size", "64KiB", "--max-size", "2MiB", "--seed", str(seed % 1000))
+        kills = int(os.environ.get("TOVRI_TEST_KILLS", "12"))
+        account = ("--files", str(3 * kills), "--folders", "4", "--max-size", "2MiB", "--seed", str(seed % 1000))
         self.serve(*account)
-        self.sandbox.fault("storage:*:rate=12MB")
+        self.sandbox.fault("storage:*:rate=3MB")
         with self.subTest(f"TOVRI_TEST_SEED={seed}"):
             arguments = ["get", "/Generated", "--to", str(self.downloads)]
-            for _ in range(int(os.environ.get("TOVRI_TEST_KILLS", "12"))):
+            for _ in range(kills):
                 process = self.start(*arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 try:
                     process.wait(chance.uniform(0.02, 0.5))

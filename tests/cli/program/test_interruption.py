@@ -77,6 +77,17 @@ class Interruption(ProgramTest):
             process.send_signal(signal.SIGINT)
             self.assertEqual(process.wait(2), 130)
 
+    def test_an_upload_leaves_nothing_behind(self):
+        self.serve("--fault", "upload:*:delay=5")
+        (self.home / "temporary").mkdir()
+        self.environment["TMPDIR"] = str(self.home / "temporary")
+        (self.home / "file").write_bytes(bytes(1 << 20))
+        process = self.start("put", "file")
+        self.wait_until(lambda: list((self.home / "temporary").iterdir()), "the upload to begin")
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(2), 130)
+        self.assertEqual(list((self.home / "temporary").iterdir()), [])
+
     def test_one_process_at_a_time_works_on_the_queue(self):
         self.serve()
         self.sandbox.fault("storage:*:rate=1MiB")

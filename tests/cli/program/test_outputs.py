@@ -59,12 +59,10 @@ class Outputs(ProgramTest):
         self.serve()
         self.get("/Generated")
         terminal = self.on_terminal("get", "/Generated", "--to", str(self.downloads), "--on-conflict", "ask")
-        terminal.wait_for("File Already Exists")
-        terminal.type("what?\n")
-        terminal.wait_for("Please answer")
-        terminal.type("k\n")
-        terminal.wait_for("(1)")
-        terminal.type("sa\n")
+        for answer in ("what?", "k", "sa"):
+            terminal.wait_for("for all conflicts: ")
+            terminal.text = ""
+            terminal.type(answer + "\n")
         self.assertEqual(terminal.finish(), 0)
         self.assertIn("1 arrived, 39 skipped", terminal.text)
         self.assertEqual(len(os.listdir(self.downloads / "Generated")), 41)
@@ -106,6 +104,13 @@ class Outputs(ProgramTest):
             self.assertEqual(done.stderr, b"", command)
             self.assertGreaterEqual(done.returncode, 0, command)
         self.assert_tree()
+
+    def test_a_full_disk_behind_the_output_is_told(self):
+        self.serve()
+        with open("/dev/full", "w") as full:
+            done = subprocess.run([CLI, "ls"], env=self.environment, stdout=full, stderr=subprocess.PIPE, text=True)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("standard output could not be written", done.stderr)
 
     def test_manual_page_and_completions_are_sound(self):
         bash = self.run_cli("--generate", "bash")[0]
