@@ -101,7 +101,7 @@ void ConfigCommand::print() const {
 void ConfigCommand::printJSON() const {
     const Preferences& preferences = context_.preferences;
     JSON json;
-    json.beginObject().field("defaultDownloadPath", printable(preferences.downloadFolderURL().native()));
+    json.beginObject().field("defaultDownloadPath", unicodeText(preferences.downloadFolderURL().native()));
     json.flag("deleteAfterDownload", preferences.deleteAfterDownload());
     json.field("maxConcurrentDownloads", preferences.maxConcurrentDownloads());
     json.field("syncPollIntervalMinutes", preferences.syncPollIntervalMinutes());

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include "cli/commands/ItemSelection.h"
+#include "cli/display/DisplayText.h"
 #include "downloads/Destination.h"
 #include "downloads/DownloadStore.h"
 
@@ -108,6 +109,9 @@ void RetryCommand::retry(const DownloadPointer& item) {
         downloads.retryDelete(item);
     else if (item->status == Status::failed || item->status == Status::cancelled || item->status == Status::skipped)
         downloads.retry(item);
+    else
+        context().terminal.message(
+            fmt::format("{} has not failed, so it is not begun anew.", printable(item->fileName)));
 }
 
 }  // namespace tovri::cli

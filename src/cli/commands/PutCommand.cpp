@@ -49,7 +49,7 @@ void PutCommand::tellArrived(const std::string& file, const PutIOFile& uploaded)
         return context_.terminal.print(
             fmt::format("Uploaded: {} ({}, ID {})", printable(file), uploaded.displaySize(), uploaded.id));
     JSON json;
-    json.beginObject().field("event", "uploaded").field("file", printable(file)).field("fileID", uploaded.id);
+    json.beginObject().field("event", "uploaded").field("file", unicodeText(file)).field("fileID", uploaded.id);
     json.field("name", uploaded.name).field("size", uploaded.size.value_or(0)).endObject();
     context_.terminal.print(json.line());
 }
@@ -60,8 +60,8 @@ void PutCommand::tellFailed(const std::string& file, const Error& error) {
     JSON json;
     json.beginObject()
         .field("event", "failed")
-        .field("file", printable(file))
-        .field("error", printable(error.description));
+        .field("file", unicodeText(file))
+        .field("error", unicodeText(error.description));
     context_.terminal.print(json.endObject().line());
 }
 
@@ -75,7 +75,7 @@ void PutCommand::tellProgress(const std::string& name, ByteCount sent, ByteCount
     const auto speed = static_cast<ByteCount>(static_cast<double>(sent) / seconds);
     if (isJSON) {
         JSON json;
-        json.beginObject().field("event", "progress").field("name", printable(name)).field("bytes", sent);
+        json.beginObject().field("event", "progress").field("name", unicodeText(name)).field("bytes", sent);
         return context_.terminal.print(json.field("size", total).field("speed", speed).endObject().line());
     }
     if (!context_.terminal.showsOutput() || total <= 0) return;

@@ -5,9 +5,9 @@
 #include <fmt/format.h>
 
 #include "cli/commands/Question.h"
+#include "cli/commands/SavedQueue.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
-#include "downloads/DownloadStore.h"
 
 namespace tovri::cli {
 namespace {
@@ -81,8 +81,9 @@ Task<ExitCode> LogoutCommand::run(std::stop_token /*stop*/) {
 }
 
 Task<ExitCode> StatusCommand::run(std::stop_token /*stop*/) {
-    DownloadStore store(context_.platform);
-    const QueueSnapshot queue = store.load();
+    const Result<QueueSnapshot> saved = readSavedQueue(context_.platform);
+    if (!saved) context_.complain(saved.error().description);
+    const QueueSnapshot queue = saved.value_or(QueueSnapshot());
     const QueueCounts counts = countsOf(queue);
     const AuthManager& auth = context_.auth;
     if (context_.invocation.has("--json")) {

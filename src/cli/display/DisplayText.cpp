@@ -55,6 +55,20 @@ bool isPrintable(char32_t character) {
     return widthOf(character) >= 0 && character != 0 && !changesDirection(character);
 }
 
+// The characters for which `isKept` holds; all others are replaced.
+template <class IsKept>
+std::string keeping(std::string_view bytes, IsKept isKept) {
+    std::string text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        const CodePoint point = firstCodePoint(bytes);
+        const std::size_t length = std::max<std::size_t>(point.length, 1);
+        text += point.length > 0 && isKept(point.value) ? bytes.substr(0, length) : replacement;
+        bytes.remove_prefix(length);
+    }
+    return text;
+}
+
 // A character with the combining marks behind it.
 struct Cell {
     std::string_view text;
@@ -86,16 +100,11 @@ Iterator fitting(Iterator begin, Iterator end, std::size_t columns) {
 }  // namespace
 
 std::string printable(std::string_view bytes) {
-    std::string text;
-    text.reserve(bytes.size());
-    while (!bytes.empty()) {
-        const CodePoint point = firstCodePoint(bytes);
-        const bool isShown = point.length > 0 && isPrintable(point.value);
-        const std::size_t length = std::max<std::size_t>(point.length, 1);
-        text += isShown ? bytes.substr(0, length) : replacement;
-        bytes.remove_prefix(length);
-    }
-    return text;
+    return keeping(bytes, isPrintable);
+}
+
+std::string unicodeText(std::string_view bytes) {
+    return keeping(bytes, [](char32_t) { return true; });
 }
 
 std::size_t columnsOf(std::string_view text) {

@@ -10,6 +10,9 @@ namespace tovri::cli {
 // writing direction and what is no UTF-8 are replaced by U+FFFD.
 [[nodiscard]] std::string printable(std::string_view bytes);
 
+// Any bytes as text that JSON can hold: what is no UTF-8 is replaced by U+FFFD.
+[[nodiscard]] std::string unicodeText(std::string_view bytes);
+
 // How many columns a printable text takes: East Asian characters take two, combining marks none.
 [[nodiscard]] std::size_t columnsOf(std::string_view text);
 

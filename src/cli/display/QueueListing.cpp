@@ -59,13 +59,13 @@ std::string statusText(const DownloadRecord& item, Timestamp now) {
 }
 
 void addOptional(JSON& json, std::string_view key, const std::optional<std::string>& value) {
-    if (value) json.field(key, printable(*value));
+    if (value) json.field(key, unicodeText(*value));
 }
 
 void addItem(JSON& json, const DownloadRecord& item) {
     json.beginObject().field("id", item.id.text()).field("fileID", item.fileID).field("name", item.fileName);
     json.field("size", item.fileSize).field("bytes", item.bytesDownloaded).field("status", rawValue(item.status));
-    json.field("destination", printable(item.destinationFolder->native()));
+    json.field("destination", unicodeText(item.destinationFolder->native()));
     addOptional(json, "path", item.resolvedURL);
     addOptional(json, "error", item.error);
     json.endObject();

@@ -95,9 +95,9 @@ std::string eventJSON(const QueueChange& change) {
     const Download& item = *change.item;
     JSON json;
     addItem(json.beginObject().field("event", nameOf(event)), item);
-    if (event == Event::queued) json.field("destination", printable(item.destinationFolder->native()));
-    if (event == Event::arrived && item.resolvedURL) json.field("path", printable(*item.resolvedURL));
-    if (item.error) json.field("error", *item.error);
+    if (event == Event::queued) json.field("destination", unicodeText(item.destinationFolder->native()));
+    if (event == Event::arrived && item.resolvedURL) json.field("path", unicodeText(*item.resolvedURL));
+    if (item.error) json.field("error", unicodeText(*item.error));
     return std::string(json.endObject().line());
 }
 

@@ -1,6 +1,6 @@
 #include "cli/running/RunReporter.h"
 
-#include <optional>
+#include <unordered_set>
 
 #include "base/ByteCountFormat.h"
 #include "cli/display/DisplayText.h"
@@ -33,11 +33,8 @@ public:
     explicit JSONReporter(const RunView& view) : view_(view) {}
 
     void follow(const QueueChange& change) override {
-        if (change.kind == QueueChange::Kind::inserted && !change.item) {
-            for (const DownloadPointer& item : view_.downloads.downloads().items())
-                if (!isFinished(item->status)) print(eventJSON({QueueChange::Kind::inserted, item}));
-            return;
-        }
+        if (change.kind == QueueChange::Kind::inserted && !change.item) return tellQueued();
+        if (change.kind == QueueChange::Kind::inserted) queued_.insert(change.item->id);
         print(eventJSON(change));
         if (change.kind != QueueChange::Kind::progress || timer_.isActive()) return;
         timer_ = view_.loop.schedule(std::chrono::seconds(1), [this] {
@@ -53,11 +50,19 @@ public:
     }
 
 private:
+    // Many items came; those that were there before are not told again.
+    void tellQueued() {
+        for (const DownloadPointer& item : view_.downloads.downloads().items())
+            if (!isFinished(item->status) && queued_.insert(item->id).second)
+                print(eventJSON({QueueChange::Kind::inserted, item}));
+    }
+
     void print(const std::string& line) const {
         if (!line.empty()) view_.terminal.print(line);
     }
 
     RunView view_;
+    std::unordered_set<UUID> queued_;
     Subscription timer_;
 };
 

@@ -66,6 +66,8 @@ class Failures(ProgramTest):
         self.serve("--demo")
         self.data.mkdir(parents=True)
         (self.data / "queue.json").write_text("{ not json")
+        self.assertIn("cannot be read", self.run_cli("queue", status=1)[1])
+        self.assertEqual(len(list(self.data.glob("*.json"))), 1, "looking changes nothing")
         output, _ = self.get("/Welcome.txt")
         self.assertIn(f"[DownloadStore] Ignoring unreadable queue at {self.data}/queue.json", output)
         kept = [f for f in self.data.glob("*.json") if f.read_text() == "{ not json"]

@@ -1,0 +1,20 @@
+#include "cli/commands/SavedQueue.h"
+
+#include "downloads/DownloadStore.h"
+
+namespace tovri::cli {
+
+Result<QueueSnapshot> readSavedQueue(const Platform& platform) {
+    if (!platform.files.exists(platform.folders.applicationData)) return QueueSnapshot();
+    const std::filesystem::path file = DownloadStore(platform).queueURL();
+    if (!platform.files.exists(file)) return QueueSnapshot();
+    Result<ByteBlob> bytes = platform.files.readFile(file);
+    if (!bytes) return failure(bytes);
+    Result<QueueSnapshot> queue = decodeQueue(*bytes);
+    if (queue && queue->version <= 1) return queue;
+    const std::string reason = queue ? "it was written by a newer version." : queue.error().description;
+    return failure(Error(ErrorCase::decoding, "The saved queue at " + file.native() + " cannot be read: " + reason +
+                                                  " tovri-cli run keeps it under another name and begins a new one."));
+}
+
+}  // namespace tovri::cli
