@@ -104,7 +104,7 @@ Subscription StandardTerminal::ask(std::string_view question, Echo echo, LineRec
         if (const auto open = asked.lock()) readInput(open);
     });
     return Subscription([this, asked = std::weak_ptr(question_)] {
-        if (const auto open = asked.lock(); open && open == question_) endQuestion();
+        if (const auto open = asked.lock(); open && open == question_) restore();
     });
 }
 
@@ -121,6 +121,7 @@ void StandardTerminal::readInput(const std::shared_ptr<Question>& question) {
     const std::size_t end = input_.find('\n');
     if (end == std::string::npos && !isInputAtEnd_) return;
 
+    if (end == std::string::npos && !echoing_) write(STDERR_FILENO, "\n");
     std::optional<std::string> line;
     if (end != std::string::npos || !input_.empty()) line = input_.substr(0, end);
     input_.erase(0, end == std::string::npos ? end : end + 1);
@@ -130,17 +131,20 @@ void StandardTerminal::readInput(const std::shared_ptr<Question>& question) {
 }
 
 void StandardTerminal::endQuestion() {
-    restore();
+    question_.reset();
+    if (echoing_) {
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, echoing_.get());
+        echoing_.reset();
+        write(STDERR_FILENO, "\n");  // the user's own was not shown
+    }
     for (const auto& [descriptor, line] : std::exchange(held_, {})) writeLine(descriptor, line);
     showLive(std::exchange(hiddenLive_, {}));
 }
 
 void StandardTerminal::restore() {
-    question_.reset();
-    if (!echoing_) return;
-    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, echoing_.get());
-    echoing_.reset();
-    write(STDERR_FILENO, "\n");  // the user's own was not shown
+    if (!question_) return;
+    if (!echoing_) write(STDERR_FILENO, "\n");  // the cursor stands behind the question
+    endQuestion();
 }
 
 void StandardTerminal::write(int descriptor, std::string_view text) {

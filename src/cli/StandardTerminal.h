@@ -43,7 +43,7 @@ public:
     void showLive(std::vector<std::string> lines) override;
     Subscription ask(std::string_view question, Echo echo, LineReceiver done) override;
 
-    // Ends the question that is open, if one is, and shows the typed characters again. For the end of the program.
+    // Withdraws the question that is open, if one is. For the end of the program.
     void restore();
 
     // Whether something could not be written though somebody was there to read it: a full disk.

@@ -28,12 +28,17 @@ std::optional<ConflictAnswer> parseConflictAnswer(std::string_view text) {
 }
 
 void ConflictPrompt::follow(const QueueChange& change) {
-    if (change.kind != QueueChange::Kind::conflict) return;
+    if (isClosed_ || change.kind != QueueChange::Kind::conflict) return;
     const FileConflict* conflict = downloads_.pendingConflict();
     if (conflict && asked_ == conflict->id) return;
     question_.reset();
     asked_.reset();
     if (conflict) askUser("");
+}
+
+void ConflictPrompt::close() {
+    isClosed_ = true;
+    question_.reset();
 }
 
 void ConflictPrompt::askUser(std::string_view remark) {

@@ -29,6 +29,9 @@ public:
 
     void follow(const QueueChange& change);
 
+    // Takes the question back, and asks no more.
+    void close();
+
 private:
     void askUser(std::string_view remark);
     void answer(const std::optional<std::string>& line);
@@ -36,6 +39,7 @@ private:
     DownloadManager& downloads_;
     Terminal& terminal_;
     std::function<void()> noAnswer_;
+    bool isClosed_ = false;
     std::optional<UUID> asked_;  // the conflict that the question is about
     Subscription question_;
 };

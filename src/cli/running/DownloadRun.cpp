@@ -144,12 +144,14 @@ void DownloadRun::rest(std::function<void()> done) {
 
 void DownloadRun::giveUp(std::string reason) {
     if (std::exchange(isGivingUp_, true)) return;
+    prompt_.close();
     fail(reason);
     rest([this] { checkSoon(); });
 }
 
 void DownloadRun::interrupt(std::function<void()> done) {
     const bool hasBegun = changes_.isActive();
+    prompt_.close();
     rest([this, hasBegun, done = std::move(done)] {
         if (hasBegun) {
             changes_.reset();

@@ -77,6 +77,16 @@ class Outputs(ProgramTest):
         self.assertEqual(self.queue()[0]["status"], "awaitingConflict")
         self.assertIn("1 arrived", self.run_cli("run", "--on-conflict", "keep-both")[0])
 
+    def test_ctrl_c_at_the_question(self):
+        self.serve("--demo")
+        self.get("/Welcome.txt")
+        terminal = self.on_terminal("get", "/Welcome.txt", "--to", str(self.downloads), "--on-conflict", "ask")
+        terminal.wait_for("Keep Both")
+        terminal.type("\x03")
+        self.assertEqual(terminal.finish(), 130)
+        self.assertIn("\nStopped. Go on with: tovri-cli run", terminal.text)
+        self.assertEqual(self.queue()[0]["status"], "awaitingConflict")
+
     def test_plain_lines_to_a_file_and_json_apart(self):
         self.serve()
         output, messages = self.get("/Generated")
