@@ -140,7 +140,6 @@ TEST_F(Deleting, asksAgainForAFileWhenTheProcessDiedInBetween) {
 TEST_F(Deleting, leavesAnItemAloneThatIsFetchedAnew) {
     const DownloadPointer item = world.enqueue(world.addFile("f", "some bytes"), {.deleteAfterDownload = true});
     world.link(item->fileID).rate = 10;
-    world.refusals[item->fileID] = 0;
     world.http.latency = 2s;
     ASSERT_TRUE(world.runUntil(item, Status::deleting));
     manager.retry(item);

@@ -47,8 +47,7 @@ TEST_F(Persistence, gathersChangesIntoOneWrite) {
     const DownloadPointer item = world.enqueue(world.addFile("f", std::string(1000, 'x')));
     world.link(item->fileID).rate = 20;  // takes 50 seconds
     world.loop.advance(50ms);
-    manager().setOnSyncFileSettled(nullptr);
-    const DownloadPointer other = world.enqueue(world.addFile("g", "g"));
+    world.enqueue(world.addFile("g", "g"));
     manager().moveDown(manager().downloads().items()[1]);  // is the last already
     world.loop.advance(349ms);
     EXPECT_EQ(writes(), before);
@@ -230,9 +229,6 @@ TEST_F(Persistence, removesWhatNobodyNames) {
 
 // The journal remembers a placement that begins while an older one of the same item is being forgotten.
 TEST_F(Persistence, remembersAPlacementThatASaveDidNotSee) {
-    world.preferences.setConflictBehavior(ConflictBehavior::keepBoth);
-    world.files.put(World::downloads / "f", "old");
-    world.background.latency = 1s;
     for (int milliseconds = 0; milliseconds < 4000; milliseconds += 100) {
         World other;
         other.preferences.setConflictBehavior(ConflictBehavior::keepBoth);
@@ -242,7 +238,7 @@ TEST_F(Persistence, remembersAPlacementThatASaveDidNotSee) {
         other.manager().saveNow();
         other.loop.advance(std::chrono::milliseconds(milliseconds));
         other.manager().pauseAll();  // a change to be saved
-        other.loop.advance(1050ms);
+        other.loop.advance(1450ms);
         other.kill();
         other.start();
         other.manager().resumeAll();

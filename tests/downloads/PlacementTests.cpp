@@ -69,14 +69,6 @@ TEST_F(Placing, followsThePreferenceForATakenName) {
     }
 }
 
-TEST_F(Placing, replacesAFolderWithAllItHolds) {
-    world.preferences.setConflictBehavior(ConflictBehavior::replace);
-    world.files.put(World::downloads / "x/y/z", "old");
-    world.enqueue(world.addFile("x", "new"));
-    world.settle();
-    EXPECT_EQ(world.tree(), "x=new");
-}
-
 TEST_F(Placing, answersAllConflictsAtOnce) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
     world.preferences.setMaxConcurrentDownloads(9);

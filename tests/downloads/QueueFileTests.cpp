@@ -77,16 +77,6 @@ TEST(QueueFile, hasEveryFieldInItsPlace) {
     EXPECT_EQ(encodeQueue(*decoded), fullText);
 }
 
-TEST(QueueFile, leavesAbsentFieldsOut) {
-    QueueSnapshot snapshot;
-    snapshot.downloads.emplace_back().destinationFolder = std::make_shared<const std::filesystem::path>("/");
-    const std::string text = encodeQueue(snapshot);
-    EXPECT_EQ(text.find("null"), std::string::npos);
-    const auto decoded = decodeQueue(text);
-    ASSERT_TRUE(decoded);
-    EXPECT_FALSE(decoded->downloads[0].startedAt || decoded->downloads[0].error || decoded->downloads[0].resumeData);
-}
-
 TEST(QueueFile, keepsNamesByteForByte) {
     for (const std::string& name : {std::string("\0\x01\x1f", 3), std::string("\xC3\xBC\xF0\x9F\x8E\xB5"),
                                     std::string("e\xCC\x81"), std::string(" .\\/\"\n"), std::string()}) {

@@ -39,7 +39,6 @@ public:
         settle();
     }
 
-    // A folder that had not been queued by the end of the process is not queued by the next one.
     [[nodiscard]] bool isAllThere() {
         const std::string expected =
             "moved=deleted afterwards plain=some bytes slow=slow bytes taken (1).txt=put.io's "
@@ -68,56 +67,55 @@ private:
     Subscription pausing_;
 };
 
-TEST(Recovery, arrivesAtTheSameTreeWhereverTheProcessWasKilled) {
-    for (int steps = 0, hasEnded = 0; !hasEnded; ++steps) {
-        SCOPED_TRACE("killed after step " + std::to_string(steps));
+// Ends a journey after one step, another after two, and so on up to its last one. `stop` lets the journey run up to
+// the step and says whether there was one.
+template <class Stop, class End, class Check>
+void endAtEveryStep(Stop stop, End end, Check check) {
+    for (int step = 1;; ++step) {
+        SCOPED_TRACE("ended after step " + std::to_string(step));
         Journey journey;
-        int left = steps;
-        hasEnded = !journey.loop.runUntil([&] { return left-- == 0; }, std::chrono::seconds(8));
+        const bool hasStopped = stop(journey, step);
         const bool hadAll = journey.hasSavedAll();
-        journey.kill();
+        end(journey);
         journey.settle();  // what the dead process had posted finds nobody
         journey.start();
         journey.finish();
-        if (hadAll) EXPECT_TRUE(journey.isAllThere()) << journey.tree();
-        journey.checkRest();
-        if (HasFailure()) return;
+        if (hadAll) check(journey);
+        if (!hasStopped || testing::Test::HasFailure()) return;
     }
+}
+
+bool stopAfterJob(Journey& journey, int count) {
+    return journey.loop.runUntil([&] { return count-- == 0; }, std::chrono::seconds(8));
+}
+
+bool stopAfterDiskOperation(Journey& journey, int count) {
+    journey.files.stopAfter(count);
+    return journey.loop.runUntil([&] { return journey.files.hasStopped(); }, std::chrono::seconds(8));
+}
+
+void checkTree(Journey& journey) {
+    EXPECT_TRUE(journey.isAllThere()) << journey.tree();
+    journey.checkRest();
+}
+
+void checkDeleted(Journey& journey) {
+    EXPECT_EQ(journey.files.content(World::downloads / "moved"), "deleted afterwards");
+    EXPECT_EQ(journey.files.content(World::downloads / "F/G/two"), "22");
+    for (const DownloadPointer& item : journey.manager().downloads().items())
+        EXPECT_NE(rawValue(item->status), "failed") << item->fileName << " " << World::outcome(item);
+}
+
+TEST(Recovery, arrivesAtTheSameTreeWhereverTheProcessWasKilled) {
+    endAtEveryStep(stopAfterJob, [](Journey& journey) { journey.kill(); }, checkTree);
 }
 
 TEST(Recovery, leavesNoFileTwiceWhicheverStepOnTheDiskWasTheLast) {
-    for (int operations = 1, hasEnded = 0; !hasEnded; ++operations) {
-        SCOPED_TRACE("killed after operation " + std::to_string(operations));
-        Journey journey;
-        journey.files.stopAfter(operations);
-        hasEnded = !journey.loop.runUntil([&] { return journey.files.hasStopped(); }, std::chrono::seconds(8));
-        const bool hadAll = journey.hasSavedAll();
-        journey.kill();
-        journey.start();
-        journey.finish();
-        if (hadAll) EXPECT_TRUE(journey.isAllThere()) << journey.tree();
-        journey.checkRest();
-        if (HasFailure()) return;
-    }
+    endAtEveryStep(stopAfterDiskOperation, [](Journey& journey) { journey.kill(); }, checkTree);
 }
 
 TEST(Recovery, losesNothingThatWasDeletedWhenThePowerGoes) {
-    for (int steps = 0, hasEnded = 0; !hasEnded; ++steps) {
-        SCOPED_TRACE("without power after step " + std::to_string(steps));
-        Journey journey;
-        int left = steps;
-        hasEnded = !journey.loop.runUntil([&] { return left-- == 0; }, std::chrono::seconds(8));
-        const bool hadAll = journey.hasSavedAll();
-        journey.losePower();
-        journey.start();
-        journey.finish();
-        if (!hadAll) continue;
-        EXPECT_EQ(journey.files.content(World::downloads / "moved"), "deleted afterwards") << journey.tree();
-        EXPECT_EQ(journey.files.content(World::downloads / "F/G/two"), "22") << journey.tree();
-        for (const DownloadPointer& item : journey.manager().downloads().items())
-            EXPECT_NE(item->status, Download::Status::failed) << item->fileName << " " << World::outcome(item);
-        if (HasFailure()) return;
-    }
+    endAtEveryStep(stopAfterJob, [](Journey& journey) { journey.losePower(); }, checkDeleted);
 }
 
 // The name and the journal may survive a loss of power without the file's bytes.

@@ -127,7 +127,7 @@ TEST_F(Scheduling, keepsTheTokenOfABrokenTransferUntilARetry) {
 
 // Each control, at each moment of an item's way. Whatever was pending from before must not come back.
 TEST_F(Scheduling, controlsWorkAtAnyMoment) {
-    enum class Moment { lookUp, transfer, pausing, placing, conflict, paused, done };
+    enum class Moment { lookUp, transfer, pausing, placing, conflict, paused };
 
     struct Case {
         const char* control;
@@ -235,33 +235,15 @@ TEST_F(Scheduling, failsWithTheReasonOfTheService) {
 // Each start fails at once; a long queue must not fail inside itself.
 TEST_F(Scheduling, failsALongQueueWithoutSignIn) {
     manager.pauseAll();
-    const std::int64_t file = slowFile("f");
-    for (int i = 0; i < 20'000; ++i) world.enqueue(file);
+    const std::int64_t folder = world.addFolder("F");
+    for (int i = 0; i < 50'000; ++i) world.addFile("f", "", folder);
+    world.enqueueFolder(folder, false);
+    world.settle();
     world.signOut();
     manager.resumeAll();
     world.loop.runUntilIdle();
-    EXPECT_EQ(manager.finishedDownloads().size(), 20'000U);
+    EXPECT_EQ(manager.finishedDownloads().size(), 50'000U);
     EXPECT_EQ(manager.downloads().items().back()->error, "Not authenticated. Please sign in again.");
-}
-
-TEST_F(Scheduling, survivesObserversThatCallBack) {
-    world.preferences.setMaxConcurrentDownloads(1);
-    manager.pauseAll();
-    std::vector<DownloadPointer> items;
-    for (const char* name : {"c", "b", "a"}) items.push_back(world.enqueue(slowFile(name)));
-    world.watch = [&](DownloadManager& queue, const QueueChange& change) {
-        if (change.kind != QueueChange::Kind::status) return;
-        if (change.item == items[2] && change.item->status == Status::downloading) queue.cancel(change.item);
-        if (change.item == items[1] && change.item->status == Status::completed) queue.retry(change.item);
-        EXPECT_LE(queue.activeCount(), 1U);
-    };
-    manager.resumeAll();
-    world.loop.advance(15s);
-    EXPECT_EQ(statuses(), "a:cancelled b:downloading c:queued ");
-    world.watch = nullptr;
-    world.settle();
-    EXPECT_EQ(statuses(), "a:cancelled b:completed c:completed ");
-    EXPECT_EQ(world.transfersOf(items[2]->fileID), 0U);
 }
 
 TEST_F(Scheduling, putsAFoldersFilesUnderTheirFolders) {
