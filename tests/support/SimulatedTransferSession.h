@@ -39,7 +39,7 @@ public:
     // What happened so far.
     std::vector<std::string> started;  // URLs, in the order of their starts; those of resumed transfers included
     int resumed = 0;                   // how many of these went on from a token
-    int partials = 0;  // partial files that were begun; no two have the same name
+    int partials = 0;                  // partial files that were begun; no two have the same name
     int running = 0;
     int highestRunning = 0;
 };
