@@ -10,7 +10,7 @@ using Status = Download::Status;
 using namespace std::chrono_literals;
 
 class Deleting : public testing::Test {
-protected:
+public:
     // A folder of three files, one of them in a sub-folder, queued with its deletion.
     void enqueueFolder() {
         folder = world.addFolder("F");

@@ -13,7 +13,7 @@ using Status = Download::Status;
 using namespace std::chrono_literals;
 
 class Persistence : public testing::Test {
-protected:
+public:
     [[nodiscard]] std::size_t writes() const {
         return static_cast<std::size_t>(
             std::ranges::count(world.files.operations, "writeFileAtomically " + World::queueFile.native()));
@@ -97,11 +97,11 @@ TEST_F(Persistence, triesAgainAfterAFailedWrite) {
 
 TEST_F(Persistence, forgetsFinishedItemsAfterThirtyDays) {
     struct Case {
-        const char* name;
-        Status status;
+        const char* name = nullptr;
+        Status status = Status::queued;
         std::optional<std::chrono::hours> completed;
         std::optional<std::chrono::hours> started;
-        bool isKept;
+        bool isKept = false;
     };
 
     const Case cases[] = {

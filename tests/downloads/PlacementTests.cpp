@@ -27,7 +27,7 @@ TEST(Destination, numbersATakenName) {
 }
 
 class Placing : public testing::Test {
-protected:
+public:
     // A file whose name is taken by the user's.
     DownloadPointer conflicting(const std::string& name) {
         world.files.put(World::downloads / name, "old");

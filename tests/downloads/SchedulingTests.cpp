@@ -11,7 +11,7 @@ using Status = Download::Status;
 using namespace std::chrono_literals;
 
 class Scheduling : public testing::Test {
-protected:
+public:
     // A file of so many bytes that takes so many seconds.
     std::int64_t slowFile(const std::string& name, int seconds = 10) {
         const std::int64_t file = world.addFile(name, name + std::string(1000, '.'));

@@ -107,9 +107,9 @@ public:
 private:
     struct Entry {
         std::string name;
-        bool isFolder;
+        bool isFolder = false;
         std::string content;
-        std::int64_t folder;
+        std::int64_t folder = 0;
         std::optional<ByteCount> size = std::nullopt;  // unless it is the content's
     };
 
