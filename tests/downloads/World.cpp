@@ -23,8 +23,7 @@ std::string jsonText(const std::string& text) {
 }
 
 Task<> ignoreOutcome(Task<Result<std::vector<DownloadPointer>>> task) {
-    const Result<std::vector<DownloadPointer>> ignored = co_await std::move(task);
-    static_cast<void>(ignored);
+    [[maybe_unused]] const Result<std::vector<DownloadPointer>> outcome = co_await std::move(task);
 }
 
 }  // namespace
