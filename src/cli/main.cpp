@@ -5,7 +5,6 @@
 #include <optional>
 
 #include <fmt/format.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include "base/TaskScope.h"
@@ -58,6 +57,13 @@ bool needsStoredSecret(CommandName command, bool hasToken) {
         default:
             return false;
     }
+}
+
+// Runs every 0.95 seconds once the user wants the program to end; the second time it does, whatever hangs.
+void endAtTheLatest(int /*signal*/) {
+    static volatile std::sig_atomic_t round = 0;
+    if (round == 1) ::_exit(static_cast<int>(ExitCode::interrupted));
+    round = 1;
 }
 
 // The adapters of this machine and the core on top of them, for one command.
@@ -162,9 +168,8 @@ private:
             terminal_.restore();
             std::_Exit(static_cast<int>(ExitCode::interrupted));
         }
-        std::signal(SIGALRM, [](int) { ::_exit(static_cast<int>(ExitCode::interrupted)); });
-        const itimerval limit{{0, 0}, {1, 900'000}};
-        ::setitimer(ITIMER_REAL, &limit, nullptr);
+        std::signal(SIGALRM, endAtTheLatest);
+        ::ualarm(950'000, 950'000);
         command_->interrupt([this] { end(ExitCode::interrupted); });
     }
 
