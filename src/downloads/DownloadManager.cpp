@@ -93,6 +93,11 @@ Task<Result<std::vector<DownloadPointer>>> DownloadManager::enqueueFolder(Folder
                            files.error().description);
         co_return failure(files);
     }
+    if (!walk.isComplete()) {
+        platform_.log.line("[DownloadManager] put.io lists only the beginning of folder " + request.name +
+                           ": the rest is not downloaded, and the folder stays on put.io");
+        request.deleteAfterDownload = false;  // it would take with it what was never seen
+    }
     if (request.deleteAfterDownload) groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
 
     const auto bookmark = sharedBookmark(request.destination.bookmark);

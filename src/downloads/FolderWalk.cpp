@@ -10,11 +10,12 @@ Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t fold
                                                                std::stop_token stop) {
     if (!open_.insert(folderID).second)
         co_return failure(Error(ErrorCase::invalidResponse, "put.io lists a folder inside itself."));
-    Result<std::vector<PutIOFile>> entries = co_await api_.listFiles(folderID, stop);
-    if (!entries) co_return failure(entries);
+    Result<PutIOFileList> listing = co_await api_.listFolder(folderID, stop);
+    if (!listing) co_return failure(listing);
+    isComplete_ = isComplete_ && listing->isComplete();
 
     std::vector<ListedFile> found;
-    for (PutIOFile& entry : *entries) {
+    for (PutIOFile& entry : listing->files) {
         if (entry.fileType != PutIOFile::FileType::folder) {
             found.push_back({std::move(entry), destination});
             continue;

@@ -26,8 +26,12 @@ public:
     Task<Result<std::vector<ListedFile>>> collectFiles(std::int64_t folderID, std::filesystem::path destination,
                                                        std::stop_token stop);
 
+    // False when the service listed only the beginning of a folder: the files that it kept back are unknown.
+    [[nodiscard]] bool isComplete() const { return isComplete_; }
+
 private:
     PutIOAPI& api_;
+    bool isComplete_ = true;
     std::unordered_set<std::int64_t> open_;  // the folders between the top and where the walk is
 };
 

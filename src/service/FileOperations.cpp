@@ -30,9 +30,13 @@ Error uploadFailure(Error decoderError, std::string_view body) {
 
 }  // namespace
 
-Task<Result<std::vector<PutIOFile>>> PutIOAPI::listFiles(std::int64_t parentID, std::stop_token stop) {
+Task<Result<PutIOFileList>> PutIOAPI::listFolder(std::int64_t parentID, std::stop_token stop) {
     Parameters parameters{{"parent_id", std::to_string(parentID)}};
-    Result<PutIOFileList> list = co_await get<PutIOFileList>("/files/list", std::move(parameters), std::move(stop));
+    return get<PutIOFileList>("/files/list", std::move(parameters), std::move(stop));
+}
+
+Task<Result<std::vector<PutIOFile>>> PutIOAPI::listFiles(std::int64_t parentID, std::stop_token stop) {
+    Result<PutIOFileList> list = co_await listFolder(parentID, std::move(stop));
     if (!list) co_return failure(list);
     co_return std::move(list->files);
 }

@@ -21,6 +21,7 @@
 #include "service/JSONCoding.h"
 #include "service/JSONField.h"
 #include "service/PutIOFile.h"
+#include "service/PutIOFileList.h"
 #include "service/ServiceHosts.h"
 
 namespace tovri {
@@ -80,7 +81,10 @@ public:
     // anew since the request was sent with `sentToken`.
     Result<void> validate(const HTTPResponse& response, const std::string& sentToken);
 
-    // The first page of a folder's entries, in the service's order. The root is 0.
+    // The first page of a folder's entries, in the service's order, and whether it is all of them. The root is 0.
+    Task<Result<PutIOFileList>> listFolder(std::int64_t parentID, std::stop_token stop);
+
+    // The entries alone.
     Task<Result<std::vector<PutIOFile>>> listFiles(std::int64_t parentID, std::stop_token stop);
 
     // An http or https address from which the file's bytes come without a token.

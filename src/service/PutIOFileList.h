@@ -15,6 +15,9 @@ struct PutIOFileList {
     std::optional<std::string> cursor;  // present when the listing goes on; not followed
     std::string status;
 
+    // Whether the folder holds nothing but these files.
+    [[nodiscard]] bool isComplete() const { return !cursor || cursor->empty(); }
+
     bool operator==(const PutIOFileList&) const = default;
 
     static constexpr auto jsonFields() {

@@ -15,7 +15,8 @@ public:
     void enqueueFolder() {
         folder = world.addFolder("F");
         for (const char* name : {"a", "b"}) members.push_back(world.addFile(name, name, folder));
-        members.push_back(world.addFile("c", "c", world.addFolder("G", folder)));
+        subfolder = world.addFolder("G", folder);
+        members.push_back(world.addFile("c", "c", subfolder));
         world.enqueueFolder(folder, true);
     }
 
@@ -30,6 +31,7 @@ public:
     World world;
     DownloadManager& manager = world.manager();
     std::int64_t folder = 0;
+    std::int64_t subfolder = 0;
     std::vector<std::int64_t> members;
 };
 
@@ -91,6 +93,14 @@ TEST_F(Deleting, countsAMemberThatArrivedOnItsSecondTry) {
     world.settle();
     EXPECT_EQ(outcomes(), "completed completed completed ");
     EXPECT_EQ(world.deletions, std::vector{folder});
+}
+
+TEST_F(Deleting, keepsAFolderThatWasNotListedToItsEnd) {
+    enqueueFolder();
+    world.cutListings.insert(subfolder);
+    world.settle();
+    EXPECT_EQ(outcomes(), "completed completed completed ");
+    EXPECT_TRUE(world.deletions.empty());
 }
 
 TEST_F(Deleting, ignoresAnEmptyFolder) {

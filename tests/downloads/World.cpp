@@ -83,7 +83,8 @@ std::string World::listing(std::int64_t folder) const {
                    jsonText(entry.name) + R"(,"file_type":")" + (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" +
                    std::to_string(entry.size.value_or(static_cast<ByteCount>(entry.content.size()))) + "}";
     }
-    return R"({"files":[)" + entries + R"(],"status":"OK"})";
+    const std::string cursor = cutListings.contains(folder) ? R"("cursor":"more",)" : "";
+    return "{" + cursor + R"("files":[)" + entries + R"(],"status":"OK"})";
 }
 
 void World::remove(std::int64_t entry) {

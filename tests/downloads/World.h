@@ -41,6 +41,7 @@ public:
     void announceSize(std::int64_t file, ByteCount size) { remote_.at(file).size = size; }
 
     std::map<std::int64_t, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
+    std::set<std::int64_t> cutListings;    // folders of which the service lists only the beginning
     std::vector<std::int64_t> deletions;   // that were carried out
 
     // --- processes ---
