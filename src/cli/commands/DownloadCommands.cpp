@@ -1,5 +1,7 @@
 #include "cli/commands/DownloadCommands.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "cli/commands/ItemSelection.h"
@@ -39,8 +41,25 @@ DestinationFolder GetCommand::destination() {
     return running().downloads().resolveDestination(chosen);
 }
 
+// Whoever repeats a command that was interrupted wants it to go on, not its files a second time.
+bool GetCommand::isQueuedAlready(const PutIOFile& file, const std::filesystem::path& destination) {
+    const std::string below = destination.native() + "/";
+    const auto count = std::ranges::count_if(unfinished_, [&](const DownloadPointer& item) {
+        const std::string& folder = item->destinationFolder->native();
+        if (!file.isFolder()) return item->fileID == file.id && folder == destination.native();
+        return folder == destination.native() || folder.starts_with(below);
+    });
+    if (count == 0) return false;
+    context().terminal.message(fmt::format("\"{}\" is in the queue already, with {} to go; going on with that.",
+                                           printable(file.name),
+                                           count == 1 ? "1 file" : fmt::format("{} files", count)));
+    return true;
+}
+
 // A path that cannot be had does not keep the others from coming.
 Task<void> GetCommand::prepare(std::stop_token stop) {
+    unfinished_ = running().downloads().downloads().withStatus(
+        {Status::queued, Status::downloading, Status::awaitingConflict, Status::paused});
     for (const std::string& path : context().invocation.operands) {
         Result<PutIOFile> file = co_await tree_.find(path, stop);
         Result<void> queued;
@@ -63,6 +82,7 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
                                                              "Rename it on put.io, then try again.",
                                                              file.name)));
     if (!file.isFolder()) {
+        if (isQueuedAlready(file, destination().folder)) co_return Result<void>();
         running().downloads().enqueue(file, {destination(), deletes, std::nullopt});
         co_return Result<void>();
     }
@@ -72,6 +92,7 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
         co_return failure(
             Error(ErrorCase::file, "The top folder of put.io cannot be deleted. Get its folders one by one."));
     if (!isRoot) request.destination.folder = subfolder(request.destination.folder, file.name);
+    if (!isRoot && isQueuedAlready(file, request.destination.folder)) co_return Result<void>();
     Result<std::vector<DownloadPointer>> queued =
         co_await running().downloads().enqueueFolder(std::move(request), stop);
     if (!queued) co_return failure(queued);

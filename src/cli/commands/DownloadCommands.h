@@ -43,8 +43,10 @@ private:
     Task<void> prepare(std::stop_token stop) override;
     Task<Result<void>> enqueue(PutIOFile file, std::stop_token stop);
     [[nodiscard]] DestinationFolder destination();
+    [[nodiscard]] bool isQueuedAlready(const PutIOFile& file, const std::filesystem::path& destination);
 
     RemoteTree tree_;
+    std::vector<DownloadPointer> unfinished_;  // what the saved queue still had to bring at the start
 };
 
 class RunCommand final : public DownloadCommand {

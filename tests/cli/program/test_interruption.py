@@ -46,6 +46,14 @@ class Interruption(ProgramTest):
     def test_a_request_to_end_is_the_same(self):
         self.check_run_after(signal.SIGTERM)
 
+    def test_the_same_command_goes_on_too(self):
+        self.interrupted(signal.SIGINT)
+        self.sandbox.call("DELETE", "faults")
+        _, messages = self.get("/Generated")
+        self.assertIn("in the queue already, with 3 files to go", messages)
+        self.assertEqual(len(self.queue()), 3)
+        self.assert_tree()
+
     def test_a_paused_item_stays_paused(self):
         self.interrupted(signal.SIGINT)
         paused = self.queue()[0]
