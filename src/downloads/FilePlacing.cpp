@@ -41,6 +41,12 @@ Result<Path> FilePlacing::moveToFree(const Path& target, const std::stop_token& 
     return placed;
 }
 
+bool FilePlacing::isOnStagingVolume(const Path& target) const {
+    const auto placed = files.identity(target);
+    const auto staging = files.identity(staged.parent_path());
+    return placed && staging && placed->volume == staging->volume;
+}
+
 Result<Path> FilePlacing::place(const std::stop_token& stop) const {
     if (Result<void> sized = checkSize(); !sized) return failure(sized);
     const ScopedFolderAccess access(folderAccess, bookmark.get());

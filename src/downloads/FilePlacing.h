@@ -33,6 +33,9 @@ struct FilePlacing {
     // Where the file stands now; an empty path when it was skipped.
     [[nodiscard]] Result<std::filesystem::path> apply(ConflictChoice choice, const std::stop_token& stop) const;
 
+    // Whether a file came there by a mere rename.
+    [[nodiscard]] bool isOnStagingVolume(const std::filesystem::path& target) const;
+
 private:
     [[nodiscard]] Result<void> checkSize() const;
     // Where nothing stands yet, and nothing does after a failure.

@@ -66,8 +66,7 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
         co_return;
     }
     const FilePlacing step = begin(*item, staged, *target);
-    auto work = [step, stop = stopToken(step.placement)](const std::stop_token&) { return step.place(stop); };
-    Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
+    Result<Path> placed = co_await perform(step);
     end(step.placement);
 
     const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
@@ -84,6 +83,23 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
         settlement_.markFailed(item, placed.error().description);
     }
     stepEnded_();
+}
+
+// The first file of a folder finds out whether a rename is all that its followers need: waking another thread for that
+// takes longer than the rename.
+Task<Result<std::filesystem::path>> Placement::perform(FilePlacing step) {
+    const std::string folder = step.destination.parent_path().native();
+    if (!step.mustBeDurable && nearFolders_.contains(folder)) co_return step.place({});
+
+    const auto isNear = std::make_shared<bool>(false);
+    auto work = [step, isNear, stop = stopToken(step.placement)](const std::stop_token&) {
+        Result<Path> placed = step.place(stop);
+        *isNear = placed && step.isOnStagingVolume(*placed);
+        return placed;
+    };
+    Result<Path> placed = co_await inBackground<Path>(platform_.loop, platform_.background, {}, std::move(work));
+    if (*isNear) nearFolders_.insert(folder);
+    co_return placed;
 }
 
 std::optional<ConflictChoice> Placement::effectiveConflictChoice() const {

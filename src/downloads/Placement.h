@@ -4,6 +4,7 @@
 #include <functional>
 #include <stop_token>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "base/TaskScope.h"
 #include "downloads/ConflictQueue.h"
@@ -15,8 +16,9 @@
 
 namespace tovri {
 
-// Brings a staged file to its place under its put.io name, off the main thread, without ever overwriting what stands
-// there, and lets the preferences or the user decide when the name is taken. The item keeps its slot until then.
+// Brings a staged file to its place under its put.io name, off the main thread unless a rename does it, without ever
+// overwriting what stands there, and lets the preferences or the user decide when the name is taken. The item keeps its
+// slot until then.
 class Placement {
 public:
     // The references outlive this. `stepEnded` runs whenever an item was closed or begins to wait for the user.
@@ -46,6 +48,7 @@ private:
     };
 
     Task<> place(DownloadPointer item, Path staged);
+    Task<Result<Path>> perform(FilePlacing step);
     Task<> handleConflict(DownloadPointer item, Path staged, Path existing);
     Task<> beginConflictResolution(DownloadPointer item, Path staged, Path existing);
     Task<> applyConflictChoice(DownloadPointer item, ConflictChoice choice, Path staged, Path existing);
@@ -71,6 +74,7 @@ private:
     const Preferences* preferences_ = nullptr;
     std::unordered_map<PlacementNumber, Running> running_;
     std::vector<PlacementNumber> ended_;
+    std::unordered_set<std::string> nearFolders_;  // destination folders on the volume of the staging folder
     TaskScope scope_;
 };
 
