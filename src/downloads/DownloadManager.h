@@ -143,6 +143,7 @@ private:
     Task<> lookUpAndStart(DownloadPointer item);
     void startTransfer(const DownloadPointer& item, TransferID transfer);
     void endTransfer(const DownloadPointer& item);
+    void keepToken(Download& item, std::optional<ByteBlob> token);
     void dropToken(Download& item);
 
     void handleProgress(TransferID transfer, ByteCount written, ByteCount expected);

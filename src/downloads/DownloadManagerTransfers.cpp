@@ -165,17 +165,22 @@ void DownloadManager::handleTaskError(TransferID transfer, const Error& error) {
     processQueue();
 }
 
+// The item's transfer has ended and can go on later.
+void DownloadManager::keepToken(Download& item, std::optional<ByteBlob> token) {
+    taskToDownload_.erase(*item.downloadTask);
+    resumedTaskIDs_.erase(*item.downloadTask);
+    speedTrackers_.erase(item.id);
+    item.downloadTask.reset();
+    item.resumeData = std::move(token);
+    item.speed = 0;
+}
+
 void DownloadManager::handlePaused(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer) {
     if (item->downloadTask != transfer) {  // settled meanwhile
         if (token) session().discard(*token);
         return;
     }
-    taskToDownload_.erase(transfer);
-    resumedTaskIDs_.erase(transfer);
-    speedTrackers_.erase(item->id);
-    item->downloadTask.reset();
-    item->resumeData = std::move(token);
-    item->speed = 0;
+    keepToken(*item, std::move(token));
     list_.setStatus(*item, Status::paused);
     scheduleSave();
     processQueue();
@@ -196,12 +201,7 @@ void DownloadManager::suspend(std::function<void()> done) {
 
 void DownloadManager::handleSuspended(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer) {
     if (item->downloadTask == transfer) {
-        taskToDownload_.erase(transfer);
-        resumedTaskIDs_.erase(transfer);
-        speedTrackers_.erase(item->id);
-        item->downloadTask.reset();
-        item->resumeData = std::move(token);
-        item->speed = 0;
+        keepToken(*item, std::move(token));
     }
     finishSuspending();
 }
