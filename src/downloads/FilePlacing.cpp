@@ -17,11 +17,13 @@ Result<void> FilePlacing::checkSize() const {
 
 template <class Move>
 Result<void> FilePlacing::moveTo(const Path& target, Move move) const {
-    const auto identity = files.identity(staged);
+    const bool crossesVolumes = !isOnStagingVolume(target.parent_path());
+    if (crossesVolumes) (void)files.cloneFile(staged, witnessPath(staged));
     journal->note(placement, item, staged, target);
     Result<void> moved = move();
-    // Between volumes the file has become another one.
-    if (moved && files.identity(target) != identity) journal->note(placement, item, staged, target);
+    if (!crossesVolumes) return moved;
+    if (moved) journal->note(placement, item, staged, target);  // the file has become another one
+    (void)files.removeItem(witnessPath(staged));
     return moved;
 }
 

@@ -80,16 +80,9 @@ void PlacementJournal::rewrite() {
     forgottenBytes_ = 0;
 }
 
-// A move between volumes makes another file, and leaves the staged one for a moment: then the content decides.
-bool PlacementJournal::hasArrived(const FileIdentity& identity, const std::filesystem::path& staged,
-                                  const std::filesystem::path& target) {
-    if (files_.identity(target) == identity) return true;
-    const auto size = files_.fileSize(target);
-    return size && size == files_.fileSize(staged) && haveEqualContent(staged, target);
-}
-
 bool PlacementJournal::haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b) {
     constexpr std::size_t step = std::size_t{1} << 20U;
+    if (files_.fileSize(a) != files_.fileSize(b)) return false;
     const auto fileA = files_.openForReading(a);
     const auto fileB = files_.openForReading(b);
     if (!fileA || !fileB) return false;
@@ -107,13 +100,23 @@ std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
     const Result<ByteBlob> text = files_.readFile(file_);
     if (!text) return arrived;
     for (const auto part : std::views::split(std::string_view(*text), '\n')) {
-        const std::string_view line(part.begin(), part.end());
-        const std::optional<Entry> entry = parse(line);
+        const std::optional<Entry> entry = parse(std::string_view(part.begin(), part.end()));
         if (!entry) continue;
-        lines_[recovered] += std::string(line) + '\n';
+        lines_[recovered] += line(*entry);
         if (const auto gathered = gatheringPath(entry->staged, entry->target); files_.exists(gathered))
             (void)files_.removeItem(gathered);
-        if (hasArrived(entry->identity, entry->staged, entry->target)) arrived[entry->item] = entry->target;
+        const auto identity = files_.identity(entry->target);
+        if (identity == entry->identity) {
+            arrived[entry->item] = entry->target;
+        } else if (identity && (haveEqualContent(entry->staged, entry->target) ||
+                                haveEqualContent(witnessPath(entry->staged), entry->target))) {
+            // Moved between volumes, which makes another file, and killed before that was noted. The staged one, which
+            // shows it, is about to go: note it now, for a process that is killed as well.
+            const std::string moved = line({entry->item, *identity, entry->staged, entry->target});
+            lines_[recovered] += moved;
+            (void)files_.appendToFile(file_, moved);
+            arrived[entry->item] = entry->target;
+        }
     }
     return arrived;
 }

@@ -15,6 +15,12 @@ namespace tovri {
 
 using PlacementNumber = std::uint64_t;  // tells an item's placements apart, within a process
 
+// A second name of the staged file, beside it, for the time of a move to another volume: should the process die before
+// the journal knows the new file, this one shows what arrived.
+[[nodiscard]] inline std::filesystem::path witnessPath(const std::filesystem::path& staged) {
+    return staged.native() + ".moving";
+}
+
 // Remembers which file is about to get which name, from before it has it until the queue file knows. So a process that
 // dies in between neither fetches the file again nor leaves it twice. Survives a kill; after a loss of power a file
 // that was not made durable is fetched again. Any thread: files are placed in the background while the queue is saved.
@@ -45,8 +51,6 @@ public:
     [[nodiscard]] std::unordered_map<UUID, std::filesystem::path> recover();
 
 private:
-    [[nodiscard]] bool hasArrived(const FileIdentity& identity, const std::filesystem::path& staged,
-                                  const std::filesystem::path& target);
     [[nodiscard]] bool haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b);
     void rewrite();
 
