@@ -1,9 +1,12 @@
 """What was asked for arrives, byte for byte, and what was to be deleted from put.io is deleted once."""
 
 import os
+import pathlib
 import random
+import shutil
 import signal
 import subprocess
+import tempfile
 
 from support import ProgramTest
 
@@ -58,19 +61,20 @@ class Arrival(ProgramTest):
 
 
 class Killed(ProgramTest):
-    def test_a_killed_program_arrives_at_the_same_tree(self):
-        seed = int(os.environ.get("TOVRI_TEST_SEED", random.randrange(1 << 30)))
-        chance = random.Random(seed)
-        kills = int(os.environ.get("TOVRI_TEST_KILLS", "12"))
-        account = ("--files", str(3 * kills), "--folders", "4", "--max-size", "2MiB", "--seed", str(seed % 1000))
-        self.serve(*account)
-        self.sandbox.fault("storage:*:rate=3MB")
-        with self.subTest(f"TOVRI_TEST_SEED={seed}"):
+    def setUp(self):
+        super().setUp()
+        self.seed = int(os.environ.get("TOVRI_TEST_SEED", random.randrange(1 << 30)))
+        self.kills = int(os.environ.get("TOVRI_TEST_KILLS", "12"))
+
+    def check_arrival(self, account, longest):
+        """Kills the program after at most `longest` seconds, again and again; then lets it finish."""
+        chance = random.Random(self.seed)
+        with self.subTest(f"TOVRI_TEST_SEED={self.seed}"):
             arguments = ["get", "/Generated", "--to", str(self.downloads)]
-            for _ in range(kills):
+            for _ in range(self.kills):
                 process = self.start(*arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
                 try:
-                    process.wait(chance.uniform(0.02, 0.5))
+                    process.wait(chance.uniform(0.02, longest))
                 except subprocess.TimeoutExpired:
                     process.send_signal(signal.SIGKILL)
                 process.wait()
@@ -79,3 +83,21 @@ class Killed(ProgramTest):
             self.run_cli(*arguments)
             self.assert_tree(account)
             self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
+
+    def test_a_killed_program_arrives_at_the_same_tree(self):
+        account = ("--files", str(3 * self.kills), "--folders", "4", "--max-size", "2MiB", "--seed",
+                   str(self.seed % 1000))
+        self.serve(*account)
+        self.sandbox.fault("storage:*:rate=3MB")
+        self.check_arrival(account, longest=0.5)
+
+    def test_also_on_another_volume(self):
+        other = pathlib.Path("/dev/shm")
+        if not other.is_dir() or other.stat().st_dev == self.home.stat().st_dev or shutil.disk_usage(other).free < 1 << 29:
+            self.skipTest("/dev/shm is no other volume with room on this machine")
+        self.downloads = pathlib.Path(tempfile.mkdtemp(dir=other))
+        self.addCleanup(shutil.rmtree, self.downloads)
+        account = ("--files", "16", "--folders", "2", "--min-size", "4MiB", "--max-size", "16MiB", "--seed",
+                   str(self.seed % 1000))
+        self.serve(*account)
+        self.check_arrival(account, longest=0.15)
