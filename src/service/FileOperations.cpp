@@ -1,9 +1,9 @@
 // The operations of PutIOAPI on the files of the account.
 
-#include <algorithm>
 #include <variant>
 
 #include "service/APIError.h"
+#include "service/IDList.h"
 #include "service/MultipartUpload.h"
 #include "service/PutIOAPI.h"
 #include "service/PutIOFileList.h"
@@ -12,15 +12,6 @@
 
 namespace tovri {
 namespace {
-
-std::string joined(const std::vector<std::int64_t>& fileIDs) {
-    std::string text;
-    for (const std::int64_t id : fileIDs) {
-        if (!text.empty()) text += ',';
-        text += std::to_string(id);
-    }
-    return text;
-}
 
 // The service keeps no torrent file: it starts a transfer and answers with that.
 Error uploadFailure(Error decoderError, std::string_view body) {
@@ -50,18 +41,12 @@ Task<Result<std::string>> PutIOAPI::getDownloadURL(std::int64_t fileID, std::sto
 }
 
 Task<Result<void>> PutIOAPI::deleteFiles(std::vector<std::int64_t> fileIDs, std::stop_token stop) {
-    Parameters parameters{{"file_ids", joined(fileIDs)}};
-    Result<StatusResponse> done =
-        co_await post<StatusResponse>("/files/delete", std::move(parameters), std::move(stop));
-    if (!done) co_return failure(done);
-    co_return Result<void>();
+    return command("/files/delete", {{"file_ids", joinedIDs(fileIDs)}}, std::move(stop));
 }
 
 Task<Result<void>> PutIOAPI::moveFiles(std::vector<std::int64_t> fileIDs, std::int64_t parentID, std::stop_token stop) {
-    Parameters parameters{{"file_ids", joined(fileIDs)}, {"parent_id", std::to_string(parentID)}};
-    Result<StatusResponse> done = co_await post<StatusResponse>("/files/move", std::move(parameters), std::move(stop));
-    if (!done) co_return failure(done);
-    co_return Result<void>();
+    Parameters parameters{{"file_ids", joinedIDs(fileIDs)}, {"parent_id", std::to_string(parentID)}};
+    return command("/files/move", std::move(parameters), std::move(stop));
 }
 
 Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, std::int64_t parentID, UploadProgress progress,

@@ -32,6 +32,13 @@ Result<void> PutIOAPI::validate(const HTTPResponse& response, const std::string&
     return failure(APIError::httpError(response.status));
 }
 
+Task<Result<void>> PutIOAPI::command(std::string path, Parameters parameters, std::stop_token stop) {
+    Result<StatusResponse> done =
+        co_await post<StatusResponse>(std::move(path), std::move(parameters), std::move(stop));
+    if (!done) co_return failure(done);
+    co_return Result<void>();
+}
+
 Task<Result<PutIOAPI::ServiceAnswer>> PutIOAPI::sendGet(std::string path, Parameters parameters, std::stop_token stop) {
     HTTPRequest request;
     request.url = baseURL_ + path;

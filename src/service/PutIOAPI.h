@@ -22,7 +22,9 @@
 #include "service/JSONField.h"
 #include "service/PutIOFile.h"
 #include "service/PutIOFileList.h"
+#include "service/RSSFeed.h"
 #include "service/ServiceHosts.h"
+#include "service/Transfer.h"
 
 namespace tovri {
 
@@ -99,6 +101,32 @@ public:
     Task<Result<PutIOFile>> uploadFile(std::filesystem::path file, std::int64_t parentID, UploadProgress progress,
                                        std::stop_token stop);
 
+    // In the service's order.
+    Task<Result<std::vector<Transfer>>> listTransfers(std::stop_token stop);
+
+    // Has the service fetch a magnet link or an address into a folder, and unpack the archives among what came.
+    Task<Result<Transfer>> addTransfer(std::string url, std::int64_t saveParentID, bool extract, std::stop_token stop);
+
+    Task<Result<void>> cancelTransfers(std::vector<std::int64_t> transferIDs, std::stop_token stop);
+
+    Task<Result<Transfer>> retryTransfer(std::int64_t transferID, std::stop_token stop);
+
+    // Takes the finished ones off the list; what they fetched stays.
+    Task<Result<void>> cleanTransfers(std::stop_token stop);
+
+    // In the service's order.
+    Task<Result<std::vector<RSSFeed>>> listFeeds(std::stop_token stop);
+
+    Task<Result<RSSFeed>> createFeed(NewRSSFeed feed, std::stop_token stop);
+
+    Task<Result<void>> updateFeed(RSSFeedUpdate update, std::stop_token stop);
+
+    Task<Result<void>> deleteFeed(std::int64_t feedID, std::stop_token stop);
+
+    Task<Result<void>> pauseFeed(std::int64_t feedID, std::stop_token stop);
+
+    Task<Result<void>> resumeFeed(std::int64_t feedID, std::stop_token stop);
+
     [[nodiscard]] const std::string& baseURL() const { return baseURL_; }
 
     [[nodiscard]] const ServiceHosts& hosts() const { return hosts_; }
@@ -113,6 +141,9 @@ private:
         std::shared_ptr<const std::string> body;  // shared with the thread that decodes it
         std::string token;                        // with which the request was sent
     };
+
+    // A POST whose answer says nothing but that it was done.
+    Task<Result<void>> command(std::string path, Parameters parameters, std::stop_token stop);
 
     Task<Result<ServiceAnswer>> sendGet(std::string path, Parameters parameters, std::stop_token stop);
     Task<Result<ServiceAnswer>> sendPost(std::string path, Parameters parameters, std::stop_token stop);

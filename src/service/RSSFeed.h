@@ -35,6 +35,26 @@ struct RSSFeed {
     }
 };
 
+// What a feed is made from.
+struct NewRSSFeed {
+    std::string title;
+    std::string rssSourceURL;
+    std::int64_t parentDirID = 0;
+    std::string keyword = {};
+    bool dontProcessWholeFeed = false;
+    bool deleteOldFiles = false;
+};
+
+// What the service changes of a feed. All of it is sent, so what shall stay is given as it is; only the title may be
+// left out.
+struct RSSFeedUpdate {
+    std::int64_t id = 0;
+    std::optional<std::string> title = std::nullopt;
+    std::string keyword = {};
+    bool dontProcessWholeFeed = false;
+    bool deleteOldFiles = false;
+};
+
 struct RSSFeedListResponse {
     std::optional<std::vector<RSSFeed>> feeds;  // none means that there are none
     std::string status;

@@ -43,6 +43,12 @@ public:
         return std::move(**result);
     }
 
+    // "POST /transfers/cancel transfer_ids=7,9"
+    [[nodiscard]] std::string lastRequest() const {
+        const HTTPRequest& request = http.requests.back();
+        return request.method + " " + request.url.substr(api.baseURL().size()) + " " + request.body;
+    }
+
     [[nodiscard]] std::stop_token never() const { return {}; }
 
     VirtualLoop loop;

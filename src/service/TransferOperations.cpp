@@ -1,0 +1,41 @@
+// The operations of PutIOAPI on the transfers that the service runs for the account.
+
+#include "service/IDList.h"
+#include "service/PutIOAPI.h"
+
+namespace tovri {
+
+Task<Result<std::vector<Transfer>>> PutIOAPI::listTransfers(std::stop_token stop) {
+    Result<TransferListResponse> list = co_await get<TransferListResponse>("/transfers/list", {}, std::move(stop));
+    if (!list) co_return failure(list);
+    co_return std::move(list->transfers);
+}
+
+Task<Result<Transfer>> PutIOAPI::addTransfer(std::string url, std::int64_t saveParentID, bool extract,
+                                             std::stop_token stop) {
+    Parameters parameters{{"url", std::move(url)}};
+    if (saveParentID != 0) parameters["save_parent_id"] = std::to_string(saveParentID);
+    if (extract) parameters["extract"] = "true";
+    Result<TransferAddResponse> added =
+        co_await post<TransferAddResponse>("/transfers/add", std::move(parameters), std::move(stop));
+    if (!added) co_return failure(added);
+    co_return std::move(added->transfer);
+}
+
+Task<Result<void>> PutIOAPI::cancelTransfers(std::vector<std::int64_t> transferIDs, std::stop_token stop) {
+    return command("/transfers/cancel", {{"transfer_ids", joinedIDs(transferIDs)}}, std::move(stop));
+}
+
+Task<Result<Transfer>> PutIOAPI::retryTransfer(std::int64_t transferID, std::stop_token stop) {
+    Parameters parameters{{"id", std::to_string(transferID)}};
+    Result<TransferAddResponse> retried =
+        co_await post<TransferAddResponse>("/transfers/retry", std::move(parameters), std::move(stop));
+    if (!retried) co_return failure(retried);
+    co_return std::move(retried->transfer);
+}
+
+Task<Result<void>> PutIOAPI::cleanTransfers(std::stop_token stop) {
+    return command("/transfers/clean", {}, std::move(stop));
+}
+
+}  // namespace tovri
