@@ -1,0 +1,172 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "base/Signal.h"
+#include "base/TaskScope.h"
+#include "base/UUID.h"
+#include "platform/Platform.h"
+#include "screens/files/DisplayedFiles.h"
+#include "service/PutIOAPI.h"
+
+namespace tovri {
+
+// One step of the path from the root folder to the one that is shown.
+struct Breadcrumb {
+    std::int64_t id = 0;
+    std::string name;
+
+    bool operator==(const Breadcrumb&) const = default;
+};
+
+// A local file on its way into a put.io folder.
+struct PendingUpload {
+    UUID id;
+    std::string name;  // of the local file
+    std::int64_t folderID = 0;
+
+    bool operator==(const PendingUpload&) const = default;
+};
+
+using FileIDs = std::unordered_set<std::int64_t>;
+
+// What the file browser shows: one put.io folder, the way to it, the selection, the uploads. Owned by the application
+// object and older than any screen, so that the browser is found as it was left. Decides nothing about texts.
+class FileBrowserState {
+public:
+    enum class Field {
+        files,
+        breadcrumbs,
+        selectedFiles,
+        sortOrder,
+        searchText,
+        isLoading,
+        error,
+        isUploading,
+        hasLoaded,
+        uploadTotal,
+        pendingUploads,
+    };
+
+    // A listing as it was received. Whoever holds it keeps it as it is.
+    using Listing = std::shared_ptr<const std::vector<PutIOFile>>;
+
+    // What `platform` names outlives the state.
+    explicit FileBrowserState(const Platform& platform);
+
+    // `api` outlives the state. Nothing loads or uploads before.
+    void configure(PutIOAPI& api) { api_ = &api; }
+
+    // --- What is shown ---
+
+    // In the service's order.
+    [[nodiscard]] const std::vector<PutIOFile>& files() const { return *files_; }
+
+    [[nodiscard]] const Listing& listing() const { return files_; }
+
+    [[nodiscard]] const std::vector<Breadcrumb>& breadcrumbs() const { return breadcrumbs_; }
+
+    [[nodiscard]] std::int64_t currentFolderID() const;
+
+    [[nodiscard]] const FileIDs& selectedFiles() const { return selectedFiles_; }
+
+    [[nodiscard]] SortOrder sortOrder() const { return sortOrder_; }
+
+    [[nodiscard]] const std::string& searchText() const { return searchText_; }
+
+    [[nodiscard]] bool isLoading() const { return isLoading_; }
+
+    // Why the last load of this folder failed.
+    [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
+
+    // Whether any load has succeeded.
+    [[nodiscard]] bool hasLoaded() const { return hasLoaded_; }
+
+    // The listing, filtered and sorted. The pointers are good as long as the present listing() is held.
+    [[nodiscard]] std::vector<const PutIOFile*> displayedFiles(const TextCollation& collation) const;
+
+    void setSelectedFiles(FileIDs ids);
+    void setSortOrder(SortOrder order);
+    void setSearchText(std::string text);
+
+    // Loads the current folder. A newer load supersedes it at any time: what it brings then is dropped.
+    void loadFiles();
+
+    void navigateInto(const PutIOFile& folder);
+
+    // Back to the breadcrumb; the last one loads its folder again, one that does not exist does nothing.
+    void navigateToBreadcrumb(std::size_t index);
+
+    // Back to an empty root, for another user. What is being loaded is dropped.
+    void reset();
+
+    // --- Uploads ---
+
+    [[nodiscard]] bool isUploading() const { return isUploading_; }
+
+    // How many files the present batch has had, counted until its last one has ended.
+    [[nodiscard]] std::int64_t uploadTotal() const { return uploadTotal_; }
+
+    [[nodiscard]] const std::vector<PendingUpload>& pendingUploads() const { return pendingUploads_; }
+
+    [[nodiscard]] double uploadProgress() const;
+
+    // Starts all at once. The folder is loaded again after each that arrived, if it is the one shown.
+    void uploadFiles(const std::vector<std::filesystem::path>& files, std::int64_t folderID);
+
+    void cancelUpload(const PendingUpload& upload);
+
+    // Told after the state is consistent, only when the value differs.
+    Subscription onChange(std::function<void(Field)> tell) { return changes_.subscribe(std::move(tell)); }
+
+    // An upload failed; the message is for the user. A cancelled one is not told.
+    Subscription onUploadFailure(std::function<void(std::string message)> tell) {
+        return uploadFailures_.subscribe(std::move(tell));
+    }
+
+private:
+    template <class T>
+    void assign(Field field, T& member, T value);
+
+    void tellChanges();
+    void setFiles(std::vector<PutIOFile> files);
+    Task<> load(std::int64_t folderID, UUID request);
+    Task<> upload(std::filesystem::path file, PendingUpload pending, std::stop_token stop);
+    Task<> loadAgainLater(std::int64_t folderID, std::stop_token stop);
+    void finishUpload(const PendingUpload& upload);
+    void loadAfterUpload(std::int64_t folderID);
+
+    MainLoop& loop_;
+    RandomSource& random_;
+    PutIOAPI* api_ = nullptr;
+
+    Listing files_;
+    std::vector<Breadcrumb> breadcrumbs_;
+    FileIDs selectedFiles_;
+    SortOrder sortOrder_ = SortOrder::name;
+    std::string searchText_;
+    bool isLoading_ = false;
+    std::optional<std::string> error_;
+    bool isUploading_ = false;
+    bool hasLoaded_ = false;
+    UUID currentLoadRequestID_;  // of the newest load
+    std::int64_t uploadTotal_ = 0;
+    std::vector<PendingUpload> pendingUploads_;               // in the order of their start
+    std::unordered_map<UUID, std::stop_source> uploadTasks_;  // by PendingUpload::id
+    std::vector<Field> changed_;                              // assigned, not told yet
+    Signal<Field> changes_;
+    Signal<std::string> uploadFailures_;
+    TaskScope scope_;
+};
+
+}  // namespace tovri
