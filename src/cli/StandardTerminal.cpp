@@ -6,8 +6,8 @@
 #include <cstdlib>
 #include <utility>
 
-#include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace tovri::cli {
@@ -27,6 +27,13 @@ bool localeHasUnicode() {
     return false;
 }
 
+bool isSamePlace(int one, int other) {
+    struct stat first{};
+    struct stat second{};
+    return ::fstat(one, &first) == 0 && ::fstat(other, &second) == 0 && first.st_dev == second.st_dev &&
+           first.st_ino == second.st_ino;
+}
+
 }  // namespace
 
 struct StandardTerminal::Question {
@@ -39,7 +46,13 @@ StandardTerminal::StandardTerminal(Events events)
       showsOutput_(::isatty(STDOUT_FILENO) == 1 && environment("TERM") != "dumb"),
       showsMessages_(::isatty(STDERR_FILENO) == 1),
       hasColor_(showsOutput_ && environment("NO_COLOR").empty()),
-      hasUnicode_(localeHasUnicode()) {}
+      hasUnicode_(localeHasUnicode()),
+      output_(STDOUT_FILENO, events_.onWritable) {
+    output_.onCaughtUp([this] { didCatchUp(); });
+    if (isSamePlace(STDOUT_FILENO, STDERR_FILENO)) return;
+    messages_.emplace(STDERR_FILENO, events_.onWritable);
+    messages_->onCaughtUp([this] { didCatchUp(); });
+}
 
 StandardTerminal::~StandardTerminal() {
     restore();
@@ -84,12 +97,18 @@ void StandardTerminal::showLive(std::vector<std::string> lines) {
         hiddenLive_ = std::move(lines);
         return;
     }
+    lateLive_.reset();
     if (lines.empty() && live_.isEmpty()) return;
+    if (!lines.empty() && isBehind()) {
+        lateLive_ = std::move(lines);
+        return;
+    }
     write(STDOUT_FILENO, live_.replace(std::move(lines), size().columns));
 }
 
 Subscription StandardTerminal::ask(std::string_view question, Echo echo, LineReceiver done) {
-    hiddenLive_ = live_.lines();
+    hiddenLive_ = lateLive_.value_or(live_.lines());
+    lateLive_.reset();
     if (!live_.isEmpty()) write(STDOUT_FILENO, live_.replace({}, size().columns));
     write(STDERR_FILENO, question);
     termios state{};
@@ -148,18 +167,18 @@ void StandardTerminal::restore() {
 }
 
 void StandardTerminal::write(int descriptor, std::string_view text) {
-    while (!text.empty() && !isBroken_[descriptor]) {
-        const ssize_t count = ::write(descriptor, text.data(), text.size());
-        if (count >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(count));
-        } else if (errno == EAGAIN) {
-            pollfd waiting{descriptor, POLLOUT, 0};
-            ::poll(&waiting, 1, -1);
-        } else if (errno != EINTR) {
-            isBroken_[descriptor] = true;
-            hasLostOutput_ = hasLostOutput_ || (errno != EPIPE && descriptor == STDOUT_FILENO);
-        }
-    }
+    (descriptor == STDERR_FILENO && messages_ ? *messages_ : output_).write(text);
+}
+
+void StandardTerminal::whenTaken(std::function<void()> job) {
+    taken_ = std::move(job);
+    didCatchUp();
+}
+
+void StandardTerminal::didCatchUp() {
+    if (lateLive_ && !output_.isBehind()) showLive(*std::exchange(lateLive_, std::nullopt));
+    if (output_.isBehind() || (messages_ && messages_->isBehind())) return;
+    if (const auto job = std::exchange(taken_, nullptr)) job();
 }
 
 }  // namespace tovri::cli

@@ -10,7 +10,8 @@
 
 namespace tovri::cli {
 
-// Where the program's text goes to and the user's comes from. Quiet where nobody reads any more.
+// Where the program's text goes to and the user's comes from. Nothing here waits for a slow reader. Quiet where nobody
+// reads any more.
 class Terminal {
 public:
     struct Size {
@@ -31,6 +32,9 @@ public:
     [[nodiscard]] virtual bool hasUnicode() const = 0;
     [[nodiscard]] virtual Size size() const = 0;
     virtual Subscription onResize(std::function<void()> tell) = 0;
+
+    // Whether the reader is slow and lines wait for it. What is true for a moment only is better not printed then.
+    [[nodiscard]] virtual bool isBehind() const = 0;
 
     // A line of data on standard output, a line for the user on standard error; without the line break at their end.
     virtual void print(std::string_view line) = 0;

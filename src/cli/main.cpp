@@ -1,3 +1,4 @@
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -75,6 +76,9 @@ public:
               {[this](int descriptor, std::function<void()> tell) {
                    return loop_.watch(descriptor, PosixMainLoop::Readiness::readable, std::move(tell));
                },
+               [this](int descriptor, std::function<void()> tell) {
+                   return loop_.watch(descriptor, PosixMainLoop::Readiness::writable, std::move(tell));
+               },
                [this](int signal, std::function<void()> tell) { return loop_.onSignal(signal, std::move(tell)); }}),
           log_(loop_, terminal_,
                invocation_.has("--json") ? TerminalLog::Stream::messages : TerminalLog::Stream::output),
@@ -98,26 +102,23 @@ public:
                    folders_.configuration} {}
 
     ExitCode run() {
-        std::optional<DataFolderLock> lock;
-        if (definitionOf(context_.invocation.command).queue == QueueUse::owns) {
-            Result<DataFolderLock> held = DataFolderLock::acquire(folders_.standard.applicationData, programName);
-            if (!held) {
-                context_.complain(held.error());
-                return ExitCode::failure;
-            }
-            lock.emplace(std::move(*held));
-        }
-        preferences_.refreshDownloadFolderBookmark();
-        command_ = makeCommand(context_);
         const Subscription signals[] = {onEnding(SIGINT), onEnding(SIGTERM), onEnding(SIGHUP)};
-        tasks_.emplace();
-        tasks_->start(work());
+        std::optional<Result<DataFolderLock>> lock;
+        if (definitionOf(context_.invocation.command).queue == QueueUse::owns)
+            lock = DataFolderLock::acquire(folders_.standard.applicationData, programName);
+        if (lock && !*lock) {
+            context_.complain(lock->error());
+            end(ExitCode::failure);
+        } else {
+            preferences_.refreshDownloadFolderBookmark();
+            command_ = makeCommand(context_);
+            tasks_.emplace();
+            tasks_->start(work());
+        }
         loop_.run();
         tasks_.reset();
         command_.reset();
-        if (!terminal_.hasLostOutput()) return code_;
-        context_.complain("standard output could not be written; is the disk full?");
-        return code_ == ExitCode::success ? ExitCode::failure : code_;
+        return code_;
     }
 
 private:
@@ -153,11 +154,22 @@ private:
         return loop_.onSignal(signal, [this] { interrupt(); });
     }
 
-    // After the diagnostic lines that wait.
+    // After the diagnostic lines that wait, and when the readers have taken all; an interrupted program has no time.
     void end(ExitCode code) {
+        hasEnded_ = true;
         loop_.post([this, code] {
             code_ = code;
-            loop_.quit();
+            quitWhenTaken();
+            if (isInterrupted_) patience_ = loop_.schedule(std::chrono::milliseconds(200), [this] { loop_.quit(); });
+        });
+    }
+
+    void quitWhenTaken() {
+        terminal_.whenTaken([this] {
+            if (!terminal_.hasLostOutput() || std::exchange(hasToldLoss_, true)) return loop_.quit();
+            context_.complain("standard output could not be written; is the disk full?");
+            if (code_ == ExitCode::success) code_ = ExitCode::failure;
+            quitWhenTaken();
         });
     }
 
@@ -170,6 +182,7 @@ private:
         }
         std::signal(SIGALRM, endAtTheLatest);
         ::ualarm(950'000, 950'000);
+        if (hasEnded_) return end(ExitCode::interrupted);
         command_->interrupt([this] { end(ExitCode::interrupted); });
     }
 
@@ -197,8 +210,11 @@ private:
     PutIOAPI api_;
     CommandContext context_;
     ExitCode code_ = ExitCode::failure;
+    bool hasEnded_ = false;  // the command; its output may still wait for a reader
     bool isInterrupted_ = false;
+    bool hasToldLoss_ = false;
     std::unique_ptr<Command> command_;
+    Subscription patience_;
     std::optional<TaskScope> tasks_;
 };
 

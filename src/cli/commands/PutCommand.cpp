@@ -74,6 +74,7 @@ void PutCommand::tellProgress(const std::string& name, ByteCount sent, ByteCount
     const double seconds = std::chrono::duration<double>(now - began_).count();
     const auto speed = static_cast<ByteCount>(static_cast<double>(sent) / seconds);
     if (isJSON) {
+        if (context_.terminal.isBehind()) return;
         JSON json;
         json.beginObject().field("event", "progress").field("name", unicodeText(name)).field("bytes", sent);
         return context_.terminal.print(json.field("size", total).field("speed", speed).endObject().line());

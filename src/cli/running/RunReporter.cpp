@@ -39,6 +39,7 @@ public:
         if (change.kind != QueueChange::Kind::progress || timer_.isActive()) return;
         timer_ = view_.loop.schedule(std::chrono::seconds(1), [this] {
             timer_.reset();
+            if (view_.terminal.isBehind()) return;
             for (const DownloadPointer& item : view_.downloads.downloads().withStatus(Status::downloading))
                 print(progressJSON(*item));
         });

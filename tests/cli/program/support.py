@@ -97,6 +97,17 @@ class ProgramTest(unittest.TestCase):
             if stream:
                 stream.close()
 
+    def full_pipe(self):
+        """A pipe that takes nothing more, with how many bytes its reader finds in front."""
+        reader, writer = os.pipe()
+        self.addCleanup(os.close, reader)
+        self.addCleanup(os.close, writer)
+        fcntl.fcntl(writer, fcntl.F_SETPIPE_SZ, 4096)
+        os.set_blocking(writer, False)
+        filled = os.write(writer, b"." * 4096)
+        os.set_blocking(writer, True)
+        return reader, writer, filled
+
     def run_cli(self, *arguments, status=0, given=None):
         """Runs the program to its end and returns its two outputs."""
         done = subprocess.run([CLI, *arguments], env=self.environment, cwd=self.home, text=True, capture_output=True,
@@ -116,10 +127,11 @@ class ProgramTest(unittest.TestCase):
             self.assertLess(time.monotonic(), deadline, f"waited in vain for {what}")
             time.sleep(0.02)
 
+    def partial_bytes(self):
+        return sum(f.stat().st_size for f in list(self.data.glob("Partial/*")) if f.exists())
+
     def wait_for_partial_bytes(self, least):
-        def arrived():
-            return sum(f.stat().st_size for f in list(self.data.glob("Partial/*")) if f.exists()) >= least
-        self.wait_until(arrived, "the first bytes")
+        self.wait_until(lambda: self.partial_bytes() >= least, "the first bytes")
 
     def assert_tree(self, account=None):
         """Every file of the account's folder has arrived byte for byte, and nothing else is there or left behind."""

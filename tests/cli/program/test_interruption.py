@@ -1,6 +1,7 @@
 """Ctrl-C and its kind: quick, and nothing that has arrived is fetched again."""
 
 import json
+import os
 import signal
 import subprocess
 import time
@@ -84,6 +85,33 @@ class Interruption(ProgramTest):
             time.sleep(0.3)
             process.send_signal(signal.SIGINT)
             self.assertEqual(process.wait(2), 130)
+
+    def test_a_reader_that_stands_still_does_not_hold_ctrl_c_up(self):
+        self.serve()
+        self.sandbox.fault("storage:*:rate=1MiB")
+        _, full, _ = self.full_pipe()
+        for streams in ({"stdout": full}, {"stdout": full, "stderr": full}):
+            before = self.partial_bytes()
+            process = self.start("get", "/Generated", "--to", str(self.downloads), **streams)
+            self.wait_for_partial_bytes(before + (1 << 20))
+            began = time.monotonic()
+            process.send_signal(signal.SIGINT)
+            self.assertEqual(process.wait(10), 130)
+            self.assertLess(time.monotonic() - began, 2)
+            if process.stderr:
+                self.assertIn("tovri-cli run", process.stderr.read())
+            self.assertEqual({item["status"] for item in self.queue()}, {"downloading"})
+        self.sandbox.call("DELETE", "faults")
+        self.run_cli("run")
+        self.assert_tree()
+
+        process = self.start("ls", "/Generated", stdout=full)  # has done its work, and waits for its reader alone
+        self.wait_until(lambda: len(self.sandbox.requests(path="list")) > 2, "the listing")
+        with self.assertRaises(subprocess.TimeoutExpired):
+            process.wait(0.5)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(1), 130)
+        self.assertTrue(os.get_blocking(full))
 
     def test_an_upload_leaves_nothing_behind(self):
         self.serve("--fault", "upload:*:delay=5")

@@ -4,6 +4,7 @@ import json
 import os
 import re
 import subprocess
+import time
 import unicodedata
 
 from support import CLI, ProgramTest, Terminal
@@ -103,6 +104,33 @@ class Outputs(ProgramTest):
         self.assertEqual(len(json.loads(self.run_cli("ls", "/Generated", "--json")[0])["files"]), 40)
         for command in ("queue", "status", "config"):
             json.loads(self.run_cli(command, "--json")[0])
+
+    def test_files_arrive_while_nobody_reads_about_them(self):
+        self.serve()
+        reader, full, filled = self.full_pipe()
+        process = self.start("get", "/Generated", "--to", str(self.downloads), stdout=full, stderr=full)
+        self.wait_until(lambda: len(list(self.downloads.glob("*/*"))) == 40, "the files")
+        with self.assertRaises(subprocess.TimeoutExpired):
+            process.wait(0.5)
+        self.assertTrue(os.get_blocking(full))
+        text = b""
+        while b" arrived" not in text:
+            text += os.read(reader, 1000)
+        self.assertEqual(process.wait(10), 0)
+        lines = text[filled:].decode().splitlines()
+        self.assertEqual(sum(line.startswith("Arrived: ") for line in lines), 40)
+        self.assertTrue(lines[-1].startswith("40 arrived"), lines[-1])
+        self.assert_tree()
+
+    def test_a_terminal_that_stands_still_catches_up(self):
+        self.serve("--files", "600", "--folders", "0", "--max-size", "1KiB")
+        terminal = self.on_terminal("get", "/Generated", "--to", str(self.downloads))
+        self.wait_until(lambda: len(list(self.downloads.glob("*/*"))) == 600, "the files")
+        time.sleep(0.5)
+        self.assertEqual(os.waitpid(terminal.pid, os.WNOHANG), (0, 0))
+        self.assertEqual(terminal.finish(), 0)
+        self.assertEqual(terminal.text.count("Arrived: "), 600)
+        self.assertIn("600 arrived", terminal.text)
 
     def test_a_broken_pipe_is_no_event(self):
         self.serve()
