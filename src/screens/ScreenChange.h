@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+
+namespace tovri {
+
+// What changed on a screen. Told after the change; the rows are then as told so far.
+struct ScreenChange {
+    enum class Kind {
+        reset,     // all rows are to be read again
+        inserted,  // `count` rows from `first` on are new
+        removed,   // `count` rows from `first` on are gone
+        changed,   // `count` rows from `first` on look different
+        chrome,    // anything beside the rows
+    };
+    Kind kind = Kind::chrome;
+    std::size_t first = 0;
+    std::size_t count = 0;
+
+    bool operator==(const ScreenChange&) const = default;
+};
+
+}  // namespace tovri

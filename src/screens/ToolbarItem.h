@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tovri {
+
+// One thing in a toolbar. `Action` is what the screen's perform() takes.
+template <class Action>
+struct ToolbarItem {
+    enum class Kind : std::uint8_t {
+        button,
+        menu,         // one of `choices` holds
+        progress,     // turns while it is visible
+        searchField,  // `title` is its prompt
+    };
+
+    struct Choice {
+        Action action;
+        std::string title;
+        bool isChosen = false;
+    };
+
+    Kind kind = Kind::button;
+    std::optional<Action> action;  // of a button
+    std::string title;
+    std::string_view symbol = {};  // static text, or empty
+    std::string help = {};         // tooltip, or empty
+    bool isEnabled = true;
+    bool isVisible = true;
+    std::vector<Choice> choices = {};
+};
+
+}  // namespace tovri

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Workspace.h"
+
+namespace tovri::test {
+
+// Keeps what was asked of the desktop.
+class FakeWorkspace final : public Workspace {
+public:
+    void openWebAddress(const std::string& url) override { openedAddresses.push_back(url); }
+
+    void revealFile(const std::filesystem::path& file) override { revealedFiles.push_back(file); }
+
+    void openFile(const std::filesystem::path& file) override { openedFiles.push_back(file); }
+
+    [[nodiscard]] std::optional<std::string> clipboardText() override { return clipboard; }
+
+    void setClipboardText(const std::string& text) override { clipboard = text; }
+
+    std::vector<std::string> openedAddresses;
+    std::vector<std::filesystem::path> revealedFiles;
+    std::vector<std::filesystem::path> openedFiles;
+    std::optional<std::string> clipboard;
+};
+
+}  // namespace tovri::test
