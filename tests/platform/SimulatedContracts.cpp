@@ -1,8 +1,10 @@
 #include "platform/FileManagerContract.h"
 #include "platform/MainLoopContract.h"
 #include "platform/StoreContracts.h"
+#include "platform/TextCollationContract.h"
 #include "support/MemoryFileManager.h"
 #include "support/MemoryStores.h"
+#include "support/PlainTextCollation.h"
 #include "support/VirtualLoop.h"
 
 namespace tovri::test {
@@ -47,6 +49,7 @@ INSTANTIATE_TEST_SUITE_P(Memory, FileManagerContract, make<MemoryWorld>());
 INSTANTIATE_TEST_SUITE_P(Virtual, MainLoopContract, make<VirtualWorld>());
 INSTANTIATE_TEST_SUITE_P(Memory, CredentialStoreContract, make<MemoryCredentialStore>());
 INSTANTIATE_TEST_SUITE_P(Memory, UserDefaultsContract, make<MemoryUserDefaults>());
+INSTANTIATE_TEST_SUITE_P(Plain, TextCollationContract, make<PlainTextCollation>());
 
 }  // namespace
 }  // namespace tovri::test
