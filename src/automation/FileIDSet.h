@@ -1,0 +1,60 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <initializer_list>
+#include <utility>
+#include <vector>
+
+namespace tovri {
+
+// A set of put.io file IDs in ascending order. One run of memory: a rule may know a hundred thousand files, and its
+// sets are copied with every save.
+class FileIDSet {
+public:
+    FileIDSet() = default;
+
+    FileIDSet(std::initializer_list<std::int64_t> ids) : FileIDSet(std::vector(ids)) {}
+
+    // In any order; an ID that occurs twice counts once.
+    explicit FileIDSet(std::vector<std::int64_t> ids) : ids_(std::move(ids)) {
+        if (!std::ranges::is_sorted(ids_)) std::ranges::sort(ids_);
+        const auto repeated = std::ranges::unique(ids_);
+        ids_.erase(repeated.begin(), repeated.end());
+    }
+
+    [[nodiscard]] bool contains(std::int64_t id) const { return std::ranges::binary_search(ids_, id); }
+
+    // Whether it was not there yet.
+    bool insert(std::int64_t id) {
+        const auto place = std::ranges::lower_bound(ids_, id);
+        if (place != ids_.end() && *place == id) return false;
+        ids_.insert(place, id);
+        return true;
+    }
+
+    // Whether it was there.
+    bool erase(std::int64_t id) {
+        const auto place = std::ranges::lower_bound(ids_, id);
+        if (place == ids_.end() || *place != id) return false;
+        ids_.erase(place);
+        return true;
+    }
+
+    void clear() { ids_.clear(); }
+
+    [[nodiscard]] std::size_t size() const { return ids_.size(); }
+
+    [[nodiscard]] bool isEmpty() const { return ids_.empty(); }
+
+    [[nodiscard]] auto begin() const { return ids_.begin(); }
+
+    [[nodiscard]] auto end() const { return ids_.end(); }
+
+    bool operator==(const FileIDSet&) const = default;
+
+private:
+    std::vector<std::int64_t> ids_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,165 @@
+#include "automation/SyncManager.h"
+
+#include <algorithm>
+#include <iterator>
+#include <set>
+#include <utility>
+
+namespace tovri {
+
+using Status = Download::Status;
+
+bool isSettled(Status status) {
+    return (isFinished(status) && status != Status::failed) || status == Status::deleting;
+}
+
+namespace {
+
+// A loss of power takes what was not yet on the disk of a file that stays on put.io: all of it, or its end.
+bool hasLostItsFile(const Download& item, FileManager& files) {
+    if (item.status != Status::completed || item.deleteAfterDownload || !item.resolvedURL) return false;
+    const auto size = files.fileSize(*item.resolvedURL);
+    return !size || *size < std::min(item.fileSize, item.bytesDownloaded);
+}
+
+}  // namespace
+
+SyncManager::SyncManager(const Platform& platform)
+    : platform_(platform), store_(platform), rules_(store_.load()), self_(std::make_shared<SyncManager*>(this)) {
+    for (SyncRule& rule : rules_) rule.revision = 1;
+}
+
+SyncManager::~SyncManager() {
+    changes_ = {};  // nobody is told how the passes under way end
+}
+
+void SyncManager::configure(PutIOAPI& api, DownloadManager& downloadManager) {
+    api_ = &api;
+    downloadManager_ = &downloadManager;
+    downloadManager.setOnSyncFileSettled([held = std::weak_ptr(self_)](const UUID& rule, std::int64_t fileID) {
+        if (const auto self = held.lock()) (*self)->fileSettled(rule, fileID);
+    });
+    watching_ = downloadManager.onChange([this](const QueueChange& change) {
+        // A file that put.io is going to lose is durable already.
+        if (change.kind != QueueChange::Kind::status || change.item->status != Status::completed) return;
+        if (change.item->syncRuleID && !change.item->deleteAfterDownload && change.item->resolvedURL)
+            store_.writeAfter(*change.item->resolvedURL);
+    });
+    settleUnseen();
+}
+
+// --- Rules ---
+
+std::optional<std::size_t> SyncManager::indexOf(const UUID& id) const {
+    const auto found = std::ranges::find(rules_, id, &SyncRule::id);
+    if (found == rules_.end()) return std::nullopt;
+    return static_cast<std::size_t>(found - rules_.begin());
+}
+
+const SyncRule* SyncManager::find(const UUID& id) const {
+    const auto index = indexOf(id);
+    return index ? &rules_[*index] : nullptr;
+}
+
+void SyncManager::addRule(SyncRule rule) {
+    const UUID id = rule.id;
+    rule.isInitialized = false;
+    rule.revision = 1;
+    ++beginnings_[id];
+    rules_.push_back(std::move(rule));
+    save();
+    changes_.tell({SyncChange::Kind::ruleAdded, rules_.size() - 1});
+    scope_.start(runInventory(id));
+}
+
+void SyncManager::updateRule(SyncRule rule) {
+    const auto index = indexOf(rule.id);
+    if (!index) return;
+    SyncRule& stored = rules_[*index];
+    const UUID id = rule.id;
+    const bool isOtherFolder = rule.putioFolderID != stored.putioFolderID;
+    if (isOtherFolder) {
+        rule.knownFileIDs.clear();
+        rule.pendingFileIDs.clear();
+        rule.isInitialized = false;
+        rule.lastSyncDate.reset();
+        ++beginnings_[id];
+    } else if (rule.revision != 0 && rule.revision != stored.revision) {
+        rule.knownFileIDs = std::move(stored.knownFileIDs);
+        rule.pendingFileIDs = std::move(stored.pendingFileIDs);
+        rule.isInitialized = stored.isInitialized;
+        rule.lastSyncDate = stored.lastSyncDate;
+    }
+    rule.revision = stored.revision + 1;
+    stored = std::move(rule);
+    save();
+    changes_.tell({SyncChange::Kind::ruleChanged, *index});
+    if (isOtherFolder) scope_.start(runInventory(id));
+}
+
+void SyncManager::deleteRule(const UUID& id) {
+    while (const auto index = indexOf(id)) {
+        rules_.erase(rules_.begin() + static_cast<std::ptrdiff_t>(*index));
+        changes_.tell({SyncChange::Kind::ruleRemoved, *index});
+    }
+    save();
+}
+
+// --- What settles ---
+
+void SyncManager::fileSettled(const UUID& rule, std::int64_t fileID) {
+    const std::vector<std::size_t> changed = settle(rule, fileID);
+    if (changed.empty()) return;
+    save();
+    for (const std::size_t index : changed) changes_.tell({SyncChange::Kind::ruleChanged, index});
+}
+
+// The places of the rules that did not know it: the first of that ID, and others of it that wait for the file.
+std::vector<std::size_t> SyncManager::settle(const UUID& rule, std::int64_t fileID) {
+    std::vector<std::size_t> changed;
+    bool isFirst = true;
+    for (std::size_t index = 0; index < rules_.size(); ++index) {
+        if (rules_[index].id != rule) continue;
+        const bool wasPending = rules_[index].pendingFileIDs.erase(fileID);
+        const bool isNews = (wasPending || isFirst) && rules_[index].knownFileIDs.insert(fileID);
+        isFirst = false;
+        if (!wasPending && !isNews) continue;
+        ++rules_[index].revision;
+        changed.push_back(index);
+    }
+    return changed;
+}
+
+// The previous process may have died, or restoring the queue may have closed an item, before the rule learned of it.
+void SyncManager::settleUnseen() {
+    std::vector<DownloadPointer> lost;
+    std::set<std::size_t> changed;
+    for (const DownloadPointer& item : downloadManager_->downloads().items()) {
+        if (!item->syncRuleID || !isSettled(item->status)) continue;
+        const SyncRule* rule = find(*item->syncRuleID);
+        if (!rule || rule->knownFileIDs.contains(item->fileID)) continue;
+        if (hasLostItsFile(*item, platform_.files))
+            lost.push_back(item);
+        else
+            std::ranges::copy(settle(rule->id, item->fileID), std::inserter(changed, changed.end()));
+    }
+    if (!changed.empty()) save();
+    for (const std::size_t index : changed) changes_.tell({SyncChange::Kind::ruleChanged, index});
+    for (const DownloadPointer& item : lost) downloadManager_->retry(item);
+}
+
+// --- State ---
+
+void SyncManager::setSyncing(bool isSyncing) {
+    if (isSyncing_ == isSyncing) return;
+    isSyncing_ = isSyncing;
+    changes_.tell({SyncChange::Kind::isSyncing});
+}
+
+void SyncManager::setLastError(std::optional<std::string> text) {
+    if (lastError_ == text) return;
+    lastError_ = std::move(text);
+    changes_.tell({SyncChange::Kind::lastError});
+}
+
+}  // namespace tovri

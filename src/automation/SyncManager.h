@@ -1,0 +1,157 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "automation/SyncRule.h"
+#include "automation/SyncRuleStore.h"
+#include "base/Signal.h"
+#include "base/TaskScope.h"
+#include "downloads/DownloadManager.h"
+#include "downloads/FolderWalk.h"
+
+namespace tovri {
+
+// What changed in the automation. `index` is a rule's place in the list, of a removed one the place that it had.
+struct SyncChange {
+    enum class Kind { ruleAdded, ruleChanged, ruleRemoved, isSyncing, lastError };
+    Kind kind;
+    std::size_t index = 0;
+};
+
+// Whether an item of the status tells its rule that the file is done with. A failed one is tried again.
+[[nodiscard]] bool isSettled(Download::Status status);
+
+enum class SyncUrgency {
+    whenDue,  // only a rule whose interval has passed
+    forced,
+};
+
+// The automation rules, their inventories and passes: lists what the rules watch and puts what is new into the download
+// queue. The application object owns it and says when it polls. Every change of a rule is on its way to the disk when
+// the operation returns. Downloads nothing by itself, and takes no file from a queue.
+class SyncManager {
+public:
+    // Loads the saved rules. What the platform names outlives the manager.
+    explicit SyncManager(const Platform& platform);
+    ~SyncManager();
+    SyncManager(const SyncManager&) = delete;
+    SyncManager& operator=(const SyncManager&) = delete;
+
+    // For a queue that was restored: learns at once what settled in it unseen, and from then on what settles. Both
+    // outlive the manager's passes.
+    void configure(PutIOAPI& api, DownloadManager& downloadManager);
+
+    // In the order of their making.
+    [[nodiscard]] const std::vector<SyncRule>& rules() const { return rules_; }
+
+    // The first with that ID, or null; good until the next change.
+    [[nodiscard]] const SyncRule* find(const UUID& id) const;
+
+    [[nodiscard]] bool isSyncing() const { return isSyncing_; }
+
+    // What went wrong last in an inventory or a pass, as the user sees it; the next pass clears it.
+    [[nodiscard]] const std::optional<std::string>& lastError() const { return lastError_; }
+
+    [[nodiscard]] const std::filesystem::path& storageURL() const { return store_.storageURL(); }
+
+    // Told after everything is consistent, only of what differs.
+    Subscription onChange(std::function<void(const SyncChange&)> tell) { return changes_.subscribe(std::move(tell)); }
+
+    // --- Rules ---
+
+    // Appends the rule, not initialized, and starts its inventory.
+    void addRule(SyncRule rule);
+
+    // Replaces the rule of that ID; does nothing when there is none. With another put.io folder the rule begins anew,
+    // with an inventory. A copy that is older than what syncing has learned since brings all but that.
+    void updateRule(SyncRule rule);
+
+    // What the rule has in the queue stays there.
+    void deleteRule(const UUID& id);
+
+    // The file will not be downloaded again for the rule.
+    void fileSettled(const UUID& rule, std::int64_t fileID);
+
+    // --- Passes ---
+
+    // One pass over all enabled rules, or over one rule, enabled or not. Nothing happens while another pass is running.
+    // The task must not outlive the manager; a stop ends the pass between two listings.
+    Task<> syncAll(SyncUrgency urgency, std::stop_token stop);
+    Task<> syncRule(UUID id, SyncUrgency urgency, std::stop_token stop);
+
+    // The same, in a task of the manager's own.
+    void startSyncAll(SyncUrgency urgency) { scope_.start(syncAll(urgency, scope_.stopToken())); }
+
+    void startSyncRule(const UUID& id, SyncUrgency urgency) { scope_.start(syncRule(id, urgency, scope_.stopToken())); }
+
+    // Takes stock of the rule's folder: all that is there becomes known. True when the rule is initialized at the end.
+    Task<bool> initializeRule(UUID id, std::stop_token stop);
+
+    // --- Polling ---
+
+    // A pass at once, and each next one 60 seconds after the last has ended. Anew, when it is under way already.
+    void startPolling();
+
+    // Ends at once what the polling waits for. May be called while one of its requests is being answered.
+    void stopPolling();
+
+    [[nodiscard]] bool isPolling() const { return pollingTask_.has_value(); }
+
+    // --- Keeping ---
+
+    // Returns when every change is written. For the end of the program.
+    void saveNow() { store_.finish(); }
+
+private:
+    class RunningPass;
+    using FileIDs = std::unordered_set<std::int64_t>;
+
+    Task<> runPolling(std::stop_token stop);
+    Task<> runInventory(UUID id);
+    Task<> syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop_token stop);
+    [[nodiscard]] bool isDue(const SyncRule& rule, Timestamp now) const;
+    [[nodiscard]] Result<std::filesystem::path> localFolder(const SyncRule& rule) const;
+    void takeIn(std::size_t index, const std::vector<ListedFile>& listing, Timestamp passTime);
+    [[nodiscard]] FileIDs filesInFlight(const SyncRule& rule, const FileIDs& unknown);
+    void enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight);
+    void adoptInventory(std::size_t index, const std::vector<ListedFile>& listing);
+    void reportSyncFailure(const std::string& name, const Error& error);
+    void reportInventoryFailure(const std::string& name, const Error& error);
+
+    [[nodiscard]] std::optional<std::size_t> indexOf(const UUID& id) const;
+    [[nodiscard]] std::vector<std::size_t> settle(const UUID& rule, std::int64_t fileID);
+    void settleUnseen();
+
+    void save() { store_.save(rules_); }
+
+    void setSyncing(bool isSyncing);
+    void setLastError(std::optional<std::string> text);
+
+    Platform platform_;
+    SyncRuleStore store_;
+    PutIOAPI* api_ = nullptr;
+    DownloadManager* downloadManager_ = nullptr;
+
+    std::vector<SyncRule> rules_;
+    std::unordered_map<UUID, std::uint64_t> beginnings_;  // how often a rule began anew: an older listing is stale
+    bool isSyncing_ = false;
+    std::optional<std::string> lastError_;
+    Signal<const SyncChange&> changes_;
+
+    std::shared_ptr<SyncManager*> self_;  // the engine's callback holds it weakly
+    Subscription watching_;
+    std::optional<std::stop_source> pollingTask_;
+    TaskScope scope_;
+};
+
+}  // namespace tovri

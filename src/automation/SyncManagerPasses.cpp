@@ -1,0 +1,231 @@
+// Polling, passes and inventories.
+#include <algorithm>
+#include <chrono>
+#include <limits>
+#include <utility>
+
+#include "automation/SyncManager.h"
+#include "platform/Await.h"
+
+namespace tovri {
+
+// One at a time. Ends with the pass, also when its task is dropped.
+class SyncManager::RunningPass {
+public:
+    explicit RunningPass(SyncManager& manager) : manager_(manager) {
+        manager_.setSyncing(true);
+        manager_.setLastError(std::nullopt);
+    }
+
+    RunningPass(const RunningPass&) = delete;
+    RunningPass& operator=(const RunningPass&) = delete;
+
+    ~RunningPass() { manager_.setSyncing(false); }
+
+private:
+    SyncManager& manager_;
+};
+
+// --- Polling ---
+
+void SyncManager::startPolling() {
+    stopPolling();
+    pollingTask_.emplace();
+    scope_.start(runPolling(pollingTask_->get_token()));
+}
+
+void SyncManager::stopPolling() {
+    if (auto task = std::exchange(pollingTask_, std::nullopt)) task->request_stop();
+}
+
+Task<> SyncManager::runPolling(std::stop_token stop) {
+    using namespace std::chrono_literals;
+    if (isSyncing_) {  // perhaps the pass of a polling that was just stopped, and ends in this turn
+        Result<std::monostate> turn = co_await sleepFor(platform_.loop, 0s, stop);
+        if (!turn) co_return;
+    }
+    while (!stop.stop_requested()) {
+        co_await syncAll(SyncUrgency::whenDue, stop);
+        Result<std::monostate> slept = co_await sleepFor(platform_.loop, 60s, stop);
+        if (!slept) co_return;
+    }
+}
+
+// --- Passes ---
+
+Task<> SyncManager::syncAll(SyncUrgency urgency, std::stop_token stop) {
+    if (!api_ || !downloadManager_) {
+        platform_.log.line("[SyncManager] Not configured — api or downloadManager is nil");
+        co_return;
+    }
+    if (isSyncing_) {
+        platform_.log.line("[SyncManager] Already syncing, skipping");
+        co_return;
+    }
+    const RunningPass pass(*this);
+    const std::size_t count = rules_.size();
+    for (std::size_t index = 0; index < count; ++index) {
+        if (stop.stop_requested()) co_return;
+        if (index < rules_.size() && rules_[index].isEnabled) co_await syncRuleAt(index, urgency, stop);
+    }
+}
+
+Task<> SyncManager::syncRule(UUID id, SyncUrgency urgency, std::stop_token stop) {
+    if (!api_ || !downloadManager_ || isSyncing_) co_return;
+    const RunningPass pass(*this);
+    if (const auto index = indexOf(id)) co_await syncRuleAt(*index, urgency, stop);
+}
+
+Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop_token stop) {
+    const Timestamp passTime = platform_.clock.now();
+    const UUID id = rules_[index].id;
+    const std::string name = rules_[index].putioFolderName;
+    if (!rules_[index].isInitialized) {
+        const bool isInitialized = co_await initializeRule(id, stop);
+        (void)isInitialized;  // either way, a later pass downloads
+        co_return;
+    }
+    if (urgency == SyncUrgency::whenDue && !isDue(rules_[index], passTime)) co_return;
+    if (const Result<std::filesystem::path> folder = localFolder(rules_[index]); !folder) {
+        reportSyncFailure(name, folder.error());
+        co_return;
+    }
+
+    const std::uint64_t beginning = beginnings_[id];
+    FolderWalk walk(*api_);
+    Result<std::vector<ListedFile>> listing = co_await walk.collectFiles(rules_[index].putioFolderID, {}, stop);
+    if (!listing) {
+        if (!listing.error().isCancellation()) reportSyncFailure(name, listing.error());
+        co_return;
+    }
+    if (stop.stop_requested()) co_return;
+    const bool isStillThere = index < rules_.size() && rules_[index].id == id;
+    if (isStillThere && beginnings_[id] == beginning) takeIn(index, *listing, passTime);
+}
+
+bool SyncManager::isDue(const SyncRule& rule, Timestamp now) const {
+    using std::chrono::microseconds;
+    using std::chrono::seconds;
+    if (!rule.lastSyncDate) return true;
+    // Microseconds: the time between two dates may exceed what nanoseconds can say.
+    const auto elapsed = std::chrono::floor<microseconds>(now.time_since_epoch()) -
+                         std::chrono::floor<microseconds>(rule.lastSyncDate->time_since_epoch());
+    constexpr std::int64_t longest = microseconds::max().count() / 60'000'000;
+    return elapsed >= std::chrono::minutes(std::clamp(rule.pollIntervalMinutes, -longest, longest));
+}
+
+Result<std::filesystem::path> SyncManager::localFolder(const SyncRule& rule) const {
+    std::filesystem::path folder = localFolderURL(rule, platform_.folderAccess);
+    if (folder.is_absolute()) return folder;
+    return failure(Error(ErrorCase::file, "The rule has no local folder to download into. Edit it and choose one."));
+}
+
+void SyncManager::takeIn(std::size_t index, const std::vector<ListedFile>& listing, Timestamp passTime) {
+    const SyncRule rule = rules_[index];  // an observer of the queue may change the rules while files are queued
+    FileIDs unknown;
+    for (const ListedFile& entry : listing)
+        if (!rule.knownFileIDs.contains(entry.file.id)) unknown.insert(entry.file.id);
+    FileIDs inFlight = filesInFlight(rule, unknown);
+    const std::size_t newCount = unknown.size() - inFlight.size();
+    platform_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(listing.size()) +
+                       " files total, " + std::to_string(newCount) + " new, " + std::to_string(inFlight.size()) +
+                       " in flight");
+    if (newCount > 0) {
+        enqueue(rule, listing, inFlight);
+        platform_.log.line("[SyncManager] Enqueued " + std::to_string(newCount) + " files for download");
+    }
+
+    if (index >= rules_.size() || rules_[index].id != rule.id) return;
+    SyncRule& current = rules_[index];
+    std::erase_if(inFlight, [&](std::int64_t fileID) { return current.knownFileIDs.contains(fileID); });
+    current.pendingFileIDs = FileIDSet(std::vector(inFlight.begin(), inFlight.end()));
+    current.lastSyncDate = passTime;
+    ++current.revision;
+    save();
+    changes_.tell({SyncChange::Kind::ruleChanged, index});
+}
+
+// Of the listed files that the rule does not know, those that it has in the queue. The queue is asked for more than the
+// pending ones: a file that left the folder for a while is no longer pending, and one that was queued just before the
+// process died not yet.
+SyncManager::FileIDs SyncManager::filesInFlight(const SyncRule& rule, const FileIDs& unknown) {
+    if (unknown.empty()) return {};
+    FileIDs candidates;
+    for (const std::int64_t fileID : rule.pendingFileIDs)
+        if (unknown.contains(fileID)) candidates.insert(fileID);
+    for (const DownloadPointer& item : downloadManager_->downloads().items())
+        if (item->syncRuleID == rule.id && !isSettled(item->status) && unknown.contains(item->fileID))
+            candidates.insert(item->fileID);
+    return downloadManager_->inFlightFileIDs(rule.id, candidates);
+}
+
+void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight) {
+    const std::filesystem::path folder = localFolderURL(rule, platform_.folderAccess);
+    DownloadManager::EnqueueOptions options{.destination = DestinationFolder{folder, rule.localFolderBookmark},
+                                            .deleteAfterDownload = rule.deleteAfterDownload,
+                                            .syncRuleID = rule.id};
+    for (const ListedFile& entry : listing) {
+        if (rule.knownFileIDs.contains(entry.file.id) || !inFlight.insert(entry.file.id).second) continue;
+        options.destination->folder = entry.folder.empty() ? folder : folder / entry.folder;
+        downloadManager_->enqueue(entry.file, options);
+    }
+    // Before the first of them can arrive: a process that dies later finds it in its queue and does not ask again.
+    downloadManager_->saveNow();
+}
+
+void SyncManager::reportSyncFailure(const std::string& name, const Error& error) {
+    setLastError("Sync failed for " + name + ": " + error.description);
+    platform_.log.line("[SyncManager] Error syncing " + name + ": " + error.description);
+}
+
+// --- Inventories ---
+
+Task<> SyncManager::runInventory(UUID id) {
+    const bool isInitialized = co_await initializeRule(id, scope_.stopToken());
+    (void)isInitialized;  // a pass tries again
+}
+
+Task<bool> SyncManager::initializeRule(UUID id, std::stop_token stop) {
+    if (!api_) co_return false;
+    auto index = indexOf(id);
+    if (!index) co_return false;
+    if (rules_[*index].isInitialized) co_return true;
+
+    const std::string name = rules_[*index].putioFolderName;
+    const std::uint64_t beginning = beginnings_[id];
+    FolderWalk walk(*api_);
+    Result<std::vector<ListedFile>> listing = co_await walk.collectFiles(rules_[*index].putioFolderID, {}, stop);
+    if (!listing) {
+        if (!listing.error().isCancellation()) reportInventoryFailure(name, listing.error());
+        co_return false;
+    }
+    index = indexOf(id);
+    if (!index || beginnings_[id] != beginning) co_return false;
+    if (rules_[*index].isInitialized) co_return true;  // another one was quicker: what came since is new
+    if (!walk.isComplete())
+        platform_.log.line("[SyncManager] put.io lists only the beginning of a folder below " + name +
+                           ": what it kept back counts as new when it appears");
+    adoptInventory(*index, *listing);
+    co_return true;
+}
+
+void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile>& listing) {
+    std::vector<std::int64_t> present;
+    present.reserve(listing.size());
+    for (const ListedFile& entry : listing) present.push_back(entry.file.id);
+    SyncRule& rule = rules_[index];
+    rule.knownFileIDs = FileIDSet(std::move(present));
+    rule.isInitialized = true;
+    ++rule.revision;
+    save();
+    platform_.log.line("[SyncManager] Initialized " + rule.putioFolderName + " with " + std::to_string(listing.size()) +
+                       " existing files");
+    changes_.tell({SyncChange::Kind::ruleChanged, index});
+}
+
+void SyncManager::reportInventoryFailure(const std::string& name, const Error& error) {
+    setLastError("Couldn't initialize " + name + ": " + error.description + ". Will retry.");
+    platform_.log.line("[SyncManager] Error initializing " + name + ": " + error.description);
+}
+
+}  // namespace tovri

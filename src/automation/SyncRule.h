@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "automation/FileIDSet.h"
+#include "base/Bytes.h"
+#include "base/UUID.h"
+#include "platform/FolderAccess.h"
+#include "platform/WallClock.h"
+
+namespace tovri {
+
+// Ties one put.io folder to one local folder: every file that appears below the one after the rule was made is
+// downloaded into the other. A value; SyncManager keeps the rules. The identity is `id`.
+struct SyncRule {
+    UUID id;
+    std::int64_t putioFolderID = 0;  // 0 is the root folder
+    std::string putioFolderName;     // for lines and screens
+    std::string localFolderPath;     // absolute
+    std::optional<ByteBlob> localFolderBookmark;
+    bool deleteAfterDownload = false;  // from put.io, once a file has arrived
+    bool isEnabled = true;             // whether automatic passes look at it
+    std::int64_t pollIntervalMinutes = 5;
+
+    FileIDSet knownFileIDs;                 // never downloaded again: found by the inventory, or settled since
+    FileIDSet pendingFileIDs;               // put into the queue, not settled yet
+    bool isInitialized = false;             // the inventory has succeeded; no file is downloaded before
+    std::optional<Timestamp> lastSyncDate;  // when the last pass began that could list the folder
+
+    // Which state of the four fields above this is a copy of; not saved. SyncManager counts it up with each change of
+    // them; 0 stands in a record that is nobody's copy.
+    std::uint64_t revision = 0;
+};
+
+// Where the rule's files go: where its bookmark leads, else its path.
+[[nodiscard]] std::filesystem::path localFolderURL(const SyncRule& rule, FolderAccess& access);
+
+}  // namespace tovri

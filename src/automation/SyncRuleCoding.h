@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "automation/SyncRule.h"
+#include "base/Result.h"
+
+namespace tovri {
+
+// The rules file's text: compact JSON, one array, every slash escaped.
+[[nodiscard]] std::string encodeRules(const std::vector<SyncRule>& rules);
+
+// ErrorCase::decoding, naming what is wrong, when the text is not JSON, a required key is missing or a value has the
+// wrong type or form. Unknown keys are ignored, the order of keys and IDs does not matter.
+[[nodiscard]] Result<std::vector<SyncRule>> decodeRules(ByteBlob json);
+
+}  // namespace tovri
