@@ -1,0 +1,48 @@
+#include "app/TovriApp.h"
+
+#include <utility>
+
+namespace tovri {
+
+TovriApp::TovriApp(Ports ports, Polling polling)
+    : ports_(std::move(ports)),
+      polling_(polling),
+      authManager_(ports_.credentials, ports_.web, ports_.platform.loop, ports_.hosts),
+      preferences_(ports_.defaults, ports_.platform.folderAccess, ports_.platform.folders.home),
+      downloadManager_(ports_.platform, ports_.makeTransfers),
+      syncManager_(ports_.platform),
+      fileBrowserState_(ports_.platform),
+      updater_(ports_.updates),
+      signIn_(authManager_.onChange([this](AuthManager::Change change) { follow(change); })) {}
+
+void TovriApp::setup() {
+    if (hasSetup_) return;
+    api_.emplace(authManager_, ports_.http, ports_.platform, ports_.hosts);
+    preferences_.refreshDownloadFolderBookmark();
+    downloadManager_.configure(*api_, preferences_);
+    downloadManager_.restoreQueue();
+    syncManager_.configure(*api_, downloadManager_);
+    fileBrowserState_.configure(*api_);
+    appDelegate_.authManager = &authManager_;
+    appDelegate_.downloadManager = &downloadManager_;
+    appDelegate_.syncManager = &syncManager_;
+    if (authManager_.isAuthenticated()) startPolling();
+    hasSetup_ = true;
+}
+
+// The queue stays as it is; so does the client, which takes the token of whoever signs in next.
+void TovriApp::follow(AuthManager::Change change) {
+    if (change != AuthManager::Change::isAuthenticated) return;
+    if (authManager_.isAuthenticated()) {
+        startPolling();
+        return;
+    }
+    syncManager_.stopPolling();
+    fileBrowserState_.reset();
+}
+
+void TovriApp::startPolling() {
+    if (polling_ == Polling::whileSignedIn) syncManager_.startPolling();
+}
+
+}  // namespace tovri
