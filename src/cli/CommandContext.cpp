@@ -1,10 +1,18 @@
 #include "cli/CommandContext.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 
 #include "cli/display/DisplayText.h"
 
 namespace tovri::cli {
+
+std::optional<std::size_t> CommandContext::outputWidth() const {
+    constexpr std::size_t least = 20;  // below that nothing can be read whatever is left out
+    if (!terminal.showsOutput()) return std::nullopt;
+    return std::max(terminal.size().columns, least);
+}
 
 void CommandContext::complain(std::string_view text) const {
     terminal.message(fmt::format("{} {}: {}", programName, definitionOf(invocation.command).name, printable(text)));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -27,6 +28,9 @@ struct CommandContext {
     std::filesystem::path currentFolder;
     bool hasTokenFromEnvironment = false;
     std::filesystem::path configurationFolder;
+
+    // How wide a line on standard output may be, when that is a terminal.
+    [[nodiscard]] std::optional<std::size_t> outputWidth() const;
 
     // "tovri-cli ls: text" on standard error.
     void complain(std::string_view text) const;

@@ -46,17 +46,17 @@ bool needsStoredSecret(CommandName command, bool hasToken) {
         case CommandName::logout:
         case CommandName::status:
             return true;
-        case CommandName::ls:
-        case CommandName::get:
-        case CommandName::run:
-        case CommandName::retry:
-        case CommandName::put:
-        case CommandName::mv:
-        case CommandName::rm:
-        case CommandName::link:
-            return !hasToken;
+        case CommandName::queue:
+        case CommandName::pause:
+        case CommandName::resume:
+        case CommandName::cancel:
+        case CommandName::remove:
+        case CommandName::top:
+        case CommandName::clear:
+        case CommandName::config:
+            return false;  // they ask put.io nothing
         default:
-            return false;
+            return !hasToken;
     }
 }
 

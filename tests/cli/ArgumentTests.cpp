@@ -43,6 +43,13 @@ TEST(Arguments, thatAreWrongAreNamed) {
         {{"get", "/a", "--on-conflict", "keepBoth"}, "none of ask, keep-both, replace, skip"},
         {{"get", "/a", "--to"}, "--to"},
         {{"queue", "--loud"}, "--loud"},
+        {{"transfers"}, "a command is missing"},
+        {{"transfers", "--loud"}, "there is no command 'transfers --loud'"},
+        {{"feeds", "list", "x"}, "x"},
+        {{"list"}, "there is no command 'list'"},
+        {{"transfers list"}, "there is no command 'transfers list'"},
+        {{"transfers", "cancel", "7x"}, "'7x' is not an ID"},
+        {{"feeds", "rm", "99999999999999999999"}, "is not an ID"},
     };
     for (const Case& c : cases) {
         const auto parsed = parseArguments(c.arguments);
@@ -60,11 +67,14 @@ TEST(Definitions, reachHelpManPageAndCompletions) {
     const std::string bash = bashCompletion();
     const std::string zsh = zshCompletion();
     for (const CommandDefinition& command : commandDefinitions()) {
-        EXPECT_THAT(programHelp(), HasSubstr(std::string(command.summary)));
-        const auto asked = parseArguments({std::string(command.name), "--help"});
+        const CommandGroup* group = groupOf(command);
+        EXPECT_THAT(group ? groupHelp(*group) : programHelp(), HasSubstr(std::string(command.summary)));
+        std::vector<std::string> words{std::string(lastWordOf(command)), "--help"};
+        if (group) words.emplace(words.begin(), group->name);
+        const auto asked = parseArguments(words);
         const std::string help = std::get<RequestedText>(asked).text;
-        EXPECT_THAT(bash, HasSubstr("        " + std::string(command.name) + ")\n"));
-        EXPECT_THAT(zsh, HasSubstr("'" + std::string(command.name) + ":"));
+        EXPECT_THAT(bash, HasSubstr("        \"" + std::string(command.name) + "\")\n"));
+        EXPECT_THAT(zsh, HasSubstr("'" + std::string(lastWordOf(command)) + ":"));
         for (const OperandDefinition& operand : command.operands)
             EXPECT_THAT(help, HasSubstr(std::string(operand.placeholder)));
         for (const FlagDefinition& flag : command.flags) {
@@ -79,6 +89,7 @@ TEST(Definitions, reachHelpManPageAndCompletions) {
 
 TEST(Help, fitsEightyColumns) {
     std::string all = programHelp();
+    for (const CommandGroup& group : commandGroups()) all += groupHelp(group);
     for (const CommandDefinition& command : commandDefinitions()) all += commandHelp(command);
     for (std::size_t begin = 0; begin < all.size();) {
         const std::size_t end = all.find('\n', begin);

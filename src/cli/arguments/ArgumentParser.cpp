@@ -1,6 +1,7 @@
 #include "cli/arguments/ArgumentParser.h"
 
 #include <algorithm>
+#include <charconv>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -64,6 +65,14 @@ std::optional<std::string> complaintAboutCount(const CommandDefinition& definiti
     return std::nullopt;
 }
 
+std::optional<std::string> complaintAboutID(const CommandDefinition& definition, const Invocation& invocation) {
+    if (definition.operands.empty() || definition.operands.front().kind != ValueKind::serviceID) return std::nullopt;
+    const auto wrongID =
+        std::ranges::find_if(invocation.operands, [](const std::string& text) { return !parseID(text); });
+    if (wrongID == invocation.operands.end()) return std::nullopt;
+    return fmt::format("'{}' is not an ID, which is a number", *wrongID);
+}
+
 WrongArguments wrong(std::string_view command, std::string_view message) {
     const std::string name = fmt::format("{}{}{}", programName, command.empty() ? "" : " ", command);
     return {fmt::format("{}: {}; see {} --help", name, message, name)};
@@ -76,16 +85,38 @@ Parsed generate(std::string_view what) {
     return wrong("", "--generate makes man, bash or zsh");
 }
 
+// The command that the first words name, or what is to be said instead.
+std::variant<const CommandDefinition*, RequestedText, WrongArguments> findCommand(
+    const std::vector<std::string>& words) {
+    const auto group = std::ranges::find(commandGroups(), words.front(), &CommandGroup::name);
+    std::string name = words.front();
+    if (group != commandGroups().end()) {
+        if (words.size() == 1) return wrong(name, "a command is missing");
+        if (words[1] == "--help" || words[1] == "-h") return RequestedText{groupHelp(*group)};
+        name += " " + words[1];
+    }
+    const auto found = std::ranges::find(commandDefinitions(), name, &CommandDefinition::name);
+    const bool isBlankTyped = words.front().contains(' ');  // what looks like two words is one
+    if (found != commandDefinitions().end() && !isBlankTyped) return &*found;
+    return wrong(group != commandGroups().end() ? group->name : "", fmt::format("there is no command '{}'", name));
+}
+
+// What "help" is asked for.
+Parsed helpOn(const std::vector<std::string>& words) {
+    if (words.empty()) return RequestedText{programHelp()};
+    const auto group = std::ranges::find(commandGroups(), words.front(), &CommandGroup::name);
+    if (words.size() == 1 && group != commandGroups().end()) return RequestedText{groupHelp(*group)};
+    const auto found = findCommand(words);
+    if (const auto* wrongWords = std::get_if<WrongArguments>(&found)) return *wrongWords;
+    if (const auto* requested = std::get_if<RequestedText>(&found)) return *requested;
+    return RequestedText{commandHelp(*std::get<const CommandDefinition*>(found))};
+}
+
 // What stands before the command.
 std::optional<Parsed> parseGeneralFlags(const std::vector<std::string>& arguments) {
     if (arguments.empty()) return wrong("", "a command is missing");
     const std::string& first = arguments.front();
-    if (first == "--help" || first == "-h" || first == "help") {
-        if (arguments.size() == 1) return RequestedText{programHelp()};
-        const auto found = std::ranges::find(commandDefinitions(), arguments[1], &CommandDefinition::name);
-        if (found != commandDefinitions().end()) return RequestedText{commandHelp(*found)};
-        return wrong("", fmt::format("there is no command '{}'", arguments[1]));
-    }
+    if (first == "--help" || first == "-h" || first == "help") return helpOn({arguments.begin() + 1, arguments.end()});
     if (first == "--version") return RequestedText{std::string(versionText)};
     if (first == "--generate") return generate(arguments.size() > 1 ? arguments[1] : "");
     if (first.starts_with('-')) return wrong("", fmt::format("'{}' is not known here", first));
@@ -101,17 +132,24 @@ std::string reasonOf(const CLI::ParseError& error) {
 
 }  // namespace
 
+std::optional<std::int64_t> parseID(std::string_view text) {
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
+    std::int64_t id = 0;
+    const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), id);
+    return code == std::errc() ? std::optional(id) : std::nullopt;
+}
+
 Parsed parseArguments(std::vector<std::string> arguments) {
     if (std::optional<Parsed> general = parseGeneralFlags(arguments)) return std::move(*general);
-    const auto found = std::ranges::find(commandDefinitions(), arguments.front(), &CommandDefinition::name);
-    if (found == commandDefinitions().end())
-        return wrong("", fmt::format("there is no command '{}'", arguments.front()));
-    const CommandDefinition& definition = *found;
+    auto found = findCommand(arguments);
+    if (auto* wrongWords = std::get_if<WrongArguments>(&found)) return std::move(*wrongWords);
+    if (auto* requested = std::get_if<RequestedText>(&found)) return std::move(*requested);
+    const CommandDefinition& definition = *std::get<const CommandDefinition*>(found);
 
     Invocation invocation{definition.command, {}, {}};
     CLI::App app;
     addArguments(app, definition, invocation);
-    arguments.erase(arguments.begin());
+    arguments.erase(arguments.begin(), arguments.begin() + (groupOf(definition) ? 2 : 1));
     const auto end = std::ranges::find(arguments, "--");
     if (std::any_of(arguments.begin(), end, [](const std::string& word) { return word == "--help" || word == "-h"; }))
         return RequestedText{commandHelp(definition)};
@@ -123,6 +161,7 @@ Parsed parseArguments(std::vector<std::string> arguments) {
     }
     if (const auto complaint = complaintAboutCount(definition, invocation.operands.size()))
         return wrong(definition.name, *complaint);
+    if (const auto complaint = complaintAboutID(definition, invocation)) return wrong(definition.name, *complaint);
     return invocation;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -34,6 +35,9 @@ struct RequestedText {
 struct WrongArguments {
     std::string message;
 };
+
+// An ID that put.io has given: digits only, 64 bits. None for any other text.
+[[nodiscard]] std::optional<std::int64_t> parseID(std::string_view text);
 
 // `arguments` are those behind the program's name.
 [[nodiscard]] std::variant<Invocation, RequestedText, WrongArguments> parseArguments(

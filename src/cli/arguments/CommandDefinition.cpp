@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "cli/arguments/GroupDefinitions.h"
+
 namespace tovri::cli {
 namespace {
 
@@ -208,12 +210,41 @@ std::string operandForm(const OperandDefinition& operand) {
 }  // namespace
 
 std::span<const CommandDefinition> commandDefinitions() {
-    static const std::vector<CommandDefinition> definitions = makeDefinitions();
+    static const std::vector<CommandDefinition> definitions = [] {
+        std::vector<CommandDefinition> all = makeDefinitions();
+        std::ranges::copy(groupedDefinitions(), std::back_inserter(all));
+        return all;
+    }();
     return definitions;
 }
 
 const CommandDefinition& definitionOf(CommandName command) {
     return *std::ranges::find(commandDefinitions(), command, &CommandDefinition::command);
+}
+
+std::vector<CommandDefinition> commandsOf(const CommandGroup& group) {
+    std::vector<CommandDefinition> commands;
+    std::ranges::copy_if(commandDefinitions(), std::back_inserter(commands),
+                         [&](const CommandDefinition& each) { return groupOf(each) == &group; });
+    return commands;
+}
+
+const CommandGroup* groupOf(const CommandDefinition& definition) {
+    const std::size_t blank = definition.name.find(' ');
+    if (blank == std::string_view::npos) return nullptr;
+    return &*std::ranges::find(commandGroups(), definition.name.substr(0, blank), &CommandGroup::name);
+}
+
+std::string_view lastWordOf(const CommandDefinition& definition) {
+    return definition.name.substr(definition.name.find(' ') + 1);
+}
+
+std::vector<HelpEntry> firstWords() {
+    std::vector<HelpEntry> words;
+    for (const CommandDefinition& definition : commandDefinitions())
+        if (!groupOf(definition)) words.push_back({definition.name, definition.summary});
+    for (const CommandGroup& group : commandGroups()) words.push_back({group.name, group.summary});
+    return words;
 }
 
 std::span<const HelpSection> helpSections() {

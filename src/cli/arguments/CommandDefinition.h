@@ -12,8 +12,9 @@ enum class ValueKind {
     text,
     localFile,
     localFolder,
-    number,  // whole, from 1 on
-    choice,  // one of a fixed list
+    number,     // whole, from 1 on
+    serviceID,  // what put.io has given as an ID; all operands of the command are such
+    choice,     // one of a fixed list
 };
 
 // An option. Without `placeholder` it is a switch, which takes no value.
@@ -54,7 +55,18 @@ enum class CommandName {
     mv,
     rm,
     link,
-    config
+    config,
+    transfersList,
+    transfersAdd,
+    transfersCancel,
+    transfersRetry,
+    transfersClean,
+    feedsList,
+    feedsAdd,
+    feedsEdit,
+    feedsPause,
+    feedsResume,
+    feedsRemove
 };
 
 // Whether a command needs the data folder for itself.
@@ -63,12 +75,18 @@ enum class QueueUse { none, owns };
 // One command. The parser, the help texts, the man page and the completions are all made from this.
 struct CommandDefinition {
     CommandName command;
-    std::string_view name;
+    std::string_view name;         // "ls"; of a group's command both words, "transfers list"
     std::string_view summary;      // one line, without a full stop
     std::string_view description;  // paragraphs, separated by an empty line
     std::vector<OperandDefinition> operands;
     std::vector<FlagDefinition> flags;
     QueueUse queue = QueueUse::none;
+};
+
+// Commands that share their first word.
+struct CommandGroup {
+    std::string_view name;
+    std::string_view summary;  // one line, without a full stop
 };
 
 // A heading with paragraphs, for what concerns every command.
@@ -88,6 +106,20 @@ inline constexpr std::string_view programSummary = "downloads files and folders 
 
 [[nodiscard]] std::span<const CommandDefinition> commandDefinitions();
 [[nodiscard]] const CommandDefinition& definitionOf(CommandName command);
+
+[[nodiscard]] std::span<const CommandGroup> commandGroups();
+
+// The group's own commands, in their order.
+[[nodiscard]] std::vector<CommandDefinition> commandsOf(const CommandGroup& group);
+
+// The group of a command; null when it stands for itself.
+[[nodiscard]] const CommandGroup* groupOf(const CommandDefinition& definition);
+
+// The command's word behind the group's, or its only one.
+[[nodiscard]] std::string_view lastWordOf(const CommandDefinition& definition);
+
+// A first word that can be typed, with what it is there for: each command that stands for itself, and each group.
+[[nodiscard]] std::vector<HelpEntry> firstWords();
 
 [[nodiscard]] std::span<const HelpSection> helpSections();
 [[nodiscard]] std::span<const HelpEntry> exitStatuses();

@@ -19,6 +19,7 @@ std::string bashAction(ValueKind kind, const std::vector<std::string_view>& choi
             return fmt::format("COMPREPLY=($(compgen -W \"{}\" -- \"$word\"))", fmt::join(choices, " "));
         case ValueKind::text:
         case ValueKind::number:
+        case ValueKind::serviceID:
             break;
     }
     return ":";
@@ -33,10 +34,10 @@ std::string bashCommand(const CommandDefinition& definition) {
             values +=
                 fmt::format("                {}) {}; return ;;\n", flag.name, bashAction(flag.kind, flag.choices));
     }
-    std::string text = fmt::format("        {})\n", definition.name);
+    std::string text = fmt::format("        \"{}\")\n", definition.name);
     if (!values.empty()) text += "            case $previous in\n" + values + "            esac\n";
     text += fmt::format("            flags=\"{}\"\n", fmt::join(names, " "));
-    if (!definition.operands.empty() && definition.operands.front().kind != ValueKind::text) {
+    if (!definition.operands.empty() && bashAction(definition.operands.front().kind, {}) != ":") {
         const OperandDefinition& first = definition.operands.front();
         text +=
             fmt::format("            [[ $word == -* ]] || {{ {}; return; }}\n", bashAction(first.kind, first.choices));
@@ -64,6 +65,7 @@ std::string zshAction(ValueKind kind, const std::vector<std::string_view>& choic
             return fmt::format("({})", fmt::join(choices, " "));
         case ValueKind::text:
         case ValueKind::number:
+        case ValueKind::serviceID:
             break;
     }
     return " ";
@@ -71,7 +73,7 @@ std::string zshAction(ValueKind kind, const std::vector<std::string_view>& choic
 
 std::string zshCommand(const CommandDefinition& definition) {
     std::string text =
-        fmt::format("        {})\n            _arguments '(-h --help)'{{-h,--help}}'[show help]'", definition.name);
+        fmt::format("        \"{}\")\n            _arguments '(-h --help)'{{-h,--help}}'[show help]'", definition.name);
     for (const FlagDefinition& flag : definition.flags) {
         text += fmt::format(" \\\n                '{}[{}]", flag.name, zshEscaped(flag.help));
         if (!flag.placeholder.empty())
@@ -84,15 +86,47 @@ std::string zshCommand(const CommandDefinition& definition) {
     return text + "\n            ;;\n";
 }
 
+// For a group's name: offers its commands, or else goes on with both words as the command.
+std::string bashGroup(const CommandGroup& group) {
+    std::vector<std::string_view> words;
+    for (const CommandDefinition& definition : commandsOf(group)) words.push_back(lastWordOf(definition));
+    return fmt::format(R"(        {})
+            if ((COMP_CWORD == 2)); then
+                COMPREPLY=($(compgen -W "{} --help" -- "$word"))
+                return
+            fi
+            command+=" ${{COMP_WORDS[2]}}" ;;
+)",
+                       group.name, fmt::join(words, " "));
+}
+
+std::string zshGroup(const CommandGroup& group) {
+    std::string commands;
+    for (const CommandDefinition& definition : commandsOf(group))
+        commands += fmt::format("                '{}:{}'\n", lastWordOf(definition), zshEscaped(definition.summary));
+    return fmt::format(R"(        {})
+            commands=(
+{}            )
+            if ((CURRENT == 2)); then
+                _describe command commands
+                return
+            fi
+            command+=" $words[2]"
+            words=("${{words[@]:1}}")
+            ((CURRENT--)) ;;
+)",
+                       group.name, commands);
+}
+
 }  // namespace
 
 std::string bashCompletion() {
     std::vector<std::string_view> names;
+    for (const HelpEntry& word : firstWords()) names.push_back(word.term);
+    std::string groups;
+    for (const CommandGroup& group : commandGroups()) groups += bashGroup(group);
     std::string cases;
-    for (const CommandDefinition& definition : commandDefinitions()) {
-        names.push_back(definition.name);
-        cases += bashCommand(definition);
-    }
+    for (const CommandDefinition& definition : commandDefinitions()) cases += bashCommand(definition);
     return fmt::format(R"(# bash completion for {0}
 
 _tovri_cli() {{
@@ -101,23 +135,27 @@ _tovri_cli() {{
         COMPREPLY=($(compgen -W "{1} --help --version" -- "$word"))
         return
     fi
-    case ${{COMP_WORDS[1]}} in
+    local command=${{COMP_WORDS[1]}}
+    case $command in
 {2}    esac
+    case $command in
+{3}    esac
     COMPREPLY=($(compgen -W "$flags" -- "$word"))
 }}
 
 complete -F _tovri_cli {0}
 )",
-                       programName, fmt::join(names, " "), cases);
+                       programName, fmt::join(names, " "), groups, cases);
 }
 
 std::string zshCompletion() {
     std::string commands;
+    for (const HelpEntry& word : firstWords())
+        commands += fmt::format("        '{}:{}'\n", word.term, zshEscaped(word.text));
+    std::string groups;
+    for (const CommandGroup& group : commandGroups()) groups += zshGroup(group);
     std::string cases;
-    for (const CommandDefinition& definition : commandDefinitions()) {
-        commands += fmt::format("        '{}:{}'\n", definition.name, zshEscaped(definition.summary));
-        cases += zshCommand(definition);
-    }
+    for (const CommandDefinition& definition : commandDefinitions()) cases += zshCommand(definition);
     return fmt::format(R"(#compdef {0}
 
 _tovri_cli() {{
@@ -132,11 +170,13 @@ _tovri_cli() {{
     ((CURRENT--))
     case $command in
 {2}    esac
+    case $command in
+{3}    esac
 }}
 
 _tovri_cli "$@"
 )",
-                       programName, commands, cases);
+                       programName, commands, groups, cases);
 }
 
 }  // namespace tovri::cli

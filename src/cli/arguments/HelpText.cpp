@@ -58,8 +58,7 @@ std::string wrapped(std::string_view text, std::size_t width, std::size_t indent
 std::string programHelp() {
     std::string text = fmt::format("{} {}.\n\nUsage: {} COMMAND [ARGUMENT...]\n\nCommands:\n", programName,
                                    programSummary, programName);
-    for (const CommandDefinition& definition : commandDefinitions())
-        text += entry(definition.name, definition.summary, 12);
+    for (const HelpEntry& word : firstWords()) text += entry(word.term, word.text, 12);
     text += fmt::format("\n{} COMMAND --help explains a command. --version shows the version.\n", programName);
     for (const HelpSection& section : helpSections())
         text += fmt::format("\n{}:\n{}", section.title, paragraphs(section.text, 2));
@@ -70,6 +69,14 @@ std::string programHelp() {
     text += "\nFiles:\n";
     for (const HelpEntry& file : files()) text += entry(file.term, file.text, 28);
     return text;
+}
+
+std::string groupHelp(const CommandGroup& group) {
+    std::string text = fmt::format("Usage: {0} {1} COMMAND [ARGUMENT...]\n\n{2}\nCommands:\n", programName, group.name,
+                                   wrapped(sentence(group.summary), helpWidth, 0));
+    for (const CommandDefinition& definition : commandsOf(group))
+        text += entry(lastWordOf(definition), definition.summary, 12);
+    return text + fmt::format("\n{} {} COMMAND --help explains a command.\n", programName, group.name);
 }
 
 std::string commandHelp(const CommandDefinition& definition) {

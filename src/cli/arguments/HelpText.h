@@ -9,6 +9,7 @@ namespace tovri::cli {
 
 // What `--help` prints, for a terminal of 80 columns.
 [[nodiscard]] std::string programHelp();
+[[nodiscard]] std::string groupHelp(const CommandGroup& group);
 [[nodiscard]] std::string commandHelp(const CommandDefinition& definition);
 
 // The text with a line break where a line would pass `width` columns; every line begins with `indent` blanks.

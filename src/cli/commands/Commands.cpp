@@ -2,11 +2,13 @@
 #include "cli/commands/ConfigCommand.h"
 #include "cli/commands/ControlCommand.h"
 #include "cli/commands/DownloadCommands.h"
+#include "cli/commands/FeedCommands.h"
 #include "cli/commands/FileCommands.h"
 #include "cli/commands/ListCommand.h"
 #include "cli/commands/PutCommand.h"
 #include "cli/commands/QueueCommand.h"
 #include "cli/commands/SignInCommands.h"
+#include "cli/commands/TransferCommands.h"
 
 namespace tovri::cli {
 
@@ -38,6 +40,25 @@ std::unique_ptr<Command> makeCommand(CommandContext& context) {
             return std::make_unique<LinkCommand>(context);
         case CommandName::config:
             return std::make_unique<ConfigCommand>(context);
+        case CommandName::transfersList:
+            return std::make_unique<TransferListCommand>(context);
+        case CommandName::transfersAdd:
+            return std::make_unique<TransferAddCommand>(context);
+        case CommandName::transfersCancel:
+            return std::make_unique<TransferCancelCommand>(context);
+        case CommandName::transfersRetry:
+            return std::make_unique<TransferRetryCommand>(context);
+        case CommandName::transfersClean:
+            return std::make_unique<TransferCleanCommand>(context);
+        case CommandName::feedsList:
+            return std::make_unique<FeedListCommand>(context);
+        case CommandName::feedsAdd:
+            return std::make_unique<FeedAddCommand>(context);
+        case CommandName::feedsEdit:
+        case CommandName::feedsPause:
+        case CommandName::feedsResume:
+        case CommandName::feedsRemove:
+            return std::make_unique<FeedStepCommand>(context);
         case CommandName::pause:
         case CommandName::resume:
         case CommandName::cancel:

@@ -78,7 +78,7 @@ Task<bool> DeleteCommand::isConfirmed(std::stop_token stop) {
     question += "Are you sure? [y/N] ";
     Result<std::optional<std::string>> answer =
         co_await ask(context_.platform.loop, context_.terminal, std::move(question), Terminal::Echo::shown, stop);
-    co_return answer && (*answer == "y" || *answer == "Y" || *answer == "yes");
+    co_return isYes(answer);
 }
 
 Task<ExitCode> LinkCommand::run(std::stop_token stop) {

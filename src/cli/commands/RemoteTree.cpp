@@ -1,23 +1,16 @@
 #include "cli/commands/RemoteTree.h"
 
 #include <algorithm>
-#include <charconv>
 #include <deque>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "cli/arguments/ArgumentParser.h"
 #include "service/PutIOFileList.h"
 
 namespace tovri::cli {
 namespace {
-
-std::optional<std::int64_t> parseID(std::string_view text) {
-    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
-    std::int64_t id = 0;
-    const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), id);
-    return code == std::errc() ? std::optional(id) : std::nullopt;
-}
 
 std::string pathText(const std::vector<std::string>& names, std::size_t count) {
     std::string text;

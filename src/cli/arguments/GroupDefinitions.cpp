@@ -1,0 +1,119 @@
+#include "cli/arguments/GroupDefinitions.h"
+
+#include <algorithm>
+
+namespace tovri::cli {
+namespace {
+
+const CommandGroup groups[] = {
+    {"transfers", "show and control what put.io fetches for you"},
+    {"feeds", "show and edit the RSS feeds that put.io watches for you"},
+};
+
+const FlagDefinition jsonDocument{"--json", "", "Print a JSON document"};
+const FlagDefinition yes{"--yes", "", "Do not ask"};
+const FlagDefinition title{"--title", "TEXT", "The feed's title (of a new feed otherwise: its address)"};
+const FlagDefinition keyword{"--keyword", "TEXT", "Download only items that match it; with \"\" all"};
+const FlagDefinition skipExisting{"--skip-existing",
+                                  "WHETHER",
+                                  "Skip what the feed holds at its first fetch (of a new feed otherwise: yes)",
+                                  ValueKind::choice,
+                                  {"yes", "no"}};
+const FlagDefinition deleteOld{"--delete-old",
+                               "WHETHER",
+                               "Delete old files when new ones arrive (of a new feed otherwise: no)",
+                               ValueKind::choice,
+                               {"yes", "no"}};
+
+const OperandDefinition transferID{"ID", "A transfer's ID, as \"transfers list\" shows it", 1, 1, ValueKind::serviceID};
+const OperandDefinition feedID{"ID", "A feed's ID, as \"feeds list\" shows it", 1, 1, ValueKind::serviceID};
+
+std::vector<CommandDefinition> transferDefinitions() {
+    using enum CommandName;
+    return {
+        {transfersList,
+         "transfers list",
+         "list the transfers that put.io runs for you",
+         "Shows what is active, seeding, failed and completed, with the ID of each transfer.\n\n"
+         "With --json, one object with the array \"transfers\". Each holds its \"id\" and what put.io says of "
+         "\"name\", \"size\", \"status\", \"status_message\", \"error_message\", \"type\", \"source\", "
+         "\"percent_done\", \"downloaded\", \"uploaded\", \"down_speed\", \"up_speed\", \"estimated_time\", "
+         "\"peers_connected\", \"peers_sending_to_us\", \"peers_getting_from_us\", \"availability\", \"file_id\", "
+         "\"save_parent_id\", \"extract\", \"current_ratio\", \"created_at\" and \"finished_at\".",
+         {},
+         {jsonDocument}},
+        {transfersAdd,
+         "transfers add",
+         "have put.io fetch a torrent, magnet link or address",
+         "",
+         {{"URL", "A magnet link, or the address of a torrent or of any file", 1, 1}},
+         {{"--to", "FOLDER", "The folder on put.io that receives it (otherwise: the top folder)"},
+          {"--extract", "", "Extract archives after download"}}},
+        {transfersCancel,
+         "transfers cancel",
+         "cancel an active or seeding transfer",
+         "put.io stops the transfer and discards what it has downloaded so far. Asks first when there is a terminal to "
+         "ask on.",
+         {transferID},
+         {yes}},
+        {transfersRetry, "transfers retry", "let put.io try a failed transfer again", "", {transferID}, {}},
+        {transfersClean,
+         "transfers clean",
+         "take completed transfers off the list",
+         "The files that they fetched stay on put.io.",
+         {},
+         {}},
+    };
+}
+
+std::vector<CommandDefinition> feedDefinitions() {
+    using enum CommandName;
+    return {
+        {feedsList,
+         "feeds list",
+         "list the RSS feeds that put.io watches for you",
+         "With --json, one object with the array \"feeds\". Each holds its \"id\" and what put.io says of \"title\", "
+         "\"rss_source_url\", \"keyword\", \"parent_dir_id\", \"paused\", \"dont_process_whole_feed\", "
+         "\"delete_old_files\", \"last_fetch\" and \"extract\".",
+         {},
+         {jsonDocument}},
+        {feedsAdd,
+         "feeds add",
+         "have put.io watch an RSS feed and download its new items",
+         "",
+         {{"URL", "The feed's address", 1, 1}},
+         {title,
+          {"--to", "FOLDER", "The folder on put.io that receives what is found (otherwise: the top folder)"},
+          keyword,
+          skipExisting,
+          deleteOld}},
+        {feedsEdit,
+         "feeds edit",
+         "change an RSS feed",
+         "What is not named stays as it is. A feed's address and folder cannot be changed.",
+         {feedID},
+         {title, keyword, skipExisting, deleteOld}},
+        {feedsPause, "feeds pause", "stop watching an RSS feed for now", "", {feedID}, {}},
+        {feedsResume, "feeds resume", "watch a paused RSS feed again", "", {feedID}, {}},
+        {feedsRemove,
+         "feeds rm",
+         "delete an RSS feed",
+         "Permanently removes the feed from your put.io account. Asks first when there is a terminal to ask on.",
+         {feedID},
+         {yes}},
+    };
+}
+
+}  // namespace
+
+std::span<const CommandGroup> commandGroups() {
+    return groups;
+}
+
+std::vector<CommandDefinition> groupedDefinitions() {
+    std::vector<CommandDefinition> all = transferDefinitions();
+    std::ranges::move(feedDefinitions(), std::back_inserter(all));
+    return all;
+}
+
+}  // namespace tovri::cli

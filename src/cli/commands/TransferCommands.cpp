@@ -1,0 +1,141 @@
+#include "cli/commands/TransferCommands.h"
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "cli/commands/Question.h"
+#include "cli/display/DisplayText.h"
+#include "cli/display/TransferListing.h"
+
+namespace tovri::cli {
+namespace {
+
+std::string named(const Transfer& transfer) {
+    return fmt::format("{} (ID {})", printable(titleOf(transfer)), transfer.id);
+}
+
+std::string statusText(const Transfer& transfer) {
+    return transfer.status.value_or("unknown");
+}
+
+}  // namespace
+
+Task<ExitCode> TransferListCommand::run(std::stop_token stop) {
+    Result<std::vector<Transfer>> transfers = co_await context_.api.listTransfers(stop);
+    if (!transfers) {
+        context_.complain(transfers.error());
+        co_return ExitCode::failure;
+    }
+    if (context_.invocation.has("--json"))
+        context_.terminal.print(transfersJSON(*transfers));
+    else
+        for (const std::string& line : transferLines(*transfers, context_.outputWidth())) context_.terminal.print(line);
+    co_return ExitCode::success;
+}
+
+Task<ExitCode> TransferAddCommand::run(std::stop_token stop) {
+    std::string url = trimmed(context_.invocation.operands.front());
+    if (url.empty()) {
+        context_.complain("the URL is empty.");
+        co_return ExitCode::wrongArguments;
+    }
+    Result<Transfer> added = co_await add(std::move(url), stop);
+    if (!added) {
+        context_.complain(added.error());
+        co_return ExitCode::failure;
+    }
+    context_.terminal.print("Added: " + named(*added));
+    co_return ExitCode::success;
+}
+
+Task<Result<Transfer>> TransferAddCommand::add(std::string url, std::stop_token stop) {
+    Result<PutIOFile> folder = co_await tree_.findFolder(context_.invocation.value("--to").value_or("/"), stop);
+    if (!folder) co_return failure(folder);
+    const bool extract = context_.invocation.has("--extract");
+    Result<Transfer> added = co_await context_.api.addTransfer(std::move(url), folder->id, extract, stop);
+    co_return added;
+}
+
+Task<ExitCode> TransferStepCommand::run(std::stop_token stop) {
+    Result<Transfer> transfer = co_await find(stop);
+    if (!transfer) {
+        context_.complain(transfer.error());
+        co_return ExitCode::failure;
+    }
+    if (const std::string reason = objection(*transfer); !reason.empty()) {
+        context_.complain(fmt::format("\"{}\" {}", titleOf(*transfer), reason));
+        co_return ExitCode::failure;
+    }
+    const bool isWanted = co_await isMeant(*transfer, stop);
+    if (!isWanted) {
+        context_.complain("nothing was done.");
+        co_return ExitCode::failure;
+    }
+    Result<void> performed = co_await perform(transfer->id, stop);
+    if (performed)
+        context_.terminal.print(fmt::format("{}: {}", done(), named(*transfer)));
+    else
+        context_.complain(performed.error());
+    co_return performed ? ExitCode::success : ExitCode::failure;
+}
+
+// put.io takes an ID that it does not know for one that is over already.
+Task<Result<Transfer>> TransferStepCommand::find(std::stop_token stop) {
+    const std::string& text = context_.invocation.operands.front();
+    Result<std::vector<Transfer>> transfers = co_await context_.api.listTransfers(stop);
+    if (!transfers) co_return failure(transfers);
+    const auto found = std::ranges::find(*transfers, parseID(text), &Transfer::id);
+    if (found != transfers->end()) co_return std::move(*found);
+    co_return failure(
+        Error(ErrorCase::file,
+              fmt::format("There is no transfer with the ID {}. tovri-cli transfers list shows what there is.", text)));
+}
+
+std::string TransferCancelCommand::objection(const Transfer& transfer) const {
+    const TransferGroup group = groupOf(transfer);
+    if (group == TransferGroup::active || group == TransferGroup::seeding) return {};
+    return fmt::format("is neither active nor seeding (its status is {}), so there is nothing to cancel.",
+                       statusText(transfer));
+}
+
+Task<bool> TransferCancelCommand::isMeant(Transfer transfer, std::stop_token stop) {
+    if (context().invocation.has("--yes") || !context().terminal.canAsk()) co_return true;
+    std::string question = fmt::format(
+        "Cancel \xE2\x80\x9C{}\xE2\x80\x9D?\nput.io stops the transfer and discards what it has downloaded so far. "
+        "[y/N] ",
+        printable(titleOf(transfer)));
+    Result<std::optional<std::string>> answer =
+        co_await ask(context().platform.loop, context().terminal, std::move(question), Terminal::Echo::shown, stop);
+    co_return isYes(answer);
+}
+
+Task<Result<void>> TransferCancelCommand::perform(std::int64_t id, std::stop_token stop) {
+    return context().api.cancelTransfers({id}, std::move(stop));
+}
+
+std::string TransferRetryCommand::objection(const Transfer& transfer) const {
+    if (groupOf(transfer) == TransferGroup::failed) return {};
+    return fmt::format("has not failed (its status is {}), so there is nothing to retry.", statusText(transfer));
+}
+
+Task<bool> TransferRetryCommand::isMeant(Transfer /*transfer*/, std::stop_token /*stop*/) {
+    co_return true;
+}
+
+Task<Result<void>> TransferRetryCommand::perform(std::int64_t id, std::stop_token stop) {
+    Result<Transfer> retried = co_await context().api.retryTransfer(id, std::move(stop));
+    if (!retried) co_return failure(retried);
+    co_return Result<void>();
+}
+
+Task<ExitCode> TransferCleanCommand::run(std::stop_token stop) {
+    Result<void> cleaned = co_await context_.api.cleanTransfers(stop);
+    if (cleaned)
+        context_.terminal.print("Completed transfers are off the list.");
+    else
+        context_.complain(cleaned.error());
+    co_return cleaned ? ExitCode::success : ExitCode::failure;
+}
+
+}  // namespace tovri::cli
