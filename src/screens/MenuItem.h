@@ -9,8 +9,8 @@ namespace tovri {
 // One line of a menu. `Action` is what the screen's perform() takes.
 template <class Action>
 struct MenuItem {
-    std::optional<Action> action;  // none: a separator
-    std::string title;
+    std::optional<Action> action = {};  // none: a separator
+    std::string title = {};
     std::string_view symbol = {};  // static text, or empty
     bool isEnabled = true;
     bool isDestructive = false;

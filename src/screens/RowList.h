@@ -14,8 +14,8 @@
 namespace tovri {
 
 // The rows of a list that is replaced as a whole now and then, and that a view follows row by row: it hears which rows
-// went, came and changed, and at each of these steps the list is as told so far. Too many steps, or rows that changed
-// places, are one reset.
+// went, came and changed, and at each of these steps the list is as told so far. Too many steps, rows that changed
+// places, or a list without one of the old rows are one reset.
 //
 // Traits say what a row is: `key(row)`, hashable, of its own in the list, and `isSame(row, row)`, whether two rows of
 // one key look alike.
@@ -60,12 +60,18 @@ private:
         const Keys before = keysOf(rows_);
         const Keys after = keysOf(rows);
         const bool haveOwnKeys = before.size() == rows_.size() && after.size() == rows.size();
-        if (!haveOwnKeys || !keepOrder(rows, before, after)) return std::nullopt;
+        if (!haveOwnKeys || nothingStays(rows, before) || !keepOrder(rows, before, after)) return std::nullopt;
         std::vector<ScreenChange> steps = runsOutside(after, rows_, ScreenChange::Kind::removed);
         std::ranges::reverse(steps);
         std::ranges::copy(runsOutside(before, rows, ScreenChange::Kind::inserted), std::back_inserter(steps));
         if (steps.size() > mostSteps) return std::nullopt;
         return steps;
+    }
+
+    // Another list altogether, as when another folder is opened: nobody follows that row by row.
+    [[nodiscard]] bool nothingStays(const std::vector<Row>& rows, const Keys& before) const {
+        const auto stays = [&](const Row& row) { return before.contains(Traits::key(row)); };
+        return !rows_.empty() && !rows.empty() && std::ranges::none_of(rows, stays);
     }
 
     // Whether the rows that stay stand in the same order before and after.

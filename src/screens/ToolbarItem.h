@@ -25,8 +25,8 @@ struct ToolbarItem {
     };
 
     Kind kind = Kind::button;
-    std::optional<Action> action;  // of a button
-    std::string title;
+    std::optional<Action> action = {};  // of a button
+    std::string title = {};
     std::string_view symbol = {};  // static text, or empty
     std::string help = {};         // tooltip, or empty
     bool isEnabled = true;

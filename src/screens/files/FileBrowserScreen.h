@@ -1,0 +1,161 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "downloads/DownloadManager.h"
+#include "platform/Workspace.h"
+#include "screens/ActionDialogs.h"
+#include "screens/FileChooser.h"
+#include "screens/Placeholder.h"
+#include "screens/RowList.h"
+#include "screens/ScreenChange.h"
+#include "screens/ToolbarItem.h"
+#include "screens/files/FileBrowserState.h"
+#include "screens/files/FileMenu.h"
+#include "screens/files/FileRow.h"
+
+namespace tovri {
+
+enum class FileToolbarAction : std::uint8_t {
+    download,
+    sortByName,
+    sortBySize,
+    sortByDate,
+    chooseUploads,  // the face's own: it shows uploadChooser() and hands over what was chosen
+    refresh,
+};
+
+// The file browser: the running uploads into the folder on view, then its folders and files. What it shows beyond the
+// dialogs belongs to FileBrowserState.
+class FileBrowserScreen {
+public:
+    // All outlive the screen.
+    struct Surroundings {
+        FileBrowserState& state;
+        PutIOAPI& api;
+        DownloadManager& downloads;
+        const Preferences& preferences;
+        Workspace& workspace;
+        const TextCollation& collation;
+        RandomSource& random;
+    };
+
+    explicit FileBrowserScreen(const Surroundings& surroundings);
+
+    void appear();
+    void disappear();
+
+    // --- What is seen ---
+
+    static constexpr std::string_view breadcrumbSeparator = "chevron.right";
+
+    // The last one is the folder on view, and emphasised.
+    [[nodiscard]] const std::vector<Breadcrumb>& breadcrumbs() const { return state().breadcrumbs(); }
+
+    // Instead of the rows. Its button is openPlaceholder().
+    [[nodiscard]] std::optional<Placeholder> placeholder() const;
+
+    [[nodiscard]] std::vector<ToolbarItem<FileToolbarAction>> toolbar() const;
+
+    [[nodiscard]] const std::string& searchText() const { return state().searchText(); }
+
+    [[nodiscard]] std::size_t rowCount() const { return uploads_.rows().size() + files_.rows().size(); }
+
+    [[nodiscard]] FileRow row(std::size_t index) const;
+
+    // The file or folder of a row; null for an upload and past the end. Good until the next event.
+    [[nodiscard]] const PutIOFile* fileAt(std::size_t row) const;
+
+    [[nodiscard]] const FileIDs& selection() const { return state().selectedFiles(); }
+
+    [[nodiscard]] std::vector<MenuItem<FileMenuAction>> menu(const FileIDs& files) const;
+
+    [[nodiscard]] static FileChooser uploadChooser();
+
+    [[nodiscard]] const ActionDialogs& dialogs() const { return dialogs_; }
+
+    [[nodiscard]] ActionDialogs& dialogs() { return dialogs_; }
+
+    Subscription onChange(std::function<void(const ScreenChange&)> tell) { return changes_.subscribe(std::move(tell)); }
+
+    // --- What the user does ---
+
+    void openBreadcrumb(std::size_t index) { state().navigateToBreadcrumb(index); }
+
+    void openPlaceholder() { state().loadFiles(); }
+
+    void select(FileIDs files) { state().setSelectedFiles(std::move(files)); }
+
+    void search(std::string text) { state().setSearchText(std::move(text)); }
+
+    void perform(FileToolbarAction action);
+    void perform(FileMenuAction action, const FileIDs& files);
+    void perform(FileRowAction action, std::size_t row);
+
+    // Double-click or Return: opens a folder, downloads a file. Of several, one.
+    void activate(const FileIDs& files);
+
+    // The Delete key.
+    void deleteSelection() { askToDelete(selection()); }
+
+    // Uploads into the row's folder, or into the one on view when the row is none or no folder.
+    void upload(const std::vector<std::filesystem::path>& files, std::optional<std::size_t> row = std::nullopt);
+
+    // What the drag of these files carries; it is parsed again by the two below.
+    [[nodiscard]] std::string dragPayload(const FileIDs& files) const;
+
+    // Whether the files of the payload can be dropped on the row: on a folder that is not among them.
+    [[nodiscard]] bool acceptsDrop(std::size_t row, std::string_view payload) const;
+
+    // Moves the files into the row's folder.
+    void drop(std::size_t row, std::string_view payload);
+
+private:
+    struct FileRowTraits {
+        static std::int64_t key(const PutIOFile* file) { return file->id; }
+
+        static bool isSame(const PutIOFile* left, const PutIOFile* right) { return *left == *right; }
+    };
+
+    struct UploadRowTraits {
+        static UUID key(const PendingUpload& upload) { return upload.id; }
+
+        static bool isSame(const PendingUpload& left, const PendingUpload& right) { return left == right; }
+    };
+
+    [[nodiscard]] FileBrowserState& state() const { return surroundings_.state; }
+
+    [[nodiscard]] std::vector<const PutIOFile*> targets(const FileIDs& files) const;
+    [[nodiscard]] ToolbarItem<FileToolbarAction> sortMenu() const;
+    void follow(FileBrowserState::Field field);
+    void showFiles();
+    void showUploads();
+    void download(const FileIDs& files, std::optional<bool> deletes);
+    void downloadFolder(const PutIOFile& folder, bool deletes);
+    void openInPutIO(const PutIOFile& file);
+    void askToDelete(const FileIDs& files);
+    Task<Result<void>> deleteFiles(std::vector<std::int64_t> files);
+    Task<> queueFolder(DownloadManager::FolderRequest request);
+    Task<> copyDownloadLink(std::int64_t file);
+    Task<> moveFiles(std::vector<std::int64_t> files, std::int64_t folder);
+
+    Surroundings surroundings_;
+    FileBrowserState::Listing listing_;  // into which the rows point
+    RowList<const PutIOFile*, FileRowTraits> files_;
+    RowList<PendingUpload, UploadRowTraits> uploads_;
+    Signal<const ScreenChange&> changes_;
+    ActionDialogs dialogs_{scope_};
+    Subscription followingState_;
+    Subscription followingUploads_;
+    Subscription followingDialogs_;
+    TaskScope scope_;
+};
+
+}  // namespace tovri
