@@ -10,6 +10,29 @@
 
 namespace tovri::sandbox {
 
+namespace {
+
+File folderNamed(std::string name) {
+    File folder;
+    folder.name = std::move(name);
+    folder.isFolder = true;
+    folder.contentType = "application/x-directory";
+    return folder;
+}
+
+File fileFrom(NewFile wanted) {
+    File file;
+    file.size = static_cast<std::int64_t>(wanted.storedContent ? wanted.storedContent->size() : wanted.size);
+    file.contentType = wanted.contentType.empty() ? contentTypeForName(wanted.name) : std::move(wanted.contentType);
+    file.name = std::move(wanted.name);
+    file.storedContent = std::move(wanted.storedContent);
+    file.knownCRC32 = wanted.knownCRC32;
+    file.isContentLost = wanted.isContentLost;
+    return file;
+}
+
+}  // namespace
+
 Content File::content() const {
     if (storedContent) return Content::stored(storedContent);
     return Content::generated(mix(contentSeed + version), static_cast<std::uint64_t>(size));
@@ -20,10 +43,7 @@ std::string File::entityTag() const {
 }
 
 Account::Account() {
-    File root;
-    root.name = "Your Files";
-    root.isFolder = true;
-    root.contentType = "application/x-directory";
+    File root = folderNamed("Your Files");
     root.createdAt = root.updatedAt = unixTimeNow();
     nodes_.emplace(rootID, Node{std::move(root), {}});
 }
@@ -34,26 +54,33 @@ void Account::reseed(std::uint64_t seed) {
 }
 
 FileID Account::addFolder(FileID parentID, std::string name) {
-    File folder;
-    folder.name = std::move(name);
-    folder.isFolder = true;
-    folder.contentType = "application/x-directory";
-    return insert(parentID, std::move(folder));
+    const std::scoped_lock lock(mutex_);
+    return insert(parentID, folderNamed(std::move(name)));
 }
 
 FileID Account::addFile(FileID parentID, NewFile wanted) {
-    File file;
-    file.size = static_cast<std::int64_t>(wanted.storedContent ? wanted.storedContent->size() : wanted.size);
-    file.contentType = wanted.contentType.empty() ? contentTypeForName(wanted.name) : std::move(wanted.contentType);
-    file.name = std::move(wanted.name);
-    file.storedContent = std::move(wanted.storedContent);
-    file.knownCRC32 = wanted.knownCRC32;
-    file.isContentLost = wanted.isContentLost;
-    return insert(parentID, std::move(file));
+    const std::scoped_lock lock(mutex_);
+    return insert(parentID, fileFrom(std::move(wanted)));
+}
+
+FileID Account::makeFolders(std::string_view path) {
+    const std::scoped_lock lock(mutex_);
+    FileID at = rootID;
+    while (!path.empty()) {
+        const std::string_view name = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(path.size(), name.size() + 1));
+        if (name.empty()) continue;
+        const std::vector<FileID>& entries = nodes_.at(at).children;
+        const auto known = std::ranges::find_if(entries, [&](FileID id) {
+            const File& entry = nodes_.at(id).file;
+            return entry.isFolder && entry.name == name;
+        });
+        at = known != entries.end() ? *known : insert(at, folderNamed(std::string(name)));
+    }
+    return at;
 }
 
 FileID Account::insert(FileID parentID, File file) {
-    const std::scoped_lock lock(mutex_);
     auto parent = nodes_.find(parentID);
     if (parent == nodes_.end() || !parent->second.file.isFolder) parent = nodes_.find(parentID = rootID);
     const FileID id = ++lastID_;
@@ -142,6 +169,25 @@ bool Account::move(FileID id, FileID targetFolderID) {
     target->second.children.push_back(id);
     resizeAncestors(targetFolderID, found->second.file.size);
     return true;
+}
+
+bool Account::rename(FileID id, std::string name) {
+    const std::scoped_lock lock(mutex_);
+    const auto found = nodes_.find(id);
+    if (id == rootID || found == nodes_.end()) return false;
+    found->second.file.name = std::move(name);
+    found->second.file.updatedAt = unixTimeNow();
+    return true;
+}
+
+std::optional<FileID> Account::replace(FileID id, NewFile file) {
+    const std::scoped_lock lock(mutex_);
+    const auto found = nodes_.find(id);
+    if (found == nodes_.end() || found->second.file.isFolder) return std::nullopt;
+    const FileID parentID = found->second.file.parentID;
+    detach(found->second);
+    nodes_.erase(found);
+    return insert(parentID, fileFrom(std::move(file)));
 }
 
 void Account::changeContent(FileID id) {

@@ -62,6 +62,9 @@ public:
     FileID addFolder(FileID parentID, std::string name);
     FileID addFile(FileID parentID, NewFile file);
 
+    // The folder at the end of a path, made with those above it where they are missing.
+    FileID makeFolders(std::string_view path);
+
     std::optional<File> find(FileID id) const;
 
     // By the names from the root on, "/Films/Notes.txt"; the first of those that share a name.
@@ -80,6 +83,12 @@ public:
     // False when either is missing, the target is no folder, or a folder would end up inside itself.
     bool move(FileID id, FileID targetFolderID);
 
+    // False for the root and for what is not there.
+    bool rename(FileID id, std::string name);
+
+    // Puts a new file, with an ID of its own, in the place of another; none when there is no such file.
+    std::optional<FileID> replace(FileID id, NewFile file);
+
     // Replaces the content by another of the same size, as if the file had been written again.
     void changeContent(FileID id);
 
@@ -94,6 +103,7 @@ private:
         std::vector<FileID> children;
     };
 
+    // The caller holds the lock for these.
     FileID insert(FileID parentID, File file);
     void resizeAncestors(FileID parentID, std::int64_t by);
     void detach(const Node& node);

@@ -39,6 +39,8 @@ void streamThrough(HttpResponse& response, const Fault& fault) {
 }  // namespace
 
 HttpResponse ApiServer::answer(const HttpRequest& request) {
+    parts_.transfers.advance();
+    parts_.folders.advance();
     if (ControlApi::isControlPath(request.path)) return parts_.control.answer(request);
     ApiCall call;
     call.method = request.method;
@@ -74,7 +76,6 @@ HttpResponse ApiServer::answerOrFail(const HttpRequest& request, Role role, cons
 }
 
 HttpResponse ApiServer::dispatch(const ApiCall& call) {
-    parts_.transfers.advance();
     if (call.isGet("/account/info")) return accountInfo();
     if (auto response = parts_.files.answer(call)) return std::move(*response);
     if (auto response = parts_.transfers.answer(call)) return std::move(*response);

@@ -5,6 +5,7 @@
 #include "sandbox/Faults.h"
 #include "sandbox/FeedsApi.h"
 #include "sandbox/FilesApi.h"
+#include "sandbox/LivingFolders.h"
 #include "sandbox/Pause.h"
 #include "sandbox/RequestLog.h"
 #include "sandbox/SandboxSettings.h"
@@ -24,6 +25,7 @@ public:
         Pause& pause;
         const SandboxSettings& settings;
         FilesApi& files;
+        LivingFolders& folders;
         TransfersApi& transfers;
         FeedsApi& feeds;
         UploadServer& upload;

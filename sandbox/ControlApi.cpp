@@ -9,6 +9,8 @@
 namespace tovri::sandbox {
 namespace {
 
+constexpr std::string_view filesPath = "/sandbox/files/";
+
 void writeTree(JsonWriter& json, const Account& account, const File& file) {
     json.beginObject().field("id", file.id).field("name", file.name).field("size", file.size);
     if (file.isFolder) {
@@ -23,6 +25,7 @@ void writeTree(JsonWriter& json, const Account& account, const File& file) {
 
 HttpResponse ControlApi::answer(const HttpRequest& request) {
     if (request.path == "/sandbox/faults") return changeFaults(request);
+    if (request.path.starts_with(filesPath)) return changeFiles(request);
     if (request.path == "/sandbox/stats") return showStatistics();
     if (request.path == "/sandbox/account") return showAccount();
     if (request.path == "/sandbox/requests") {
@@ -43,6 +46,14 @@ HttpResponse ControlApi::changeFaults(const HttpRequest& request) {
     if (request.method != "DELETE") return errorAnswer(405, "MethodNotAllowed", "GET, POST or DELETE.");
     faults_.clear();
     return okAnswer();
+}
+
+// The fields come as a form or behind a "?".
+HttpResponse ControlApi::changeFiles(const HttpRequest& request) {
+    if (request.method != "POST") return errorAnswer(405, "MethodNotAllowed", "POST.");
+    Fields fields = parseFields(request.query);
+    fields.merge(parseFields(request.body->readAll()));
+    return changes_.answer(std::string_view(request.path).substr(filesPath.size()), fields);
 }
 
 // A body that begins like JSON is an array of fault objects; any other holds one fault per line.

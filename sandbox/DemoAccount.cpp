@@ -65,15 +65,8 @@ constexpr std::string_view welcome =
     "download, move and delete them as you like: they are back when the sandbox starts again.\n";
 
 void addByPath(Account& account, std::string_view path, std::uint64_t size) {
-    FileID folder = rootID;
-    std::string walked;
-    for (std::size_t slash = path.find('/'); slash != std::string_view::npos; slash = path.find('/')) {
-        walked += "/" + std::string(path.substr(0, slash));
-        const std::optional<File> known = account.findPath(walked);
-        folder = known ? known->id : account.addFolder(folder, std::string(path.substr(0, slash)));
-        path.remove_prefix(slash + 1);
-    }
-    account.addFile(folder, {.name = std::string(path), .size = size});
+    const std::size_t name = path.rfind('/') + 1;
+    account.addFile(account.makeFolders(path.substr(0, name)), {.name = std::string(path.substr(name)), .size = size});
 }
 
 void addTransfers(Transfers& transfers, FileID films) {

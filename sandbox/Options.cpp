@@ -1,5 +1,7 @@
 #include "sandbox/Options.h"
 
+#include <algorithm>
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
@@ -44,7 +46,10 @@ std::string footer() {
         "  GET    /sandbox/account     the tree as it is now       POST   /sandbox/reset-log  forget the requests\n"
         "  GET    /sandbox/faults      faults and their uses       POST   /sandbox/faults     add, one per line or as "
         "JSON\n"
-        "  DELETE /sandbox/faults      no more faults\n";
+        "  DELETE /sandbox/faults      no more faults\n"
+        "  POST   /sandbox/files/ACTION  a form: add (path, size or text), remove (path or id), rename (path or id, "
+        "name),\n"
+        "                              replace (path or id, size or text), move (path or id, to)\n";
     return text;
 }
 
@@ -57,6 +62,22 @@ CLI::Option* addSize(CLI::App& app, const std::string& name, Size& size, const s
         return parsed.has_value();
     };
     return app.add_option(name, set, help)->type_name("SIZE");
+}
+
+// An option that takes a folder and an interval, "/Films=5", and may be given again.
+void addLivingFolder(CLI::App& app, const std::string& name, Options& options, LivingFolder::Change change,
+                     const std::string& help) {
+    const auto add = [&options, change](const std::vector<std::string>& values) {
+        return std::ranges::all_of(values, [&](const std::string& value) {
+            const std::size_t sign = value.rfind('=');
+            double seconds = 0;
+            if (sign == std::string::npos || !CLI::detail::lexical_cast(value.substr(sign + 1), seconds)) return false;
+            if (!(seconds >= 0.001 && seconds < 1e9)) return false;
+            options.livingFolders.push_back({value.substr(0, sign), seconds, change});
+            return true;
+        });
+    };
+    app.add_option(name, add, help)->type_name("FOLDER=SECONDS")->take_all()->expected(1)->group("Behaviour");
 }
 
 void addAccountOptions(CLI::App& app, Options& options) {
@@ -107,10 +128,14 @@ void addBehaviourOptions(CLI::App& app, Options& options) {
            "Seconds after which a download link expires (default: never)")
         ->type_name("SECONDS")
         ->group("Behaviour");
-    app.add_option("--clock-rate", settings.clockRate, "Let transfers live this many times faster")
+    app.add_option("--clock-rate", settings.clockRate, "Let transfers and folders live this many times faster")
         ->type_name("FACTOR")
         ->check(CLI::PositiveNumber)
         ->group("Behaviour");
+    addLivingFolder(app, "--growing-folder", options, LivingFolder::Change::grows,
+                    "Add a file to FOLDER every SECONDS; may be given again");
+    addLivingFolder(app, "--changing-folder", options, LivingFolder::Change::turns,
+                    "The same, but rename, replace and remove some of them too");
     app.add_flag("--deny-sign-in", settings.deniesSignIn, "The user does not agree on the sign-in page")
         ->group("Behaviour");
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "sandbox/GeneratedAccount.h"
+#include "sandbox/LivingFolders.h"
 #include "sandbox/SandboxSettings.h"
 
 namespace tovri::sandbox {
@@ -17,6 +18,7 @@ struct Options {
     bool isDemo = false;
     bool isGenerated = false;
     GeneratedAccountSettings generated;
+    std::vector<LivingFolder> livingFolders;
     std::vector<std::string> faults;
     std::string writeTree;
     std::string envFile;

@@ -28,6 +28,7 @@ struct Sandbox::Parts {
     explicit Parts(SandboxSettings wanted)
         : settings(std::move(wanted)),
           transfers(account, fastClock(settings.clockRate)),
+          folders(account, fastClock(settings.clockRate)),
           links(settings.linkLifetime) {}
 
     std::string urlOf(const std::optional<HttpServer>& server) const {
@@ -37,6 +38,7 @@ struct Sandbox::Parts {
     SandboxSettings settings;
     Account account;
     Transfers transfers;
+    LivingFolders folders;
     FeedsApi feeds;
     Faults faults;
     RequestLog log;
@@ -47,7 +49,7 @@ struct Sandbox::Parts {
     TransfersApi transfersApi{transfers};
     UploadServer upload{{account, faults, log, pause, settings, transfers}};
     ControlApi control{account, faults, log};
-    ApiServer api{{account, faults, log, pause, settings, files, transfersApi, feeds, upload, control}};
+    ApiServer api{{account, faults, log, pause, settings, files, folders, transfersApi, feeds, upload, control}};
     StorageServer storage{account, faults, links, log, pause};
 
     std::optional<Certificate> certificate;
@@ -67,6 +69,10 @@ Account& Sandbox::account() {
 
 Transfers& Sandbox::transfers() {
     return parts_->transfers;
+}
+
+LivingFolders& Sandbox::folders() {
+    return parts_->folders;
 }
 
 FeedsApi& Sandbox::feeds() {

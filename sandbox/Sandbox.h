@@ -6,6 +6,7 @@
 #include "sandbox/Account.h"
 #include "sandbox/Faults.h"
 #include "sandbox/FeedsApi.h"
+#include "sandbox/LivingFolders.h"
 #include "sandbox/RequestLog.h"
 #include "sandbox/SandboxSettings.h"
 #include "sandbox/Scene.h"
@@ -22,6 +23,7 @@ public:
 
     Account& account();
     Transfers& transfers();
+    LivingFolders& folders();
     FeedsApi& feeds();
     Faults& faults();
     RequestLog& log();

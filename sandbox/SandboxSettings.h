@@ -23,7 +23,7 @@ struct SandboxSettings {
     std::uint64_t uploadMemory = 64UL << 20;  // how much uploaded content is kept
     std::optional<std::chrono::milliseconds> linkLifetime = std::nullopt;
     bool deniesSignIn = false;
-    double clockRate = 1;  // how much faster than real time transfers live
+    double clockRate = 1;  // how much faster than real time transfers and folders live
 };
 
 }  // namespace tovri::sandbox

@@ -45,6 +45,7 @@ void fill(Sandbox& sandbox, const Options& options) {
     }
     if (options.isGenerated) generateAccount(scene.account, options.generated);
     if (options.isDemo) addDemoAccount(scene);
+    for (const LivingFolder& folder : options.livingFolders) sandbox.folders().add(folder);
     if (options.token) scene.settings.token = *options.token;
     for (const std::string& text : options.faults) {
         std::expected<Fault, std::string> fault = parseFault(text);

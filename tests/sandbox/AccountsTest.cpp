@@ -11,6 +11,7 @@
 #include "sandbox/Account.h"
 #include "sandbox/DemoAccount.h"
 #include "sandbox/GeneratedAccount.h"
+#include "sandbox/LivingFolders.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/TreeWriter.h"
 
@@ -134,6 +135,42 @@ TEST(Transfers, liveThroughTheirStatesAndLeaveAFile) {
     transfers.retry(transfers.list().at(0).id);
     EXPECT_EQ(transfers.progress(transfers.list().at(0)).status, "IN_QUEUE");
     EXPECT_FALSE(transfers.cancel(transfer.id));
+}
+
+std::vector<std::string> namesBelow(const Account& account, std::string_view path) {
+    std::vector<std::string> names;
+    for (const File& file : account.children(account.findPath(path).value().id)) names.push_back(file.name);
+    return names;
+}
+
+TEST(LivingFolders, changeAsTimeGoesBy) {
+    Account account;
+    const FileID mine = account.addFile(account.makeFolders("/News"), {.name = "mine"});
+    double now = 0;
+    LivingFolders folders(account, [&now] { return now; });
+    folders.add({.path = "/Growing", .interval = 10});
+    folders.add({.path = "/News", .interval = 1, .change = LivingFolder::Change::turns});
+    const auto at = [&](double time) {
+        now = time;
+        folders.advance();
+    };
+    at(0.9);
+    EXPECT_EQ(account.childCount(account.findPath("/News")->id), 1U);
+    at(4.5);  // two added, the first of them renamed, one more added
+    const FileID renamed = account.findPath("/News/Restored Newsreel 001.mp4").value().id;
+    EXPECT_EQ(namesBelow(account, "/News"),
+              (std::vector<std::string>{"mine", "Restored Newsreel 001.mp4", "Newsreel 002.mp4", "Newsreel 003.mp4"}));
+    at(5);
+    EXPECT_NE(account.findPath("/News/Restored Newsreel 001.mp4").value().id, renamed);
+    at(6);
+    EXPECT_FALSE(account.findPath("/News/Restored Newsreel 001.mp4"));
+    for (const File& file : account.children(account.findPath("/News")->id))
+        if (file.id != mine) account.remove(file.id);  // as a client does that has downloaded them
+    at(45);
+    EXPECT_TRUE(account.find(mine));
+    EXPECT_EQ(namesBelow(account, "/Growing"),
+              (std::vector<std::string>{"Newsreel 001.mp4", "Newsreel 002.mp4", "Newsreel 003.mp4", "Extras"}));
+    EXPECT_EQ(namesBelow(account, "/Growing/Extras"), std::vector<std::string>{"Newsreel 004.mp4"});
 }
 
 }  // namespace

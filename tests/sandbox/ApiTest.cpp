@@ -193,6 +193,37 @@ TEST_F(ApiTest, keepsFeedsAsTheyWereCreatedAndChanged) {
     EXPECT_EQ(post("/rss/resume", {{"id", "1"}})->status, 404);
 }
 
+TEST_F(ApiTest, changesFilesWhileSomebodyWatches) {
+    const auto change = [&](const std::string& action, const httplib::Params& fields) {
+        return api_->Post("/sandbox/files/" + action, fields);
+    };
+    const auto idIn = [](const httplib::Result& result) { return Json(result)["id"].get_int64().value(); };
+    const FileID file = idIn(change("add", {{"path", "/Films/New/a+b.txt"}, {"text", "first"}}));
+    EXPECT_EQ(idIn(change("add", {{"path", "Films/New/"}})), account().findPath("/Films/New")->id);
+    EXPECT_EQ(account().namesTo(file), (std::vector<std::string>{"Films", "New", "a+b.txt"}));
+    EXPECT_EQ(download(file)->body, "first");
+
+    EXPECT_EQ(idIn(change("rename", {{"path", "/Films/New/a+b.txt"}, {"name", "c/d"}})), file);
+    const FileID second = idIn(change("replace", {{"id", std::to_string(file)}}));
+    EXPECT_NE(second, file);
+    EXPECT_FALSE(account().find(file));
+    EXPECT_EQ(account().find(second)->name, "c/d");
+    EXPECT_EQ(account().used(), 5);
+    EXPECT_NE(download(second)->body, "first");
+
+    EXPECT_EQ(idIn(change("move", {{"id", std::to_string(second)}, {"to", "/Music"}})), second);
+    EXPECT_EQ(account().namesTo(second), (std::vector<std::string>{"Music", "c/d"}));
+    EXPECT_EQ(change("move", {{"path", "/Films"}, {"to", "/Films/New"}})->status, 400);
+    EXPECT_EQ(change("remove", {{"path", "/Films"}})->status, 200);
+    EXPECT_FALSE(account().findPath("/Films"));
+    EXPECT_EQ(change("remove", {{"path", "/Films"}})->status, 404);
+    EXPECT_EQ(change("remove", {{"path", "/"}})->status, 404);
+    EXPECT_EQ(change("replace", {{"path", "/Music"}})->status, 400);
+    EXPECT_EQ(change("add", {{"path", "/x"}, {"size", "5Q"}})->status, 400);
+    EXPECT_EQ(change("explode", {{"path", "/Music"}})->status, 404);
+    EXPECT_EQ(sandbox_.log().requests().size(), 2U) << "only the downloads are logged";
+}
+
 TEST(SandboxTls, isTrustedWithItsCertificateOnly) {
     Sandbox sandbox({.tls = true});
     sandbox.start();

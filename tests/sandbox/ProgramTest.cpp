@@ -94,7 +94,8 @@ TEST_F(ProgramTest, servesUntilItIsToldToStop) {
     const fs::path certificate = folder_ / "certificate.pem";
     const fs::path log = folder_ / "log";
     Program program({"--demo", "--tls", "--certificate", certificate, "--env-file", environment, "--log", log,
-                     "--token", "secret", "--fault", "api:/v2/rss/list:status=503"},
+                     "--token", "secret", "--fault", "api:/v2/rss/list:status=503", "--growing-folder", "/a=b=0.01",
+                     "--changing-folder", "/c=900", "--growing-folder", "/d=900"},
                     output_);
     auto values = waitForEnvironment(environment);
     EXPECT_EQ(values["SSL_CERT_FILE"], certificate);
@@ -105,7 +106,8 @@ TEST_F(ProgramTest, servesUntilItIsToldToStop) {
     client.set_bearer_token_auth(values["TOVRI_TOKEN"]);
     const auto listing = client.Get("/v2/files/list?parent_id=0");
     ASSERT_TRUE(listing);
-    EXPECT_NE(listing->body.find("\"Films\""), std::string::npos);
+    for (const char* name : {"\"Films\"", "\"a=b\"", "\"c\"", "\"d\""})
+        EXPECT_NE(listing->body.find(name), std::string::npos) << name;
     EXPECT_EQ(client.Get("/v2/rss/list")->status, 503);
     program.terminate();
     EXPECT_EQ(program.exitStatus(), 0);
@@ -120,6 +122,8 @@ TEST_F(ProgramTest, tellsByItsStatusWhatWentWrong) {
     EXPECT_NE(contentOf(output_).find("range-shift"), std::string::npos);
     EXPECT_EQ(statusOf({"--files", "many"}), 2);
     EXPECT_EQ(statusOf({"--max-size", "5Q"}), 2);
+    EXPECT_EQ(statusOf({"--growing-folder", "/Films"}), 2);
+    EXPECT_EQ(statusOf({"--growing-folder", "/Films=0"}), 2);
     EXPECT_EQ(statusOf({"--fault", "storage:x:explode"}), 1);
     std::ofstream(folder_ / "account.json") << R"({"files": {"a": []}})";
     EXPECT_EQ(statusOf({"--account", folder_ / "account.json"}), 1);
