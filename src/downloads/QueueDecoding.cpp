@@ -4,63 +4,18 @@
 #include <simdjson.h>
 
 #include "base/FileURL.h"
-#include "downloads/QueueDate.h"
 #include "downloads/QueueSnapshot.h"
+#include "downloads/SavedValues.h"
 
 namespace tovri {
 namespace {
 
-namespace json = simdjson::ondemand;
-
-// Why a file is unreadable. Leaves decodeQueue through its only catch: the failure is deep inside nested readers.
-struct Unreadable {
-    std::string reason;
-};
-
-[[noreturn]] void reject(std::string_view key, std::string_view expected) {
-    throw Unreadable{"\"" + std::string(key) + "\" is not " + std::string(expected)};
-}
-
-template <class T>
-T read(json::value& value, std::string_view key, std::string_view expected) {
-    T result{};
-    if (value.get(result) != simdjson::SUCCESS) reject(key, expected);
-    return result;
-}
-
-std::string_view readText(json::value& value, std::string_view key) {
-    return read<std::string_view>(value, key, "a string");
-}
-
-std::int64_t readInteger(json::value& value, std::string_view key) {
-    return read<std::int64_t>(value, key, "an integer");
-}
-
-UUID readUUID(json::value& value, std::string_view key) {
-    const auto id = UUID::parse(readText(value, key));
-    if (!id) reject(key, "a UUID");
-    return *id;
-}
-
-ByteBlob readBlob(json::value& value, std::string_view key) {
-    auto bytes = base64Decoded(readText(value, key));
-    if (!bytes) reject(key, "base64");
-    return std::move(*bytes);
-}
+using namespace saved;
 
 std::string readPath(json::value& value, std::string_view key) {
     const auto path = parseFileURL(readText(value, key));
     if (!path) reject(key, "a file URL");
     return path->native();
-}
-
-Timestamp readDate(json::value& value, std::string_view key) {
-    return timestamp(read<double>(value, key, "a number"));
-}
-
-bool isNull(json::value& value) {
-    bool null = false;
-    return value.is_null().get(null) == simdjson::SUCCESS && null;
 }
 
 // Reads records one by one; folders and bookmarks that many records share are kept once.
@@ -100,7 +55,7 @@ private:
         if (key == "bytesDownloaded")
             item.bytesDownloaded = readInteger(value, key);
         else if (key == "deleteAfterDownload")
-            item.deleteAfterDownload = tovri::read<bool>(value, key, "a boolean");
+            item.deleteAfterDownload = readFlag(value, key);
         else if (key == "destinationFolder")
             item.destinationFolder = folder(readText(value, key));
         else if (key == "fileID")
@@ -112,7 +67,7 @@ private:
         else if (key == "id")
             item.id = readUUID(value, key);
         else if (key == "progress")
-            item.progress = tovri::read<double>(value, key, "a number");
+            item.progress = saved::read<double>(value, key, "a number");
         else
             item.status = status(readText(value, key));
     }
@@ -179,7 +134,7 @@ QueueSnapshot readSnapshot(json::object object) {
             snapshot.version = readInteger(value, key);
             hasVersion = true;
         } else if (key == "isPaused") {
-            snapshot.isPaused = read<bool>(value, key, "a boolean");
+            snapshot.isPaused = readFlag(value, key);
             hasPaused = true;
         } else if (key == "downloads") {
             RecordReader reader;
@@ -202,19 +157,8 @@ QueueSnapshot readSnapshot(json::object object) {
 }  // namespace
 
 Result<QueueSnapshot> decodeQueue(ByteBlob text) {
-    text.reserve(text.size() + simdjson::SIMDJSON_PADDING);
-    try {
-        json::parser parser;
-        json::document document = parser.iterate(text.data(), text.size(), text.capacity());
-        QueueSnapshot snapshot = readSnapshot(document.get_object());
-        if (const char* rest = nullptr; document.current_location().get(rest) == simdjson::SUCCESS)
-            throw Unreadable{"something follows the end"};
-        return snapshot;
-    } catch (const Unreadable& unreadable) {
-        return failure(Error(ErrorCase::decoding, "The queue file is damaged: " + unreadable.reason + "."));
-    } catch (const simdjson::simdjson_error& error) {
-        return failure(Error(ErrorCase::decoding, std::string("The queue file is not JSON: ") + error.what()));
-    }
+    return decode<QueueSnapshot>(std::move(text), "queue file",
+                                 [](json::document& document) { return readSnapshot(document.get_object()); });
 }
 
 }  // namespace tovri
