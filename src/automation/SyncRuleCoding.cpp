@@ -1,13 +1,133 @@
 #include "automation/SyncRuleCoding.h"
 
-namespace tovri {
+#include <array>
+#include <bitset>
 
-std::string encodeRules(const std::vector<SyncRule>& /*rules*/) {
-    return "[]";
+#include <rapidjson/writer.h>
+
+#include "downloads/SavedText.h"
+#include "downloads/SavedValues.h"
+
+namespace tovri {
+namespace {
+
+using namespace saved;
+
+using Writer = rapidjson::Writer<SlashEscapingText>;
+
+void writeIDs(Writer& json, std::string_view key, const FileIDSet& ids) {
+    writeKey(json, key);
+    json.StartArray();
+    for (const std::int64_t id : ids) json.Int64(id);
+    json.EndArray();
 }
 
-Result<std::vector<SyncRule>> decodeRules(ByteBlob /*json*/) {
-    return {};
+void writeRule(Writer& json, const SyncRule& rule) {
+    json.StartObject();
+    writeMember(json, "id", rule.id.text());
+    writeMember(json, "putioFolderID", rule.putioFolderID);
+    writeMember(json, "putioFolderName", readable(rule.putioFolderName));
+    writeMember(json, "localFolderPath", readable(rule.localFolderPath));
+    if (rule.localFolderBookmark) writeMember(json, "localFolderBookmark", base64Encoded(*rule.localFolderBookmark));
+    writeFlag(json, "deleteAfterDownload", rule.deleteAfterDownload);
+    writeFlag(json, "isEnabled", rule.isEnabled);
+    writeMember(json, "pollIntervalMinutes", rule.pollIntervalMinutes);
+    writeIDs(json, "knownFileIDs", rule.knownFileIDs);
+    writeIDs(json, "pendingFileIDs", rule.pendingFileIDs);
+    writeFlag(json, "isInitialized", rule.isInitialized);
+    if (rule.lastSyncDate) {
+        writeKey(json, "lastSyncDate");
+        json.Double(savedDate(*rule.lastSyncDate));
+    }
+    json.EndObject();
+}
+
+FileIDSet readIDs(json::value& value, std::string_view key) {
+    std::vector<std::int64_t> ids;
+    for (auto element : read<json::array>(value, key, "an array")) {
+        json::value id = element.value();
+        ids.push_back(readInteger(id, key));
+    }
+    return FileIDSet(std::move(ids));
+}
+
+constexpr std::array<std::string_view, 8> requiredKeys = {
+    "id",        "putioFolderID",       "putioFolderName", "localFolderPath", "deleteAfterDownload",
+    "isEnabled", "pollIntervalMinutes", "knownFileIDs"};
+
+void readRequired(SyncRule& rule, std::string_view key, json::value& value) {
+    if (key == "id")
+        rule.id = readUUID(value, key);
+    else if (key == "putioFolderID")
+        rule.putioFolderID = readInteger(value, key);
+    else if (key == "putioFolderName")
+        rule.putioFolderName = readText(value, key);
+    else if (key == "localFolderPath")
+        rule.localFolderPath = readText(value, key);
+    else if (key == "deleteAfterDownload")
+        rule.deleteAfterDownload = readFlag(value, key);
+    else if (key == "isEnabled")
+        rule.isEnabled = readFlag(value, key);
+    else if (key == "pollIntervalMinutes")
+        rule.pollIntervalMinutes = readInteger(value, key);
+    else
+        rule.knownFileIDs = readIDs(value, key);
+}
+
+void readOptional(SyncRule& rule, std::string_view key, json::value& value) {
+    if (key == "localFolderBookmark")
+        rule.localFolderBookmark = readBlob(value, key);
+    else if (key == "pendingFileIDs")
+        rule.pendingFileIDs = readIDs(value, key);
+    else if (key == "isInitialized")
+        rule.isInitialized = readFlag(value, key);
+    else if (key == "lastSyncDate")
+        rule.lastSyncDate = readDate(value, key);
+}
+
+SyncRule readRule(json::object object) {
+    SyncRule rule;
+    rule.isInitialized = true;  // unless the file says otherwise
+    std::bitset<requiredKeys.size()> found;
+    for (auto field : object) {
+        const std::string_view key = field.unescaped_key();
+        json::value value = field.value();
+        const auto required = std::ranges::find(requiredKeys, key);
+        if (required != requiredKeys.end()) {
+            found.set(static_cast<std::size_t>(required - requiredKeys.begin()));
+            readRequired(rule, key, value);
+        } else if (!isNull(value)) {
+            readOptional(rule, key, value);
+        }
+    }
+    for (std::size_t i = 0; i < requiredKeys.size(); ++i)
+        if (!found[i]) throw Unreadable{"a rule has no \"" + std::string(requiredKeys[i]) + "\""};
+    return rule;
+}
+
+}  // namespace
+
+std::string encodeRules(const std::vector<SyncRule>& rules) {
+    constexpr std::size_t typicalRule = 512;
+    constexpr std::size_t typicalID = 12;
+    std::size_t size = 2;
+    for (const SyncRule& rule : rules)
+        size += typicalRule + typicalID * (rule.knownFileIDs.size() + rule.pendingFileIDs.size());
+    SlashEscapingText text;
+    text.reserve(size);
+    Writer json(text);
+    json.StartArray();
+    for (const SyncRule& rule : rules) writeRule(json, rule);
+    json.EndArray();
+    return text.take();
+}
+
+Result<std::vector<SyncRule>> decodeRules(ByteBlob text) {
+    return decode<std::vector<SyncRule>>(std::move(text), "rules file", [](json::document& document) {
+        std::vector<SyncRule> rules;
+        for (auto element : json::array(document.get_array())) rules.push_back(readRule(element.get_object()));
+        return rules;
+    });
 }
 
 }  // namespace tovri
