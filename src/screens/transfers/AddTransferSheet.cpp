@@ -1,0 +1,67 @@
+#include "screens/transfers/AddTransferSheet.h"
+
+#include "screens/EnteredText.h"
+
+namespace tovri {
+namespace {
+
+bool looksLikeTransfer(const std::string& text) {
+    return text.starts_with("magnet:") || text.ends_with(".torrent");
+}
+
+}  // namespace
+
+void AddTransferSheet::open() {
+    if (isOpen_) return;
+    isOpen_ = true;
+    urlText_.clear();
+    extract_ = false;
+    isAdding_ = false;
+    error_.reset();
+    opening_ = std::stop_source();
+    if (std::optional<std::string> text = workspace_.clipboardText(); text && looksLikeTransfer(*text))
+        urlText_ = std::move(*text);
+    changes_.tell();
+}
+
+void AddTransferSheet::close() {
+    if (!isOpen_) return;
+    isOpen_ = false;
+    isAdding_ = false;
+    opening_.request_stop();
+    changes_.tell();
+}
+
+void AddTransferSheet::setURLText(std::string text) {
+    if (urlText_ == text) return;
+    urlText_ = std::move(text);
+    changes_.tell();
+}
+
+void AddTransferSheet::setExtract(bool extracts) {
+    if (std::exchange(extract_, extracts) != extracts) changes_.tell();
+}
+
+void AddTransferSheet::add() {
+    std::string url = enteredText(urlText_);
+    if (!isOpen_ || isAdding_ || url.empty()) return;
+    isAdding_ = true;
+    error_.reset();
+    changes_.tell();
+    scope_.start(add(std::move(url), extract_, opening_.get_token()));
+}
+
+Task<> AddTransferSheet::add(std::string url, bool extracts, std::stop_token stop) {
+    constexpr std::int64_t rootFolder = 0;
+    const Result<Transfer> added = co_await api_.addTransfer(std::move(url), rootFolder, extracts, stop);
+    if (stop.stop_requested()) co_return;
+    if (added) {
+        close();
+        co_return;
+    }
+    isAdding_ = false;
+    error_ = added.error().description;
+    changes_.tell();
+}
+
+}  // namespace tovri
