@@ -33,8 +33,10 @@ public:
     }
 
     Task<void> request(std::stop_token stop) {
+        HTTPRequest sent;
+        sent.url = "https://put.example/";
         const Result<HTTPResponse> answer = co_await Answer<HTTPResponse>(
-            loop, stop, [this](auto done) { return http.send(HTTPRequest(), std::move(done)); });
+            loop, stop, [this, &sent](auto done) { return http.send(std::move(sent), std::move(done)); });
         told.push_back("request " + ending(answer));
     }
 

@@ -14,6 +14,7 @@ struct SimulatedTransferSession::Transfer {
     ByteCount written = 0;
     bool isResumed = false;
     bool isRunning = false;
+    bool isConnected = false;
     std::optional<ResumeToken> origin;          // the token it was made from
     SimulatedStorage::Break* breaks = nullptr;  // strikes this transfer
     Subscription next;
@@ -22,6 +23,7 @@ struct SimulatedTransferSession::Transfer {
 namespace {
 
 constexpr ByteCount stepsInASecond = 20;
+constexpr int mostConnections = 6;
 
 struct TokenFields {
     Path partial;
@@ -81,12 +83,26 @@ TransferID SimulatedTransferSession::resumeTransfer(const ResumeToken& token) {
 }
 
 void SimulatedTransferSession::start(TransferID transfer) {
-    Transfer& started = *transfers_.at(transfer);
+    const auto found = transfers_.find(transfer);
+    if (found == transfers_.end()) return;  // cancelled before it began
+    Transfer& started = *found->second;
     started.isRunning = true;
     storage_.started.push_back(started.url);
     if (started.isResumed) ++storage_.resumed;
     storage_.highestRunning = std::max(storage_.highestRunning, ++storage_.running);
-    started.next = loop_.schedule(storage_.latency, [this, transfer] { begin(transfer); });
+    waiting_.push_back(transfer);
+    connectWaiting();
+}
+
+void SimulatedTransferSession::connectWaiting() {
+    while (connected_ < mostConnections && !waiting_.empty()) {
+        const TransferID id = waiting_.front();
+        waiting_.erase(waiting_.begin());
+        Transfer& transfer = *transfers_.at(id);
+        transfer.isConnected = true;
+        storage_.highestConnected = std::max(storage_.highestConnected, ++connected_);
+        transfer.next = loop_.schedule(storage_.latency, [this, id] { begin(id); });
+    }
 }
 
 void SimulatedTransferSession::begin(TransferID id) {
@@ -210,6 +226,9 @@ std::unique_ptr<SimulatedTransferSession::Transfer> SimulatedTransferSession::ta
     if (taken.empty()) return nullptr;
     if (taken.mapped()->isRunning) --storage_.running;
     taken.mapped()->next.reset();
+    if (taken.mapped()->isConnected) --connected_;
+    std::erase(waiting_, id);
+    connectWaiting();
     return std::move(taken.mapped());
 }
 

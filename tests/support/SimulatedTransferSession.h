@@ -42,10 +42,11 @@ public:
     int partials = 0;                  // partial files that were begun; no two have the same name
     int running = 0;
     int highestRunning = 0;
+    int highestConnected = 0;  // of the running ones, the others waited for a connection
 };
 
-// Transfers in virtual time, with partial files in a memory file manager and progress every 50 milliseconds. Its
-// thread is the loop's.
+// Transfers in virtual time, with partial files in a memory file manager and progress every 50 milliseconds. All links
+// are one host's. Its thread is the loop's.
 class SimulatedTransferSession final : public TransferSession {
 public:
     SimulatedTransferSession(VirtualLoop& loop, MemoryFileManager& files, SimulatedStorage& storage,
@@ -63,6 +64,7 @@ public:
 private:
     struct Transfer;
 
+    void connectWaiting();
     void begin(TransferID id);
     void step(TransferID id);
     void scheduleStep(Transfer& transfer, TransferID id, ByteCount end);
@@ -76,6 +78,8 @@ private:
     SimulatedStorage& storage_;
     TransferDelegate& delegate_;
     TransferID nextID_ = 1;
+    std::vector<TransferID> waiting_;  // for a connection
+    int connected_ = 0;
     std::map<TransferID, std::unique_ptr<Transfer>> transfers_;
 };
 

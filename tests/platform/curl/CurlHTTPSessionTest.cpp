@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -67,31 +66,6 @@ TEST_F(CurlHTTPSessionTest, sendsWhatItIsGivenAndGathersTheAnswer) {
     EXPECT_THAT(request, HasSubstr("\r\nAuthorization: Bearer secret\r\n"));
     EXPECT_THAT(request, HasSubstr("\r\nContent-Length: 2000000\r\n"));
     EXPECT_THAT(request, Not(HasSubstr("Expect")));  // a server that ignores it costs a second each
-}
-
-TEST_F(CurlHTTPSessionTest, streamsAFileAndTellsHowFarItIs) {
-    const TemporaryFolder folder;
-    const std::string content(5'000'000, 'u');
-    std::ofstream(folder.path() / "body") << content;
-    std::string received;
-    const ScriptedServer server([&](const std::string& request) {
-        received = request.substr(request.find("\r\n\r\n") + 4);
-        return answerWith("200 OK", "", "");
-    });
-    HTTPRequest request = authorized("POST", server.url("/upload"));
-    request.bodyFile = folder.path() / "body";
-    std::vector<ByteCount> told;
-    request.onBodySent = [&, mainThread = std::this_thread::get_id()](ByteCount sent, ByteCount total) {
-        EXPECT_EQ(std::this_thread::get_id(), mainThread);
-        EXPECT_EQ(total, 5'000'000);
-        told.push_back(sent);
-    };
-    const auto answer = send(std::move(request));
-    ASSERT_TRUE(answer) << answer.error().description;
-    EXPECT_TRUE(received == content);
-    EXPECT_TRUE(std::ranges::is_sorted(told));
-    ASSERT_FALSE(told.empty());
-    EXPECT_EQ(told.back(), 5'000'000);
 }
 
 TEST_F(CurlHTTPSessionTest, repeatsARequestElsewhereAsTheRedirectAsks) {
@@ -181,16 +155,6 @@ TEST_F(CurlHTTPSessionTest, aWithdrawnRequestNeverAnswers) {
     }
     EXPECT_TRUE(send(authorized("GET", server.url("/"))));  // after all the others
     EXPECT_FALSE(isAnswered);
-}
-
-TEST_F(CurlHTTPSessionTest, outlivedByItsSubscriptionsItAnswersNothing) {
-    const ScriptedServer server([](const std::string&) { return std::nullopt; });
-    HandRunLoop loop;
-    auto session = std::make_unique<CurlHTTPSession>(loop);
-    Subscription operation = session->send(authorized("GET", server.url("/")), [](const auto&) { FAIL(); });
-    session.reset();
-    loop.runPosted();
-    operation.reset();
 }
 
 TEST(CurlHTTPSession, trustsOnlyCertificatesThatVerify) {
