@@ -84,7 +84,8 @@ std::string_view statusSymbol(const Transfer& transfer) {
 }
 
 std::string transferTitle(const Transfer& transfer) {
-    return transfer.name.value_or("Unknown Transfer");
+    const std::string name = transfer.name.value_or("");
+    return name.empty() ? "Unknown Transfer" : name;
 }
 
 std::string transferDetail(const Transfer& transfer) {
