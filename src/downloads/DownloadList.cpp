@@ -73,16 +73,18 @@ void DownloadList::swapNeighbours(std::size_t upper) {
 bool DownloadList::moveUp(const Download& item) {
     const auto at = indexOf(item);
     if (!at || *at == 0) return false;
+    const std::int64_t previous = item.position;
     swapNeighbours(*at - 1);
-    changes_.tell({QueueChange::Kind::moved, items_[*at - 1]});
+    changes_.tell({.kind = QueueChange::Kind::moved, .item = items_[*at - 1], .previousPosition = previous});
     return true;
 }
 
 bool DownloadList::moveDown(const Download& item) {
     const auto at = indexOf(item);
     if (!at || *at + 1 == items_.size()) return false;
+    const std::int64_t previous = item.position;
     swapNeighbours(*at);
-    changes_.tell({QueueChange::Kind::moved, items_[*at + 1]});
+    changes_.tell({.kind = QueueChange::Kind::moved, .item = items_[*at + 1], .previousPosition = previous});
     return true;
 }
 
@@ -91,11 +93,11 @@ bool DownloadList::moveToTop(const Download& item) {
     if (!at || *at == 0) return false;
     const DownloadPointer moved = items_[*at];
     indexFor(moved->status).erase(moved);
-    moved->position = items_.front()->position - 1;
+    const std::int64_t previous = std::exchange(moved->position, items_.front()->position - 1);
     std::rotate(items_.begin(), items_.begin() + static_cast<std::ptrdiff_t>(*at),
                 items_.begin() + static_cast<std::ptrdiff_t>(*at) + 1);
     indexFor(moved->status).insert(moved);
-    changes_.tell({QueueChange::Kind::moved, moved});
+    changes_.tell({.kind = QueueChange::Kind::moved, .item = moved, .previousPosition = previous});
     return true;
 }
 

@@ -29,6 +29,7 @@ struct QueueChange {
     Kind kind;
     DownloadPointer item;
     Download::Status previous = Download::Status::queued;
+    std::int64_t previousPosition = 0;  // with `moved`; in a swap the neighbour has it now
 };
 
 // The ordered items with an index by status, so that the scheduler's questions cost the same in a queue of ten and of a

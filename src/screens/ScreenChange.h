@@ -11,11 +11,13 @@ struct ScreenChange {
         inserted,  // `count` rows from `first` on are new
         removed,   // `count` rows from `first` on are gone
         changed,   // `count` rows from `first` on look different
+        moved,     // the row `first` stands at `to` now, counted without it
         chrome,    // anything beside the rows
     };
     Kind kind = Kind::chrome;
     std::size_t first = 0;
     std::size_t count = 0;
+    std::size_t to = 0;  // with `moved`
 
     bool operator==(const ScreenChange&) const = default;
 };
