@@ -1,0 +1,188 @@
+#include "screens/downloads/DownloadRow.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/ByteCountFormat.h"
+#include "screens/RelativeTime.h"
+
+namespace tovri {
+namespace {
+
+using enum DownloadAction;
+using Status = DownloadStatus;
+using Button = RowButton<DownloadAction>;
+
+constexpr std::string_view undeletedSymbol = "trash.slash.fill";
+
+std::vector<Button> buttonsOf(Status status) {
+    const Button cancelButton{cancel, "xmark", "Cancel"};
+    const Button retryButton{retry, "arrow.clockwise", "Retry"};
+    const Button revealButton{reveal, "folder", "Show in Finder"};
+    switch (status) {
+        case Status::queued:
+            return {{moveToTop, "arrow.up.to.line", "Move to top of queue"}, cancelButton};
+        case Status::downloading:
+            return {{pause, "pause.fill", "Pause"}, cancelButton};
+        case Status::awaitingConflict:
+            return {cancelButton};
+        case Status::paused:
+            return {{resume, "play.fill", "Resume"}, cancelButton};
+        case Status::completed:
+            return {revealButton};
+        case Status::failed:
+        case Status::skipped:
+            return {retryButton, {remove, "xmark", "Remove"}};
+        case Status::remoteDeleteFailed:
+            return {{retryDelete, "arrow.clockwise", "Retry deleting from put.io"}, revealButton};
+        case Status::cancelled:
+        case Status::deleting:
+            return {};
+    }
+    return {};
+}
+
+DownloadRow::Symbol symbolOf(Status status) {
+    switch (status) {
+        case Status::queued:
+            return {"clock", Tint::secondary};
+        case Status::downloading:
+            return {"arrow.down.circle.fill", Tint::accent, true};
+        case Status::awaitingConflict:
+            return {"exclamationmark.triangle.fill", Tint::attention};
+        case Status::paused:
+            return {"pause.circle.fill", Tint::attention};
+        case Status::completed:
+            return {"checkmark.circle.fill", Tint::success};
+        case Status::failed:
+            return {"xmark.circle.fill", Tint::failure};
+        case Status::cancelled:
+            return {"minus.circle.fill", Tint::secondary};
+        case Status::skipped:
+            return {"forward.circle.fill", Tint::secondary};
+        case Status::deleting:
+            return {};
+        case Status::remoteDeleteFailed:
+            return {undeletedSymbol, Tint::attention};
+    }
+    return {};
+}
+
+std::optional<DownloadRow::ProgressBar> progressOf(const Download& item) {
+    const double fraction = std::clamp(item.progress, 0.0, 1.0);
+    if (item.status == Status::downloading) return DownloadRow::ProgressBar{fraction, Tint::accent};
+    if (item.status == Status::paused) return DownloadRow::ProgressBar{fraction, Tint::attention};
+    return std::nullopt;
+}
+
+Label part(std::string text, Tint tint = Tint::secondary) {
+    return {"", std::move(text), tint};
+}
+
+std::vector<Label> queuedStatus(const Download& item) {
+    if (item.fileSize < 1) return {part("Queued")};
+    return {part("Queued"), part(formatByteCount(item.fileSize))};
+}
+
+std::vector<Label> downloadingStatus(const Download& item) {
+    std::vector<Label> parts = {part(item.progressText()), part(item.speedText()), part(item.etaText())};
+    std::erase_if(parts, [](const Label& each) { return each.text.empty(); });
+    return parts;
+}
+
+std::vector<Label> completedStatus(const Download& item, Timestamp now) {
+    std::vector<Label> parts = {part(formatByteCount(item.fileSize))};
+    if (item.completedAt) parts.push_back(part(relativeTimeText(now - *item.completedAt) + " ago"));
+    return parts;
+}
+
+std::vector<Label> statusOf(const Download& item, Timestamp now) {
+    switch (item.status) {
+        case Status::queued:
+            return queuedStatus(item);
+        case Status::downloading:
+            return downloadingStatus(item);
+        case Status::awaitingConflict:
+            return {part("Waiting — file already exists", Tint::attention)};
+        case Status::paused:
+            return {part(item.progressText()), part("Paused " + item.percentText(), Tint::attention)};
+        case Status::completed:
+            return completedStatus(item, now);
+        case Status::failed:
+            return {part(item.error.value_or("Download failed"), Tint::failure)};
+        case Status::cancelled:
+            return {part("Cancelled")};
+        case Status::skipped:
+            return {part("Skipped")};
+        case Status::deleting:
+            return {part("Removing from put.io...")};
+        case Status::remoteDeleteFailed:
+            return {{undeletedSymbol, "Downloaded — couldn't delete from put.io", Tint::attention}};
+    }
+    return {};
+}
+
+using Menu = std::vector<MenuItem<DownloadAction>>;
+
+// What the menu has before its common end.
+Menu ownEntries(Status status) {
+    switch (status) {
+        case Status::downloading:
+            return {{pause, "Pause"}, {cancel, "Cancel"}};
+        case Status::paused:
+            return {{resume, "Resume"}, {cancel, "Cancel"}};
+        case Status::awaitingConflict:
+            return {{cancel, "Cancel"}};
+        case Status::queued:
+            return {{moveToTop, "Move to Top"},
+                    {moveUp, "Move Up"},
+                    {moveDown, "Move Down"},
+                    MenuItem<DownloadAction>::separator(),
+                    {cancel, "Cancel"}};
+        case Status::completed:
+            return {{reveal, "Show in Finder"}, {open, "Open"}};
+        case Status::failed:
+        case Status::cancelled:
+        case Status::skipped:
+            return {{retry, "Retry"}};
+        case Status::remoteDeleteFailed:
+            return {{retryDelete, "Retry Delete from put.io"}, {reveal, "Show in Finder"}, {open, "Open"}};
+        case Status::deleting:
+            return {};
+    }
+    return {};
+}
+
+}  // namespace
+
+std::string DownloadRow::statusText() const {
+    std::string text;
+    for (const Label& each : status) {
+        if (!text.empty()) text += separator;
+        text += each.text;
+    }
+    return text;
+}
+
+DownloadRow downloadRow(const Download& item, Timestamp now) {
+    return {item.id,          symbolOf(item.status), item.fileName,
+            progressOf(item), statusOf(item, now),   buttonsOf(item.status)};
+}
+
+std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status) {
+    Menu menu = ownEntries(status);
+    menu.push_back(MenuItem<DownloadAction>::separator());
+    menu.push_back({.action = remove, .title = "Remove", .isDestructive = true});
+    return menu;
+}
+
+bool isOffered(DownloadAction action, DownloadStatus status) {
+    return std::ranges::any_of(buttonsOf(status), [action](const Button& button) { return button.action == action; }) ||
+           std::ranges::any_of(downloadMenu(status), [action](const auto& item) { return item.action == action; });
+}
+
+std::optional<DownloadAction> primaryAction(DownloadStatus status) {
+    return isOffered(open, status) ? std::optional(open) : std::nullopt;
+}
+
+}  // namespace tovri

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "downloads/Download.h"
+#include "screens/Label.h"
+#include "screens/MenuItem.h"
+#include "screens/RowButton.h"
+#include "screens/Tint.h"
+
+namespace tovri {
+
+// What the user can do to one download.
+enum class DownloadAction : std::uint8_t {
+    pause,
+    resume,
+    cancel,
+    retry,
+    retryDelete,
+    moveToTop,
+    moveUp,
+    moveDown,
+    reveal,  // in the file manager
+    open,
+    remove,
+};
+
+// How one download looks.
+struct DownloadRow {
+    // The sign before the title.
+    struct Symbol {
+        std::string_view name;  // empty: a small sign that turns
+        Tint tint = Tint::secondary;
+        bool pulses = false;
+    };
+
+    struct ProgressBar {
+        double fraction = 0;  // 0 to 1
+        Tint tint = Tint::accent;
+    };
+
+    static constexpr std::string_view separator = " · ";  // between the parts of the status line
+
+    UUID id;
+    Symbol symbol;
+    std::string title;
+    std::optional<ProgressBar> progress;  // above the status line
+    std::vector<Label> status;
+    std::vector<RowButton<DownloadAction>> buttons;
+
+    // The whole status line in plain text.
+    [[nodiscard]] std::string statusText() const;
+};
+
+// `now` tells how long ago the download was completed.
+[[nodiscard]] DownloadRow downloadRow(const Download& item, Timestamp now);
+
+// The context menu of a row.
+[[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status);
+
+// Whether a row of that status has the action as a button or in its menu.
+[[nodiscard]] bool isOffered(DownloadAction action, DownloadStatus status);
+
+// What a double click or Return does, if anything.
+[[nodiscard]] std::optional<DownloadAction> primaryAction(DownloadStatus status);
+
+}  // namespace tovri

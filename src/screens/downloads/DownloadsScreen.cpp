@@ -1,0 +1,232 @@
+#include "screens/downloads/DownloadsScreen.h"
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "base/ByteCountFormat.h"
+#include "screens/RelativeTime.h"
+
+namespace tovri {
+namespace {
+
+using Status = DownloadStatus;
+
+// How often numbers that change all the time are told.
+constexpr std::chrono::milliseconds numberPause{250};
+
+// How long "5 min ago" may be behind.
+constexpr std::chrono::minutes longestTimePause{1};
+
+}  // namespace
+
+DownloadsScreen::DownloadsScreen(DownloadManager& manager, Workspace& workspace, const Platform& platform)
+    : manager_(manager),
+      workspace_(workspace),
+      loop_(platform.loop),
+      clock_(platform.clock),
+      rows_(
+          manager.downloads(), platform.loop, [this](const ScreenChange& change) { changes_.tell(change); },
+          [this] { updateChrome(); }),
+      queue_(manager.onChange([this](const QueueChange& change) { follow(change); })) {
+    chrome_ = makeChrome();
+}
+
+void DownloadsScreen::appear() {
+    if (std::exchange(isOnView_, true)) return;
+    rows_.tellLook(DownloadSection::active);
+    rows_.tellLook(DownloadSection::finished);
+    tellNumbers();
+    scheduleTimes();
+}
+
+void DownloadsScreen::disappear() {
+    isOnView_ = false;
+    numbers_.reset();
+    times_.reset();
+}
+
+// --- What is shown ---
+
+std::optional<Placeholder> DownloadsScreen::placeholder() const {
+    if (!chrome_.isEmpty) return std::nullopt;
+    return Placeholder{Placeholder::Kind::message, "arrow.down.circle", "No Downloads",
+                       "Files you download will appear here.", ""};
+}
+
+std::string DownloadsScreen::headerAt(std::size_t row) const {
+    switch (rows_.placeAt(row).section) {
+        case DownloadSection::active:
+            return "Active";
+        case DownloadSection::paused:
+            return "Paused";
+        case DownloadSection::queued:
+            return "Queued — " + std::to_string(rows_.count(DownloadSection::queued)) + " waiting";
+        case DownloadSection::finished:
+            return "Finished";
+    }
+    return {};
+}
+
+DownloadRow DownloadsScreen::rowAt(std::size_t row) const {
+    return downloadRow(*rows_.itemAt(row), clock_.now());
+}
+
+std::vector<MenuItem<DownloadAction>> DownloadsScreen::menuAt(std::size_t row) const {
+    return downloadMenu(rows_.itemAt(row)->status);
+}
+
+std::vector<ToolbarItem<QueueAction>> DownloadsScreen::toolbar() const {
+    return {{.action = QueueAction::pauseAll,
+             .title = "Pause All",
+             .symbol = "pause.fill",
+             .help = "Pause all downloads",
+             .isVisible = chrome_.canPauseAll},
+            {.action = QueueAction::resumeAll,
+             .title = "Resume All",
+             .symbol = "play.fill",
+             .help = "Resume all paused downloads",
+             .isVisible = chrome_.canResumeAll},
+            {.action = QueueAction::cancelAll,
+             .title = "Cancel All",
+             .symbol = "xmark.circle",
+             .help = "Cancel all downloads",
+             .isEnabled = chrome_.canCancelAll},
+            {.action = QueueAction::clearFinished,
+             .title = "Clear Finished",
+             .symbol = "trash",
+             .help = "Remove completed, failed, skipped, and cancelled",
+             .isEnabled = chrome_.canClearFinished}};
+}
+
+DownloadsScreen::Chrome DownloadsScreen::makeChrome() const {
+    const DownloadList& list = manager_.downloads();
+    const bool hasPausable = list.count({Status::queued, Status::downloading, Status::awaitingConflict}) > 0;
+    const bool hasPaused = list.count(Status::paused) > 0;
+    const bool hasFinished = list.count({Status::completed, Status::failed, Status::cancelled, Status::skipped,
+                                         Status::remoteDeleteFailed}) > 0;
+    return {list.items().empty(), hasPausable, hasPaused, hasPausable || hasPaused, hasFinished, makeSummary()};
+}
+
+std::vector<Label> DownloadsScreen::makeSummary() const {
+    const DownloadList& list = manager_.downloads();
+    std::vector<Label> parts;
+    const auto addCount = [&parts](std::size_t count, const char* what, std::string_view symbol) {
+        if (count > 0) parts.push_back({symbol, std::to_string(count) + what});
+    };
+    addCount(list.count({Status::downloading, Status::awaitingConflict, Status::deleting}), " active",
+             "arrow.down.circle.fill");
+    addCount(list.count(Status::queued), " queued", "clock");
+    addCount(list.count(Status::paused), " paused", "pause.circle.fill");
+    const ByteCount speed = manager_.totalSpeed();
+    if (speed < 1) return parts;
+    parts.push_back({"speedometer", formatByteCount(speed) + "/s"});
+    if (!remainingTime_.empty()) parts.push_back({"clock", remainingTime_});
+    return parts;
+}
+
+// --- What changes ---
+
+void DownloadsScreen::follow(const QueueChange& change) {
+    if (change.kind == QueueChange::Kind::progress) {
+        if (!isOnView_) return;
+        rows_.markLook(change.item);
+        scheduleNumbers();
+        return;
+    }
+    if (change.kind == QueueChange::Kind::status && change.item->status == Status::completed) {
+        lastCompletion_ = change.item->completedAt;
+        scheduleTimes();
+    }
+    rows_.follow(change);
+    scheduleNumbers();
+}
+
+void DownloadsScreen::scheduleNumbers() {
+    if (isOnView_ && !numbers_.isActive()) numbers_ = loop_.schedule(numberPause, [this] { tellNumbers(); });
+}
+
+void DownloadsScreen::tellNumbers() {
+    numbers_.reset();
+    remainingTime_ = manager_.queueETAText();
+    rows_.tellLooks();
+    updateChrome();
+}
+
+// The times of all finished rows are told when that of the newest changes, but at least once a minute.
+void DownloadsScreen::scheduleTimes() {
+    if (!isOnView_) return;
+    MainLoop::Duration pause = longestTimePause;
+    if (lastCompletion_)
+        pause = std::min(pause, std::chrono::duration_cast<MainLoop::Duration>(
+                                    timeToNextRelativeText(clock_.now() - *lastCompletion_)));
+    times_ = loop_.schedule(pause, [this] {
+        rows_.tellLook(DownloadSection::finished);
+        scheduleTimes();
+    });
+}
+
+void DownloadsScreen::updateChrome() {
+    if (!isOnView_) return;
+    Chrome chrome = makeChrome();
+    if (chrome == chrome_) return;
+    chrome_ = std::move(chrome);
+    changes_.tell({ScreenChange::Kind::chrome});
+}
+
+// --- What the user does ---
+
+void DownloadsScreen::perform(QueueAction action) {
+    switch (action) {
+        case QueueAction::pauseAll:
+            return manager_.pauseAll();
+        case QueueAction::resumeAll:
+            return manager_.resumeAll();
+        case QueueAction::cancelAll:
+            return manager_.cancelAll();
+        case QueueAction::clearFinished:
+            return manager_.clearFinished();
+    }
+}
+
+void DownloadsScreen::perform(DownloadAction action, const UUID& id) {
+    const DownloadPointer item = manager_.downloads().find(id);
+    if (item && isOffered(action, item->status)) act(action, item);
+}
+
+void DownloadsScreen::activate(const UUID& id) {
+    const DownloadPointer item = manager_.downloads().find(id);
+    if (!item) return;
+    if (const auto action = primaryAction(item->status)) act(*action, item);
+}
+
+void DownloadsScreen::act(DownloadAction action, const DownloadPointer& item) {
+    switch (action) {
+        case DownloadAction::pause:
+            return manager_.pause(item);
+        case DownloadAction::resume:
+            return manager_.resume(item);
+        case DownloadAction::cancel:
+            return manager_.cancel(item);
+        case DownloadAction::retry:
+            return manager_.retry(item);
+        case DownloadAction::retryDelete:
+            return manager_.retryDelete(item);
+        case DownloadAction::moveToTop:
+            return manager_.moveToTop(item);
+        case DownloadAction::moveUp:
+            return manager_.moveUp(item);
+        case DownloadAction::moveDown:
+            return manager_.moveDown(item);
+        case DownloadAction::remove:
+            return manager_.remove(item);
+        case DownloadAction::reveal:
+            if (item->resolvedURL) workspace_.revealFile(*item->resolvedURL);
+            return;
+        case DownloadAction::open:
+            if (item->resolvedURL) workspace_.openFile(*item->resolvedURL);
+            return;
+    }
+}
+
+}  // namespace tovri

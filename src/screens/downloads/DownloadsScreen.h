@@ -1,0 +1,113 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Signal.h"
+#include "downloads/DownloadManager.h"
+#include "platform/Workspace.h"
+#include "screens/Label.h"
+#include "screens/Placeholder.h"
+#include "screens/ToolbarItem.h"
+#include "screens/downloads/DownloadRow.h"
+#include "screens/downloads/QueueRows.h"
+
+namespace tovri {
+
+// What the toolbar of the downloads screen does.
+enum class QueueAction : std::uint8_t { pauseAll, resumeAll, cancelAll, clearFinished };
+
+// The queue grouped by state, what is running in sum, and what can be done to all and to each. Rows are section headers
+// and downloads; reading one costs the same in a queue of ten and of a hundred thousand. Numbers that change all the
+// time are told a few times a second, and only while the screen is on view.
+class DownloadsScreen {
+public:
+    // What the references name outlives the screen.
+    DownloadsScreen(DownloadManager& manager, Workspace& workspace, const Platform& platform);
+
+    void appear();
+    void disappear();
+
+    Subscription onChange(std::function<void(const ScreenChange&)> tell) { return changes_.subscribe(std::move(tell)); }
+
+    // --- What is shown ---
+
+    // In place of summary and rows while the queue is empty.
+    [[nodiscard]] std::optional<Placeholder> placeholder() const;
+
+    // Above the rows; as of the last time that the screen was on view.
+    [[nodiscard]] const std::vector<Label>& summary() const { return chrome_.summary; }
+
+    [[nodiscard]] std::vector<ToolbarItem<QueueAction>> toolbar() const;
+
+    [[nodiscard]] std::size_t rowCount() const { return rows_.count(); }
+
+    [[nodiscard]] bool isHeader(std::size_t row) const { return !rows_.placeAt(row).index; }
+
+    [[nodiscard]] std::string headerAt(std::size_t row) const;
+
+    // The row must not be a header, here and below.
+    [[nodiscard]] DownloadRow rowAt(std::size_t row) const;
+
+    // The title alone, for typing ahead.
+    [[nodiscard]] const std::string& titleAt(std::size_t row) const { return rows_.itemAt(row)->fileName; }
+
+    [[nodiscard]] const UUID& idAt(std::size_t row) const { return rows_.itemAt(row)->id; }
+
+    [[nodiscard]] std::vector<MenuItem<DownloadAction>> menuAt(std::size_t row) const;
+
+    // Where the download stands, to find a selection again after a reset. Looks at every row.
+    [[nodiscard]] std::optional<std::size_t> rowOf(const UUID& id) const { return rows_.rowOf(id); }
+
+    // --- What the user does ---
+
+    void perform(QueueAction action);
+
+    // Does nothing when the download has gone, or is past the state in which its row offered the action.
+    void perform(DownloadAction action, const UUID& id);
+
+    // A double click, or Return.
+    void activate(const UUID& id);
+
+private:
+    // What stands beside the rows, as told.
+    struct Chrome {
+        bool isEmpty = true;
+        bool canPauseAll = false;
+        bool canResumeAll = false;
+        bool canCancelAll = false;
+        bool canClearFinished = false;
+        std::vector<Label> summary;
+
+        bool operator==(const Chrome&) const = default;
+    };
+
+    void follow(const QueueChange& change);
+    void scheduleNumbers();
+    void tellNumbers();
+    void scheduleTimes();
+    void updateChrome();
+    [[nodiscard]] Chrome makeChrome() const;
+    [[nodiscard]] std::vector<Label> makeSummary() const;
+    void act(DownloadAction action, const DownloadPointer& item);
+
+    DownloadManager& manager_;
+    Workspace& workspace_;
+    MainLoop& loop_;
+    WallClock& clock_;
+    bool isOnView_ = false;
+    Chrome chrome_;
+    std::string remainingTime_;  // of the whole queue, as of the last telling of numbers
+    std::optional<Timestamp> lastCompletion_;
+    Signal<const ScreenChange&> changes_;
+    QueueRows rows_;
+    Subscription numbers_;
+    Subscription times_;
+    Subscription queue_;
+};
+
+}  // namespace tovri
