@@ -40,10 +40,7 @@ void SyncManager::configure(PutIOAPI& api, DownloadManager& downloadManager) {
         if (const auto self = held.lock()) (*self)->fileSettled(rule, fileID);
     });
     watching_ = downloadManager.onChange([this](const QueueChange& change) {
-        // A file that put.io is going to lose is durable already.
-        if (change.kind != QueueChange::Kind::status || change.item->status != Status::completed) return;
-        if (change.item->syncRuleID && !change.item->deleteAfterDownload && change.item->resolvedURL)
-            store_.writeAfter(*change.item->resolvedURL);
+        if (change.kind == QueueChange::Kind::status) secureArrival(*change.item);
     });
     settleUnseen();
 }
@@ -130,6 +127,12 @@ std::vector<std::size_t> SyncManager::settle(const UUID& rule, std::int64_t file
     return changed;
 }
 
+// A file that put.io is going to lose is durable already; any other is before its rule knows it.
+void SyncManager::secureArrival(const Download& item) {
+    if (item.status == Status::completed && item.syncRuleID && !item.deleteAfterDownload && item.resolvedURL)
+        store_.writeAfter(*item.resolvedURL);
+}
+
 // The previous process may have died, or restoring the queue may have closed an item, before the rule learned of it.
 void SyncManager::settleUnseen() {
     std::vector<DownloadPointer> lost;
@@ -138,10 +141,12 @@ void SyncManager::settleUnseen() {
         if (!item->syncRuleID || !isSettled(item->status)) continue;
         const SyncRule* rule = find(*item->syncRuleID);
         if (!rule || rule->knownFileIDs.contains(item->fileID)) continue;
-        if (hasLostItsFile(*item, platform_.files))
+        if (hasLostItsFile(*item, platform_.files)) {
             lost.push_back(item);
-        else
-            std::ranges::copy(settle(rule->id, item->fileID), std::inserter(changed, changed.end()));
+            continue;
+        }
+        secureArrival(*item);
+        std::ranges::copy(settle(rule->id, item->fileID), std::inserter(changed, changed.end()));
     }
     if (!changed.empty()) save();
     for (const std::size_t index : changed) changes_.tell({SyncChange::Kind::ruleChanged, index});

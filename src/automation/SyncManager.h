@@ -62,6 +62,9 @@ public:
     // What went wrong last in an inventory or a pass, as the user sees it; the next pass clears it.
     [[nodiscard]] const std::optional<std::string>& lastError() const { return lastError_; }
 
+    // The user has seen it.
+    void dismissLastError() { setLastError(std::nullopt); }
+
     [[nodiscard]] const std::filesystem::path& storageURL() const { return store_.storageURL(); }
 
     // Told after everything is consistent, only of what differs.
@@ -109,8 +112,8 @@ public:
 
     // --- Keeping ---
 
-    // Returns when every change is written. For the end of the program.
-    void saveNow() { store_.finish(); }
+    // Returns when every change is written, or could not be. For the end of the program.
+    Result<void> saveNow() { return store_.finish(); }
 
 private:
     class RunningPass;
@@ -130,6 +133,7 @@ private:
 
     [[nodiscard]] std::optional<std::size_t> indexOf(const UUID& id) const;
     [[nodiscard]] std::vector<std::size_t> settle(const UUID& rule, std::int64_t fileID);
+    void secureArrival(const Download& item);
     void settleUnseen();
 
     void save() { store_.save(rules_); }

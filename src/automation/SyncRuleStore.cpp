@@ -31,27 +31,30 @@ public:
         return isFirst;
     }
 
-    void write() {
+    // What became of the last writing of all.
+    Result<void> write() {
         const std::scoped_lock lock(writing_);
         std::unique_lock handing(handing_);
         const auto rules = std::exchange(rules_, std::nullopt);
-        if (!rules) return;  // written at the end of the program meanwhile
+        if (!rules) return outcome_;  // written at the end of the program meanwhile
         const auto arrived = std::exchange(arrived_, {});
         handing.unlock();
 
         for (const std::filesystem::path& path : arrived) (void)files_.makeDurable(path);
-        if (mustKeepOldFile_ && !hasKeptOldFile()) return;
+        if (mustKeepOldFile_) outcome_ = keepOldFileAside();
+        if (mustKeepOldFile_ && !outcome_) return outcome_;
         mustKeepOldFile_ = false;
-        (void)files_.writeFileAtomically(file_, encodeRules(*rules));
+        outcome_ = files_.writeFileAtomically(file_, encodeRules(*rules));
+        return outcome_;
     }
 
 private:
-    [[nodiscard]] bool hasKeptOldFile() {
+    [[nodiscard]] Result<void> keepOldFileAside() {
         for (int number = 1;; ++number) {
             const auto name = "sync-rules.unreadable-" + std::to_string(number) + ".json";
             const Result<void> kept = files_.cloneFile(file_, file_.parent_path() / name);
-            if (kept || !files_.exists(file_)) return true;
-            if (kept.error().code != ErrorCase::alreadyExists) return false;
+            if (kept || !files_.exists(file_)) return {};
+            if (kept.error().code != ErrorCase::alreadyExists) return kept;
         }
     }
 
@@ -64,6 +67,7 @@ private:
 
     std::mutex writing_;
     bool mustKeepOldFile_ = false;
+    Result<void> outcome_;
 };
 
 SyncRuleStore::SyncRuleStore(const Platform& platform)
@@ -87,15 +91,15 @@ std::vector<SyncRule> SyncRuleStore::load() {
 void SyncRuleStore::save(const std::vector<SyncRule>& rules) {
     if (!writer_->hand(rules)) return;
     // The work before this one, if it has not ended, has begun: it goes on without its subscription.
-    writing_ = platform_.background.run([writer = writer_](const std::stop_token&) { writer->write(); }, [] {});
+    writing_ = platform_.background.run([writer = writer_](const std::stop_token&) { (void)writer->write(); }, [] {});
 }
 
 void SyncRuleStore::writeAfter(std::filesystem::path arrived) {
     writer_->expect(std::move(arrived));
 }
 
-void SyncRuleStore::finish() {
-    writer_->write();
+Result<void> SyncRuleStore::finish() {
+    return writer_->write();
 }
 
 }  // namespace tovri

@@ -28,8 +28,8 @@ public:
     // Before the rules are written that say that the file has arrived, its bytes are on the disk.
     void writeAfter(std::filesystem::path arrived);
 
-    // Returns when what was to be saved is written.
-    void finish();
+    // Returns when what was to be saved is written, or could not be.
+    Result<void> finish();
 
 private:
     class Writer;

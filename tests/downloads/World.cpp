@@ -29,7 +29,7 @@ Task<> ignoreOutcome(Task<Result<std::vector<DownloadPointer>>> task) {
 }  // namespace
 
 World::World() {
-    (void)auth_.signInWithToken("secret");
+    signIn();
     http.handler = [this](const HTTPRequest& request) { return answer(request); };
     http.actsAtOnce = true;
     start();
@@ -88,14 +88,22 @@ std::string World::listing(std::int64_t folder) const {
 }
 
 void World::remove(std::int64_t entry) {
-    std::vector<std::int64_t> below;
-    for (const auto& [id, other] : remote_)
-        if (other.folder == entry) below.push_back(id);
-    for (const std::int64_t id : below) remove(id);
-    auto taken = remote_.extract(entry);
-    EXPECT_TRUE(taken.mapped().isFolder || isDurable(entry))
-        << "put.io was told to delete " << taken.mapped().name << " before it was safe";
-    gone_.insert(std::move(taken));
+    for (const std::int64_t id : entriesOf(entry)) remove(id);
+    EXPECT_TRUE(remote_.at(entry).isFolder || isDurable(entry))
+        << "put.io was told to delete " << remote_.at(entry).name << " before it was safe";
+    gone_.insert(remote_.extract(entry));
+}
+
+void World::takeAway(std::int64_t entry) {
+    for (const std::int64_t id : entriesOf(entry)) takeAway(id);
+    gone_.insert(remote_.extract(entry));
+}
+
+std::vector<std::int64_t> World::entriesOf(std::int64_t folder) const {
+    std::vector<std::int64_t> entries;
+    for (const auto& [id, entry] : remote_)
+        if (entry.folder == folder) entries.push_back(id);
+    return entries;
 }
 
 bool World::isDurable(std::int64_t file) {

@@ -40,6 +40,13 @@ public:
     // What the account calls the file's size, whatever it serves.
     void announceSize(std::int64_t file, ByteCount size) { remote_.at(file).size = size; }
 
+    // What somebody does to the account from elsewhere. A folder goes with all that it holds.
+    void rename(std::int64_t entry, std::string name) { remote_.at(entry).name = std::move(name); }
+
+    void move(std::int64_t entry, std::int64_t folder) { remote_.at(entry).folder = folder; }
+
+    void takeAway(std::int64_t entry);
+
     std::map<std::int64_t, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
     std::set<std::int64_t> cutListings;    // folders of which the service lists only the beginning
     std::vector<std::int64_t> deletions;   // that were carried out
@@ -57,6 +64,8 @@ public:
 
     [[nodiscard]] DownloadManager& manager() { return *manager_; }
 
+    [[nodiscard]] PutIOAPI& api() { return *api_; }
+
     [[nodiscard]] Platform platform();
 
     // --- what a user does ---
@@ -64,7 +73,11 @@ public:
     DownloadPointer enqueue(std::int64_t file, const DownloadManager::EnqueueOptions& options = {});
     void enqueueFolder(std::int64_t folder, bool deletes);
 
+    void signIn() { (void)auth_.signInWithToken("secret"); }
+
     void signOut() { auth_.signOut(); }
+
+    [[nodiscard]] AuthManager& auth() { return auth_; }
 
     // Runs until nothing is left to happen by itself.
     void settle();
@@ -119,6 +132,7 @@ private:
     [[nodiscard]] Result<HTTPResponse> answer(const HTTPRequest& request);
     [[nodiscard]] std::string listing(std::int64_t folder) const;
     [[nodiscard]] bool isDurable(std::int64_t file);
+    [[nodiscard]] std::vector<std::int64_t> entriesOf(std::int64_t folder) const;
     void remove(std::int64_t entry);
     [[nodiscard]] PutIOFile record(std::int64_t file) const;
 
