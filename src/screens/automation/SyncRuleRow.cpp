@@ -1,0 +1,68 @@
+#include "screens/automation/SyncRuleRow.h"
+
+#include <algorithm>
+
+#include "screens/RelativeTime.h"
+
+namespace tovri {
+namespace {
+
+struct Status {
+    std::string text;
+    Tint tint = Tint::secondary;
+    std::string help = {};
+};
+
+// A rules file may hold any date: the difference of two is taken in a unit in which it fits.
+std::chrono::nanoseconds timeSince(Timestamp then, Timestamp now) {
+    using std::chrono::seconds;
+    constexpr seconds longest = std::chrono::years(100);
+    const seconds coarse =
+        std::chrono::floor<seconds>(now).time_since_epoch() - std::chrono::floor<seconds>(then).time_since_epoch();
+    return coarse > -longest && coarse < longest ? now - then : std::clamp(coarse, -longest, longest);
+}
+
+Status statusOf(const SyncRule& rule, Timestamp now) {
+    if (!rule.isEnabled) return {"Paused", Tint::attention};
+    if (rule.isInitialized && rule.lastSyncDate) return {relativeTimeText(timeSince(*rule.lastSyncDate, now))};
+    if (rule.isInitialized) return {"Waiting"};
+    return {"Initializing", Tint::attention,
+            "Taking stock of the files already in this folder. Nothing downloads until that succeeds."};
+}
+
+}  // namespace
+
+std::string abbreviatedPath(const std::string& path, const std::filesystem::path& home) {
+    const std::string& start = home.native();
+    if (start.empty() || !path.starts_with(start)) return path;
+    const std::string rest = path.substr(start.size());
+    return rest.empty() || rest.front() == '/' ? "~" + rest : path;
+}
+
+SyncRuleRow syncRuleRow(const SyncRule& rule, const std::filesystem::path& home, Timestamp now) {
+    Status status = statusOf(rule, now);
+    return {.id = rule.id,
+            .folderName = rule.putioFolderName,
+            .deletes = rule.deleteAfterDownload,
+            .localFolder = abbreviatedPath(rule.localFolderPath, home),
+            .localFolderHelp = rule.localFolderPath,
+            .interval = rule.isEnabled ? std::to_string(rule.pollIntervalMinutes) + "m" : "—",
+            .status = std::move(status.text),
+            .statusTint = status.tint,
+            .statusHelp = std::move(status.help),
+            .isEnabled = rule.isEnabled};
+}
+
+std::optional<std::chrono::nanoseconds> timeToNextText(const SyncRule& rule, Timestamp now) {
+    if (!rule.isEnabled || !rule.isInitialized || !rule.lastSyncDate) return std::nullopt;
+    return timeToNextRelativeText(timeSince(*rule.lastSyncDate, now));
+}
+
+std::vector<MenuItem<SyncRuleAction>> syncRuleMenu() {
+    return {{.action = SyncRuleAction::edit, .title = "Edit"},
+            {.action = SyncRuleAction::syncNow, .title = "Sync Now"},
+            MenuItem<SyncRuleAction>::separator(),
+            {.action = SyncRuleAction::remove, .title = "Delete", .isDestructive = true}};
+}
+
+}  // namespace tovri
