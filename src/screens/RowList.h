@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iterator>
 #include <optional>
+#include <span>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -48,50 +49,70 @@ private:
     using Keys = std::unordered_set<Key>;
     static constexpr std::size_t mostSteps = 64;
 
-    static Keys keysOf(const std::vector<Row>& rows) {
+    // The part of the rows in which an old and a new list differ.
+    struct Difference {
+        std::size_t begin;
+        std::span<const Row> before;
+        std::span<const Row> after;
+    };
+
+    [[nodiscard]] Difference differenceTo(const std::vector<Row>& rows) const {
+        const auto hasSameKey = [](const Row& left, const Row& right) {
+            return Traits::key(left) == Traits::key(right);
+        };
+        const auto begin = static_cast<std::size_t>(std::ranges::mismatch(rows_, rows, hasSameKey).in1 - rows_.begin());
+        const std::span before = std::span(rows_).subspan(begin);
+        const std::span after = std::span(rows).subspan(begin);
+        const auto rest = std::mismatch(before.rbegin(), before.rend(), after.rbegin(), after.rend(), hasSameKey);
+        const auto end = static_cast<std::size_t>(rest.first - before.rbegin());
+        return {begin, before.first(before.size() - end), after.first(after.size() - end)};
+    }
+
+    // Removals from the end on, then insertions from the beginning on, so that each is right when its turn comes.
+    [[nodiscard]] std::optional<std::vector<ScreenChange>> stepsTo(const std::vector<Row>& rows) const {
+        const Difference difference = differenceTo(rows);
+        const auto [begin, before, after] = difference;
+        const Keys oldKeys = keysOf(before);
+        const Keys newKeys = keysOf(after);
+        if (oldKeys.size() != before.size() || newKeys.size() != after.size()) return std::nullopt;
+        if (!keepsOrder(before, after, oldKeys, newKeys)) return std::nullopt;
+        std::vector<ScreenChange> steps = runsOutside(newKeys, before, begin, ScreenChange::Kind::removed);
+        std::ranges::reverse(steps);
+        std::ranges::copy(runsOutside(oldKeys, after, begin, ScreenChange::Kind::inserted), std::back_inserter(steps));
+        // Another list altogether, as when another folder is opened: nobody follows that row by row.
+        const bool nothingStays = steps.size() == 2 && steps[0].count == rows_.size() && steps[1].count == rows.size();
+        if (nothingStays || steps.size() > mostSteps) return std::nullopt;
+        return steps;
+    }
+
+    static Keys keysOf(std::span<const Row> rows) {
         Keys keys;
         keys.reserve(rows.size());
         for (const Row& row : rows) keys.insert(Traits::key(row));
         return keys;
     }
 
-    // Removals from the end on, then insertions from the beginning on, so that each is right when its turn comes.
-    [[nodiscard]] std::optional<std::vector<ScreenChange>> stepsTo(const std::vector<Row>& rows) const {
-        const Keys before = keysOf(rows_);
-        const Keys after = keysOf(rows);
-        const bool haveOwnKeys = before.size() == rows_.size() && after.size() == rows.size();
-        if (!haveOwnKeys || nothingStays(rows, before) || !keepOrder(rows, before, after)) return std::nullopt;
-        std::vector<ScreenChange> steps = runsOutside(after, rows_, ScreenChange::Kind::removed);
-        std::ranges::reverse(steps);
-        std::ranges::copy(runsOutside(before, rows, ScreenChange::Kind::inserted), std::back_inserter(steps));
-        if (steps.size() > mostSteps) return std::nullopt;
-        return steps;
-    }
-
-    // Another list altogether, as when another folder is opened: nobody follows that row by row.
-    [[nodiscard]] bool nothingStays(const std::vector<Row>& rows, const Keys& before) const {
-        const auto stays = [&](const Row& row) { return before.contains(Traits::key(row)); };
-        return !rows_.empty() && !rows.empty() && std::ranges::none_of(rows, stays);
-    }
-
     // Whether the rows that stay stand in the same order before and after.
-    [[nodiscard]] bool keepOrder(const std::vector<Row>& rows, const Keys& before, const Keys& after) const {
-        auto next = rows_.begin();
-        for (const Row& row : rows) {
-            if (!before.contains(Traits::key(row))) continue;
-            next = std::find_if(next, rows_.end(), [&](const Row& old) { return after.contains(Traits::key(old)); });
+    static bool keepsOrder(std::span<const Row> before, std::span<const Row> after, const Keys& oldKeys,
+                           const Keys& newKeys) {
+        auto next = before.begin();
+        for (const Row& row : after) {
+            if (!oldKeys.contains(Traits::key(row))) continue;
+            next = std::find_if(next, before.end(), [&](const Row& old) { return newKeys.contains(Traits::key(old)); });
             if (Traits::key(*next) != Traits::key(row)) return false;
             ++next;
         }
         return true;
     }
 
-    static std::vector<ScreenChange> runsOutside(const Keys& keys, const std::vector<Row>& rows,
+    // The runs of rows with other keys, counted from `begin`.
+    static std::vector<ScreenChange> runsOutside(const Keys& keys, std::span<const Row> rows, std::size_t begin,
                                                  ScreenChange::Kind kind) {
         std::vector<ScreenChange> runs;
         for (std::size_t i = 0; i < rows.size(); ++i) {
             if (keys.contains(Traits::key(rows[i]))) continue;
-            if (runs.empty() || runs.back().first + runs.back().count != i) runs.push_back({kind, i, 0});
+            if (runs.empty() || runs.back().first + runs.back().count != begin + i)
+                runs.push_back({kind, begin + i, 0});
             ++runs.back().count;
         }
         return runs;

@@ -23,6 +23,17 @@ icu::UnicodeString unicode(std::string_view text) {
     return icu::UnicodeString::fromUTF8({text.data(), static_cast<std::int32_t>(text.size())});
 }
 
+bool isASCII(std::string_view text) {
+    return std::ranges::all_of(text, [](char byte) { return static_cast<unsigned char>(byte) < 0x80; });
+}
+
+std::string lowercasedASCII(std::string_view text) {
+    std::string lowercased(text);
+    for (char& letter : lowercased)
+        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    return lowercased;
+}
+
 // Turkish and Azerbaijani know a small i without a dot.
 std::uint32_t foldingOf(const icu::Locale& locale) {
     const std::string_view language = locale.getLanguage();
@@ -63,6 +74,7 @@ std::string ICUTextCollation::sortKey(std::string_view text) const {
 }
 
 std::string ICUTextCollation::searchKey(std::string_view text) const {
+    if (rules_->folding == U_FOLD_CASE_DEFAULT && isASCII(text)) return lowercasedASCII(text);
     icu::UnicodeString letters = unicode(text);
     letters.foldCase(rules_->folding);
     std::string key;

@@ -121,7 +121,7 @@ private:
     struct FileRowTraits {
         static std::int64_t key(const PutIOFile* file) { return file->id; }
 
-        static bool isSame(const PutIOFile* left, const PutIOFile* right) { return *left == *right; }
+        static bool isSame(const PutIOFile* left, const PutIOFile* right) { return left == right || *left == *right; }
     };
 
     struct UploadRowTraits {

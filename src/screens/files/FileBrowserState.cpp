@@ -32,8 +32,8 @@ std::int64_t FileBrowserState::currentFolderID() const {
     return breadcrumbs_.empty() ? 0 : breadcrumbs_.back().id;
 }
 
-std::vector<const PutIOFile*> FileBrowserState::displayedFiles(const TextCollation& collation) const {
-    return tovri::displayedFiles(*files_, searchText_, sortOrder_, collation);
+std::vector<const PutIOFile*> FileBrowserState::displayedFiles(const TextCollation& collation) {
+    return arrangement_.arrange(files_, searchText_, sortOrder_, collation);
 }
 
 template <class T>

@@ -16,7 +16,7 @@
 #include "base/TaskScope.h"
 #include "base/UUID.h"
 #include "platform/Platform.h"
-#include "screens/files/DisplayedFiles.h"
+#include "screens/files/FileArrangement.h"
 #include "service/PutIOAPI.h"
 
 namespace tovri {
@@ -59,7 +59,7 @@ public:
     };
 
     // A listing as it was received. Whoever holds it keeps it as it is.
-    using Listing = std::shared_ptr<const std::vector<PutIOFile>>;
+    using Listing = FileArrangement::Listing;
 
     // What `platform` names outlives the state.
     explicit FileBrowserState(const Platform& platform);
@@ -93,7 +93,7 @@ public:
     [[nodiscard]] bool hasLoaded() const { return hasLoaded_; }
 
     // The listing, filtered and sorted. The pointers are good as long as the present listing() is held.
-    [[nodiscard]] std::vector<const PutIOFile*> displayedFiles(const TextCollation& collation) const;
+    [[nodiscard]] std::vector<const PutIOFile*> displayedFiles(const TextCollation& collation);
 
     void setSelectedFiles(FileIDs ids);
     void setSortOrder(SortOrder order);
@@ -151,6 +151,7 @@ private:
     PutIOAPI* api_ = nullptr;
 
     Listing files_;
+    FileArrangement arrangement_;
     std::vector<Breadcrumb> breadcrumbs_;
     FileIDs selectedFiles_;
     SortOrder sortOrder_ = SortOrder::name;

@@ -54,7 +54,7 @@ public:
     }
 
     // "Movies/ a.txt b.txt", as displayed.
-    [[nodiscard]] std::string displayed() const {
+    [[nodiscard]] std::string displayed() {
         std::string names;
         for (const PutIOFile* file : state.displayedFiles(collation)) {
             if (!names.empty()) names += ' ';
