@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <string_view>
+#include <utility>
+
+#include "base/Signal.h"
+#include "platform/UserDefaults.h"
+
+namespace tovri {
+
+// What the desktop application does around the downloads; the terminal program has none of it. Read once, at
+// construction; every assignment is written through at once. Both are on until the user turns them off.
+class DesktopPreferences {
+public:
+    // `defaults` outlives the preferences.
+    explicit DesktopPreferences(UserDefaults& defaults);
+
+    // Whether the machine is kept from falling asleep while bytes move.
+    [[nodiscard]] bool keepsAwake() const { return keepsAwake_; }
+
+    // Whether the user is told, once, that the queue has drained or that something failed.
+    [[nodiscard]] bool notifies() const { return notifies_; }
+
+    void setKeepsAwake(bool keeps);
+    void setNotifies(bool notifies);
+
+    // Told after the value was stored, only when it differs.
+    Subscription onChange(std::function<void()> tell) { return changes_.subscribe(std::move(tell)); }
+
+private:
+    void assign(bool& member, std::string_view key, bool value);
+
+    UserDefaults& defaults_;
+    bool keepsAwake_ = true;
+    bool notifies_ = true;
+    Signal<> changes_;
+};
+
+}  // namespace tovri
