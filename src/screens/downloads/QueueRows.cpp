@@ -134,7 +134,6 @@ void QueueRows::scheduleCatchUp() {
 
 void QueueRows::catchUp() {
     timer_.reset();
-    const std::size_t waiting = count(DownloadSection::queued);
     isCatchingUp_ = true;
     if (needsReset_) {
         reset();
@@ -142,8 +141,7 @@ void QueueRows::catchUp() {
     } else {
         strayItems_.clear();
         for (const Stray& stray : std::exchange(strays_, {})) settle(stray);
-        if (count(DownloadSection::queued) != waiting && group(DownloadSection::queued).hasHeader)
-            tell_({Kind::changed, firstRow(DownloadSection::queued), 1});
+        tellWaiting();
         tellLooks();
     }
     isCatchingUp_ = false;
@@ -157,6 +155,14 @@ void QueueRows::reset() {
     for (const DownloadPointer& item : list_.items())
         group(downloadSection(item->status)).entries.push_back({item->position, item});
     for (Group& group : groups_) group.hasHeader = !group.entries.empty();
+    toldWaiting_ = count(DownloadSection::queued);
+}
+
+// The header of the queued ones says how many they are.
+void QueueRows::tellWaiting() {
+    const std::size_t waiting = count(DownloadSection::queued);
+    if (std::exchange(toldWaiting_, waiting) == waiting || waiting == 0) return;
+    tell_({Kind::changed, firstRow(DownloadSection::queued), 1});
 }
 
 void QueueRows::settle(const Stray& stray) {
@@ -198,6 +204,7 @@ void QueueRows::putIn(const DownloadPointer& item) {
 
 void QueueRows::addHeader(DownloadSection section) {
     if (std::exchange(group(section).hasHeader, true)) return;
+    if (section == DownloadSection::queued) toldWaiting_ = 0;
     tell_({Kind::inserted, firstRow(section), 1});
 }
 

@@ -97,6 +97,7 @@ private:
     void scheduleCatchUp();
     void catchUp();
     void reset();
+    void tellWaiting();
     void settle(const Stray& stray);
     void takeOut(DownloadSection section, std::size_t index);
     void putIn(const DownloadPointer& item);
@@ -108,6 +109,7 @@ private:
     Tell tell_;
     std::function<void()> tellSettled_;
     std::array<Group, downloadSectionCount> groups_;
+    std::size_t toldWaiting_ = 0;  // what the header of the queued ones says
     std::vector<Stray> strays_;
     std::unordered_set<const Download*> strayItems_;
     std::unordered_set<DownloadPointer> looks_;

@@ -1,0 +1,193 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "downloads/World.h"
+#include "screens/downloads/DownloadsScreen.h"
+#include "support/FakeWorkspace.h"
+
+namespace tovri::test {
+namespace {
+
+using Kind = ScreenChange::Kind;
+using Status = DownloadStatus;
+using namespace std::chrono_literals;
+
+class Downloads : public testing::Test {
+public:
+    Downloads() {
+        world.preferences.setMaxConcurrentDownloads(2);
+        screen.appear();
+    }
+
+    // A file of 1,000 bytes that takes so many seconds.
+    DownloadPointer enqueue(const std::string& name, int seconds = 10) {
+        const std::int64_t file = world.addFile(name, std::string(1000, '.'));
+        world.link(file).rate = 1000 / seconds;
+        const DownloadPointer item = world.enqueue(file);
+        world.loop.runUntilIdle();
+        return item;
+    }
+
+    [[nodiscard]] std::string shown() const {
+        std::string text;
+        for (std::size_t row = 0; row < screen.rowCount(); ++row)
+            text += (screen.isHeader(row) ? "[" + screen.headerAt(row) + "]" : screen.titleAt(row)) + " ";
+        return text;
+    }
+
+    [[nodiscard]] std::string statusOf(const DownloadPointer& item) const {
+        return screen.rowAt(screen.rowOf(item->id).value()).statusText();
+    }
+
+    [[nodiscard]] std::string summary() const {
+        std::string text;
+        for (const Label& part : screen.summary())
+            text += (text.empty() ? "" : ", ") + std::string(part.symbol) + " " + part.text;
+        return text;
+    }
+
+    // Titles of what is visible; in parentheses what is disabled.
+    [[nodiscard]] std::string toolbar() const {
+        std::string text;
+        for (const auto& item : screen.toolbar())
+            if (item.isVisible) text += (item.isEnabled ? item.title : "(" + item.title + ")") + " ";
+        return text;
+    }
+
+    [[nodiscard]] std::size_t told(Kind kind) const {
+        return static_cast<std::size_t>(std::ranges::count(changes, kind, &ScreenChange::kind));
+    }
+
+    World world;
+    FakeWorkspace workspace;
+    DownloadsScreen screen{world.manager(), workspace, world.platform()};
+    std::vector<ScreenChange> changes;
+    Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
+};
+
+TEST_F(Downloads, showsTheQueueInSections) {
+    ASSERT_TRUE(screen.placeholder());
+    EXPECT_EQ(screen.placeholder()->title, "No Downloads");
+    EXPECT_EQ(shown() + summary() + "/" + toolbar(), "/(Cancel All) (Clear Finished) ");
+
+    const DownloadPointer first = enqueue("first", 5);
+    const DownloadPointer second = enqueue("second");
+    enqueue("third");
+    enqueue("fourth");
+    EXPECT_FALSE(screen.placeholder());
+    EXPECT_EQ(shown(), "[Active] second first [Queued — 2 waiting] fourth third ");
+    EXPECT_EQ(toolbar(), "Pause All Cancel All (Clear Finished) ");
+    world.loop.advance(2s);
+    EXPECT_EQ(summary(), "arrow.down.circle.fill 2 active, clock 2 queued, speedometer 300 bytes/s, clock 11s");
+
+    screen.perform(DownloadAction::pause, second->id);
+    world.loop.advance(4s);
+    EXPECT_EQ(shown(), "[Active] fourth third [Paused] second [Finished] first ");
+    EXPECT_EQ(toolbar(), "Pause All Resume All Cancel All Clear Finished ");
+    screen.perform(QueueAction::clearFinished);
+    screen.perform(QueueAction::cancelAll);
+    world.loop.advance(1s);
+    EXPECT_EQ(shown(), "[Finished] fourth third second ");
+    EXPECT_EQ(summary() + toolbar(), "(Cancel All) Clear Finished ");
+    screen.perform(QueueAction::clearFinished);
+    world.loop.advance(1s);
+    EXPECT_TRUE(screen.placeholder());
+}
+
+TEST_F(Downloads, tellsNumbersAFewTimesASecondAndOnlyOnView) {
+    const DownloadPointer first = enqueue("first", 60);
+    enqueue("second", 60);
+    world.loop.advance(5s);
+    changes.clear();
+    world.loop.advance(10s);  // 400 reports
+    EXPECT_LE(told(Kind::changed), 82U);
+    EXPECT_GE(told(Kind::changed), 60U);
+    EXPECT_LE(told(Kind::chrome), 41U);
+    EXPECT_EQ(changes.size(), told(Kind::changed) + told(Kind::chrome));
+    EXPECT_NE(statusOf(first).find(" bytes / 1 KB · "), std::string::npos) << statusOf(first);
+
+    screen.disappear();
+    changes.clear();
+    world.loop.advance(10s);
+    EXPECT_EQ(changes.size(), 0U);
+    const std::string before = summary();
+    screen.appear();
+    EXPECT_EQ(changes.front(), (ScreenChange{Kind::changed, 1, 2}));  // both were out of date
+    EXPECT_EQ(changes.back().kind, Kind::chrome);
+    EXPECT_NE(summary(), before);
+}
+
+TEST_F(Downloads, keepsTheTimesUpToDate) {
+    const DownloadPointer item = enqueue("first", 1);
+    ASSERT_TRUE(world.runUntil(item, Status::completed));
+    world.loop.advance(2s);
+    EXPECT_EQ(statusOf(item), "1 KB · 2 sec ago");
+    changes.clear();
+    world.loop.advance(10s);
+    EXPECT_EQ(told(Kind::changed), 10U);
+    world.loop.advance(1min);
+    changes.clear();
+    world.loop.advance(10min);
+    EXPECT_EQ(told(Kind::changed), 10U);
+    EXPECT_EQ(statusOf(item), "1 KB · 11 min ago");
+    screen.disappear();
+    EXPECT_TRUE(world.loop.runUntil([this] { return world.loop.isIdle(); }));  // and nothing wakes any more
+}
+
+TEST_F(Downloads, doesWhatIsAskedOfARow) {
+    const DownloadPointer item = enqueue("item", 4);
+    const auto act = [&](DownloadAction action, const DownloadPointer& target) {
+        screen.perform(action, target->id);
+        world.loop.advance(100ms);
+        return World::outcome(target);
+    };
+    world.loop.advance(1s);
+    EXPECT_EQ(act(DownloadAction::pause, item), "paused");
+    EXPECT_EQ(act(DownloadAction::resume, item), "downloading");
+    EXPECT_EQ(act(DownloadAction::cancel, item), "cancelled");
+    EXPECT_EQ(act(DownloadAction::retry, item), "downloading");
+    screen.activate(item->id);  // nothing to open yet
+    world.refusals[item->fileID] = 1;
+    item->deleteAfterDownload = true;
+    ASSERT_TRUE(world.runUntil(item, Status::remoteDeleteFailed));
+    world.loop.runUntilIdle();
+    EXPECT_EQ(shown(), "[Finished] item ");
+    screen.perform(DownloadAction::reveal, item->id);
+    screen.activate(item->id);
+    EXPECT_EQ(workspace.revealedFiles, std::vector{World::downloads / "item"});
+    EXPECT_EQ(workspace.openedFiles, std::vector{World::downloads / "item"});
+    EXPECT_EQ(act(DownloadAction::retryDelete, item), "completed");
+
+    enqueue("a");
+    enqueue("b");
+    const DownloadPointer c = enqueue("c");
+    const DownloadPointer d = enqueue("d");
+    EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] d c [Finished] item ");
+    act(DownloadAction::moveUp, c);
+    EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] c d [Finished] item ");
+    act(DownloadAction::moveDown, c);
+    EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] d c [Finished] item ");
+    act(DownloadAction::moveToTop, c);
+    EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] c d [Finished] item ");
+    act(DownloadAction::remove, item);
+    EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] c d ");
+}
+
+// A menu may stand open while its download goes on.
+TEST_F(Downloads, ignoresAnActionWhoseTimeIsOver) {
+    const DownloadPointer item = enqueue("item", 1);
+    screen.perform(DownloadAction::retry, item->id);
+    screen.perform(DownloadAction::open, item->id);
+    EXPECT_EQ(World::outcome(item), "downloading");
+    ASSERT_TRUE(world.runUntil(item, Status::completed));
+    screen.perform(DownloadAction::cancel, item->id);
+    EXPECT_EQ(World::outcome(item), "completed");
+    screen.perform(DownloadAction::remove, item->id);
+    screen.perform(DownloadAction::remove, item->id);
+    screen.activate(item->id);
+    EXPECT_TRUE(workspace.openedFiles.empty());
+}
+
+}  // namespace
+}  // namespace tovri::test

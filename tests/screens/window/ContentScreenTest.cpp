@@ -1,0 +1,127 @@
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "downloads/World.h"
+#include "screens/files/FileBrowserFixture.h"
+#include "screens/window/ContentScreen.h"
+
+namespace tovri::test {
+namespace {
+
+using Change = ContentScreen::Change;
+using Status = DownloadStatus;
+using namespace std::chrono_literals;
+
+class Window : public FileBrowserFixture {
+public:
+    Window() { world.preferences.setConflictBehavior(ConflictBehavior::ask); }
+
+    // A file whose name is taken, received.
+    DownloadPointer conflicting(const std::string& name) {
+        world.files.put(World::downloads / name, "old");
+        const DownloadPointer item = world.enqueue(world.addFile(name, "new"));
+        EXPECT_TRUE(world.runUntil(item, Status::awaitingConflict));
+        world.loop.runUntilIdle();
+        return item;
+    }
+
+    [[nodiscard]] std::string sheet() const { return window.conflictSheet() ? window.conflictSheet()->message : ""; }
+
+    [[nodiscard]] std::size_t told(Change change) const {
+        return static_cast<std::size_t>(std::ranges::count(changes, change));
+    }
+
+    World world;
+    ContentScreen window{auth, world.manager(), state};
+    std::vector<Change> changes;
+    Subscription following{window.onChange([this](Change change) { changes.push_back(change); })};
+};
+
+TEST_F(Window, keepsTheSelectionWhileNobodyIsSignedIn) {
+    EXPECT_EQ(window.windowTitle(), "Files");
+    window.selectByDigit(4);
+    EXPECT_EQ(window.windowTitle(), "Automate");
+    window.selectByDigit(0);
+    window.selectByDigit(6);
+    EXPECT_EQ(changes, std::vector{Change::selection});
+
+    auth.signOut();
+    EXPECT_FALSE(window.showsSections());
+    EXPECT_EQ(window.windowTitle(), "Tovri");
+    window.selectByDigit(1);
+    EXPECT_TRUE(auth.signInWithToken("another"));
+    EXPECT_EQ(window.selectedItem(), SidebarItem::sync);
+    EXPECT_EQ(changes, (std::vector{Change::selection, Change::content, Change::content}));
+
+    EXPECT_FALSE(window.placeholder());
+    window.select(std::nullopt);
+    EXPECT_EQ(window.placeholder()->title, "Select a section");
+    EXPECT_EQ(window.windowTitle(), "Tovri");
+}
+
+TEST_F(Window, badgesTheDownloadsThatAreUnderWay) {
+    EXPECT_EQ(window.badge(SidebarItem::downloads), "");
+    conflicting("taken");
+    const DownloadPointer slow = world.enqueue(world.addFile("slow", std::string(1000, '.')));
+    world.link(slow->fileID).rate = 100;
+    world.loop.advance(5s);
+    changes.clear();
+    world.loop.advance(1s);  // progress alone
+    EXPECT_TRUE(changes.empty());
+    EXPECT_EQ(window.badge(SidebarItem::downloads), "2");
+    EXPECT_EQ(window.badge(SidebarItem::files), "");
+    world.manager().cancelAll();
+    EXPECT_EQ(window.badge(SidebarItem::downloads), "");
+    EXPECT_EQ(told(Change::badge), 2U);
+}
+
+TEST_F(Window, countsTheUploads) {
+    http.actsAtOnce = false;
+    std::vector<std::string> seen;
+    const Subscription watching = window.onChange([&](Change change) {
+        if (change == Change::uploads) seen.push_back(window.uploadPanel() ? window.uploadPanel()->count : "gone");
+    });
+    state.uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, 0);
+    settle();
+    EXPECT_EQ(seen, (std::vector<std::string>{"0/2", "1/2", "gone"}));
+}
+
+TEST_F(Window, asksAboutOneConflictAfterTheOther) {
+    window.select(SidebarItem::rss);
+    const DownloadPointer first = conflicting("first");
+    const DownloadPointer second = conflicting("second");
+    EXPECT_EQ(sheet(), "\"first\" already exists at this location.");
+    EXPECT_EQ(window.conflictSheet()->existingPath, (World::downloads / "first").native());
+    const UUID id = window.conflictSheet()->id;
+    changes.clear();
+    window.setApplyToAll(true);
+    window.setApplyToAll(false);
+    window.answer(id, ConflictChoice::replace);
+    EXPECT_EQ(sheet(), "\"second\" already exists at this location.");
+    EXPECT_EQ(told(Change::conflict), 3U);
+    window.answer(id, ConflictChoice::replace);  // a second click on a sheet that is gone
+    world.settle();
+    EXPECT_EQ(World::outcome(first) + " " + World::outcome(second), "completed awaitingConflict");
+
+    world.manager().cancel(second);
+    EXPECT_EQ(sheet(), "");
+    window.setApplyToAll(true);  // of no sheet
+    conflicting("third");
+    EXPECT_FALSE(window.conflictSheet()->applyToAll);
+}
+
+TEST_F(Window, answersAllConflictsAtOnceIfAskedTo) {
+    auth.signOut();  // conflicts are asked about even so
+    const DownloadPointer first = conflicting("first");
+    const DownloadPointer second = conflicting("second");
+    window.setApplyToAll(true);
+    window.answer(window.conflictSheet()->id, ConflictChoice::keepBoth);
+    world.settle();
+    EXPECT_EQ(sheet(), "");
+    EXPECT_EQ(World::outcome(first) + " " + World::outcome(second), "completed completed");
+    EXPECT_EQ(world.tree(), "first=old first (1)=new second=old second (1)=new");
+}
+
+}  // namespace
+}  // namespace tovri::test
