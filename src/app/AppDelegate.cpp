@@ -7,7 +7,7 @@ namespace tovri {
 
 void AppDelegate::applicationWillTerminate() {
     if (downloadManager) downloadManager->saveNow();
-    if (syncManager) syncManager->saveNow();
+    if (syncManager) (void)syncManager->saveNow();
 }
 
 void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows, const std::function<void()>& showAllWindows) {

@@ -5,11 +5,12 @@
 #include <string>
 #include <string_view>
 
+#include "app/TovriApp.h"
 #include "cli/ExitCode.h"
 #include "cli/Terminal.h"
+#include "cli/TerminalLog.h"
 #include "cli/arguments/ArgumentParser.h"
 #include "platform/Platform.h"
-#include "platform/TransferSession.h"
 #include "service/AuthManager.h"
 #include "service/PutIOAPI.h"
 #include "settings/Preferences.h"
@@ -20,10 +21,11 @@ namespace tovri::cli {
 struct CommandContext {
     const Platform& platform;
     Terminal& terminal;
+    TerminalLog& log;
+    TovriApp& app;
     AuthManager& auth;
-    PutIOAPI& api;
+    PutIOAPI& api;  // good without the application's setup
     Preferences& preferences;
-    TransferSessionFactory makeTransfers;
     Invocation invocation;
     std::filesystem::path currentFolder;
     bool hasTokenFromEnvironment = false;

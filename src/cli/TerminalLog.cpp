@@ -1,14 +1,27 @@
 #include "cli/TerminalLog.h"
 
+#include <utility>
+
 #include "cli/display/DisplayText.h"
 
 namespace tovri::cli {
 
 // A name in the line may hold control characters; only a terminal would obey them.
 void TerminalLog::line(std::string_view text) {
+    if (isRepeated(text)) return;
     loop_.post([this, line = terminal_.showsOutput() ? printable(text) : std::string(text)] {
         stream_ == Stream::output ? terminal_.print(line) : terminal_.message(line);
     });
+}
+
+void TerminalLog::beginRound() {
+    isInRound_ = true;
+    lastRound_ = std::exchange(thisRound_, {});
+}
+
+bool TerminalLog::isRepeated(std::string_view text) {
+    if (!isInRound_) return false;
+    return lastRound_.contains(*thisRound_.emplace(text).first);
 }
 
 }  // namespace tovri::cli

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <unordered_set>
 
 #include "cli/Terminal.h"
 #include "platform/DiagnosticLog.h"
@@ -20,10 +21,20 @@ public:
 
     void line(std::string_view text) override;
 
+    // Between the two, a line that the round before had as well says nothing new, and is left out.
+    void beginRound();
+
+    void endRound() { isInRound_ = false; }
+
 private:
+    [[nodiscard]] bool isRepeated(std::string_view text);
+
     MainLoop& loop_;
     Terminal& terminal_;
     Stream stream_;
+    bool isInRound_ = false;
+    std::unordered_set<std::string> thisRound_;
+    std::unordered_set<std::string> lastRound_;
 };
 
 }  // namespace tovri::cli

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "app/TovriApp.h"
 #include "base/TaskScope.h"
 #include "cli/CommandContext.h"
 #include "cli/RunDefaults.h"
@@ -22,6 +23,7 @@
 #include "platform/posix/EnvironmentCredentialStore.h"
 #include "platform/posix/FileCredentialStore.h"
 #include "platform/posix/FileUserDefaults.h"
+#include "platform/posix/PackageManagerUpdater.h"
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
@@ -54,6 +56,10 @@ bool needsStoredSecret(CommandName command, bool hasToken) {
         case CommandName::top:
         case CommandName::clear:
         case CommandName::config:
+        case CommandName::rulesList:
+        case CommandName::rulesEnable:
+        case CommandName::rulesDisable:
+        case CommandName::rulesRemove:
             return false;  // they ask put.io nothing
         default:
             return !hasToken;
@@ -84,18 +90,21 @@ public:
                invocation_.has("--json") ? TerminalLog::Stream::messages : TerminalLog::Stream::output),
           storedDefaults_(files_, log_, folders_.configuration / "preferences.json"),
           runDefaults_(storedDefaults_),
-          preferences_(replaced(), folderAccess_, folders_.standard.home),
           secretsInFile_(files_, folders_.state / "credentials.json"),
           secrets_(chooseSecrets()),
           credentials_(*secrets_, token_),
-          auth_(credentials_, signIn_, loop_, hosts),
-          api_(auth_, http_, platform_, hosts),
+          lock_(acquireLock()),
+          app_({platform_, http_, [this](TransferDelegate& delegate) { return makeTransfers(delegate); }, credentials_,
+                replaced(), signIn_, updates_, hosts},
+               invocation_.command == CommandName::watch ? TovriApp::Polling::whileSignedIn : TovriApp::Polling::never),
+          api_(app_.makeClient()),
           context_{platform_,
                    terminal_,
-                   auth_,
+                   log_,
+                   app_,
+                   app_.authManager(),
                    api_,
-                   preferences_,
-                   [this](TransferDelegate& delegate) { return makeTransfers(delegate); },
+                   app_.preferences(),
                    std::move(invocation_),
                    std::filesystem::current_path(),
                    token_.has_value(),
@@ -103,14 +112,11 @@ public:
 
     ExitCode run() {
         const Subscription signals[] = {onEnding(SIGINT), onEnding(SIGTERM), onEnding(SIGHUP)};
-        std::optional<Result<DataFolderLock>> lock;
-        if (definitionOf(context_.invocation.command).queue == QueueUse::owns)
-            lock = DataFolderLock::acquire(folders_.standard.applicationData, programName);
-        if (lock && !*lock) {
-            context_.complain(lock->error());
+        if (lock_ && !*lock_) {
+            context_.complain(lock_->error());
             end(ExitCode::failure);
         } else {
-            preferences_.refreshDownloadFolderBookmark();
+            app_.preferences().refreshDownloadFolderBookmark();
             command_ = makeCommand(context_);
             tasks_.emplace();
             tasks_->start(work());
@@ -129,6 +135,12 @@ private:
             runDefaults_.replaceString(
                 "conflictBehavior", std::string(rawValue(parseBehavior(*what).value_or(ConflictBehavior::keepBoth))));
         return runDefaults_;
+    }
+
+    // Before anything is read that the command will write.
+    std::optional<Result<DataFolderLock>> acquireLock() {
+        if (definitionOf(invocation_.command).queue == QueueUse::none) return std::nullopt;
+        return DataFolderLock::acquire(folders_.standard.applicationData, programName);
     }
 
     std::unique_ptr<CredentialStore> chooseSecrets() {
@@ -200,13 +212,14 @@ private:
     Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, log_, folders_.standard};
     FileUserDefaults storedDefaults_;
     RunDefaults runDefaults_;
-    Preferences preferences_;
     FileCredentialStore secretsInFile_;
     std::unique_ptr<CredentialStore> secrets_;
     EnvironmentCredentialStore credentials_;
     TerminalSignIn signIn_{terminal_};
-    AuthManager auth_;
+    PackageManagerUpdater updates_;
     CurlHTTPSession http_{loop_};
+    std::optional<Result<DataFolderLock>> lock_;
+    TovriApp app_;
     PutIOAPI api_;
     CommandContext context_;
     ExitCode code_ = ExitCode::failure;

@@ -3,20 +3,10 @@
 #include <algorithm>
 
 #include "cli/arguments/GroupDefinitions.h"
+#include "cli/arguments/SharedFlags.h"
 
 namespace tovri::cli {
 namespace {
-
-const FlagDefinition jsonDocument{"--json", "", "Print a JSON document"};
-const FlagDefinition jsonEvents{"--json", "", "Print events as lines of JSON"};
-const FlagDefinition onConflict{"--on-conflict",
-                                "WHAT",
-                                "What to do when a name is taken, for this run (otherwise: conflictBehavior)",
-                                ValueKind::choice,
-                                {"ask", "keep-both", "replace", "skip"}};
-const FlagDefinition jobs{"--jobs", "N",
-                          "How many downloads run at once, for this run (otherwise: maxConcurrentDownloads)",
-                          ValueKind::number};
 
 const OperandDefinition items{"ITEM", "A download's ID, as \"queue\" shows it, or the beginning of one"};
 const OperandDefinition someItems{"ITEM", items.help, 1};
@@ -118,6 +108,15 @@ std::vector<CommandDefinition> makeDefinitions() {
          "Removes completed, failed, skipped and cancelled downloads. Files that have arrived stay where they are.",
          {},
          {},
+         QueueUse::owns},
+        {watch,
+         "watch",
+         "poll the automation rules and download what is new, until stopped",
+         "Looks at every rule that is not paused as often as the rule says, and works on the queue. Made to run as a "
+         "service: a line per event, none while nothing happens. Nothing else can change the rules or the queue "
+         "meanwhile.",
+         {},
+         {onConflict, jobs, jsonEvents},
          QueueUse::owns},
         {put,
          "put",

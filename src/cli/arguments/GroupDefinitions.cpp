@@ -2,15 +2,17 @@
 
 #include <algorithm>
 
+#include "cli/arguments/SharedFlags.h"
+
 namespace tovri::cli {
 namespace {
 
 const CommandGroup groups[] = {
+    {"rules", "manage the automation rules, which bring home every new file of a folder"},
     {"transfers", "show and control what put.io fetches for you"},
     {"feeds", "show and edit the RSS feeds that put.io watches for you"},
 };
 
-const FlagDefinition jsonDocument{"--json", "", "Print a JSON document"};
 const FlagDefinition yes{"--yes", "", "Do not ask"};
 const FlagDefinition title{"--title", "TEXT", "The feed's title (of a new feed otherwise: its address)"};
 const FlagDefinition keyword{"--keyword", "TEXT", "Download only items that match it; with \"\" all"};
@@ -25,8 +27,73 @@ const FlagDefinition deleteOld{"--delete-old",
                                ValueKind::choice,
                                {"yes", "no"}};
 
+const FlagDefinition deleteAfterDownload{"--delete", "", "Delete files from put.io once they are safely here"};
+const FlagDefinition every{"--every", "MINUTES",
+                           "How often to look, from 1 to 60 (of a new rule otherwise: syncPollIntervalMinutes)",
+                           ValueKind::number};
+
+const OperandDefinition ruleID{"ID", "A rule's ID, as \"rules list\" shows it, or the beginning of one", 1, 1};
 const OperandDefinition transferID{"ID", "A transfer's ID, as \"transfers list\" shows it", 1, 1, ValueKind::serviceID};
 const OperandDefinition feedID{"ID", "A feed's ID, as \"feeds list\" shows it", 1, 1, ValueKind::serviceID};
+
+std::vector<CommandDefinition> ruleDefinitions() {
+    using enum CommandName;
+    return {
+        {rulesList,
+         "rules list",
+         "list the automation rules",
+         "Shows which folder of put.io each watches, where its files go, how often it looks and when it did last.\n\n"
+         "With --json, one object with the array \"rules\". Each holds \"id\", \"putioFolderID\", "
+         "\"putioFolderName\", \"localFolderPath\", \"deleteAfterDownload\", \"isEnabled\", "
+         "\"pollIntervalMinutes\", \"isInitialized\", \"knownFiles\" and \"pendingFiles\" (how many), and "
+         "\"lastSyncDate\" (in UTC) once there was a pass.",
+         {},
+         {jsonDocument}},
+        {rulesAdd,
+         "rules add",
+         "watch a folder and bring its new files home",
+         "Takes stock of the folder first and says how many files it found: these stay where they are. From then on "
+         "every file that appears in it, or in a folder below it, is downloaded into DIR, sub-folders kept, whenever "
+         "\"watch\" or \"rules sync\" runs.",
+         {{"FOLDER", "The folder on put.io to watch, a path or a numeric ID", 1, 1},
+          {"DIR", "The local folder that receives its files", 1, 1, ValueKind::localFolder}},
+         {deleteAfterDownload, {"--keep", "", "Keep the files on put.io, as is done unless --delete is given"}, every},
+         QueueUse::owns},
+        {rulesEdit,
+         "rules edit",
+         "change an automation rule",
+         "What is not named stays as it is. With another folder of put.io the rule begins anew and takes stock of it.",
+         {ruleID},
+         {{"--folder", "FOLDER", "The folder on put.io to watch"},
+          {"--to", "DIR", "The local folder that receives its files", ValueKind::localFolder},
+          deleteAfterDownload,
+          {"--keep", "", "Keep files on put.io"},
+          every},
+         QueueUse::owns},
+        {rulesEnable, "rules enable", "let a paused rule look for files again", "", {ruleID}, {}, QueueUse::owns},
+        {rulesDisable,
+         "rules disable",
+         "pause a rule",
+         "\"rules sync\" with its ID still looks.",
+         {ruleID},
+         {},
+         QueueUse::owns},
+        {rulesRemove,
+         "rules rm",
+         "delete an automation rule",
+         "Its files stay, here and on put.io; what it has put into the queue is still downloaded.",
+         {ruleID},
+         {},
+         QueueUse::owns},
+        {rulesSync,
+         "rules sync",
+         "look for new files now and download them",
+         "Without ID, for all rules that are not paused. Then works until the queue is empty.",
+         {{"ID", ruleID.help, 0, 1}},
+         {onConflict, jobs, jsonEvents},
+         QueueUse::owns},
+    };
+}
 
 std::vector<CommandDefinition> transferDefinitions() {
     using enum CommandName;
@@ -111,7 +178,8 @@ std::span<const CommandGroup> commandGroups() {
 }
 
 std::vector<CommandDefinition> groupedDefinitions() {
-    std::vector<CommandDefinition> all = transferDefinitions();
+    std::vector<CommandDefinition> all = ruleDefinitions();
+    std::ranges::move(transferDefinitions(), std::back_inserter(all));
     std::ranges::move(feedDefinitions(), std::back_inserter(all));
     return all;
 }

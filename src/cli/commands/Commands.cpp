@@ -7,7 +7,9 @@
 #include "cli/commands/ListCommand.h"
 #include "cli/commands/PutCommand.h"
 #include "cli/commands/QueueCommand.h"
+#include "cli/commands/RuleCommands.h"
 #include "cli/commands/SignInCommands.h"
+#include "cli/commands/SyncCommands.h"
 #include "cli/commands/TransferCommands.h"
 
 namespace tovri::cli {
@@ -40,6 +42,20 @@ std::unique_ptr<Command> makeCommand(CommandContext& context) {
             return std::make_unique<LinkCommand>(context);
         case CommandName::config:
             return std::make_unique<ConfigCommand>(context);
+        case CommandName::watch:
+            return std::make_unique<WatchCommand>(context);
+        case CommandName::rulesList:
+            return std::make_unique<RuleListCommand>(context);
+        case CommandName::rulesAdd:
+            return std::make_unique<RuleAddCommand>(context);
+        case CommandName::rulesEdit:
+            return std::make_unique<RuleEditCommand>(context);
+        case CommandName::rulesEnable:
+        case CommandName::rulesDisable:
+        case CommandName::rulesRemove:
+            return std::make_unique<RuleStepCommand>(context);
+        case CommandName::rulesSync:
+            return std::make_unique<RuleSyncCommand>(context);
         case CommandName::transfersList:
             return std::make_unique<TransferListCommand>(context);
         case CommandName::transfersAdd:

@@ -1,5 +1,7 @@
 #include "cli/commands/ControlCommand.h"
 
+#include <unordered_map>
+
 #include <fmt/format.h>
 
 #include "cli/commands/ItemSelection.h"
@@ -7,6 +9,36 @@
 #include "downloads/DownloadStore.h"
 
 namespace tovri::cli {
+namespace {
+
+// A download that an automation rule has put into the queue.
+struct RuleFile {
+    UUID item;
+    UUID rule;
+    std::int64_t fileID;
+    DownloadStatus status;
+};
+
+std::vector<RuleFile> ruleFilesOf(const QueueSnapshot& queue) {
+    std::vector<RuleFile> files;
+    for (const DownloadRecord& item : queue.downloads)
+        if (item.syncRuleID) files.push_back({item.id, *item.syncRuleID, item.fileID, item.status});
+    return files;
+}
+
+// A failed one that is gone is none: its rule queues it again as long as the file is there.
+std::vector<RuleFile> settledAmong(std::vector<RuleFile> before, const QueueSnapshot& now) {
+    std::unordered_map<UUID, DownloadStatus> statusOf;
+    for (const DownloadRecord& item : now.downloads) statusOf.emplace(item.id, item.status);
+    std::erase_if(before, [&](const RuleFile& file) {
+        const auto found = statusOf.find(file.item);
+        const bool isGone = found == statusOf.end();
+        return isGone ? file.status == DownloadStatus::failed : found->second != DownloadStatus::cancelled;
+    });
+    return before;
+}
+
+}  // namespace
 
 Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
     DownloadStore store(context_.platform);
@@ -20,7 +52,15 @@ Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
         context_.complain(selected.error());
         co_return ExitCode::failure;
     }
+    const std::vector<RuleFile> before = ruleFilesOf(queue);
     const std::size_t count = change(queue, *selected);
+    // Before the queue is saved: a process that dies in between leaves a queue in which nothing has changed.
+    SyncManager& rules = context_.app.syncManager();
+    for (const RuleFile& file : settledAmong(before, queue)) rules.fileSettled(file.rule, file.fileID);
+    if (const Result<void> saved = rules.saveNow(); !saved) {
+        context_.complain(saved.error());
+        co_return ExitCode::failure;
+    }
     if (!store.save(std::move(queue), store.nextSaveNumber())) {
         context_.complain("the queue could not be saved; nothing was changed.");
         co_return ExitCode::failure;

@@ -24,7 +24,7 @@ Task<ExitCode> DownloadCommand::run(std::stop_token stop) {
     }
     downloads_.begin();
     co_await prepare(stop);
-    const ExitCode code = co_await downloads_.untilEmpty(stop);
+    const ExitCode code = co_await downloads_.work(until_, stop);
     co_return code;
 }
 

@@ -10,10 +10,11 @@
 
 namespace tovri::cli {
 
-// What get, run and retry have in common: something is put on the queue, then the queue is worked off.
+// What all commands that download have in common: something is put on the queue, then the queue is worked off.
 class DownloadCommand : public Command {
 public:
-    explicit DownloadCommand(CommandContext& context) : context_(context), downloads_(context) {}
+    explicit DownloadCommand(CommandContext& context, DownloadRun::Until until = DownloadRun::Until::empty)
+        : context_(context), downloads_(context), until_(until) {}
 
     Task<ExitCode> run(std::stop_token stop) final;
 
@@ -33,6 +34,7 @@ protected:
 private:
     CommandContext& context_;
     DownloadRun downloads_;
+    DownloadRun::Until until_;
 };
 
 class GetCommand final : public DownloadCommand {

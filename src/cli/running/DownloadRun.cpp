@@ -25,7 +25,7 @@ bool canAsk(const CommandContext& context) {
 
 DownloadRun::DownloadRun(CommandContext& context)
     : context_(context),
-      downloads_(context.platform, context.makeTransfers),
+      downloads_(context.app.downloadManager()),
       tally_(downloads_),
       reporter_(makeReporter(formFor(context), {context.platform.loop, context.terminal, downloads_, tally_})),
       prompt_(downloads_, context.terminal,
@@ -55,8 +55,7 @@ void DownloadRun::begin() {
                 "put.io does not accept the access token. Sign in with: tovri-cli login. Then go on with: tovri-cli "
                 "retry");
     });
-    downloads_.configure(context_.api, context_.preferences);
-    downloads_.restoreQueue();
+    context_.app.setup();
 }
 
 void DownloadRun::fail(const std::string& text) {
@@ -81,7 +80,8 @@ void DownloadRun::tellFailure(const Download& item) {
         printable(item.error.value_or("Download failed")), hasArrived ? "Delete it with" : "Try again with", id));
 }
 
-bool DownloadRun::isEmpty() const {
+bool DownloadRun::isOver() const {
+    if (isGivingUp_ || until_ == Until::stopped) return isAtRest_;
     const DownloadList& list = downloads_.downloads();
     if (list.count({Status::downloading, Status::awaitingConflict, Status::deleting}) > 0) return false;
     return downloads_.isPaused() || list.count(Status::queued) == 0;
@@ -92,12 +92,13 @@ void DownloadRun::checkSoon() {
     if (!ended_ || check_.isActive()) return;
     check_ = context_.platform.loop.schedule(MainLoop::Duration::zero(), [this] {
         check_.reset();
-        if (isGivingUp_ ? !isAtRest_ : !isEmpty()) return;
+        if (!isOver()) return;
         if (auto ended = std::exchange(ended_, nullptr)) ended();
     });
 }
 
-Task<ExitCode> DownloadRun::untilEmpty(std::stop_token stop) {
+Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
+    until_ = until;
     using Ended = std::monostate;
     Result<Ended> ended = co_await Answer<Ended>(context_.platform.loop, stop, [this](auto done) {
         ended_ = [done = std::move(done)]() mutable { done(Ended()); };
@@ -106,7 +107,7 @@ Task<ExitCode> DownloadRun::untilEmpty(std::stop_token stop) {
     });
     if (!ended) co_return ExitCode::interrupted;
     changes_.reset();
-    downloads_.saveNow();
+    context_.app.appDelegate().applicationWillTerminate();
     reporter_->end();
     tellPause();
     co_return exitCode();
@@ -135,9 +136,10 @@ void DownloadRun::rest(std::function<void()> done) {
     const auto finish = [this, done = std::move(done)] {
         if (std::exchange(isAtRest_, true)) return;
         deadline_.reset();
-        downloads_.saveNow();
+        context_.app.appDelegate().applicationWillTerminate();
         done();
     };
+    context_.app.syncManager().stopPolling();
     deadline_ = context_.platform.loop.schedule(1500ms, finish);
     downloads_.suspend(finish);
 }
@@ -156,7 +158,8 @@ void DownloadRun::interrupt(std::function<void()> done) {
         if (hasBegun) {
             changes_.reset();
             reporter_->end();
-            context_.terminal.message("Stopped. Go on with: tovri-cli run");
+            context_.terminal.message(
+                fmt::format("Stopped. Go on with: tovri-cli {}", until_ == Until::stopped ? "watch" : "run"));
         }
         done();
     });

@@ -14,8 +14,8 @@
 
 namespace tovri::cli {
 
-// The engine at work for one command: restores the queue, shows what happens, tells failures, and knows when nothing is
-// left to do. A stop brings every transfer to rest and saves the queue.
+// The application at work for one command: sets it up, shows what happens, tells failures, and knows when nothing is
+// left to do. A stop brings every transfer to rest and saves the queue and the rules.
 class DownloadRun {
 public:
     // `context` outlives this. Nothing is started or shown before `begin`.
@@ -31,8 +31,13 @@ public:
     // Tells a failure that is no item's, and remembers it for the exit status.
     void fail(const std::string& text);
 
-    // Waits until nothing runs and nothing is queued, or the run was stopped; says how it ended.
-    Task<ExitCode> untilEmpty(std::stop_token stop);
+    enum class Until {
+        empty,    // nothing runs and nothing is queued
+        stopped,  // the user ends it
+    };
+
+    // Works until then, or until the run has to be given up; says how it ended.
+    Task<ExitCode> work(Until until, std::stop_token stop);
 
     // Ctrl-C: within 1.5 seconds, also when a transfer does not come to rest in time.
     void interrupt(std::function<void()> done);
@@ -41,7 +46,7 @@ private:
     void follow(const QueueChange& change);
     void tellFailure(const Download& item);
     void checkSoon();
-    [[nodiscard]] bool isEmpty() const;
+    [[nodiscard]] bool isOver() const;
     void rest(std::function<void()> done);
 
     // Ends the run before it is empty, for this reason.
@@ -50,10 +55,11 @@ private:
     [[nodiscard]] ExitCode exitCode() const;
 
     CommandContext& context_;
-    DownloadManager downloads_;
+    DownloadManager& downloads_;
     RunTally tally_;
     std::unique_ptr<RunReporter> reporter_;
     ConflictPrompt prompt_;
+    Until until_ = Until::empty;
     bool hasFailed_ = false;
     bool isGivingUp_ = false;
     bool isAtRest_ = false;
