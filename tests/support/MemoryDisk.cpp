@@ -1,0 +1,124 @@
+// The disk below the files: what a test does to it and finds on it, and how that shows in every operation.
+#include <algorithm>
+#include <functional>
+#include <set>
+
+#include "support/MemoryFileManager.h"
+#include "support/MemoryNode.h"
+
+namespace tovri::test {
+
+using Path = FileManager::Path;
+
+void MemoryFileManager::addVolume(const Path& mountPoint) {
+    put(mountPoint / "x", "");
+    find(mountPoint)->entries.clear();
+    find(mountPoint)->makeDurable();
+    volumes_.insert(normal(mountPoint));
+}
+
+void MemoryFileManager::setCapacity(const Path& volume, ByteCount capacity) {
+    capacities_[this->volume(volume)] = capacity;
+}
+
+void MemoryFileManager::setReadOnly(const Path& folder, bool isReadOnly) {
+    if (isReadOnly) {
+        readOnly_.insert(normal(folder));
+    } else {
+        readOnly_.erase(normal(folder));
+    }
+}
+
+void MemoryFileManager::failNext(std::string operation, Path path, Error error, int times) {
+    faults_.push_back({std::move(operation), path.empty() ? path : normal(path), std::move(error), times});
+}
+
+void MemoryFileManager::powerLoss() {
+    root_->losePower();
+}
+
+void MemoryFileManager::put(const Path& path, std::string bytes) {
+    Node* folder = root_.get();
+    const Path clean = normal(path);
+    for (const Path& part : clean.parent_path().relative_path()) {
+        NodePointer& entry = folder->entries[part];
+        if (!entry) entry = std::make_shared<Node>(true);
+        folder->durableEntries[part] = entry;
+        folder = entry.get();
+    }
+    auto file = std::make_shared<Node>(false);
+    file->bytes = std::move(bytes);
+    file->makeDurable();
+    folder->entries[clean.filename()] = file;
+    folder->durableEntries[clean.filename()] = file;
+}
+
+std::optional<std::string> MemoryFileManager::content(const Path& path) {
+    const NodePointer node = find(path);
+    if (!node || node->isFolder) return std::nullopt;
+    return node->bytes;
+}
+
+std::map<Path, std::string> MemoryFileManager::files(const Path& folder) {
+    return collect(folder, false);
+}
+
+std::map<Path, std::string> MemoryFileManager::durableFiles(const Path& folder) {
+    return collect(folder, true);
+}
+
+std::map<Path, std::string> MemoryFileManager::collect(const Path& folder, bool isDurable) const {
+    std::map<Path, std::string> found;
+    const std::function<void(const Path&, const Node&)> visit = [&](const Path& path, const Node& node) {
+        if (!node.isFolder && isAtOrBelow(path, normal(folder)))
+            found[path] = isDurable ? node.durableBytes : node.bytes;
+        for (const auto& [name, entry] : isDurable ? node.durableEntries : node.entries) visit(path / name, *entry);
+    };
+    visit("/", *root_);
+    return found;
+}
+
+Result<void> MemoryFileManager::begin(const std::string& operation, const Path& path, const Path& target) {
+    operations.push_back(operation + " " + path.string() + (target.empty() ? "" : " " + target.string()));
+    if (operationsLeft_ && (*operationsLeft_ == 0 || --*operationsLeft_ == 0))
+        return failure(refused(path, "the process is gone"));
+    for (Fault& fault : faults_) {
+        if (fault.times == 0 || fault.operation != operation) continue;
+        if (!fault.path.empty() && fault.path != normal(path) && (target.empty() || fault.path != normal(target)))
+            continue;
+        --fault.times;
+        return failure(fault.error);
+    }
+    return {};
+}
+
+Result<void> MemoryFileManager::checkWritable(const Path& path) const {
+    for (const Path& folder : readOnly_)
+        if (isAtOrBelow(normal(path), folder)) return failure(refused(path, "the folder is read-only"));
+    return {};
+}
+
+Path MemoryFileManager::volume(const Path& path) const {
+    Path longest = "/";
+    for (const Path& mountPoint : volumes_)
+        if (isAtOrBelow(normal(path), mountPoint) && mountPoint.native().size() > longest.native().size())
+            longest = mountPoint;
+    return longest;
+}
+
+Result<void> MemoryFileManager::checkRoom(const Path& path, ByteCount more) const {
+    const auto capacity = capacities_.find(volume(path));
+    if (capacity == capacities_.end()) return {};
+    std::set<const Node*> counted;
+    ByteCount used = more;
+    const std::function<void(const Path&, const Node&)> add = [&](const Path& at, const Node& node) {
+        if (volume(at) == capacity->first && counted.insert(&node).second)
+            used += static_cast<ByteCount>(node.bytes.size());
+        for (const auto& [name, entry] : node.entries) add(at / name, *entry);
+    };
+    add("/", *root_);
+    if (used > capacity->second) return failure(refused(path, "the disk is full"));
+    return {};
+}
+
+}  // namespace tovri::test
