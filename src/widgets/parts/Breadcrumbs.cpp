@@ -1,0 +1,125 @@
+#include "widgets/parts/Breadcrumbs.h"
+
+#include <QEvent>
+#include <QMenu>
+#include <QPainter>
+#include <QStyle>
+#include <QToolButton>
+#include <algorithm>
+
+#include "widgets/parts/Texts.h"
+#include "widgets/theme/Colors.h"
+#include "widgets/theme/Fonts.h"
+#include "widgets/theme/Measures.h"
+#include "widgets/theme/Symbols.h"
+
+namespace tovri {
+namespace {
+
+constexpr int lineHeight = 36;
+constexpr int separatorWidth = measures::smallSymbol;
+constexpr int widestName = 240;
+
+}  // namespace
+
+Breadcrumbs::Breadcrumbs(QWidget* parent) : QWidget(parent), fold_(new QToolButton(this)) {
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    fold_->setText(QStringLiteral("…"));
+    fold_->setAccessibleName(tr("More folders"));
+    fold_->setAutoRaise(true);
+    fold_->setPopupMode(QToolButton::InstantPopup);
+    fold_->setMenu(new QMenu(fold_));
+}
+
+void Breadcrumbs::show(const QStringList& names) {
+    if (names == names_) return;
+    names_ = names;
+    for (QToolButton* button : buttons_) button->deleteLater();
+    buttons_.clear();
+    for (int i = 0; i < names.size(); ++i) buttons_ << makeButton(names[i], i + 1 == names.size(), i);
+    arrange();
+}
+
+QToolButton* Breadcrumbs::makeButton(const QString& name, bool isLast, int index) {
+    auto* button = new QToolButton(this);
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    button->setFont(isLast ? semiboldFont(font()) : font());
+    const QString shown = button->fontMetrics().elidedText(name, Qt::ElideRight, widestName);
+    button->setText(QString(shown).replace('&', QLatin1StringView("&&")));
+    button->setAccessibleName(name);
+    if (shown != name) button->setToolTip(name);
+    connect(button, &QToolButton::clicked, this, [this, index] { emit chosen(index); });
+    return button;
+}
+
+// How many of the buttons after the first one have no room.
+int Breadcrumbs::foldedCount() const {
+    int needed = 2 * measures::spacing - separatorWidth;
+    for (const QToolButton* button : buttons_) needed += button->sizeHint().width() + separatorWidth;
+    int folded = 0;
+    while (needed > width() && folded < static_cast<int>(buttons_.size()) - 2) {
+        if (folded == 0) needed += fold_->sizeHint().width() + separatorWidth;
+        ++folded;
+        needed -= buttons_[folded]->sizeHint().width() + separatorWidth;
+    }
+    return folded;
+}
+
+void Breadcrumbs::arrange() {
+    const int folded = foldedCount();
+    separators_.clear();
+    int x = measures::spacing;
+    const auto place = [&](QToolButton* button) {
+        if (x > measures::spacing) {
+            separators_ << x;
+            x += separatorWidth;
+        }
+        const QSize size(std::min(button->sizeHint().width(), std::max(0, width() - measures::spacing - x)),
+                         measures::inlineButton);
+        const QRect logical(QPoint(x, (height() - size.height()) / 2), size);
+        button->setGeometry(QStyle::visualRect(layoutDirection(), rect(), logical));
+        button->show();
+        x += size.width();
+    };
+    fold_->setVisible(folded > 0);
+    fold_->menu()->clear();
+    for (int i = 0; i < buttons_.size(); ++i) {
+        if (i < 1 || i > folded) {
+            place(buttons_[i]);
+            continue;
+        }
+        buttons_[i]->hide();
+        if (i == 1) place(fold_);
+        fold_->menu()->addAction(titleOf(names_[i].toStdString()), this, [this, i] { emit chosen(i); });
+    }
+    update();
+}
+
+QSize Breadcrumbs::sizeHint() const {
+    return {0, lineHeight};
+}
+
+QSize Breadcrumbs::minimumSizeHint() const {
+    return sizeHint();
+}
+
+void Breadcrumbs::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    for (const int x : separators_) {
+        const QRect logical(x, 0, separatorWidth, height());
+        paintSymbol(painter, QStyle::visualRect(layoutDirection(), rect(), logical), separatorWidth, "chevron.right",
+                    color(Tint::tertiary, palette()));
+    }
+}
+
+void Breadcrumbs::resizeEvent(QResizeEvent*) {
+    arrange();
+}
+
+void Breadcrumbs::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange || event->type() == QEvent::FontChange) arrange();
+}
+
+}  // namespace tovri

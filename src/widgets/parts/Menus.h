@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QMenu>
+#include <functional>
+#include <vector>
+
+#include "screens/MenuItem.h"
+#include "widgets/parts/Texts.h"
+#include "widgets/theme/Symbols.h"
+
+namespace tovri {
+
+// Adds a screen's menu lines to a menu; what is chosen goes to `perform`.
+template <class Action>
+void addItems(QMenu& menu, const std::vector<MenuItem<Action>>& items, const std::function<void(Action)>& perform) {
+    for (const MenuItem<Action>& item : items) {
+        if (item.isSeparator()) {
+            menu.addSeparator();
+            continue;
+        }
+        QAction* line = menu.addAction(titleOf(item.title));
+        if (!item.symbol.empty())
+            line->setIcon(symbolIcon(item.symbol, item.isDestructive ? Tint::failure : Tint::primary));
+        line->setEnabled(item.isEnabled);
+        QObject::connect(line, &QAction::triggered, &menu, [perform, action = *item.action] { perform(action); });
+    }
+}
+
+}  // namespace tovri

@@ -1,0 +1,75 @@
+#include "widgets/parts/PlaceholderView.h"
+
+#include <QEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "widgets/parts/Texts.h"
+#include "widgets/parts/TurningSign.h"
+#include "widgets/theme/Fonts.h"
+#include "widgets/theme/Measures.h"
+#include "widgets/theme/Style.h"
+#include "widgets/theme/Symbols.h"
+
+namespace tovri {
+
+PlaceholderView::PlaceholderView(QWidget* parent)
+    : QWidget(parent),
+      symbol_(new QLabel),
+      turning_(new TurningSign),
+      title_(new QLabel),
+      text_(new QLabel),
+      button_(new QPushButton) {
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
+    auto* column = new QVBoxLayout;
+    column->setSpacing(measures::spacing);
+    symbol_->setAlignment(Qt::AlignCenter);
+    for (QLabel* label : {title_, text_}) {
+        label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
+        label->setWordWrap(true);
+        label->setFixedWidth(measures::placeholderWidth);
+        label->setTextFormat(Qt::PlainText);
+    }
+    column->addStretch();
+    column->addWidget(symbol_, 0, Qt::AlignHCenter);
+    column->addWidget(turning_, 0, Qt::AlignHCenter);
+    column->addWidget(title_, 0, Qt::AlignHCenter);
+    column->addWidget(text_, 0, Qt::AlignHCenter);
+    column->addSpacing(measures::spacing);
+    column->addWidget(button_, 0, Qt::AlignHCenter);
+    column->addStretch();
+    setLayout(column);
+    setEmphasis(*button_, Emphasis::suggested);
+    connect(button_, &QPushButton::clicked, this, &PlaceholderView::buttonPressed);
+    dress();
+}
+
+void PlaceholderView::show(const Placeholder& placeholder) {
+    shown_ = placeholder;
+    const bool isProgress = placeholder.kind == Placeholder::Kind::progress;
+    symbol_->setVisible(!isProgress && !placeholder.symbol.empty());
+    turning_->setVisible(isProgress);
+    title_->setText(textOf(placeholder.title));
+    title_->setVisible(!placeholder.title.empty());
+    text_->setText(textOf(placeholder.text));
+    text_->setVisible(!placeholder.text.empty());
+    button_->setText(textOf(placeholder.button));
+    button_->setVisible(!placeholder.button.empty());
+    dress();
+}
+
+void PlaceholderView::dress() {
+    const QSize size(measures::largeSymbol, measures::largeSymbol);
+    symbol_->setPixmap(symbolIcon(shown_.symbol, Tint::tertiary).pixmap(size, devicePixelRatioF()));
+    title_->setFont(placeholderTitleFont(font()));
+    setTint(*text_, Tint::secondary);
+}
+
+void PlaceholderView::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) dress();
+}
+
+}  // namespace tovri

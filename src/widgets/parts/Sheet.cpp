@@ -1,0 +1,124 @@
+#include "widgets/parts/Sheet.h"
+
+#include <QDialogButtonBox>
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "widgets/parts/Texts.h"
+#include "widgets/theme/Fonts.h"
+#include "widgets/theme/Measures.h"
+#include "widgets/theme/Symbols.h"
+
+namespace tovri {
+namespace {
+
+constexpr int messageWidth = 400;
+
+QLabel* makeText() {
+    auto* label = new QLabel;
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    return label;
+}
+
+}  // namespace
+
+Sheet::Sheet(const QString& title, QWidget* parent)
+    : QDialog(parent, Qt::Sheet | Qt::WindowTitleHint | Qt::CustomizeWindowHint),
+      title_(makeText()),
+      sentence_(makeText()),
+      body_(new QVBoxLayout),
+      buttons_(new QDialogButtonBox) {
+    setWindowModality(Qt::WindowModal);
+    setWindowTitle(title);
+    auto* column = new QVBoxLayout(this);
+    const int margin = measures::sheetMargin + measures::gap;
+    column->setContentsMargins(margin, margin, margin, margin);
+    column->setSpacing(measures::spacing);
+    column->setSizeConstraint(QLayout::SetMinimumSize);
+    title_->setText(title);
+    title_->setFont(semiboldFont(font()));
+    sentence_->hide();
+    body_->setSpacing(measures::spacing);
+    column->addWidget(title_);
+    column->addWidget(sentence_);
+    column->addLayout(body_, 1);
+    column->addSpacing(measures::spacing);
+    column->addWidget(buttons_);
+}
+
+void Sheet::setSentence(const QString& text) {
+    sentence_->setText(text);
+    sentence_->setVisible(!text.isEmpty());
+    sentence_->setMinimumWidth(messageWidth);
+    setAccessibleDescription(text);
+}
+
+QPushButton* Sheet::addCancelButton(const QString& title) {
+    QPushButton* button = buttons_->addButton(titleOf(title.toStdString()), QDialogButtonBox::RejectRole);
+    button->setIcon({});
+    connect(button, &QPushButton::clicked, this, &Sheet::cancelled);
+    return button;
+}
+
+QPushButton* Sheet::addConfirmButton(const QString& title, Emphasis emphasis) {
+    QPushButton* button = buttons_->addButton(titleOf(title.toStdString()), QDialogButtonBox::AcceptRole);
+    button->setIcon({});
+    setEmphasis(*button, emphasis);
+    button->setDefault(emphasis != Emphasis::destructive);
+    connect(button, &QPushButton::clicked, this, &Sheet::confirmed);
+    return button;
+}
+
+void Sheet::reject() {
+    emit cancelled();
+}
+
+ErrorLine::ErrorLine(QWidget* parent) : QWidget(parent), symbol_(new QLabel), text_(makeText()) {
+    auto* line = new QHBoxLayout(this);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(measures::gap);
+    line->addWidget(symbol_, 0, Qt::AlignTop);
+    line->addWidget(text_, 1);
+    dress();
+    hide();
+}
+
+void ErrorLine::show(const QString& text) {
+    text_->setText(text);
+    setVisible(!text.isEmpty());
+}
+
+void ErrorLine::dress() {
+    const QSize size(measures::smallSymbol, measures::smallSymbol);
+    symbol_->setPixmap(symbolIcon("exclamationmark.triangle", Tint::failure).pixmap(size, devicePixelRatioF()));
+    text_->setFont(captionFont(font()));
+    setTint(*text_, Tint::failure);
+}
+
+void ErrorLine::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) dress();
+}
+
+Sheet* makeConfirmation(QWidget* parent, const QString& title, const QString& message, const QString& confirmLabel,
+                        const QString& cancelLabel) {
+    auto* sheet = new Sheet(title, parent);
+    sheet->setSentence(message);
+    sheet->addCancelButton(cancelLabel)->setDefault(true);
+    sheet->addConfirmButton(confirmLabel, Emphasis::destructive);
+    return sheet;
+}
+
+Sheet* makeAlert(QWidget* parent, const QString& title, const QString& message, const QString& okLabel) {
+    auto* sheet = new Sheet(title, parent);
+    sheet->setSentence(message);
+    sheet->addConfirmButton(okLabel);
+    QObject::connect(sheet, &Sheet::confirmed, sheet, &Sheet::cancelled);
+    return sheet;
+}
+
+}  // namespace tovri

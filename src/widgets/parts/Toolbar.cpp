@@ -1,0 +1,155 @@
+#include "widgets/parts/Toolbar.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPainter>
+#include <QToolButton>
+#include <algorithm>
+
+#include "widgets/parts/Texts.h"
+#include "widgets/parts/TurningSign.h"
+#include "widgets/theme/Colors.h"
+#include "widgets/theme/Measures.h"
+#include "widgets/theme/Symbols.h"
+
+namespace tovri {
+namespace {
+
+constexpr int buttonHeight = 32;
+constexpr int searchWidth = 200;
+constexpr const char* actionProperty = "tovriAction";
+
+}  // namespace
+
+Toolbar::Toolbar(QWidget* parent) : QWidget(parent), line_(new QHBoxLayout(this)) {
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    line_->setContentsMargins(measures::spacing, measures::spacing, measures::spacing, measures::spacing);
+    line_->setSpacing(measures::gap);
+    line_->addStretch();
+    addSearch();
+}
+
+void Toolbar::addSearch() {
+    search_ = new QLineEdit;
+    search_->setClearButtonEnabled(true);
+    search_->addAction(symbolIcon("magnifyingglass", Tint::secondary), QLineEdit::LeadingPosition);
+    search_->setMinimumWidth(searchWidth / 2);
+    search_->setMaximumWidth(searchWidth);
+    search_->setFixedHeight(buttonHeight);
+    search_->hide();
+    line_->addWidget(search_, 1);
+    connect(search_, &QLineEdit::textChanged, this, &Toolbar::searchChanged);
+}
+
+void Toolbar::show(const std::vector<ToolbarEntry>& entries) {
+    std::vector<ToolbarEntry::Kind> kinds;
+    for (const ToolbarEntry& entry : entries) kinds.push_back(entry.kind);
+    if (kinds != kinds_) build(entries);
+    kinds_ = std::move(kinds);
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        const ToolbarEntry& entry = entries[i];
+        if (auto* button = qobject_cast<QToolButton*>(parts_[i])) fill(*button, entry);
+        if (entry.kind == ToolbarEntry::Kind::searchField) search_->setPlaceholderText(textOf(entry.title));
+        if (entry.kind == ToolbarEntry::Kind::searchField) search_->setAccessibleName(textOf(entry.title));
+        parts_[i]->setVisible(entry.isVisible);
+    }
+    showTexts();
+}
+
+void Toolbar::build(const std::vector<ToolbarEntry>& entries) {
+    for (QWidget* part : parts_) {
+        if (part == search_) continue;
+        line_->removeWidget(part);
+        part->deleteLater();
+    }
+    parts_.clear();
+    search_->hide();
+    int place = 0;
+    for (const ToolbarEntry& entry : entries) {
+        QWidget* part = makePart(entry);
+        parts_.push_back(part);
+        if (part != search_) line_->insertWidget(place++, part);
+    }
+}
+
+QWidget* Toolbar::makePart(const ToolbarEntry& entry) {
+    switch (entry.kind) {
+        case ToolbarEntry::Kind::progress:
+            return new TurningSign;
+        case ToolbarEntry::Kind::searchField:
+            return search_;
+        case ToolbarEntry::Kind::button:
+        case ToolbarEntry::Kind::menu:
+            return makeButton(entry);
+    }
+    return nullptr;
+}
+
+QToolButton* Toolbar::makeButton(const ToolbarEntry& entry) {
+    auto* button = new QToolButton;
+    button->setAutoRaise(true);
+    button->setFocusPolicy(Qt::TabFocus);
+    button->setIconSize({measures::symbol, measures::symbol});
+    button->setFixedHeight(buttonHeight);
+    if (entry.kind == ToolbarEntry::Kind::menu) {
+        button->setPopupMode(QToolButton::InstantPopup);
+        button->setMenu(new QMenu(button));
+    } else {
+        connect(button, &QToolButton::clicked, this,
+                [this, button] { emit triggered(button->property(actionProperty).toInt()); });
+    }
+    return button;
+}
+
+void Toolbar::fill(QToolButton& button, const ToolbarEntry& entry) {
+    button.setText(titleOf(entry.title));
+    button.setIcon(symbolIcon(entry.symbol));
+    button.setToolTip(textOf(entry.help.empty() ? entry.title : entry.help));
+    button.setAccessibleName(textOf(entry.title));
+    button.setAccessibleDescription(textOf(entry.help));
+    button.setEnabled(entry.isEnabled);
+    if (entry.action) button.setProperty(actionProperty, *entry.action);
+    if (button.menu() == nullptr) return;
+    button.menu()->clear();
+    auto* choices = new QActionGroup(button.menu());
+    for (const ToolbarEntry::Choice& choice : entry.choices) {
+        QAction* line = button.menu()->addAction(titleOf(choice.title));
+        line->setCheckable(true);
+        line->setChecked(choice.isChosen);
+        choices->addAction(line);
+        connect(line, &QAction::triggered, this, [this, action = choice.action] { emit triggered(action); });
+    }
+}
+
+void Toolbar::showTexts() {
+    const bool isWide = window()->width() >= measures::toolbarWithTexts;
+    for (QWidget* part : parts_)
+        if (auto* button = qobject_cast<QToolButton*>(part))
+            button->setToolButtonStyle(isWide || button->icon().isNull() ? Qt::ToolButtonTextBesideIcon
+                                                                         : Qt::ToolButtonIconOnly);
+}
+
+void Toolbar::setSearchText(const QString& text) {
+    if (search_->text() != text) search_->setText(text);
+}
+
+void Toolbar::focusSearch() {
+    if (!search_->isVisible()) return;
+    search_->setFocus(Qt::ShortcutFocusReason);
+    search_->selectAll();
+}
+
+void Toolbar::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(QRect(0, rect().bottom(), width(), 1), lineColor(palette()));
+}
+
+void Toolbar::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    showTexts();
+}
+
+}  // namespace tovri

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QWidget>
+#include <vector>
+
+#include "screens/ToolbarItem.h"
+
+class QHBoxLayout;
+class QLineEdit;
+class QToolButton;
+
+namespace tovri {
+
+// A screen's toolbar item with its action as a number.
+using ToolbarEntry = ToolbarItem<int>;
+
+template <class Action>
+[[nodiscard]] std::vector<ToolbarEntry> toolbarEntries(const std::vector<ToolbarItem<Action>>& items) {
+    std::vector<ToolbarEntry> entries;
+    for (const ToolbarItem<Action>& item : items) {
+        ToolbarEntry entry{.kind = static_cast<ToolbarEntry::Kind>(item.kind),
+                           .title = item.title,
+                           .symbol = item.symbol,
+                           .help = item.help,
+                           .isEnabled = item.isEnabled,
+                           .isVisible = item.isVisible};
+        if (item.action) entry.action = static_cast<int>(*item.action);
+        for (const auto& choice : item.choices)
+            entry.choices.push_back({static_cast<int>(choice.action), choice.title, choice.isChosen});
+        entries.push_back(std::move(entry));
+    }
+    return entries;
+}
+
+// The buttons of a screen, from its items: symbols with titles, in a narrow window the symbols alone, and the search
+// field at the end. Shown anew as often as the items change; what stays keeps its focus and its text.
+class Toolbar final : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit Toolbar(QWidget* parent = nullptr);
+
+    void show(const std::vector<ToolbarEntry>& entries);
+    using QWidget::show;
+
+    void setSearchText(const QString& text);
+    void focusSearch();
+
+signals:
+    void triggered(int action);
+    void searchChanged(const QString& text);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void build(const std::vector<ToolbarEntry>& entries);
+    QWidget* makePart(const ToolbarEntry& entry);
+    QToolButton* makeButton(const ToolbarEntry& entry);
+    void fill(QToolButton& button, const ToolbarEntry& entry);
+    void addSearch();
+    void showTexts();
+
+    QHBoxLayout* line_;
+    std::vector<ToolbarEntry::Kind> kinds_;
+    std::vector<QWidget*> parts_;  // one per kind
+    QLineEdit* search_ = nullptr;
+};
+
+}  // namespace tovri

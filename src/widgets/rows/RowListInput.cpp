@@ -1,0 +1,160 @@
+#include <QAccessible>
+#include <QContextMenuEvent>
+#include <QHelpEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QToolTip>
+
+#include "widgets/rows/RowListView.h"
+
+namespace tovri {
+
+// --- Pointer ---
+
+void RowListView::hover(const Spot& spot) {
+    if (spot == hovered_) return;
+    updateRow(hovered_.row);
+    hovered_ = spot;
+    updateRow(hovered_.row);
+}
+
+bool RowListView::viewportEvent(QEvent* event) {
+    switch (event->type()) {
+        case QEvent::HoverMove:
+        case QEvent::HoverEnter:
+            hover(spotAt(static_cast<QHoverEvent*>(event)->position().toPoint()));
+            break;
+        case QEvent::HoverLeave:
+        case QEvent::Leave:
+            hover({});
+            break;
+        case QEvent::ToolTip: {
+            const auto* help = static_cast<QHelpEvent*>(event);
+            showToolTip(help->pos(), help->globalPos());
+            return true;
+        }
+        default:
+            break;
+    }
+    return QAbstractItemView::viewportEvent(event);
+}
+
+void RowListView::showToolTip(const QPoint& point, const QPoint& globalPosition) {
+    const Spot spot = spotAt(point);
+    if (spot.row < 0) return QToolTip::hideText();
+    const RowContent content = rows_->contentAt(spot.row);
+    QString text = content.toolTip;
+    QRect area = rowRect(spot.row);
+    if (spot.button != RowLook::noButton) {
+        text = content.buttons[static_cast<std::size_t>(spot.button)].help;
+        area = buttonRect(spot.row, spot.button);
+    } else if (text.isEmpty() && RowPainter(*this).isTitleCut(area, content)) {
+        text = content.title;
+    }
+    QToolTip::showText(globalPosition, text, viewport(), area);
+}
+
+void RowListView::mouseMoveEvent(QMouseEvent* event) {
+    hover(spotAt(event->position().toPoint()));
+    if (pressed_.button == RowLook::noButton) QAbstractItemView::mouseMoveEvent(event);
+}
+
+void RowListView::mousePressEvent(QMouseEvent* event) {
+    isKeyboardUsed_ = false;
+    const Spot spot = spotAt(event->position().toPoint());
+    if (event->button() == Qt::LeftButton && spot.button != RowLook::noButton) {
+        pressed_ = spot;
+        hovered_ = spot;
+        updateRow(spot.row);
+        return;
+    }
+    QAbstractItemView::mousePressEvent(event);
+}
+
+void RowListView::mouseReleaseEvent(QMouseEvent* event) {
+    const Spot pressed = std::exchange(pressed_, {});
+    if (pressed.button == RowLook::noButton) return QAbstractItemView::mouseReleaseEvent(event);
+    updateRow(pressed.row);
+    if (spotAt(event->position().toPoint()) == pressed) pressButton(pressed.row, pressed.button);
+}
+
+void RowListView::mouseDoubleClickEvent(QMouseEvent* event) {
+    if (spotAt(event->position().toPoint()).button != RowLook::noButton) return mousePressEvent(event);
+    QAbstractItemView::mouseDoubleClickEvent(event);
+}
+
+void RowListView::contextMenuEvent(QContextMenuEvent* event) {
+    QPoint position = event->globalPos();
+    if (event->reason() == QContextMenuEvent::Keyboard && currentIndex().isValid()) {
+        scrollTo(currentIndex());
+        position = viewport()->mapToGlobal(visualRect(currentIndex()).center());
+    } else if (!indexAt(event->pos()).isValid()) {
+        return;
+    }
+    if (!selectedRows().empty()) emit menuWanted(position);
+}
+
+// --- Keyboard ---
+
+int RowListView::focusedButtonOf(int row) const {
+    return currentIndex().isValid() && currentIndex().row() == row ? focusedButton_ : RowLook::noButton;
+}
+
+void RowListView::focusButton(int button) {
+    focusedButton_ = button;
+    isKeyboardUsed_ = true;
+    updateRow(currentIndex().row());
+    QAccessibleInterface* list = QAccessible::isActive() ? QAccessible::queryAccessibleInterface(this) : nullptr;
+    QAccessibleInterface* row = list == nullptr ? nullptr : list->child(currentIndex().row());
+    QAccessibleInterface* focus = row == nullptr || button == RowLook::noButton ? row : row->child(button);
+    if (focus == nullptr) return;
+    QAccessibleEvent event(focus, QAccessible::Focus);
+    QAccessible::updateAccessibility(&event);
+}
+
+bool RowListView::focusNextPrevChild(bool next) {
+    const int row = currentIndex().isValid() ? currentIndex().row() : -1;
+    const int count = row < 0 ? 0 : static_cast<int>(rows_->contentAt(row).buttons.size());
+    const int wanted = focusedButton_ + (next ? 1 : -1);
+    if (hasFocus() && wanted >= RowLook::noButton && wanted < count) {
+        focusButton(wanted);
+        return true;
+    }
+    focusedButton_ = RowLook::noButton;
+    return QAbstractItemView::focusNextPrevChild(next);
+}
+
+void RowListView::focusInEvent(QFocusEvent* event) {
+    const auto reason = event->reason();
+    if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason)
+        isKeyboardUsed_ = true;
+    QAbstractItemView::focusInEvent(event);
+    viewport()->update();
+}
+
+void RowListView::keyPressEvent(QKeyEvent* event) {
+    isKeyboardUsed_ = true;
+    const bool towardsEnd = event->key() == (isRightToLeft() ? Qt::Key_Left : Qt::Key_Right);
+    const bool towardsStart = event->key() == (isRightToLeft() ? Qt::Key_Right : Qt::Key_Left);
+    const int row = currentIndex().isValid() ? currentIndex().row() : -1;
+    const int count = row < 0 ? 0 : static_cast<int>(rows_->contentAt(row).buttons.size());
+    if (towardsEnd || towardsStart) {
+        if (row >= 0) focusButton(std::clamp(focusedButton_ + (towardsEnd ? 1 : -1), RowLook::noButton, count - 1));
+        return event->accept();
+    }
+    const int key = event->key();
+    const bool presses = key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter;
+    if (presses && focusedButton_ != RowLook::noButton &&
+        (event->modifiers() | Qt::KeypadModifier) == Qt::KeypadModifier)
+        return pressButton(row, focusedButton_);
+    QAbstractItemView::keyPressEvent(event);
+}
+
+void RowListView::pressButton(int row, int button) {
+    const RowContent content = rows_->contentAt(row);
+    if (button < 0 || button >= static_cast<int>(content.buttons.size())) return;
+    const InlineButton& pressed = content.buttons[static_cast<std::size_t>(button)];
+    if (pressed.isEnabled) emit buttonPressed(rows_->index(row), pressed.action);
+}
+
+}  // namespace tovri

@@ -1,0 +1,342 @@
+#include "widgets/rows/RowListView.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <numbers>
+
+#include "widgets/rows/RowAccessibility.h"
+#include "widgets/theme/Measures.h"
+#include "widgets/theme/Theme.h"
+
+namespace tovri {
+namespace {
+
+constexpr int animationStep = 50;    // milliseconds
+constexpr double breathTime = 1200;  // milliseconds
+constexpr double turnTime = 1400;    // milliseconds
+constexpr double shallowestBreath = 0.55;
+
+}  // namespace
+
+RowListView::RowListView(QWidget* parent) : QAbstractItemView(parent) {
+    makeRowListsAccessible();
+    setSelectionMode(ExtendedSelection);
+    setSelectionBehavior(SelectRows);
+    setEditTriggers(NoEditTriggers);
+    setVerticalScrollMode(ScrollPerPixel);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setFrameShape(QFrame::NoFrame);
+    setMouseTracking(true);
+    viewport()->setMouseTracking(true);
+    viewport()->setAttribute(Qt::WA_Hover);
+    clock_.start();
+}
+
+void RowListView::setModel(QAbstractItemModel* model) {
+    if (rows_ != nullptr) disconnect(rows_, nullptr, this, nullptr);
+    rows_ = qobject_cast<RowModel*>(model);
+    Q_ASSERT(model == nullptr || rows_ != nullptr);
+    anchors_.clear();
+    isGeometryOld_ = true;
+    if (rows_ != nullptr) {
+        // Before the base class hears of the change, and after.
+        connect(rows_, &QAbstractItemModel::rowsAboutToBeInserted, this, &RowListView::keepAnchors);
+        connect(rows_, &QAbstractItemModel::rowsAboutToBeRemoved, this, &RowListView::keepAnchors);
+        connect(rows_, &QAbstractItemModel::rowsAboutToBeMoved, this, &RowListView::keepAnchors);
+        connect(rows_, &QAbstractItemModel::layoutAboutToBeChanged, this, &RowListView::keepAnchors);
+        const auto layOutAgain = [this] {
+            isGeometryOld_ = true;
+            scheduleDelayedItemsLayout();
+        };
+        connect(rows_, &QAbstractItemModel::rowsInserted, this, layOutAgain);
+        connect(rows_, &QAbstractItemModel::rowsRemoved, this, layOutAgain);
+        connect(rows_, &QAbstractItemModel::rowsMoved, this, layOutAgain);
+        connect(rows_, &QAbstractItemModel::layoutChanged, this, layOutAgain);
+    }
+    QAbstractItemView::setModel(model);
+}
+
+std::vector<int> RowListView::selectedRows() const {
+    std::vector<int> found;
+    if (selectionModel() == nullptr) return found;
+    for (const QModelIndex& index : selectionModel()->selectedIndexes()) found.push_back(index.row());
+    std::ranges::sort(found);
+    return found;
+}
+
+// --- Where things are ---
+
+const RowGeometry& RowListView::geometry() const {
+    if (isGeometryOld_ && rows_ != nullptr) {
+        geometry_.read(*rows_);
+        isGeometryOld_ = false;
+    }
+    return geometry_;
+}
+
+QRect RowListView::rowRect(int row) const {
+    if (row < 0 || row >= geometry().rowCount()) return {};
+    return {0, geometry().top(row) - verticalOffset(), viewport()->width(), geometry().height(row)};
+}
+
+QRect RowListView::visualRect(const QModelIndex& index) const {
+    return index.isValid() ? rowRect(index.row()) : QRect();
+}
+
+QModelIndex RowListView::indexAt(const QPoint& point) const {
+    const int row = spotAt(point).row;
+    return row < 0 || rows_->shapeAt(row) == RowShape::header ? QModelIndex() : rows_->index(row);
+}
+
+RowListView::Spot RowListView::spotAt(const QPoint& point) const {
+    if (rows_ == nullptr || !viewport()->rect().contains(point)) return {};
+    const int row = geometry().rowAt(point.y() + verticalOffset());
+    if (row < 0) return {};
+    const int header = geometry().headerOf(geometry().rowAt(verticalOffset()));
+    if (header >= 0 && point.y() < measures::headerHeight) return {};  // the sticky header covers it
+    return {row, RowPainter(*this).buttonAt(rowRect(row), rows_->contentAt(row), point)};
+}
+
+int RowListView::verticalOffset() const {
+    return verticalScrollBar()->value();
+}
+
+QRect RowListView::buttonRect(int row, int button) const {
+    if (rows_ == nullptr) return {};
+    return RowPainter(*this).buttonRect(rowRect(row), rows_->contentAt(row), button);
+}
+
+void RowListView::updateGeometries() {
+    const int height = viewport()->height();
+    verticalScrollBar()->setPageStep(height);
+    verticalScrollBar()->setSingleStep(measures::rowHeight);
+    verticalScrollBar()->setRange(0, std::max(0, geometry().totalHeight() - height));
+    QAbstractItemView::updateGeometries();
+}
+
+void RowListView::resizeEvent(QResizeEvent* event) {
+    QAbstractItemView::resizeEvent(event);
+    updateGeometries();
+}
+
+void RowListView::scrollTo(const QModelIndex& index, ScrollHint hint) {
+    if (!index.isValid() || index.row() >= geometry().rowCount()) return;
+    const int page = viewport()->height();
+    const int top = geometry().top(index.row());
+    const int bottom = top + geometry().height(index.row());
+    const int covered = geometry().headerOf(index.row()) >= 0 ? measures::headerHeight : 0;
+    const int offset = verticalOffset();
+    if (hint == PositionAtTop || (hint == EnsureVisible && top - covered < offset))
+        verticalScrollBar()->setValue(top - covered);
+    else if (hint == PositionAtBottom || (hint == EnsureVisible && bottom > offset + page))
+        verticalScrollBar()->setValue(bottom - page);
+    else if (hint == PositionAtCenter)
+        verticalScrollBar()->setValue((top + bottom - page) / 2);
+}
+
+// All of it: the sticky header does not scroll along.
+void RowListView::scrollContentsBy(int, int) {
+    hover(spotAt(viewport()->mapFromGlobal(QCursor::pos())));
+    viewport()->update();
+}
+
+// --- Changes of the rows ---
+
+void RowListView::keepAnchors() {
+    if (!anchors_.empty() || isGeometryOld_ || rows_ == nullptr || verticalOffset() == 0) return;
+    int row = geometry().rowAt(verticalOffset());
+    for (; row >= 0 && row < geometry().rowCount() && rowRect(row).top() < viewport()->height(); ++row)
+        if (rows_->shapeAt(row) != RowShape::header) anchors_.push_back({rows_->index(row), rowRect(row).top()});
+}
+
+// Scrolls by what most of the rows in sight have moved: one that went to another section does not take the view along.
+void RowListView::returnToAnchors() {
+    std::map<int, int> votes;
+    for (const Anchor& anchor : anchors_)
+        if (anchor.row.isValid()) ++votes[rowRect(anchor.row.row()).top() - anchor.offset];
+    anchors_.clear();
+    if (votes.empty()) return;
+    const auto most = std::ranges::max_element(votes, {}, [](const auto& vote) { return vote.second; });
+    verticalScrollBar()->setValue(verticalOffset() + most->first);
+}
+
+void RowListView::doItemsLayout() {
+    isGeometryOld_ = true;
+    const int height = viewport()->height();
+    verticalScrollBar()->setRange(0, std::max(0, geometry().totalHeight() - height));
+    returnToAnchors();
+    hovered_ = {};
+    pressed_ = {};
+    QAbstractItemView::doItemsLayout();
+}
+
+void RowListView::dataChanged(const QModelIndex& first, const QModelIndex& last, const QList<int>&) {
+    const int end = std::min(last.row(), geometry().rowCount() - 1);
+    bool hasOtherHeights = false;
+    for (int row = first.row(); row <= end && !hasOtherHeights; ++row)
+        hasOtherHeights = geometry().height(row) != heightOf(rows_->shapeAt(row));
+    if (hasOtherHeights) {
+        keepAnchors();
+        isGeometryOld_ = true;
+        scheduleDelayedItemsLayout();
+        return;
+    }
+    const QRect changed = rowRect(first.row()).united(rowRect(end));
+    viewport()->update(changed.intersected(viewport()->rect()));
+}
+
+void RowListView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
+    focusedButton_ = RowLook::noButton;
+    updateRow(previous.row());
+    updateRow(current.row());
+    QAbstractItemView::currentChanged(current, previous);
+}
+
+// --- Selection ---
+
+int RowListView::nextSelectable(int row, int step) const {
+    while (row >= 0 && row < geometry().rowCount() && rows_->shapeAt(row) == RowShape::header) row += step;
+    return row >= 0 && row < geometry().rowCount() ? row : -1;
+}
+
+QModelIndex RowListView::moveCursor(CursorAction action, Qt::KeyboardModifiers) {
+    if (rows_ == nullptr || geometry().rowCount() == 0) return {};
+    const int count = geometry().rowCount();
+    const int current = currentIndex().isValid() ? currentIndex().row() : -1;
+    const auto index = [&](int row) { return row < 0 ? currentIndex() : rows_->index(row); };
+    const auto page = [&](int way) {
+        const int y = geometry().top(std::max(current, 0)) + way * (viewport()->height() - measures::rowHeight);
+        return geometry().rowAt(std::clamp(y, 0, geometry().totalHeight() - 1));
+    };
+    switch (action) {
+        case MoveHome:
+            return index(nextSelectable(0, 1));
+        case MoveEnd:
+            return index(nextSelectable(count - 1, -1));
+        case MovePageUp:
+            return index(nextSelectable(page(-1), 1));
+        case MovePageDown:
+            return index(nextSelectable(page(1), -1));
+        case MoveUp:
+        case MovePrevious:
+            return index(nextSelectable(current < 0 ? 0 : current - 1, current < 0 ? 1 : -1));
+        case MoveDown:
+        case MoveNext:
+            return index(nextSelectable(current + 1, 1));
+        case MoveLeft:
+        case MoveRight:
+            return currentIndex();
+    }
+    return {};
+}
+
+void RowListView::setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) {
+    if (rows_ == nullptr || selectionModel() == nullptr) return;
+    const QRect area = rect.normalized();
+    const int last = geometry().totalHeight() - 1;
+    const int from = geometry().rowAt(std::max(area.top() + verticalOffset(), 0));
+    const int to = geometry().rowAt(std::min(area.bottom() + verticalOffset(), last));
+    QItemSelection selection;
+    if (from >= 0 && to >= from) selection.select(rows_->index(from), rows_->index(to));
+    selectionModel()->select(selection, command);
+}
+
+QRegion RowListView::visualRegionForSelection(const QItemSelection& selection) const {
+    QRegion region;
+    for (const QItemSelectionRange& range : selection)
+        region += rowRect(range.top()).united(rowRect(range.bottom())).intersected(viewport()->rect());
+    return region;
+}
+
+// --- Painting ---
+
+RowLook RowListView::lookOf(int row) const {
+    RowLook look;
+    const bool isCurrent = currentIndex().isValid() && currentIndex().row() == row;
+    look.isSelected = selectionModel() != nullptr && selectionModel()->isSelected(rows_->index(row));
+    look.isHovered = hovered_.row == row;
+    look.isAlternate = alternatingRowColors() && (row - geometry().headerOf(row)) % 2 == 0;
+    look.isViewFocused = hasFocus();
+    look.hasRing = isCurrent && isKeyboardUsed_ && hasFocus() && focusedButton_ == RowLook::noButton;
+    look.isDropTarget = state() == DraggingState && hovered_.row == row && showDropIndicator();
+    if (hovered_.row == row) look.hoveredButton = hovered_.button;
+    if (pressed_.row == row && pressed_ == hovered_) look.pressedButton = pressed_.button;
+    if (isCurrent && isKeyboardUsed_ && hasFocus()) look.focusedButton = focusedButton_;
+    if (!isMotionWanted()) return look;
+    const auto time = static_cast<double>(clock_.elapsed());
+    const double wave = 0.5 + 0.5 * std::cos(time / breathTime * 2 * std::numbers::pi);
+    look.breath = shallowestBreath + (1 - shallowestBreath) * wave;
+    look.turn = std::fmod(time / turnTime, 1.0);
+    return look;
+}
+
+void RowListView::paintEvent(QPaintEvent* event) {
+    executeDelayedItemsLayout();
+    QPainter painter(viewport());
+    if (rows_ == nullptr || geometry().rowCount() == 0) return;
+    const QRect area = event->rect();
+    std::erase_if(animatedRows_, [&](int row) { return rowRect(row).intersects(area); });
+    const int top = std::max(area.top() + verticalOffset(), 0);
+    for (int row = geometry().rowAt(top); row >= 0 && row < geometry().rowCount(); ++row) {
+        if (rowRect(row).top() > area.bottom()) break;
+        paintRow(painter, row);
+    }
+    paintStickyHeader(painter);
+    if (animatedRows_.empty())
+        animation_.stop();
+    else if (!animation_.isActive())
+        animation_.start(animationStep, this);
+}
+
+void RowListView::paintRow(QPainter& painter, int row) {
+    const RowContent content = rows_->contentAt(row);
+    noteAnimation(row, content);
+    RowPainter(*this).paint(painter, rowRect(row), content, lookOf(row));
+}
+
+// The next section's header pushes it out.
+void RowListView::paintStickyHeader(QPainter& painter) {
+    const int header = geometry().headerOf(geometry().rowAt(verticalOffset()));
+    if (header < 0) return;
+    const int next = geometry().headerAfter(header);
+    const int pushed = next < 0 ? 0 : std::min(0, rowRect(next).top() - measures::headerHeight);
+    const QRect rect(0, pushed, viewport()->width(), measures::headerHeight);
+    RowPainter(*this).paint(painter, rect, rows_->contentAt(header), {});
+}
+
+void RowListView::noteAnimation(int row, const RowContent& content) {
+    const bool moves = content.pulses || (content.shape != RowShape::header && content.symbol.empty()) ||
+                       (content.progress && !content.progress->fraction);
+    if (moves && isMotionWanted()) animatedRows_.push_back(row);
+}
+
+void RowListView::timerEvent(QTimerEvent* event) {
+    if (event->timerId() != animation_.timerId()) return QAbstractItemView::timerEvent(event);
+    const std::vector<int> moving = animatedRows_;
+    bool isSeen = false;
+    for (const int row : moving) {
+        const RowContent content = rows_->contentAt(row);
+        const QRect rect = rowRect(row).intersected(viewport()->rect());
+        isSeen = isSeen || !rect.isEmpty();
+        const bool hasMovingBar = content.progress && !content.progress->fraction;
+        viewport()->update(hasMovingBar ? rect : RowPainter(*this).symbolRect(rowRect(row), content));
+    }
+    if (isSeen && isVisible()) return;
+    animatedRows_.clear();
+    animation_.stop();
+}
+
+void RowListView::updateRow(int row) {
+    viewport()->update(rowRect(row));
+}
+
+void RowListView::changeEvent(QEvent* event) {
+    QAbstractItemView::changeEvent(event);
+    viewport()->update();
+}
+
+}  // namespace tovri

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <QAbstractItemView>
+#include <QBasicTimer>
+#include <QElapsedTimer>
+#include <QPersistentModelIndex>
+#include <vector>
+
+#include "widgets/rows/RowGeometry.h"
+#include "widgets/rows/RowModel.h"
+#include "widgets/rows/RowPainter.h"
+
+namespace tovri {
+
+// The list of a screen: headers that stay in sight, rows with captions, bars and buttons. It draws only what is in
+// sight and keeps nothing per row but where it stands, so a hundred thousand rows cost little. Whatever changes, the
+// rows in sight stay where they are, and the selection with them.
+//
+// Return and double click are QAbstractItemView::activated. Tab, or the arrow towards the row's end, walks through the
+// buttons of the current row; Space and Return press one.
+class RowListView : public QAbstractItemView {
+    Q_OBJECT
+
+public:
+    explicit RowListView(QWidget* parent = nullptr);
+
+    // The model is a RowModel and outlives the view, or is its child.
+    void setModel(QAbstractItemModel* model) override;
+
+    [[nodiscard]] RowModel* rows() const { return rows_; }
+
+    [[nodiscard]] std::vector<int> selectedRows() const;
+
+    [[nodiscard]] QRect visualRect(const QModelIndex& index) const override;
+    [[nodiscard]] QModelIndex indexAt(const QPoint& point) const override;
+    void scrollTo(const QModelIndex& index, ScrollHint hint = EnsureVisible) override;
+
+    // In the viewport, for who presses them without a pointer.
+    [[nodiscard]] QRect buttonRect(int row, int button) const;
+    void pressButton(int row, int button);
+
+signals:
+    void buttonPressed(const QModelIndex& index, int action);
+    void menuWanted(const QPoint& globalPosition);  // for the selected rows
+
+protected:
+    [[nodiscard]] int horizontalOffset() const override { return 0; }
+
+    [[nodiscard]] int verticalOffset() const override;
+
+    [[nodiscard]] bool isIndexHidden(const QModelIndex&) const override { return false; }
+
+    [[nodiscard]] QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+    void setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) override;
+    [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection& selection) const override;
+    void dataChanged(const QModelIndex& first, const QModelIndex& last, const QList<int>& roles) override;
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    void doItemsLayout() override;
+    void updateGeometries() override;
+    void scrollContentsBy(int dx, int dy) override;
+
+    bool focusNextPrevChild(bool next) override;
+    bool viewportEvent(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    struct Spot {
+        int row = -1;
+        int button = RowLook::noButton;
+
+        bool operator==(const Spot&) const = default;
+    };
+
+    // A row that was in sight before a change, and how far below the top.
+    struct Anchor {
+        QPersistentModelIndex row;
+        int offset = 0;
+    };
+
+    void keepAnchors();
+    void returnToAnchors();
+    const RowGeometry& geometry() const;
+    [[nodiscard]] QRect rowRect(int row) const;
+    [[nodiscard]] Spot spotAt(const QPoint& point) const;
+    [[nodiscard]] RowLook lookOf(int row) const;
+    [[nodiscard]] int nextSelectable(int row, int step) const;
+    [[nodiscard]] int focusedButtonOf(int row) const;
+    void focusButton(int button);
+    void hover(const Spot& spot);
+    void updateRow(int row);
+    void paintRow(QPainter& painter, int row);
+    void paintStickyHeader(QPainter& painter);
+    void noteAnimation(int row, const RowContent& content);
+    void showToolTip(const QPoint& point, const QPoint& globalPosition);
+
+    RowModel* rows_ = nullptr;
+    mutable RowGeometry geometry_;
+    mutable bool isGeometryOld_ = true;
+    std::vector<Anchor> anchors_;
+    Spot hovered_;
+    Spot pressed_;
+    int focusedButton_ = RowLook::noButton;  // of the current row
+    bool isKeyboardUsed_ = false;
+    std::vector<int> animatedRows_;
+    QBasicTimer animation_;
+    QElapsedTimer clock_;
+};
+
+}  // namespace tovri
