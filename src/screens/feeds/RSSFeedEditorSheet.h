@@ -18,9 +18,9 @@ namespace tovri {
 class RSSFeedEditorSheet {
 public:
     struct Fields {
-        std::string title;
-        std::string rssURL;  // of an edited feed the service does not take another
-        std::string keyword;
+        std::string title = {};
+        std::string rssURL = {};  // of an edited feed the service does not take another
+        std::string keyword = {};
         std::int64_t parentDirID = 0;
         bool dontProcessWholeFeed = true;
         bool deleteOldFiles = false;
