@@ -22,7 +22,8 @@ enum class TransferGroup { active, seeding, failed, completed, other };
 // "2 active · 1 seeding · 6.9 MB/s down"; of what there is none nothing is said.
 [[nodiscard]] std::string summaryOf(const std::vector<Transfer>& transfers);
 
-// All transfers as lines of text, a section for each group. With a width they fit a terminal that wide.
+// All transfers as lines of text, a section for each group. With a width, of 20 columns or more, they fit
+// such a terminal.
 [[nodiscard]] std::vector<std::string> transferLines(const std::vector<Transfer>& transfers,
                                                      std::optional<std::size_t> width);
 

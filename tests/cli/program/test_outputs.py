@@ -153,7 +153,10 @@ class Outputs(ProgramTest):
     def test_manual_page_and_completions_are_sound(self):
         bash = self.run_cli("--generate", "bash")[0]
         subprocess.run(["bash", "-n"], input=bash, text=True, check=True)
-        script = bash + '\nCOMP_WORDS=(tovri-cli get --on-conflict k); COMP_CWORD=3; _tovri_cli; echo "${COMPREPLY[@]}"'
-        completed = subprocess.run(["bash", "-c", script], text=True, capture_output=True, check=True)
-        self.assertEqual(completed.stdout, "keep-both\n")
+        for words, expected in (("tovri-cli get --on-conflict k", "keep-both"), ("tovri-cli f", "feeds"),
+                                ("tovri-cli feeds p", "pause"), ("tovri-cli feeds edit --skip-existing y", "yes"),
+                                ("tovri-cli transfers add --e", "--extract")):
+            script = f'{bash}\nCOMP_WORDS=({words}); COMP_CWORD={len(words.split()) - 1}; _tovri_cli; echo "${{COMPREPLY[@]}}"'
+            completed = subprocess.run(["bash", "-c", script], text=True, capture_output=True, check=True)
+            self.assertEqual(completed.stdout, expected + "\n")
         self.assertIn(".TH TOVRI\\-CLI 1", self.run_cli("--generate", "man")[0])
