@@ -168,13 +168,12 @@ void FileBrowserState::finishUpload(const PendingUpload& upload) {
     tellChanges();
 }
 
-void FileBrowserState::cancelUpload(const PendingUpload& upload) {
-    const PendingUpload entry = upload;  // it may stand in the list that shrinks
-    if (const auto task = uploadTasks_.find(entry.id); task != uploadTasks_.end()) {
+void FileBrowserState::cancelUpload(PendingUpload upload) {
+    if (const auto task = uploadTasks_.find(upload.id); task != uploadTasks_.end()) {
         std::stop_source stop = task->second;
         stop.request_stop();
     }
-    finishUpload(entry);
+    finishUpload(upload);
 }
 
 void FileBrowserState::loadAfterUpload(std::int64_t folderID) {

@@ -124,7 +124,8 @@ public:
     // Starts all at once. The folder is loaded again after each that arrived, if it is the one shown.
     void uploadFiles(const std::vector<std::filesystem::path>& files, std::int64_t folderID);
 
-    void cancelUpload(const PendingUpload& upload);
+    // A copy: the list that may hold it shrinks.
+    void cancelUpload(PendingUpload upload);
 
     // Told after the state is consistent, only when the value differs.
     Subscription onChange(std::function<void(Field)> tell) { return changes_.subscribe(std::move(tell)); }

@@ -111,8 +111,8 @@ TEST_F(FileBrowserScreenTest, showsAPlaceholderWhereThereAreNoRows) {
 TEST_F(FileBrowserScreenTest, wordsItsRows) {
     struct Case {
         PutIOFile file;
-        const char* symbol;
-        const char* caption;
+        const char* symbol = "";
+        const char* caption = "";
     };
 
     PutIOFile untyped = file(1, "x");
