@@ -16,12 +16,14 @@ void TerminalLog::line(std::string_view text) {
 
 void TerminalLog::beginRound() {
     isInRound_ = true;
+    hasNews_ = false;
     lastRound_ = std::exchange(thisRound_, {});
 }
 
 bool TerminalLog::isRepeated(std::string_view text) {
     if (!isInRound_) return false;
-    return lastRound_.contains(*thisRound_.emplace(text).first);
+    hasNews_ |= !lastRound_.contains(*thisRound_.emplace(text).first);
+    return !hasNews_;
 }
 
 }  // namespace tovri::cli

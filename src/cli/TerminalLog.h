@@ -21,7 +21,8 @@ public:
 
     void line(std::string_view text) override;
 
-    // Between the two, a line that the round before had as well says nothing new, and is left out.
+    // Between the two, what the round before had as well says nothing new and is left out, up to the first line that
+    // does.
     void beginRound();
 
     void endRound() { isInRound_ = false; }
@@ -33,6 +34,7 @@ private:
     Terminal& terminal_;
     Stream stream_;
     bool isInRound_ = false;
+    bool hasNews_ = false;  // this round
     std::unordered_set<std::string> thisRound_;
     std::unordered_set<std::string> lastRound_;
 };
