@@ -54,19 +54,19 @@ void TransferTable::addForToken(TransferID id, const Token& token) {
 
 void TransferTable::add(TransferID id, ResumePoint origin) {
     const fs::path partial = pathOf(origin.partial);
-    Transfer::Events events{
+    CurlTransfer::Events events{
         .wrote = [this, id](ByteCount written,
                             ByteCount expected) { delegate_.transferDidWrite(id, written, expected); },
         .ended = [this, id](Result<void> result) { didEnd(id, std::move(result)); }};
     Entry entry;
-    entry.transfer = std::make_unique<Transfer>(std::move(origin), partial, std::move(events));
+    entry.transfer = std::make_unique<CurlTransfer>(std::move(origin), partial, std::move(events));
     entries_.emplace(id, std::move(entry));
 }
 
 void TransferTable::start(TransferID id) {
     const auto found = entries_.find(id);
     if (found == entries_.end() || std::exchange(found->second.isStarted, true)) return;
-    Transfer* const transfer = found->second.transfer.get();
+    CurlTransfer* const transfer = found->second.transfer.get();
     if (transfer == nullptr)
         return fail(id,
                     {ErrorCase::transport, "The transfer cannot go on from what was saved; the download starts over."});

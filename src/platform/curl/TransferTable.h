@@ -12,7 +12,7 @@
 #include "platform/RandomSource.h"
 #include "platform/TransferSession.h"
 #include "platform/curl/CurlLoop.h"
-#include "platform/curl/Transfer.h"
+#include "platform/curl/CurlTransfer.h"
 #include "platform/curl/WorkerThread.h"
 
 namespace tovri {
@@ -46,7 +46,7 @@ public:
 
 private:
     struct Entry {
-        std::unique_ptr<Transfer> transfer;  // null when its token could not be read
+        std::unique_ptr<CurlTransfer> transfer;  // null when its token could not be read
         bool isStarted = false;
         bool isSettling = false;     // ended, its bytes on their way to the disk
         std::optional<Error> error;  // why it ended, when not by the program's wish

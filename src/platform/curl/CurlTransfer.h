@@ -17,7 +17,7 @@ namespace tovri {
 
 // One download: asks for a link, or for the rest of what a token describes, and appends the body to a partial file.
 // Never decides what becomes of that file. Owned by the session; the loop's thread.
-class Transfer final : public ExchangeReceiver {
+class CurlTransfer final : public ExchangeReceiver {
 public:
     struct Events {
         std::function<void(ByteCount written, ByteCount expected)> wrote;
@@ -26,7 +26,7 @@ public:
 
     // `partial` is the path of the partial file that a fresh transfer creates with the first byte of an answer, and
     // that a resumed one finds.
-    Transfer(ResumePoint origin, std::filesystem::path partial, Events events);
+    CurlTransfer(ResumePoint origin, std::filesystem::path partial, Events events);
 
     // A failure when the transfer cannot begin; the events are not told then.
     [[nodiscard]] Result<void> start(CurlLoop& loop, std::chrono::milliseconds idleLimit);

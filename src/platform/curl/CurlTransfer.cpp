@@ -1,4 +1,4 @@
-#include "platform/curl/Transfer.h"
+#include "platform/curl/CurlTransfer.h"
 
 #include <algorithm>
 #include <utility>
@@ -21,10 +21,10 @@ Error changedError() {
 
 }  // namespace
 
-Transfer::Transfer(ResumePoint origin, std::filesystem::path partial, Events events)
+CurlTransfer::CurlTransfer(ResumePoint origin, std::filesystem::path partial, Events events)
     : origin_(std::move(origin)), partialPath_(std::move(partial)), events_(std::move(events)) {}
 
-Result<void> Transfer::start(CurlLoop& loop, std::chrono::milliseconds idleLimit) {
+Result<void> CurlTransfer::start(CurlLoop& loop, std::chrono::milliseconds idleLimit) {
     ExchangeRequest request{.method = "GET",
                             .url = origin_.link,
                             .headers = {{"Accept-Encoding", "identity"}},
@@ -43,11 +43,11 @@ Result<void> Transfer::start(CurlLoop& loop, std::chrono::milliseconds idleLimit
     return exchange_->start();
 }
 
-Result<void> Transfer::didReceiveHead(const ResponseHead& head) {
+Result<void> CurlTransfer::didReceiveHead(const ResponseHead& head) {
     return isResumed() ? acceptRest(head) : acceptWhole(head);
 }
 
-Result<void> Transfer::acceptWhole(const ResponseHead& head) {
+Result<void> CurlTransfer::acceptWhole(const ResponseHead& head) {
     if (!head.isSuccess()) return failure(statusError(head.status));
     if (head.status == 206) return failure(Error(ErrorCase::transport, "The server sent a part of the file; retry."));
     Result<PartialFile> file = PartialFile::create(partialPath_);
@@ -58,7 +58,7 @@ Result<void> Transfer::acceptWhole(const ResponseHead& head) {
     return {};
 }
 
-Result<void> Transfer::acceptRest(const ResponseHead& head) {
+Result<void> CurlTransfer::acceptRest(const ResponseHead& head) {
     const ContentRange rest{origin_.offset, origin_.length - 1, origin_.length};
     const bool hasLengthOfRest = !head.bodyLength() || *head.bodyLength() == origin_.length - origin_.offset;
     if (head.status == 206 && parseContentRange(head.contentRange) == rest && hasLengthOfRest) return {};
@@ -66,7 +66,7 @@ Result<void> Transfer::acceptRest(const ResponseHead& head) {
     return failure(head.isSuccess() ? changedError() : statusError(head.status));
 }
 
-Result<void> Transfer::didReceiveBytes(std::string_view bytes) {
+Result<void> CurlTransfer::didReceiveBytes(std::string_view bytes) {
     const auto count = static_cast<ByteCount>(bytes.size());
     if (expected_ >= 0 && file_->length() + count > expected_) {
         validator_.clear();
@@ -77,13 +77,13 @@ Result<void> Transfer::didReceiveBytes(std::string_view bytes) {
     return written;
 }
 
-void Transfer::report(std::chrono::steady_clock::time_point now) {
+void CurlTransfer::report(std::chrono::steady_clock::time_point now) {
     if (!file_ || file_->length() == reported_ || !pace_.isDue(now)) return;
     reported_ = file_->length();
     events_.wrote(reported_, expected_);
 }
 
-void Transfer::didEnd(Result<void> result) {
+void CurlTransfer::didEnd(Result<void> result) {
     if (result) result = checkedLength();
     if (!result && file_ && file_->length() == expected_) validator_.clear();  // all is there and yet it is wrong
     if (file_ && file_->length() != reported_) events_.wrote(file_->length(), expected_);
@@ -91,13 +91,13 @@ void Transfer::didEnd(Result<void> result) {
     ended(std::move(result));
 }
 
-Result<void> Transfer::checkedLength() const {
+Result<void> CurlTransfer::checkedLength() const {
     if (file_ && (expected_ < 0 || file_->length() == expected_)) return {};
     return failure(Error(ErrorCase::transport, "The server sent fewer bytes than it announced; retry."));
 }
 
 // One byte at least is left to ask for, so that the server confirms its content even for a file that is complete.
-std::optional<ResumePoint> Transfer::resumePoint() const {
+std::optional<ResumePoint> CurlTransfer::resumePoint() const {
     if (!file_) return isResumed() ? std::optional(origin_) : std::nullopt;
     if (validator_.empty()) return std::nullopt;
     const ByteCount offset = std::min(file_->length(), expected_ - 1);
