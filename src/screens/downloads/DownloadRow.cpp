@@ -69,10 +69,9 @@ DownloadRow::Symbol symbolOf(Status status) {
 }
 
 std::optional<DownloadRow::ProgressBar> progressOf(const Download& item) {
-    const double fraction = std::clamp(item.progress, 0.0, 1.0);
-    if (item.status == Status::downloading) return DownloadRow::ProgressBar{fraction, Tint::accent};
-    if (item.status == Status::paused) return DownloadRow::ProgressBar{fraction, Tint::attention};
-    return std::nullopt;
+    if (!hasProgressBar(item.status)) return std::nullopt;
+    const Tint tint = item.status == Status::paused ? Tint::attention : Tint::accent;
+    return DownloadRow::ProgressBar{std::clamp(item.progress, 0.0, 1.0), tint};
 }
 
 Label part(std::string text, Tint tint = Tint::secondary) {

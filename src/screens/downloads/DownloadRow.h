@@ -59,6 +59,11 @@ struct DownloadRow {
 // `now` tells how long ago the download was completed.
 [[nodiscard]] DownloadRow downloadRow(const Download& item, Timestamp now);
 
+// Whether a row of that status has a progress bar.
+[[nodiscard]] constexpr bool hasProgressBar(DownloadStatus status) {
+    return status == DownloadStatus::downloading || status == DownloadStatus::paused;
+}
+
 // The context menu of a row.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status);
 

@@ -48,15 +48,20 @@ public:
 
     [[nodiscard]] bool isHeader(std::size_t row) const { return !rows_.placeAt(row).index; }
 
+    // Of a header too.
+    [[nodiscard]] DownloadSection sectionAt(std::size_t row) const { return rows_.placeAt(row).section; }
+
     [[nodiscard]] std::string headerAt(std::size_t row) const;
 
     // The row must not be a header, here and below.
     [[nodiscard]] DownloadRow rowAt(std::size_t row) const;
 
-    // The title alone, for typing ahead.
+    // Parts of it that are asked for every row.
     [[nodiscard]] const std::string& titleAt(std::size_t row) const { return rows_.itemAt(row)->fileName; }
 
     [[nodiscard]] const UUID& idAt(std::size_t row) const { return rows_.itemAt(row)->id; }
+
+    [[nodiscard]] bool hasProgressBarAt(std::size_t row) const { return hasProgressBar(rows_.itemAt(row)->status); }
 
     [[nodiscard]] std::vector<MenuItem<DownloadAction>> menuAt(std::size_t row) const;
 

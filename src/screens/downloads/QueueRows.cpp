@@ -56,9 +56,9 @@ QueueRows::Place QueueRows::placeAt(std::size_t row) const {
     return place;
 }
 
-DownloadPointer QueueRows::itemAt(std::size_t row) const {
+const Download* QueueRows::itemAt(std::size_t row) const {
     const Place place = placeAt(row);
-    return place.index ? group(place.section).entries[*place.index].item : nullptr;
+    return place.index ? group(place.section).entries[*place.index].item.get() : nullptr;
 }
 
 std::optional<std::size_t> QueueRows::rowOf(const UUID& id) const {

@@ -45,8 +45,8 @@ public:
 
     [[nodiscard]] Place placeAt(std::size_t row) const;
 
-    // None for a header.
-    [[nodiscard]] DownloadPointer itemAt(std::size_t row) const;
+    // Null for a header; good until what is told next.
+    [[nodiscard]] const Download* itemAt(std::size_t row) const;
 
     // A look at every row.
     [[nodiscard]] std::optional<std::size_t> rowOf(const UUID& id) const;

@@ -50,7 +50,7 @@ public:
         ASSERT_EQ(shown_, expected);
         if (!list_.items().empty()) {
             const DownloadPointer& item = list_.items()[roll(list_.items().size())];
-            ASSERT_EQ(rows_.itemAt(rows_.rowOf(item->id).value()), item);
+            ASSERT_EQ(rows_.itemAt(rows_.rowOf(item->id).value()), item.get());
         }
     }
 
@@ -79,7 +79,7 @@ private:
     static std::string lookOf(const Download& item) { return item.fileName + std::string(rawValue(item.status)); }
 
     [[nodiscard]] std::string look(std::size_t row) const {
-        if (const DownloadPointer item = rows_.itemAt(row)) return lookOf(*item);
+        if (const Download* item = rows_.itemAt(row)) return lookOf(*item);
         const DownloadSection section = rows_.placeAt(row).section;
         return "#" + std::to_string(static_cast<int>(section)) +
                (section == DownloadSection::queued ? ":" + std::to_string(rows_.count(section)) : "");
@@ -110,7 +110,7 @@ private:
     // The looks may be older than the items.
     void expectSameItems() const {
         for (std::size_t row = 0; row < shown_.size(); ++row) {
-            const DownloadPointer item = rows_.itemAt(row);
+            const Download* item = rows_.itemAt(row);
             ASSERT_TRUE(item ? shown_[row].starts_with(item->fileName) : shown_[row].starts_with("#"));
         }
     }
