@@ -32,7 +32,7 @@ public:
         world.preferences.setMaxConcurrentDownloads(3);
         for (std::size_t i = 0; i < 3; ++i) {
             SimulatedStorage::Link& link = world.link(world.manager().downloads().items()[i]->fileID);
-            link.content = std::string(10'000'000, '.');
+            link.content.resize(10'000'000, '.');
             link.rate = 10'000;
         }
         world.manager().resumeAll();
