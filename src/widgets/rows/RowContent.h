@@ -41,17 +41,17 @@ struct RowProgress {
 // Everything that is drawn of one row. Symbols are static text.
 struct RowContent {
     RowShape shape = RowShape::plain;
-    std::string_view symbol;  // empty: a sign that turns
+    std::string_view symbol = {};  // empty: a sign that turns
     Tint symbolTint = Tint::secondary;
     int symbolSize = measures::symbol;
     bool pulses = false;
-    QString title;
-    std::vector<CaptionSegment> caption;
+    QString title = {};
+    std::vector<CaptionSegment> caption = {};
     QString separator = QStringLiteral(" · ");  // between the segments
-    std::optional<RowProgress> progress;
-    std::vector<InlineButton> buttons;
-    std::string_view trailingSymbol;  // in the tertiary tint, or empty
-    QString toolTip;                  // empty: the title, when it is cut off
+    std::optional<RowProgress> progress = {};
+    std::vector<InlineButton> buttons = {};
+    std::string_view trailingSymbol = {};  // in the tertiary tint, or empty
+    QString toolTip = {};                  // empty: the title, when it is cut off
 
     [[nodiscard]] QString captionText() const;
 };

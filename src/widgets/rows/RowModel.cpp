@@ -56,14 +56,21 @@ void RowModel::insert(std::size_t first, std::size_t count) {
     if (count == 0) return;
     std::vector<Row> added;
     for (std::size_t i = first; i < first + count; ++i) added.push_back(read(i));
+    whileTelling_ = [=](std::size_t row) { return row < first ? row : row + count; };
     beginInsertRows({}, static_cast<int>(first), static_cast<int>(first + count - 1));
+    whileTelling_ = nullptr;
     rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(first), added.begin(), added.end());
     endInsertRows();
 }
 
 void RowModel::remove(std::size_t first, std::size_t count) {
     if (count == 0) return;
+    whileTelling_ = [=](std::size_t row) -> std::optional<std::size_t> {
+        if (row >= first && row < first + count) return std::nullopt;
+        return row < first ? row : row - count;
+    };
     beginRemoveRows({}, static_cast<int>(first), static_cast<int>(first + count - 1));
+    whileTelling_ = nullptr;
     const auto begin = rows_.begin() + static_cast<std::ptrdiff_t>(first);
     rows_.erase(begin, begin + static_cast<std::ptrdiff_t>(count));
     endRemoveRows();
@@ -72,7 +79,14 @@ void RowModel::remove(std::size_t first, std::size_t count) {
 void RowModel::move(std::size_t from, std::size_t to) {
     const std::size_t before = to > from ? to + 1 : to;  // Qt counts with the row still in its old place
     const int row = static_cast<int>(from);
-    if (from != to && beginMoveRows({}, row, row, {}, static_cast<int>(before))) {
+    whileTelling_ = [=](std::size_t one) {
+        if (one == from) return to;
+        if (one > from) --one;
+        return one < to ? one : one + 1;
+    };
+    const bool moves = from != to && beginMoveRows({}, row, row, {}, static_cast<int>(before));
+    whileTelling_ = nullptr;
+    if (moves) {
         rows_.erase(rows_.begin() + row);
         rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(to), read(to));
         endMoveRows();
@@ -91,6 +105,10 @@ void RowModel::change(std::size_t first, std::size_t count) {
 void RowModel::reset() {
     std::vector<Row> rows = readAll();
     const Places after = placesOf(rows);
+    whileTelling_ = [&](std::size_t row) -> std::optional<std::size_t> {
+        const auto place = after.find(rows_[row].key);
+        return place == after.end() ? std::nullopt : std::optional(place->second);
+    };
     const auto stays = [&](const Row& row) { return after.contains(row.key); };
     const auto staying = static_cast<std::size_t>(std::ranges::count_if(rows_, stays));
     if (staying < rows_.size()) {
@@ -107,6 +125,7 @@ void RowModel::reset() {
     std::ranges::copy_if(rows, std::back_inserter(added), [&](const Row& row) { return !kept.contains(row.key); });
     insertAll(std::move(added));
     arrange(rows);
+    whileTelling_ = nullptr;
     if (!rows_.empty()) emit dataChanged(index(0), index(static_cast<int>(rows_.size()) - 1));
 }
 
@@ -147,14 +166,14 @@ int RowModel::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant RowModel::data(const QModelIndex& index, int role) const {
-    const auto row = static_cast<std::size_t>(index.row());
-    if (!index.isValid() || row >= source_.rowCount()) return {};
+    const std::optional<std::size_t> place = placeOf(index.row());
+    if (!place) return {};
     switch (role) {
         case Qt::DisplayRole:
         case Qt::AccessibleTextRole:
-            return source_.titleAt(row);
+            return source_.titleAt(*place);
         case Qt::AccessibleDescriptionRole:
-            return source_.contentAt(row).captionText();
+            return source_.contentAt(*place).captionText();
         default:
             return {};
     }
@@ -166,9 +185,16 @@ Qt::ItemFlags RowModel::flags(const QModelIndex& index) const {
     return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
 }
 
+std::optional<std::size_t> RowModel::placeOf(int row) const {
+    const auto told = static_cast<std::size_t>(row);
+    if (row < 0 || told >= rows_.size()) return std::nullopt;
+    const std::optional<std::size_t> place = whileTelling_ ? whileTelling_(told) : told;
+    return place && *place < source_.rowCount() ? place : std::nullopt;
+}
+
 RowContent RowModel::contentAt(int row) const {
-    const auto place = static_cast<std::size_t>(row);
-    return row >= 0 && place < source_.rowCount() ? source_.contentAt(place) : RowContent();
+    const std::optional<std::size_t> place = placeOf(row);
+    return place ? source_.contentAt(*place) : RowContent();
 }
 
 RowShape RowModel::shapeAt(int row) const {

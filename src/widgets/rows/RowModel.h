@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QAbstractListModel>
+#include <functional>
+#include <optional>
 #include <vector>
 
 #include "screens/ScreenChange.h"
@@ -38,6 +40,7 @@ private:
 
     [[nodiscard]] Row read(std::size_t row) const;
     [[nodiscard]] std::vector<Row> readAll() const;
+    [[nodiscard]] std::optional<std::size_t> placeOf(int row) const;
     void insert(std::size_t first, std::size_t count);
     void remove(std::size_t first, std::size_t count);
     void move(std::size_t from, std::size_t to);
@@ -49,6 +52,9 @@ private:
 
     const RowSource& source_;
     std::vector<Row> rows_;  // as told
+
+    // Where the source has a row while a change is being told that the source has made already.
+    std::function<std::optional<std::size_t>(std::size_t)> whileTelling_;
 };
 
 }  // namespace tovri

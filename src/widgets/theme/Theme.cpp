@@ -7,6 +7,7 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QEvent>
+#include <QStandardPaths>
 #include <QStyle>
 
 #include "widgets/theme/Colors.h"
@@ -30,10 +31,21 @@ QVariant unwrapped(QVariant value) {
     return value;
 }
 
+// Platforms other than X11 and Wayland look nowhere by themselves.
+void searchIconsInDataFolders() {
+    QStringList paths = QIcon::themeSearchPaths();
+    const auto folders = QStandardPaths::locateAll(QStandardPaths::GenericDataLocation, QStringLiteral("icons"),
+                                                   QStandardPaths::LocateDirectory);
+    for (const QString& folder : folders)
+        if (!paths.contains(folder)) paths << folder;
+    QIcon::setThemeSearchPaths(paths);
+}
+
 }  // namespace
 
 Theme::Theme(QApplication& application) : application_(application) {
     useOwnStyleOverFusion(application);
+    searchIconsInDataFolders();
     QApplication::setWindowIcon(applicationIcon());
     desktopPalette_ = QApplication::palette();
     chooseIcons();
