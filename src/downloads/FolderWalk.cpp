@@ -1,10 +1,24 @@
 #include "downloads/FolderWalk.h"
 
 #include <iterator>
+#include <utility>
 
 #include "downloads/Destination.h"
 
 namespace tovri {
+namespace {
+
+// What a queue item is made of: the rest of a record would only take room in a long listing.
+PutIOFile essence(PutIOFile&& entry) {
+    PutIOFile file;
+    file.id = entry.id;
+    file.name = std::move(entry.name);
+    file.size = entry.size;
+    file.fileType = entry.fileType;
+    return file;
+}
+
+}  // namespace
 
 Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t folderID, std::filesystem::path destination,
                                                                std::stop_token stop) {
@@ -17,7 +31,7 @@ Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t fold
     std::vector<ListedFile> found;
     for (PutIOFile& entry : listing->files) {
         if (entry.fileType != PutIOFile::FileType::folder) {
-            found.push_back({std::move(entry), destination});
+            found.push_back({essence(std::move(entry)), destination});
             continue;
         }
         Result<std::vector<ListedFile>> below =

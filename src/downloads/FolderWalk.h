@@ -12,7 +12,7 @@
 namespace tovri {
 
 struct ListedFile {
-    PutIOFile file;
+    PutIOFile file;                // its ID, name, size and type
     std::filesystem::path folder;  // local; the file's own put.io folder below the walk's destination
 };
 
