@@ -24,7 +24,7 @@ namespace tovri {
 // What changed in the automation. `index` is a rule's place in the list, of a removed one the place that it had.
 struct SyncChange {
     enum class Kind { ruleAdded, ruleChanged, ruleRemoved, isSyncing, lastError };
-    Kind kind;
+    Kind kind = Kind::ruleAdded;
     std::size_t index = 0;
 };
 
@@ -124,9 +124,10 @@ private:
     Task<> syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop_token stop);
     [[nodiscard]] bool isDue(const SyncRule& rule, Timestamp now) const;
     [[nodiscard]] Result<std::filesystem::path> localFolder(const SyncRule& rule) const;
-    void takeIn(std::size_t index, const std::vector<ListedFile>& listing, Timestamp passTime);
+    void takeIn(std::size_t index, std::vector<ListedFile> listing, Timestamp passTime);
     [[nodiscard]] FileIDs filesInFlight(const SyncRule& rule, const FileIDs& unknown);
     void enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight);
+    void noteSynced(std::size_t index, FileIDs inFlight, Timestamp passTime);
     void adoptInventory(std::size_t index, const std::vector<ListedFile>& listing);
     void reportSyncFailure(const std::string& name, const Error& error);
     void reportInventoryFailure(const std::string& name, const Error& error);

@@ -100,7 +100,7 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
     }
     if (stop.stop_requested()) co_return;
     const bool isStillThere = index < rules_.size() && rules_[index].id == id;
-    if (isStillThere && beginnings_[id] == beginning) takeIn(index, *listing, passTime);
+    if (isStillThere && beginnings_[id] == beginning) takeIn(index, std::move(*listing), passTime);
 }
 
 bool SyncManager::isDue(const SyncRule& rule, Timestamp now) const {
@@ -120,11 +120,15 @@ Result<std::filesystem::path> SyncManager::localFolder(const SyncRule& rule) con
     return failure(Error(ErrorCase::file, "The rule has no local folder to download into. Edit it and choose one."));
 }
 
-void SyncManager::takeIn(std::size_t index, const std::vector<ListedFile>& listing, Timestamp passTime) {
+void SyncManager::takeIn(std::size_t index, std::vector<ListedFile> listing, Timestamp passTime) {
     const SyncRule rule = rules_[index];  // an observer of the queue may change the rules while files are queued
     FileIDs unknown;
     for (const ListedFile& entry : listing)
         if (!rule.knownFileIDs.contains(entry.file.id)) unknown.insert(entry.file.id);
+    const auto failed = downloadManager_->downloads().withStatus(Download::Status::failed);
+    const bool hasFailed = std::ranges::any_of(failed, [&](const DownloadPointer& item) {
+        return item->syncRuleID == rule.id && unknown.contains(item->fileID);
+    });
     FileIDs inFlight = filesInFlight(rule, unknown);
     const std::size_t newCount = unknown.size() - inFlight.size();
     platform_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(listing.size()) +
@@ -134,8 +138,13 @@ void SyncManager::takeIn(std::size_t index, const std::vector<ListedFile>& listi
         enqueue(rule, listing, inFlight);
         platform_.log.line("[SyncManager] Enqueued " + std::to_string(newCount) + " files for download");
     }
+    listing = {};  // a long one need not stand beside the text of a long queue
+    // Before the first of them can arrive: a process that dies later finds in its queue what it has asked for.
+    if (newCount > 0 || hasFailed) downloadManager_->saveNow();
+    if (index < rules_.size() && rules_[index].id == rule.id) noteSynced(index, std::move(inFlight), passTime);
+}
 
-    if (index >= rules_.size() || rules_[index].id != rule.id) return;
+void SyncManager::noteSynced(std::size_t index, FileIDs inFlight, Timestamp passTime) {
     SyncRule& current = rules_[index];
     std::erase_if(inFlight, [&](std::int64_t fileID) { return current.knownFileIDs.contains(fileID); });
     current.pendingFileIDs = FileIDSet(std::vector(inFlight.begin(), inFlight.end()));
@@ -169,8 +178,6 @@ void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& l
         options.destination->folder = entry.folder.empty() ? folder : folder / entry.folder;
         downloadManager_->enqueue(entry.file, options);
     }
-    // Before the first of them can arrive: a process that dies later finds it in its queue and does not ask again.
-    downloadManager_->saveNow();
 }
 
 void SyncManager::reportSyncFailure(const std::string& name, const Error& error) {
@@ -218,6 +225,8 @@ void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile
     rule.isInitialized = true;
     ++rule.revision;
     save();
+    // Written before anybody is told: a second inventory would take for old what has come since the first.
+    (void)store_.finish();
     platform_.log.line("[SyncManager] Initialized " + rule.putioFolderName + " with " + std::to_string(listing.size()) +
                        " existing files");
     changes_.tell({SyncChange::Kind::ruleChanged, index});

@@ -239,8 +239,6 @@ private:
             home_.kill();
         }
         home_.start();
-        for (Promise& promise : promises_)  // an inventory that was not saved is taken anew
-            if (isKept(promise)) promise.isInventoried = home_.rule(promise.rule).isInitialized;
         begin();
     }
 
