@@ -42,15 +42,43 @@ ShareHandle makeShare() {
     return share;
 }
 
-int closeSocket(void* sockets, curl_socket_t socket) {
-    static_cast<OpenSockets*>(sockets)->closed(socket);
-    return ::close(socket);
-}
-
 }  // namespace
+
+struct CurlLoop::Callbacks {
+    static int close(void* self, curl_socket_t socket) {
+        auto& loop = *static_cast<CurlLoop*>(self);
+        loop.sockets_.closed(socket);
+        loop.poll_.forget(socket);
+        return ::close(socket);
+    }
+
+    // A connection rests between two requests. The library has other sockets too, whose end it does not tell.
+    static int want(CURL*, curl_socket_t socket, int interest, void* self, void*) {
+        auto& loop = *static_cast<CurlLoop*>(self);
+        if (interest != CURL_POLL_REMOVE) {
+            loop.poll_.watch(socket, interest);
+        } else if (loop.sockets_.contains(socket)) {
+            loop.poll_.rest(socket);
+        } else {
+            loop.poll_.forget(socket);
+        }
+        return 0;
+    }
+
+    static int setTimer(CURLM*, long milliseconds, void* self) {
+        auto& deadline = static_cast<CurlLoop*>(self)->libraryDeadline_;
+        deadline.reset();
+        if (milliseconds >= 0) deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
+        return 0;
+    }
+};
 
 CurlLoop::CurlLoop()
     : trustedCertificates_(trustedCertificatesFromEnvironment()), share_(makeShare()), multi_(makeMulti()) {
+    curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETFUNCTION, &Callbacks::want);
+    curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETDATA, this);
+    curl_multi_setopt(multi_.get(), CURLMOPT_TIMERFUNCTION, &Callbacks::setTimer);
+    curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
     const SignalMask blocked;
     thread_ = std::thread([this] { work(); });
 }
@@ -59,12 +87,11 @@ CurlLoop::~CurlLoop() {
     stop({});
 }
 
-// The thread gives up multi_ only after it has taken the lock and found isStopping_.
 void CurlLoop::run(Job job) {
     const std::lock_guard lock(mutex_);
     if (isStopping_) return;
     jobs_.push_back(std::move(job));
-    curl_multi_wakeup(multi_.get());
+    if (std::exchange(isAsleep_, false)) poll_.wakeUp();
 }
 
 void CurlLoop::stop(Job last) {
@@ -73,7 +100,7 @@ void CurlLoop::stop(Job last) {
         const std::lock_guard lock(mutex_);
         isStopping_ = true;
         last_ = std::move(last);
-        curl_multi_wakeup(multi_.get());
+        poll_.wakeUp();
     }
     thread_.join();
 }
@@ -108,8 +135,8 @@ EasyHandle CurlLoop::takeHandle() {
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
     set(CURLOPT_USERAGENT, "Tovri");
-    set(CURLOPT_CLOSESOCKETFUNCTION, &closeSocket);
-    set(CURLOPT_CLOSESOCKETDATA, &sockets_);
+    set(CURLOPT_CLOSESOCKETFUNCTION, &Callbacks::close);
+    set(CURLOPT_CLOSESOCKETDATA, this);
     if (!trustedCertificates_.empty()) set(CURLOPT_CAINFO, trustedCertificates_.c_str());
     return handle;
 }
@@ -132,11 +159,11 @@ void CurlLoop::remove(CurlLoopClient& client) {
 
 void CurlLoop::work() {
     while (runJobs()) {
-        int running = 0;
-        curl_multi_perform(multi_.get(), &running);
-        readMessages();
         runTimers();
-        curl_multi_poll(multi_.get(), nullptr, 0, pollLimit(), nullptr);
+        moveBytesWhenDue();
+        readMessages();
+        sleep();
+        moveBytes();
     }
     if (last_) last_();
     // Here, where a connection that is already broken raises no signal.
@@ -154,6 +181,21 @@ bool CurlLoop::runJobs() {
     }
     for (Job& job : jobs) job();
     return true;
+}
+
+void CurlLoop::moveBytes() {
+    while (const auto event = poll_.next()) act(event->socket, event->readiness);
+}
+
+void CurlLoop::moveBytesWhenDue() {
+    if (!libraryDeadline_ || *libraryDeadline_ > std::chrono::steady_clock::now()) return;
+    libraryDeadline_.reset();
+    act(CURL_SOCKET_TIMEOUT, 0);
+}
+
+void CurlLoop::act(curl_socket_t socket, int readiness) {
+    int running = 0;
+    curl_multi_socket_action(multi_.get(), socket, readiness, &running);
 }
 
 void CurlLoop::readMessages() {
@@ -186,13 +228,26 @@ void CurlLoop::tick() {
     if (isTicking_) runAfter(tickInterval, [this] { tick(); });
 }
 
-// In milliseconds.
-int CurlLoop::pollLimit() const {
+// Until a socket is ready, a job is given or something is due.
+void CurlLoop::sleep() {
+    std::chrono::milliseconds limit{0};
+    {
+        const std::lock_guard lock(mutex_);
+        isAsleep_ = jobs_.empty() && !isStopping_;
+        if (isAsleep_) limit = sleepLimit();
+    }
+    poll_.wait(limit);
+    const std::lock_guard lock(mutex_);
+    isAsleep_ = false;
+}
+
+std::chrono::milliseconds CurlLoop::sleepLimit() const {
     constexpr std::chrono::milliseconds longest = std::chrono::minutes(10);
-    if (timers_.empty()) return static_cast<int>(longest.count());
-    const auto left =
-        std::chrono::ceil<std::chrono::milliseconds>(timers_.begin()->first - std::chrono::steady_clock::now());
-    return static_cast<int>(std::clamp(left, std::chrono::milliseconds::zero(), longest).count());
+    std::optional<TimePoint> next = libraryDeadline_;
+    if (!timers_.empty()) next = std::min(next.value_or(TimePoint::max()), timers_.begin()->first);
+    if (!next) return longest;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - std::chrono::steady_clock::now());
+    return std::clamp(left, std::chrono::milliseconds::zero(), longest);
 }
 
 }  // namespace tovri

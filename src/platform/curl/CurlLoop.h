@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unordered_set>
@@ -11,6 +12,7 @@
 
 #include "platform/curl/CurlHandles.h"
 #include "platform/curl/OpenSockets.h"
+#include "platform/curl/SocketPoll.h"
 
 namespace tovri {
 
@@ -62,21 +64,29 @@ public:
 
 private:
     using TimePoint = std::chrono::steady_clock::time_point;
+    struct Callbacks;  // the library's C functions
 
     void work();
     [[nodiscard]] bool runJobs();
+    void moveBytes();
+    void moveBytesWhenDue();
+    void act(curl_socket_t socket, int readiness);
     void readMessages();
     void runTimers();
     void tick();
-    [[nodiscard]] int pollLimit() const;
+    void sleep();
+    [[nodiscard]] std::chrono::milliseconds sleepLimit() const;
 
     std::mutex mutex_;
     std::vector<Job> jobs_;
     Job last_;
     bool isStopping_ = false;
+    bool isAsleep_ = false;  // and has to be woken up for a job
 
     std::string trustedCertificates_;  // a file; empty for the library's own choice
     OpenSockets sockets_;
+    SocketPoll poll_;
+    std::optional<TimePoint> libraryDeadline_;  // when the library wants to act without any socket
     ShareHandle share_;
     MultiHandle multi_;
     std::vector<EasyHandle> spareHandles_;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 
 namespace tovri {
 
@@ -9,15 +9,27 @@ namespace tovri {
 // tells it while bytes still move. The loop's thread.
 class OpenSockets {
 public:
-    void opened(int socket) { sockets_.insert(socket); }
+    void opened(int socket) { sockets_[socket] = {}; }
 
     void closed(int socket) { sockets_.erase(socket); }
 
-    // The socket connected to this address from this local port; -1 when there is none.
-    [[nodiscard]] int find(const std::string& peer, int peerPort, int localPort) const;
+    [[nodiscard]] bool contains(int socket) const { return sockets_.contains(socket); }
+
+    // The socket connected to this address from this local port; -1 when there is none. Remembers what it finds.
+    [[nodiscard]] int find(const std::string& peer, int peerPort, int localPort);
 
 private:
-    std::unordered_set<int> sockets_;
+    struct Ends {
+        std::string peer;  // empty while not known
+        int peerPort = 0;
+        int localPort = 0;
+
+        bool operator==(const Ends&) const = default;
+    };
+
+    [[nodiscard]] static Ends endsOf(int socket);
+
+    std::unordered_map<int, Ends> sockets_;
 };
 
 }  // namespace tovri
