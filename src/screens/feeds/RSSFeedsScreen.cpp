@@ -13,7 +13,6 @@ RSSFeedsScreen::RSSFeedsScreen(PutIOAPI& api, RandomSource& random)
 
 void RSSFeedsScreen::appear() {
     if (std::exchange(isOnView_, true)) return;
-    dialogs_.clear();
     visit_ = std::stop_source();
     startLoading();
 }
@@ -133,6 +132,7 @@ Task<> RSSFeedsScreen::toggle(std::int64_t feedID, bool isPaused, std::stop_toke
 Task<Result<void>> RSSFeedsScreen::remove(std::int64_t feedID) {
     const std::stop_token visit = visit_.get_token();
     Result<void> removed = co_await api_.deleteFeed(feedID, scope_.stopToken());
+    if (visit.stop_requested()) co_return Result<void>();  // nobody looks any more
     if (!removed) co_return failure(removed);
     co_await load(visit);
     co_return Result<void>();

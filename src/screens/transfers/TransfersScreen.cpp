@@ -15,7 +15,6 @@ TransfersScreen::TransfersScreen(PutIOAPI& api, Workspace& workspace, const Plat
 
 void TransfersScreen::appear() {
     if (std::exchange(isOnView_, true)) return;
-    dialogs_.clear();
     visit_ = std::stop_source();
     scope_.start(watch(visit_.get_token()));
 }
@@ -136,6 +135,7 @@ void TransfersScreen::askToCancel(const Transfer& transfer) {
 Task<Result<void>> TransfersScreen::cancel(std::int64_t transferID) {
     const std::stop_token visit = visit_.get_token();
     Result<void> cancelled = co_await api_.cancelTransfers({transferID}, scope_.stopToken());
+    if (visit.stop_requested()) co_return Result<void>();  // nobody looks any more
     if (!cancelled) co_return failure(cancelled);
     (void)co_await fetch(visit);
     co_return Result<void>();
