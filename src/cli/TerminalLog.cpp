@@ -2,16 +2,23 @@
 
 #include <utility>
 
+#include <unistd.h>
+
 #include "cli/display/DisplayText.h"
 
 namespace tovri::cli {
 
-// A name in the line may hold control characters; only a terminal would obey them.
 void TerminalLog::line(std::string_view text) {
+    const bool isMainThread = ::gettid() == ::getpid();  // gettid(2): the main thread's ID is the process's
+    if (isMainThread) return show(text);
+    loop_.post([this, line = std::string(text)] { show(line); });
+}
+
+// A name in the line may hold control characters; only a terminal would obey them.
+void TerminalLog::show(std::string_view text) {
     if (isRepeated(text)) return;
-    loop_.post([this, line = terminal_.showsOutput() ? printable(text) : std::string(text)] {
-        stream_ == Stream::output ? terminal_.print(line) : terminal_.message(line);
-    });
+    const std::string line = terminal_.showsOutput() ? printable(text) : std::string(text);
+    stream_ == Stream::output ? terminal_.print(line) : terminal_.message(line);
 }
 
 void TerminalLog::beginRound() {

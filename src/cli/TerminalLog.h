@@ -28,6 +28,7 @@ public:
     void endRound() { isInRound_ = false; }
 
 private:
+    void show(std::string_view text);
     [[nodiscard]] bool isRepeated(std::string_view text);
 
     MainLoop& loop_;
