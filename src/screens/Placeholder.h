@@ -16,6 +16,8 @@ struct Placeholder {
     std::string title;        // empty with progress
     std::string text;
     std::string button;  // the title of the one button that helps, or empty
+
+    bool operator==(const Placeholder&) const = default;
 };
 
 // A turning sign over the text.

@@ -26,4 +26,15 @@ void addItems(QMenu& menu, const std::vector<MenuItem<Action>>& items, const std
     }
 }
 
+// Opens a screen's menu and returns; `parent` outlives what `perform` uses. Nothing opens for a menu without lines.
+template <class Action>
+void popUpMenu(QWidget& parent, const QPoint& globalPosition, const std::vector<MenuItem<Action>>& items,
+               const std::function<void(Action)>& perform) {
+    if (items.empty()) return;
+    auto* menu = new QMenu(&parent);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    addItems(*menu, items, perform);
+    menu->popup(globalPosition);
+}
+
 }  // namespace tovri

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QWidget>
+#include <optional>
+
+#include "screens/Placeholder.h"
+
+class QStackedLayout;
+
+namespace tovri {
+
+class PlaceholderView;
+
+// The content of a screen, or the placeholder that stands in for it. When the content comes back, the keyboard focus
+// that it had comes back with it.
+class ContentArea final : public QWidget {
+    Q_OBJECT
+
+public:
+    // `content` becomes its child.
+    explicit ContentArea(QWidget* content, QWidget* parent = nullptr);
+
+    // None: the content.
+    void show(const std::optional<Placeholder>& placeholder);
+    using QWidget::show;
+
+signals:
+    void buttonPressed();  // the placeholder's
+
+private:
+    [[nodiscard]] bool holdsFocus() const;
+
+    QWidget* content_;
+    PlaceholderView* placeholder_;
+    QStackedLayout* stack_;
+    std::optional<Placeholder> shown_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,74 @@
+#include "widgets/parts/DialogPresenter.h"
+
+#include <QEvent>
+#include <QWidget>
+#include <utility>
+
+#include "screens/ActionDialogs.h"
+#include "widgets/parts/Sheet.h"
+#include "widgets/parts/Texts.h"
+
+namespace tovri {
+namespace {
+
+// Not at once: the screen may take a dialog away while one of its buttons is being pressed.
+void takeAway(QPointer<Sheet>& sheet) {
+    if (sheet == nullptr) return;
+    Sheet* gone = std::exchange(sheet, nullptr);
+    gone->disconnect();
+    gone->hide();
+    gone->deleteLater();
+}
+
+}  // namespace
+
+DialogPresenter::DialogPresenter(ActionDialogs& dialogs, QWidget& view)
+    : QObject(&view), dialogs_(dialogs), view_(view), following_(dialogs.onChange([this] { follow(); })) {
+    view.installEventFilter(this);
+    follow();
+}
+
+DialogPresenter::~DialogPresenter() {
+    takeAway(confirmation_);
+    takeAway(alert_);
+}
+
+bool DialogPresenter::eventFilter(QObject* watched, QEvent* event) {
+    const bool isShown = event->type() == QEvent::Show;
+    if ((isShown || event->type() == QEvent::Hide) && !event->spontaneous()) present(isShown);
+    return QObject::eventFilter(watched, event);
+}
+
+void DialogPresenter::follow() {
+    present(view_.isVisible());
+}
+
+void DialogPresenter::present(bool isOnView) {
+    const auto& action = dialogs_.pendingAction();
+    const auto& failure = dialogs_.failure();
+    if (!isOnView || !action || action->id != confirmed_) takeAway(confirmation_);
+    if (!isOnView || !failure || failure->message != alertMessage_) takeAway(alert_);
+    if (!isOnView) return;
+    if (action && confirmation_ == nullptr) presentConfirmation();
+    if (failure && alert_ == nullptr) presentAlert();
+}
+
+void DialogPresenter::presentConfirmation() {
+    const DestructiveAction& action = *dialogs_.pendingAction();
+    confirmed_ = action.id;
+    confirmation_ = makeConfirmation(view_.window(), textOf(action.title), textOf(action.message),
+                                     textOf(action.confirmLabel), textOf(DestructiveAction::cancelLabel));
+    connect(confirmation_, &Sheet::confirmed, this, [this] { dialogs_.confirm(); });
+    connect(confirmation_, &Sheet::cancelled, this, [this] { dialogs_.cancel(); });
+    confirmation_->open();
+}
+
+void DialogPresenter::presentAlert() {
+    alertMessage_ = dialogs_.failure()->message;
+    alert_ = makeAlert(view_.window(), textOf(FailureAlert::title), textOf(alertMessage_),
+                       textOf(FailureAlert::dismissLabel));
+    connect(alert_, &Sheet::cancelled, this, [this] { dialogs_.dismissFailure(); });
+    alert_->open();
+}
+
+}  // namespace tovri
