@@ -1,6 +1,7 @@
 #include "widgets/parts/PlaceholderView.h"
 
 #include <QEvent>
+#include <QGridLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
@@ -23,24 +24,29 @@ PlaceholderView::PlaceholderView(QWidget* parent)
       button_(new QPushButton) {
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);
-    auto* column = new QVBoxLayout;
-    column->setSpacing(measures::spacing);
-    symbol_->setAlignment(Qt::AlignCenter);
     for (QLabel* label : {title_, text_}) {
         label->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
         label->setWordWrap(true);
-        label->setFixedWidth(measures::placeholderWidth);
         label->setTextFormat(Qt::PlainText);
     }
-    column->addStretch();
+    auto* middle = new QWidget;
+    middle->setMaximumWidth(measures::placeholderWidth);
+    auto* column = new QVBoxLayout(middle);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(measures::spacing);
     column->addWidget(symbol_, 0, Qt::AlignHCenter);
     column->addWidget(turning_, 0, Qt::AlignHCenter);
-    column->addWidget(title_, 0, Qt::AlignHCenter);
-    column->addWidget(text_, 0, Qt::AlignHCenter);
+    column->addWidget(title_);
+    column->addWidget(text_);
     column->addSpacing(measures::spacing);
     column->addWidget(button_, 0, Qt::AlignHCenter);
-    column->addStretch();
-    setLayout(column);
+    auto* around = new QGridLayout(this);
+    around->addWidget(middle, 1, 1);
+    for (const int side : {0, 2}) {
+        around->setRowStretch(side, 1);
+        around->setColumnStretch(side, 1);
+    }
+    around->setColumnMinimumWidth(1, measures::placeholderWidth);
     setEmphasis(*button_, Emphasis::suggested);
     connect(button_, &QPushButton::clicked, this, &PlaceholderView::buttonPressed);
     dress();

@@ -12,6 +12,7 @@ void setTint(QLabel& label, Tint tint) {
     const QColor ink = color(tint, palette);
     if (label.palette().color(QPalette::WindowText) == ink) return;
     palette.setColor(QPalette::WindowText, ink);
+    palette.setColor(QPalette::Text, ink);  // what a label on a base area takes
     label.setPalette(palette);
 }
 

@@ -157,7 +157,10 @@ void RowPainter::drawLine(QPainter& painter, const QRect& rect, const QFont& fon
 }
 
 void RowPainter::paintCaption(QPainter& painter, const QRect& rect, const RowContent& content) const {
-    const QFontMetrics metrics(captionFont_);
+    const QFontMetricsF metrics(captionFont_);
+    const auto widthOf = [&](const QString& text) {
+        return static_cast<int>(std::ceil(metrics.horizontalAdvance(text))) + 1;
+    };
     int used = 0;
     const auto next = [&](int width) {
         const QRect part(rect.left() + used, rect.top(), std::min(width, rect.width() - used), rect.height());
@@ -169,8 +172,7 @@ void RowPainter::paintCaption(QPainter& painter, const QRect& rect, const RowCon
         const QColor ink = color(segment.tint, palette_);
         if (!isFirst) {
             const QColor between = color(Tint::secondary, palette_);
-            drawLine(painter, next(metrics.horizontalAdvance(content.separator)), captionFont_, between,
-                     content.separator);
+            drawLine(painter, next(widthOf(content.separator)), captionFont_, between, content.separator);
         }
         isFirst = false;
         if (used >= rect.width()) return;
@@ -179,7 +181,7 @@ void RowPainter::paintCaption(QPainter& painter, const QRect& rect, const RowCon
             used += measures::gap;
         }
         if (used >= rect.width()) return;
-        drawLine(painter, next(metrics.horizontalAdvance(segment.text)), captionFont_, ink, segment.text);
+        drawLine(painter, next(widthOf(segment.text)), captionFont_, ink, segment.text);
     }
 }
 

@@ -17,12 +17,14 @@ double luminance(const QColor& color) {
     return 0.2126 * linear(color.redF()) + 0.7152 * linear(color.greenF()) + 0.0722 * linear(color.blueF());
 }
 
-// The text colour, as pale as it is given, but readable on the palette's base.
+// The text colour, as pale as it is given, but readable on every second row too.
 QColor paleText(const QPalette& palette, double share) {
     const QColor base = palette.color(QPalette::Base);
     const QColor text = palette.color(QPalette::Text);
+    const QColor alternate = palette.color(QPalette::AlternateBase);
     QColor pale = mixed(text, base, share);
-    while (share < 1 && contrast(pale, base) < readable) pale = mixed(text, base, share += 0.02);
+    while (share < 1 && std::min(contrast(pale, base), contrast(pale, alternate)) < readable)
+        pale = mixed(text, base, share += 0.02);
     return pale;
 }
 

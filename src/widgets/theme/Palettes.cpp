@@ -31,7 +31,7 @@ QPalette paletteOf(const Shades& shades) {
 QPalette lightPalette() {
     return paletteOf({.window = 0xF6F7F8,
                       .base = 0xFFFFFF,
-                      .alternate = 0xF8F9FA,
+                      .alternate = 0xFAFBFC,
                       .text = 0x1F2326,
                       .button = 0xFCFCFD,
                       .highlight = 0x2F7DD1,

@@ -1,9 +1,11 @@
 #include "widgets/theme/Style.h"
 
+#include <QAbstractSpinBox>
 #include <QApplication>
 #include <QPainter>
 #include <QPainterPath>
 #include <QStyleOption>
+#include <QToolButton>
 #include <QWidget>
 
 #include "widgets/theme/Colors.h"
@@ -16,6 +18,7 @@ namespace {
 constexpr const char* emphasisProperty = "tovriEmphasis";
 constexpr int scrollBarWidth = 12;
 constexpr int controlHeight = 32;
+constexpr int menuSign = 16;
 
 Emphasis emphasisOf(const QWidget* widget) {
     return widget == nullptr ? Emphasis::none : static_cast<Emphasis>(widget->property(emphasisProperty).toInt());
@@ -117,6 +120,49 @@ void paintProgress(const QStyleOptionProgressBar& option, QPainter& painter) {
     painter.restore();
 }
 
+void paintChevron(QPainter& painter, const QRectF& rect, const QColor& ink, bool isUp = false) {
+    const QPointF middle = rect.center();
+    const double reach = isUp ? -1.75 : 1.75;
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(ink, 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawPolyline(
+        QPolygonF{middle - QPointF(3.5, reach), middle + QPointF(0, reach), middle + QPointF(3.5, -reach)});
+    painter.restore();
+}
+
+QColor inkOf(const QStyleOption& option) {
+    return option.palette.color(QPalette::WindowText);
+}
+
+void paintCheckBox(const QStyleOption& option, QPainter& painter) {
+    constexpr double side = 16;
+    QRectF box(0, 0, side, side);
+    box.moveCenter(QRectF(option.rect).center());
+    const bool isOn = !has(option, QStyle::State_Off);
+    const QColor accent = color(Tint::accent, option.palette);
+    const QColor fill = !isOn                                ? option.palette.color(QPalette::Base)
+                        : has(option, QStyle::State_Enabled) ? accent
+                                                             : frameColor(option.palette);
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(fill);
+    painter.setPen(isOn ? QPen(Qt::NoPen) : QPen(frameColor(option.palette), 1));
+    painter.drawRoundedRect(isOn ? box : box.adjusted(0.5, 0.5, -0.5, -0.5), 4, 4);
+    if (isOn) {
+        painter.setPen(QPen(colorOn(fill), 2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+        const QPointF corner = box.topLeft();
+        painter.setBrush(Qt::NoBrush);
+        if (has(option, QStyle::State_NoChange))
+            painter.drawLine(corner + QPointF(4.5, 8), corner + QPointF(11.5, 8));
+        else
+            painter.drawPolyline(
+                QPolygonF{corner + QPointF(4, 8.5), corner + QPointF(7, 11.5), corner + QPointF(12, 5)});
+    }
+    painter.restore();
+}
+
 void paintTab(const QStyleOptionTab& option, QPainter& painter) {
     const QRect rect = option.rect;
     if (has(option, QStyle::State_Selected)) {
@@ -146,6 +192,8 @@ void Style::drawPrimitive(PrimitiveElement element, const QStyleOption* option, 
     switch (element) {
         case PE_PanelButtonCommand:
             return paintPushButton(*option, *painter, widget);
+        case PE_IndicatorCheckBox:
+            return paintCheckBox(*option, *painter);
         case PE_PanelButtonTool:
             return paintToolButton(*option, *painter);
         case PE_PanelLineEdit: {
@@ -186,6 +234,15 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
                 QProxyStyle::drawControl(element, &label, painter, widget);
             }
             return;
+        case CE_ToolButtonLabel:
+            if (const auto* tool = qstyleoption_cast<const QStyleOptionToolButton*>(option)) {
+                QStyleOptionToolButton label = *tool;
+                const auto* button = qobject_cast<const QToolButton*>(widget);
+                if (button != nullptr && button->menu() != nullptr && button->width() > 2 * menuSign)
+                    label.rect = visualRect(label.direction, label.rect, label.rect.adjusted(0, 0, -menuSign + 4, 0));
+                QProxyStyle::drawControl(element, &label, painter, widget);
+            }
+            return;
         case CE_TabBarTabShape:
             if (const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option)) paintTab(*tab, *painter);
             return;
@@ -203,14 +260,30 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
 
 void Style::drawComplexControl(ComplexControl control, const QStyleOptionComplex* option, QPainter* painter,
                                const QWidget* widget) const {
-    if (control == CC_ScrollBar) {
-        if (const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option); slider != nullptr) {
-            if (slider->maximum > slider->minimum)
-                paintSlider(*slider, subControlRect(control, option, SC_ScrollBarSlider, widget), *painter);
-            return;
+    if (const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option); slider && control == CC_ScrollBar) {
+        if (slider->maximum > slider->minimum)
+            paintSlider(*slider, subControlRect(control, option, SC_ScrollBarSlider, widget), *painter);
+    } else if (const auto* box = qstyleoption_cast<const QStyleOptionComboBox*>(option); box && !box->editable) {
+        paintPushButton(*option, *painter, nullptr);
+        paintChevron(*painter, subControlRect(control, option, SC_ComboBoxArrow, widget), inkOf(*option));
+    } else if (const auto* spin = qstyleoption_cast<const QStyleOptionSpinBox*>(option)) {
+        paintLineEdit(*option, *painter);
+        for (const auto& [part, step] : {std::pair(SC_SpinBoxUp, QAbstractSpinBox::StepUpEnabled),
+                                         std::pair(SC_SpinBoxDown, QAbstractSpinBox::StepDownEnabled)}) {
+            const bool canStep = spin->stepEnabled.testFlag(step) && has(*option, State_Enabled);
+            const QRect rect = subControlRect(control, option, part, widget);
+            paintChevron(*painter, rect, canStep ? inkOf(*option) : frameColor(option->palette), part == SC_SpinBoxUp);
         }
+    } else if (const auto* tool = qstyleoption_cast<const QStyleOptionToolButton*>(option);
+               tool && tool->features.testFlag(QStyleOptionToolButton::HasMenu)) {
+        QStyleOptionToolButton plain = *tool;
+        plain.features.setFlag(QStyleOptionToolButton::HasMenu, false);
+        const QRect end(plain.rect.right() + 1 - menuSign, plain.rect.top(), menuSign, plain.rect.height());
+        QProxyStyle::drawComplexControl(control, &plain, painter, widget);
+        paintChevron(*painter, visualRect(plain.direction, plain.rect, end), inkOf(*option));
+    } else {
+        QProxyStyle::drawComplexControl(control, option, painter, widget);
     }
-    QProxyStyle::drawComplexControl(control, option, painter, widget);
 }
 
 QPalette Style::standardPalette() const {
@@ -221,6 +294,9 @@ QSize Style::sizeFromContents(ContentsType type, const QStyleOption* option, con
                               const QWidget* widget) const {
     QSize wanted = QProxyStyle::sizeFromContents(type, option, size, widget);
     if (type == CT_PushButton) wanted = {std::max(wanted.width() + 8, 80), std::max(wanted.height(), controlHeight)};
+    if (const auto* tool = qstyleoption_cast<const QStyleOptionToolButton*>(option);
+        tool && tool->features.testFlag(QStyleOptionToolButton::HasMenu))
+        wanted.rwidth() += menuSign;
     if (type == CT_LineEdit || type == CT_ComboBox || type == CT_SpinBox)
         wanted.setHeight(std::max(wanted.height(), controlHeight));
     if (type == CT_MenuItem && wanted.height() > 12) wanted.setHeight(std::max(wanted.height(), 28));
@@ -252,6 +328,18 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
         default:
             return QProxyStyle::pixelMetric(metric, option, widget);
     }
+}
+
+int Style::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                     QStyleHintReturn* answer) const {
+    if (hint == SH_FormLayoutLabelAlignment) return static_cast<int>(Qt::AlignLeft | Qt::AlignVCenter);
+    if (hint == SH_EtchDisabledText || hint == SH_DialogButtonBox_ButtonsHaveIcons) return 0;
+    return QProxyStyle::styleHint(hint, option, widget, answer);
+}
+
+QRect Style::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const {
+    const QRect rect = QProxyStyle::subElementRect(element, option, widget);
+    return element == SE_LineEditContents ? rect.adjusted(measures::gap, 0, -measures::gap, 0) : rect;
 }
 
 // A scroll bar without buttons at its ends: the groove is all of it.

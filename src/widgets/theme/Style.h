@@ -34,6 +34,10 @@ public:
     [[nodiscard]] QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
                                          const QWidget* widget) const override;
     [[nodiscard]] int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override;
+    int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                  QStyleHintReturn* answer) const override;
+    [[nodiscard]] QRect subElementRect(SubElement element, const QStyleOption* option,
+                                       const QWidget* widget) const override;
     [[nodiscard]] QRect subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
                                        const QWidget* widget) const override;
 };

@@ -54,16 +54,16 @@ constexpr std::array symbols = {
     Symbol{"folder", Source::drawn, "folder"},
     Symbol{"folder.fill", Source::drawn, "folder-fill"},
     Symbol{"forward.circle.fill", Source::drawn, "forward-circle-fill", true},
-    Symbol{"gear", Source::breeze, "settings-configure"},
-    Symbol{"gearshape.2", Source::breeze, "system-run"},
+    Symbol{"gear", Source::drawn, "gear"},
+    Symbol{"gearshape.2", Source::drawn, "gearshape-2"},
     Symbol{"magnifyingglass", Source::breeze, "edit-find"},
     Symbol{"minus.circle.fill", Source::drawn, "minus-circle-fill"},
     Symbol{"music.note", Source::drawn, "music-note"},
     Symbol{"pause.circle.fill", Source::drawn, "pause-circle-fill"},
-    Symbol{"pause.fill", Source::breeze, "media-playback-pause"},
+    Symbol{"pause.fill", Source::drawn, "pause-fill"},
     Symbol{"person.circle", Source::breeze, "user-identity"},
     Symbol{"photo", Source::drawn, "photo"},
-    Symbol{"play.fill", Source::breeze, "media-playback-start"},
+    Symbol{"play.fill", Source::drawn, "play-fill", true},
     Symbol{"plus", Source::breeze, "list-add"},
     Symbol{"questionmark.circle", Source::drawn, "questionmark-circle"},
     Symbol{"sidebar.left", Source::drawn, "sidebar-left", true},
@@ -92,10 +92,16 @@ QImage breezeShape(const Symbol& symbol, int pixels, int size) {
     return shape.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
-QImage drawnShape(const Symbol& symbol, int pixels) {
+// At the small size the drawing has less of its margin, as those of Breeze have.
+QImage drawnShape(const Symbol& symbol, int pixels, int size) {
     QImage shape(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
     shape.fill(Qt::transparent);
     QSvgRenderer drawing(QStringLiteral(":/tovri/symbols/%1.svg").arg(QLatin1StringView(symbol.file)));
+    const double grid = drawing.viewBoxF().width();
+    if (size == measures::smallSymbol && grid == measures::symbol) {
+        constexpr double margin = 1.5;
+        drawing.setViewBox(QRectF(margin, margin, grid - 2 * margin, grid - 2 * margin));
+    }
     QPainter painter(&shape);
     drawing.render(&painter, QRectF(0, 0, pixels, pixels));
     return shape;
@@ -104,7 +110,8 @@ QImage drawnShape(const Symbol& symbol, int pixels) {
 // Only the shape of the drawing is used; the colour is ours.
 QPixmap render(const Symbol& symbol, int size, double scale, const QColor& color) {
     const int pixels = static_cast<int>(std::lround(size * scale));
-    QImage shape = symbol.source == Source::breeze ? breezeShape(symbol, pixels, size) : drawnShape(symbol, pixels);
+    QImage shape =
+        symbol.source == Source::breeze ? breezeShape(symbol, pixels, size) : drawnShape(symbol, pixels, size);
     if (symbol.isDirected && QGuiApplication::isRightToLeft()) shape.mirror(true, false);
     shape.setDevicePixelRatio(1);
     QPainter painter(&shape);

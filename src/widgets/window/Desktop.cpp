@@ -1,0 +1,111 @@
+#include "widgets/window/Desktop.h"
+
+#include <QPushButton>
+
+#include "screens/window/ClosingQuestion.h"
+#include "widgets/parts/PlaceholderView.h"
+#include "widgets/parts/Sheet.h"
+#include "widgets/parts/Texts.h"
+
+namespace tovri {
+
+Desktop::Desktop(Surroundings surroundings, std::function<void()> ended)
+    : surroundings_(std::move(surroundings)),
+      ended_(std::move(ended)),
+      preferences_(surroundings_.defaults),
+      content_(surroundings_.app.authManager(), surroundings_.app.downloadManager(),
+               surroundings_.app.fileBrowserState()),
+      signIn_(surroundings_.app.authManager(), surroundings_.workspace, surroundings_.hosts),
+      settingsScreen_(surroundings_.app.preferences(), surroundings_.app.authManager(), preferences_),
+      files_({surroundings_.app.fileBrowserState(), *surroundings_.app.api(), surroundings_.app.downloadManager(),
+              surroundings_.app.preferences(), surroundings_.workspace, surroundings_.collation,
+              surroundings_.platform.random}),
+      transfers_(*surroundings_.app.api(), surroundings_.workspace, surroundings_.platform),
+      downloads_(surroundings_.app.downloadManager(), surroundings_.workspace, surroundings_.platform),
+      rules_(surroundings_.app.syncManager(), *surroundings_.app.api(), surroundings_.platform),
+      feeds_(*surroundings_.app.api(), surroundings_.platform.random),
+      window_({content_, signIn_, surroundings_.app.updater()}, [this](SidebarItem item) { return makeSection(item); }),
+      settings_(settingsScreen_),
+      presence_({surroundings_.platform.loop, surroundings_.inhibitor, surroundings_.notifications,
+                 [this] { return window_.isActiveWindow() || settings_.isActiveWindow(); }},
+                surroundings_.app.downloadManager(), preferences_),
+      ending_(surroundings_.app, surroundings_.platform.loop) {
+    connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
+    connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);
+    connect(&window_, &MainWindow::quitWanted, this, &Desktop::quit);
+}
+
+Section Desktop::makeSection(SidebarItem item) {
+    auto* view = new PlaceholderView;
+    view->show({Placeholder::Kind::message, symbol(item), std::string(title(item)), "", ""});
+    return {view};
+}
+
+void Desktop::open() {
+    window_.bringForward();
+    showTray();
+}
+
+// A panel may come up later than the program, or go.
+void Desktop::showTray() {
+    if (tray_ || !surroundings_.hasTray()) return;
+    tray_ = std::make_unique<TrayIcon>(surroundings_.app.downloadManager());
+    connect(tray_.get(), &TrayIcon::showWanted, &window_, &MainWindow::bringForward);
+    connect(tray_.get(), &TrayIcon::quitWanted, this, &Desktop::quit);
+}
+
+void Desktop::receive(std::string_view address) {
+    if (ending_.hasBegun()) return;
+    if (!address.empty()) (void)surroundings_.app.authManager().handleCallback(address);
+    AppDelegate::applicationShouldHandleReopen(window_.isVisible(), [this] { window_.show(); });
+    window_.bringForward();
+}
+
+// --- Closing and ending ---
+
+void Desktop::closeWindow() {
+    showTray();
+    switch (closingStep(surroundings_.hasTray(), preferences_.closedWindow())) {
+        case ClosingStep::hide:
+            return hideWindows();
+        case ClosingStep::ask:
+            return askAboutClosing();
+        case ClosingStep::quit:
+            return quit();
+    }
+}
+
+void Desktop::askAboutClosing() {
+    if (closing_) return;
+    closing_ = new Sheet(textOf(ClosingQuestion::title), &window_);
+    closing_->setAttribute(Qt::WA_DeleteOnClose);
+    closing_->setSentence(textOf(ClosingQuestion::text));
+    closing_->addCancelButton(textOf(ClosingQuestion::cancelLabel));
+    QPushButton* quitButton = closing_->addConfirmButton(textOf(ClosingQuestion::quitLabel), Emphasis::none);
+    QPushButton* stayButton = closing_->addConfirmButton(textOf(ClosingQuestion::runOnLabel));
+    stayButton->setDefault(true);
+    connect(closing_, &QObject::destroyed, this, [this] { closing_ = nullptr; });
+    connect(closing_, &Sheet::cancelled, closing_, [sheet = closing_] { sheet->done(0); });
+    const auto answer = [this](ClosedWindow what) {
+        preferences_.setClosedWindow(what);
+        closing_->done(0);
+        closeWindow();
+    };
+    connect(quitButton, &QPushButton::clicked, this, [answer] { answer(ClosedWindow::quits); });
+    connect(stayButton, &QPushButton::clicked, this, [answer] { answer(ClosedWindow::runsOn); });
+    closing_->open();
+}
+
+void Desktop::hideWindows() {
+    settings_.hide();
+    window_.hide();
+}
+
+void Desktop::quit() {
+    if (ending_.hasBegun()) return;
+    hideWindows();
+    if (tray_) tray_->hide();
+    ending_.begin(ended_);
+}
+
+}  // namespace tovri

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "app/DesktopPresence.h"
+#include "app/TovriApp.h"
+#include "platform/TextCollation.h"
+#include "platform/Workspace.h"
+#include "screens/automation/SyncRulesScreen.h"
+#include "screens/downloads/DownloadsScreen.h"
+#include "screens/feeds/RSSFeedsScreen.h"
+#include "screens/files/FileBrowserScreen.h"
+#include "screens/settings/SettingsScreen.h"
+#include "screens/settings/SignInScreen.h"
+#include "screens/transfers/TransfersScreen.h"
+#include "screens/window/ContentScreen.h"
+#include "widgets/window/Ending.h"
+#include "widgets/window/MainWindow.h"
+#include "widgets/window/SettingsWindow.h"
+#include "widgets/window/TrayIcon.h"
+
+namespace tovri {
+
+class Sheet;
+
+// The application as the desktop has it: all screens, the windows that show them, the icon that stays when the windows
+// are gone, and the way out. The application is set up before it, so that its client is there.
+class Desktop final : public QObject {
+    Q_OBJECT
+
+public:
+    // All outlive the desktop.
+    struct Surroundings {
+        TovriApp& app;
+        Platform platform;
+        UserDefaults& defaults;
+        Workspace& workspace;
+        const TextCollation& collation;
+        SleepInhibitor& inhibitor;
+        UserNotifications& notifications;
+        ServiceHosts hosts;
+        std::function<bool()> hasTray;
+    };
+
+    // `ended` runs when everything is written and nothing keeps the process any more.
+    Desktop(Surroundings surroundings, std::function<void()> ended);
+
+    [[nodiscard]] MainWindow& window() { return window_; }
+
+    [[nodiscard]] SettingsWindow& settings() { return settings_; }
+
+    void open();
+
+    // The program was started once more, with a sign-in page's redirect or an empty address.
+    void receive(std::string_view address);
+
+    // The window goes at once, the process when its downloads have come to rest.
+    void quit();
+
+private:
+    Section makeSection(SidebarItem item);
+    void showTray();
+    void closeWindow();
+    void askAboutClosing();
+    void hideWindows();
+
+    Surroundings surroundings_;
+    std::function<void()> ended_;
+    DesktopPreferences preferences_;
+    ContentScreen content_;
+    SignInScreen signIn_;
+    SettingsScreen settingsScreen_;
+    FileBrowserScreen files_;
+    TransfersScreen transfers_;
+    DownloadsScreen downloads_;
+    SyncRulesScreen rules_;
+    RSSFeedsScreen feeds_;
+    MainWindow window_;
+    SettingsWindow settings_;
+    std::unique_ptr<TrayIcon> tray_;
+    Sheet* closing_ = nullptr;
+    DesktopPresence presence_;
+    Ending ending_;
+};
+
+}  // namespace tovri

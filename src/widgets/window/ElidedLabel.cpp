@@ -1,0 +1,33 @@
+#include "widgets/window/ElidedLabel.h"
+
+#include <QPainter>
+
+namespace tovri {
+
+ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QWidget(parent), mode_(mode) {
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
+}
+
+void ElidedLabel::setText(const QString& text) {
+    if (text_ == text) return;
+    text_ = text;
+    setToolTip(text);
+    setAccessibleDescription(text);
+    updateGeometry();
+    update();
+}
+
+QSize ElidedLabel::sizeHint() const {
+    return {fontMetrics().horizontalAdvance(text_) + 1, fontMetrics().height()};
+}
+
+QSize ElidedLabel::minimumSizeHint() const {
+    return {fontMetrics().averageCharWidth() * 8, fontMetrics().height()};
+}
+
+void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(this);
+    painter.drawText(rect(), Qt::AlignVCenter | Qt::AlignTrailing, fontMetrics().elidedText(text_, mode_, width()));
+}
+
+}  // namespace tovri

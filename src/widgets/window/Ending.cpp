@@ -1,0 +1,25 @@
+#include "widgets/window/Ending.h"
+
+#include <chrono>
+#include <utility>
+
+namespace tovri {
+
+void Ending::begin(std::function<void()> done) {
+    using namespace std::chrono_literals;
+    if (std::exchange(hasBegun_, true)) return;
+    done_ = std::move(done);
+    app_.syncManager().stopPolling();
+    deadline_ = loop_.schedule(1500ms, [this] { finish(); });
+    app_.downloadManager().suspend([this] { finish(); });
+}
+
+void Ending::finish() {
+    const auto done = std::exchange(done_, nullptr);
+    if (!done) return;
+    deadline_.reset();
+    app_.appDelegate().applicationWillTerminate();
+    done();
+}
+
+}  // namespace tovri

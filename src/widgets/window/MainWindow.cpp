@@ -1,0 +1,195 @@
+#include "widgets/window/MainWindow.h"
+
+#include <QActionGroup>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QMenuBar>
+#include <QSplitter>
+#include <QStackedWidget>
+
+#include "widgets/parts/PlaceholderView.h"
+#include "widgets/parts/Sheet.h"
+#include "widgets/parts/Texts.h"
+#include "widgets/window/ConflictDialog.h"
+#include "widgets/window/Sidebar.h"
+#include "widgets/window/SignInView.h"
+
+namespace tovri {
+
+MainWindow::MainWindow(const Screens& screens, MakeSection makeSection)
+    : screens_(screens),
+      makeSection_(std::move(makeSection)),
+      pages_(new QStackedWidget),
+      signIn_(new SignInView(screens.signIn)),
+      split_(new QSplitter),
+      sidebar_(new Sidebar(screens.content)),
+      detail_(new QStackedWidget),
+      placeholder_(new PlaceholderView),
+      followingContent_(screens.content.onChange([this](ContentScreen::Change change) { follow(change); })),
+      followingUpdater_(screens.updater.onChange([this] { updateMenus(); })) {
+    setMinimumSize(smallest);
+    resize(initial);
+    detail_->addWidget(placeholder_);
+    split_->addWidget(sidebar_);
+    split_->addWidget(detail_);
+    split_->setStretchFactor(1, 1);
+    split_->setChildrenCollapsible(false);
+    split_->setHandleWidth(1);
+    split_->setSizes({ContentScreen::sidebarIdealWidth, initial.width() - ContentScreen::sidebarIdealWidth});
+    pages_->addWidget(signIn_);
+    pages_->addWidget(split_);
+    setCentralWidget(pages_);
+    addMenus();
+    showContent();
+}
+
+// --- Menus ---
+
+void MainWindow::addMenus() {
+    addFileMenu();
+    addViewMenu();
+    addHelpMenu();
+}
+
+void MainWindow::addFileMenu() {
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    QAction* settings =
+        file->addAction(tr("&Settings…"), QKeySequence(Qt::CTRL | Qt::Key_Comma), this, &MainWindow::settingsWanted);
+    settings->setMenuRole(QAction::PreferencesRole);
+    file->addSeparator();
+    file->addAction(tr("&Close Window"), QKeySequence(Qt::CTRL | Qt::Key_W), this, &QWidget::close);
+    QAction* quit = file->addAction(tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &MainWindow::quitWanted);
+    quit->setMenuRole(QAction::QuitRole);
+}
+
+void MainWindow::addViewMenu() {
+    QMenu* view = menuBar()->addMenu(tr("&View"));
+    auto* group = new QActionGroup(this);
+    for (const SidebarItem item : allSidebarItems) {
+        const int digit = shortcutDigit(item);
+        QAction* action = view->addAction(titleOf(title(item)), QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_0 + digit)),
+                                          this, [this, digit] { screens_.content.selectByDigit(digit); });
+        action->setCheckable(true);
+        group->addAction(action);
+        sectionActions_[static_cast<std::size_t>(item)] = action;
+    }
+    view->addSeparator();
+    refresh_ = view->addAction(tr("&Refresh"), QKeySequence(Qt::Key_F5), this, [this] {
+        if (const Section* shown = shownSection(); shown && shown->refresh) shown->refresh();
+    });
+    find_ = view->addAction(tr("&Find"), QKeySequence(Qt::CTRL | Qt::Key_F), this, [this] {
+        if (const Section* shown = shownSection(); shown && shown->focusSearch) shown->focusSearch();
+    });
+}
+
+void MainWindow::addHelpMenu() {
+    QMenu* help = menuBar()->addMenu(tr("&Help"));
+    QAction* about = help->addAction(tr("&About Tovri"), this, &MainWindow::showAbout);
+    about->setMenuRole(QAction::AboutRole);
+    checkForUpdates_ = help->addAction(tr("Check for &Updates…"), this, [this] { screens_.updater.checkForUpdates(); });
+    checkForUpdates_->setMenuRole(QAction::ApplicationSpecificRole);
+}
+
+void MainWindow::updateMenus() {
+    const bool shows = screens_.content.showsSections();
+    const std::optional<SidebarItem> selected = screens_.content.selectedItem();
+    for (const SidebarItem item : allSidebarItems) {
+        QAction* action = sectionActions_[static_cast<std::size_t>(item)];
+        action->setEnabled(shows);
+        action->setChecked(shows && selected == item);
+    }
+    const Section* shown = shownSection();
+    refresh_->setEnabled(shown && shown->refresh);
+    find_->setEnabled(shown && shown->focusSearch);
+    checkForUpdates_->setEnabled(screens_.updater.canCheckForUpdates());
+}
+
+void MainWindow::showAbout() {
+    Sheet* sheet = makeAlert(this, tr("Tovri %1").arg(QCoreApplication::applicationVersion()),
+                             textOf(SignInScreen::tagline), tr("OK"));
+    sheet->setAttribute(Qt::WA_DeleteOnClose);
+    connect(sheet, &Sheet::cancelled, sheet, [sheet] { sheet->done(0); });
+    sheet->open();
+}
+
+// --- Content ---
+
+void MainWindow::follow(ContentScreen::Change change) {
+    switch (change) {
+        case ContentScreen::Change::content:
+            return showContent();
+        case ContentScreen::Change::selection:
+            return showSection();
+        case ContentScreen::Change::conflict:
+            return showConflict();
+        case ContentScreen::Change::badge:
+        case ContentScreen::Change::uploads:
+            return;
+    }
+}
+
+void MainWindow::showContent() {
+    const bool shows = screens_.content.showsSections();
+    if (shows) showSection();
+    pages_->setCurrentWidget(shows ? static_cast<QWidget*>(split_) : signIn_);
+    setWindowTitle(textOf(screens_.content.windowTitle()));
+    updateMenus();
+    if (shows) sidebar_->setFocus();
+}
+
+void MainWindow::showSection() {
+    const std::optional<SidebarItem> item = screens_.content.selectedItem();
+    if (const std::optional<Placeholder> placeholder = screens_.content.placeholder()) placeholder_->show(*placeholder);
+    detail_->setCurrentWidget(item ? section(*item).view : placeholder_);
+    setWindowTitle(textOf(screens_.content.windowTitle()));
+    updateMenus();
+}
+
+Section& MainWindow::section(SidebarItem item) {
+    Section& section = sections_[static_cast<std::size_t>(item)];
+    if (!section.view) {
+        section = makeSection_(item);
+        detail_->addWidget(section.view);
+    }
+    return section;
+}
+
+const Section* MainWindow::shownSection() const {
+    const std::optional<SidebarItem> item = screens_.content.selectedItem();
+    if (!item || !screens_.content.showsSections()) return nullptr;
+    return &sections_[static_cast<std::size_t>(*item)];
+}
+
+// The sheet belongs to the window: it comes and goes with it.
+void MainWindow::showConflict() {
+    const std::optional<ConflictSheet>& sheet = screens_.content.conflictSheet();
+    if (conflict_ && sheet && conflict_->conflict() == sheet->id) return conflict_->update(*sheet);
+    if (conflict_) {
+        conflict_->hide();
+        std::exchange(conflict_, nullptr)->deleteLater();
+    }
+    if (!sheet || !isVisible()) return;
+    conflict_ = new ConflictDialog(screens_.content, this);
+    conflict_->show();
+}
+
+// --- The window itself ---
+
+void MainWindow::bringForward() {
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    QMainWindow::showEvent(event);
+    showConflict();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    event->ignore();
+    emit closingWanted();
+}
+
+}  // namespace tovri

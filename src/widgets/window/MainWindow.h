@@ -1,0 +1,92 @@
+#pragma once
+
+#include <QMainWindow>
+#include <array>
+#include <functional>
+
+#include "app/UpdaterController.h"
+#include "screens/settings/SignInScreen.h"
+#include "screens/window/ContentScreen.h"
+
+class QSplitter;
+class QStackedWidget;
+
+namespace tovri {
+
+class ConflictDialog;
+class PlaceholderView;
+class Sidebar;
+class SignInView;
+
+// The view of a section, and what the window's menu passes on to it; empty where the section has no such thing.
+struct Section {
+    QWidget* view = nullptr;
+    std::function<void()> refresh = {};
+    std::function<void()> focusSearch = {};
+};
+
+// The main window: the sign-in screen, or the sidebar beside the view of the section that is selected; over either the
+// sheet of a file conflict. Views are made on their first showing.
+class MainWindow final : public QMainWindow {
+    Q_OBJECT
+
+public:
+    using MakeSection = std::function<Section(SidebarItem)>;
+
+    static constexpr QSize smallest{700, 500};
+    static constexpr QSize initial{900, 600};
+
+    // All outlive the window.
+    struct Screens {
+        ContentScreen& content;
+        SignInScreen& signIn;
+        UpdaterController& updater;
+    };
+
+    MainWindow(const Screens& screens, MakeSection makeSection);
+
+    // On top of the other windows, whatever state it was in.
+    void bringForward();
+
+signals:
+    void settingsWanted();
+    void closingWanted();  // the user closes the window, which is still there
+    void quitWanted();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void addMenus();
+    void addFileMenu();
+    void addViewMenu();
+    void addHelpMenu();
+    void follow(ContentScreen::Change change);
+    void showContent();
+    void showSection();
+    void showConflict();
+    void updateMenus();
+    Section& section(SidebarItem item);
+    [[nodiscard]] const Section* shownSection() const;
+    void showAbout();
+
+    Screens screens_;
+    MakeSection makeSection_;
+    std::array<Section, allSidebarItems.size()> sections_;
+    QStackedWidget* pages_;
+    SignInView* signIn_;
+    QSplitter* split_;
+    Sidebar* sidebar_;
+    QStackedWidget* detail_;
+    PlaceholderView* placeholder_;
+    ConflictDialog* conflict_ = nullptr;
+    std::array<QAction*, allSidebarItems.size()> sectionActions_{};
+    QAction* refresh_ = nullptr;
+    QAction* find_ = nullptr;
+    QAction* checkForUpdates_ = nullptr;
+    Subscription followingContent_;
+    Subscription followingUpdater_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,84 @@
+#include "widgets/window/SettingsForm.h"
+
+#include <QEvent>
+#include <QGroupBox>
+#include <QHBoxLayout>
+#include <QLabel>
+
+#include "widgets/parts/Texts.h"
+#include "widgets/theme/Fonts.h"
+#include "widgets/theme/Measures.h"
+
+namespace tovri {
+
+SettingsForm::SettingsForm(QWidget* parent) : QWidget(parent), column_(new QVBoxLayout) {
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(measures::sheetMargin, measures::sheetMargin, measures::sheetMargin,
+                              measures::sheetMargin);
+    outer->addLayout(column_);
+    outer->addStretch();
+    column_->setSpacing(measures::spacing);
+}
+
+void SettingsForm::addSection(const QString& title) {
+    if (section_) column_->addSpacing(measures::sheetMargin);
+    if (!title.isEmpty()) {
+        auto* header = new QLabel(title);
+        header->setContentsMargins(measures::gap, 0, measures::gap, 0);
+        titles_.append(header);
+        column_->addWidget(header);
+    }
+    auto* card = new QGroupBox;
+    card->setAccessibleName(title);
+    section_ = new QVBoxLayout(card);
+    section_->setContentsMargins(measures::margin, measures::spacing, measures::margin, measures::spacing);
+    section_->setSpacing(measures::spacing);
+    column_->addWidget(card);
+    dress();
+}
+
+void SettingsForm::addRow(const QString& label, QWidget* control) {
+    auto* row = new QWidget;
+    auto* line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(measures::sheetMargin);
+    auto* text = new QLabel(label);
+    text->setBuddy(control);
+    line->addWidget(text);
+    line->addStretch(1);
+    line->addWidget(control);
+    if (control->accessibleName().isEmpty()) control->setAccessibleName(label);
+    section_->addWidget(row);
+}
+
+void SettingsForm::addLine(QWidget* content) {
+    section_->addWidget(content);
+}
+
+QLabel* SettingsForm::addNote() {
+    auto* note = new QLabel;
+    note->setWordWrap(true);
+    note->setTextFormat(Qt::PlainText);
+    notes_.append(note);
+    section_->addWidget(note);
+    dress();
+    return note;
+}
+
+void SettingsForm::dress() {
+    for (QLabel* title : titles_) {
+        title->setFont(sectionHeaderFont(font()));
+        setTint(*title, Tint::secondary);
+    }
+    for (QLabel* note : notes_) {
+        note->setFont(captionFont(font()));
+        setTint(*note, Tint::secondary);
+    }
+}
+
+void SettingsForm::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) dress();
+}
+
+}  // namespace tovri

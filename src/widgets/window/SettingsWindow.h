@@ -1,0 +1,60 @@
+#pragma once
+
+#include <QWidget>
+
+#include "screens/settings/SettingsScreen.h"
+
+class QCheckBox;
+class QComboBox;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QStackedWidget;
+
+namespace tovri {
+
+class ElidedLabel;
+class StepperBox;
+
+// The settings: three tabs, each change in effect at once.
+class SettingsWindow final : public QWidget {
+    Q_OBJECT
+
+public:
+    // `screen` outlives the window.
+    explicit SettingsWindow(SettingsScreen& screen);
+
+    void bringForward();
+
+protected:
+    void hideEvent(QHideEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    QWidget* makeGeneral();
+    QWidget* makeFolderChoice();
+    QWidget* makeAccount();
+    QWidget* makeClientID();
+    QWidget* makeDesktop();
+    void chooseFolder();
+    void update();
+    void updateAccount();
+
+    SettingsScreen& screen_;
+    ElidedLabel* folder_ = nullptr;
+    QCheckBox* deletes_ = nullptr;
+    StepperBox* concurrency_ = nullptr;
+    QComboBox* conflict_ = nullptr;
+    QLabel* explanation_ = nullptr;
+    StepperBox* interval_ = nullptr;
+    QStackedWidget* clientID_ = nullptr;
+    QLabel* clientIDText_ = nullptr;
+    QLineEdit* clientIDField_ = nullptr;
+    QLabel* status_ = nullptr;
+    QPushButton* signOut_ = nullptr;
+    QCheckBox* keepsAwake_ = nullptr;
+    QCheckBox* notifies_ = nullptr;
+    Subscription following_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,35 @@
+#include "widgets/window/StepperBox.h"
+
+#include <QLineEdit>
+
+#include "widgets/parts/Texts.h"
+#include "widgets/theme/Fonts.h"
+
+namespace tovri {
+
+StepperBox::StepperBox(std::function<void(std::int64_t)> set, QWidget* parent)
+    : QAbstractSpinBox(parent), set_(std::move(set)) {
+    lineEdit()->setReadOnly(true);
+    lineEdit()->setFocusPolicy(Qt::NoFocus);
+    lineEdit()->setFont(tabularFont(font()));
+    setAlignment(Qt::AlignTrailing);
+    setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("60 min")) + 56);
+}
+
+void StepperBox::show(const Stepper& stepper) {
+    shown_ = stepper;
+    lineEdit()->setText(textOf(stepper.value));
+    lineEdit()->deselect();
+    setAccessibleName(textOf(stepper.label));
+    update();
+}
+
+void StepperBox::stepBy(int steps) {
+    set_(shown_.number + steps);
+}
+
+QAbstractSpinBox::StepEnabled StepperBox::stepEnabled() const {
+    return (shown_.canStepUp() ? StepUpEnabled : StepNone) | (shown_.canStepDown() ? StepDownEnabled : StepNone);
+}
+
+}  // namespace tovri

@@ -1,0 +1,44 @@
+#include "widgets/window/TrayIcon.h"
+
+#include "screens/window/TrayMenu.h"
+#include "widgets/parts/Menus.h"
+#include "widgets/theme/Symbols.h"
+
+namespace tovri {
+
+TrayIcon::TrayIcon(DownloadManager& downloads)
+    : downloads_(downloads), icon_(applicationIcon()), following_(downloads.onChange([this](const QueueChange& change) {
+          if (change.kind != QueueChange::Kind::progress) updateText();
+      })) {
+    connect(&menu_, &QMenu::aboutToShow, this, &TrayIcon::fillMenu);
+    connect(&icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) emit showWanted();
+    });
+    fillMenu();
+    updateText();
+    icon_.setContextMenu(&menu_);
+    icon_.show();
+}
+
+void TrayIcon::fillMenu() {
+    menu_.clear();
+    addItems<TrayAction>(menu_, trayMenu(downloads_), [this](TrayAction action) {
+        switch (action) {
+            case TrayAction::show:
+                return emit showWanted();
+            case TrayAction::pauseAll:
+                return downloads_.pauseAll();
+            case TrayAction::resumeAll:
+                return downloads_.resumeAll();
+            case TrayAction::quit:
+                return emit quitWanted();
+        }
+    });
+}
+
+void TrayIcon::updateText() {
+    const QString text = textOf(trayText(downloads_));
+    if (icon_.toolTip() != text) icon_.setToolTip(text);
+}
+
+}  // namespace tovri

@@ -1,0 +1,127 @@
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+#include "widgets/parts/Breadcrumbs.h"
+#include "widgets/parts/Menus.h"
+#include "widgets/parts/PlaceholderView.h"
+#include "widgets/parts/Sheet.h"
+#include "widgets/parts/Toolbar.h"
+
+namespace tovri {
+namespace {
+
+template <class Button>
+Button* buttonNamed(const QWidget& parent, const QString& text) {
+    for (auto* button : parent.findChildren<Button*>())
+        if (button->text() == text && button->isVisible()) return button;
+    return nullptr;
+}
+
+TEST(BreadcrumbsTest, foldItsMiddleIntoAMenu) {
+    Breadcrumbs crumbs;
+    crumbs.resize(320, 36);
+    crumbs.show(QStringList{"Your Files", "Series", "A Long Name of a Show", "Season 1 & 2", "Extras"});
+    crumbs.show();
+    EXPECT_NE(buttonNamed<QToolButton>(crumbs, "Your Files"), nullptr);
+    EXPECT_EQ(buttonNamed<QToolButton>(crumbs, "Series"), nullptr);
+    EXPECT_NE(buttonNamed<QToolButton>(crumbs, "Extras"), nullptr);
+    QToolButton* fold = buttonNamed<QToolButton>(crumbs, "…");
+    ASSERT_NE(fold, nullptr);
+    QSignalSpy chosen(&crumbs, &Breadcrumbs::chosen);
+    fold->menu()->actions().at(0)->trigger();
+    EXPECT_EQ(chosen.at(0).at(0).toInt(), 1);
+    crumbs.resize(900, 36);
+    EXPECT_EQ(buttonNamed<QToolButton>(crumbs, "…"), nullptr);
+    EXPECT_NE(buttonNamed<QToolButton>(crumbs, "Season 1 && 2"), nullptr);
+}
+
+std::vector<ToolbarEntry> someEntries(bool canDownload) {
+    return {{.action = 1, .title = "Download", .symbol = "arrow.down.circle", .isEnabled = canDownload},
+            {.kind = ToolbarEntry::Kind::menu,
+             .title = "Sort",
+             .symbol = "arrow.up.arrow.down",
+             .choices = {{10, "Name", true}, {11, "Size", false}}},
+            {.kind = ToolbarEntry::Kind::progress, .title = "Uploading", .isVisible = false},
+            {.kind = ToolbarEntry::Kind::searchField, .title = "Filter files"}};
+}
+
+TEST(ToolbarTest, followsItsEntriesWithoutTakingTheFocusOrTheText) {
+    Toolbar toolbar;
+    toolbar.resize(900, 48);
+    toolbar.show(someEntries(false));
+    toolbar.show();
+    auto* search = toolbar.findChild<QLineEdit*>();
+    QSignalSpy searched(&toolbar, &Toolbar::searchChanged);
+    toolbar.activateWindow();
+    toolbar.focusSearch();
+    QTest::keyClicks(search, QStringLiteral("abc"));
+    EXPECT_EQ(searched.count(), 3);
+    QToolButton* download = buttonNamed<QToolButton>(toolbar, "Download");
+    ASSERT_NE(download, nullptr);
+    EXPECT_FALSE(download->isEnabled());
+    toolbar.show(someEntries(true));
+    EXPECT_EQ(search->text(), QStringLiteral("abc"));
+    EXPECT_EQ(buttonNamed<QToolButton>(toolbar, "Download"), download);
+    QSignalSpy triggered(&toolbar, &Toolbar::triggered);
+    download->click();
+    buttonNamed<QToolButton>(toolbar, "Sort")->menu()->actions().at(1)->trigger();
+    ASSERT_EQ(triggered.count(), 2);
+    EXPECT_EQ(triggered[0][0].toInt(), 1);
+    EXPECT_EQ(triggered[1][0].toInt(), 11);
+    EXPECT_EQ(download->toolButtonStyle(), Qt::ToolButtonTextBesideIcon);
+    toolbar.resize(700, 48);
+    EXPECT_EQ(download->toolButtonStyle(), Qt::ToolButtonIconOnly);
+}
+
+TEST(SheetTest, escapeCancelsAndReturnDestroysNothing) {
+    QWidget window;
+    Sheet* sheet = makeConfirmation(&window, "Delete “a”?", "For good.", "Delete", "Cancel");
+    QSignalSpy cancelled(sheet, &Sheet::cancelled);
+    QSignalSpy confirmed(sheet, &Sheet::confirmed);
+    sheet->show();
+    QTest::keyClick(sheet, Qt::Key_Escape);
+    EXPECT_EQ(cancelled.count(), 1);
+    EXPECT_TRUE(sheet->isVisible());  // until the screen says so
+    QTest::keyClick(sheet, Qt::Key_Return);
+    EXPECT_EQ(cancelled.count(), 2);
+    EXPECT_EQ(confirmed.count(), 0);
+    buttonNamed<QPushButton>(*sheet, "Delete")->click();
+    EXPECT_EQ(confirmed.count(), 1);
+}
+
+TEST(MenusTest, showTheScreensLines) {
+    enum class Action { open, erase };
+    QMenu menu;
+    std::vector<Action> performed;
+    const std::vector<MenuItem<Action>> items = {{.action = Action::open, .title = "Download & Delete"},
+                                                 MenuItem<Action>::separator(),
+                                                 {.action = Action::erase, .title = "Erase", .isEnabled = false}};
+    addItems<Action>(menu, items, [&](Action action) { performed.push_back(action); });
+    ASSERT_EQ(menu.actions().size(), 3);
+    EXPECT_EQ(menu.actions()[0]->text(), QStringLiteral("Download && Delete"));
+    EXPECT_TRUE(menu.actions()[1]->isSeparator());
+    EXPECT_FALSE(menu.actions()[2]->isEnabled());
+    menu.actions()[0]->trigger();
+    EXPECT_EQ(performed, std::vector{Action::open});
+}
+
+TEST(PlaceholderTest, offersTheButtonThatHelps) {
+    PlaceholderView view;
+    view.show(errorPlaceholder("No connection."));
+    view.show();
+    QSignalSpy pressed(&view, &PlaceholderView::buttonPressed);
+    ASSERT_NE(buttonNamed<QPushButton>(view, "Retry"), nullptr);
+    buttonNamed<QPushButton>(view, "Retry")->click();
+    EXPECT_EQ(pressed.count(), 1);
+    view.show(progressPlaceholder("Loading files..."));
+    EXPECT_EQ(buttonNamed<QPushButton>(view, "Retry"), nullptr);
+}
+
+}  // namespace
+}  // namespace tovri

@@ -1,0 +1,167 @@
+#include <QAccessible>
+#include <QElapsedTimer>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include "tests/widgets/ListedRows.h"
+#include "widgets/rows/RowListView.h"
+
+namespace tovri {
+namespace {
+
+using Kind = ScreenChange::Kind;
+
+ListedRows::Row busyRow(std::uint64_t number) {
+    ListedRows::Row row = plainRow(number);
+    row.content.shape = RowShape::progress;
+    row.content.progress = RowProgress{0.4};
+    row.content.caption = {{QStringLiteral("400 MB / 1 GB")}, {QStringLiteral("2 MB/s")}};
+    row.content.buttons = {{1, "pause.fill", QStringLiteral("Pause")}, {2, "xmark", QStringLiteral("Cancel")}};
+    return row;
+}
+
+struct RowListViewTest : testing::Test {
+    RowListViewTest() {
+        source.rows.push_back(headerRow(1000, QStringLiteral("Active")));
+        for (std::uint64_t i = 1; i <= 3; ++i) source.rows.push_back(busyRow(i));
+        source.rows.push_back(headerRow(1001, QStringLiteral("Finished")));
+        for (std::uint64_t i = 4; i <= 60; ++i) source.rows.push_back(plainRow(i));
+        model.follow({Kind::reset});
+        view.setModel(&model);
+        view.resize(500, 400);
+        view.show();
+        view.activateWindow();
+        view.setFocus(Qt::TabFocusReason);
+        QTest::qWait(1);
+    }
+
+    ~RowListViewTest() override { view.setModel(nullptr); }
+
+    [[nodiscard]] int topOf(int row) const { return view.visualRect(model.index(row)).top(); }
+
+    ListedRows source;
+    RowModel model{source};
+    RowListView view;
+};
+
+TEST_F(RowListViewTest, staysWhereItIsWhenRowsAboveComeAndGo) {
+    view.verticalScrollBar()->setValue(900);
+    QTest::qWait(1);
+    const QPersistentModelIndex seen = view.indexAt({100, 200});
+    const int before = view.visualRect(seen).top();
+    source.rows.insert(source.rows.begin() + 5, 4, plainRow(200));
+    for (std::size_t i = 0; i < 4; ++i) source.rows[5 + i].number = 200 + i;
+    model.follow({Kind::inserted, 5, 4});
+    QTest::qWait(1);
+    EXPECT_EQ(view.visualRect(seen).top(), before);
+    source.rows.erase(source.rows.begin() + 1);
+    model.follow({Kind::removed, 1, 1});
+    QTest::qWait(1);
+    EXPECT_EQ(view.visualRect(seen).top(), before);
+}
+
+TEST_F(RowListViewTest, isNotTakenAlongByOneRowThatMoves) {
+    view.verticalScrollBar()->setValue(measures::headerHeight + measures::progressRowHeight);
+    QTest::qWait(1);
+    const QPersistentModelIndex first = view.indexAt({100, 40});
+    const QPersistentModelIndex other = view.indexAt({100, 300});
+    const int before = view.visualRect(other).top();
+    const auto from = static_cast<std::size_t>(first.row());
+    ListedRows::Row row = source.rows[from];
+    source.rows.erase(source.rows.begin() + first.row());
+    source.rows.push_back(row);
+    model.follow({.kind = Kind::moved, .first = from, .count = 1, .to = source.rows.size() - 1});
+    QTest::qWait(1);
+    EXPECT_EQ(view.visualRect(other).top(), before);
+}
+
+TEST_F(RowListViewTest, keysSkipHeadersAndReachTheButtons) {
+    view.setCurrentIndex(model.index(3));
+    QTest::keyClick(&view, Qt::Key_Down);
+    EXPECT_EQ(view.currentIndex().row(), 5);
+    QTest::keyClick(&view, Qt::Key_Up);
+    EXPECT_EQ(view.currentIndex().row(), 3);
+    QSignalSpy pressed(&view, &RowListView::buttonPressed);
+    QTest::keyClick(&view, Qt::Key_Tab);
+    QTest::keyClick(&view, Qt::Key_Right);
+    QTest::keyClick(&view, Qt::Key_Space);
+    ASSERT_EQ(pressed.count(), 1);
+    EXPECT_EQ(pressed[0][1].toInt(), 2);
+    QTest::keyClick(&view, Qt::Key_Home);
+    EXPECT_EQ(view.currentIndex().row(), 1);
+    QTest::keyClick(&view, Qt::Key_End);
+    EXPECT_EQ(view.currentIndex().row(), 61);
+    QTest::keyClick(&view, Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(view.selectedRows().size(), 60U);  // without the headers
+    QTest::keyClicks(&view, QStringLiteral("row 12"));
+    EXPECT_EQ(model.keyAt(view.currentIndex().row()).low, 12U);
+}
+
+TEST_F(RowListViewTest, aPressedButtonLeavesTheSelectionAlone) {
+    for (const Qt::LayoutDirection direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        view.setLayoutDirection(direction);
+        view.setCurrentIndex(model.index(2));
+        QSignalSpy pressed(&view, &RowListView::buttonPressed);
+        const QRect cancel = view.buttonRect(1, 1);
+        EXPECT_EQ(cancel.center().x() > 250, direction == Qt::LeftToRight);
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, cancel.center());
+        ASSERT_EQ(pressed.count(), 1);
+        EXPECT_EQ(pressed[0][1].toInt(), 2);
+        EXPECT_EQ(view.selectedRows(), std::vector<int>{2});
+        QTest::mousePress(view.viewport(), Qt::LeftButton, {}, cancel.center());
+        QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, cancel.center() + QPoint(0, 100));
+        EXPECT_EQ(pressed.count(), 1);
+    }
+}
+
+TEST_F(RowListViewTest, readsOnlyWhatIsInSightAndDrawsOnlyWhatChanged) {
+    source.rows.clear();
+    for (std::uint64_t i = 0; i < 100'000; ++i) source.rows.push_back(plainRow(i + 1));
+    model.follow({Kind::reset});
+    source.contentsRead = 0;
+    static_cast<void>(view.grab());
+    EXPECT_LT(source.contentsRead, 40);
+    QTest::qWait(1);
+    source.contentsRead = 0;
+    model.follow({Kind::changed, 3, 1});
+    QTest::qWait(1);
+    EXPECT_LE(source.contentsRead, 3);
+    source.contentsRead = 0;
+    model.follow({Kind::changed, 50'000, 1});
+    QTest::qWait(1);
+    EXPECT_EQ(source.contentsRead, 0);
+    view.scrollTo(model.index(99'999));
+    EXPECT_LE(view.visualRect(model.index(99'999)).bottom(), view.viewport()->height());
+}
+
+TEST_F(RowListViewTest, isReadByAScreenReader) {
+    QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&view);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->role(), QAccessible::List);
+    EXPECT_EQ(list->childCount(), 62);
+    EXPECT_EQ(list->child(0)->role(), QAccessible::Heading);
+    view.setCurrentIndex(model.index(2));
+    QAccessibleInterface* row = list->child(2);
+    EXPECT_EQ(row->text(QAccessible::Name), QStringLiteral("Row 2"));
+    EXPECT_EQ(row->text(QAccessible::Description), QStringLiteral("400 MB / 1 GB · 2 MB/s"));
+    EXPECT_TRUE(row->state().selected);
+    EXPECT_EQ(list->indexOfChild(row), 2);
+    EXPECT_EQ(list->childAt(row->rect().center().x(), row->rect().center().y()), row);
+    ASSERT_EQ(row->childCount(), 2);
+    QAccessibleInterface* button = row->child(1);
+    EXPECT_EQ(button->text(QAccessible::Name), QStringLiteral("Cancel"));
+    EXPECT_EQ(button->parent(), row);
+    QSignalSpy pressed(&view, &RowListView::buttonPressed);
+    button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(pressed.count(), 1);
+    source.rows.erase(source.rows.begin() + 2);
+    model.follow({Kind::removed, 2, 1});
+    EXPECT_FALSE(row->isValid());
+    EXPECT_EQ(list->child(2)->text(QAccessible::Name), QStringLiteral("Row 3"));
+}
+
+}  // namespace
+}  // namespace tovri
