@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string_view>
 #include <utility>
 
@@ -9,8 +10,11 @@
 
 namespace tovri {
 
+// What becomes of the program when its window is closed and nothing else shows that it runs.
+enum class ClosedWindow { runsOn, quits };
+
 // What the desktop application does around the downloads; the terminal program has none of it. Read once, at
-// construction; every assignment is written through at once. Both are on until the user turns them off.
+// construction; every assignment is written through at once. The switches are on until the user turns them off.
 class DesktopPreferences {
 public:
     // `defaults` outlives the preferences.
@@ -22,8 +26,12 @@ public:
     // Whether the user is told, once, that the queue has drained or that something failed.
     [[nodiscard]] bool notifies() const { return notifies_; }
 
+    // None until the user was asked.
+    [[nodiscard]] std::optional<ClosedWindow> closedWindow() const { return closedWindow_; }
+
     void setKeepsAwake(bool keeps);
     void setNotifies(bool notifies);
+    void setClosedWindow(ClosedWindow what);
 
     // Told after the value was stored, only when it differs.
     Subscription onChange(std::function<void()> tell) { return changes_.subscribe(std::move(tell)); }
@@ -34,6 +42,7 @@ private:
     UserDefaults& defaults_;
     bool keepsAwake_ = true;
     bool notifies_ = true;
+    std::optional<ClosedWindow> closedWindow_;
     Signal<> changes_;
 };
 

@@ -1,0 +1,30 @@
+#include "screens/window/TrayMenu.h"
+
+namespace tovri {
+
+using Status = DownloadStatus;
+
+std::vector<MenuItem<TrayAction>> trayMenu(const DownloadManager& downloads) {
+    const DownloadList& list = downloads.downloads();
+    return {{TrayAction::show, "Show Tovri"},
+            MenuItem<TrayAction>::separator(),
+            {.action = TrayAction::pauseAll,
+             .title = "Pause All",
+             .symbol = "pause.fill",
+             .isEnabled = list.count({Status::queued, Status::downloading, Status::awaitingConflict}) > 0},
+            {.action = TrayAction::resumeAll,
+             .title = "Resume All",
+             .symbol = "play.fill",
+             .isEnabled = list.count(Status::paused) > 0},
+            MenuItem<TrayAction>::separator(),
+            {TrayAction::quit, "Quit"}};
+}
+
+std::string trayText(const DownloadManager& downloads) {
+    const std::size_t active =
+        downloads.downloads().count({Status::downloading, Status::awaitingConflict, Status::deleting});
+    if (active == 0) return "Tovri";
+    return "Tovri \xE2\x80\x93 " + std::to_string(active) + (active == 1 ? " download" : " downloads");
+}
+
+}  // namespace tovri

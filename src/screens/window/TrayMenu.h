@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "downloads/DownloadManager.h"
+#include "screens/MenuItem.h"
+
+namespace tovri {
+
+enum class TrayAction : std::uint8_t { show, pauseAll, resumeAll, quit };
+
+// The menu of the icon that stands for the program while it has no window.
+[[nodiscard]] std::vector<MenuItem<TrayAction>> trayMenu(const DownloadManager& downloads);
+
+// What the pointer finds there: "Tovri", "Tovri – 3 downloads".
+[[nodiscard]] std::string trayText(const DownloadManager& downloads);
+
+}  // namespace tovri
