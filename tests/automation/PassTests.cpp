@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "automation/SyncWorld.h"
+#include "downloads/SavedDate.h"
 
 namespace tovri::test {
 namespace {
@@ -76,7 +77,7 @@ TEST_F(Passes, respectTheInterval) {
     }
     rule = home.rule(rule.id);
     rule.pollIntervalMinutes = INT64_MAX;
-    rule.lastSyncDate = Timestamp::min();
+    rule.lastSyncDate = timestamp(-1e300);  // longer ago than the clock can count
     sync().updateRule(rule);
     const int before = home.listings[shows];
     home.pass(SyncUrgency::whenDue);
