@@ -3,6 +3,7 @@
 #include <QPushButton>
 
 #include "screens/window/ClosingQuestion.h"
+#include "widgets/downloads/DownloadsView.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/Texts.h"
@@ -36,6 +37,7 @@ Desktop::Desktop(Surroundings surroundings, std::function<void()> ended)
 }
 
 Section Desktop::makeSection(SidebarItem item) {
+    if (item == SidebarItem::downloads) return {new DownloadsView(downloads_)};
     auto* view = new PlaceholderView;
     view->show({Placeholder::Kind::message, symbol(item), std::string(title(item)), "", ""});
     return {view};

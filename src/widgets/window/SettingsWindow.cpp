@@ -3,7 +3,6 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHideEvent>
 #include <QLabel>
@@ -14,6 +13,7 @@
 #include <QStackedWidget>
 #include <QTabWidget>
 
+#include "widgets/parts/LocalFiles.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
@@ -195,13 +195,8 @@ void SettingsWindow::updateAccount() {
 }
 
 void SettingsWindow::chooseFolder() {
-    const FileChooser chooser = SettingsScreen::downloadFolderChooser();
-    QFileDialog dialog(this, textOf(SettingsScreen::folderLabel), QFile::decodeName(screen_.downloadFolder().c_str()));
-    dialog.setFileMode(QFileDialog::Directory);
-    dialog.setOption(QFileDialog::ShowDirsOnly);
-    dialog.setLabelText(QFileDialog::Accept, textOf(chooser.confirmLabel));
-    if (dialog.exec() == QDialog::Accepted && !dialog.selectedFiles().isEmpty())
-        screen_.setDownloadFolder(QFile::encodeName(dialog.selectedFiles().constFirst()).toStdString());
+    chooseLocalFiles(*this, SettingsScreen::downloadFolderChooser(),
+                     [this](const LocalPaths& chosen) { screen_.setDownloadFolder(chosen.front()); });
 }
 
 void SettingsWindow::hideEvent(QHideEvent* event) {

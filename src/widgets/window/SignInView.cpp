@@ -21,7 +21,7 @@
 namespace tovri {
 namespace {
 
-constexpr int symbolSize = 72;
+constexpr int symbolSize = 99;  // of which 72 are seen
 constexpr int blockWidth = 400;
 constexpr double taglineScale = 1.35;
 
@@ -56,8 +56,6 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
       symbol_(new QLabel),
       name_(new QLabel(SignInScreen::name)),
       tagline_(new QLabel(SignInScreen::tagline)),
-      setup_(makeSetup()),
-      waiting_(makeWaiting()),
       change_(new QPushButton(SignInScreen::changeClientIDLabel)),
       error_(new ErrorLine),
       following_(screen.onChange([this] { update(); })) {
@@ -71,6 +69,8 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     column->addStretch();
     addName(*column);
     column->addSpacing(measures::margin);
+    setup_ = makeSetup();
+    waiting_ = makeWaiting();
     column->addWidget(setup_, 0, Qt::AlignHCenter);
     column->addWidget(makeSignInButton(), 0, Qt::AlignHCenter);
     column->addWidget(waiting_, 0, Qt::AlignHCenter);

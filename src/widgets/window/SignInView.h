@@ -39,14 +39,14 @@ private:
     QLabel* symbol_;
     QLabel* name_;
     QLabel* tagline_;
-    QWidget* setup_;
+    QWidget* setup_ = nullptr;
     QLabel* headline_ = nullptr;
     QLabel* hint_ = nullptr;
     QLineEdit* clientID_ = nullptr;
     QPushButton* save_ = nullptr;
     QPushButton* signIn_ = nullptr;
     TurningSign* turning_ = nullptr;
-    QWidget* waiting_;
+    QWidget* waiting_ = nullptr;
     QLabel* addressPrompt_ = nullptr;
     QLineEdit* address_ = nullptr;
     ErrorLine* addressError_ = nullptr;
