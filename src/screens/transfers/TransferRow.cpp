@@ -143,6 +143,7 @@ TransferRow transferRow(const Transfer& transfer) {
             status.symbol,
             status.tint,
             transferDetail(transfer),
+            status.group == TransferGroup::failed ? Tint::failure : Tint::secondary,
             progress,
             transferAction(transfer)};
 }

@@ -29,6 +29,7 @@ struct TransferRow {
     std::string_view symbol = {};
     Tint symbolTint = Tint::secondary;
     std::string detail = {};
+    Tint detailTint = Tint::secondary;
     std::optional<double> progress = {};           // 0 to 1, of an active one
     std::optional<TransferRowAction> action = {};  // its one button, and all of its menu
 

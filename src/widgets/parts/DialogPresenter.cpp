@@ -2,25 +2,12 @@
 
 #include <QEvent>
 #include <QWidget>
-#include <utility>
 
 #include "screens/ActionDialogs.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/Texts.h"
 
 namespace tovri {
-namespace {
-
-// Not at once: the screen may take a dialog away while one of its buttons is being pressed.
-void takeAway(QPointer<Sheet>& sheet) {
-    if (sheet == nullptr) return;
-    Sheet* gone = std::exchange(sheet, nullptr);
-    gone->disconnect();
-    gone->hide();
-    gone->deleteLater();
-}
-
-}  // namespace
 
 DialogPresenter::DialogPresenter(ActionDialogs& dialogs, QWidget& view)
     : QObject(&view), dialogs_(dialogs), view_(view), following_(dialogs.onChange([this] { follow(); })) {
@@ -29,8 +16,8 @@ DialogPresenter::DialogPresenter(ActionDialogs& dialogs, QWidget& view)
 }
 
 DialogPresenter::~DialogPresenter() {
-    takeAway(confirmation_);
-    takeAway(alert_);
+    dismiss(confirmation_);
+    dismiss(alert_);
 }
 
 bool DialogPresenter::eventFilter(QObject* watched, QEvent* event) {
@@ -46,8 +33,8 @@ void DialogPresenter::follow() {
 void DialogPresenter::present(bool isOnView) {
     const auto& action = dialogs_.pendingAction();
     const auto& failure = dialogs_.failure();
-    if (!isOnView || !action || action->id != confirmed_) takeAway(confirmation_);
-    if (!isOnView || !failure || failure->message != alertMessage_) takeAway(alert_);
+    if (!isOnView || !action || action->id != confirmed_) dismiss(confirmation_);
+    if (!isOnView || !failure || failure->message != alertMessage_) dismiss(alert_);
     if (!isOnView) return;
     if (action && confirmation_ == nullptr) presentConfirmation();
     if (failure && alert_ == nullptr) presentAlert();

@@ -16,4 +16,7 @@ void addField(QFormLayout& form, const QString& title, QWidget* field);
 // The bold line above a group of fields.
 void addSection(QFormLayout& form, const QString& title);
 
+// A small pale sentence below the field before it.
+void addNote(QFormLayout& form, const QString& text);
+
 }  // namespace tovri

@@ -6,8 +6,10 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "widgets/parts/Texts.h"
+#include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
@@ -31,6 +33,7 @@ Sheet::Sheet(const QString& title, QWidget* parent)
       title_(makeText()),
       sentence_(makeText()),
       body_(new QVBoxLayout),
+      turning_(new TurningSign),
       buttons_(new QDialogButtonBox) {
     setWindowModality(Qt::WindowModal);
     setWindowTitle(title);
@@ -47,7 +50,17 @@ Sheet::Sheet(const QString& title, QWidget* parent)
     column->addWidget(sentence_);
     column->addLayout(body_, 1);
     column->addSpacing(measures::spacing);
-    column->addWidget(buttons_);
+    auto* ending = new QHBoxLayout;
+    ending->setSpacing(measures::spacing);
+    ending->addStretch();
+    ending->addWidget(turning_);
+    ending->addWidget(buttons_);
+    column->addLayout(ending);
+    turning_->hide();
+}
+
+void Sheet::setBusy(bool isBusy) {
+    turning_->setVisible(isBusy);
 }
 
 void Sheet::setSentence(const QString& text) {
@@ -75,6 +88,14 @@ QPushButton* Sheet::addConfirmButton(const QString& title, Emphasis emphasis) {
 
 void Sheet::reject() {
     emit cancelled();
+}
+
+void dismiss(QPointer<Sheet>& sheet) {
+    if (sheet == nullptr) return;
+    Sheet* gone = std::exchange(sheet, nullptr);
+    gone->disconnect();
+    gone->hide();
+    gone->deleteLater();
 }
 
 ErrorLine::ErrorLine(QWidget* parent) : QWidget(parent), symbol_(new QLabel), text_(makeText()) {

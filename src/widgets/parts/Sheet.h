@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
 
 #include "widgets/theme/Style.h"
 
@@ -10,6 +11,8 @@ class QPushButton;
 class QVBoxLayout;
 
 namespace tovri {
+
+class TurningSign;
 
 // A dialog that belongs to its window: a title, what the derived sheet adds, and buttons at the lower end in the
 // platform's order. Escape is the cancel button. It does not close by itself when the confirm button is pressed:
@@ -27,6 +30,9 @@ public:
 
     void setSentence(const QString& text);
 
+    // Shows beside the buttons that what was confirmed is under way.
+    void setBusy(bool isBusy);
+
 signals:
     void confirmed();
     void cancelled();  // the button, Escape, or the window's own close button
@@ -38,8 +44,12 @@ private:
     QLabel* title_;
     QLabel* sentence_;
     QVBoxLayout* body_;
+    TurningSign* turning_;
     QDialogButtonBox* buttons_;
 };
+
+// Takes a sheet away, if there is one. Not destroyed at once: one of its buttons may be being pressed.
+void dismiss(QPointer<Sheet>& sheet);
 
 // What is wrong with the field above it, behind a symbol; takes no room while there is nothing.
 class ErrorLine final : public QWidget {

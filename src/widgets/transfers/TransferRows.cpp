@@ -1,0 +1,38 @@
+#include "widgets/transfers/TransferRows.h"
+
+#include "widgets/parts/Texts.h"
+
+namespace tovri {
+
+// The same transfer in another section is another row, as it is for the screen.
+RowKey TransferRows::keyAt(std::size_t row) const {
+    const TransferRow& transfer = screen_.rows()[row];
+    const auto group = static_cast<std::uint64_t>(transfer.group);
+    if (transfer.isHeader()) return {0, group};
+    return {group + 1, static_cast<std::uint64_t>(*transfer.id)};
+}
+
+RowShape TransferRows::shapeAt(std::size_t row) const {
+    const TransferRow& transfer = screen_.rows()[row];
+    if (transfer.isHeader()) return RowShape::header;
+    return transfer.progress ? RowShape::progress : RowShape::plain;
+}
+
+QString TransferRows::titleAt(std::size_t row) const {
+    return textOf(screen_.rows()[row].title);
+}
+
+RowContent TransferRows::contentAt(std::size_t row) const {
+    const TransferRow& transfer = screen_.rows()[row];
+    RowContent content{.shape = shapeAt(row), .title = titleAt(row)};
+    if (transfer.isHeader()) return content;
+    content.symbol = transfer.symbol;
+    content.symbolTint = transfer.symbolTint;
+    content.caption = {{textOf(transfer.detail), transfer.detailTint}};
+    if (transfer.progress) content.progress = RowProgress{transfer.progress};
+    if (const auto button = transferButton(transfer))
+        content.buttons = {{static_cast<int>(button->action), button->symbol, textOf(button->help)}};
+    return content;
+}
+
+}  // namespace tovri
