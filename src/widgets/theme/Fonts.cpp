@@ -12,8 +12,8 @@ QFont scaled(QFont base, double factor) {
 
 }  // namespace
 
-QFont captionFont(QFont base) {
-    return scaled(std::move(base), 0.85);
+QFont captionFont(const QFont& base) {
+    return scaled(base, 0.85);
 }
 
 QFont titleFont(QFont base) {
@@ -26,12 +26,12 @@ QFont semiboldFont(QFont base) {
     return base;
 }
 
-QFont sectionHeaderFont(QFont base) {
-    return semiboldFont(captionFont(std::move(base)));
+QFont sectionHeaderFont(const QFont& base) {
+    return semiboldFont(captionFont(base));
 }
 
-QFont placeholderTitleFont(QFont base) {
-    return semiboldFont(scaled(std::move(base), 1.4));
+QFont placeholderTitleFont(const QFont& base) {
+    return semiboldFont(scaled(base, 1.4));
 }
 
 QFont signInNameFont(QFont base) {

@@ -5,11 +5,11 @@
 namespace tovri {
 
 // All derive from `base`, the font of the widget that they are for.
-[[nodiscard]] QFont captionFont(QFont base);
+[[nodiscard]] QFont captionFont(const QFont& base);
 [[nodiscard]] QFont titleFont(QFont base);     // of rows
 [[nodiscard]] QFont semiboldFont(QFont base);  // what is emphasised
-[[nodiscard]] QFont sectionHeaderFont(QFont base);
-[[nodiscard]] QFont placeholderTitleFont(QFont base);
+[[nodiscard]] QFont sectionHeaderFont(const QFont& base);
+[[nodiscard]] QFont placeholderTitleFont(const QFont& base);
 [[nodiscard]] QFont signInNameFont(QFont base);
 
 // Digits of one width, for numbers that change. Where Qt cannot ask a font for them (before 6.7) they are as the font

@@ -22,7 +22,7 @@ struct Symbol {
     std::string_view name;
     Source source;
     const char* file;         // an icon of the Breeze theme, or a file of resources/icons/symbols
-    bool isDirected = false;  // turned around where one reads from the right
+    bool isDirected = false;  // turned around where one reads from the right; signs of players are not
 };
 
 // Sorted by name.
@@ -53,7 +53,7 @@ constexpr std::array symbols = {
     Symbol{"film", Source::drawn, "film"},
     Symbol{"folder", Source::drawn, "folder"},
     Symbol{"folder.fill", Source::drawn, "folder-fill"},
-    Symbol{"forward.circle.fill", Source::drawn, "forward-circle-fill", true},
+    Symbol{"forward.circle.fill", Source::drawn, "forward-circle-fill"},
     Symbol{"gear", Source::drawn, "gear"},
     Symbol{"gearshape.2", Source::drawn, "gearshape-2"},
     Symbol{"magnifyingglass", Source::breeze, "edit-find"},
@@ -63,7 +63,7 @@ constexpr std::array symbols = {
     Symbol{"pause.fill", Source::drawn, "pause-fill"},
     Symbol{"person.circle", Source::breeze, "user-identity"},
     Symbol{"photo", Source::drawn, "photo"},
-    Symbol{"play.fill", Source::drawn, "play-fill", true},
+    Symbol{"play.fill", Source::drawn, "play-fill"},
     Symbol{"plus", Source::breeze, "list-add"},
     Symbol{"questionmark.circle", Source::drawn, "questionmark-circle"},
     Symbol{"sidebar.left", Source::drawn, "sidebar-left", true},
