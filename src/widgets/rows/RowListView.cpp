@@ -262,7 +262,7 @@ RowLook RowListView::lookOf(int row) const {
     look.isAlternate = alternatingRowColors() && (row - geometry().headerOf(row)) % 2 == 0;
     look.isViewFocused = hasFocus();
     look.hasRing = isCurrent && isKeyboardUsed_ && hasFocus() && focusedButton_ == RowLook::noButton;
-    look.isDropTarget = state() == DraggingState && hovered_.row == row && showDropIndicator();
+    look.isDropTarget = dropRow_ == row;
     if (hovered_.row == row) look.hoveredButton = hovered_.button;
     if (pressed_.row == row && pressed_ == hovered_) look.pressedButton = pressed_.button;
     if (isCurrent && isKeyboardUsed_ && hasFocus()) look.focusedButton = focusedButton_;
@@ -328,6 +328,13 @@ void RowListView::timerEvent(QTimerEvent* event) {
     if (isSeen && isVisible()) return;
     animatedRows_.clear();
     animation_.stop();
+}
+
+void RowListView::setDropRow(int row) {
+    if (row == dropRow_) return;
+    updateRow(dropRow_);
+    dropRow_ = row;
+    updateRow(dropRow_);
 }
 
 void RowListView::updateRow(int row) {

@@ -50,6 +50,9 @@ protected:
 
     [[nodiscard]] bool isIndexHidden(const QModelIndex&) const override { return false; }
 
+    // The row that a drag would be dropped on; -1 for none.
+    void setDropRow(int row);
+
     [[nodiscard]] QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
     void setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) override;
     [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection& selection) const override;
@@ -109,6 +112,7 @@ private:
     std::vector<Anchor> anchors_;
     Spot hovered_;
     Spot pressed_;
+    int dropRow_ = -1;
     int focusedButton_ = RowLook::noButton;  // of the current row
     bool isKeyboardUsed_ = false;
     std::vector<int> animatedRows_;
