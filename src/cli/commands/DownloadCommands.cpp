@@ -120,6 +120,8 @@ Task<void> RetryCommand::prepare(std::stop_token /*stop*/) {
     if (items_.empty()) wanted = list.withStatus({Status::failed, Status::remoteDeleteFailed});
     for (const DownloadPointer& item : wanted)
         if (item) retry(item);
+    // Should the process die before the next save, what was placed till then would be fetched anew at the next retry.
+    running().downloads().saveNow();
     co_return;
 }
 
