@@ -4,9 +4,11 @@
 
 #include "screens/window/ClosingQuestion.h"
 #include "widgets/downloads/DownloadsView.h"
+#include "widgets/files/FileBrowserView.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/Texts.h"
+#include "widgets/transfers/TransfersView.h"
 
 namespace tovri {
 
@@ -37,7 +39,19 @@ Desktop::Desktop(Surroundings surroundings, std::function<void()> ended)
 }
 
 Section Desktop::makeSection(SidebarItem item) {
-    if (item == SidebarItem::downloads) return {new DownloadsView(downloads_)};
+    switch (item) {
+        case SidebarItem::files: {
+            auto* view = new FileBrowserView(files_);
+            return {view, [view] { view->refresh(); }, [view] { view->focusSearch(); }};
+        }
+        case SidebarItem::transfers:
+            return {new TransfersView(transfers_)};
+        case SidebarItem::downloads:
+            return {new DownloadsView(downloads_)};
+        case SidebarItem::sync:
+        case SidebarItem::rss:
+            break;
+    }
     auto* view = new PlaceholderView;
     view->show({Placeholder::Kind::message, symbol(item), std::string(title(item)), "", ""});
     return {view};

@@ -107,7 +107,7 @@ QWidget* SettingsWindow::makeFolderChoice() {
     folder_ = new ElidedLabel(Qt::ElideLeft);
     folder_->setAccessibleName(textOf(SettingsScreen::folderLabel));
     auto* choose = new QPushButton(textOf(SettingsScreen::chooseLabel));
-    choose->setAutoDefault(false);
+    choose->setAutoDefault(true);
     connect(choose, &QPushButton::clicked, this, &SettingsWindow::chooseFolder);
     QWidget* line = makeLine({folder_, choose});
     line->setFocusProxy(choose);
@@ -122,7 +122,7 @@ QWidget* SettingsWindow::makeAccount() {
     form->addRow(textOf(SettingsScreen::statusLabel), status_);
     form->addSection({});
     signOut_ = new QPushButton(titleOf(SettingsScreen::signOutLabel));
-    signOut_->setAutoDefault(false);
+    signOut_->setAutoDefault(true);
     setEmphasis(*signOut_, Emphasis::destructive);
     connect(signOut_, &QPushButton::clicked, this, [this] { screen_.signOut(); });
     form->addLine(signOut_);
@@ -135,7 +135,7 @@ QWidget* SettingsWindow::makeClientID() {
     clientIDText_->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
     auto* change = new QPushButton(textOf(SettingsScreen::changeLabel));
     change->setFlat(true);
-    change->setAutoDefault(false);
+    change->setAutoDefault(true);
     connect(change, &QPushButton::clicked, this, [this] {
         screen_.editClientID();
         clientIDField_->setFocus();
@@ -149,7 +149,7 @@ QWidget* SettingsWindow::makeClientID() {
             [this](const QString& text) { screen_.setClientIDText(text.toStdString()); });
     connect(clientIDField_, &QLineEdit::returnPressed, this, [this] { screen_.saveClientID(); });
     auto* save = new QPushButton(textOf(SettingsScreen::saveLabel));
-    save->setAutoDefault(false);
+    save->setAutoDefault(true);
     connect(save, &QPushButton::clicked, this, [this] { screen_.saveClientID(); });
     clientID_->addWidget(makeLine({clientIDText_, change}));
     clientID_->addWidget(makeLine({clientIDField_, save}));

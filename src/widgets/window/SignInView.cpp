@@ -78,12 +78,12 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     column->addWidget(error_, 0, Qt::AlignHCenter);
     column->addStretch();
     change_->setFlat(true);
-    change_->setAutoDefault(false);
     connect(change_, &QPushButton::clicked, this, [this] {
         screen_.changeClientID();
         clientID_->setFocus();
         clientID_->selectAll();
     });
+    for (auto* button : page->findChildren<QPushButton*>()) button->setAutoDefault(true);  // Return presses it
     setWidget(page);
     viewport()->setBackgroundRole(QPalette::Base);
     page->setBackgroundRole(QPalette::Base);
@@ -103,6 +103,7 @@ QWidget* SignInView::makeSetup() {
     hint_ = new QLabel;
     hint_->setWordWrap(true);
     hint_->setTextFormat(Qt::RichText);
+    hint_->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     connect(hint_, &QLabel::linkActivated, this, [this] { screen_.openApplicationPage(); });
     auto* line = new QHBoxLayout;
     line->setSpacing(measures::spacing);

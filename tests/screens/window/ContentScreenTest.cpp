@@ -4,7 +4,9 @@
 
 #include "downloads/World.h"
 #include "screens/files/FileBrowserFixture.h"
+#include "screens/window/ClosingQuestion.h"
 #include "screens/window/ContentScreen.h"
+#include "screens/window/TrayMenu.h"
 
 namespace tovri::test {
 namespace {
@@ -121,6 +123,34 @@ TEST_F(Window, answersAllConflictsAtOnceIfAskedTo) {
     EXPECT_EQ(sheet(), "");
     EXPECT_EQ(World::outcome(first) + " " + World::outcome(second), "completed completed");
     EXPECT_EQ(world.tree(), "first=old first (1)=new second=old second (1)=new");
+}
+
+TEST_F(Window, theTrayOffersWhatTheQueueCanDo) {
+    const auto enabled = [this] {
+        std::string titles;
+        for (const MenuItem<TrayAction>& item : trayMenu(world.manager()))
+            if (!item.isSeparator() && item.isEnabled) titles += item.title + ". ";
+        return titles;
+    };
+    EXPECT_EQ(enabled(), "Show Tovri. Quit. ");
+    EXPECT_EQ(trayText(world.manager()), "Tovri");
+    const DownloadPointer item = world.enqueue(world.addFile("slow", std::string(1000, '.')));
+    world.link(item->fileID).rate = 100;
+    world.loop.advance(5s);
+    EXPECT_EQ(enabled(), "Show Tovri. Pause All. Quit. ");
+    EXPECT_EQ(trayText(world.manager()), "Tovri \xE2\x80\x93 1 download");
+    world.manager().pauseAll();
+    EXPECT_EQ(enabled(), "Show Tovri. Resume All. Quit. ");
+}
+
+TEST(ClosingStep, asksOnlyWhereNothingLeadsBackAndNothingWasAnswered) {
+    test::MemoryUserDefaults defaults;
+    EXPECT_EQ(closingStep(true, ClosedWindow::quits), ClosingStep::hide);
+    EXPECT_EQ(closingStep(false, DesktopPreferences(defaults).closedWindow()), ClosingStep::ask);
+    DesktopPreferences(defaults).setClosedWindow(ClosedWindow::runsOn);
+    EXPECT_EQ(closingStep(false, DesktopPreferences(defaults).closedWindow()), ClosingStep::hide);
+    DesktopPreferences(defaults).setClosedWindow(ClosedWindow::quits);
+    EXPECT_EQ(closingStep(false, DesktopPreferences(defaults).closedWindow()), ClosingStep::quit);
 }
 
 }  // namespace

@@ -1,0 +1,79 @@
+#include <QTabWidget>
+
+#include "tests/widgets/window/DesktopFixture.h"
+#include "widgets/theme/Palettes.h"
+#include "widgets/window/ConflictDialog.h"
+
+namespace tovri::test {
+namespace {
+
+// Pictures of the windows, for people to look at: into the folder that TOVRI_PICTURES names. The scale is that of
+// QT_SCALE_FACTOR.
+class WindowPictures : public DesktopFixture, public testing::WithParamInterface<bool> {
+protected:
+    void SetUp() override {
+        folder_ = qEnvironmentVariable("TOVRI_PICTURES");
+        if (folder_.isEmpty()) GTEST_SKIP() << "TOVRI_PICTURES names no folder";
+        QApplication::setPalette(GetParam() ? darkPalette() : lightPalette());
+    }
+
+    void TearDown() override { QApplication::setPalette(lightPalette()); }
+
+    void take(QWidget& widget, const QString& name) {
+        settle();
+        QTest::qWait(20);
+        EXPECT_TRUE(widget.grab().save(QString("%1/%2-%3.png").arg(folder_, name, GetParam() ? "dark" : "light")));
+    }
+
+private:
+    QString folder_;
+};
+
+INSTANTIATE_TEST_SUITE_P(lightAndDark, WindowPictures, testing::Bool());
+
+TEST_P(WindowPictures, signingIn) {
+    start();
+    take(window(), "sign-in-first");
+    type(*field<QLineEdit>(window(), "Client ID"), "4711");
+    press(window(), "Save");
+    take(window(), "sign-in");
+    press(window(), "Sign in with put.io");
+    press(window(), "Continue");
+    window().resize(MainWindow::smallest);
+    take(window(), "sign-in-waiting");
+    press(window(), "Cancel");
+    press(window(), "Change Client ID");
+    take(window(), "sign-in-cancelled");
+}
+
+TEST_P(WindowPictures, sectionsAndSheets) {
+    startSignedIn();
+    for (const std::int64_t id : {1, 2, 3}) {
+        files.put("/home/user/Downloads/A film with a rather long name (1922).mkv", "old");
+        (void)download(id, "A film with a rather long name (1922).mkv", std::string(1000, '.'));
+    }
+    app->fileBrowserState().uploadFiles({"/home/user/a", "/home/user/b"}, 0);
+    settle(std::chrono::milliseconds(10));
+    take(window(), "files-uploading");
+    settle(std::chrono::seconds(5));
+    key(Qt::Key_3, Qt::ControlModifier);
+    take(window(), "downloads");
+    take(*window().findChild<ConflictDialog*>(), "conflict");
+}
+
+TEST_P(WindowPictures, settings) {
+    startSignedIn();
+    app->authManager().saveClientID("abcdefghij");
+    SettingsWindow& settings = desktop->settings();
+    settings.bringForward();
+    for (int tab = 0; tab < 3; ++tab) {
+        settings.findChild<QTabWidget*>()->setCurrentIndex(tab);
+        take(settings, QString("settings-%1").arg(tab));
+    }
+    settings.findChild<QTabWidget*>()->setCurrentIndex(1);
+    press(settings, "Change");
+    take(settings, "settings-client-id");
+}
+
+}  // namespace
+}  // namespace tovri::test

@@ -1,0 +1,85 @@
+#include <QAbstractSpinBox>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QTabWidget>
+
+#include "tests/widgets/window/DesktopFixture.h"
+
+namespace tovri::test {
+namespace {
+
+class SettingsOnScreen : public DesktopFixture {
+public:
+    SettingsOnScreen() {
+        startSignedIn();
+        desktop->settings().bringForward();
+        settle();
+    }
+
+    SettingsWindow& settings() { return desktop->settings(); }
+
+    void turnTo(int tab) { settings().findChild<QTabWidget*>()->setCurrentIndex(tab); }
+
+    // How often it goes in a direction before it stops, and what it says there.
+    static std::string stepToEnd(QAbstractSpinBox& box, Qt::Key arrow) {
+        for (int i = 0; i < 70; ++i) QTest::keyClick(&box, arrow);
+        return box.text().toStdString();
+    }
+};
+
+TEST_F(SettingsOnScreen, takeEffectAtOnce) {
+    auto* deletes = button(settings(), "Delete files from put.io after download");
+    ASSERT_TRUE(deletes);
+    QTest::keyClick(deletes, Qt::Key_Space);
+    EXPECT_EQ(defaults.boolean("deleteAfterDownload"), true);
+
+    auto* limit = field<QAbstractSpinBox>(settings(), "Max concurrent downloads");
+    ASSERT_TRUE(limit);
+    EXPECT_EQ(limit->text(), "3");
+    EXPECT_EQ(stepToEnd(*limit, Qt::Key_Up), "10");
+    EXPECT_EQ(stepToEnd(*limit, Qt::Key_Down), "1");
+    EXPECT_EQ(defaults.integer("maxConcurrentDownloads"), 1);
+    auto* interval = field<QAbstractSpinBox>(settings(), "Default poll interval");
+    ASSERT_TRUE(interval);
+    EXPECT_EQ(interval->text(), "5 min");
+    EXPECT_EQ(stepToEnd(*interval, Qt::Key_Up), "60 min");
+    EXPECT_EQ(stepToEnd(*interval, Qt::Key_Down), "1 min");
+
+    auto* conflicts = field<QComboBox>(settings(), "When a file already exists");
+    ASSERT_TRUE(conflicts);
+    EXPECT_TRUE(shows(settings(), "Show a dialog for each conflict."));
+    QTest::keyClick(conflicts, Qt::Key_End);
+    EXPECT_EQ(conflicts->currentText(), "Skip");
+    EXPECT_EQ(defaults.string("conflictBehavior"), "skip");
+    EXPECT_TRUE(shows(settings(), "Discard the download and keep the existing file."));
+
+    turnTo(2);
+    QTest::keyClick(button(settings(), "Keep the computer awake while files are transferred"), Qt::Key_Space);
+    EXPECT_EQ(defaults.boolean("keepAwakeWhileTransferring"), false);
+    QTest::keyClick(button(settings(), "Notify when all downloads are done or one has failed"), Qt::Key_Space);
+    EXPECT_EQ(defaults.boolean("notifyWhenFinished"), false);
+}
+
+TEST_F(SettingsOnScreen, editTheClientID) {
+    turnTo(1);
+    EXPECT_TRUE(shows(settings(), "Not set"));
+    app->authManager().saveClientID("abcdefghij");
+    EXPECT_TRUE(shows(settings(), "abcd...ij"));
+    press(settings(), "Change");
+    auto* clientID = field<QLineEdit>(settings(), "Client ID");
+    ASSERT_TRUE(clientID);
+    EXPECT_EQ(clientID->text(), "abcdefghij");
+    type(*clientID, " 4711 ");
+    press(settings(), "Save");
+    EXPECT_EQ(app->authManager().clientID(), "4711");
+    EXPECT_TRUE(shows(settings(), "4711"));
+
+    press(settings(), "Change");
+    QTest::keyClick(&settings(), Qt::Key_Escape);
+    settings().bringForward();
+    EXPECT_TRUE(button(settings(), "Change"));
+}
+
+}  // namespace
+}  // namespace tovri::test

@@ -1,0 +1,87 @@
+#include <QLineEdit>
+#include <QTabWidget>
+
+#include "tests/widgets/window/DesktopFixture.h"
+
+namespace tovri::test {
+namespace {
+
+class SigningIn : public DesktopFixture {};
+
+constexpr auto redirect = "tovri-putio://callback#access_token=abc";
+
+TEST_F(SigningIn, leadsFromAnEmptyMachineToTheFiles) {
+    start();
+    EXPECT_EQ(window().windowTitle(), "Tovri");
+    EXPECT_TRUE(shows(window(), "put.io OAuth Client ID"));
+    EXPECT_FALSE(button(window(), "Change Client ID"));
+    EXPECT_FALSE(button(window(), "Sign in with put.io")->isEnabled());
+
+    auto* clientID = field<QLineEdit>(window(), "Client ID");
+    ASSERT_TRUE(clientID);
+    type(*clientID, "   ");
+    EXPECT_FALSE(button(window(), "Save")->isEnabled());
+    type(*clientID, " abc123 ");
+    press(window(), "Save");
+    EXPECT_EQ(credentials.values.at("clientID"), "abc123");
+    EXPECT_FALSE(shows(window(), "put.io OAuth Client ID"));
+    EXPECT_TRUE(button(window(), "Change Client ID"));
+
+    press(window(), "Sign in with put.io");
+    ASSERT_EQ(workspace.openedAddresses.size(), 1U);
+    EXPECT_TRUE(workspace.openedAddresses[0].contains("client_id=abc123"));
+    EXPECT_FALSE(button(window(), "Signing in...")->isEnabled());
+    press(window(), "Open the Page Again");
+    EXPECT_EQ(workspace.openedAddresses.size(), 2U);
+    press(window(), "Cancel");
+    EXPECT_TRUE(shows(window(), "Authentication was cancelled."));
+
+    press(window(), "Sign in with put.io");
+    EXPECT_FALSE(shows(window(), "Authentication was cancelled."));
+    auto* address = field<QLineEdit>(window(), "Or paste the address that begins with tovri-putio:");
+    ASSERT_TRUE(address);
+    type(*address, "tovri-putio://callback");
+    press(window(), "Continue");
+    EXPECT_TRUE(shows(window(), "No access token received from put.io."));
+    type(*address, redirect);
+    QTest::keyClick(address, Qt::Key_Return);
+    settle();
+    EXPECT_EQ(credentials.values.at("accessToken"), "abc");
+    EXPECT_EQ(window().windowTitle(), "Files");
+}
+
+TEST_F(SigningIn, endsByTheRedirectThatASecondStartBrings) {
+    credentials.values["clientID"] = "123";
+    start();
+    press(window(), "Sign in with put.io");
+    desktop->receive(redirect);
+    settle();
+    EXPECT_EQ(window().windowTitle(), "Files");
+    desktop->receive("tovri-putio://callback#error=late");
+    desktop->receive("");
+    EXPECT_TRUE(app->authManager().isAuthenticated());
+    EXPECT_TRUE(window().isVisible());
+}
+
+TEST_F(SigningIn, isAskedForAgainAfterSigningOut) {
+    startSignedIn();
+    key(Qt::Key_5, Qt::ControlModifier);
+    EXPECT_EQ(window().windowTitle(), "RSS");
+    key(Qt::Key_Comma, Qt::ControlModifier);
+    SettingsWindow& settings = desktop->settings();
+    ASSERT_TRUE(settings.isVisible());
+    settings.findChild<QTabWidget*>()->setCurrentIndex(1);
+    EXPECT_TRUE(shows(settings, "Signed in"));
+    press(settings, "Sign Out");
+    EXPECT_TRUE(shows(settings, "Not signed in"));
+    EXPECT_FALSE(button(settings, "Sign Out")->isEnabled());
+    EXPECT_EQ(window().windowTitle(), "Tovri");
+    EXPECT_TRUE(button(window(), "Sign in with put.io"));
+    key(Qt::Key_1, Qt::ControlModifier);
+
+    desktop->receive(redirect);
+    EXPECT_EQ(window().windowTitle(), "RSS");
+}
+
+}  // namespace
+}  // namespace tovri::test

@@ -1,0 +1,193 @@
+#include <QCheckBox>
+#include <QDialog>
+#include <QListWidget>
+#include <QMenu>
+
+#include "tests/widgets/window/DesktopFixture.h"
+#include "widgets/window/ConflictDialog.h"
+
+namespace tovri::test {
+namespace {
+
+using namespace std::chrono_literals;
+
+class Window : public DesktopFixture {
+public:
+    ConflictDialog* sheet() {
+        for (auto* found : window().findChildren<ConflictDialog*>())
+            if (found->isVisible()) return found;
+        return nullptr;
+    }
+
+    // What a screen reader says of the row.
+    std::string sidebarRow(int row) {
+        return window().findChild<QListWidget*>()->item(row)->data(Qt::AccessibleTextRole).toString().toStdString();
+    }
+
+    // A file whose name is taken, received.
+    DownloadPointer conflicting(std::int64_t id, const std::string& name) {
+        files.put("/home/user/Downloads/" + name, "old");
+        return download(id, name);
+    }
+
+    // In the menu of the icon, which is filled when it opens.
+    void chooseInTray(const QString& title) {
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            auto* menu = qobject_cast<QMenu*>(widget);
+            if (!menu || menu->actions().isEmpty() || menu->actions().constFirst()->text() != "Show Tovri") continue;
+            emit menu->aboutToShow();
+            for (QAction* action : menu->actions()) {
+                if (action->text() != title) continue;
+                EXPECT_TRUE(action->isEnabled()) << title.toStdString();
+                action->trigger();
+                return settle();
+            }
+        }
+        FAIL() << "no " << title.toStdString() << " in the tray";
+    }
+
+    QAction* command(const QString& title) {
+        for (auto* action : window().findChildren<QAction*>())
+            if (action->text().remove('&') == title) return action;
+        return nullptr;
+    }
+};
+
+TEST_F(Window, goesThroughItsSectionsByKeyboard) {
+    startSignedIn();
+    const char* const titles[] = {"Files", "Transfers", "Downloads", "Automate", "RSS"};
+    for (int i = 4; i >= 0; --i) {
+        key(Qt::Key(Qt::Key_1 + i), Qt::ControlModifier);
+        EXPECT_EQ(window().windowTitle(), titles[i]);
+    }
+    auto* list = window().findChild<QListWidget*>();
+    list->setFocus();
+    for (const char* title : titles) {
+        EXPECT_EQ(window().windowTitle(), title);
+        QTest::keyClick(list, Qt::Key_Down);
+    }
+    QTest::keyClick(list, Qt::Key_D);
+    EXPECT_EQ(window().windowTitle(), "Downloads");
+
+    EXPECT_FALSE(command("Check for Updates…")->isEnabled());
+    EXPECT_FALSE(command("New"));
+    key(Qt::Key_1, Qt::ControlModifier);
+    const std::size_t before = http.requests.size();
+    key(Qt::Key_F5);
+    EXPECT_GT(http.requests.size(), before);
+    key(Qt::Key_F, Qt::ControlModifier);
+    EXPECT_TRUE(qobject_cast<QLineEdit*>(window().focusWidget()));
+}
+
+TEST_F(Window, badgesTheDownloadsAndAsksAboutEachConflict) {
+    startSignedIn();
+    EXPECT_EQ(sidebarRow(2), "Downloads");
+    key(Qt::Key_5, Qt::ControlModifier);
+    const DownloadPointer first = conflicting(1, "first");
+    settle(5s);
+    ASSERT_TRUE(sheet());
+    EXPECT_EQ(sidebarRow(2), "Downloads, 1");
+    EXPECT_TRUE(shows(*sheet(), "\"first\" already exists at this location."));
+    const DownloadPointer second = conflicting(2, "second");
+    const DownloadPointer third = conflicting(3, "third");
+    settle(5s);
+    EXPECT_EQ(sidebarRow(2), "Downloads, 3");
+    QTest::keyClick(sheet(), Qt::Key_Escape);
+    QTest::keyClick(sheet(), Qt::Key_Return);
+    sheet()->close();
+    EXPECT_TRUE(shows(*sheet(), "\"first\" already exists at this location."));
+
+    press(*sheet(), "Skip");
+    EXPECT_EQ(first->status, DownloadStatus::skipped);
+    EXPECT_TRUE(shows(*sheet(), "\"second\" already exists at this location."));
+    QTest::keyClick(button(*sheet(), "Apply to all conflicts"), Qt::Key_Space);
+    press(*sheet(), "Keep Both");
+    settle(5s);
+    EXPECT_FALSE(sheet());
+    EXPECT_EQ(files.files("/home/user/Downloads").size(), 5U);
+    EXPECT_EQ(third->status, DownloadStatus::completed);
+    EXPECT_EQ(sidebarRow(2), "Downloads");
+}
+
+TEST_F(Window, theSheetComesBackWithTheWindow) {
+    startSignedIn();
+    window().close();
+    EXPECT_FALSE(window().isVisible());
+    const DownloadPointer item = conflicting(1, "taken");
+    settle(5s);
+    EXPECT_FALSE(sheet());
+    desktop->receive("");
+    settle();
+    ASSERT_TRUE(sheet());
+    app->downloadManager().cancel(item);
+    settle();
+    EXPECT_FALSE(sheet());
+}
+
+TEST_F(Window, leavesItsDownloadsToTheTray) {
+    startSignedIn();
+    const DownloadPointer item = download(1, "film", std::string(10'000, '.'));
+    storage.links["https://storage.put.io/1"].rate = 1000;
+    settle(1s);
+    window().close();
+    EXPECT_FALSE(window().isVisible());
+    chooseInTray("Pause All");
+    EXPECT_EQ(item->status, DownloadStatus::paused);
+    chooseInTray("Resume All");
+    settle(15s);
+    EXPECT_EQ(item->status, DownloadStatus::completed);
+    chooseInTray("Show Tovri");
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_FALSE(hasEnded);
+    chooseInTray("Quit");
+    EXPECT_TRUE(hasEnded);
+}
+
+TEST_F(Window, asksOnceWhereThereIsNoTray) {
+    hasTray = false;
+    startSignedIn();
+    window().close();
+    settle();
+    EXPECT_TRUE(window().isVisible());
+    press(window(), "Cancel");
+    EXPECT_FALSE(button(window(), "Keep Running"));
+    window().close();
+    settle();
+    press(window(), "Keep Running");
+    EXPECT_FALSE(window().isVisible());
+    desktop->receive("");
+    EXPECT_TRUE(window().isVisible());
+    window().close();
+    settle();
+    EXPECT_FALSE(window().isVisible());
+    EXPECT_FALSE(hasEnded);
+
+    defaults.remove("whenWindowCloses");
+    desktop.reset();
+    start();
+    window().close();
+    settle();
+    press(window(), "Quit");
+    EXPECT_TRUE(hasEnded);
+}
+
+TEST_F(Window, endsWithTheQueueWritten) {
+    startSignedIn();
+    const DownloadPointer item = download(1, "film", std::string(100'000, '.'));
+    storage.links["https://storage.put.io/1"].rate = 1000;
+    settle(10s);
+    key(Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_FALSE(window().isVisible());
+    settle(2s);
+    EXPECT_TRUE(hasEnded);
+    desktop.reset();
+    app.reset();
+
+    startSignedIn();
+    settle(1s);
+    ASSERT_EQ(app->downloadManager().downloads().items().size(), 1U);
+    EXPECT_GE(app->downloadManager().downloads().items()[0]->bytesDownloaded, 9000);
+}
+
+}  // namespace
+}  // namespace tovri::test
