@@ -2,7 +2,7 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "cli/Terminal.h"
 #include "platform/DiagnosticLog.h"
@@ -21,9 +21,8 @@ public:
 
     void line(std::string_view text) override;
 
-    // Between the two, what the round before had as well says nothing new and is left out, up to the first line that
-    // does.
-    void beginRound();
+    // Between the two, a line is left out that says of something what was said of it last.
+    void beginRound() { isInRound_ = true; }
 
     void endRound() { isInRound_ = false; }
 
@@ -35,9 +34,7 @@ private:
     Terminal& terminal_;
     Stream stream_;
     bool isInRound_ = false;
-    bool hasNews_ = false;  // this round
-    std::unordered_set<std::string> thisRound_;
-    std::unordered_set<std::string> lastRound_;
+    std::unordered_map<std::string, std::string> lastAbout_;  // in rounds: the last line, by what it is about
 };
 
 }  // namespace tovri::cli

@@ -1,0 +1,69 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "cli/TerminalLog.h"
+#include "support/VirtualLoop.h"
+
+namespace tovri::cli {
+namespace {
+
+class RecordingTerminal final : public Terminal {
+public:
+    [[nodiscard]] bool showsOutput() const override { return false; }
+
+    [[nodiscard]] bool canAsk() const override { return false; }
+
+    [[nodiscard]] bool hasColor() const override { return false; }
+
+    [[nodiscard]] bool hasUnicode() const override { return true; }
+
+    [[nodiscard]] Size size() const override { return {80, 24}; }
+
+    Subscription onResize(std::function<void()> /*tell*/) override { return {}; }
+
+    [[nodiscard]] bool isBehind() const override { return false; }
+
+    void print(std::string_view line) override { lines.emplace_back(line); }
+
+    void message(std::string_view /*line*/) override {}
+
+    void showLive(std::vector<std::string> /*lines*/) override {}
+
+    Subscription ask(std::string_view /*question*/, Echo /*echo*/, LineReceiver /*done*/) override { return {}; }
+
+    std::vector<std::string> lines;
+};
+
+TEST(TerminalLog, leavesOutOfARoundWhatWasSaidOfTheSameRuleLast) {
+    test::VirtualLoop loop;
+    RecordingTerminal terminal;
+    TerminalLog log(loop, terminal, TerminalLog::Stream::output);
+    const auto round = [&](std::initializer_list<const char*> lines) {
+        terminal.lines.clear();
+        log.beginRound();
+        for (const char* line : lines) log.line(line);
+        log.endRound();
+        return terminal.lines;
+    };
+    constexpr auto films = "[SyncManager] Films: 5 files total, 0 new, 0 in flight";
+    constexpr auto shows = "[SyncManager] Shows: 2 files total, 0 new, 0 in flight";
+    constexpr auto error = "[SyncManager] Error syncing Films: No connection.";
+    constexpr auto queued = "[SyncManager] Enqueued 1 files for download";
+    using testing::ElementsAre;
+    EXPECT_THAT(round({films, shows}), ElementsAre(films, shows));
+    EXPECT_THAT(round({films}), ElementsAre());
+    EXPECT_THAT(round({}), ElementsAre());
+    EXPECT_THAT(round({films, shows}), ElementsAre());
+    EXPECT_THAT(round({error, shows}), ElementsAre(error));
+    EXPECT_THAT(round({error}), ElementsAre());
+    EXPECT_THAT(round({films}), ElementsAre(films));
+    EXPECT_THAT(round({queued}), ElementsAre(queued));
+    EXPECT_THAT(round({queued}), ElementsAre(queued));
+
+    log.line(films);
+    log.line(films);
+    EXPECT_THAT(terminal.lines, ElementsAre(queued, films, films));  // outside of rounds all are said
+}
+
+}  // namespace
+}  // namespace tovri::cli
