@@ -8,6 +8,8 @@
 #include <QTest>
 #include <ranges>
 
+#include <gtest/gtest.h>
+
 #include "widgets/parts/Sheet.h"
 #include "widgets/rows/RowListView.h"
 #include "widgets/theme/Palettes.h"
@@ -87,6 +89,15 @@ bool pressInRow(const QWidget& view, int row, const QString& help) {
     const int button = static_cast<int>(found - content.buttons.begin());
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.buttonRect(row, button).center());
     return true;
+}
+
+void pressKeyInRow(const QWidget& view, int row, Qt::Key key) {
+    RowListView& list = listOf(view);
+    view.window()->activateWindow();
+    EXPECT_TRUE(QTest::qWaitForWindowActive(view.window()));
+    list.setFocus();
+    list.setCurrentIndex(list.rows()->index(row));
+    QTest::keyClick(&list, key);
 }
 
 QStringList seenMenu(QWidget& view, int row) {

@@ -33,6 +33,9 @@ bool press(const QWidget& view, const QString& title);
 // Clicks the button of that help in the row.
 bool pressInRow(const QWidget& view, int row, const QString& help);
 
+// Types the key in the list, which has the row as its current one and the focus.
+void pressKeyInRow(const QWidget& view, int row, Qt::Key key);
+
 // Opens the row's menu and chooses a line; false when there is none. The titles are what seenMenu() says then.
 bool chooseInMenu(QWidget& view, int row, const QString& title);
 [[nodiscard]] QStringList seenMenu(QWidget& view, int row);

@@ -131,11 +131,9 @@ TEST_F(TransfersViewTest, cancelsATransferOnlyAfterTheUsersWord) {
     EXPECT_EQ(seenSheet(view), nullptr);
     EXPECT_TRUE(actions.empty());
 
-    listOf(view).setCurrentIndex(listOf(view).rows()->index(5));
-    QTest::keyClick(&listOf(view), Qt::Key_Delete);  // there is nothing left to cancel
+    pressKeyInRow(view, 5, Qt::Key_Delete);  // there is nothing left to cancel
     EXPECT_EQ(seenSheet(view), nullptr);
-    listOf(view).setCurrentIndex(listOf(view).rows()->index(1));
-    QTest::keyClick(&listOf(view), Qt::Key_Delete);
+    pressKeyInRow(view, 1, Qt::Key_Delete);
     ASSERT_NE(seenSheet(view), nullptr);
     ASSERT_TRUE(press(*seenSheet(view), "Cancel Transfer"));
     list = song;
