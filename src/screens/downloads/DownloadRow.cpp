@@ -175,6 +175,23 @@ std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status) {
     return menu;
 }
 
+Menu commonMenu(const std::set<DownloadStatus>& statuses) {
+    if (statuses.empty()) return {};
+    const auto isForAll = [&](const MenuItem<DownloadAction>& item) {
+        const auto has = [&](Status status) {
+            return std::ranges::any_of(downloadMenu(status),
+                                       [&](const auto& other) { return other.action == item.action; });
+        };
+        return item.action != reveal && item.action != open && std::ranges::all_of(statuses, has);
+    };
+    Menu menu;
+    for (MenuItem<DownloadAction>& item : downloadMenu(*statuses.begin())) {
+        const bool isSecondSeparator = item.isSeparator() && (menu.empty() || menu.back().isSeparator());
+        if (item.isSeparator() ? !isSecondSeparator : isForAll(item)) menu.push_back(std::move(item));
+    }
+    return menu;
+}
+
 bool isOffered(DownloadAction action, DownloadStatus status) {
     return std::ranges::any_of(buttonsOf(status), [action](const Button& button) { return button.action == action; }) ||
            std::ranges::any_of(downloadMenu(status), [action](const auto& item) { return item.action == action; });

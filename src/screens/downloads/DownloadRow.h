@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -66,6 +67,9 @@ struct DownloadRow {
 
 // The context menu of a row.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status);
+
+// That of several rows together: what each of them has and what makes sense for more than one.
+[[nodiscard]] std::vector<MenuItem<DownloadAction>> commonMenu(const std::set<DownloadStatus>& statuses);
 
 // Whether a row of that status has the action as a button or in its menu.
 [[nodiscard]] bool isOffered(DownloadAction action, DownloadStatus status);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <set>
+#include <unordered_set>
 #include <utility>
 
 #include "base/ByteCountFormat.h"
@@ -17,6 +19,13 @@ constexpr std::chrono::milliseconds numberPause{250};
 
 // How long "5 min ago" may be behind.
 constexpr std::chrono::minutes longestTimePause{1};
+
+// Whether several items have it done to them from the last to the first: to keep their order, or so that the end of one
+// does not start another of them.
+bool goesUpwards(DownloadAction action) {
+    using enum DownloadAction;
+    return action == moveToTop || action == moveDown || action == cancel || action == remove;
+}
 
 }  // namespace
 
@@ -72,8 +81,10 @@ DownloadRow DownloadsScreen::rowAt(std::size_t row) const {
     return downloadRow(*rows_.itemAt(row), clock_.now());
 }
 
-std::vector<MenuItem<DownloadAction>> DownloadsScreen::menuAt(std::size_t row) const {
-    return downloadMenu(rows_.itemAt(row)->status);
+std::vector<MenuItem<DownloadAction>> DownloadsScreen::menuAt(const std::vector<std::size_t>& rows) const {
+    std::set<Status> statuses;
+    for (const std::size_t row : rows) statuses.insert(rows_.itemAt(row)->status);
+    return rows.size() == 1 ? downloadMenu(*statuses.begin()) : commonMenu(statuses);
 }
 
 std::vector<ToolbarItem<QueueAction>> DownloadsScreen::toolbar() const {
@@ -192,6 +203,17 @@ void DownloadsScreen::perform(QueueAction action) {
 void DownloadsScreen::perform(DownloadAction action, const UUID& id) {
     const DownloadPointer item = manager_.downloads().find(id);
     if (item && isOffered(action, item->status)) act(action, item);
+}
+
+void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& ids) {
+    if (ids.size() == 1) return perform(action, ids.front());
+    const std::unordered_set<UUID> wanted(ids.begin(), ids.end());
+    std::vector<DownloadPointer> items;
+    for (const DownloadPointer& item : manager_.downloads().items())
+        if (wanted.contains(item->id)) items.push_back(item);
+    if (goesUpwards(action)) std::ranges::reverse(items);
+    for (const DownloadPointer& item : items)
+        if (isOffered(action, item->status)) act(action, item);
 }
 
 void DownloadsScreen::activate(const UUID& id) {

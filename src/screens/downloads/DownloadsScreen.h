@@ -63,7 +63,8 @@ public:
 
     [[nodiscard]] bool hasProgressBarAt(std::size_t row) const { return hasProgressBar(rows_.itemAt(row)->status); }
 
-    [[nodiscard]] std::vector<MenuItem<DownloadAction>> menuAt(std::size_t row) const;
+    // The context menu of one row, or of several together.
+    [[nodiscard]] std::vector<MenuItem<DownloadAction>> menuAt(const std::vector<std::size_t>& rows) const;
 
     // Where the download stands, to find a selection again after a reset. Looks at every row.
     [[nodiscard]] std::optional<std::size_t> rowOf(const UUID& id) const { return rows_.rowOf(id); }
@@ -74,6 +75,9 @@ public:
 
     // Does nothing when the download has gone, or is past the state in which its row offered the action.
     void perform(DownloadAction action, const UUID& id);
+
+    // Likewise to each of them, and in such an order that they keep theirs.
+    void perform(DownloadAction action, const std::vector<UUID>& ids);
 
     // A double click, or Return.
     void activate(const UUID& id);

@@ -1,0 +1,276 @@
+#include <QApplication>
+#include <QMenu>
+#include <QScrollBar>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+#include "downloads/World.h"
+#include "support/FakeWorkspace.h"
+#include "tests/widgets/Seen.h"
+#include "widgets/downloads/DownloadsView.h"
+#include "widgets/parts/PlaceholderView.h"
+#include "widgets/parts/SummaryLine.h"
+#include "widgets/parts/Toolbar.h"
+#include "widgets/rows/RowListView.h"
+
+namespace tovri::test {
+namespace {
+
+using Status = DownloadStatus;
+using namespace std::chrono_literals;
+
+// The screen on the real engine, whose bytes and time are simulated, as a user meets it.
+class DownloadsViewTest : public testing::Test {
+public:
+    DownloadsViewTest() {
+        world.preferences.setMaxConcurrentDownloads(1);
+        view.resize(820, 500);
+        view.show();
+        view.activateWindow();
+        list().setFocus(Qt::TabFocusReason);
+        QTest::qWait(1);
+    }
+
+    // A file of 1,000 bytes that takes so many seconds.
+    DownloadPointer enqueue(const std::string& name, int seconds = 10) {
+        const std::int64_t file = world.addFile(name, std::string(1000, '.'));
+        world.link(file).rate = 1000 / seconds;
+        const DownloadPointer item = world.enqueue(file);
+        pass(0s);
+        return item;
+    }
+
+    void pass(MainLoop::Duration time) {
+        world.loop.advance(time);
+        QTest::qWait(1);
+    }
+
+    // Ends as soon as the item has the status, which may be for a moment only.
+    void passUntil(const DownloadPointer& item, Status status) {
+        ASSERT_TRUE(world.runUntil(item, status));
+        pass(0s);
+    }
+
+    [[nodiscard]] std::string rows() const {
+        QString text;
+        for (int row = 0; row < list().rows()->rowCount(); ++row) {
+            const RowContent content = list().rows()->contentAt(row);
+            text += content.shape == RowShape::header ? "[" + content.title + "] " : content.title + " ";
+        }
+        return text.trimmed().toStdString();
+    }
+
+    [[nodiscard]] int rowOf(const DownloadPointer& item) const {
+        return static_cast<int>(screen.rowOf(item->id).value());
+    }
+
+    // "film | Queued · 1 KB [Move to top of queue] [Cancel]"
+    [[nodiscard]] std::string row(const DownloadPointer& item) const {
+        return seenRows(view).at(rowOf(item)).toStdString();
+    }
+
+    void press(const DownloadPointer& item, const QString& help) {
+        EXPECT_TRUE(pressInRow(view, rowOf(item), help)) << help.toStdString();
+        pass(100ms);
+    }
+
+    // "-" is a separator.
+    [[nodiscard]] std::string menu(const DownloadPointer& item) {
+        return seenMenu(view, rowOf(item)).join("|").toStdString();
+    }
+
+    void choose(const DownloadPointer& item, const QString& title) {
+        EXPECT_TRUE(chooseInMenu(view, rowOf(item), title)) << title.toStdString();
+        pass(100ms);
+    }
+
+    // The menu of all selected rows, by its key; a line is chosen if it is given.
+    std::string menuOfSelection(const QString& title = {}) {
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, {}, {});
+        QApplication::sendEvent(list().viewport(), &event);
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        if (menu == nullptr) return "none";
+        QStringList lines;
+        for (QAction* line : menu->actions()) {
+            lines << (line->isSeparator() ? "-" : line->text());
+            if (!title.isEmpty() && line->text() == title) line->trigger();
+        }
+        menu->close();
+        pass(100ms);
+        return lines.join("|").toStdString();
+    }
+
+    // The visible buttons; in parentheses what is disabled.
+    [[nodiscard]] std::string toolbar() const {
+        QStringList titles;
+        for (const auto* button : view.findChild<Toolbar*>()->findChildren<QToolButton*>())
+            if (button->isVisible()) titles << (button->isEnabled() ? button->text() : "(" + button->text() + ")");
+        return titles.join(" ").toStdString();
+    }
+
+    void pressInToolbar(const QString& title) {
+        EXPECT_TRUE(test::press(view, title)) << title.toStdString();
+        pass(100ms);
+    }
+
+    [[nodiscard]] std::string summary() const {
+        const auto* line = view.findChild<SummaryLine*>();
+        return line->isVisible() ? line->accessibleName().toStdString() : "";
+    }
+
+    [[nodiscard]] bool showsPlaceholder() const { return view.findChild<PlaceholderView*>()->isVisible(); }
+
+    [[nodiscard]] RowListView& list() const { return *view.findChild<RowListView*>(); }
+
+    World world;
+    FakeWorkspace workspace;
+    DownloadsScreen screen{world.manager(), workspace, world.platform()};
+    DownloadsView view{screen};
+};
+
+TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
+    EXPECT_TRUE(showsPlaceholder());
+    const DownloadPointer item = enqueue("film", 4);
+    EXPECT_FALSE(showsPlaceholder());
+    pass(1s);
+    EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · 235 bytes/s · 3s left [Pause] [Cancel]");
+    press(item, "Pause");
+    EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · Paused 24% [Resume] [Cancel]");
+    EXPECT_EQ(rows(), "[Paused] film");
+    press(item, "Resume");
+    EXPECT_EQ(rows(), "[Active] film");
+    press(item, "Cancel");
+    EXPECT_EQ(row(item), "film | Cancelled");
+    EXPECT_EQ(menu(item), "Retry|-|Remove");
+    choose(item, "Retry");
+
+    world.refusals[item->fileID] = 1;
+    item->deleteAfterDownload = true;
+    passUntil(item, Status::deleting);
+    EXPECT_EQ(rows() + ": " + row(item), "[Active] film: film | Removing from put.io...");
+    EXPECT_EQ(menu(item), "-|Remove");
+    passUntil(item, Status::remoteDeleteFailed);
+    EXPECT_EQ(row(item),
+              "film | Downloaded — couldn't delete from put.io [Retry deleting from put.io] [Show in Finder]");
+    EXPECT_EQ(menu(item), "Retry Delete from put.io|Show in Finder|Open|-|Remove");
+    choose(item, "Open");
+    press(item, "Retry deleting from put.io");
+    EXPECT_EQ(row(item), "film | 1 KB · 0 sec ago [Show in Finder]");
+    press(item, "Show in Finder");
+    QTest::keyClick(&list(), Qt::Key_Return);
+    EXPECT_EQ(workspace.revealedFiles, std::vector{World::downloads / "film"});
+    EXPECT_EQ(workspace.openedFiles, std::vector(2, World::downloads / "film"));
+    EXPECT_EQ(menu(item), "Show in Finder|Open|-|Remove");
+    choose(item, "Remove");
+    EXPECT_TRUE(showsPlaceholder());
+}
+
+TEST_F(DownloadsViewTest, whatFailedWaitsOrWasSkippedSaysSo) {
+    world.preferences.setConflictBehavior(ConflictBehavior::ask);
+    world.files.put(World::downloads / "taken", "old");
+    const DownloadPointer taken = enqueue("taken", 1);
+    passUntil(taken, Status::awaitingConflict);
+    EXPECT_EQ(row(taken), "taken | Waiting — file already exists [Cancel]");
+    EXPECT_EQ(menu(taken), "Cancel|-|Remove");
+    EXPECT_EQ(summary(), "1 active");
+    world.manager().resolveConflict(ConflictChoice::skip, false);
+    pass(100ms);
+    EXPECT_EQ(row(taken), "taken | Skipped [Retry] [Remove]");
+    EXPECT_EQ(summary(), "");
+
+    const std::int64_t file = world.addFile("lost", "content");
+    world.link(file).status = 404;
+    const DownloadPointer lost = world.enqueue(file);
+    passUntil(lost, Status::failed);
+    EXPECT_EQ(row(lost), "lost | HTTP error 404 from put.io. [Retry] [Remove]");
+    EXPECT_EQ(menu(lost), "Retry|-|Remove");
+    world.link(file).status = 200;
+    press(lost, "Retry");
+    passUntil(lost, Status::completed);
+    press(taken, "Remove");
+    EXPECT_EQ(rows(), "[Finished] lost");
+}
+
+TEST_F(DownloadsViewTest, theToolbarIsForTheWholeQueue) {
+    EXPECT_EQ(toolbar(), "(Cancel All) (Clear Finished)");
+    enqueue("a");
+    enqueue("b");
+    enqueue("c");
+    pass(1s);
+    EXPECT_EQ(rows(), "[Active] a [Queued — 2 waiting] c b");
+    EXPECT_EQ(summary(), "1 active, 2 queued, 94 bytes/s, 31s");
+    EXPECT_EQ(toolbar(), "Pause All Cancel All (Clear Finished)");
+    pressInToolbar("Pause All");
+    EXPECT_EQ(rows(), "[Paused] c b a");
+    pressInToolbar("Resume All");
+    EXPECT_EQ(toolbar(), "Pause All Cancel All (Clear Finished)");
+    pressInToolbar("Cancel All");
+    EXPECT_EQ(rows(), "[Finished] c b a");
+    EXPECT_EQ(toolbar(), "(Cancel All) Clear Finished");
+    pressInToolbar("Clear Finished");
+    EXPECT_TRUE(showsPlaceholder());
+}
+
+TEST_F(DownloadsViewTest, severalRowsAreActedOnTogether) {
+    for (const char* name : {"a", "b", "c", "d", "e"}) enqueue(name);
+    const auto items = world.manager().downloads().items();  // e d c b, and a, which runs
+    const DownloadPointer lowest = items[3];
+    const DownloadPointer low = items[2];
+    list().setCurrentIndex(list().rows()->index(rowOf(low)));
+    QTest::keyClick(&list(), Qt::Key_Down, Qt::ShiftModifier);
+    EXPECT_EQ(menuOfSelection("Move to Top"), "Move to Top|Move Up|Move Down|-|Cancel|-|Remove");
+    EXPECT_EQ(rows(), "[Active] a [Queued — 4 waiting] c b e d");
+    EXPECT_EQ(list().selectedRows(), (std::vector{rowOf(low), rowOf(lowest)}));
+
+    QTest::keyClick(&list(), Qt::Key_A, Qt::ControlModifier);
+    EXPECT_EQ(menuOfSelection("Cancel"), "Cancel|-|Remove");
+    EXPECT_EQ(rows(), "[Finished] c b e d a");
+    EXPECT_TRUE(world.storage.running == 0 && world.storage.started.size() == 1) << "none took another's slot";
+    EXPECT_EQ(menuOfSelection(), "Retry|-|Remove");
+    view.activateWindow();
+    QTest::qWait(1);
+    list().selectionModel()->setCurrentIndex(list().rows()->index(rowOf(lowest)), QItemSelectionModel::ClearAndSelect);
+    QTest::keyClick(&list(), Qt::Key_Delete);
+    pass(0s);
+    EXPECT_EQ(rows(), "[Finished] c e d a");
+    QTest::keyClick(&list(), Qt::Key_Delete);  // the next one is selected now
+    pass(0s);
+    EXPECT_EQ(rows(), "[Finished] c d a");
+}
+
+TEST_F(DownloadsViewTest, whatIsSeenAndSelectedStaysWhileTheQueueGoesOn) {
+    for (int i = 0; i < 40; ++i) enqueue("file " + std::to_string(i), 1);
+    QTest::keyClicks(&list(), QStringLiteral("file 20"));
+    const QPersistentModelIndex selected = list().currentIndex();
+    list().scrollTo(selected, QAbstractItemView::PositionAtCenter);
+    QTest::qWait(1);
+    const int top = list().visualRect(selected).top();
+    ASSERT_GT(list().verticalScrollBar()->value(), 0);
+    pass(5s);  // five more are done and stand far below now
+    EXPECT_EQ(list().visualRect(selected).top(), top);
+    const QPersistentModelIndex first = list().indexAt({100, measures::headerHeight + 1});
+    const int topOfFirst = list().visualRect(first).top();
+    world.manager().pauseAll();
+    pass(100ms);  // all are in another section, and higher
+    EXPECT_EQ(list().visualRect(first).top(), topOfFirst);
+    EXPECT_EQ(selected.data().toString(), "file 20");
+    EXPECT_EQ(list().selectedRows(), std::vector{selected.row()});
+}
+
+// A hidden screen costs nothing, and is right when it comes back.
+TEST_F(DownloadsViewTest, followsTheNumbersOnlyWhileItIsSeen) {
+    const DownloadPointer item = enqueue("film", 100);
+    pass(1s);
+    view.hide();
+    const std::string before = summary();
+    pass(10s);
+    view.show();
+    pass(0s);
+    EXPECT_TRUE(row(item).starts_with("film | 109 bytes / 1 KB")) << row(item);
+    EXPECT_NE(summary(), before);
+}
+
+}  // namespace
+}  // namespace tovri::test
