@@ -148,7 +148,7 @@ void RowListView::scrollContentsBy(int, int) {
 
 void RowListView::keepAnchors() {
     if (!anchors_.empty() || isGeometryOld_ || rows_ == nullptr || verticalOffset() == 0) return;
-    int row = geometry().rowAt(verticalOffset());
+    int row = geometry().rowAt(verticalOffset() + measures::headerHeight);  // below the sticky header
     for (; row >= 0 && row < geometry().rowCount() && rowRect(row).top() < viewport()->height(); ++row)
         if (rows_->shapeAt(row) != RowShape::header) anchors_.push_back({rows_->index(row), rowRect(row).top()});
 }
@@ -189,6 +189,19 @@ void RowListView::dataChanged(const QModelIndex& first, const QModelIndex& last,
     viewport()->update(changed.intersected(viewport()->rect()));
 }
 
+// One that comes up to the place of the current row is current then, and selected where that was alone. Of many at once
+// none is.
+void RowListView::rowsAboutToBeRemoved(const QModelIndex& parent, int first, int last) {
+    QAbstractItemView::rowsAboutToBeRemoved(parent, first, last);
+    const int current = currentIndex().isValid() ? currentIndex().row() : -1;
+    if (current < first || current > last) return;
+    int next = first == last ? nextSelectable(last + 1, 1) : -1;
+    if (next < 0 && first == last) next = nextSelectable(first - 1, -1);
+    const bool isAlone = selectedRows() == std::vector{current};
+    const auto command = isAlone ? QItemSelectionModel::ClearAndSelect : QItemSelectionModel::NoUpdate;
+    selectionModel()->setCurrentIndex(next < 0 ? QModelIndex() : rows_->index(next), command);
+}
+
 void RowListView::currentChanged(const QModelIndex& current, const QModelIndex& previous) {
     focusedButton_ = RowLook::noButton;
     updateRow(previous.row());
@@ -199,8 +212,9 @@ void RowListView::currentChanged(const QModelIndex& current, const QModelIndex& 
 // --- Selection ---
 
 int RowListView::nextSelectable(int row, int step) const {
-    while (row >= 0 && row < geometry().rowCount() && rows_->shapeAt(row) == RowShape::header) row += step;
-    return row >= 0 && row < geometry().rowCount() ? row : -1;
+    const int count = rows_->rowCount();
+    while (row >= 0 && row < count && rows_->shapeAt(row) == RowShape::header) row += step;
+    return row >= 0 && row < count ? row : -1;
 }
 
 QModelIndex RowListView::moveCursor(CursorAction action, Qt::KeyboardModifiers) {

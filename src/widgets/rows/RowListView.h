@@ -57,6 +57,7 @@ protected:
     void setSelection(const QRect& rect, QItemSelectionModel::SelectionFlags command) override;
     [[nodiscard]] QRegion visualRegionForSelection(const QItemSelection& selection) const override;
     void dataChanged(const QModelIndex& first, const QModelIndex& last, const QList<int>& roles) override;
+    void rowsAboutToBeRemoved(const QModelIndex& parent, int first, int last) override;
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
     void doItemsLayout() override;
     void updateGeometries() override;
