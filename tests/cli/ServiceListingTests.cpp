@@ -43,13 +43,10 @@ TEST(TransferListing, groupsByStatusInTheServicesOrder) {
 }
 
 TEST(FeedListing, saysWhatApplies) {
-    RSSFeed bare;
-    RSSFeed full{1, "t", "r", "k", 2, true, true, true, "2026-01-01", true};
-    RSSFeed off{2, "", "r", "", 2, false, false, false, std::nullopt, false};
-    EXPECT_EQ(titleOf(bare), "Untitled");
-    EXPECT_EQ(detailOf(bare), "");
-    EXPECT_EQ(detailOf(full), "Keyword: k \xC2\xB7 Auto-delete \xC2\xB7 Paused \xC2\xB7 Last: 2026-01-01");
-    EXPECT_EQ(detailOf(off), "");
+    const RSSFeed full{1, "t", "r", "k", 2, true, true, true, "2026-01-01", true};
+    const RSSFeed off{2, "", "r", "", 2, false, false, false, std::nullopt, false};
+    EXPECT_THAT(feedLines({full, off}, std::nullopt),
+                ElementsAre("1  t         Keyword: k · Auto-delete · Paused · Last: 2026-01-01", "2  Untitled"));
 }
 
 TEST(RowLayout, fitsAnyWidth) {

@@ -7,12 +7,13 @@
 #include "cli/commands/Question.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/FeedListing.h"
+#include "screens/feeds/RSSFeedRow.h"
 
 namespace tovri::cli {
 namespace {
 
 std::string named(const RSSFeed& feed) {
-    return fmt::format("{} (ID {})", printable(titleOf(feed)), feed.id);
+    return fmt::format("{} (ID {})", printable(feedTitle(feed)), feed.id);
 }
 
 // A flag that takes yes or no, or what counts without it.
@@ -133,7 +134,7 @@ Task<bool> FeedStepCommand::isMeant(RSSFeed feed, std::stop_token stop) {
     std::string question = fmt::format(
         "Delete \xE2\x80\x9C{}\xE2\x80\x9D?\nThis permanently removes it from your put.io account and can't be undone. "
         "[y/N] ",
-        printable(titleOf(feed)));
+        printable(feedTitle(feed)));
     Result<std::optional<std::string>> answer =
         co_await ask(context_.platform.loop, context_.terminal, std::move(question), Terminal::Echo::shown, stop);
     co_return isYes(answer);

@@ -7,12 +7,13 @@
 #include "cli/commands/Question.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/TransferListing.h"
+#include "screens/transfers/TransferRow.h"
 
 namespace tovri::cli {
 namespace {
 
 std::string named(const Transfer& transfer) {
-    return fmt::format("{} (ID {})", printable(titleOf(transfer)), transfer.id);
+    return fmt::format("{} (ID {})", printable(transferTitle(transfer)), transfer.id);
 }
 
 std::string statusText(const Transfer& transfer) {
@@ -64,7 +65,7 @@ Task<ExitCode> TransferStepCommand::run(std::stop_token stop) {
         co_return ExitCode::failure;
     }
     if (const std::string reason = objection(*transfer); !reason.empty()) {
-        context_.complain(fmt::format("\"{}\" {}", titleOf(*transfer), reason));
+        context_.complain(fmt::format("\"{}\" {}", transferTitle(*transfer), reason));
         co_return ExitCode::failure;
     }
     const bool isWanted = co_await isMeant(*transfer, stop);
@@ -93,8 +94,7 @@ Task<Result<Transfer>> TransferStepCommand::find(std::stop_token stop) {
 }
 
 std::string TransferCancelCommand::objection(const Transfer& transfer) const {
-    const TransferGroup group = groupOf(transfer);
-    if (group == TransferGroup::active || group == TransferGroup::seeding) return {};
+    if (transferAction(transfer) == TransferRowAction::cancel) return {};
     return fmt::format("is neither active nor seeding (its status is {}), so there is nothing to cancel.",
                        statusText(transfer));
 }
@@ -104,7 +104,7 @@ Task<bool> TransferCancelCommand::isMeant(Transfer transfer, std::stop_token sto
     std::string question = fmt::format(
         "Cancel \xE2\x80\x9C{}\xE2\x80\x9D?\nput.io stops the transfer and discards what it has downloaded so far. "
         "[y/N] ",
-        printable(titleOf(transfer)));
+        printable(transferTitle(transfer)));
     Result<std::optional<std::string>> answer =
         co_await ask(context().platform.loop, context().terminal, std::move(question), Terminal::Echo::shown, stop);
     co_return isYes(answer);
@@ -115,7 +115,7 @@ Task<Result<void>> TransferCancelCommand::perform(std::int64_t id, std::stop_tok
 }
 
 std::string TransferRetryCommand::objection(const Transfer& transfer) const {
-    if (groupOf(transfer) == TransferGroup::failed) return {};
+    if (transferAction(transfer) == TransferRowAction::retry) return {};
     return fmt::format("has not failed (its status is {}), so there is nothing to retry.", statusText(transfer));
 }
 

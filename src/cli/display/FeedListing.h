@@ -8,12 +8,6 @@
 
 namespace tovri::cli {
 
-// Its title, or what stands for a missing one. Not yet printable.
-[[nodiscard]] std::string titleOf(const RSSFeed& feed);
-
-// What applies to the feed: its keyword, whether it deletes and whether it is paused, when it was fetched last.
-[[nodiscard]] std::string detailOf(const RSSFeed& feed);
-
 // All feeds as lines of text. With a width they fit a terminal that wide.
 [[nodiscard]] std::vector<std::string> feedLines(const std::vector<RSSFeed>& feeds, std::optional<std::size_t> width);
 
