@@ -89,6 +89,8 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
                 const auto* button = qobject_cast<const QToolButton*>(widget);
                 if (button != nullptr && button->menu() != nullptr && button->width() > 2 * menuSign)
                     label.rect = visualRect(label.direction, label.rect, label.rect.adjusted(0, 0, -menuSign + 4, 0));
+                // Else the text's own direction counts, and it stands apart from its symbol.
+                painter->setLayoutDirection(label.direction);
                 QProxyStyle::drawControl(element, &label, painter, widget);
             }
             return;
