@@ -51,7 +51,7 @@ struct RowContent {
     std::optional<RowProgress> progress = {};
     std::vector<InlineButton> buttons = {};
     std::string_view trailingSymbol = {};  // in the tertiary tint, or empty
-    QString toolTip = {};                  // empty: the title, when it is cut off
+    QString toolTip = {};                  // empty: the texts that are cut off
 
     [[nodiscard]] QString captionText() const;
 };

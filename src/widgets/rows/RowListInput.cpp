@@ -48,8 +48,8 @@ void RowListView::showToolTip(const QPoint& point, const QPoint& globalPosition)
     if (spot.button != RowLook::noButton) {
         text = content.buttons[static_cast<std::size_t>(spot.button)].help;
         area = buttonRect(spot.row, spot.button);
-    } else if (text.isEmpty() && RowPainter(*this).isTitleCut(area, content)) {
-        text = content.title;
+    } else if (text.isEmpty()) {
+        text = RowPainter(*this).cutTexts(area, content);
     }
     QToolTip::showText(globalPosition, text, viewport(), area);
 }

@@ -81,8 +81,15 @@ QRect RowPainter::textRect(const QRect& row, const RowContent& content) const {
     return rect;
 }
 
-bool RowPainter::isTitleCut(const QRect& row, const RowContent& content) const {
-    return QFontMetrics(titleFont_).horizontalAdvance(content.title) > textRect(row, content).width();
+QString RowPainter::cutTexts(const QRect& row, const RowContent& content) const {
+    const int space = textRect(row, content).width();
+    QStringList cut;
+    if (QFontMetrics(titleFont_).horizontalAdvance(content.title) > space) cut << content.title;
+    const auto symbols = std::ranges::count_if(content.caption, [](const auto& part) { return !part.symbol.empty(); });
+    const int captionWidth = QFontMetrics(captionFont_).horizontalAdvance(content.captionText()) +
+                             static_cast<int>(symbols) * (captionSymbol + measures::gap);
+    if (captionWidth > space) cut << content.captionText();
+    return cut.join('\n');
 }
 
 void RowPainter::paint(QPainter& painter, const QRect& row, const RowContent& content, const RowLook& look) const {

@@ -41,7 +41,8 @@ public:
     // The button at that point, or noButton.
     [[nodiscard]] int buttonAt(const QRect& row, const RowContent& content, const QPoint& point) const;
 
-    [[nodiscard]] bool isTitleCut(const QRect& row, const RowContent& content) const;
+    // Title and caption, each on its line, as far as the row has no room for them; empty when it has.
+    [[nodiscard]] QString cutTexts(const QRect& row, const RowContent& content) const;
 
     // The parts that delegates use alone.
     void paintBackground(QPainter& painter, const QRect& row, const RowLook& look) const;
