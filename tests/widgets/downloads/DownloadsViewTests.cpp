@@ -1,8 +1,10 @@
 #include <QApplication>
+#include <QHelpEvent>
 #include <QMenu>
 #include <QScrollBar>
 #include <QTest>
 #include <QToolButton>
+#include <QToolTip>
 
 #include <gtest/gtest.h>
 
@@ -40,6 +42,13 @@ public:
         const DownloadPointer item = world.enqueue(file);
         pass(0s);
         return item;
+    }
+
+    DownloadPointer enqueueLarge(const std::string& name, ByteCount megabytes) {
+        const std::int64_t file =
+            world.addFile(name, std::string(static_cast<std::size_t>(megabytes * 1'000'000), '.'));
+        world.link(file).rate = 1'300'000;
+        return world.enqueue(file);
     }
 
     void pass(MainLoop::Duration time) {
@@ -270,6 +279,50 @@ TEST_F(DownloadsViewTest, followsTheNumbersOnlyWhileItIsSeen) {
     pass(0s);
     EXPECT_TRUE(row(item).starts_with("film | 109 bytes / 1 KB")) << row(item);
     EXPECT_NE(summary(), before);
+}
+
+// Also for people to look at, where they ask for pictures.
+TEST_F(DownloadsViewTest, showsARealisticQueue) {
+    view.resize(720, 560);
+    takePictures(view, "downloads-empty");
+    world.preferences.setMaxConcurrentDownloads(4);
+    world.preferences.setConflictBehavior(ConflictBehavior::ask);
+    const DownloadPointer done = enqueueLarge("Big Buck Bunny (2008) 1080p.mkv", 4);
+    world
+        .link(enqueueLarge(
+                  "A name that is so long that no window of a usual width can have room for it, nor for the half of "
+                  "it, and which goes on all the same.tar.gz",
+                  3)
+                  ->fileID)
+        .status = 404;
+    const DownloadPointer kept = enqueueLarge("Album.flac", 2);
+    world.refusals[kept->fileID] = 1;
+    kept->deleteAfterDownload = true;
+    const DownloadPointer cancelled = enqueueLarge("Notes.txt", 1);
+    pass(300ms);
+    screen.perform(DownloadAction::cancel, cancelled->id);
+    passUntil(done, Status::completed);
+    pass(3min);
+    world.files.put(World::downloads / "Holiday photographs.zip", "old");
+    const DownloadPointer taken = enqueueLarge("Holiday photographs.zip", 1);
+    passUntil(taken, Status::awaitingConflict);
+    const DownloadPointer paused = enqueueLarge("Sintel.2010.2160p.mkv", 20);
+    enqueueLarge("ubuntu-24.04-desktop-amd64.iso", 32);
+    enqueueLarge("Tears of Steel.mkv", 24);
+    pass(8s);
+    screen.perform(DownloadAction::pause, paused->id);
+    enqueueLarge("Cosmos Laundromat.mkv", 16);
+    for (const char* name : {"Spring.mkv", "Charge.mkv"}) enqueueLarge(name, 12);
+    pass(2s);
+    takePictures(view, "downloads");
+    list().scrollToBottom();
+    takePictures(view, "downloads-finished");
+    // What is cut off is said by its tooltip.
+    const QModelIndex failed = list().rows()->index(list().rows()->rowCount() - 2);
+    const QPoint place = list().visualRect(failed).center();
+    QHelpEvent event(QEvent::ToolTip, place, list().viewport()->mapToGlobal(place));
+    QApplication::sendEvent(list().viewport(), &event);
+    EXPECT_EQ(QToolTip::text(), failed.data().toString());
 }
 
 }  // namespace
