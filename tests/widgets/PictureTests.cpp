@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/widgets/ListedRows.h"
-#include "widgets/parts/Banner.h"
+#include "widgets/parts/BannerView.h"
 #include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/Form.h"
 #include "widgets/parts/PlaceholderView.h"
@@ -132,7 +132,7 @@ void fillScreen(QWidget& screen, RowModel& model, int selected) {
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
     auto* toolbar = new Toolbar;
-    auto* banner = new Banner("Dismiss");
+    auto* banner = new BannerView("Dismiss");
     auto* crumbs = new Breadcrumbs;
     auto* summary = new SummaryLine;
     auto* list = new RowListView;

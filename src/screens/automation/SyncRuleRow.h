@@ -30,6 +30,7 @@ struct SyncRuleRow {
     static constexpr std::string_view folderSymbol = "folder.fill";
     static constexpr std::string_view deletionSymbol = "trash";  // in the attention tint
     static constexpr const char* deletionHelp = "Auto-delete from put.io after download";
+    static constexpr const char* switchName = "Enabled";  // not seen; for a screen reader
     static constexpr std::string_view arrowSymbol = "arrow.right";
 
     UUID id;

@@ -13,11 +13,11 @@
 namespace tovri {
 namespace {
 
-class Note final : public QLabel {
+// Pale, in a font that derives from the application's.
+class PaleLabel final : public QLabel {
 public:
-    explicit Note(const QString& text) : QLabel(text) {
+    PaleLabel(const QString& text, QFont (*derive)(const QFont&)) : QLabel(text), derive_(derive) {
         setTextFormat(Qt::PlainText);
-        setWordWrap(true);
         dress();
     }
 
@@ -27,11 +27,19 @@ protected:
         if (event->type() == QEvent::PaletteChange) dress();
     }
 
+    // A form gives a text of several lines the height of fewer.
+    void resizeEvent(QResizeEvent* event) override {
+        QLabel::resizeEvent(event);
+        if (wordWrap()) setMinimumHeight(heightForWidth(width()));
+    }
+
 private:
     void dress() {
-        setFont(captionFont(QApplication::font()));
+        setFont(derive_(QApplication::font()));
         setTint(*this, Tint::secondary);
     }
+
+    QFont (*derive_)(const QFont&);
 };
 
 }  // namespace
@@ -56,15 +64,16 @@ void addField(QFormLayout& form, const QString& title, QWidget* field) {
 }
 
 void addSection(QFormLayout& form, const QString& title) {
-    auto* label = new QLabel(title);
-    label->setFont(semiboldFont(label->font()));
-    const int above = form.rowCount() == 0 ? 0 : measures::sectionGap - measures::spacing;
-    label->setContentsMargins(0, above, 0, 0);
+    auto* label = new PaleLabel(title, sectionHeaderFont);
+    label->setContentsMargins(0, form.rowCount() == 0 ? measures::gap : measures::sheetMargin, 0, 0);
     form.addRow(label);
 }
 
 void addNote(QFormLayout& form, const QString& text) {
-    form.addRow(nullptr, new Note(text));
+    auto* note = new PaleLabel(text, captionFont);
+    note->setWordWrap(true);
+    note->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Minimum);
+    form.addRow(nullptr, note);
 }
 
 }  // namespace tovri

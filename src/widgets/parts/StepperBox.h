@@ -7,7 +7,8 @@
 
 namespace tovri {
 
-// A number with its two arrows; also by the arrow keys and the wheel. The text is the screen's, and cannot be typed.
+// A number with its two arrows; also by the arrow keys and the wheel. The text is the screen's, and cannot be typed:
+// the number as the screen words it, or the whole label where the screen has no words for the number alone.
 class StepperBox final : public QAbstractSpinBox {
     Q_OBJECT
 

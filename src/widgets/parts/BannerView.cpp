@@ -1,4 +1,4 @@
-#include "widgets/parts/Banner.h"
+#include "widgets/parts/BannerView.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -14,7 +14,7 @@
 
 namespace tovri {
 
-Banner::Banner(const QString& buttonTitle, QWidget* parent)
+BannerView::BannerView(const QString& buttonTitle, QWidget* parent)
     : QWidget(parent), symbol_(new QLabel), text_(new QLabel), button_(new QToolButton) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(measures::margin, measures::gap, measures::spacing, measures::gap);
@@ -29,23 +29,23 @@ Banner::Banner(const QString& buttonTitle, QWidget* parent)
     line->addWidget(symbol_);
     line->addWidget(text_, 1);
     line->addWidget(button_);
-    connect(button_, &QToolButton::clicked, this, &Banner::buttonPressed);
+    connect(button_, &QToolButton::clicked, this, &BannerView::buttonPressed);
 }
 
-void Banner::show(const Label& label) {
+void BannerView::show(const Label& label) {
     shown_ = label;
     text_->setText(textOf(label.text));
     dress();
     QWidget::show();
 }
 
-void Banner::dress() {
+void BannerView::dress() {
     const QSize size(measures::symbol, measures::symbol);
     symbol_->setPixmap(symbolIcon(shown_.symbol, shown_.tint).pixmap(size, devicePixelRatioF()));
     text_->setFont(captionFont(font()));
 }
 
-void Banner::paintEvent(QPaintEvent*) {
+void BannerView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     QColor wash = color(shown_.tint, palette());
     wash.setAlphaF(0.12F);
@@ -53,7 +53,7 @@ void Banner::paintEvent(QPaintEvent*) {
     painter.fillRect(QRect(0, rect().bottom(), width(), 1), lineColor(palette()));
 }
 
-void Banner::changeEvent(QEvent* event) {
+void BannerView::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
     if (event->type() == QEvent::PaletteChange || event->type() == QEvent::FontChange) dress();
 }

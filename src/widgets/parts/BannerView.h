@@ -10,11 +10,11 @@ class QToolButton;
 namespace tovri {
 
 // A strip under the toolbar: a symbol, what happened, and a button at its end.
-class Banner final : public QWidget {
+class BannerView final : public QWidget {
     Q_OBJECT
 
 public:
-    explicit Banner(const QString& buttonTitle, QWidget* parent = nullptr);
+    explicit BannerView(const QString& buttonTitle, QWidget* parent = nullptr);
 
     void show(const Label& label);
     using QWidget::show;

@@ -1,0 +1,83 @@
+#include "widgets/automation/SyncRuleEditor.h"
+
+#include <QCheckBox>
+#include <QFormLayout>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPushButton>
+
+#include "widgets/automation/FolderBrowser.h"
+#include "widgets/parts/Form.h"
+#include "widgets/parts/LocalFiles.h"
+#include "widgets/parts/StepperBox.h"
+#include "widgets/parts/Texts.h"
+#include "widgets/theme/Measures.h"
+
+namespace tovri {
+namespace {
+
+constexpr int sheetWidth = 480;
+
+}  // namespace
+
+SyncRuleEditor::SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent)
+    : Sheet(textOf(screen.title()), parent),
+      screen_(screen),
+      remoteFolder_(new FolderBrowser(screen)),
+      localFolder_(new QLineEdit),
+      choose_(new QPushButton(titleOf(SyncRuleEditorSheet::chooseLabel))),
+      deletes_(new QCheckBox(titleOf(SyncRuleEditorSheet::deleteLabel))),
+      interval_(new StepperBox([&screen](std::int64_t minutes) { screen.setPollInterval(minutes); })) {
+    arrange();
+    connectParts();
+    update(SyncRuleEditorSheet::Change::fields);
+    following_ = screen.onChange([this](SyncRuleEditorSheet::Change change) { update(change); });
+}
+
+void SyncRuleEditor::arrange() {
+    setMinimumWidth(sheetWidth);
+    QFormLayout* form = makeForm();
+    body()->addLayout(form);
+    addSection(*form, textOf(SyncRuleEditorSheet::remoteSection));
+    form->addRow(remoteFolder_);
+    addSection(*form, textOf(SyncRuleEditorSheet::localSection));
+    localFolder_->setReadOnly(true);
+    localFolder_->setPlaceholderText(textOf(SyncRuleEditorSheet::localFolderPrompt));
+    localFolder_->setAccessibleName(textOf(SyncRuleEditorSheet::localSection));
+    choose_->setAutoDefault(false);
+    auto* folderLine = new QHBoxLayout;
+    folderLine->setSpacing(measures::spacing);
+    folderLine->addWidget(localFolder_, 1);
+    folderLine->addWidget(choose_);
+    form->addRow(folderLine);
+    addSection(*form, textOf(SyncRuleEditorSheet::optionsSection));
+    form->addRow(deletes_);
+    form->addRow(interval_);
+    addCancelButton(textOf(SyncRuleEditorSheet::cancelLabel));
+    confirm_ = addConfirmButton(textOf(screen_.confirmLabel()));
+}
+
+void SyncRuleEditor::connectParts() {
+    connect(choose_, &QPushButton::clicked, this, &SyncRuleEditor::chooseLocalFolder);
+    connect(deletes_, &QCheckBox::clicked, this, [this](bool deletes) { screen_.setDeleteAfterDownload(deletes); });
+    connect(this, &Sheet::confirmed, this, [this] { screen_.confirm(); });
+    connect(this, &Sheet::cancelled, this, [this] { screen_.close(); });
+}
+
+void SyncRuleEditor::chooseLocalFolder() {
+    chooseLocalFiles(*this, SyncRuleEditorSheet::localFolderChooser(),
+                     [this](const LocalPaths& folders) { screen_.setLocalFolder(folders.front()); });
+}
+
+void SyncRuleEditor::update(SyncRuleEditorSheet::Change change) {
+    if (!screen_.isOpen()) return;
+    if (change == SyncRuleEditorSheet::Change::folders) return remoteFolder_->showFolders();
+    remoteFolder_->showWay();
+    localFolder_->setText(textOf(screen_.localFolderPath()));
+    localFolder_->setToolTip(localFolder_->text());
+    deletes_->setChecked(screen_.deleteAfterDownload());
+    interval_->show(screen_.pollInterval());
+    confirm_->setEnabled(screen_.canConfirm());
+}
+
+}  // namespace tovri

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "base/Signal.h"
+#include "screens/automation/SyncRuleEditorSheet.h"
+#include "widgets/parts/Sheet.h"
+
+class QCheckBox;
+class QLineEdit;
+
+namespace tovri {
+
+class FolderBrowser;
+class StepperBox;
+
+// The sheet that makes or edits a rule. Its owner shows it while the screen's editor is open.
+class SyncRuleEditor final : public Sheet {
+    Q_OBJECT
+
+public:
+    // `screen` outlives the editor.
+    SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent);
+
+private:
+    void arrange();
+    void connectParts();
+    void update(SyncRuleEditorSheet::Change change);
+    void chooseLocalFolder();
+
+    SyncRuleEditorSheet& screen_;
+    FolderBrowser* remoteFolder_;
+    QLineEdit* localFolder_;
+    QPushButton* choose_;
+    QCheckBox* deletes_;
+    StepperBox* interval_;
+    QPushButton* confirm_ = nullptr;
+    Subscription following_;
+};
+
+}  // namespace tovri
