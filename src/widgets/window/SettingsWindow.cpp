@@ -27,206 +27,186 @@ namespace {
 
 constexpr QSize initial{560, 480};
 
-QCheckBox *makeSwitch(const char *label, bool isOn,
-                      std::function<void(bool)> set, QObject *context) {
-  auto *box = new QCheckBox(titleOf(label));
-  box->setChecked(isOn);
-  QObject::connect(box, &QCheckBox::toggled, context, std::move(set));
-  return box;
+QCheckBox* makeSwitch(const char* label, bool isOn, std::function<void(bool)> set, QObject* context) {
+    auto* box = new QCheckBox(titleOf(label));
+    box->setChecked(isOn);
+    QObject::connect(box, &QCheckBox::toggled, context, std::move(set));
+    return box;
 }
 
-QWidget *makeLine(std::initializer_list<QWidget *> parts) {
-  auto *row = new QWidget;
-  auto *line = new QHBoxLayout(row);
-  line->setContentsMargins(0, 0, 0, 0);
-  line->setSpacing(measures::spacing);
-  for (QWidget *part : parts)
-    line->addWidget(part);
-  return row;
+QWidget* makeLine(std::initializer_list<QWidget*> parts) {
+    auto* row = new QWidget;
+    auto* line = new QHBoxLayout(row);
+    line->setContentsMargins(0, 0, 0, 0);
+    line->setSpacing(measures::spacing);
+    for (QWidget* part : parts) line->addWidget(part);
+    return row;
 }
 
-void showLabel(QLabel &view, const Label &label) {
-  view.setText(textOf(label.text));
-  setTint(view, label.tint);
+void showLabel(QLabel& view, const Label& label) {
+    view.setText(textOf(label.text));
+    setTint(view, label.tint);
 }
 
-} // namespace
+}  // namespace
 
-SettingsWindow::SettingsWindow(SettingsScreen &screen)
+SettingsWindow::SettingsWindow(SettingsScreen& screen)
     : screen_(screen), following_(screen.onChange([this] { update(); })) {
-  setWindowFlag(Qt::Dialog);
-  setWindowTitle(tr("Settings"));
-  auto *column = new QVBoxLayout(this);
-  column->setContentsMargins(0, 0, 0, 0);
-  auto *tabs = new QTabWidget;
-  tabs->setDocumentMode(true);
-  const auto add = [tabs](QWidget *page, const SettingsScreen::Tab &tab) {
-    tabs->addTab(page, symbolIcon(tab.symbol), titleOf(tab.title));
-  };
-  add(makeGeneral(), SettingsScreen::general);
-  add(makeAccount(), SettingsScreen::account);
-  add(makeDesktop(), SettingsScreen::desktop);
-  column->addWidget(tabs);
-  connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this,
-          &QWidget::close);
-  connect(new QShortcut(Qt::CTRL | Qt::Key_W, this), &QShortcut::activated,
-          this, &QWidget::close);
-  update();
-  resize(initial.expandedTo(sizeHint()));
+    setWindowFlag(Qt::Dialog);
+    setWindowTitle(tr("Settings"));
+    auto* column = new QVBoxLayout(this);
+    column->setContentsMargins(0, 0, 0, 0);
+    auto* tabs = new QTabWidget;
+    tabs->setDocumentMode(true);
+    const auto add = [tabs](QWidget* page, const SettingsScreen::Tab& tab) {
+        tabs->addTab(page, symbolIcon(tab.symbol), titleOf(tab.title));
+    };
+    add(makeGeneral(), SettingsScreen::general);
+    add(makeAccount(), SettingsScreen::account);
+    add(makeDesktop(), SettingsScreen::desktop);
+    column->addWidget(tabs);
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, this, &QWidget::close);
+    connect(new QShortcut(Qt::CTRL | Qt::Key_W, this), &QShortcut::activated, this, &QWidget::close);
+    update();
+    resize(initial.expandedTo(sizeHint()));
 }
 
 void SettingsWindow::bringForward() {
-  setWindowState(windowState() & ~Qt::WindowMinimized);
-  show();
-  raise();
-  activateWindow();
+    setWindowState(windowState() & ~Qt::WindowMinimized);
+    show();
+    raise();
+    activateWindow();
 }
 
 // --- The tabs ---
 
-QWidget *SettingsWindow::makeGeneral() {
-  auto *form = new SettingsForm;
-  form->addSection(textOf(SettingsScreen::downloadsSection));
-  form->addRow(textOf(SettingsScreen::folderLabel), makeFolderChoice());
-  deletes_ = makeSwitch(
-      SettingsScreen::deleteLabel, screen_.deleteAfterDownload(),
-      [this](bool deletes) { screen_.setDeleteAfterDownload(deletes); }, this);
-  form->addLine(deletes_);
-  concurrency_ = new StepperBox(
-      [this](std::int64_t limit) { screen_.setMaxConcurrentDownloads(limit); });
-  form->addRow(textOf(screen_.maxConcurrentDownloads().label), concurrency_);
-  conflict_ = new QComboBox;
-  for (const ConflictBehavior behavior : conflictBehaviors)
-    conflict_->addItem(textOf(displayName(behavior)));
-  connect(conflict_, &QComboBox::currentIndexChanged, this, [this](int index) {
-    if (index >= 0)
-      screen_.setConflictBehavior(
-          conflictBehaviors.at(static_cast<std::size_t>(index)));
-  });
-  form->addRow(textOf(SettingsScreen::conflictLabel), conflict_);
-  explanation_ = form->addNote();
-  form->addSection(textOf(SettingsScreen::syncSection));
-  interval_ = new StepperBox(
-      [this](std::int64_t minutes) { screen_.setPollInterval(minutes); });
-  form->addRow(textOf(screen_.pollInterval().label), interval_);
-  return form;
+QWidget* SettingsWindow::makeGeneral() {
+    auto* form = new SettingsForm;
+    form->addSection(textOf(SettingsScreen::downloadsSection));
+    form->addRow(textOf(SettingsScreen::folderLabel), makeFolderChoice());
+    deletes_ = makeSwitch(
+        SettingsScreen::deleteLabel, screen_.deleteAfterDownload(),
+        [this](bool deletes) { screen_.setDeleteAfterDownload(deletes); }, this);
+    form->addLine(deletes_);
+    concurrency_ = new StepperBox([this](std::int64_t limit) { screen_.setMaxConcurrentDownloads(limit); });
+    form->addRow(textOf(screen_.maxConcurrentDownloads().label), concurrency_);
+    conflict_ = new QComboBox;
+    for (const ConflictBehavior behavior : conflictBehaviors) conflict_->addItem(textOf(displayName(behavior)));
+    connect(conflict_, &QComboBox::currentIndexChanged, this, [this](int index) {
+        if (index >= 0) screen_.setConflictBehavior(conflictBehaviors.at(static_cast<std::size_t>(index)));
+    });
+    form->addRow(textOf(SettingsScreen::conflictLabel), conflict_);
+    explanation_ = form->addNote();
+    form->addSection(textOf(SettingsScreen::syncSection));
+    interval_ = new StepperBox([this](std::int64_t minutes) { screen_.setPollInterval(minutes); });
+    form->addRow(textOf(screen_.pollInterval().label), interval_);
+    return form;
 }
 
-QWidget *SettingsWindow::makeFolderChoice() {
-  folder_ = new ElidedLabel(Qt::ElideLeft);
-  folder_->setAccessibleName(textOf(SettingsScreen::folderLabel));
-  auto *choose = new QPushButton(textOf(SettingsScreen::chooseLabel));
-  choose->setAutoDefault(true);
-  connect(choose, &QPushButton::clicked, this, &SettingsWindow::chooseFolder);
-  QWidget *line = makeLine({folder_, choose});
-  line->setFocusProxy(choose);
-  return line;
+QWidget* SettingsWindow::makeFolderChoice() {
+    folder_ = new ElidedLabel(Qt::ElideLeft);
+    folder_->setAccessibleName(textOf(SettingsScreen::folderLabel));
+    auto* choose = new QPushButton(textOf(SettingsScreen::chooseLabel));
+    choose->setAutoDefault(true);
+    connect(choose, &QPushButton::clicked, this, &SettingsWindow::chooseFolder);
+    QWidget* line = makeLine({folder_, choose});
+    line->setFocusProxy(choose);
+    return line;
 }
 
-QWidget *SettingsWindow::makeAccount() {
-  auto *form = new SettingsForm;
-  form->addSection(textOf(SettingsScreen::putioSection));
-  form->addRow(textOf(SettingsScreen::clientIDLabel), makeClientID());
-  status_ = new QLabel;
-  form->addRow(textOf(SettingsScreen::statusLabel), status_);
-  form->addSection({});
-  signOut_ = new QPushButton(titleOf(SettingsScreen::signOutLabel));
-  signOut_->setAutoDefault(true);
-  setEmphasis(*signOut_, Emphasis::destructive);
-  connect(signOut_, &QPushButton::clicked, this, [this] { screen_.signOut(); });
-  form->addLine(signOut_);
-  return form;
+QWidget* SettingsWindow::makeAccount() {
+    auto* form = new SettingsForm;
+    form->addSection(textOf(SettingsScreen::putioSection));
+    form->addRow(textOf(SettingsScreen::clientIDLabel), makeClientID());
+    status_ = new QLabel;
+    form->addRow(textOf(SettingsScreen::statusLabel), status_);
+    form->addSection({});
+    signOut_ = new QPushButton(titleOf(SettingsScreen::signOutLabel));
+    signOut_->setAutoDefault(true);
+    setEmphasis(*signOut_, Emphasis::destructive);
+    connect(signOut_, &QPushButton::clicked, this, [this] { screen_.signOut(); });
+    form->addLine(signOut_);
+    return form;
 }
 
-QWidget *SettingsWindow::makeClientID() {
-  clientID_ = new QStackedWidget;
-  clientIDText_ = new QLabel;
-  clientIDText_->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
-  auto *change = new QPushButton(textOf(SettingsScreen::changeLabel));
-  change->setFlat(true);
-  change->setAutoDefault(true);
-  connect(change, &QPushButton::clicked, this, [this] {
-    screen_.editClientID();
-    clientIDField_->setFocus();
-    clientIDField_->selectAll();
-  });
-  clientIDField_ = new QLineEdit;
-  clientIDField_->setPlaceholderText(textOf(SettingsScreen::clientIDPrompt));
-  clientIDField_->setAccessibleName(textOf(SettingsScreen::clientIDPrompt));
-  clientIDField_->setFixedWidth(SettingsScreen::clientIDFieldWidth);
-  connect(clientIDField_, &QLineEdit::textEdited, this,
-          [this](const QString &text) {
-            screen_.setClientIDText(text.toStdString());
-          });
-  connect(clientIDField_, &QLineEdit::returnPressed, this,
-          [this] { screen_.saveClientID(); });
-  auto *save = new QPushButton(textOf(SettingsScreen::saveLabel));
-  save->setAutoDefault(true);
-  connect(save, &QPushButton::clicked, this,
-          [this] { screen_.saveClientID(); });
-  clientID_->addWidget(makeLine({clientIDText_, change}));
-  clientID_->addWidget(makeLine({clientIDField_, save}));
-  return clientID_;
+QWidget* SettingsWindow::makeClientID() {
+    clientID_ = new QStackedWidget;
+    clientIDText_ = new QLabel;
+    clientIDText_->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
+    auto* change = new QPushButton(textOf(SettingsScreen::changeLabel));
+    change->setFlat(true);
+    change->setAutoDefault(true);
+    connect(change, &QPushButton::clicked, this, [this] {
+        screen_.editClientID();
+        clientIDField_->setFocus();
+        clientIDField_->selectAll();
+    });
+    clientIDField_ = new QLineEdit;
+    clientIDField_->setPlaceholderText(textOf(SettingsScreen::clientIDPrompt));
+    clientIDField_->setAccessibleName(textOf(SettingsScreen::clientIDPrompt));
+    clientIDField_->setFixedWidth(SettingsScreen::clientIDFieldWidth);
+    connect(clientIDField_, &QLineEdit::textEdited, this,
+            [this](const QString& text) { screen_.setClientIDText(text.toStdString()); });
+    connect(clientIDField_, &QLineEdit::returnPressed, this, [this] { screen_.saveClientID(); });
+    auto* save = new QPushButton(textOf(SettingsScreen::saveLabel));
+    save->setAutoDefault(true);
+    connect(save, &QPushButton::clicked, this, [this] { screen_.saveClientID(); });
+    clientID_->addWidget(makeLine({clientIDText_, change}));
+    clientID_->addWidget(makeLine({clientIDField_, save}));
+    return clientID_;
 }
 
-QWidget *SettingsWindow::makeDesktop() {
-  auto *form = new SettingsForm;
-  form->addSection({});
-  keepsAwake_ = makeSwitch(
-      SettingsScreen::keepsAwakeLabel, screen_.keepsAwake(),
-      [this](bool keeps) { screen_.setKeepsAwake(keeps); }, this);
-  notifies_ = makeSwitch(
-      SettingsScreen::notifiesLabel, screen_.notifies(),
-      [this](bool notifies) { screen_.setNotifies(notifies); }, this);
-  form->addLine(keepsAwake_);
-  form->addLine(notifies_);
-  return form;
+QWidget* SettingsWindow::makeDesktop() {
+    auto* form = new SettingsForm;
+    form->addSection({});
+    keepsAwake_ = makeSwitch(
+        SettingsScreen::keepsAwakeLabel, screen_.keepsAwake(), [this](bool keeps) { screen_.setKeepsAwake(keeps); },
+        this);
+    notifies_ = makeSwitch(
+        SettingsScreen::notifiesLabel, screen_.notifies(), [this](bool notifies) { screen_.setNotifies(notifies); },
+        this);
+    form->addLine(keepsAwake_);
+    form->addLine(notifies_);
+    return form;
 }
 
 // --- What is shown ---
 
 void SettingsWindow::update() {
-  folder_->setText(QFile::decodeName(screen_.downloadFolder().c_str()));
-  deletes_->setChecked(screen_.deleteAfterDownload());
-  concurrency_->show(screen_.maxConcurrentDownloads());
-  const auto *const behavior =
-      std::ranges::find(conflictBehaviors, screen_.conflictBehavior());
-  conflict_->setCurrentIndex(
-      static_cast<int>(behavior - conflictBehaviors.begin()));
-  explanation_->setText(textOf(screen_.conflictExplanation()));
-  interval_->show(screen_.pollInterval());
-  updateAccount();
-  keepsAwake_->setChecked(screen_.keepsAwake());
-  notifies_->setChecked(screen_.notifies());
+    folder_->setText(QFile::decodeName(screen_.downloadFolder().c_str()));
+    deletes_->setChecked(screen_.deleteAfterDownload());
+    concurrency_->show(screen_.maxConcurrentDownloads());
+    const auto* const behavior = std::ranges::find(conflictBehaviors, screen_.conflictBehavior());
+    conflict_->setCurrentIndex(static_cast<int>(behavior - conflictBehaviors.begin()));
+    explanation_->setText(textOf(screen_.conflictExplanation()));
+    interval_->show(screen_.pollInterval());
+    updateAccount();
+    keepsAwake_->setChecked(screen_.keepsAwake());
+    notifies_->setChecked(screen_.notifies());
 }
 
 void SettingsWindow::updateAccount() {
-  clientID_->setCurrentIndex(screen_.isEditingClientID() ? 1 : 0);
-  showLabel(*clientIDText_, screen_.clientID());
-  const QString edited = textOf(screen_.clientIDText());
-  if (clientIDField_->text() != edited)
-    clientIDField_->setText(edited);
-  showLabel(*status_, screen_.status());
-  signOut_->setEnabled(screen_.canSignOut());
+    clientID_->setCurrentIndex(screen_.isEditingClientID() ? 1 : 0);
+    showLabel(*clientIDText_, screen_.clientID());
+    const QString edited = textOf(screen_.clientIDText());
+    if (clientIDField_->text() != edited) clientIDField_->setText(edited);
+    showLabel(*status_, screen_.status());
+    signOut_->setEnabled(screen_.canSignOut());
 }
 
 void SettingsWindow::chooseFolder() {
-  chooseLocalFiles(*this, SettingsScreen::downloadFolderChooser(),
-                   [this](const LocalPaths &chosen) {
-                     screen_.setDownloadFolder(chosen.front());
-                   });
+    chooseLocalFiles(*this, SettingsScreen::downloadFolderChooser(),
+                     [this](const LocalPaths& chosen) { screen_.setDownloadFolder(chosen.front()); });
 }
 
-void SettingsWindow::hideEvent(QHideEvent *event) {
-  QWidget::hideEvent(event);
-  if (!event->spontaneous())
-    screen_.disappear();
+void SettingsWindow::hideEvent(QHideEvent* event) {
+    QWidget::hideEvent(event);
+    if (!event->spontaneous()) screen_.disappear();
 }
 
-void SettingsWindow::changeEvent(QEvent *event) {
-  QWidget::changeEvent(event);
-  if (event->type() == QEvent::PaletteChange && status_)
-    updateAccount();
+void SettingsWindow::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange && status_) updateAccount();
 }
 
-} // namespace tovri
+}  // namespace tovri
