@@ -3,9 +3,10 @@
 #include <QPushButton>
 
 #include "screens/window/ClosingQuestion.h"
+#include "widgets/automation/SyncRulesView.h"
 #include "widgets/downloads/DownloadsView.h"
+#include "widgets/feeds/RSSFeedsView.h"
 #include "widgets/files/FileBrowserView.h"
-#include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/transfers/TransfersView.h"
@@ -38,7 +39,7 @@ Desktop::Desktop(Surroundings surroundings, std::function<void()> ended)
     connect(&window_, &MainWindow::quitWanted, this, &Desktop::quit);
 }
 
-Section Desktop::makeSection(SidebarItem item) {
+SectionView Desktop::makeSection(SidebarItem item) {
     switch (item) {
         case SidebarItem::files: {
             auto* view = new FileBrowserView(files_);
@@ -48,13 +49,12 @@ Section Desktop::makeSection(SidebarItem item) {
             return {new TransfersView(transfers_)};
         case SidebarItem::downloads:
             return {new DownloadsView(downloads_)};
-        case SidebarItem::sync:
         case SidebarItem::rss:
-            break;
+            return {new RSSFeedsView(feeds_)};
+        case SidebarItem::sync:
+            return {new SyncRulesView(rules_)};
     }
-    auto* view = new PlaceholderView;
-    view->show({Placeholder::Kind::message, symbol(item), std::string(title(item)), "", ""});
-    return {view};
+    return {};
 }
 
 void Desktop::open() {

@@ -75,10 +75,10 @@ void MainWindow::addViewMenu() {
     }
     view->addSeparator();
     refresh_ = view->addAction(tr("&Refresh"), QKeySequence(Qt::Key_F5), this, [this] {
-        if (const Section* shown = shownSection(); shown && shown->refresh) shown->refresh();
+        if (const SectionView* shown = shownSection(); shown && shown->refresh) shown->refresh();
     });
     find_ = view->addAction(tr("&Find"), QKeySequence(Qt::CTRL | Qt::Key_F), this, [this] {
-        if (const Section* shown = shownSection(); shown && shown->focusSearch) shown->focusSearch();
+        if (const SectionView* shown = shownSection(); shown && shown->focusSearch) shown->focusSearch();
     });
 }
 
@@ -98,7 +98,7 @@ void MainWindow::updateMenus() {
         action->setEnabled(shows);
         action->setChecked(shows && selected == item);
     }
-    const Section* shown = shownSection();
+    const SectionView* shown = shownSection();
     refresh_->setEnabled(shown && shown->refresh);
     find_->setEnabled(shown && shown->focusSearch);
     checkForUpdates_->setEnabled(screens_.updater.canCheckForUpdates());
@@ -145,8 +145,8 @@ void MainWindow::showSection() {
     updateMenus();
 }
 
-Section& MainWindow::section(SidebarItem item) {
-    Section& section = sections_[static_cast<std::size_t>(item)];
+SectionView& MainWindow::section(SidebarItem item) {
+    SectionView& section = sections_[static_cast<std::size_t>(item)];
     if (!section.view) {
         section = makeSection_(item);
         detail_->addWidget(section.view);
@@ -154,7 +154,7 @@ Section& MainWindow::section(SidebarItem item) {
     return section;
 }
 
-const Section* MainWindow::shownSection() const {
+const SectionView* MainWindow::shownSection() const {
     const std::optional<SidebarItem> item = screens_.content.selectedItem();
     if (!item || !screens_.content.showsSections()) return nullptr;
     return &sections_[static_cast<std::size_t>(*item)];

@@ -19,7 +19,7 @@ class Sidebar;
 class SignInView;
 
 // The view of a section, and what the window's menu passes on to it; empty where the section has no such thing.
-struct Section {
+struct SectionView {
     QWidget* view = nullptr;
     std::function<void()> refresh = {};
     std::function<void()> focusSearch = {};
@@ -31,7 +31,7 @@ class MainWindow final : public QMainWindow {
     Q_OBJECT
 
 public:
-    using MakeSection = std::function<Section(SidebarItem)>;
+    using MakeSection = std::function<SectionView(SidebarItem)>;
 
     static constexpr QSize smallest{700, 500};
     static constexpr QSize initial{900, 600};
@@ -67,13 +67,13 @@ private:
     void showSection();
     void showConflict();
     void updateMenus();
-    Section& section(SidebarItem item);
-    [[nodiscard]] const Section* shownSection() const;
+    SectionView& section(SidebarItem item);
+    [[nodiscard]] const SectionView* shownSection() const;
     void showAbout();
 
     Screens screens_;
     MakeSection makeSection_;
-    std::array<Section, allSidebarItems.size()> sections_;
+    std::array<SectionView, allSidebarItems.size()> sections_;
     QStackedWidget* pages_;
     SignInView* signIn_;
     QSplitter* split_;

@@ -39,6 +39,7 @@ void SettingsForm::addSection(const QString& title) {
 
 void SettingsForm::addRow(const QString& label, QWidget* control) {
     auto* row = new QWidget;
+    row->setMinimumHeight(measures::headerHeight);
     auto* line = new QHBoxLayout(row);
     line->setContentsMargins(0, 0, 0, 0);
     line->setSpacing(measures::sheetMargin);
@@ -51,8 +52,8 @@ void SettingsForm::addRow(const QString& label, QWidget* control) {
     section_->addWidget(row);
 }
 
-void SettingsForm::addLine(QWidget* content) {
-    section_->addWidget(content);
+void SettingsForm::addLine(QWidget* content, Qt::Alignment alignment) {
+    section_->addWidget(content, 0, alignment);
 }
 
 QLabel* SettingsForm::addNote() {

@@ -20,8 +20,8 @@ public:
     // The label names the control where that has no name yet.
     void addRow(const QString& label, QWidget* control);
 
-    // A line of its own in the section, over its whole width.
-    void addLine(QWidget* content);
+    // A line of its own in the section.
+    void addLine(QWidget* content, Qt::Alignment alignment);
 
     // Below the row before it, small and pale.
     QLabel* addNote();

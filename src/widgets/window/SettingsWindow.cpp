@@ -1,6 +1,5 @@
 #include "widgets/window/SettingsWindow.h"
 
-#include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
 #include <QHBoxLayout>
@@ -9,29 +8,30 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QShortcut>
-#include <QSignalBlocker>
-#include <QStackedWidget>
 #include <QTabWidget>
+#include <QToolButton>
 
 #include "widgets/parts/LocalFiles.h"
 #include "widgets/parts/StepperBox.h"
+#include "widgets/parts/Switch.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
 #include "widgets/window/ElidedLabel.h"
+#include "widgets/window/LinkButton.h"
 #include "widgets/window/SettingsForm.h"
 
 namespace tovri {
 namespace {
 
-constexpr QSize initial{560, 480};
+constexpr QSize initial{560, 460};
 
-QCheckBox* makeSwitch(const char* label, bool isOn, std::function<void(bool)> set, QObject* context) {
-    auto* box = new QCheckBox(titleOf(label));
-    box->setChecked(isOn);
-    QObject::connect(box, &QCheckBox::toggled, context, std::move(set));
-    return box;
+Switch* addSwitch(SettingsForm& form, const char* label, const std::function<void(bool)>& set) {
+    auto* toggle = new Switch;
+    form.addRow(textOf(label), toggle);
+    QObject::connect(toggle, &Switch::toggled, &form, set);
+    return toggle;
 }
 
 QWidget* makeLine(std::initializer_list<QWidget*> parts) {
@@ -84,10 +84,8 @@ QWidget* SettingsWindow::makeGeneral() {
     auto* form = new SettingsForm;
     form->addSection(textOf(SettingsScreen::downloadsSection));
     form->addRow(textOf(SettingsScreen::folderLabel), makeFolderChoice());
-    deletes_ = makeSwitch(
-        SettingsScreen::deleteLabel, screen_.deleteAfterDownload(),
-        [this](bool deletes) { screen_.setDeleteAfterDownload(deletes); }, this);
-    form->addLine(deletes_);
+    deletes_ = addSwitch(*form, SettingsScreen::deleteLabel,
+                         [this](bool deletes) { screen_.setDeleteAfterDownload(deletes); });
     concurrency_ = new StepperBox([this](std::int64_t limit) { screen_.setMaxConcurrentDownloads(limit); });
     form->addRow(textOf(screen_.maxConcurrentDownloads().label), concurrency_);
     conflict_ = new QComboBox;
@@ -125,18 +123,14 @@ QWidget* SettingsWindow::makeAccount() {
     signOut_->setAutoDefault(true);
     setEmphasis(*signOut_, Emphasis::destructive);
     connect(signOut_, &QPushButton::clicked, this, [this] { screen_.signOut(); });
-    form->addLine(signOut_);
+    form->addLine(signOut_, Qt::AlignLeading);
     return form;
 }
 
 QWidget* SettingsWindow::makeClientID() {
-    clientID_ = new QStackedWidget;
     clientIDText_ = new QLabel;
-    clientIDText_->setAlignment(Qt::AlignTrailing | Qt::AlignVCenter);
-    auto* change = new QPushButton(textOf(SettingsScreen::changeLabel));
-    change->setFlat(true);
-    change->setAutoDefault(true);
-    connect(change, &QPushButton::clicked, this, [this] {
+    auto* change = new LinkButton(textOf(SettingsScreen::changeLabel));
+    connect(change, &QToolButton::clicked, this, [this] {
         screen_.editClientID();
         clientIDField_->setFocus();
         clientIDField_->selectAll();
@@ -151,22 +145,20 @@ QWidget* SettingsWindow::makeClientID() {
     auto* save = new QPushButton(textOf(SettingsScreen::saveLabel));
     save->setAutoDefault(true);
     connect(save, &QPushButton::clicked, this, [this] { screen_.saveClientID(); });
-    clientID_->addWidget(makeLine({clientIDText_, change}));
-    clientID_->addWidget(makeLine({clientIDField_, save}));
-    return clientID_;
+    shownClientID_ = makeLine({clientIDText_, change});
+    editedClientID_ = makeLine({clientIDField_, save});
+    QWidget* both = makeLine({shownClientID_, editedClientID_});
+    both->setMinimumHeight(save->sizeHint().height());  // nothing moves when one gives way to the other
+    return both;
 }
 
 QWidget* SettingsWindow::makeDesktop() {
     auto* form = new SettingsForm;
     form->addSection({});
-    keepsAwake_ = makeSwitch(
-        SettingsScreen::keepsAwakeLabel, screen_.keepsAwake(), [this](bool keeps) { screen_.setKeepsAwake(keeps); },
-        this);
-    notifies_ = makeSwitch(
-        SettingsScreen::notifiesLabel, screen_.notifies(), [this](bool notifies) { screen_.setNotifies(notifies); },
-        this);
-    form->addLine(keepsAwake_);
-    form->addLine(notifies_);
+    keepsAwake_ =
+        addSwitch(*form, SettingsScreen::keepsAwakeLabel, [this](bool keeps) { screen_.setKeepsAwake(keeps); });
+    notifies_ =
+        addSwitch(*form, SettingsScreen::notifiesLabel, [this](bool notifies) { screen_.setNotifies(notifies); });
     return form;
 }
 
@@ -186,7 +178,8 @@ void SettingsWindow::update() {
 }
 
 void SettingsWindow::updateAccount() {
-    clientID_->setCurrentIndex(screen_.isEditingClientID() ? 1 : 0);
+    shownClientID_->setVisible(!screen_.isEditingClientID());
+    editedClientID_->setVisible(screen_.isEditingClientID());
     showLabel(*clientIDText_, screen_.clientID());
     const QString edited = textOf(screen_.clientIDText());
     if (clientIDField_->text() != edited) clientIDField_->setText(edited);

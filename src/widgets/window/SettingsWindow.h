@@ -4,17 +4,16 @@
 
 #include "screens/settings/SettingsScreen.h"
 
-class QCheckBox;
 class QComboBox;
 class QLabel;
 class QLineEdit;
 class QPushButton;
-class QStackedWidget;
 
 namespace tovri {
 
 class ElidedLabel;
 class StepperBox;
+class Switch;
 
 // The settings: three tabs, each change in effect at once.
 class SettingsWindow final : public QWidget {
@@ -42,18 +41,19 @@ private:
 
     SettingsScreen& screen_;
     ElidedLabel* folder_ = nullptr;
-    QCheckBox* deletes_ = nullptr;
+    Switch* deletes_ = nullptr;
     StepperBox* concurrency_ = nullptr;
     QComboBox* conflict_ = nullptr;
     QLabel* explanation_ = nullptr;
     StepperBox* interval_ = nullptr;
-    QStackedWidget* clientID_ = nullptr;
+    QWidget* shownClientID_ = nullptr;
+    QWidget* editedClientID_ = nullptr;
     QLabel* clientIDText_ = nullptr;
     QLineEdit* clientIDField_ = nullptr;
     QLabel* status_ = nullptr;
     QPushButton* signOut_ = nullptr;
-    QCheckBox* keepsAwake_ = nullptr;
-    QCheckBox* notifies_ = nullptr;
+    Switch* keepsAwake_ = nullptr;
+    Switch* notifies_ = nullptr;
     Subscription following_;
 };
 

@@ -17,6 +17,7 @@
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
+#include "widgets/window/LinkButton.h"
 
 namespace tovri {
 namespace {
@@ -56,7 +57,7 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
       symbol_(new QLabel),
       name_(new QLabel(SignInScreen::name)),
       tagline_(new QLabel(SignInScreen::tagline)),
-      change_(new QPushButton(SignInScreen::changeClientIDLabel)),
+      change_(new LinkButton(SignInScreen::changeClientIDLabel)),
       error_(new ErrorLine),
       following_(screen.onChange([this] { update(); })) {
     setFrameShape(QFrame::NoFrame);
@@ -77,8 +78,7 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     column->addWidget(change_, 0, Qt::AlignHCenter);
     column->addWidget(error_, 0, Qt::AlignHCenter);
     column->addStretch();
-    change_->setFlat(true);
-    connect(change_, &QPushButton::clicked, this, [this] {
+    connect(change_, &QToolButton::clicked, this, [this] {
         screen_.changeClientID();
         clientID_->setFocus();
         clientID_->selectAll();
@@ -185,7 +185,16 @@ void SignInView::update() {
     if (!screen_.isSigningIn()) address_->clear();
     addressError_->show(textOf(screen_.addressError().value_or("")));
     change_->setVisible(screen_.showsChangeClientID());
-    error_->show(textOf(screen_.error().value_or("")));
+    showError();
+}
+
+// As wide as it is, so that it stands in the middle.
+void SignInView::showError() {
+    const QString text = textOf(screen_.error().value_or(""));
+    const int wanted =
+        QFontMetrics(captionFont(font())).horizontalAdvance(text) + measures::smallSymbol + measures::spacing;
+    error_->setFixedWidth(std::min(wanted, blockWidth));
+    error_->show(text);
 }
 
 void SignInView::dress() {

@@ -12,6 +12,7 @@ class QVBoxLayout;
 namespace tovri {
 
 class ErrorLine;
+class LinkButton;
 class TurningSign;
 
 // The sign-in screen: the name, the client ID, the way to put.io's page, and what can be done while that is open.
@@ -33,6 +34,7 @@ private:
     QWidget* makeSignInButton();
     QWidget* makeWaiting();
     void update();
+    void showError();
     void dress();
 
     SignInScreen& screen_;
@@ -50,7 +52,7 @@ private:
     QLabel* addressPrompt_ = nullptr;
     QLineEdit* address_ = nullptr;
     ErrorLine* addressError_ = nullptr;
-    QPushButton* change_;
+    LinkButton* change_;
     ErrorLine* error_;
     Subscription following_;
 };

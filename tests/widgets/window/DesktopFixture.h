@@ -78,10 +78,10 @@ public:
 
     // --- what a user sees ---
 
-    // The button with this title that is on screen; null when there is none.
+    // The button with this title, or this name, that is on screen; null when there is none.
     static QAbstractButton* button(const QWidget& root, const QString& title) {
         for (auto* found : root.findChildren<QAbstractButton*>())
-            if (found->isVisible() && found->text() == title) return found;
+            if (found->isVisible() && (found->text() == title || found->accessibleName() == title)) return found;
         return nullptr;
     }
 

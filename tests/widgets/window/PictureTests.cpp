@@ -52,11 +52,11 @@ TEST_P(WindowPictures, sectionsAndSheets) {
         files.put("/home/user/Downloads/A film with a rather long name (1922).mkv", "old");
         (void)download(id, "A film with a rather long name (1922).mkv", std::string(1000, '.'));
     }
+    http.latency = std::chrono::seconds(10);
     app->fileBrowserState().uploadFiles({"/home/user/a", "/home/user/b"}, 0);
-    settle(std::chrono::milliseconds(10));
     take(window(), "files-uploading");
-    settle(std::chrono::seconds(5));
     key(Qt::Key_3, Qt::ControlModifier);
+    settle(std::chrono::minutes(1));
     take(window(), "downloads");
     take(*window().findChild<ConflictDialog*>(), "conflict");
 }
