@@ -6,8 +6,10 @@
 namespace tovri {
 
 void AppDelegate::applicationWillTerminate() {
-    if (downloadManager) downloadManager->saveNow();
+    // The rules first: a settled item may leave the queue file only once its rule knows the file on the disk, or a
+    // process that dies in between would fetch it again.
     if (syncManager) (void)syncManager->saveNow();
+    if (downloadManager) downloadManager->saveNow();
 }
 
 void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows, const std::function<void()>& showAllWindows) {
