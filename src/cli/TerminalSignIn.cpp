@@ -2,19 +2,10 @@
 
 #include <fmt/format.h>
 
+#include "base/Trimmed.h"
 #include "cli/display/DisplayText.h"
 
 namespace tovri::cli {
-namespace {
-
-std::optional<std::string> trimmed(const std::string& line) {
-    constexpr const char* blanks = " \t\r\n";
-    const std::size_t begin = line.find_first_not_of(blanks);
-    if (begin == std::string::npos) return std::nullopt;
-    return line.substr(begin, line.find_last_not_of(blanks) - begin + 1);
-}
-
-}  // namespace
 
 Subscription TerminalSignIn::authenticate(const std::string& url, const std::string& callbackScheme, Done done) {
     terminal_.print("Open this address in a browser and sign in:");
@@ -24,12 +15,13 @@ Subscription TerminalSignIn::authenticate(const std::string& url, const std::str
         "access token and is not shown): ",
         callbackScheme);
     auto receive = [done = std::move(done), callbackScheme](std::optional<std::string> line) mutable {
-        const std::optional<std::string> address = line ? trimmed(*line) : std::nullopt;
+        std::optional<std::string> address;
+        if (line && !trimmed(*line).empty()) address = trimmed(*line);
         if (address && !address->starts_with(callbackScheme + ":"))
             return done(failure(Error(ErrorCase::noCallback, fmt::format("The address must begin with {}: and hold the "
                                                                          "token. Try again with: tovri-cli login",
                                                                          callbackScheme))));
-        done(address);
+        done(std::move(address));
     };
     return terminal_.ask(question, Terminal::Echo::hidden, std::move(receive));
 }

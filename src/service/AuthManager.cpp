@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/Trimmed.h"
 #include "platform/Await.h"
 #include "service/AuthError.h"
 #include "service/KeychainItem.h"
@@ -15,13 +16,6 @@ namespace {
 constexpr std::string_view placeholderClientID = "7316";
 constexpr const char* callbackScheme = "tovri-putio";
 constexpr std::string_view redirectURI = "tovri-putio://callback";
-
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view whiteSpace = " \t\n\v\f\r";
-    const std::size_t begin = text.find_first_not_of(whiteSpace);
-    if (begin == std::string_view::npos) return {};
-    return text.substr(begin, text.find_last_not_of(whiteSpace) - begin + 1);
-}
 
 // A line break or blank inside would end the header that carries the token, or begin another.
 bool fitsIntoHeader(std::string_view token) {

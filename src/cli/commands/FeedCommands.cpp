@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "base/Trimmed.h"
 #include "cli/commands/Question.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/FeedListing.h"

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "base/Trimmed.h"
 #include "cli/commands/Question.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/TransferListing.h"
@@ -36,7 +37,7 @@ Task<ExitCode> TransferListCommand::run(std::stop_token stop) {
 }
 
 Task<ExitCode> TransferAddCommand::run(std::stop_token stop) {
-    std::string url = trimmed(context_.invocation.operands.front());
+    std::string url(trimmed(context_.invocation.operands.front()));
     if (url.empty()) {
         context_.complain("the URL is empty.");
         co_return ExitCode::wrongArguments;

@@ -4,6 +4,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include "base/Trimmed.h"
 #include "platform/curl/HeaderText.h"
 #include "platform/curl/TransportError.h"
 

@@ -1,5 +1,6 @@
 #include "platform/curl/ResponseHead.h"
 
+#include "base/Trimmed.h"
 #include "platform/curl/ContentRange.h"
 #include "platform/curl/HeaderText.h"
 

@@ -1,6 +1,6 @@
 #include "screens/feeds/RSSFeedEditorSheet.h"
 
-#include "screens/EnteredText.h"
+#include "base/Trimmed.h"
 
 namespace tovri {
 namespace {
@@ -14,7 +14,7 @@ RSSFeedEditorSheet::Fields fieldsOf(const RSSFeed& feed) {
 }  // namespace
 
 bool RSSFeedEditorSheet::canConfirm() const {
-    return !isSaving_ && !enteredText(fields_.rssURL).empty();
+    return !isSaving_ && !trimmed(fields_.rssURL).empty();
 }
 
 void RSSFeedEditorSheet::open(std::optional<RSSFeed> feed) {
@@ -65,8 +65,8 @@ Task<> RSSFeedEditorSheet::save(std::stop_token stop) {
 }
 
 Task<Result<void>> RSSFeedEditorSheet::create(std::stop_token stop) {
-    NewRSSFeed feed{fields_.title,   enteredText(fields_.rssURL),  fields_.parentDirID,
-                    fields_.keyword, fields_.dontProcessWholeFeed, fields_.deleteOldFiles};
+    NewRSSFeed feed{fields_.title,   std::string(trimmed(fields_.rssURL)), fields_.parentDirID,
+                    fields_.keyword, fields_.dontProcessWholeFeed,         fields_.deleteOldFiles};
     Result<RSSFeed> created = co_await api_.createFeed(std::move(feed), std::move(stop));
     if (!created) co_return failure(created);
     co_return Result<void>();

@@ -1,6 +1,6 @@
 #include "screens/settings/SignInScreen.h"
 
-#include "screens/EnteredText.h"
+#include "base/Trimmed.h"
 #include "service/AuthError.h"
 
 namespace tovri {
@@ -96,7 +96,7 @@ void SignInScreen::openPageAgain() {
 }
 
 void SignInScreen::submitAddress(std::string_view address) {
-    if (!isSigningIn_ || auth_.handleCallback(enteredText(address))) return;
+    if (!isSigningIn_ || auth_.handleCallback(trimmed(address))) return;
     addressError_ = AuthError::noToken().description;
     changes_.tell();
 }

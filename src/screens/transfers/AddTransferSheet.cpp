@@ -1,6 +1,6 @@
 #include "screens/transfers/AddTransferSheet.h"
 
-#include "screens/EnteredText.h"
+#include "base/Trimmed.h"
 
 namespace tovri {
 namespace {
@@ -43,7 +43,7 @@ void AddTransferSheet::setExtract(bool extracts) {
 }
 
 void AddTransferSheet::add() {
-    std::string url = enteredText(urlText_);
+    std::string url(trimmed(urlText_));
     if (!isOpen_ || isAdding_ || url.empty()) return;
     isAdding_ = true;
     error_.reset();
