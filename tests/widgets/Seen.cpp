@@ -1,6 +1,7 @@
 #include "tests/widgets/Seen.h"
 
 #include <QAbstractButton>
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QLabel>
@@ -31,8 +32,8 @@ QString seenRow(const RowContent& row) {
 
 // Of the row, which becomes the selected one. Closed by the caller.
 QMenu* openMenu(QWidget& view, int row) {
-    RowListView& list = listOf(view);
-    list.setCurrentIndex(list.rows()->index(row));
+    auto& list = *view.findChild<QAbstractItemView*>();
+    list.setCurrentIndex(list.model()->index(row, 0));
     const QPoint place = list.visualRect(list.currentIndex()).center();
     QContextMenuEvent event(QContextMenuEvent::Mouse, place, list.viewport()->mapToGlobal(place));
     QApplication::sendEvent(list.viewport(), &event);
@@ -92,11 +93,11 @@ bool pressInRow(const QWidget& view, int row, const QString& help) {
 }
 
 void pressKeyInRow(const QWidget& view, int row, Qt::Key key) {
-    RowListView& list = listOf(view);
+    auto& list = *view.findChild<QAbstractItemView*>();
     view.window()->activateWindow();
     EXPECT_TRUE(QTest::qWaitForWindowActive(view.window()));
     list.setFocus();
-    list.setCurrentIndex(list.rows()->index(row));
+    list.setCurrentIndex(list.model()->index(row, 0));
     QTest::keyClick(&list, key);
 }
 
