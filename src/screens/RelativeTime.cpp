@@ -7,14 +7,14 @@ namespace {
 
 struct Unit {
     std::chrono::seconds length;
-    const char* one = nullptr;
-    const char* many = nullptr;
+    const char* name = nullptr;
+    const char* abbreviation = nullptr;  // null: its name is short enough
 };
 
-constexpr Unit units[] = {{std::chrono::days(1), " day", " days"},
-                          {std::chrono::hours(1), " hr", " hr"},
-                          {std::chrono::minutes(1), " min", " min"},
-                          {std::chrono::seconds(1), " sec", " sec"}};
+constexpr Unit units[] = {{std::chrono::days(1), " day"},
+                          {std::chrono::hours(1), " hour", " hr"},
+                          {std::chrono::minutes(1), " minute", " min"},
+                          {std::chrono::seconds(1), " second", " sec"}};
 
 // The largest that fits.
 const Unit& unitOf(std::chrono::nanoseconds elapsed) {
@@ -24,11 +24,20 @@ const Unit& unitOf(std::chrono::nanoseconds elapsed) {
 
 }  // namespace
 
-std::string relativeTimeText(std::chrono::nanoseconds elapsed) {
+std::chrono::nanoseconds timeSince(Timestamp then, Timestamp now) {
+    using std::chrono::seconds;
+    constexpr seconds longest = std::chrono::years(100);
+    const seconds coarse =
+        std::chrono::floor<seconds>(now).time_since_epoch() - std::chrono::floor<seconds>(then).time_since_epoch();
+    return coarse > -longest && coarse < longest ? now - then : std::clamp(coarse, -longest, longest);
+}
+
+std::string relativeTimeText(std::chrono::nanoseconds elapsed, UnitNames names) {
     elapsed = std::max(elapsed, std::chrono::nanoseconds::zero());
     const Unit& unit = unitOf(elapsed);
     const auto count = elapsed / unit.length;
-    return std::to_string(count) + (count == 1 ? unit.one : unit.many);
+    if (names == UnitNames::abbreviated && unit.abbreviation) return std::to_string(count) + unit.abbreviation;
+    return std::to_string(count) + unit.name + (count == 1 ? "" : "s");
 }
 
 std::chrono::nanoseconds timeToNextRelativeText(std::chrono::nanoseconds elapsed) {

@@ -4,6 +4,7 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/FeedListing.h"
 #include "cli/display/RowLayout.h"
+#include "cli/display/RuleListing.h"
 #include "cli/display/TransferListing.h"
 
 namespace tovri::cli {
@@ -47,6 +48,26 @@ TEST(FeedListing, saysWhatApplies) {
     const RSSFeed off{2, "", "r", "", 2, false, false, false, std::nullopt, false};
     EXPECT_THAT(feedLines({full, off}, std::nullopt),
                 ElementsAre("1  t         Keyword: k · Auto-delete · Paused · Last: 2026-01-01", "2  Untitled"));
+}
+
+TEST(RuleListing, saysWhereFilesGoAndWhenTheRuleLooked) {
+    const Timestamp now = std::chrono::sys_days{std::chrono::year{2026} / 11 / 23};
+    SyncRule synced;
+    synced.id = *UUID::parse("A0000000-0000-4000-8000-000000000000");
+    synced.putioFolderName = "Series\n";
+    synced.localFolderPath = "/home/user/Shows";
+    synced.pollIntervalMinutes = 5;
+    synced.isInitialized = true;
+    synced.deleteAfterDownload = true;
+    synced.lastSyncDate = now - std::chrono::hours(1);
+    SyncRule paused = synced;
+    paused.id = *UUID::parse("B0000000-0000-4000-8000-000000000000");
+    paused.localFolderPath = "/home/user2";
+    paused.isEnabled = false;
+    paused.deleteAfterDownload = false;
+    EXPECT_THAT(ruleLines({synced, paused}, now, "/home/user", std::nullopt),
+                ElementsAre("A0000000  Series\xEF\xBF\xBD → ~/Shows      1 hour ago · every 5m · deletes from put.io",
+                            "B0000000  Series\xEF\xBF\xBD → /home/user2  Paused"));
 }
 
 TEST(RowLayout, fitsAnyWidth) {

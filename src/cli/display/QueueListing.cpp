@@ -1,13 +1,12 @@
 #include "cli/display/QueueListing.h"
 
-#include <algorithm>
-
 #include <fmt/format.h>
 
 #include "base/ByteCountFormat.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/ShortID.h"
+#include "screens/RelativeTime.h"
 
 namespace tovri::cli {
 namespace {
@@ -43,7 +42,9 @@ std::string statusText(const DownloadRecord& item, Timestamp now) {
         case paused:
             return sizesText(item) + " \xC2\xB7 Paused " + percentText(item);
         case completed:
-            return item.completedAt ? fmt::format("{} \xC2\xB7 {} ago", size, timeSince(*item.completedAt, now)) : size;
+            if (!item.completedAt) return size;
+            return fmt::format("{} \xC2\xB7 {} ago", size,
+                               relativeTimeText(timeSince(*item.completedAt, now), UnitNames::whole));
         case failed:
             return printable(item.error.value_or("Download failed"));
         case cancelled:
@@ -72,18 +73,6 @@ void addItem(JSON& json, const DownloadRecord& item) {
 }
 
 }  // namespace
-
-std::string timeSince(Timestamp then, Timestamp now) {
-    const auto seconds =
-        std::max<std::int64_t>(0, std::chrono::duration_cast<std::chrono::seconds>(now - then).count());
-    const auto text = [](std::int64_t count, std::string_view unit) {
-        return fmt::format("{} {}{}", count, unit, count == 1 ? "" : "s");
-    };
-    if (seconds < 60) return text(seconds, "second");
-    if (seconds < 3600) return text(seconds / 60, "minute");
-    if (seconds < 86400) return text(seconds / 3600, "hour");
-    return text(seconds / 86400, "day");
-}
 
 std::vector<std::string> listQueue(const QueueSnapshot& queue, Timestamp now) {
     Section sections[] = {{"Active", {}}, {"Paused", {}}, {"Queued", {}}, {"Finished", {}}};

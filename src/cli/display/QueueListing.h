@@ -13,7 +13,4 @@ namespace tovri::cli {
 // The queue as one JSON document on one line.
 [[nodiscard]] std::string queueJSON(const QueueSnapshot& queue);
 
-// "5 minutes", "1 day"
-[[nodiscard]] std::string timeSince(Timestamp then, Timestamp now);
-
 }  // namespace tovri::cli

@@ -5,31 +5,26 @@
 
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
-#include "cli/display/QueueListing.h"
 #include "cli/display/RowLayout.h"
 #include "cli/display/ShortID.h"
+#include "screens/RelativeTime.h"
+#include "screens/automation/SyncRuleRow.h"
 
 namespace tovri::cli {
 namespace {
 
 constexpr std::string_view dot = " · ";
 
-std::string localText(const SyncRule& rule, const std::filesystem::path& home) {
-    const bool isBelowHome = rule.localFolderPath == home || rule.localFolderPath.starts_with(home.native() + "/");
-    return isBelowHome ? "~" + rule.localFolderPath.substr(home.native().size()) : rule.localFolderPath;
+// In the row the time since the last pass stands in a column that says what it is; here words say it.
+std::string statusText(const SyncRule& rule, const SyncRuleRow& row, Timestamp now) {
+    if (!rule.isEnabled || !rule.isInitialized || !rule.lastSyncDate) return row.status;
+    return relativeTimeText(timeSince(*rule.lastSyncDate, now), UnitNames::whole) + " ago";
 }
 
-std::string statusText(const SyncRule& rule, Timestamp now) {
-    if (!rule.isEnabled) return "Paused";
-    if (!rule.isInitialized) return "Initializing";
-    if (!rule.lastSyncDate) return "Waiting";
-    return timeSince(*rule.lastSyncDate, now) + " ago";
-}
-
-std::string detailText(const SyncRule& rule, Timestamp now) {
-    std::string text = statusText(rule, now);
-    if (rule.isEnabled) text += fmt::format("{}every {}m", dot, rule.pollIntervalMinutes);
-    if (rule.deleteAfterDownload) text += fmt::format("{}deletes from put.io", dot);
+std::string detailText(const SyncRule& rule, const SyncRuleRow& row, Timestamp now) {
+    std::string text = statusText(rule, row, now);
+    if (row.isEnabled) text += fmt::format("{}every {}", dot, row.interval);
+    if (row.deletes) text += fmt::format("{}deletes from put.io", dot);
     return text;
 }
 
@@ -39,10 +34,12 @@ std::vector<std::string> ruleLines(const std::vector<SyncRule>& rules, Timestamp
                                    std::optional<std::size_t> width) {
     if (rules.empty()) return {"No Automation Rules"};
     std::vector<ListedRow> rows;
-    for (const SyncRule& rule : rules)
+    for (const SyncRule& rule : rules) {
+        const SyncRuleRow row = syncRuleRow(rule, home, now);
         rows.push_back({shortID(rule.id, rules.size()),
-                        printable(fmt::format("{} → {}", rule.putioFolderName, localText(rule, home))),
-                        detailText(rule, now)});
+                        printable(fmt::format("{} → {}", row.folderName, row.localFolder)),
+                        detailText(rule, row, now)});
+    }
     return alignedRows(rows, width);
 }
 

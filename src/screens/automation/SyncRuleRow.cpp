@@ -1,7 +1,5 @@
 #include "screens/automation/SyncRuleRow.h"
 
-#include <algorithm>
-
 #include "screens/RelativeTime.h"
 
 namespace tovri {
@@ -12,15 +10,6 @@ struct Status {
     Tint tint = Tint::secondary;
     std::string help = {};
 };
-
-// A rules file may hold any date: the difference of two is taken in a unit in which it fits.
-std::chrono::nanoseconds timeSince(Timestamp then, Timestamp now) {
-    using std::chrono::seconds;
-    constexpr seconds longest = std::chrono::years(100);
-    const seconds coarse =
-        std::chrono::floor<seconds>(now).time_since_epoch() - std::chrono::floor<seconds>(then).time_since_epoch();
-    return coarse > -longest && coarse < longest ? now - then : std::clamp(coarse, -longest, longest);
-}
 
 Status statusOf(const SyncRule& rule, Timestamp now) {
     if (!rule.isEnabled) return {"Paused", Tint::attention};

@@ -91,7 +91,7 @@ std::vector<Label> downloadingStatus(const Download& item) {
 
 std::vector<Label> completedStatus(const Download& item, Timestamp now) {
     std::vector<Label> parts = {part(formatByteCount(item.fileSize))};
-    if (item.completedAt) parts.push_back(part(relativeTimeText(now - *item.completedAt) + " ago"));
+    if (item.completedAt) parts.push_back(part(relativeTimeText(timeSince(*item.completedAt, now)) + " ago"));
     return parts;
 }
 
