@@ -8,6 +8,9 @@ target_compile_options(tovri_options INTERFACE
   -Woverloaded-virtual -Wextra-semi -Werror)
 target_link_libraries(tovri_options INTERFACE Threads::Threads)
 
+# Qt names libraries that only some of its users call; a package would depend on them.
+add_link_options(-Wl,--as-needed)
+
 set(TOVRI_SANITIZER "" CACHE STRING "Value of -fsanitize, empty for none")
 if(TOVRI_SANITIZER)
   add_compile_options(-fsanitize=${TOVRI_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)

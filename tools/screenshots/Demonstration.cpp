@@ -1,0 +1,67 @@
+#include "Demonstration.h"
+
+#include <QDir>
+#include <QTest>
+#include <stdexcept>
+
+#include <fmt/format.h>
+
+#include "platform/curl/CurlTransferSession.h"
+#include "sandbox/Account.h"
+#include "sandbox/DemoAccount.h"
+#include "sandbox/FaultSettings.h"
+
+namespace tovri::screenshots {
+
+Demonstration::Demonstration() {
+    sandbox::addDemoAccount(sandbox_.scene());
+    sandbox_.start();
+    const std::string url = sandbox_.apiURL();
+    const Result<ServiceHosts> hosts = serviceHosts({url, url, std::nullopt});
+    if (!hosts) throw std::runtime_error(hosts.error().description);
+
+    const auto makeTransfers = [this](TransferDelegate& delegate) -> std::unique_ptr<TransferSession> {
+        return std::make_unique<CurlTransferSession>(delegate, home() / ".local/share/Tovri/Partial", random_);
+    };
+    app_.emplace(TovriApp::Ports{platform(), http_, makeTransfers, credentials_, defaults_, signIn_, updates_, *hosts});
+    app_->setup();
+    desktop_.emplace(Desktop::Surroundings{*app_, platform(), defaults_, workspace_, collation_, inhibitor_,
+                                           notifications_, *hosts, [] { return false; }},
+                     [] {});
+}
+
+Demonstration::~Demonstration() = default;
+
+Platform Demonstration::platform() {
+    return {
+        loop_,         clock_,
+        random_,       files_,
+        folderAccess_, background_,
+        log_,          {home(), home() / ".local/share/Tovri", std::filesystem::path(QDir::tempPath().toStdString())}};
+}
+
+void Demonstration::strikeWith(std::string_view fault) {
+    auto parsed = sandbox::parseFault(fault);
+    if (!parsed) throw std::runtime_error(parsed.error());
+    sandbox_.faults().add(*parsed);
+}
+
+void Demonstration::strikeNoMore() {
+    sandbox_.faults().clear();
+}
+
+PutIOFile Demonstration::fileAt(std::string_view path) {
+    const std::optional<sandbox::File> found = sandbox_.account().findPath(path);
+    if (!found) throw std::runtime_error(fmt::format("the account has no {}", path));
+    PutIOFile file;
+    file.id = found->id;
+    file.name = found->name;
+    file.size = static_cast<ByteCount>(found->size);
+    return file;
+}
+
+void Demonstration::waitUntil(const std::function<bool()>& isSo, std::string_view what) {
+    if (!QTest::qWaitFor(isSo, 20'000)) throw std::runtime_error(fmt::format("in vain waited until {}", what));
+}
+
+}  // namespace tovri::screenshots
