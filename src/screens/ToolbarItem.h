@@ -22,6 +22,8 @@ struct ToolbarItem {
         Action action;
         std::string title;
         bool isChosen = false;
+
+        bool operator==(const Choice&) const = default;
     };
 
     Kind kind = Kind::button;
@@ -32,6 +34,8 @@ struct ToolbarItem {
     bool isEnabled = true;
     bool isVisible = true;
     std::vector<Choice> choices = {};
+
+    bool operator==(const ToolbarItem&) const = default;
 };
 
 }  // namespace tovri

@@ -45,10 +45,9 @@ void Toolbar::addSearch() {
 }
 
 void Toolbar::show(const std::vector<ToolbarEntry>& entries) {
-    std::vector<ToolbarEntry::Kind> kinds;
-    for (const ToolbarEntry& entry : entries) kinds.push_back(entry.kind);
-    if (kinds != kinds_) build(entries);
-    kinds_ = std::move(kinds);
+    if (entries == entries_) return;
+    if (!std::ranges::equal(entries, entries_, {}, &ToolbarEntry::kind, &ToolbarEntry::kind)) build(entries);
+    entries_ = entries;
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const ToolbarEntry& entry = entries[i];
         if (auto* button = qobject_cast<QToolButton*>(parts_[i])) fill(*button, entry);

@@ -63,8 +63,8 @@ private:
     void showTexts();
 
     QHBoxLayout* line_;
-    std::vector<ToolbarEntry::Kind> kinds_;
-    std::vector<QWidget*> parts_;  // one per kind
+    std::vector<ToolbarEntry> entries_;
+    std::vector<QWidget*> parts_;  // one per entry
     QLineEdit* search_ = nullptr;
 };
 

@@ -223,10 +223,11 @@ TEST_F(DownloadsViewTest, theToolbarIsForTheWholeQueue) {
 }
 
 TEST_F(DownloadsViewTest, severalRowsAreActedOnTogether) {
-    for (const char* name : {"a", "b", "c", "d", "e"}) enqueue(name);
-    const auto items = world.manager().downloads().items();  // e d c b, and a, which runs
-    const DownloadPointer lowest = items[3];
-    const DownloadPointer low = items[2];
+    enqueue("a");
+    const DownloadPointer lowest = enqueue("b");
+    const DownloadPointer low = enqueue("c");
+    enqueue("d");
+    enqueue("e");
     list().setCurrentIndex(list().rows()->index(rowOf(low)));
     QTest::keyClick(&list(), Qt::Key_Down, Qt::ShiftModifier);
     EXPECT_EQ(menuOfSelection("Move to Top"), "Move to Top|Move Up|Move Down|-|Cancel|-|Remove");
