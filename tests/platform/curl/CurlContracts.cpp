@@ -9,10 +9,10 @@
 #include "platform/curl/CurlTransferSession.h"
 #include "platform/curl/HandRunLoop.h"
 #include "platform/curl/ScriptedServer.h"
-#include "platform/curl/TemporaryFolder.h"
 #include "sandbox/FaultSettings.h"
 #include "sandbox/Sandbox.h"
 #include "support/SeededRandom.h"
+#include "support/TemporaryFolder.h"
 
 namespace tovri::test {
 namespace {
@@ -42,8 +42,8 @@ public:
     std::string url(const std::string& path) override { return server_.url(path); }
 
     fs::path makeFile(const std::string& content) override {
-        std::ofstream(folder_.path() / "body") << content;
-        return folder_.path() / "body";
+        std::ofstream(folder_.path / "body") << content;
+        return folder_.path / "body";
     }
 
     void runUntil(const std::function<bool()>& condition) override {
@@ -123,7 +123,7 @@ private:
     void strike(const std::string& fault) { sandbox_.faults().add(*sandbox::parseFault("storage:*:" + fault)); }
 
     TemporaryFolder folder_;
-    fs::path partials_ = folder_.path() / "partials";
+    fs::path partials_ = folder_.path / "partials";
     sandbox::Sandbox sandbox_;
     sandbox::FileID file_ = 0;
     SeededRandom random_;

@@ -9,8 +9,8 @@
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/HandRunLoop.h"
 #include "platform/curl/ScriptedServer.h"
-#include "platform/curl/TemporaryFolder.h"
 #include "sandbox/Sandbox.h"
+#include "support/TemporaryFolder.h"
 
 namespace tovri::test {
 namespace {
@@ -163,7 +163,7 @@ TEST(CurlHTTPSession, trustsOnlyCertificatesThatVerify) {
     sandbox::Sandbox sandbox(settings);
     sandbox.start();
     const TemporaryFolder folder;
-    const std::string bundle = (folder.path() / "ca.pem").string();
+    const std::string bundle = (folder.path / "ca.pem").string();
     std::ofstream(bundle) << sandbox.certificatePem();
 
     for (const bool isTrusted : {false, true}) {

@@ -9,10 +9,10 @@
 #include "platform/curl/RecordingDelegate.h"
 #include "platform/curl/ResumePoint.h"
 #include "platform/curl/ScriptedServer.h"
-#include "platform/curl/TemporaryFolder.h"
 #include "sandbox/FaultSettings.h"
 #include "sandbox/Sandbox.h"
 #include "support/SeededRandom.h"
+#include "support/TemporaryFolder.h"
 
 namespace tovri::test {
 namespace {
@@ -85,7 +85,7 @@ protected:
     }
 
     TemporaryFolder folder_;
-    fs::path partials_ = folder_.path() / "made" / "partials";
+    fs::path partials_ = folder_.path / "made" / "partials";
     sandbox::Sandbox sandbox_;
     SeededRandom random_;
     RecordingDelegate delegate_;

@@ -6,8 +6,8 @@
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixMainLoop.h"
-#include "platform/posix/TemporaryFolder.h"
 #include "support/MemoryStores.h"
+#include "support/TemporaryFolder.h"
 
 namespace tovri::test {
 namespace {

@@ -10,7 +10,7 @@
 
 #include "platform/posix/FileError.h"
 #include "platform/posix/PosixFileManager.h"
-#include "platform/posix/TemporaryFolder.h"
+#include "support/TemporaryFolder.h"
 
 namespace tovri::test {
 namespace {

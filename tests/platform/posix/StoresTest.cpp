@@ -14,9 +14,9 @@
 #include "platform/posix/FileUserDefaults.h"
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixFileManager.h"
-#include "platform/posix/TemporaryFolder.h"
 #include "platform/posix/XDGFolders.h"
 #include "support/MemoryStores.h"
+#include "support/TemporaryFolder.h"
 
 namespace tovri::test {
 namespace {

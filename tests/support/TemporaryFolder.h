@@ -1,18 +1,19 @@
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <string>
-
-#include <stdlib.h>
+#include <system_error>
 
 namespace tovri::test {
 
-// A fresh folder that goes with all that it holds.
+// A fresh folder on the disk that goes with all that it holds.
 class TemporaryFolder {
 public:
     explicit TemporaryFolder(const std::filesystem::path& parent = std::filesystem::temp_directory_path()) {
         std::string name = parent / "tovri-test-XXXXXX";
-        if (::mkdtemp(name.data()) != nullptr) path = name;
+        if (::mkdtemp(name.data()) == nullptr) std::abort();
+        path = name;
     }
 
     TemporaryFolder(const TemporaryFolder&) = delete;
