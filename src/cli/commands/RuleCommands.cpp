@@ -105,8 +105,7 @@ Task<Result<std::string>> RuleChangeCommand::inventoryOf(UUID rule, std::stop_to
     Result<Ended> ended = co_await Answer<Ended>(context_.platform.loop, stop, [this, rule](auto done) {
         const auto shared = std::make_shared<decltype(done)>(std::move(done));
         return sync().onChange([this, rule, shared](const SyncChange&) {
-            const SyncRule* current = sync().find(rule);
-            if (!current || current->isInitialized || sync().lastError()) (*shared)(Ended());
+            if (sync().find(rule)->isInitialized || sync().lastError()) (*shared)(Ended());
         });
     });
     if (!ended) co_return failure(ended);
@@ -165,8 +164,8 @@ Task<Result<std::string>> RuleStepCommand::change(std::stop_token /*stop*/) {
         sync().deleteRule(rule->id);
         co_return fmt::format("Deleted: the rule for \"{}\"", name);
     }
-    rule->isEnabled = context().invocation.command == CommandName::rulesEnable;
-    const bool isEnabled = rule->isEnabled;
+    const bool isEnabled = context().invocation.command == CommandName::rulesEnable;
+    rule->isEnabled = isEnabled;
     sync().updateRule(std::move(*rule));
     co_return fmt::format("{}: the rule for \"{}\"", isEnabled ? "Enabled" : "Paused", name);
 }

@@ -85,6 +85,8 @@ class Rules(Watching):
 
         _, messages = self.run_cli("watch", status=1)
         self.assertIn("rules enable", messages)
+        self.run_cli("rules", "enable", short)
+        self.assertTrue(self.rules()[0]["isEnabled"])
         self.run_cli("rules", "rm", short)
         self.assertEqual(self.rules(), [])
         _, messages = self.run_cli("watch", status=1)
@@ -95,6 +97,9 @@ class Rules(Watching):
         before = self.rules()
         for arguments, status in (
             (("add", "/News", "here", "--every", "61"), 2),
+            (("add", "/News", "here", "--every", "0"), 2),
+            (("add", "/News", "here", "--every", "99999999999999999999"), 2),
+            (("add", "/News", str(self.data / "sync-rules.json")), 1),
             (("add", "/News", "here", "--delete", "--keep"), 2),
             (("add", "/Nowhere", "here"), 1),
             (("add", "/Welcome.txt", "here"), 1),
