@@ -26,7 +26,7 @@ void SettingsForm::addSection(const QString& title) {
         auto* header = new QLabel(title);
         header->setContentsMargins(measures::gap, 0, measures::gap, 0);
         titles_.append(header);
-        column_->addWidget(header);
+        column_->addWidget(header, 0, Qt::AlignLeading);
     }
     auto* card = new QGroupBox;
     card->setAccessibleName(title);
