@@ -8,6 +8,7 @@
 
 #include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/ContentArea.h"
+#include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/rows/RowListView.h"
 #include "widgets/theme/Measures.h"
@@ -42,7 +43,7 @@ FolderBrowser::FolderBrowser(SyncRuleEditorSheet& screen, QWidget* parent)
       rows_(screen),
       model_(rows_),
       check_(new QLabel),
-      selected_(new QLabel),
+      selected_(new TextLabel),
       way_(new Breadcrumbs),
       list_(new RowListView),
       content_(new ContentArea(list_)) {
@@ -74,7 +75,6 @@ void FolderBrowser::arrange() {
     column->setSpacing(measures::gap);
     auto* choice = new QHBoxLayout;
     choice->setSpacing(measures::gap);
-    selected_->setTextFormat(Qt::PlainText);
     selected_->setWordWrap(true);
     choice->addWidget(check_);
     choice->addWidget(selected_, 1);

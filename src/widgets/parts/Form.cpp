@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <algorithm>
 
+#include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Measures.h"
@@ -14,22 +15,19 @@ namespace tovri {
 namespace {
 
 // Pale, in a font that derives from the application's.
-class PaleLabel final : public QLabel {
+class PaleLabel final : public TextLabel {
 public:
-    PaleLabel(const QString& text, QFont (*derive)(const QFont&)) : QLabel(text), derive_(derive) {
-        setTextFormat(Qt::PlainText);
-        dress();
-    }
+    PaleLabel(const QString& text, QFont (*derive)(const QFont&)) : TextLabel(text), derive_(derive) { dress(); }
 
 protected:
     void changeEvent(QEvent* event) override {
-        QLabel::changeEvent(event);
+        TextLabel::changeEvent(event);
         if (event->type() == QEvent::PaletteChange) dress();
     }
 
     // A form gives a text of several lines the height of fewer.
     void resizeEvent(QResizeEvent* event) override {
-        QLabel::resizeEvent(event);
+        TextLabel::resizeEvent(event);
         if (wordWrap()) setMinimumHeight(heightForWidth(width()));
     }
 

@@ -8,6 +8,7 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Fonts.h"
@@ -20,8 +21,7 @@ namespace {
 constexpr int messageWidth = 400;
 
 QLabel* makeText() {
-    auto* label = new QLabel;
-    label->setTextFormat(Qt::PlainText);
+    auto* label = new TextLabel;
     label->setWordWrap(true);
     return label;
 }
