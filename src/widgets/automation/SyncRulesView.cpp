@@ -44,7 +44,6 @@ void SyncRulesView::arrange() {
     const QString name = textOf(title(SidebarItem::sync));
     setAccessibleName(name);
     table_->setAccessibleName(name);
-    setFocusProxy(table_);
 }
 
 void SyncRulesView::connectParts() {

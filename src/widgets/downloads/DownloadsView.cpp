@@ -40,7 +40,7 @@ void DownloadsView::arrange() {
     queueColumn->setSpacing(0);
     queueColumn->addWidget(summary_);
     queueColumn->addWidget(list_);
-    content_ = new ContentArea(queue);
+    content_ = new ContentArea(queue, list_);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -50,8 +50,6 @@ void DownloadsView::arrange() {
     setAccessibleName(name);
     list_->setAccessibleName(name);
     list_->setAlternatingRowColors(true);
-    queue->setFocusProxy(list_);
-    setFocusProxy(list_);
 }
 
 void DownloadsView::connectParts() {

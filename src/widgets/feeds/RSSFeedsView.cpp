@@ -49,7 +49,6 @@ void RSSFeedsView::arrange() {
     list_->setAccessibleName(name);
     list_->setAlternatingRowColors(true);
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
-    setFocusProxy(list_);
 }
 
 void RSSFeedsView::connectParts() {

@@ -51,7 +51,6 @@ void FileBrowserView::arrange() {
     const QString name = textOf(title(SidebarItem::files));
     setAccessibleName(name);
     list_->setAccessibleName(name);
-    setFocusProxy(list_);
 }
 
 void FileBrowserView::connectParts() {

@@ -7,8 +7,8 @@
 
 namespace tovri {
 
-ContentArea::ContentArea(QWidget* content, QWidget* parent)
-    : QWidget(parent), content_(content), placeholder_(new PlaceholderView), stack_(new QStackedLayout(this)) {
+ContentArea::ContentArea(QWidget* content, QWidget* focused)
+    : content_(content), focused_(focused), placeholder_(new PlaceholderView), stack_(new QStackedLayout(this)) {
     stack_->addWidget(content_);
     stack_->addWidget(placeholder_);
     connect(placeholder_, &PlaceholderView::buttonPressed, this, &ContentArea::buttonPressed);
@@ -21,7 +21,7 @@ void ContentArea::show(const std::optional<Placeholder>& placeholder) {
     if (hadFocus) setFocus();  // before what has it goes out of sight, and the focus elsewhere
     if (placeholder) placeholder_->show(*placeholder);
     stack_->setCurrentWidget(placeholder ? static_cast<QWidget*>(placeholder_) : content_);
-    if (hadFocus && !placeholder) content_->setFocus();
+    if (hadFocus && !placeholder) focused_->setFocus();
 }
 
 bool ContentArea::holdsFocus() const {

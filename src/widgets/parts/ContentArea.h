@@ -17,8 +17,10 @@ class ContentArea final : public QWidget {
     Q_OBJECT
 
 public:
-    // `content` becomes its child.
-    explicit ContentArea(QWidget* content, QWidget* parent = nullptr);
+    // `content` becomes its child; `focused` is what takes the keyboard focus of it.
+    ContentArea(QWidget* content, QWidget* focused);
+
+    explicit ContentArea(QWidget* content) : ContentArea(content, content) {}
 
     // None: the content.
     void show(const std::optional<Placeholder>& placeholder);
@@ -31,6 +33,7 @@ private:
     [[nodiscard]] bool holdsFocus() const;
 
     QWidget* content_;
+    QWidget* focused_;
     PlaceholderView* placeholder_;
     QStackedLayout* stack_;
     std::optional<Placeholder> shown_;

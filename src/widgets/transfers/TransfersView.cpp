@@ -46,7 +46,7 @@ void TransfersView::arrange() {
     transfersColumn->setSpacing(0);
     transfersColumn->addWidget(summary_);
     transfersColumn->addWidget(list_);
-    content_ = new ContentArea(transfers);
+    content_ = new ContentArea(transfers, list_);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -57,8 +57,6 @@ void TransfersView::arrange() {
     list_->setAccessibleName(name);
     list_->setAlternatingRowColors(true);
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
-    transfers->setFocusProxy(list_);
-    setFocusProxy(list_);
 }
 
 void TransfersView::connectParts() {

@@ -57,6 +57,7 @@ SettingsWindow::SettingsWindow(SettingsScreen& screen)
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     auto* tabs = new QTabWidget;
+    tabs->setFocusPolicy(Qt::NoFocus);  // its bar has it
     tabs->setDocumentMode(true);
     const auto add = [tabs](QWidget* page, const SettingsScreen::Tab& tab) {
         tabs->addTab(page, symbolIcon(tab.symbol), titleOf(tab.title));
