@@ -1,0 +1,204 @@
+"""The built desktop program as a person meets it: keys go in through the display, and what is shown comes back through
+the accessibility bus, as to a screen reader."""
+
+import os
+import subprocess
+import time
+import urllib.error
+import urllib.request
+
+import gi
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi, Gio, GLib
+
+from support import ProgramTest
+
+TOVRI = os.environ["TOVRI"]
+State = Atspi.StateType
+
+# Stands in the place of the desktop's xdg-open, which asks a browser.
+BROWSER = """#!/bin/sh
+printf '%s\\n' "$1" >>"$HOME/opened"
+"""
+
+
+class Shown:
+    """Something that is to be seen."""
+
+    def __init__(self, node):
+        self.node = node
+        self.role = node.get_role_name()
+        self.name = node.get_name()
+        self.description = node.get_description()
+        self.states = node.get_state_set()
+
+    def has(self, state):
+        return self.states.contains(state)
+
+    def press(self):
+        self.node.do_action(0)
+
+    def __repr__(self):
+        return f"{self.role} {self.name!r}"
+
+
+def shown_below(node):
+    """From the top down. What goes while it is asked is not there any more."""
+    for i in range(node.get_child_count()):
+        try:
+            child = node.get_child_at_index(i)
+            shown = child and Shown(child)
+            if shown and (shown.has(State.SHOWING) or shown.role == "application"):
+                yield shown
+                yield from shown_below(child)
+        except GLib.Error:
+            continue
+
+
+class DesktopTest(ProgramTest):
+    """Each test has an empty home, a program that it starts, and a browser that notes what it is asked to open."""
+
+    def setUp(self):
+        super().setUp()
+        browser = self.home / "bin" / "xdg-open"
+        browser.parent.mkdir()
+        browser.write_text(BROWSER)
+        browser.chmod(0o755)
+        self.environment |= {name: os.environ[name] for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR")}
+        self.environment["PATH"] = f"{browser.parent}:{os.environ['PATH']}"
+        self.downloads = self.home / "Downloads"
+        self.heard = None
+        self.listener = Atspi.EventListener.new(self.hear)
+        self.listener.register("object:state-changed:focused")
+        self.addCleanup(self.listener.deregister, "object:state-changed:focused")
+
+    def open(self, *arguments):
+        self.program = subprocess.Popen([TOVRI, *arguments], env=self.environment, cwd=self.home, text=True,
+                                        stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
+        self.addCleanup(self.end, self.program)
+        self.wait_for("menu item", "File")
+
+    def run_second(self, *arguments):
+        """Starts the program once more beside the one that runs; returns its exit status."""
+        second = subprocess.run([TOVRI, *arguments], env=self.environment, cwd=self.home, timeout=20, check=False)
+        return second.returncode
+
+    def terminate(self):
+        """Returns the exit status and what the program had to say."""
+        self.program.terminate()
+        output, _ = self.program.communicate(timeout=20)
+        return self.program.returncode, output
+
+    def opened_page(self):
+        """The page that the browser was asked for, and where that page sends it."""
+        opened = self.home / "opened"
+        self.wait_until(lambda: opened.exists() and opened.read_text().endswith("\n"), "the browser")
+        page = opened.read_text().splitlines()[-1]
+        try:
+            urllib.request.build_opener(StayOnPage).open(page)
+        except urllib.error.HTTPError as answer:
+            with answer:
+                return page, answer.headers["Location"]
+        return page, None
+
+    # --- What is seen ---
+
+    def shown(self):
+        desktop = Atspi.get_desktop(0)
+        desktop.clear_cache()
+        return [shown for shown in shown_below(desktop) if shown.role != "application"]
+
+    def find(self, role, name):
+        return next((s for s in self.shown() if (s.role, s.name) == (role, name)), None)
+
+    def wait_for(self, role, name, state=State.SHOWING):
+        deadline = time.monotonic() + 20
+        while True:
+            found = self.find(role, name)
+            if found and found.has(state):
+                return found
+            self.assertLess(time.monotonic(), deadline, f"no {role} {name!r} among {self.shown()}")
+            time.sleep(0.02)
+
+    def rows(self, name):
+        """Of the list with that name: what each row says in its first line and in its second."""
+        found = self.find("list", name)
+        rows = shown_below(found.node) if found else []
+        return [(row.name, row.description) for row in rows if row.role == "list item"]
+
+    def wait_for_rows(self, name, expected):
+        try:
+            self.wait_until(lambda: self.rows(name) == expected, "")
+        except AssertionError:
+            self.assertEqual(self.rows(name), expected)
+
+    def focused(self):
+        return [s for s in self.shown() if s.has(State.FOCUSED)]
+
+    # Menus that pop up are no part of the tree: a screen reader only hears of their items when they get the focus.
+    def hear(self, event):
+        if event.detail1:
+            self.heard = event.source.get_name()
+
+    def has_heard(self, name):
+        while GLib.MainContext.default().iteration(False):
+            pass
+        return self.heard == name
+
+    # --- What is done ---
+
+    def keys(self, *names):
+        subprocess.run(["xdotool", "key", "--delay", "20", *names], check=True)
+
+    def type(self, text):
+        subprocess.run(["xdotool", "type", "--delay", "10", text], check=True)
+
+    def activate(self, title):
+        """Gives a window the keyboard again, which is a window manager's part."""
+        subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", f"^{title}$", "windowfocus", "--sync"],
+                       check=True, timeout=20)
+
+    def focus(self, list_name):
+        """With the Tab key."""
+        for _ in range(20):
+            if any((s.role, s.name) == ("list", list_name) for s in self.focused()):
+                return
+            self.keys("Tab")
+        self.fail(f"the Tab key never gets to the list {list_name!r}")
+
+    def choose_from_menu(self, item):
+        """Of the selected row."""
+        self.keys("Menu")
+        for _ in range(10):
+            self.keys("Down")
+            try:
+                self.wait_until(lambda: self.has_heard(item), "", seconds=0.5)
+                return self.keys("Return")
+            except AssertionError:
+                continue
+        self.fail(f"no {item!r} in the menu")
+
+
+class StayOnPage(urllib.request.HTTPRedirectHandler):
+    def redirect_request(self, *_):
+        return None
+
+
+class Keyring:
+    """The Secret Service of the session."""
+
+    path = "/org/freedesktop/secrets"
+
+    def __init__(self):
+        self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
+        _, self.session = self.ask("OpenSession", GLib.Variant("(sv)", ("plain", GLib.Variant("s", ""))))
+
+    def ask(self, method, arguments):
+        return self.bus.call_sync("org.freedesktop.secrets", self.path, "org.freedesktop.Secret.Service", method, arguments,
+                                  None, Gio.DBusCallFlags.NONE, -1).unpack()
+
+    def secrets(self, service):
+        unlocked, _ = self.ask("SearchItems", GLib.Variant("(a{ss})", ({"service": service},)))
+        found, = self.ask("GetSecrets", GLib.Variant("(aoo)", (unlocked, self.session)))
+        return {bytes(value).decode() for _, _, value, _ in found.values()}

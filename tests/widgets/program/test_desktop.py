@@ -1,0 +1,134 @@
+import json
+import subprocess
+import unittest
+
+from desktop import DesktopTest, Keyring, State, shown_below
+from support import SANDBOX, tree_of
+
+ACCOUNT = {
+    "token": "a-secret-that-is-easy-to-find",
+    "files": {
+        "Holiday": {"Day one": {"beach.jpg": "700KiB", "harbour.jpg": "3MiB"}, "notes.txt": ["text", "Sun."]},
+        "film.mkv": ["2MiB", {"type": "video/x-matroska"}],
+    },
+}
+SECTIONS = ["Files", "Transfers", "Downloads", "Automate", "RSS"]
+
+
+class FirstDay(DesktopTest):
+    def test_from_the_first_start_to_files_on_the_disk(self):
+        (self.home / "account.json").write_text(json.dumps(ACCOUNT))
+        self.account = ("--account", str(self.home / "account.json"))
+        self.serve()
+        del self.environment["TOVRI_TOKEN"]
+        self.open()
+        self.sign_in()
+        self.check_where_the_token_is()
+        self.download_folder()
+        self.end_in_the_middle()
+        self.go_on()
+
+    def sign_in(self):
+        self.wait_for("text", "Client ID", State.FOCUSED)
+        self.assertFalse(self.find("push button", "Sign in with put.io").has(State.SENSITIVE))
+        self.keys("ctrl+a")
+        self.type("1234")
+        self.keys("Return")
+        self.wait_for("push button", "Sign in with put.io", State.SENSITIVE).press()
+        self.wait_for("push button", "Open the Page Again")
+
+        page, redirect = self.opened_page()
+        self.assertIn("client_id=1234&", page)
+        self.assertEqual(redirect, "tovri-putio://callback#access_token=" + ACCOUNT["token"])
+        self.assertEqual(self.run_second(redirect), 0)
+        self.wait_for_rows("Files", [("Holiday", "3.9 MB"), ("film.mkv", "2.1 MB · video/x-matroska")])
+        self.assertEqual([name for name, _ in self.rows("Sections")], SECTIONS)
+
+    def check_where_the_token_is(self):
+        self.assertEqual(Keyring().secrets("com.tovri.putio"), {ACCOUNT["token"], "1234"})
+        token = ACCOUNT["token"].encode()
+        holding = [path.name for path in self.home.rglob("*") if path.is_file() and token in path.read_bytes()]
+        self.assertEqual(holding, ["account.json"])  # the sandbox's
+
+    def download_folder(self):
+        self.focus("Files")
+        self.type("hol")
+        self.choose_from_menu("Download Folder")
+        expected = self.home / "expected"
+        subprocess.run([SANDBOX, *self.account, "--write-tree", str(expected)], check=True, stdout=subprocess.DEVNULL)
+        folder = tree_of(expected / "Holiday")
+        self.wait_until(lambda: tree_of(self.downloads / "Holiday") == folder, "the folder")
+
+    def end_in_the_middle(self):
+        self.sandbox.fault("storage:film.mkv:rate=100KiB")
+        self.type("film")
+        self.choose_from_menu("Download")
+        self.wait_for_partial_bytes(100_000)
+        self.keys("ctrl+3")
+        self.wait_for("list item", "film.mkv")
+        status, output = self.terminate()
+        self.assertEqual(status, 0)
+        self.assertNotIn(ACCOUNT["token"], output)
+        saved = {item["fileName"]: item["status"] for item in json.loads((self.data / "queue.json").read_text())["downloads"]}
+        self.assertEqual(saved["film.mkv"], "downloading")
+
+    def go_on(self):
+        self.sandbox.call("DELETE", "faults")
+        self.open()
+        self.wait_until((self.downloads / "film.mkv").exists, "the film")
+        self.assert_tree()
+        self.keys("ctrl+3")
+        self.wait_for("heading", "Finished")
+        self.assertEqual({name for name, _ in self.rows("Downloads")}, {"film.mkv", "notes.txt", "beach.jpg", "harbour.jpg"})
+        self.assertEqual(self.terminate()[0], 0)
+
+
+class Keyboard(DesktopTest):
+    account = ("--demo",)
+
+    def setUp(self):
+        super().setUp()
+        self.serve()
+        self.open()
+        self.wait_for("list", "Sections")
+
+    def test_tab_goes_round_every_control_and_each_has_a_name(self):
+        for digit, section in enumerate(SECTIONS, 1):
+            self.keys(f"ctrl+{digit}")
+            self.check_window(section)
+        for digit, button, sheet in ((2, "Add Transfer", "Add Transfer"), (4, "Add Rule", "New Sync Rule"),
+                                     (5, "Add Feed", "New RSS Feed")):
+            self.keys(f"ctrl+{digit}")
+            self.wait_for("push button", button).press()
+            self.check_window(sheet)
+            self.keys("Escape")
+            self.activate(SECTIONS[digit - 1])
+        self.keys("ctrl+comma")
+        self.check_window("Settings")
+        self.assertEqual(self.terminate()[0], 0)
+
+    def check_window(self, title):
+        with self.subTest(title):
+            self.wait_until(lambda: self.active_window() == title, title)
+            controls = self.controls()
+            self.assertEqual([control for control in controls if not control[1]], [])
+            self.assertEqual(controls - self.reached(len(controls) + 2), set())
+
+    def active_window(self):
+        return next((s.name for s in self.shown() if s.has(State.ACTIVE)), None)
+
+    def controls(self):
+        """Of the window, what can have the keyboard focus now; rows have it as a part of their list."""
+        return {(s.role, s.name) for s in shown_below(next(s for s in self.shown() if s.has(State.ACTIVE)).node)
+                if s.has(State.FOCUSABLE) and s.has(State.SENSITIVE) and s.role != "list item"}
+
+    def reached(self, steps):
+        reached = set()
+        for _ in range(steps):
+            self.keys("Tab")
+            reached |= {(s.role, s.name) for s in self.focused()}
+        return reached
+
+
+if __name__ == "__main__":
+    unittest.main()
