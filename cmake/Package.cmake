@@ -61,8 +61,10 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # What the programs load without being linked to it: the window's symbols, and the certificates that HTTPS trusts.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "breeze-icon-theme, ca-certificates")
-# The browser for signing in, the keyring for what comes of it, and the desktop's own look and file dialogs.
+# The browser for signing in, and its way back; the keyring for what comes of it; the desktop's own look and dialogs.
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
-  "xdg-utils, gnome-keyring | libkf5wallet-bin, qt6-wayland, qt6-gtk-platformtheme | qt6-xdgdesktopportal-platformtheme")
+  xdg-utils desktop-file-utils "gnome-keyring | libkf5wallet-bin"
+  qt6-wayland "qt6-gtk-platformtheme | qt6-xdgdesktopportal-platformtheme")
+list(JOIN CPACK_DEBIAN_PACKAGE_RECOMMENDS ", " CPACK_DEBIAN_PACKAGE_RECOMMENDS)
 set(CPACK_VERBATIM_VARIABLES ON)
 include(CPack)

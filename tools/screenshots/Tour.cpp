@@ -232,9 +232,6 @@ void Tour::downloads() {
     escape();
     shownList().verticalScrollBar()->setValue(shownList().verticalScrollBar()->maximum());
     take("downloads-finished");
-    press("Cancel All");
-    take("downloads-cancel");
-    if (QApplication::activeModalWidget() != nullptr) escape();
 }
 
 void Tour::conflict() {
