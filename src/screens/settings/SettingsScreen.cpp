@@ -87,4 +87,10 @@ void SettingsScreen::saveClientID() {
     changes_.tell();
 }
 
+// The state that is shown is no answer to the question yet.
+void SettingsScreen::setRunsOn(bool runsOn) {
+    if (runsOn == this->runsOn()) return;
+    desktopPreferences_.setClosedWindow(runsOn ? ClosedWindow::runsOn : ClosedWindow::quits);
+}
+
 }  // namespace tovri

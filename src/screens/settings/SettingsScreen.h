@@ -110,6 +110,7 @@ public:
 
     static constexpr const char* keepsAwakeLabel = "Keep the computer awake while files are transferred";
     static constexpr const char* notifiesLabel = "Notify when all downloads are done or one has failed";
+    static constexpr const char* runsOnLabel = "Keep running without a window where there is no tray icon";
 
     [[nodiscard]] bool keepsAwake() const { return desktopPreferences_.keepsAwake(); }
 
@@ -117,7 +118,12 @@ public:
 
     void setKeepsAwake(bool keeps) { desktopPreferences_.setKeepsAwake(keeps); }
 
+    // Also while nobody has asked yet what closing the window means.
+    [[nodiscard]] bool runsOn() const { return desktopPreferences_.closedWindow() != ClosedWindow::quits; }
+
     void setNotifies(bool notifies) { desktopPreferences_.setNotifies(notifies); }
+
+    void setRunsOn(bool runsOn);
 
     // Told after any of the above differs.
     Subscription onChange(std::function<void()> tell) { return changes_.subscribe(std::move(tell)); }

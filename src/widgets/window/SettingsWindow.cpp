@@ -160,6 +160,7 @@ QWidget* SettingsWindow::makeDesktop() {
         addSwitch(*form, SettingsScreen::keepsAwakeLabel, [this](bool keeps) { screen_.setKeepsAwake(keeps); });
     notifies_ =
         addSwitch(*form, SettingsScreen::notifiesLabel, [this](bool notifies) { screen_.setNotifies(notifies); });
+    runsOn_ = addSwitch(*form, SettingsScreen::runsOnLabel, [this](bool runsOn) { screen_.setRunsOn(runsOn); });
     return form;
 }
 
@@ -176,6 +177,7 @@ void SettingsWindow::update() {
     updateAccount();
     keepsAwake_->setChecked(screen_.keepsAwake());
     notifies_->setChecked(screen_.notifies());
+    runsOn_->setChecked(screen_.runsOn());
 }
 
 void SettingsWindow::updateAccount() {

@@ -54,6 +54,7 @@ private:
     QPushButton* signOut_ = nullptr;
     Switch* keepsAwake_ = nullptr;
     Switch* notifies_ = nullptr;
+    Switch* runsOn_ = nullptr;
     Subscription following_;
 };
 

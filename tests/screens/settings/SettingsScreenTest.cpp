@@ -97,6 +97,13 @@ TEST_F(SettingsScreenTest, theDesktopsSwitchesAreOnUntilTurnedOff) {
     EXPECT_TRUE(DesktopPreferences(defaults).notifies());
     screen.setNotifies(false);
     EXPECT_FALSE(DesktopPreferences(defaults).notifies());
+
+    screen.setRunsOn(true);
+    EXPECT_EQ(DesktopPreferences(defaults).closedWindow(), std::nullopt);  // it is shown so anyway: nobody answered
+    screen.setRunsOn(false);
+    EXPECT_EQ(DesktopPreferences(defaults).closedWindow(), ClosedWindow::quits);
+    screen.setRunsOn(true);
+    EXPECT_EQ(DesktopPreferences(defaults).closedWindow(), ClosedWindow::runsOn);
 }
 
 }  // namespace
