@@ -1,4 +1,5 @@
 #include <bitset>
+#include <cstring>
 #include <unordered_map>
 
 #include <simdjson.h>
@@ -18,6 +19,15 @@ std::string readPath(json::value& value, std::string_view key) {
     return path->native();
 }
 
+// The key as it stands in the text where it has no escapes. The parser keeps a copy of all that it unescapes, as long
+// as it lives, and keys are a third of a long queue.
+std::string_view plainKey(simdjson::simdjson_result<json::field>& field) {
+    const char* text = field.key().raw();
+    const std::size_t length = std::strcspn(text, "\"\\");
+    if (text[length] == '"') return {text, length};
+    return field.unescaped_key();
+}
+
 // Reads records one by one; folders and bookmarks that many records share are kept once.
 class RecordReader {
 public:
@@ -25,7 +35,7 @@ public:
         DownloadRecord item;
         std::bitset<requiredKeys.size()> found;
         for (auto field : object) {
-            const std::string_view key = field.unescaped_key();
+            const std::string_view key = plainKey(field);
             json::value value = field.value();
             const auto required = std::ranges::find(requiredKeys, key);
             if (required != requiredKeys.end()) {
@@ -138,8 +148,9 @@ QueueSnapshot readSnapshot(json::object object) {
             hasPaused = true;
         } else if (key == "downloads") {
             RecordReader reader;
-            for (auto item : read<json::array>(value, key, "an array"))
-                snapshot.downloads.push_back(reader.read(item.get_object()));
+            auto items = read<json::array>(value, key, "an array");
+            snapshot.downloads.reserve(items.count_elements());
+            for (auto item : items) snapshot.downloads.push_back(reader.read(item.get_object()));
             hasDownloads = true;
         } else if (key == "folderGroupExpectedCounts") {
             for (auto group : read<json::object>(value, key, "an object")) {

@@ -103,7 +103,8 @@ TEST(QueueFile, isReadToleratingWhatCarriesNoMeaning) {
         replaced(R"(file:\/\/\/home\/user\/Down%20loads\/)", "file:///home/user/Down%20loads"),  // plain slashes
         replaced(R"("isPaused")", R"("newer": [{"a": null}], "isPaused")"),                      // unknown keys
         replaced(R"("status")", R"("newer": {}, "status")"),
-        replaced(R"("no\nway")", "null"),  // an absent value
+        replaced(R"("no\nway")", "null"),                 // an absent value
+        replaced(R"("fileName")", R"("file\u004Eame")"),  // another way to write a key
         replaced("AABBCCDDEEFF", "aabbccddeeff"),
         replaced("0.25", "2.5e-1"),
         replaced("\"version\": 1", "\r\n\t \"version\" : 0"),
