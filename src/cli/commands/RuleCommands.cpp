@@ -73,14 +73,12 @@ Result<SyncRule> RuleChangeCommand::namedRule() const {
     return *sync().find(*id);
 }
 
-Task<Result<void>> RuleChangeCommand::applyFolder(SyncRule& rule, std::optional<std::string> folder,
-                                                  std::stop_token stop) {
-    if (!folder) co_return Result<void>();
-    Result<PutIOFile> found = co_await tree_.findFolder(std::move(*folder), stop);
+Task<Result<SyncRule>> RuleChangeCommand::withFolder(SyncRule rule, std::string folder, std::stop_token stop) {
+    Result<PutIOFile> found = co_await tree_.findFolder(std::move(folder), stop);
     if (!found) co_return failure(found);
     rule.putioFolderID = found->id;
     rule.putioFolderName = found->id == 0 ? "Your Files" : found->name;
-    co_return Result<void>();
+    co_return rule;
 }
 
 // A folder that does not exist yet is made when its first file comes.
@@ -116,17 +114,18 @@ Task<Result<std::string>> RuleChangeCommand::inventoryOf(UUID rule, std::stop_to
 }
 
 Task<Result<std::string>> RuleAddCommand::change(std::stop_token stop) {
-    SyncRule rule;
-    rule.id = context().platform.random.makeUUID();
-    rule.pollIntervalMinutes = context().preferences.syncPollIntervalMinutes();
-    applyOptions(rule);
-    Result<void> applied = applyLocalFolder(rule, context().invocation.operands.at(1));
-    if (applied) applied = co_await applyFolder(rule, context().invocation.operands.front(), stop);
+    SyncRule begun;
+    begun.id = context().platform.random.makeUUID();
+    begun.pollIntervalMinutes = context().preferences.syncPollIntervalMinutes();
+    applyOptions(begun);
+    Result<void> applied = applyLocalFolder(begun, context().invocation.operands.at(1));
     if (!applied) co_return failure(applied);
+    Result<SyncRule> rule = co_await withFolder(std::move(begun), context().invocation.operands.front(), stop);
+    if (!rule) co_return failure(rule);
 
-    const std::string name = named(rule);
-    const UUID id = rule.id;
-    sync().addRule(std::move(rule));
+    const std::string name = named(*rule);
+    const UUID id = rule->id;
+    sync().addRule(std::move(*rule));
     Result<std::string> inventory = co_await inventoryOf(id, stop);
     if (!inventory) co_return failure(inventory);
     co_return fmt::format("Rule {} watches \"{}\": {}; what comes from now on is downloaded.",
@@ -143,10 +142,14 @@ Task<Result<std::string>> RuleEditCommand::change(std::stop_token stop) {
     if (!rule) co_return failure(rule);
     const std::int64_t watched = rule->putioFolderID;
     applyOptions(*rule);
-    Result<void> applied;
-    if (const auto folder = context().invocation.value("--to")) applied = applyLocalFolder(*rule, *folder);
-    if (applied) applied = co_await applyFolder(*rule, context().invocation.value("--folder"), stop);
-    if (!applied) co_return failure(applied);
+    if (const auto folder = context().invocation.value("--to")) {
+        Result<void> applied = applyLocalFolder(*rule, *folder);
+        if (!applied) co_return failure(applied);
+    }
+    if (auto folder = context().invocation.value("--folder")) {
+        rule = co_await withFolder(std::move(*rule), std::move(*folder), stop);
+        if (!rule) co_return failure(rule);
+    }
 
     const SyncRule edited = *rule;
     sync().updateRule(std::move(*rule));

@@ -33,8 +33,8 @@ protected:
     // The rule that the first operand names.
     [[nodiscard]] Result<SyncRule> namedRule() const;
 
-    // Takes over into the rule what the arguments say of its folders, deletion and interval.
-    Task<Result<void>> applyFolder(SyncRule& rule, std::optional<std::string> folder, std::stop_token stop);
+    // The rule with what the arguments say: the folder on put.io, the local one, deletion and interval.
+    Task<Result<SyncRule>> withFolder(SyncRule rule, std::string folder, std::stop_token stop);
     Result<void> applyLocalFolder(SyncRule& rule, const std::string& folder) const;
     void applyOptions(SyncRule& rule) const;
 
