@@ -31,7 +31,7 @@ std::string sizesText(const DownloadRecord& item) {
 }
 
 std::string statusText(const DownloadRecord& item, Timestamp now) {
-    const std::string size = formatByteCount(item.fileSize);
+    std::string size = formatByteCount(item.fileSize);
     switch (item.status) {
         case queued:
             return item.fileSize > 0 ? "Queued \xC2\xB7 " + size : "Queued";
