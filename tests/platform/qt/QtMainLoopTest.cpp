@@ -7,6 +7,11 @@
 namespace tovri::test {
 namespace {
 
+// QCoreApplication keeps them.
+int argumentCount = 1;
+char programName[] = "test";
+char* arguments[] = {programName, nullptr};
+
 class QtWorld final : public LoopWorld {
 public:
     [[nodiscard]] MainLoop& loop() override { return loop_; }
@@ -18,11 +23,7 @@ public:
     }
 
 private:
-    static inline int count_ = 1;
-    static inline char name_[] = "test";
-    static inline char* arguments_[] = {name_, nullptr};
-
-    QCoreApplication application_{count_, arguments_};
+    QCoreApplication application_{argumentCount, arguments};
     QtMainLoop loop_;
     PosixBackgroundQueue queue_{loop_};
 };
