@@ -10,6 +10,7 @@
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
+#include "widgets/theme/TextDirection.h"
 
 namespace tovri {
 namespace {
@@ -56,7 +57,8 @@ void SummaryLine::paintEvent(QPaintEvent*) {
             x += measures::gap;
         }
         painter.setPen(ink);
-        painter.drawText(next(metrics.horizontalAdvance(text) + 1), Qt::AlignCenter | Qt::TextSingleLine, text);
+        painter.drawText(next(metrics.horizontalAdvance(text) + 1),
+                         textFlags(text, Qt::AlignCenter | Qt::TextSingleLine, layoutDirection()), text);
         x += measures::margin + measures::gap;
     }
     painter.fillRect(QRect(0, rect().bottom(), width(), 1), lineColor(palette()));

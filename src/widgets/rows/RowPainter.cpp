@@ -11,6 +11,7 @@
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
+#include "widgets/theme/TextDirection.h"
 
 namespace tovri {
 namespace {
@@ -157,10 +158,7 @@ void RowPainter::drawLine(QPainter& painter, const QRect& rect, const QFont& fon
     painter.setFont(font);
     painter.setPen(ink);
     const QString shown = QFontMetrics(font).elidedText(text, Qt::ElideRight, rect.width());
-    painter.drawText(
-        rect,
-        static_cast<int>(QStyle::visualAlignment(direction_, Qt::AlignLeft | Qt::AlignVCenter)) | Qt::TextSingleLine,
-        shown);
+    painter.drawText(rect, textFlags(text, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, direction_), shown);
 }
 
 void RowPainter::paintCaption(QPainter& painter, const QRect& rect, const RowContent& content) const {

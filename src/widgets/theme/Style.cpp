@@ -11,6 +11,7 @@
 #include "widgets/theme/ControlPainting.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Palettes.h"
+#include "widgets/theme/TextDirection.h"
 
 namespace tovri {
 namespace {
@@ -25,6 +26,13 @@ bool has(const QStyleOption& option, QStyle::StateFlag flag) {
 
 QColor inkOf(const QStyleOption& option) {
     return option.palette.color(QPalette::WindowText);
+}
+
+// Fusion draws a menu's lines past drawItemText. A tab stands before the shortcut.
+QString menuTextOf(const QStyleOptionMenuItem& item) {
+    if (item.direction == Qt::LeftToRight) return item.text;
+    const QString title = item.text.section('\t', 0, 0);
+    return markedWithDirection(title) + item.text.mid(title.size());
 }
 
 }  // namespace
@@ -94,6 +102,13 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
                 QProxyStyle::drawControl(element, &label, painter, widget);
             }
             return;
+        case CE_MenuItem:
+            if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option)) {
+                QStyleOptionMenuItem line = *item;
+                line.text = menuTextOf(*item);
+                QProxyStyle::drawControl(element, &line, painter, widget);
+            }
+            return;
         case CE_TabBarTabShape:
             if (const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option)) paintTab(*tab, *painter);
             return;
@@ -135,6 +150,12 @@ void Style::drawComplexControl(ComplexControl control, const QStyleOptionComplex
     } else {
         QProxyStyle::drawComplexControl(control, option, painter, widget);
     }
+}
+
+void Style::drawItemText(QPainter* painter, const QRect& rect, int flags, const QPalette& palette, bool isEnabled,
+                         const QString& text, QPalette::ColorRole role) const {
+    const int ownFlags = textFlags(text, flags, painter->layoutDirection());
+    QProxyStyle::drawItemText(painter, rect, ownFlags, palette, isEnabled, text, role);
 }
 
 QPalette Style::standardPalette() const {
