@@ -35,6 +35,8 @@ MainWindow::MainWindow(const Screens& screens, MakeSection makeSection)
     split_->setStretchFactor(1, 1);
     split_->setChildrenCollapsible(false);
     split_->setHandleWidth(1);
+    // From right to left a splitter lays its parts out one pixel too far to the right.
+    if (split_->isRightToLeft()) split_->setContentsMargins(1, 0, 0, 0);
     split_->setSizes({ContentScreen::sidebarIdealWidth, initial.width() - ContentScreen::sidebarIdealWidth});
     pages_->addWidget(signIn_);
     pages_->addWidget(split_);

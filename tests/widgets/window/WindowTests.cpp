@@ -2,6 +2,7 @@
 #include <QDialog>
 #include <QListWidget>
 #include <QMenu>
+#include <QSplitter>
 
 #include "tests/widgets/window/DesktopFixture.h"
 #include "widgets/window/ConflictDialog.h"
@@ -77,6 +78,14 @@ TEST_F(Window, goesThroughItsSectionsByKeyboard) {
     EXPECT_GT(http.requests.size(), before);
     key(Qt::Key_F, Qt::ControlModifier);
     EXPECT_TRUE(qobject_cast<QLineEdit*>(window().focusWidget()));
+}
+
+TEST_F(Window, beginsAtItsEdgeFromRightToLeft) {
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    startSignedIn();
+    const QWidget& content = *window().findChild<QSplitter*>()->widget(1);
+    EXPECT_EQ(content.mapTo(&window(), QPoint()).x(), 0);
+    QApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_F(Window, badgesTheDownloadsAndAsksAboutEachConflict) {
