@@ -2,6 +2,8 @@
 
 #include <QPainter>
 
+#include "widgets/theme/TextDirection.h"
+
 namespace tovri {
 
 ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QWidget(parent), mode_(mode) {
@@ -27,7 +29,8 @@ QSize ElidedLabel::minimumSizeHint() const {
 
 void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    painter.drawText(rect(), Qt::AlignVCenter | Qt::AlignTrailing, fontMetrics().elidedText(text_, mode_, width()));
+    painter.drawText(rect(), textFlags(text_, Qt::AlignVCenter | Qt::AlignRight, layoutDirection()),
+                     fontMetrics().elidedText(text_, mode_, width()));
 }
 
 }  // namespace tovri
