@@ -75,8 +75,7 @@ void ConflictDialog::dress() {
     title_->setFont(semiboldFont(font()));
     shownPath_->setFont(captionFont(font()));
     applyToAll_->setFont(captionFont(font()));
-    setTint(*message_, Tint::secondary);
-    setTint(*shownPath_, Tint::tertiary);
+    for (QLabel* label : {message_, shownPath_}) setTint(*label, Tint::secondary);
     shortenPath();
 }
 

@@ -1,35 +1,22 @@
 #pragma once
 
-#include <QApplication>
-#include <QEvent>
 #include <QToolButton>
 
 namespace tovri {
 
-// A button that looks like a link.
+// A button that looks like a link, and ends where its text does.
 class LinkButton final : public QToolButton {
     Q_OBJECT
 
 public:
-    explicit LinkButton(const QString& title, QWidget* parent = nullptr) : QToolButton(parent) {
-        setText(title);
-        setAutoRaise(true);
-        setFocusPolicy(Qt::StrongFocus);
-        dress();
-    }
+    explicit LinkButton(const QString& title, QWidget* parent = nullptr);
+
+    [[nodiscard]] QSize sizeHint() const override;
+
+    [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
-    void changeEvent(QEvent* event) override {
-        QToolButton::changeEvent(event);
-        if (event->type() == QEvent::ApplicationPaletteChange) dress();
-    }
-
-private:
-    void dress() {
-        QPalette palette = QApplication::palette();
-        palette.setColor(QPalette::ButtonText, palette.color(QPalette::Link));
-        setPalette(palette);
-    }
+    void paintEvent(QPaintEvent* event) override;
 };
 
 }  // namespace tovri

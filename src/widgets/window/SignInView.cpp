@@ -132,8 +132,13 @@ QWidget* SignInView::makeSignInButton() {
     signIn_ = new QPushButton;
     signIn_->setMinimumWidth(220);
     setEmphasis(*signIn_, Emphasis::suggested);
+    QSizePolicy staying = turning_->sizePolicy();
+    staying.setRetainSizeWhenHidden(true);
+    turning_->setSizePolicy(staying);
+    line->setSpacing(measures::spacing);
     line->addWidget(turning_);
     line->addWidget(signIn_);
+    line->addSpacing(measures::symbol + measures::spacing);  // as much as before it, so that it stands in the middle
     connect(signIn_, &QPushButton::clicked, this, [this] { screen_.signIn(); });
     return block;
 }
