@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QToolButton>
 
+#include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
@@ -15,12 +16,11 @@
 namespace tovri {
 
 BannerView::BannerView(const QString& buttonTitle, QWidget* parent)
-    : QWidget(parent), symbol_(new QLabel), text_(new QLabel), button_(new QToolButton) {
+    : QWidget(parent), symbol_(new QLabel), text_(new TextLabel), button_(new QToolButton) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(measures::margin, measures::gap, measures::spacing, measures::gap);
     line->setSpacing(measures::spacing);
     text_->setWordWrap(true);
-    text_->setTextFormat(Qt::PlainText);
     text_->setTextInteractionFlags(Qt::TextSelectableByMouse);
     button_->setText(buttonTitle);
     button_->setAutoRaise(true);

@@ -7,7 +7,6 @@
 namespace tovri {
 namespace {
 
-constexpr int switchWidth = 36;
 constexpr int switchHeight = 20;
 constexpr int ring = 3;
 

@@ -4,6 +4,8 @@
 
 namespace tovri {
 
+inline constexpr int switchWidth = 36;
+
 // On or off at once, without a label of its own: its user gives it an accessible name.
 class Switch final : public QAbstractButton {
     Q_OBJECT

@@ -70,14 +70,17 @@ void Toolbar::build(const std::vector<ToolbarEntry>& entries) {
     for (const ToolbarEntry& entry : entries) {
         QWidget* part = makePart(entry);
         parts_.push_back(part);
-        if (part != search_) line_->insertWidget(place++, part);
+        if (entry.kind == ToolbarEntry::Kind::progress)
+            line_->insertWidget(line_->indexOf(search_), part);
+        else if (part != search_)
+            line_->insertWidget(place++, part);
     }
 }
 
 QWidget* Toolbar::makePart(const ToolbarEntry& entry) {
     switch (entry.kind) {
         case ToolbarEntry::Kind::progress:
-            return new TurningSign;
+            return makeTurningSign();
         case ToolbarEntry::Kind::searchField:
             return search_;
         case ToolbarEntry::Kind::button:
@@ -85,6 +88,15 @@ QWidget* Toolbar::makePart(const ToolbarEntry& entry) {
             return makeButton(entry);
     }
     return nullptr;
+}
+
+// Its place stays empty while it is hidden, so that nothing moves when it appears.
+QWidget* Toolbar::makeTurningSign() {
+    auto* sign = new TurningSign;
+    QSizePolicy policy = sign->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    sign->setSizePolicy(policy);
+    return sign;
 }
 
 QToolButton* Toolbar::makeButton(const ToolbarEntry& entry) {

@@ -32,8 +32,9 @@ template <class Action>
     return entries;
 }
 
-// The buttons of a screen, from its items: symbols with titles, in a narrow window the symbols alone, and the search
-// field at the end. Shown anew as often as the items change; what stays keeps its focus and its text.
+// The buttons of a screen, from its items: symbols with titles, in a narrow window the symbols alone; at the end the
+// sign of what is under way, and the search field. Shown anew as often as the items change; what stays keeps its focus
+// and its text.
 class Toolbar final : public QWidget {
     Q_OBJECT
 
@@ -57,6 +58,7 @@ protected:
 private:
     void build(const std::vector<ToolbarEntry>& entries);
     QWidget* makePart(const ToolbarEntry& entry);
+    static QWidget* makeTurningSign();
     QToolButton* makeButton(const ToolbarEntry& entry);
     void fill(QToolButton& button, const ToolbarEntry& entry);
     void addSearch();
