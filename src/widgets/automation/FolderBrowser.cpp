@@ -18,7 +18,7 @@ namespace tovri {
 namespace {
 
 constexpr int leastHeight = 120;
-constexpr int mostHeight = 200;
+constexpr int mostHeight = 160;
 
 }  // namespace
 
@@ -80,15 +80,16 @@ void FolderBrowser::arrange() {
     choice->addWidget(selected_, 1);
     auto* box = new QGroupBox;
     box->setAccessibleName(textOf(SyncRuleEditorSheet::remoteSection));
-    box->setMinimumHeight(leastHeight);
-    box->setMaximumHeight(mostHeight);
+    content_->setMinimumHeight(leastHeight);
+    content_->setMaximumHeight(mostHeight);
     auto* inBox = new QVBoxLayout(box);
     inBox->setContentsMargins(2, 2, 2, 2);
-    inBox->addWidget(content_);
+    inBox->setSpacing(0);
+    inBox->addWidget(way_);
+    inBox->addWidget(content_, 1);
     list_->setAccessibleName(textOf(SyncRuleEditorSheet::remoteSection));
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
     column->addLayout(choice);
-    column->addWidget(way_);
     column->addWidget(box, 1);
 }
 

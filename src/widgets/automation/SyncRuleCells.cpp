@@ -48,6 +48,11 @@ QRect SyncRuleCells::deletionRect(const QRect& cell) const {
     return {name.right() + 1 + measures::spacing, cell.top(), measures::smallSymbol, cell.height()};
 }
 
+// Ends where the rows of the other lists do; not mirrored.
+QRect SyncRuleCells::switchRect(const QRect& cell) {
+    return {cell.right() + 1 - measures::margin - switchWidth, cell.top(), switchWidth, cell.height()};
+}
+
 void SyncRuleCells::paint(QPainter& painter, int column, const QRect& cell) const {
     const QPalette& palette = widget_.palette();
     const QRect text = cell.adjusted(measures::gap, 0, -measures::gap, 0);
@@ -64,7 +69,8 @@ void SyncRuleCells::paint(QPainter& painter, int column, const QRect& cell) cons
         case SyncRuleModel::status:
             return paintText(painter, text, captionFont_, row_.statusTint, textOf(row_.status), Qt::ElideRight);
         default:
-            return paintSwitch(painter, cell, palette, row_.isEnabled, widget_.layoutDirection());
+            return paintSwitch(painter, mirrored(cell, switchRect(cell)), palette, row_.isEnabled,
+                               widget_.layoutDirection());
     }
 }
 

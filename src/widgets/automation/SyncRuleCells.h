@@ -22,6 +22,7 @@ public:
 private:
     [[nodiscard]] QRect nameRect(const QRect& cell) const;
     [[nodiscard]] QRect deletionRect(const QRect& cell) const;
+    [[nodiscard]] static QRect switchRect(const QRect& cell);
     [[nodiscard]] QRect mirrored(const QRect& cell, const QRect& logical) const;
     void paintFolder(QPainter& painter, const QRect& cell) const;
     void paintText(QPainter& painter, const QRect& rect, const QFont& font, Tint tint, const QString& text,

@@ -5,6 +5,7 @@
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
+#include <algorithm>
 
 #include "widgets/automation/FolderBrowser.h"
 #include "widgets/parts/Form.h"
@@ -31,6 +32,7 @@ SyncRuleEditor::SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent)
     arrange();
     connectParts();
     update(SyncRuleEditorSheet::Change::fields);
+    fitInto(*parent);
     following_ = screen.onChange([this](SyncRuleEditorSheet::Change change) { update(change); });
 }
 
@@ -55,6 +57,12 @@ void SyncRuleEditor::arrange() {
     form->addRow(interval_);
     addCancelButton(textOf(SyncRuleEditorSheet::cancelLabel));
     confirm_ = addConfirmButton(textOf(screen_.confirmLabel()));
+}
+
+// The folders have the room that the window leaves.
+void SyncRuleEditor::fitInto(const QWidget& window) {
+    adjustSize();
+    resize(width(), std::min(height(), window.height() - 2 * measures::spacing));
 }
 
 void SyncRuleEditor::connectParts() {

@@ -17,11 +17,12 @@ class SyncRuleEditor final : public Sheet {
     Q_OBJECT
 
 public:
-    // `screen` outlives the editor.
+    // `screen` outlives the editor; `parent` is not null, and it is no higher than that where it can be.
     SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent);
 
 private:
     void arrange();
+    void fitInto(const QWidget& window);
     void connectParts();
     void update(SyncRuleEditorSheet::Change change);
     void chooseLocalFolder();
