@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QTest>
+#include <algorithm>
 
 #include "screens/files/FileBrowserFixture.h"
 #include "support/FakeWorkspace.h"
@@ -114,8 +115,9 @@ public:
     }
 
     static void choose(QMenu& menu, const QString& text) {
-        for (QAction* line : menu.actions())
-            if (line->text() == text) line->trigger();
+        const QList<QAction*> lines = menu.actions();
+        const auto line = std::ranges::find(lines, text, &QAction::text);
+        if (line != lines.end()) (*line)->trigger();  // after which the menu may have others
         menu.close();
     }
 
