@@ -18,7 +18,7 @@ namespace tovri {
 namespace {
 
 constexpr int leastHeight = 120;
-constexpr int mostHeight = 160;
+constexpr int mostHeight = 200;
 
 }  // namespace
 
@@ -80,8 +80,8 @@ void FolderBrowser::arrange() {
     choice->addWidget(selected_, 1);
     auto* box = new QGroupBox;
     box->setAccessibleName(textOf(SyncRuleEditorSheet::remoteSection));
-    content_->setMinimumHeight(leastHeight);
-    content_->setMaximumHeight(mostHeight);
+    box->setMinimumHeight(leastHeight);
+    box->setMaximumHeight(mostHeight);
     auto* inBox = new QVBoxLayout(box);
     inBox->setContentsMargins(2, 2, 2, 2);
     inBox->setSpacing(0);

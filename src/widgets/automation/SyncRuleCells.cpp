@@ -12,6 +12,7 @@
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
+#include "widgets/theme/TextDirection.h"
 
 namespace tovri {
 namespace {
@@ -88,10 +89,10 @@ void SyncRuleCells::paintFolder(QPainter& painter, const QRect& cell) const {
 
 void SyncRuleCells::paintText(QPainter& painter, const QRect& rect, const QFont& font, Tint tint, const QString& text,
                               Qt::TextElideMode elision) const {
-    const auto alignment = QStyle::visualAlignment(widget_.layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter);
     painter.setFont(font);
     painter.setPen(color(tint, widget_.palette()));
-    painter.drawText(rect, static_cast<int>(alignment) | Qt::TextSingleLine,
+    painter.drawText(rect,
+                     textFlags(text, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, widget_.layoutDirection()),
                      QFontMetrics(font).elidedText(text, elision, rect.width()));
 }
 

@@ -17,7 +17,7 @@ class SyncRuleEditor final : public Sheet {
     Q_OBJECT
 
 public:
-    // `screen` outlives the editor; `parent` is not null, and it is no higher than that where it can be.
+    // `screen` outlives the editor; `parent` is not null, and the editor is no higher if its content allows.
     SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent);
 
 private:
