@@ -44,13 +44,9 @@ MainLoop::TimePoint PosixMainLoop::now() const {
 }
 
 void PosixMainLoop::post(Job job) {
-    bool isFirst = false;
-    {
-        const std::scoped_lock lock(mutex_);
-        isFirst = posted_.empty();
-        posted_.push_back(std::move(job));
-    }
-    if (isFirst) ring(wakeUp_.number());
+    const std::scoped_lock lock(mutex_);
+    posted_.push_back(std::move(job));
+    if (std::exchange(isAsleep_, false)) ring(wakeUp_.number());
 }
 
 Subscription PosixMainLoop::schedule(Duration delay, Job job) {
@@ -116,16 +112,23 @@ void PosixMainLoop::wait() {
         polled_.push_back({watch->descriptor, watch->events, 0});
         polledWatches_.push_back(id);
     }
-    timespec timeout{};
-    if (!timers_->empty()) {
-        const auto left = std::max(timers_->begin()->first.first - now(), Duration::zero());
-        const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
-        timeout.tv_sec = seconds.count();
-        timeout.tv_nsec = std::chrono::nanoseconds(left - seconds).count();
-    }
-    const int ready = ::ppoll(polled_.data(), polled_.size(), timers_->empty() ? nullptr : &timeout, nullptr);
+    const std::optional<timespec> limit = sleepLimit();
+    const int ready = ::ppoll(polled_.data(), polled_.size(), limit ? &*limit : nullptr, nullptr);
     if (ready < 0) std::ranges::for_each(polled_, [](pollfd& entry) { entry.revents = 0; });  // a signal
     if (polled_.front().revents != 0) silence(wakeUp_.number());
+}
+
+// None: until a descriptor is ready. Whoever posts from here on rings, up to the next `runPosted`.
+std::optional<timespec> PosixMainLoop::sleepLimit() {
+    {
+        const std::scoped_lock lock(mutex_);
+        isAsleep_ = posted_.empty();
+        if (!isAsleep_) return timespec{};
+    }
+    if (timers_->empty()) return std::nullopt;
+    const auto left = std::max(timers_->begin()->first.first - now(), Duration::zero());
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
+    return timespec{.tv_sec = seconds.count(), .tv_nsec = std::chrono::nanoseconds(left - seconds).count()};
 }
 
 void PosixMainLoop::runPosted() {
@@ -133,6 +136,7 @@ void PosixMainLoop::runPosted() {
     {
         const std::scoped_lock lock(mutex_);
         jobs.swap(posted_);
+        isAsleep_ = false;
     }
     for (Job& job : jobs) {
         Job once = std::exchange(job, nullptr);  // goes, with all that it holds, before the next one runs

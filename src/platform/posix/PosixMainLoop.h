@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -54,13 +55,15 @@ private:
     using Watches = std::map<std::uint64_t, std::shared_ptr<Watch>>;
 
     void wait();
+    [[nodiscard]] std::optional<timespec> sleepLimit();
     void runPosted();
     void runTimers();
     void runWatches();
 
     FileDescriptor wakeUp_;
-    std::mutex mutex_;  // guards posted_
+    std::mutex mutex_;  // guards the two that follow
     std::vector<Job> posted_;
+    bool isAsleep_ = false;  // nobody has rung yet
     bool isQuitting_ = false;
     std::uint64_t sequence_ = 0;
     std::shared_ptr<Timers> timers_ = std::make_shared<Timers>();
