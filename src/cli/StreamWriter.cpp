@@ -57,9 +57,12 @@ void StreamWriter::writeOn() {
 // block after poll: Linux calls a pipe writable when a whole page of it is free (pipe_poll in its fs/pipe.c).
 bool StreamWriter::writeWhatFits() {
     while (isBehind()) {
-        pollfd stream{descriptor_, POLLOUT, 0};
-        if (::poll(&stream, 1, 0) == 0) return false;
-        const std::size_t count = std::min<std::size_t>(text_.size() - written_, PIPE_BUF);
+        std::size_t count = text_.size() - written_;
+        if (mayBlock()) {
+            pollfd stream{descriptor_, POLLOUT, 0};
+            if (::poll(&stream, 1, 0) == 0) return false;
+            count = std::min<std::size_t>(count, PIPE_BUF);
+        }
         const ssize_t taken = ::write(descriptor_, text_.data() + written_, count);
         if (taken >= 0)
             written_ += static_cast<std::size_t>(taken);

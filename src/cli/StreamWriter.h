@@ -36,6 +36,9 @@ public:
 private:
     void writeOn();
     [[nodiscard]] bool writeWhatFits();
+
+    [[nodiscard]] bool mayBlock() const { return ownDescription_ < 0; }
+
     void giveUp(int reason);
 
     int descriptor_;
