@@ -8,8 +8,9 @@ namespace tovri {
 using Path = std::filesystem::path;
 
 Result<void> FilePlacing::checkSize() const {
+    if (!exactSize) return {};
     const auto size = files.fileSize(staged);
-    if (!exactSize || !size || *size == *exactSize) return {};
+    if (!size || *size == *exactSize) return {};
     return failure(Error(ErrorCase::file, "put.io announced " + std::to_string(*exactSize) + " bytes, but " +
                                               std::to_string(*size) +
                                               " arrived. Nothing was deleted from put.io; retry the download."));
@@ -17,12 +18,15 @@ Result<void> FilePlacing::checkSize() const {
 
 template <class Move>
 Result<void> FilePlacing::moveTo(const Path& target, Move move) const {
-    const bool crossesVolumes = !isOnStagingVolume(target.parent_path());
+    const auto source = files.identity(staged);
+    const auto folder = files.identity(target.parent_path());
+    const bool crossesVolumes = !source || !folder || source->volume != folder->volume;
     if (crossesVolumes) (void)files.cloneFile(staged, witnessPath(staged));
-    journal->note(placement, item, staged, target);
+    if (source) journal->note(placement, item, *source, staged, target);
     Result<void> moved = move();
     if (!crossesVolumes) return moved;
-    if (moved) journal->note(placement, item, staged, target);  // the file has become another one
+    if (const auto arrived = files.identity(target); moved && arrived)
+        journal->note(placement, item, *arrived, staged, target);  // the file has become another one
     (void)files.removeItem(witnessPath(staged));
     return moved;
 }

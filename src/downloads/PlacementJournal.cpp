@@ -49,13 +49,9 @@ std::optional<Entry> parse(std::string_view text) {
 PlacementJournal::PlacementJournal(FileManager& files, std::filesystem::path file)
     : files_(files), file_(std::move(file)) {}
 
-void PlacementJournal::note(PlacementNumber placement, const UUID& item, const std::filesystem::path& staged,
-                            const std::filesystem::path& target) {
-    auto identity = files_.identity(staged);
-    if (!identity) identity = files_.identity(target);
-    if (!identity) return;
-    const std::string text = line({item, *identity, staged, target});
-
+void PlacementJournal::note(PlacementNumber placement, const UUID& item, const FileIdentity& file,
+                            const std::filesystem::path& staged, const std::filesystem::path& target) {
+    const std::string text = line({item, file, staged, target});
     const std::scoped_lock lock(access_);
     lines_[placement] += text;
     (void)files_.appendToFile(file_, text);

@@ -32,10 +32,10 @@ public:
     // For a placement that begins. Main thread.
     [[nodiscard]] PlacementNumber nextNumber() { return ++lastNumber_; }
 
-    // `staged` is about to become, or has just become, `target`. A journal that cannot be written keeps nothing from
-    // being placed.
-    void note(PlacementNumber placement, const UUID& item, const std::filesystem::path& staged,
-              const std::filesystem::path& target);
+    // `staged` is about to become, or has just become, `target`; `file` is what stands there. A journal that cannot be
+    // written keeps nothing from being placed.
+    void note(PlacementNumber placement, const UUID& item, const FileIdentity& file,
+              const std::filesystem::path& staged, const std::filesystem::path& target);
 
     // What was noted survives a loss of power from now on, as far as the disk allows.
     void makeDurable() { (void)files_.makeDurable(file_); }

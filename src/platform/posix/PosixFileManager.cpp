@@ -126,6 +126,11 @@ Result<void> PosixFileManager::createDirectories(const Path& path) {
 }
 
 int PosixFileManager::createDirectory(const Path& path) {
+    const auto stands = [&] {
+        struct stat status{};
+        return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+    };
+    if (stands()) return 0;
     constexpr mode_t all = 0777;  // the user's umask decides
     int made = ::mkdir(path.c_str(), all);
     if (made != 0 && errno == ENOENT && path.has_relative_path() && path.has_parent_path()) {
@@ -138,8 +143,7 @@ int PosixFileManager::createDirectory(const Path& path) {
         return 0;
     }
     const int failed = errno;
-    struct stat status{};
-    return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) ? 0 : failed;
+    return stands() ? 0 : failed;
 }
 
 Result<std::vector<Path>> PosixFileManager::directoryContents(const Path& path) {
@@ -153,13 +157,15 @@ Result<std::vector<Path>> PosixFileManager::directoryContents(const Path& path) 
 }
 
 Result<void> PosixFileManager::cloneFile(const Path& from, const Path& to) {
+    const auto status = statusOf(from);
+    if (status && S_ISREG(status->st_mode)) {
+        if (::link(from.c_str(), to.c_str()) == 0) return {};
+        const bool isHopeless =
+            errno == EEXIST || errno == ENOSPC || errno == EDQUOT || errno == EROFS || errno == ENAMETOOLONG;
+        if (isHopeless) return failure(fileError("create", to, errno));
+    }
     Result<Source> source = openSource(from);
     if (!source) return failure(source);
-    if (::link(from.c_str(), to.c_str()) == 0) return {};
-    const bool isHopeless =
-        errno == EEXIST || errno == ENOSPC || errno == EDQUOT || errno == EROFS || errno == ENAMETOOLONG;
-    if (isHopeless) return failure(fileError("create", to, errno));
-
     Result<NewFile> copy = copyOf(*source, hiddenPath(parentOf(to)), {});
     if (!copy) return failure(copy);
     return outcome(copy->placeWhereNothingStands(to), "create", to);
