@@ -94,6 +94,7 @@ void Exchange::send() {
     head_ = {};
     isHeadComplete_ = false;
     bodyOnWire_ = 0;
+    bodyRead_ = 0;
     hasExcess_ = false;
     socket_ = -1;
     hasBegun_ = false;
@@ -179,6 +180,7 @@ bool Exchange::readHeadEnd() {
 }
 
 bool Exchange::readBody(std::string_view bytes) {
+    bodyRead_ += static_cast<ByteCount>(bytes.size());
     if (!hasExcess_ && hasExcess()) {
         hasExcess_ = true;
         curl_easy_setopt(handle_.get(), CURLOPT_FORBID_REUSE, 1L);  // the next answer would begin with the excess
@@ -203,7 +205,8 @@ bool Exchange::hasExcess() const {
     const std::optional<ByteCount> announced = head_.bodyLength();
     if (!announced || bodyOnWire_ < *announced) return false;
     if (bodyOnWire_ > *announced) return true;
-    if (address_.isSecure()) return false;
+    const bool mayFollow = bodyRead_ < *announced && !request_.acceptsCompression;
+    if (mayFollow || address_.isSecure()) return false;
     char byte = 0;
     return socket_ >= 0 && ::recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
 }

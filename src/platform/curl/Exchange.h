@@ -89,6 +89,7 @@ private:
     ResponseHead head_;
     bool isHeadComplete_ = false;
     ByteCount bodyOnWire_ = 0;      // as it arrived, before the library cuts it to the announced length
+    ByteCount bodyRead_ = 0;        // as the receiver gets it, decompressed
     int socket_ = -1;               // of the connection, once that stands
     bool hasExcess_ = false;        // more came than was announced
     std::optional<Error> refusal_;  // why a callback ended the exchange

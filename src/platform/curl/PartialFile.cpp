@@ -22,6 +22,10 @@ Error fileError(const std::filesystem::path& path, int reason) {
     return {ErrorCase::file, "Could not write the download in " + folder + ": " + std::strerror(reason) + "."};
 }
 
+int openNew(const std::filesystem::path& path) {
+    return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+}
+
 Error lostError() {
     return {ErrorCase::file, "The part of the file that had arrived is gone; the download starts over."};
 }
@@ -29,7 +33,12 @@ Error lostError() {
 }  // namespace
 
 Result<PartialFile> PartialFile::create(const std::filesystem::path& path) {
-    const int descriptor = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    int descriptor = openNew(path);
+    if (descriptor < 0 && errno == ENOENT) {
+        std::error_code unmade;
+        std::filesystem::create_directories(path.parent_path(), unmade);
+        descriptor = openNew(path);
+    }
     if (descriptor < 0) return failure(fileError(path, errno));
     return PartialFile(path, descriptor, 0);
 }

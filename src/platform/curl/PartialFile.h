@@ -12,7 +12,7 @@ namespace tovri {
 // leaves the file where it is.
 class PartialFile {
 public:
-    // A new file, readable by its owner alone.
+    // A new file, readable by its owner alone, in a folder that is made where it is missing.
     [[nodiscard]] static Result<PartialFile> create(const std::filesystem::path& path);
 
     // An existing file, cut to its first `length` bytes; a failure when it holds fewer.

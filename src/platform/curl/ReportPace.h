@@ -4,7 +4,7 @@
 
 namespace tovri {
 
-// Thins frequent reports out to some twenty a second.
+// Thins frequent reports out to some twenty a second, the first of them after the same time.
 class ReportPace {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -18,7 +18,7 @@ public:
 
 private:
     static constexpr std::chrono::milliseconds interval{45};
-    TimePoint last_;
+    TimePoint last_ = TimePoint::clock::now();
 };
 
 }  // namespace tovri

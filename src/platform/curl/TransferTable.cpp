@@ -71,8 +71,6 @@ void TransferTable::start(TransferID id) {
         return fail(id,
                     {ErrorCase::transport, "The transfer cannot go on from what was saved; the download starts over."});
 
-    std::error_code unmade;
-    fs::create_directories(folder_, unmade);  // a failure shows again, with its reason, when the file is created
     if (Result<void> started = transfer->start(loop_, idleLimit_); !started) fail(id, std::move(started.error()));
 }
 

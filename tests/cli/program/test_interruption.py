@@ -139,7 +139,7 @@ class Interruption(ProgramTest):
         self.serve()
         self.sandbox.fault("storage:*:rate=1MiB")
         process = self.start("get", "/Generated", "--json", "--to", str(self.downloads))
-        self.wait_for_partial_bytes(3 << 20)
+        self.wait_for_partial_bytes(6 << 20)  # three files at 1 MiB/s each: progress is told after the first second
         process.send_signal(signal.SIGINT)
         output, _ = process.communicate(timeout=10)
         events = [json.loads(line)["event"] for line in output.splitlines()]

@@ -80,7 +80,9 @@ protected:
     std::vector<std::string> partials() {
         static_cast<void>(pause(-1));
         std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(partials_)) names.push_back(entry.path().filename());
+        std::error_code notMadeYet;
+        for (const auto& entry : fs::directory_iterator(partials_, notMadeYet))
+            names.push_back(entry.path().filename());
         return names;
     }
 
