@@ -6,6 +6,7 @@
 #include <csignal>
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "app/TovriApp.h"
 #include "platform/curl/CurlHTTPSession.h"
@@ -30,8 +31,11 @@
 #include "platform/qt/QtWorkspace.h"
 #include "platform/qt/SingleInstance.h"
 #include "platform/secret/ChooseCredentialStore.h"
+#include "platform/secret/CredentialCache.h"
+#include "service/KeychainItem.h"
 #include "widgets/theme/Theme.h"
 #include "widgets/window/Desktop.h"
+#include "widgets/window/WaitingWindow.h"
 
 namespace tovri {
 namespace {
@@ -55,48 +59,80 @@ std::optional<std::string> environment(const char* name) {
     return qgetenv(name).toStdString();
 }
 
-// The adapters of this machine and the application on top of them.
+// The adapters of this machine and, once it is known who is signed in, the application on top of them.
 class Program {
 public:
-    Program(XDGFolders folders, ServiceHosts hosts)
-        : folders_(std::move(folders)),
-          secrets_(chooseSecrets()),
-          credentials_(*secrets_, token_),
-          app_({platform_, http_, [this](TransferDelegate& delegate) { return makeTransfers(delegate); }, credentials_,
-                defaults_, signIn_, updates_, hosts}) {
-        app_.setup();
-        desktop_.emplace(Desktop::Surroundings{app_, platform_, defaults_, workspace_, collation_, inhibitor_,
-                                               notifications_, std::move(hosts), TrayIcon::isAvailable},
-                         [] { QCoreApplication::quit(); });
-    }
+    Program(XDGFolders folders, ServiceHosts hosts) : folders_(std::move(folders)), hosts_(std::move(hosts)) {}
 
     int run(SingleInstance& instance, const QString& address) {
-        instance.listen([this](const QString& called) { desktop_->receive(called.toStdString()); });
+        if (!address.isEmpty()) receive(address);
+        instance.listen([this](const QString& called) { receive(called); });
         const QSocketNotifier ending(signals_.descriptor(), QSocketNotifier::Read);
-        QObject::connect(&ending, &QSocketNotifier::activated, &*desktop_, &Desktop::quit);
-        // The session ends: there may be no time for more than what is in memory.
-        QObject::connect(
-            qApp, &QGuiApplication::commitDataRequest, &*desktop_,
-            [this] { app_.appDelegate().applicationWillTerminate(); }, Qt::DirectConnection);
-        desktop_->open();
-        if (!address.isEmpty()) desktop_->receive(address.toStdString());
+        QObject::connect(&ending, &QSocketNotifier::activated, qApp, [this] { quit(); });
+        QTimer::singleShot(keyringPatience, qApp, [this] { showWaiting(); });
         return QApplication::exec();
     }
 
 private:
-    std::unique_ptr<CredentialStore> chooseSecrets() {
+    // A keyring that is there and open has long answered by then.
+    static constexpr std::chrono::milliseconds keyringPatience{200};
+
+    // In the window that waits a person finds out what the keyring wants, and can do without it.
+    static constexpr SecretServiceCredentialStore::Limits keyringLimits{.unlock = std::chrono::minutes(5)};
+
+    std::unique_ptr<CredentialStore> openSecrets(const std::stop_token& stop) {
         if (token_) return std::make_unique<FileCredentialStore>(files_, folders_.state / "credentials.json");
-        return chooseCredentialStore(secretsInFile_, [this](const std::string& reason) {
-            log_.line("[Tovri] No keyring keeps the secrets (" + reason + "); they are kept in " +
-                      (folders_.state / "credentials.json").native() + ", which only you can read.");
-        });
+        const auto tell = [this](const std::string& reason) {
+            const std::string file = (folders_.state / "credentials.json").native();
+            loop_.post([this, line = "[Tovri] No keyring keeps the secrets (" + reason + "); they are kept in " + file +
+                                     ", which only you can read."] { log_.line(line); });
+        };
+        return chooseCredentialStore(secretsInFile_, tell, keyringLimits, stop);
     }
 
     std::unique_ptr<TransferSession> makeTransfers(TransferDelegate& delegate) {
         return std::make_unique<CurlTransferSession>(delegate, folders_.standard.applicationData / "Partial", random_);
     }
 
+    void start() {
+        app_.emplace(TovriApp::Ports{platform_, http_,
+                                     [this](TransferDelegate& delegate) { return makeTransfers(delegate); },
+                                     credentials_, defaults_, signIn_, updates_, hosts_});
+        app_->setup();
+        // The session ends: there may be no time for more than what is in memory.
+        QObject::connect(
+            qApp, &QGuiApplication::commitDataRequest, qApp, [this] { app_->appDelegate().applicationWillTerminate(); },
+            Qt::DirectConnection);
+        desktop_.emplace(Desktop::Surroundings{*app_, platform_, defaults_, workspace_, collation_, inhibitor_,
+                                               notifications_, hosts_, TrayIcon::isAvailable},
+                         [] { QCoreApplication::quit(); });
+        if (waiting_) desktop_->window().setGeometry(waiting_->geometry());
+        desktop_->open();
+        waiting_.reset();
+        if (called_) desktop_->receive(*std::exchange(called_, std::nullopt));
+    }
+
+    void showWaiting() {
+        if (desktop_) return;
+        waiting_.emplace();
+        QObject::connect(&*waiting_, &WaitingWindow::goOnWanted, qApp, [this] { secrets_.hurry(); });
+        QObject::connect(&*waiting_, &WaitingWindow::closingWanted, qApp, [this] { quit(); });
+        waiting_->show();
+    }
+
+    void receive(const QString& address) {
+        if (desktop_) return desktop_->receive(address.toStdString());
+        if (waiting_) waiting_->activateWindow();
+        if (!called_ || !address.isEmpty()) called_ = address.toStdString();
+    }
+
+    void quit() {
+        if (desktop_) return desktop_->quit();
+        QCoreApplication::quit();
+    }
+
     XDGFolders folders_;
+    ServiceHosts hosts_;
     std::optional<std::string> token_ = EnvironmentCredentialStore::tokenOfEnvironment();
     EndingSignals signals_;
     QtMainLoop loop_;
@@ -109,8 +145,6 @@ private:
     Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, log_, folders_.standard};
     FileUserDefaults defaults_{files_, log_, folders_.configuration / "preferences.json"};
     FileCredentialStore secretsInFile_{files_, folders_.state / "credentials.json"};
-    std::unique_ptr<CredentialStore> secrets_;
-    EnvironmentCredentialStore credentials_;
     QtWorkspace workspace_;
     ICUTextCollation collation_{""};
     SessionSleepInhibitor inhibitor_;
@@ -118,8 +152,15 @@ private:
     BrowserAuthentication signIn_{workspace_};
     PackageManagerUpdater updates_;
     CurlHTTPSession http_{loop_};
-    TovriApp app_;
+    CredentialCache secrets_{loop_,
+                             [this](const std::stop_token& stop) { return openSecrets(stop); },
+                             {accountName(KeychainItem::clientID), accountName(KeychainItem::accessToken)},
+                             [this] { start(); }};
+    EnvironmentCredentialStore credentials_{secrets_, token_};
+    std::optional<TovriApp> app_;
     std::optional<Desktop> desktop_;
+    std::optional<WaitingWindow> waiting_;
+    std::optional<std::string> called_;  // by a second start, before the desktop stands
 };
 
 int complain(const QString& text) {

@@ -32,8 +32,9 @@ private:
 
 std::unique_ptr<CredentialStore> chooseCredentialStore(CredentialStore& fallback,
                                                        std::function<void(const std::string& reason)> tell,
-                                                       SecretServiceCredentialStore::Limits limits) {
-    auto service = SecretServiceCredentialStore::open(limits);
+                                                       SecretServiceCredentialStore::Limits limits,
+                                                       const std::stop_token& stop) {
+    auto service = SecretServiceCredentialStore::open(limits, stop);
     if (service) return std::move(*service);
     return std::make_unique<AnnouncedFallback>(fallback, std::move(service.error().description), std::move(tell));
 }

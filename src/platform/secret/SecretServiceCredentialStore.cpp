@@ -20,10 +20,11 @@ struct FreeSecret {
     void operator()(gchar* secret) const { secret_password_free(secret); }
 };
 
-// Cancels what is under way when the time is over.
+// Cancels what is under way when the time is over, or when whoever waits gives up.
 class Deadline {
 public:
-    explicit Deadline(std::chrono::milliseconds limit) : cancellable_(g_cancellable_new()) {
+    explicit Deadline(std::chrono::milliseconds limit, std::stop_token given = {})
+        : cancellable_(g_cancellable_new()), givenUp_(std::move(given), Cancel{cancellable_.get()}) {
         watchdog_ = std::jthread([this, limit](const std::stop_token& stop) {
             std::unique_lock lock(mutex_);
             over_.wait_for(lock, stop, limit, [] { return false; });
@@ -34,7 +35,14 @@ public:
     [[nodiscard]] GCancellable* get() const { return cancellable_.get(); }
 
 private:
+    struct Cancel {
+        GCancellable* cancellable;
+
+        void operator()() const { g_cancellable_cancel(cancellable); }
+    };
+
     Reference<GCancellable> cancellable_;
+    std::stop_callback<Cancel> givenUp_;
     std::mutex mutex_;
     std::condition_variable_any over_;
     std::jthread watchdog_;
@@ -61,8 +69,9 @@ const SecretSchema& schema() {
 
 constexpr const char* serviceName = "com.tovri.putio";
 
-Result<void> unlock(SecretService* service, SecretCollection* collection, std::chrono::milliseconds limit) {
-    const Deadline deadline(limit);
+Result<void> unlock(SecretService* service, SecretCollection* collection, std::chrono::milliseconds limit,
+                    const std::stop_token& stop) {
+    const Deadline deadline(limit, stop);
     GError* error = nullptr;
     GList only{collection, nullptr, nullptr};
     const gint unlocked = secret_service_unlock_sync(service, &only, deadline.get(), nullptr, &error);
@@ -76,12 +85,13 @@ Result<void> unlock(SecretService* service, SecretCollection* collection, std::c
 
 }  // namespace
 
-Result<std::unique_ptr<SecretServiceCredentialStore>> SecretServiceCredentialStore::open(Limits limits) {
+Result<std::unique_ptr<SecretServiceCredentialStore>> SecretServiceCredentialStore::open(Limits limits,
+                                                                                         const std::stop_token& stop) {
     GError* error = nullptr;
     Reference<SecretService> service;
     Reference<SecretCollection> collection;
     {
-        const Deadline deadline(limits.answer);
+        const Deadline deadline(limits.answer, stop);
         service.reset(secret_service_get_sync(SECRET_SERVICE_OPEN_SESSION, deadline.get(), &error));
         if (!service) return failure(failureOf(error));
         collection.reset(secret_collection_for_alias_sync(service.get(), SECRET_COLLECTION_DEFAULT,
@@ -91,7 +101,7 @@ Result<std::unique_ptr<SecretServiceCredentialStore>> SecretServiceCredentialSto
     if (!collection)
         return failure({ErrorCase::credentialStore, "The Secret Service cannot be used: it has no default keyring."});
     if (secret_collection_get_locked(collection.get()) != 0) {
-        if (auto opened = unlock(service.get(), collection.get(), limits.unlock); !opened) return failure(opened);
+        if (auto opened = unlock(service.get(), collection.get(), limits.unlock, stop); !opened) return failure(opened);
     }
     return std::unique_ptr<SecretServiceCredentialStore>(new SecretServiceCredentialStore(limits));
 }

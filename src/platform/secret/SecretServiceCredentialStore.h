@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <memory>
+#include <stop_token>
 
 #include "base/Result.h"
 #include "platform/CredentialStore.h"
@@ -18,8 +19,9 @@ public:
         std::chrono::milliseconds unlock{5000};  // for a locked collection to be opened; a person types in that time
     };
 
-    // Fails, with the reason, when no service answers or its collection stays locked.
-    [[nodiscard]] static Result<std::unique_ptr<SecretServiceCredentialStore>> open(Limits limits);
+    // Fails, with the reason, when no service answers or its collection stays locked; at once on a stop.
+    [[nodiscard]] static Result<std::unique_ptr<SecretServiceCredentialStore>> open(Limits limits,
+                                                                                    const std::stop_token& stop = {});
 
     [[nodiscard]] std::optional<std::string> load(const std::string& account) override;
     void save(const std::string& account, const std::string& value) override;

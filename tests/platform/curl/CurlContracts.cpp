@@ -7,7 +7,7 @@
 #include "platform/TransferSessionContract.h"
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/CurlTransferSession.h"
-#include "platform/curl/HandRunLoop.h"
+#include "support/HandRunLoop.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/FaultSettings.h"
 #include "sandbox/Sandbox.h"

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/curl/CurlHTTPSession.h"
-#include "platform/curl/HandRunLoop.h"
+#include "support/HandRunLoop.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "support/TemporaryFolder.h"

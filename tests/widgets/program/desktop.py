@@ -74,10 +74,13 @@ class DesktopTest(ProgramTest):
         self.addCleanup(self.listener.deregister, "object:state-changed:focused")
 
     def open(self, *arguments):
+        self.start_program(*arguments)
+        self.wait_for("menu item", "File")
+
+    def start_program(self, *arguments):
         self.program = subprocess.Popen([TOVRI, *arguments], env=self.environment, cwd=self.home, text=True,
                                         stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
         self.addCleanup(self.end, self.program)
-        self.wait_for("menu item", "File")
 
     def run_second(self, *arguments):
         """Starts the program once more beside the one that runs; returns its exit status."""
@@ -193,6 +196,10 @@ class Keyring:
     def __init__(self):
         self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
         _, self.session = self.ask("OpenSession", GLib.Variant("(sv)", ("plain", GLib.Variant("s", ""))))
+
+    @staticmethod
+    def signal(signal):
+        os.kill(int(os.environ["TOVRI_KEYRING_PROCESS"]), signal)
 
     def ask(self, method, arguments):
         return self.bus.call_sync("org.freedesktop.secrets", self.path, "org.freedesktop.Secret.Service", method, arguments,

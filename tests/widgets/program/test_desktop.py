@@ -1,4 +1,5 @@
 import json
+import signal
 import subprocess
 import unittest
 
@@ -81,6 +82,25 @@ class FirstDay(DesktopTest):
         self.wait_for("heading", "Finished")
         self.assertEqual({name for name, _ in self.rows("Downloads")}, {"film.mkv", "notes.txt", "beach.jpg", "harbour.jpg"})
         self.assertEqual(self.terminate()[0], 0)
+
+
+class LateKeyring(DesktopTest):
+    account = ("--demo",)
+
+    def test_the_window_does_not_wait_for_it(self):
+        self.serve()
+        token = self.environment.pop("TOVRI_TOKEN")
+        self.addCleanup(Keyring.signal, signal.SIGCONT)
+        Keyring.signal(signal.SIGSTOP)
+        self.start_program()
+        go_on = self.wait_for("push button", "Go On Without It")
+        self.assertEqual(self.run_second("tovri-putio://callback#access_token=" + token), 0)
+        go_on.press()
+        self.wait_for("list", "Files")
+        status, output = self.terminate()
+        self.assertEqual(status, 0)
+        self.assertIn("No keyring keeps the secrets", output)
+        self.assertNotIn(token, output)
 
 
 class Keyboard(DesktopTest):
