@@ -59,6 +59,9 @@ public:
 
     void dismissBanner() { manager_.dismissLastError(); }
 
+    // Looks into the folders of all enabled rules, as the toolbar's button does.
+    void refresh() { perform(SyncToolbarAction::syncAll); }
+
     void perform(SyncToolbarAction action);
 
     // Nothing happens when the rule has gone; here and below.

@@ -90,6 +90,10 @@ void RSSFeedsScreen::openPlaceholder() {
         editor_.open(std::nullopt);
 }
 
+void RSSFeedsScreen::refresh() {
+    if (isOnView_) startLoading();
+}
+
 void RSSFeedsScreen::perform(RSSFeedToolbarAction /*action*/) {
     editor_.open(std::nullopt);
 }

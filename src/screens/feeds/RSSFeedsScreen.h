@@ -59,6 +59,10 @@ public:
     // --- What the user does ---
 
     void openPlaceholder();
+
+    // Asks for the feeds again.
+    void refresh();
+
     void perform(RSSFeedToolbarAction action);
 
     // Nothing happens when the feed has left the list.

@@ -39,7 +39,7 @@ void FileBrowserScreen::perform(FileToolbarAction action) {
         case FileToolbarAction::chooseUploads:
             break;
         case FileToolbarAction::refresh:
-            state().loadFiles();
+            refresh();
             break;
     }
 }

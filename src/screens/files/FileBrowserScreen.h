@@ -91,6 +91,8 @@ public:
 
     void openPlaceholder() { state().loadFiles(); }
 
+    void refresh() { state().loadFiles(); }
+
     void select(FileIDs files) { state().setSelectedFiles(std::move(files)); }
 
     void search(std::string text) { state().setSearchText(std::move(text)); }

@@ -88,6 +88,10 @@ Task<Result<void>> TransfersScreen::fetch(std::stop_token visit) {
     co_return Result<void>();
 }
 
+Task<> TransfersScreen::fetchQuietly(std::stop_token visit) {
+    (void)co_await fetch(visit);
+}
+
 // --- What the user does ---
 
 void TransfersScreen::openPlaceholder() {
@@ -95,6 +99,11 @@ void TransfersScreen::openPlaceholder() {
         scope_.start(load(visit_.get_token()));
     else
         addSheet_.open();
+}
+
+void TransfersScreen::refresh() {
+    if (!isOnView_ || isLoading_) return;
+    scope_.start(error_ ? load(visit_.get_token()) : fetchQuietly(visit_.get_token()));
 }
 
 void TransfersScreen::perform(TransferToolbarAction action) {

@@ -65,6 +65,10 @@ public:
     // --- What the user does ---
 
     void openPlaceholder();
+
+    // Asks for the transfers now. Tells as little of a failure as when it asks by itself.
+    void refresh();
+
     void perform(TransferToolbarAction action);
 
     // Nothing happens when the transfer has left the list or its state allows this no more.
@@ -79,6 +83,7 @@ private:
     Task<> watch(std::stop_token visit);
     Task<> load(std::stop_token visit);
     Task<Result<void>> fetch(std::stop_token visit);
+    Task<> fetchQuietly(std::stop_token visit);
     Task<Result<void>> cancel(std::int64_t transferID);
     Task<> retry(std::int64_t transferID, std::stop_token visit);
     Task<> clean(std::stop_token visit);

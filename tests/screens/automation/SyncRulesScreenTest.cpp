@@ -97,7 +97,7 @@ TEST_F(SyncRulesScreenTest, followsARuleFromItsMakingOn) {
     EXPECT_EQ(state(), "5m, Waiting");
 
     screen.appear();
-    screen.perform(SyncToolbarAction::syncAll);
+    screen.refresh();
     EXPECT_TRUE(screen.toolbar().at(0).isVisible);
     world().loop.advance(10s);
     EXPECT_FALSE(screen.toolbar().at(0).isVisible);

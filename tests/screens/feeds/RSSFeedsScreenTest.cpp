@@ -83,8 +83,16 @@ TEST_F(RSSFeedsScreenTest, loadsWhenItComesOnViewAndSaysWhyThereIsNothing) {
     EXPECT_FALSE(screen.placeholder());
     EXPECT_EQ(titles(), "News Untitled ");
 
+    list = R"({"id":3,"title":"Shows"})";
+    screen.refresh();
+    loop.advance(1s);
+    EXPECT_EQ(titles(), "Shows ");
+
     screen.disappear();
     EXPECT_EQ(titles(), "");
+    const std::size_t requests = http.requests.size();
+    screen.refresh();
+    EXPECT_EQ(http.requests.size(), requests);
     list = "";
     appear();
     EXPECT_EQ(screen.placeholder().value().title, "No RSS Feeds");

@@ -97,6 +97,27 @@ TEST_F(TransfersScreenTest, takesBackAnErrorWhenARefreshSucceeds) {
     EXPECT_EQ(screen.placeholder().value().title, "No Transfers");
 }
 
+TEST_F(TransfersScreenTest, asksAtOnceAtTheUsersWord) {
+    screen.refresh();  // not on view
+    EXPECT_TRUE(loop.isIdle());
+    listStatus = 500;
+    appear();
+    screen.refresh();
+    EXPECT_EQ(screen.placeholder().value().text, "Loading transfers...");
+    listStatus = 200;
+    list = song;
+    loop.advance(1s);
+    screen.refresh();
+    loop.advance(1s);
+    EXPECT_EQ(shown(), "Seeding: Song (0 bytes · Ratio: 0.00 · 0 peers) ");
+
+    listStatus = 500;
+    screen.refresh();
+    loop.advance(1s);
+    EXPECT_EQ(shown(), "Seeding: Song (0 bytes · Ratio: 0.00 · 0 peers) ");
+    EXPECT_EQ(failureMessage(), "");
+}
+
 TEST_F(TransfersScreenTest, tellsRowByRowAndOnlyOfWhatDiffers) {
     list = std::string(film) + "," + song;
     appear();
