@@ -64,11 +64,6 @@ FolderBrowser::FolderBrowser(SyncRuleEditorSheet& screen, QWidget* parent)
     dress();
 }
 
-// The list is destroyed after the model.
-FolderBrowser::~FolderBrowser() {
-    list_->setModel(nullptr);
-}
-
 void FolderBrowser::arrange() {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);

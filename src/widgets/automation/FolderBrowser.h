@@ -22,7 +22,6 @@ class FolderBrowser final : public QWidget {
 public:
     // `screen` outlives the browser.
     explicit FolderBrowser(SyncRuleEditorSheet& screen, QWidget* parent = nullptr);
-    ~FolderBrowser() override;
 
     void showWay();
     void showFolders();

@@ -14,7 +14,7 @@ class SyncRuleTable final : public QTreeView {
     Q_OBJECT
 
 public:
-    // `model` outlives the table, or is its child.
+    // The table is empty when the model has gone.
     explicit SyncRuleTable(SyncRuleModel& model, QWidget* parent = nullptr);
 
     [[nodiscard]] std::vector<int> selectedRows() const;

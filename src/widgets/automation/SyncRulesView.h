@@ -1,52 +1,48 @@
 #pragma once
 
-#include <QPointer>
-#include <QWidget>
-
 #include "widgets/automation/SyncRuleModel.h"
-
-class QVBoxLayout;
+#include "widgets/parts/SectionView.h"
 
 namespace tovri {
 
 class BannerView;
-class ContentArea;
-class Sheet;
 class SyncRuleTable;
-class Toolbar;
 
 // The automation screen: a toolbar, what went wrong last, and the rules in columns; or a placeholder. Return and double
 // click edit a rule, Delete removes the selected ones.
-class SyncRulesView final : public QWidget {
+class SyncRulesView final : public SectionView {
     Q_OBJECT
 
 public:
     // `screen` outlives the view.
     explicit SyncRulesView(SyncRulesScreen& screen, QWidget* parent = nullptr);
-    ~SyncRulesView() override;
+
+    [[nodiscard]] bool canRefresh() const override { return true; }
+
+    void refresh() override { screen_.refresh(); }
 
 protected:
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
+    void appear() override { screen_.appear(); }
+
+    void disappear() override { screen_.disappear(); }
+
+    void pressToolbar(int action) override { screen_.perform(static_cast<SyncToolbarAction>(action)); }
+
+    void pressPlaceholder() override { screen_.openPlaceholder(); }
+
+    void pressDelete() override;
 
 private:
-    void arrange();
-    void connectParts();
     void follow(const ScreenChange& change);
     void followEditor();
     void showChrome();
     void showBanner();
     void showMenu(int row, const QPoint& globalPosition);
-    void deleteSelected();
 
     SyncRulesScreen& screen_;
     SyncRuleModel model_;
-    QVBoxLayout* column_;
-    Toolbar* toolbar_;
     BannerView* banner_ = nullptr;  // made for the first one
     SyncRuleTable* table_;
-    ContentArea* content_;
-    QPointer<Sheet> editor_;
     Subscription following_;
     Subscription followingEditor_;
 };

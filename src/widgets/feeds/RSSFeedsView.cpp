@@ -1,9 +1,5 @@
 #include "widgets/feeds/RSSFeedsView.h"
 
-#include <QAction>
-#include <QShowEvent>
-#include <QVBoxLayout>
-
 #include "screens/window/SidebarItem.h"
 #include "widgets/feeds/RSSFeedEditor.h"
 #include "widgets/parts/ContentArea.h"
@@ -16,65 +12,25 @@
 namespace tovri {
 
 RSSFeedsView::RSSFeedsView(RSSFeedsScreen& screen, QWidget* parent)
-    : QWidget(parent),
+    : SectionView(textOf(title(SidebarItem::rss)), parent),
       screen_(screen),
       rows_(screen),
       model_(rows_),
-      toolbar_(new Toolbar),
       list_(new RowListView),
-      content_(new ContentArea(list_)),
       following_(screen.onChange([this](const ScreenChange& change) { follow(change); })),
       followingEditor_(screen.editor().onChange([this] { followEditor(); })) {
-    arrange();
+    setList(list_);
     list_->setModel(&model_);
-    connectParts();
+    list_->setSelectionMode(QAbstractItemView::SingleSelection);
+    connectList();
     new DialogPresenter(screen.dialogs(), *this);
     showChrome();
 }
 
-// The list and the editor are destroyed after what they show.
-RSSFeedsView::~RSSFeedsView() {
-    list_->setModel(nullptr);
-    delete editor_;
-}
-
-void RSSFeedsView::arrange() {
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
-    column->addWidget(toolbar_);
-    column->addWidget(content_);
-    const QString name = textOf(title(SidebarItem::rss));
-    setAccessibleName(name);
-    list_->setAccessibleName(name);
-    list_->setAlternatingRowColors(true);
-    list_->setSelectionMode(QAbstractItemView::SingleSelection);
-}
-
-void RSSFeedsView::connectParts() {
-    connect(toolbar_, &Toolbar::triggered, this,
-            [this](int action) { screen_.perform(static_cast<RSSFeedToolbarAction>(action)); });
-    connect(content_, &ContentArea::buttonPressed, this, [this] { screen_.openPlaceholder(); });
+void RSSFeedsView::connectList() {
     connect(list_, &RowListView::activated, this,
             [this](const QModelIndex& row) { perform(RSSFeedAction::edit, row); });
     connect(list_, &RowListView::menuWanted, this, &RSSFeedsView::showMenu);
-    auto* deletion = new QAction(list_);
-    deletion->setShortcut(QKeySequence::Delete);
-    deletion->setShortcutContext(Qt::WidgetShortcut);
-    deletion->setAutoRepeat(false);
-    list_->addAction(deletion);
-    connect(deletion, &QAction::triggered, this, [this] { perform(RSSFeedAction::remove, list_->currentIndex()); });
-}
-
-// A window that is minimised still shows its screen.
-void RSSFeedsView::showEvent(QShowEvent* event) {
-    if (!event->spontaneous()) screen_.appear();
-    QWidget::showEvent(event);
-}
-
-void RSSFeedsView::hideEvent(QHideEvent* event) {
-    if (!event->spontaneous()) screen_.disappear();
-    QWidget::hideEvent(event);
 }
 
 void RSSFeedsView::follow(const ScreenChange& change) {
@@ -83,23 +39,20 @@ void RSSFeedsView::follow(const ScreenChange& change) {
 }
 
 void RSSFeedsView::followEditor() {
-    const bool isOpen = screen_.editor().isOpen();
-    if (isOpen == !editor_.isNull()) return;
-    if (isOpen) {
-        editor_ = new RSSFeedEditor(screen_.editor(), window());
-        editor_->open();
-    } else {
-        dismiss(editor_);
-    }
+    showSheet(screen_.editor().isOpen(), [this] { return new RSSFeedEditor(screen_.editor(), window()); });
 }
 
 void RSSFeedsView::showChrome() {
-    toolbar_->show(toolbarEntries(RSSFeedsScreen::toolbar()));
-    content_->show(screen_.placeholder());
+    toolbar().show(toolbarEntries(RSSFeedsScreen::toolbar()));
+    content().show(screen_.placeholder());
 }
 
 void RSSFeedsView::perform(RSSFeedAction action, const QModelIndex& row) {
     if (row.isValid()) screen_.perform(action, screen_.rows()[static_cast<std::size_t>(row.row())].id);
+}
+
+void RSSFeedsView::pressDelete() {
+    perform(RSSFeedAction::remove, list_->currentIndex());
 }
 
 void RSSFeedsView::showMenu(const QPoint& globalPosition) {

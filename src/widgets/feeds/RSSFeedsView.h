@@ -1,36 +1,39 @@
 #pragma once
 
-#include <QPointer>
-#include <QWidget>
-#include <optional>
-
 #include "widgets/feeds/RSSFeedRows.h"
+#include "widgets/parts/SectionView.h"
 #include "widgets/rows/RowModel.h"
 
 namespace tovri {
 
-class ContentArea;
 class RowListView;
-class Sheet;
-class Toolbar;
 
 // The feeds screen: a toolbar and the feeds, or a placeholder. Return and double click edit a feed, Delete asks whether
 // to delete it.
-class RSSFeedsView final : public QWidget {
+class RSSFeedsView final : public SectionView {
     Q_OBJECT
 
 public:
     // `screen` outlives the view.
     explicit RSSFeedsView(RSSFeedsScreen& screen, QWidget* parent = nullptr);
-    ~RSSFeedsView() override;
+
+    [[nodiscard]] bool canRefresh() const override { return true; }
+
+    void refresh() override { screen_.refresh(); }
 
 protected:
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
+    void appear() override { screen_.appear(); }
+
+    void disappear() override { screen_.disappear(); }
+
+    void pressToolbar(int action) override { screen_.perform(static_cast<RSSFeedToolbarAction>(action)); }
+
+    void pressPlaceholder() override { screen_.openPlaceholder(); }
+
+    void pressDelete() override;
 
 private:
-    void arrange();
-    void connectParts();
+    void connectList();
     void follow(const ScreenChange& change);
     void followEditor();
     void showChrome();
@@ -40,10 +43,7 @@ private:
     RSSFeedsScreen& screen_;
     RSSFeedRows rows_;
     RowModel model_;
-    Toolbar* toolbar_;
     RowListView* list_;
-    ContentArea* content_;
-    QPointer<Sheet> editor_;
     Subscription following_;
     Subscription followingEditor_;
 };

@@ -1,9 +1,6 @@
 #include "widgets/files/FileBrowserView.h"
 
-#include <QAction>
 #include <QScopedValueRollback>
-#include <QShowEvent>
-#include <QVBoxLayout>
 
 #include "screens/window/SidebarItem.h"
 #include "widgets/files/FileListView.h"
@@ -18,49 +15,27 @@
 namespace tovri {
 
 FileBrowserView::FileBrowserView(FileBrowserScreen& screen, QWidget* parent)
-    : QWidget(parent),
+    : SectionView(textOf(title(SidebarItem::files)), parent),
       screen_(screen),
       rows_(screen),
       model_(screen, rows_),
-      toolbar_(new Toolbar),
       breadcrumbs_(new Breadcrumbs),
       list_(new FileListView(screen)),
-      content_(new ContentArea(list_)),
       following_(screen.onChange([this](const ScreenChange& change) { follow(change); })) {
-    arrange();
+    setList(list_);
+    addStrip(breadcrumbs_);
     list_->setModel(&model_);
     connectParts();
-    addDeleteKey();
     new DialogPresenter(screen.dialogs(), *this);
     haveRowsChanged_ = true;
     showChrome();
 }
 
-// The list is destroyed after the model.
-FileBrowserView::~FileBrowserView() {
-    list_->setModel(nullptr);
-}
-
-void FileBrowserView::arrange() {
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
-    column->addWidget(toolbar_);
-    column->addWidget(breadcrumbs_);
-    column->addWidget(content_, 1);
-    const QString name = textOf(title(SidebarItem::files));
-    setAccessibleName(name);
-    list_->setAccessibleName(name);
-}
-
 void FileBrowserView::connectParts() {
-    connect(toolbar_, &Toolbar::triggered, this,
-            [this](int action) { perform(static_cast<FileToolbarAction>(action)); });
-    connect(toolbar_, &Toolbar::searchChanged, this,
+    connect(&toolbar(), &Toolbar::searchChanged, this,
             [this](const QString& text) { screen_.search(text.toStdString()); });
     connect(breadcrumbs_, &Breadcrumbs::chosen, this,
             [this](int index) { screen_.openBreadcrumb(static_cast<std::size_t>(index)); });
-    connect(content_, &ContentArea::buttonPressed, this, [this] { screen_.openPlaceholder(); });
     connect(list_, &RowListView::buttonPressed, this, [this](const QModelIndex& row, int action) {
         screen_.perform(static_cast<FileRowAction>(action), static_cast<std::size_t>(row.row()));
     });
@@ -68,25 +43,6 @@ void FileBrowserView::connectParts() {
             [this](const QModelIndex& row) { screen_.activate(model_.idsOf({row})); });
     connect(list_, &RowListView::menuWanted, this, &FileBrowserView::showMenu);
     connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this, &FileBrowserView::takeSelection);
-}
-
-void FileBrowserView::addDeleteKey() {
-    auto* deletion = new QAction(list_);
-    deletion->setShortcut(QKeySequence::Delete);
-    deletion->setShortcutContext(Qt::WidgetShortcut);
-    deletion->setAutoRepeat(false);
-    list_->addAction(deletion);
-    connect(deletion, &QAction::triggered, this, [this] { screen_.deleteSelection(); });
-}
-
-void FileBrowserView::showEvent(QShowEvent* event) {
-    if (!event->spontaneous()) screen_.appear();
-    QWidget::showEvent(event);
-}
-
-void FileBrowserView::hideEvent(QHideEvent* event) {
-    if (!event->spontaneous()) screen_.disappear();
-    QWidget::hideEvent(event);
 }
 
 // --- What is seen ---
@@ -100,12 +56,12 @@ void FileBrowserView::follow(const ScreenChange& change) {
 }
 
 void FileBrowserView::showChrome() {
-    toolbar_->show(toolbarEntries(screen_.toolbar()));
-    toolbar_->setSearchText(textOf(screen_.searchText()));
+    toolbar().show(toolbarEntries(screen_.toolbar()));
+    toolbar().setSearchText(textOf(screen_.searchText()));
     QStringList names;
     for (const Breadcrumb& folder : screen_.breadcrumbs()) names << textOf(folder.name);
     breadcrumbs_->show(names);
-    content_->show(screen_.placeholder());
+    content().show(screen_.placeholder());
     showSelection();
 }
 
@@ -136,12 +92,12 @@ void FileBrowserView::takeSelection() {
     screen_.select(selection_);
 }
 
-void FileBrowserView::perform(FileToolbarAction action) {
-    if (action == FileToolbarAction::chooseUploads)
+void FileBrowserView::pressToolbar(int action) {
+    if (action == static_cast<int>(FileToolbarAction::chooseUploads))
         chooseLocalFiles(*this, FileBrowserScreen::uploadChooser(),
                          [this](const LocalPaths& files) { screen_.upload(files); });
     else
-        screen_.perform(action);
+        screen_.perform(static_cast<FileToolbarAction>(action));
 }
 
 // For the rows that are selected now, whatever is selected when it is answered.
@@ -149,14 +105,6 @@ void FileBrowserView::showMenu(const QPoint& globalPosition) {
     const FileIDs files = model_.idsOf(list_->selectionModel()->selectedIndexes());
     popUpMenu<FileMenuAction>(*this, globalPosition, screen_.menu(files),
                               [this, files](FileMenuAction action) { screen_.perform(action, files); });
-}
-
-void FileBrowserView::focusSearch() {
-    toolbar_->focusSearch();
-}
-
-void FileBrowserView::refresh() {
-    perform(FileToolbarAction::refresh);
 }
 
 }  // namespace tovri

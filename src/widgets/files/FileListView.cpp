@@ -21,7 +21,6 @@ constexpr double pictureOpacity = 0.9;
 }  // namespace
 
 FileListView::FileListView(FileBrowserScreen& screen, QWidget* parent) : RowListView(parent), screen_(screen) {
-    setAlternatingRowColors(true);
     setDragEnabled(true);
     setAcceptDrops(true);
 }

@@ -143,6 +143,10 @@ void Toolbar::showTexts() {
                                                                          : Qt::ToolButtonIconOnly);
 }
 
+bool Toolbar::hasSearch() const {
+    return std::ranges::find(entries_, ToolbarEntry::Kind::searchField, &ToolbarEntry::kind) != entries_.end();
+}
+
 void Toolbar::setSearchText(const QString& text) {
     if (search_->text() != text) search_->setText(text);
 }

@@ -44,6 +44,7 @@ public:
     void show(const std::vector<ToolbarEntry>& entries);
     using QWidget::show;
 
+    [[nodiscard]] bool hasSearch() const;
     void setSearchText(const QString& text);
     void focusSearch();
 

@@ -38,11 +38,11 @@ RowListView::RowListView(QWidget* parent) : QAbstractItemView(parent) {
 
 void RowListView::setModel(QAbstractItemModel* model) {
     if (rows_ != nullptr) disconnect(rows_, nullptr, this, nullptr);
+    forgetRows();
     rows_ = qobject_cast<RowModel*>(model);
     Q_ASSERT(model == nullptr || rows_ != nullptr);
-    anchors_.clear();
-    isGeometryOld_ = true;
     if (rows_ != nullptr) {
+        connect(rows_, &QObject::destroyed, this, &RowListView::forgetRows);
         // Before the base class hears of the change, and after.
         connect(rows_, &QAbstractItemModel::rowsAboutToBeInserted, this, &RowListView::keepAnchors);
         connect(rows_, &QAbstractItemModel::rowsAboutToBeRemoved, this, &RowListView::keepAnchors);
@@ -58,6 +58,14 @@ void RowListView::setModel(QAbstractItemModel* model) {
         connect(rows_, &QAbstractItemModel::layoutChanged, this, layOutAgain);
     }
     QAbstractItemView::setModel(model);
+}
+
+void RowListView::forgetRows() {
+    rows_ = nullptr;
+    geometry_ = {};
+    isGeometryOld_ = true;
+    anchors_.clear();
+    animatedRows_.clear();
 }
 
 std::vector<int> RowListView::selectedRows() const {

@@ -24,7 +24,7 @@ class RowListView : public QAbstractItemView {
 public:
     explicit RowListView(QWidget* parent = nullptr);
 
-    // The model is a RowModel and outlives the view, or is its child.
+    // The model is a RowModel. The view is empty when the model has gone.
     void setModel(QAbstractItemModel* model) override;
 
     [[nodiscard]] RowModel* rows() const { return rows_; }
@@ -91,6 +91,7 @@ private:
         int offset = 0;
     };
 
+    void forgetRows();
     void keepAnchors();
     void returnToAnchors();
     const RowGeometry& geometry() const;

@@ -1,41 +1,43 @@
 #pragma once
 
-#include <QPointer>
-#include <QWidget>
-
+#include "widgets/parts/SectionView.h"
 #include "widgets/rows/RowModel.h"
 #include "widgets/transfers/TransferRows.h"
 
 namespace tovri {
 
-class ContentArea;
 class RowListView;
-class Sheet;
-class SummaryLine;
-class Toolbar;
 
 // The transfers screen: a toolbar, what moves in sum, and the transfers in their sections; or a placeholder. Delete
 // asks whether to cancel the selected transfer.
-class TransfersView final : public QWidget {
+class TransfersView final : public SectionView {
     Q_OBJECT
 
 public:
     // `screen` outlives the view.
     explicit TransfersView(TransfersScreen& screen, QWidget* parent = nullptr);
-    ~TransfersView() override;
+
+    [[nodiscard]] bool canRefresh() const override { return true; }
+
+    void refresh() override { screen_.refresh(); }
 
 protected:
-    void showEvent(QShowEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
+    void appear() override { screen_.appear(); }
+
+    void disappear() override { screen_.disappear(); }
+
+    void pressToolbar(int action) override { screen_.perform(static_cast<TransferToolbarAction>(action)); }
+
+    void pressPlaceholder() override { screen_.openPlaceholder(); }
+
+    void pressDelete() override;
 
 private:
-    void arrange();
-    void connectParts();
+    void connectList();
     void follow(const ScreenChange& change);
     void followSheet();
     void showChrome();
     void showMenu(const QPoint& globalPosition);
-    void cancelSelected();
 
     // The transfer of the selected row, or null.
     [[nodiscard]] const TransferRow* selectedRow() const;
@@ -43,11 +45,7 @@ private:
     TransfersScreen& screen_;
     TransferRows rows_;
     RowModel model_;
-    Toolbar* toolbar_;
-    SummaryLine* summary_;
     RowListView* list_;
-    ContentArea* content_ = nullptr;
-    QPointer<Sheet> sheet_;
     Subscription following_;
     Subscription followingSheet_;
 };

@@ -39,22 +39,20 @@ Desktop::Desktop(Surroundings surroundings, std::function<void()> ended)
     connect(&window_, &MainWindow::quitWanted, this, &Desktop::quit);
 }
 
-SectionView Desktop::makeSection(SidebarItem item) {
+SectionView* Desktop::makeSection(SidebarItem item) {
     switch (item) {
-        case SidebarItem::files: {
-            auto* view = new FileBrowserView(files_);
-            return {view, [view] { view->refresh(); }, [view] { view->focusSearch(); }};
-        }
+        case SidebarItem::files:
+            return new FileBrowserView(files_);
         case SidebarItem::transfers:
-            return {new TransfersView(transfers_)};
+            return new TransfersView(transfers_);
         case SidebarItem::downloads:
-            return {new DownloadsView(downloads_)};
+            return new DownloadsView(downloads_);
         case SidebarItem::rss:
-            return {new RSSFeedsView(feeds_)};
+            return new RSSFeedsView(feeds_);
         case SidebarItem::sync:
-            return {new SyncRulesView(rules_)};
+            return new SyncRulesView(rules_);
     }
-    return {};
+    return nullptr;
 }
 
 void Desktop::open() {

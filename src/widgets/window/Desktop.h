@@ -60,7 +60,7 @@ public:
     void quit();
 
 private:
-    SectionView makeSection(SidebarItem item);
+    SectionView* makeSection(SidebarItem item);
     void showTray();
     void closeWindow();
     void askAboutClosing();

@@ -8,6 +8,7 @@
 #include <QStackedWidget>
 
 #include "widgets/parts/PlaceholderView.h"
+#include "widgets/parts/SectionView.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/window/ConflictDialog.h"
@@ -77,10 +78,11 @@ void MainWindow::addViewMenu() {
     }
     view->addSeparator();
     refresh_ = view->addAction(tr("&Refresh"), QKeySequence(Qt::Key_F5), this, [this] {
-        if (const SectionView* shown = shownSection(); shown && shown->refresh) shown->refresh();
+        if (SectionView* shown = shownSection()) shown->refresh();
     });
+    refresh_->setAutoRepeat(false);
     find_ = view->addAction(tr("&Find"), QKeySequence(Qt::CTRL | Qt::Key_F), this, [this] {
-        if (const SectionView* shown = shownSection(); shown && shown->focusSearch) shown->focusSearch();
+        if (SectionView* shown = shownSection()) shown->focusSearch();
     });
 }
 
@@ -101,8 +103,8 @@ void MainWindow::updateMenus() {
         action->setChecked(shows && selected == item);
     }
     const SectionView* shown = shownSection();
-    refresh_->setEnabled(shown && shown->refresh);
-    find_->setEnabled(shown && shown->focusSearch);
+    refresh_->setEnabled(shown && shown->canRefresh());
+    find_->setEnabled(shown && shown->canSearch());
     checkForUpdates_->setEnabled(screens_.updater.canCheckForUpdates());
 }
 
@@ -142,24 +144,24 @@ void MainWindow::showContent() {
 void MainWindow::showSection() {
     const std::optional<SidebarItem> item = screens_.content.selectedItem();
     if (const std::optional<Placeholder> placeholder = screens_.content.placeholder()) placeholder_->show(*placeholder);
-    detail_->setCurrentWidget(item ? section(*item).view : placeholder_);
+    detail_->setCurrentWidget(item ? static_cast<QWidget*>(section(*item)) : placeholder_);
     setWindowTitle(textOf(screens_.content.windowTitle()));
     updateMenus();
 }
 
-SectionView& MainWindow::section(SidebarItem item) {
-    SectionView& section = sections_[static_cast<std::size_t>(item)];
-    if (!section.view) {
+SectionView* MainWindow::section(SidebarItem item) {
+    SectionView*& section = sections_[static_cast<std::size_t>(item)];
+    if (!section) {
         section = makeSection_(item);
-        detail_->addWidget(section.view);
+        detail_->addWidget(section);
     }
     return section;
 }
 
-const SectionView* MainWindow::shownSection() const {
+SectionView* MainWindow::shownSection() const {
     const std::optional<SidebarItem> item = screens_.content.selectedItem();
     if (!item || !screens_.content.showsSections()) return nullptr;
-    return &sections_[static_cast<std::size_t>(*item)];
+    return sections_[static_cast<std::size_t>(*item)];
 }
 
 // The sheet belongs to the window: it comes and goes with it.

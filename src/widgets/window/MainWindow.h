@@ -15,15 +15,9 @@ namespace tovri {
 
 class ConflictDialog;
 class PlaceholderView;
+class SectionView;
 class Sidebar;
 class SignInView;
-
-// The view of a section, and what the window's menu passes on to it; empty where the section has no such thing.
-struct SectionView {
-    QWidget* view = nullptr;
-    std::function<void()> refresh = {};
-    std::function<void()> focusSearch = {};
-};
 
 // The main window: the sign-in screen, or the sidebar beside the view of the section that is selected; over either the
 // sheet of a file conflict. Views are made on their first showing.
@@ -31,7 +25,7 @@ class MainWindow final : public QMainWindow {
     Q_OBJECT
 
 public:
-    using MakeSection = std::function<SectionView(SidebarItem)>;
+    using MakeSection = std::function<SectionView*(SidebarItem)>;
 
     static constexpr QSize smallest{700, 500};
     static constexpr QSize initial{900, 600};
@@ -67,13 +61,13 @@ private:
     void showSection();
     void showConflict();
     void updateMenus();
-    SectionView& section(SidebarItem item);
-    [[nodiscard]] const SectionView* shownSection() const;
+    SectionView* section(SidebarItem item);
+    [[nodiscard]] SectionView* shownSection() const;
     void showAbout();
 
     Screens screens_;
     MakeSection makeSection_;
-    std::array<SectionView, allSidebarItems.size()> sections_;
+    std::array<SectionView*, allSidebarItems.size()> sections_{};  // null until it is shown
     QStackedWidget* pages_;
     SignInView* signIn_;
     QSplitter* split_;

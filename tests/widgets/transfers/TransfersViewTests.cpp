@@ -175,6 +175,10 @@ TEST_F(TransfersViewTest, startsAnewWhenItIsShownAgain) {
     pass(1s);
     EXPECT_EQ(seenRows(view).size(), 6);
     ASSERT_TRUE(press(view, "Add Transfer"));
+    QHideEvent minimised;
+    QSpontaneKeyEvent::setSpontaneous(&minimised);
+    qApp->notify(&view, &minimised);
+    EXPECT_TRUE(screen.addSheet().isOpen());
     view.hide();
     EXPECT_FALSE(screen.addSheet().isOpen());
     pass(1ms);

@@ -72,10 +72,19 @@ TEST_F(Window, goesThroughItsSectionsByKeyboard) {
 
     EXPECT_FALSE(command("Check for Updates…")->isEnabled());
     EXPECT_FALSE(command("New"));
-    key(Qt::Key_1, Qt::ControlModifier);
-    const std::size_t before = http.requests.size();
-    key(Qt::Key_F5);
-    EXPECT_GT(http.requests.size(), before);
+}
+
+TEST_F(Window, refreshesAndSearchesWhereThereIsSomethingTo) {
+    startSignedIn();
+    for (const Qt::Key section : {Qt::Key_5, Qt::Key_4, Qt::Key_3, Qt::Key_2, Qt::Key_1}) {
+        SCOPED_TRACE(section - Qt::Key_0);
+        key(section, Qt::ControlModifier);
+        EXPECT_EQ(command("Refresh")->isEnabled(), section != Qt::Key_3);
+        EXPECT_EQ(command("Find")->isEnabled(), section == Qt::Key_1);
+        const std::size_t before = http.requests.size();
+        key(Qt::Key_F5);
+        if (section != Qt::Key_3 && section != Qt::Key_4) EXPECT_EQ(http.requests.size(), before + 1);
+    }
     key(Qt::Key_F, Qt::ControlModifier);
     EXPECT_TRUE(qobject_cast<QLineEdit*>(window().focusWidget()));
 }

@@ -1,0 +1,90 @@
+#include "widgets/parts/SectionView.h"
+
+#include <QAbstractItemView>
+#include <QAction>
+#include <QShowEvent>
+#include <QVBoxLayout>
+
+#include "widgets/parts/ContentArea.h"
+#include "widgets/parts/Sheet.h"
+#include "widgets/parts/SummaryLine.h"
+#include "widgets/parts/Toolbar.h"
+
+namespace tovri {
+namespace {
+
+QVBoxLayout* makeColumn(QWidget* widget) {
+    auto* column = new QVBoxLayout(widget);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    return column;
+}
+
+}  // namespace
+
+SectionView::SectionView(const QString& name, QWidget* parent)
+    : QWidget(parent), column_(makeColumn(this)), toolbar_(new Toolbar), summary_(new SummaryLine) {
+    setAccessibleName(name);
+    column_->addWidget(toolbar_);
+    connect(toolbar_, &Toolbar::triggered, this, [this](int action) { pressToolbar(action); });
+}
+
+// What the sheet shows is the screen's, which may not outlive the window.
+SectionView::~SectionView() {
+    delete sheet_;
+}
+
+void SectionView::setList(QAbstractItemView* list) {
+    list->setAccessibleName(accessibleName());
+    list->setAlternatingRowColors(true);
+    auto* content = new QWidget;
+    QVBoxLayout* column = makeColumn(content);
+    column->addWidget(summary_);
+    column->addWidget(list);
+    summary_->hide();
+    content_ = new ContentArea(content, list);
+    column_->addWidget(content_, 1);
+    connect(content_, &ContentArea::buttonPressed, this, [this] { pressPlaceholder(); });
+    auto* deletion = new QAction(list);
+    deletion->setShortcut(QKeySequence::Delete);
+    deletion->setShortcutContext(Qt::WidgetShortcut);
+    deletion->setAutoRepeat(false);
+    list->addAction(deletion);
+    connect(deletion, &QAction::triggered, this, [this] { pressDelete(); });
+}
+
+void SectionView::addStrip(QWidget* strip) {
+    column_->insertWidget(column_->indexOf(toolbar_) + 1, strip);
+}
+
+bool SectionView::canSearch() const {
+    return toolbar_->hasSearch();
+}
+
+void SectionView::focusSearch() {
+    toolbar_->focusSearch();
+}
+
+void SectionView::showSummary(const std::vector<Label>& summary) {
+    summary_->show(summary);
+    summary_->setVisible(!summary.empty());
+}
+
+void SectionView::showSheet(bool isOpen, const std::function<Sheet*()>& make) {
+    if (isOpen == !sheet_.isNull()) return;
+    if (!isOpen) return dismiss(sheet_);
+    sheet_ = make();
+    sheet_->open();
+}
+
+void SectionView::showEvent(QShowEvent* event) {
+    if (!event->spontaneous()) appear();
+    QWidget::showEvent(event);
+}
+
+void SectionView::hideEvent(QHideEvent* event) {
+    if (!event->spontaneous()) disappear();
+    QWidget::hideEvent(event);
+}
+
+}  // namespace tovri

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+#include "screens/Label.h"
+
+class QAbstractItemView;
+class QVBoxLayout;
+
+namespace tovri {
+
+class ContentArea;
+class Sheet;
+class SummaryLine;
+class Toolbar;
+
+// The view of a section of the window: a toolbar above the section's list, or above the placeholder that stands in for
+// it, and the sheet that the section may have open. The derived view stands between these and its screen.
+class SectionView : public QWidget {
+    Q_OBJECT
+
+public:
+    ~SectionView() override;
+
+    // What the window's menu passes on.
+    [[nodiscard]] virtual bool canRefresh() const { return false; }
+
+    virtual void refresh() {}
+
+    [[nodiscard]] bool canSearch() const;
+    void focusSearch();
+
+protected:
+    SectionView(const QString& name, QWidget* parent);
+
+    // At construction, once.
+    void setList(QAbstractItemView* list);
+
+    // Stands below the toolbar from now on.
+    void addStrip(QWidget* strip);
+
+    [[nodiscard]] Toolbar& toolbar() const { return *toolbar_; }
+
+    [[nodiscard]] ContentArea& content() const { return *content_; }
+
+    // Above the list.
+    void showSummary(const std::vector<Label>& summary);
+
+    // Opens the section's sheet, or takes it away.
+    void showSheet(bool isOpen, const std::function<Sheet*()>& make);
+
+    // The section was entered, or left. A window that is minimised still shows its section.
+    virtual void appear() = 0;
+    virtual void disappear() = 0;
+
+    // What the user presses: a button of the toolbar, the placeholder's, the Delete key in the list.
+    virtual void pressToolbar(int action) = 0;
+
+    virtual void pressPlaceholder() {}
+
+    virtual void pressDelete() = 0;
+
+    void showEvent(QShowEvent* event) final;
+    void hideEvent(QHideEvent* event) final;
+
+private:
+    QVBoxLayout* column_;
+    Toolbar* toolbar_;
+    SummaryLine* summary_;
+    ContentArea* content_ = nullptr;
+    QPointer<Sheet> sheet_;
+};
+
+}  // namespace tovri
