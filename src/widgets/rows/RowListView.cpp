@@ -1,27 +1,13 @@
 #include "widgets/rows/RowListView.h"
 
-#include <QPaintEvent>
-#include <QPainter>
 #include <QScrollBar>
 #include <algorithm>
-#include <cmath>
 #include <map>
-#include <numbers>
 
 #include "widgets/rows/RowAccessibility.h"
 #include "widgets/theme/Measures.h"
-#include "widgets/theme/Theme.h"
 
 namespace tovri {
-namespace {
-
-constexpr int animationStep = 50;    // milliseconds
-constexpr double breathTime = 1200;  // milliseconds
-constexpr double turnTime = 1400;    // milliseconds
-constexpr double shallowestBreath = 0.55;
-
-}  // namespace
-
 RowListView::RowListView(QWidget* parent) : QAbstractItemView(parent) {
     makeRowListsAccessible();
     setSelectionMode(ExtendedSelection);
@@ -66,6 +52,7 @@ void RowListView::forgetRows() {
     isGeometryOld_ = true;
     anchors_.clear();
     animatedRows_.clear();
+    fade_.clear();
 }
 
 std::vector<int> RowListView::selectedRows() const {
@@ -174,9 +161,11 @@ void RowListView::returnToAnchors() {
 
 void RowListView::doItemsLayout() {
     isGeometryOld_ = true;
+    const int offset = verticalOffset();
     const int height = viewport()->height();
     verticalScrollBar()->setRange(0, std::max(0, geometry().totalHeight() - height));
     returnToAnchors();
+    fadeWhatLeft(verticalOffset() - offset);
     hovered_ = {};
     pressed_ = {};
     QAbstractItemView::doItemsLayout();
@@ -272,100 +261,6 @@ QRegion RowListView::visualRegionForSelection(const QItemSelection& selection) c
     for (const QItemSelectionRange& range : selection)
         region += rowRect(range.top()).united(rowRect(range.bottom())).intersected(viewport()->rect());
     return region;
-}
-
-// --- Painting ---
-
-RowLook RowListView::lookOf(int row) const {
-    RowLook look;
-    const bool isCurrent = currentIndex().isValid() && currentIndex().row() == row;
-    look.isSelected = selectionModel() != nullptr && selectionModel()->isSelected(rows_->index(row));
-    look.isHovered = hovered_.row == row;
-    look.isAlternate = alternatingRowColors() && (row - geometry().headerOf(row)) % 2 == 0;
-    look.isViewFocused = hasFocus();
-    look.hasRing = isCurrent && isKeyboardUsed_ && hasFocus() && focusedButton_ == RowLook::noButton;
-    look.isDropTarget = dropRow_ == row;
-    if (hovered_.row == row) look.hoveredButton = hovered_.button;
-    if (pressed_.row == row && pressed_ == hovered_) look.pressedButton = pressed_.button;
-    if (isCurrent && isKeyboardUsed_ && hasFocus()) look.focusedButton = focusedButton_;
-    if (!isMotionWanted()) return look;
-    const auto time = static_cast<double>(clock_.elapsed());
-    const double wave = 0.5 + 0.5 * std::cos(time / breathTime * 2 * std::numbers::pi);
-    look.breath = shallowestBreath + (1 - shallowestBreath) * wave;
-    look.turn = std::fmod(time / turnTime, 1.0);
-    return look;
-}
-
-void RowListView::paintEvent(QPaintEvent* event) {
-    executeDelayedItemsLayout();
-    QPainter painter(viewport());
-    if (rows_ == nullptr || geometry().rowCount() == 0) return;
-    const QRect area = event->rect();
-    std::erase_if(animatedRows_, [&](int row) { return rowRect(row).intersects(area); });
-    const int top = std::max(area.top() + verticalOffset(), 0);
-    for (int row = geometry().rowAt(top); row >= 0 && row < geometry().rowCount(); ++row) {
-        if (rowRect(row).top() > area.bottom()) break;
-        paintRow(painter, row);
-    }
-    paintStickyHeader(painter);
-    if (animatedRows_.empty())
-        animation_.stop();
-    else if (!animation_.isActive())
-        animation_.start(animationStep, this);
-}
-
-void RowListView::paintRow(QPainter& painter, int row) {
-    const RowContent content = rows_->contentAt(row);
-    noteAnimation(row, content);
-    RowPainter(*this).paint(painter, rowRect(row), content, lookOf(row));
-}
-
-// The next section's header pushes it out.
-void RowListView::paintStickyHeader(QPainter& painter) {
-    const int header = geometry().headerOf(geometry().rowAt(verticalOffset()));
-    if (header < 0) return;
-    const int next = geometry().headerAfter(header);
-    const int pushed = next < 0 ? 0 : std::min(0, rowRect(next).top() - measures::headerHeight);
-    const QRect rect(0, pushed, viewport()->width(), measures::headerHeight);
-    RowPainter(*this).paint(painter, rect, rows_->contentAt(header), {});
-}
-
-void RowListView::noteAnimation(int row, const RowContent& content) {
-    const bool moves = content.pulses || (content.shape != RowShape::header && content.symbol.empty()) ||
-                       (content.progress && !content.progress->fraction);
-    if (moves && isMotionWanted()) animatedRows_.push_back(row);
-}
-
-void RowListView::timerEvent(QTimerEvent* event) {
-    if (event->timerId() != animation_.timerId()) return QAbstractItemView::timerEvent(event);
-    const std::vector<int> moving = animatedRows_;
-    bool isSeen = false;
-    for (const int row : moving) {
-        const RowContent content = rows_->contentAt(row);
-        const QRect rect = rowRect(row).intersected(viewport()->rect());
-        isSeen = isSeen || !rect.isEmpty();
-        const bool hasMovingBar = content.progress && !content.progress->fraction;
-        viewport()->update(hasMovingBar ? rect : RowPainter(*this).symbolRect(rowRect(row), content));
-    }
-    if (isSeen && isVisible()) return;
-    animatedRows_.clear();
-    animation_.stop();
-}
-
-void RowListView::setDropRow(int row) {
-    if (row == dropRow_) return;
-    updateRow(dropRow_);
-    dropRow_ = row;
-    updateRow(dropRow_);
-}
-
-void RowListView::updateRow(int row) {
-    viewport()->update(rowRect(row));
-}
-
-void RowListView::changeEvent(QEvent* event) {
-    QAbstractItemView::changeEvent(event);
-    viewport()->update();
 }
 
 }  // namespace tovri

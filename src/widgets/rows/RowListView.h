@@ -6,6 +6,7 @@
 #include <QPersistentModelIndex>
 #include <vector>
 
+#include "widgets/rows/RowFade.h"
 #include "widgets/rows/RowGeometry.h"
 #include "widgets/rows/RowModel.h"
 #include "widgets/rows/RowPainter.h"
@@ -14,7 +15,7 @@ namespace tovri {
 
 // The list of a screen: headers that stay in sight, rows with captions, bars and buttons. It draws only what is in
 // sight and keeps nothing per row but where it stands, so a hundred thousand rows cost little. Whatever changes, the
-// rows in sight stay where they are, and the selection with them.
+// rows in sight stay where they are, and the selection with them; those that leave their section fade.
 //
 // Return and double click are QAbstractItemView::activated. Tab, or the arrow towards the row's end, walks through the
 // buttons of the current row; Space and Return press one.
@@ -68,6 +69,7 @@ protected:
     void changeEvent(QEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
@@ -105,6 +107,8 @@ private:
     void updateRow(int row);
     void paintRow(QPainter& painter, int row);
     void paintStickyHeader(QPainter& painter);
+    void fadeWhatLeft(int shift);
+    void paintFade(QPainter& painter);
     void noteAnimation(int row, const RowContent& content);
     void showToolTip(const QPoint& point, const QPoint& globalPosition);
 
@@ -119,6 +123,8 @@ private:
     bool isKeyboardUsed_ = false;
     std::vector<int> animatedRows_;
     QBasicTimer animation_;
+    RowFade fade_;
+    QBasicTimer fading_;
     QElapsedTimer clock_;
 };
 
