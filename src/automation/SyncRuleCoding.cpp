@@ -1,7 +1,6 @@
 #include "automation/SyncRuleCoding.h"
 
 #include <array>
-#include <bitset>
 
 #include <rapidjson/writer.h>
 
@@ -88,20 +87,10 @@ void readOptional(SyncRule& rule, std::string_view key, json::value& value) {
 SyncRule readRule(json::object object) {
     SyncRule rule;
     rule.isInitialized = true;  // unless the file says otherwise
-    std::bitset<requiredKeys.size()> found;
-    for (auto field : object) {
-        const std::string_view key = field.unescaped_key();
-        json::value value = field.value();
-        const auto required = std::ranges::find(requiredKeys, key);
-        if (required != requiredKeys.end()) {
-            found.set(static_cast<std::size_t>(required - requiredKeys.begin()));
-            readRequired(rule, key, value);
-        } else if (!isNull(value)) {
-            readOptional(rule, key, value);
-        }
-    }
-    for (std::size_t i = 0; i < requiredKeys.size(); ++i)
-        if (!found[i]) throw Unreadable{"a rule has no \"" + std::string(requiredKeys[i]) + "\""};
+    readMembers(
+        object, "a rule", requiredKeys,
+        [&](std::string_view key, json::value& value) { readRequired(rule, key, value); },
+        [&](std::string_view key, json::value& value) { readOptional(rule, key, value); });
     return rule;
 }
 

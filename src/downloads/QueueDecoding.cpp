@@ -1,5 +1,3 @@
-#include <bitset>
-#include <cstring>
 #include <unordered_map>
 
 #include <simdjson.h>
@@ -19,34 +17,15 @@ std::string readPath(json::value& value, std::string_view key) {
     return path->native();
 }
 
-// The key as it stands in the text where it has no escapes. The parser keeps a copy of all that it unescapes, as long
-// as it lives, and keys are a third of a long queue.
-std::string_view plainKey(simdjson::simdjson_result<json::field>& field) {
-    const char* text = field.key().raw();
-    const std::size_t length = std::strcspn(text, "\"\\");
-    if (text[length] == '"') return {text, length};
-    return field.unescaped_key();
-}
-
 // Reads records one by one; folders and bookmarks that many records share are kept once.
 class RecordReader {
 public:
     DownloadRecord read(json::object object) {
         DownloadRecord item;
-        std::bitset<requiredKeys.size()> found;
-        for (auto field : object) {
-            const std::string_view key = plainKey(field);
-            json::value value = field.value();
-            const auto required = std::ranges::find(requiredKeys, key);
-            if (required != requiredKeys.end()) {
-                found.set(static_cast<std::size_t>(required - requiredKeys.begin()));
-                readRequired(item, key, value);
-            } else if (!isNull(value)) {
-                readOptional(item, key, value);
-            }
-        }
-        for (std::size_t i = 0; i < requiredKeys.size(); ++i)
-            if (!found[i]) throw Unreadable{"an item has no \"" + std::string(requiredKeys[i]) + "\""};
+        readMembers(
+            object, "an item", requiredKeys,
+            [&](std::string_view key, json::value& value) { readRequired(item, key, value); },
+            [&](std::string_view key, json::value& value) { readOptional(item, key, value); });
         return item;
     }
 

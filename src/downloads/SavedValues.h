@@ -1,6 +1,10 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
+#include <bitset>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -65,6 +69,36 @@ template <class T>
 [[nodiscard]] inline bool isNull(json::value& value) {
     bool null = false;
     return value.is_null().get(null) == simdjson::SUCCESS && null;
+}
+
+// The key as it stands in the text where it has no escapes. The parser keeps a copy of all that it unescapes, as long
+// as it lives, and keys are a third of a long queue.
+[[nodiscard]] inline std::string_view plainKey(simdjson::simdjson_result<json::field>& field) {
+    const char* text = field.key().raw();
+    const std::size_t length = std::strcspn(text, "\"\\");
+    if (text[length] == '"') return {text, length};
+    return field.unescaped_key();
+}
+
+// Each member of a record goes to `readRequired(key, value)` or, unless it is null, to `readOptional(key, value)`. None
+// of the required ones may be missing; `record` is what is said to have no such member: "an item".
+template <std::size_t size, class ReadRequired, class ReadOptional>
+void readMembers(json::object object, const std::string& record, const std::array<std::string_view, size>& requiredKeys,
+                 const ReadRequired& readRequired, const ReadOptional& readOptional) {
+    std::bitset<size> found;
+    for (auto field : object) {
+        const std::string_view key = plainKey(field);
+        json::value value = field.value();
+        const auto required = std::ranges::find(requiredKeys, key);
+        if (required != requiredKeys.end()) {
+            found.set(static_cast<std::size_t>(required - requiredKeys.begin()));
+            readRequired(key, value);
+        } else if (!isNull(value)) {
+            readOptional(key, value);
+        }
+    }
+    for (std::size_t i = 0; i < size; ++i)
+        if (!found[i]) throw Unreadable{record + " has no \"" + std::string(requiredKeys[i]) + "\""};
 }
 
 // `readDocument(json::document&)`, or ErrorCase::decoding when that throws or anything follows. `file` is what the text
