@@ -1,20 +1,14 @@
+#include "screens/ListFixture.h"
 #include "screens/feeds/RSSFeedsScreen.h"
-#include "service/ServiceFixture.h"
 
 namespace tovri {
 namespace {
 
 using namespace std::chrono_literals;
 
-class RSSFeedsScreenTest : public test::ServiceFixture {
+class RSSFeedsScreenTest : public test::ListFixture {
 public:
-    RSSFeedsScreenTest() {
-        http.handler = [this](const HTTPRequest& request) -> Result<HTTPResponse> {
-            if (request.url.ends_with("/rss/list"))
-                return HTTPResponse{listStatus, R"({"feeds":[)" + list + R"(],"status":"OK"})"};
-            return HTTPResponse{actionStatus, R"({"status":"OK","feed":{"id":9}})"};
-        };
-    }
+    RSSFeedsScreenTest() : ListFixture(R"({"id":1,"title":"News"},{"id":2,"paused":true})") {}
 
     void appear() {
         screen.appear();
@@ -27,21 +21,6 @@ public:
         return text;
     }
 
-    // The last request that was not one for the list.
-    [[nodiscard]] std::string lastAction() const {
-        std::string last;
-        for (const HTTPRequest& request : http.requests)
-            if (request.method == "POST") last = request.url.substr(api.baseURL().size()) + " " + request.body;
-        return last;
-    }
-
-    [[nodiscard]] std::string failureMessage() const {
-        return screen.dialogs().failure() ? screen.dialogs().failure()->message : "";
-    }
-
-    int listStatus = 200;
-    int actionStatus = 200;
-    std::string list = R"({"id":1,"title":"News"},{"id":2,"paused":true})";
     RSSFeedsScreen screen{api, random};
 };
 
@@ -105,11 +84,11 @@ TEST_F(RSSFeedsScreenTest, pausesResumesAndDeletes) {
     appear();
     screen.perform(RSSFeedAction::toggle, 1);
     loop.advance(1s);
-    EXPECT_EQ(lastAction(), "/rss/pause id=1");
+    EXPECT_EQ(actions.back(), "/rss/pause id=1");
     list = R"({"id":1,"title":"Old News"},{"id":2,"paused":true})";
     screen.perform(RSSFeedAction::toggle, 2);
     loop.advance(1s);
-    EXPECT_EQ(lastAction(), "/rss/resume id=2");
+    EXPECT_EQ(actions.back(), "/rss/resume id=2");
     EXPECT_EQ(titles(), "Old News Untitled ");
 
     screen.perform(RSSFeedAction::remove, 2);
@@ -120,18 +99,18 @@ TEST_F(RSSFeedsScreenTest, pausesResumesAndDeletes) {
     list = R"({"id":1,"title":"News"})";
     screen.dialogs().confirm();
     loop.advance(1s);
-    EXPECT_EQ(lastAction(), "/rss/delete id=2");
+    EXPECT_EQ(actions.back(), "/rss/delete id=2");
     EXPECT_EQ(titles(), "News ");
 
     actionStatus = 500;
     screen.perform(RSSFeedAction::toggle, 1);
     loop.advance(1s);
-    EXPECT_EQ(failureMessage(), "HTTP error 500 from put.io.");
+    EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
     screen.dialogs().dismissFailure();
     screen.perform(RSSFeedAction::remove, 1);
     screen.dialogs().confirm();
     loop.advance(1s);
-    EXPECT_EQ(failureMessage(), "HTTP error 500 from put.io.");
+    EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
 }
 
 TEST_F(RSSFeedsScreenTest, theNewestLoadOwnsTheSignThatTurns) {
@@ -176,7 +155,7 @@ TEST_F(RSSFeedsScreenTest, makesAFeed) {
     editor.confirm();
     loop.advance(1s);
     EXPECT_FALSE(editor.isOpen());
-    EXPECT_EQ(lastAction(),
+    EXPECT_EQ(actions.back(),
               "/rss/create delete_old_files=true&dont_process_whole_feed=true&keyword=k&parent_dir_id=0&"
               "rss_source_url=https://example.com/rss&title=T");
     EXPECT_EQ(titles(), "News Untitled T ");
@@ -200,13 +179,13 @@ TEST_F(RSSFeedsScreenTest, editsAFeed) {
     EXPECT_EQ(editor.fields(), (RSSFeedEditorSheet::Fields{"", "https://a/c", "", 0, true, false}));
     editor.confirm();
     loop.advance(1s);
-    EXPECT_EQ(lastAction(), "/rss/update delete_old_files=false&dont_process_whole_feed=true&id=2&keyword=");
+    EXPECT_EQ(actions.back(), "/rss/update delete_old_files=false&dont_process_whole_feed=true&id=2&keyword=");
 
     screen.perform(RSSFeedAction::edit, 1);
     editor.setFields({.rssURL = "https://a/b"});  // a title can be taken away
     editor.confirm();
     loop.advance(1s);
-    EXPECT_EQ(lastAction(), "/rss/update delete_old_files=false&dont_process_whole_feed=true&id=1&keyword=&title=");
+    EXPECT_EQ(actions.back(), "/rss/update delete_old_files=false&dont_process_whole_feed=true&id=1&keyword=&title=");
 }
 
 }  // namespace

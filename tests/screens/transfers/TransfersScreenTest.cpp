@@ -1,5 +1,5 @@
+#include "screens/ListFixture.h"
 #include "screens/transfers/TransfersScreen.h"
-#include "service/ServiceFixture.h"
 #include "support/FakeWorkspace.h"
 
 namespace tovri {
@@ -7,15 +7,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class TransfersScreenTest : public test::ServiceFixture {
+class TransfersScreenTest : public test::ListFixture {
 public:
-    TransfersScreenTest() {
-        http.handler = [this](const HTTPRequest& request) -> Result<HTTPResponse> {
-            if (request.url.ends_with("/transfers/list"))
-                return HTTPResponse{listStatus, R"({"transfers":[)" + list + R"(],"status":"OK"})"};
-            return HTTPResponse{actionStatus, R"({"status":"OK","transfer":{"id":9}})"};
-        };
-    }
+    TransfersScreenTest() : ListFixture(film) {}
 
     void appear() {
         screen.appear();
@@ -29,16 +23,9 @@ public:
         return text;
     }
 
-    [[nodiscard]] std::string failureMessage() const {
-        return screen.dialogs().failure() ? screen.dialogs().failure()->message : "";
-    }
-
     static constexpr const char* film = R"({"id":1,"name":"Film","status":"ERROR"})";
     static constexpr const char* song = R"({"id":2,"name":"Song","status":"SEEDING"})";
 
-    int listStatus = 200;
-    int actionStatus = 200;
-    std::string list = film;
     test::FakeWorkspace workspace;
     TransfersScreen screen{api, workspace, platform};
 };
@@ -115,7 +102,7 @@ TEST_F(TransfersScreenTest, asksAtOnceAtTheUsersWord) {
     screen.refresh();
     loop.advance(1s);
     EXPECT_EQ(shown(), "Seeding: Song (0 bytes · Ratio: 0.00 · 0 peers) ");
-    EXPECT_EQ(failureMessage(), "");
+    EXPECT_EQ(failureMessage(screen.dialogs()), "");
 }
 
 TEST_F(TransfersScreenTest, tellsRowByRowAndOnlyOfWhatDiffers) {
@@ -163,7 +150,7 @@ TEST_F(TransfersScreenTest, cancelsOnlyAfterTheUsersWord) {
     screen.perform(TransferRowAction::cancel, 2);
     screen.dialogs().confirm();
     loop.advance(1s);
-    EXPECT_EQ(failureMessage(), "HTTP error 404 from put.io.");
+    EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 404 from put.io.");
 }
 
 TEST_F(TransfersScreenTest, retriesAndCleansAndLoadsAgain) {
@@ -182,19 +169,19 @@ TEST_F(TransfersScreenTest, retriesAndCleansAndLoadsAgain) {
     list = song;
     screen.perform(TransferRowAction::retry, 1);
     loop.advance(1s);
-    EXPECT_EQ(failureMessage(), "HTTP error 500 from put.io.");
+    EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
     EXPECT_EQ(shown(), "Seeding: Song (0 bytes · Ratio: 0.00 · 0 peers) ");
     screen.dialogs().dismissFailure();
     screen.perform(TransferToolbarAction::clean);
     loop.advance(1s);
-    EXPECT_EQ(failureMessage(), "HTTP error 500 from put.io.");
+    EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
 
     screen.perform(TransferToolbarAction::clean);
     screen.perform(TransferRowAction::cancel, 2);
     screen.dialogs().confirm();
     screen.disappear();  // the failures come when nobody looks
     loop.advance(1s);
-    EXPECT_EQ(failureMessage(), "");
+    EXPECT_EQ(failureMessage(screen.dialogs()), "");
 }
 
 TEST_F(TransfersScreenTest, keepsTheNewerOfTwoAnswers) {

@@ -2,7 +2,7 @@
 #include <QLineEdit>
 #include <QTest>
 
-#include "service/ServiceFixture.h"
+#include "screens/ListFixture.h"
 #include "tests/widgets/Seen.h"
 #include "widgets/feeds/RSSFeedsView.h"
 #include "widgets/parts/Sheet.h"
@@ -20,17 +20,9 @@ constexpr const char* shows =
 constexpr const char* untitled = R"({"id":2,"rss_source_url":"https://example.com/2","paused":true})";
 constexpr const char* added = R"({"id":9,"title":"New"})";
 
-class RSSFeedsViewTest : public ServiceFixture {
+class RSSFeedsViewTest : public ListFixture {
 public:
-    RSSFeedsViewTest() {
-        http.handler = [this](const HTTPRequest& request) -> Result<HTTPResponse> {
-            if (request.url.ends_with("/rss/list"))
-                return HTTPResponse{listStatus, R"({"feeds":[)" + list + R"(],"status":"OK"})"};
-            actions.push_back(request.url.substr(api.baseURL().size()) + " " + request.body);
-            return HTTPResponse{actionStatus, R"({"status":"OK","feed":{"id":9}})"};
-        };
-        view.resize(700, 500);
-    }
+    RSSFeedsViewTest() : ListFixture(std::string(shows) + "," + untitled) { view.resize(700, 500); }
 
     void show() {
         view.show();
@@ -56,10 +48,6 @@ public:
 
     [[nodiscard]] bool isOn(const QString& option) const { return seenButton(*seenSheet(view), option)->isChecked(); }
 
-    int listStatus = 200;
-    int actionStatus = 200;
-    std::string list = std::string(shows) + "," + untitled;
-    std::vector<std::string> actions;
     RSSFeedsScreen screen{api, random};
     RSSFeedsView view{screen};
 };

@@ -2,7 +2,7 @@
 #include <QLineEdit>
 #include <QTest>
 
-#include "service/ServiceFixture.h"
+#include "screens/ListFixture.h"
 #include "support/FakeWorkspace.h"
 #include "tests/widgets/Seen.h"
 #include "widgets/parts/Sheet.h"
@@ -27,17 +27,9 @@ constexpr const char* broken =
     R"({"id":4,"name":"Lost film","status":"ERROR","error_message":"The tracker does not know this torrent."})";
 constexpr const char* nameless = R"({"id":5,"status":"COMPLETED","size":2300000})";
 
-class TransfersViewTest : public ServiceFixture {
+class TransfersViewTest : public ListFixture {
 public:
-    TransfersViewTest() {
-        http.handler = [this](const HTTPRequest& request) -> Result<HTTPResponse> {
-            if (request.url.ends_with("/transfers/list"))
-                return HTTPResponse{listStatus, R"({"transfers":[)" + list + R"(],"status":"OK"})"};
-            actions.push_back(request.url.substr(api.baseURL().size()) + " " + request.body);
-            return HTTPResponse{actionStatus, R"({"status":"OK","transfer":{"id":9}})"};
-        };
-        view.resize(700, 500);
-    }
+    TransfersViewTest() : ListFixture(std::string(film) + "," + song + "," + broken) { view.resize(700, 500); }
 
     void show() {
         view.show();
@@ -54,10 +46,6 @@ public:
         return sheet ? seenTexts(*sheet) : QStringList();
     }
 
-    int listStatus = 200;
-    int actionStatus = 200;
-    std::string list = std::string(film) + "," + song + "," + broken;
-    std::vector<std::string> actions;
     FakeWorkspace workspace;
     TransfersScreen screen{api, workspace, platform};
     TransfersView view{screen};
