@@ -130,7 +130,7 @@ void takePictures(QWidget& view, const QString& name) {
     const QString folder = qEnvironmentVariable("TOVRI_PICTURES");
     if (folder.isEmpty()) return;
     const auto take = [&](const QString& suffix) {
-        QTest::qWait(20);
+        QTest::qWait(150);  // longer than a row fades
         QWidget* sheet = seenSheet(view);
         for (QWidget* shown : {view.window(), sheet}) {
             if (shown == nullptr) continue;

@@ -62,7 +62,7 @@ QPixmap pictureOf(QWidget& window) {
 void Camera::take(QWidget& window, const QString& name) {
     for (const bool isDark : {true, false}) {
         theme_.usePalette(isDark ? darkPalette() : lightPalette());
-        QTest::qWait(100);
+        QTest::qWait(200);  // longer than a row fades
         const QString path = QStringLiteral("%1/%2-%3.png").arg(folder_, name, isDark ? "dark" : "light");
         if (!pictureOf(window).save(path)) throw std::runtime_error("cannot write " + path.toStdString());
     }

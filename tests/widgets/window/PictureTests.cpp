@@ -47,17 +47,20 @@ TEST_P(WindowPictures, signingIn) {
 }
 
 TEST_P(WindowPictures, sectionsAndSheets) {
+    EXPECT_TRUE(files.createDirectories("/tmp"));
+    files.put("/home/user/a", "a");
+    files.put("/home/user/b", "b");
     startSignedIn();
-    for (const std::int64_t id : {1, 2, 3}) {
-        files.put("/home/user/Downloads/A film with a rather long name (1922).mkv", "old");
-        (void)download(id, "A film with a rather long name (1922).mkv", std::string(1000, '.'));
-    }
     http.latency = std::chrono::seconds(10);
     app->fileBrowserState().uploadFiles({"/home/user/a", "/home/user/b"}, 0);
     take(window(), "files-uploading");
     key(Qt::Key_3, Qt::ControlModifier);
+    for (const std::int64_t id : {1, 2, 3}) {
+        files.put("/home/user/Downloads/A film with a rather long name (1922).mkv", "old");
+        (void)download(id, "A film with a rather long name (1922).mkv", std::string(1000, '.'));
+    }
     settle(std::chrono::minutes(1));
-    take(window(), "downloads");
+    take(window(), "window-downloads");
     take(*window().findChild<ConflictDialog*>(), "conflict");
 }
 
