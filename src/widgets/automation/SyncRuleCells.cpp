@@ -128,15 +128,23 @@ SyncRuleHeader::SyncRuleHeader(QWidget* parent) : QHeaderView(Qt::Horizontal, pa
     setMinimumSectionSize(measures::margin);
 }
 
+// From right to left, Qt's own places each section a pixel beside its column.
+void SyncRuleHeader::paintEvent(QPaintEvent* /*event*/) {
+    QPainter painter(viewport());
+    for (int section = 0; section < count(); ++section)
+        paintSection(&painter, {sectionViewportPosition(section), 0, sectionSize(section), height()}, section);
+}
+
 void SyncRuleHeader::paintSection(QPainter* painter, const QRect& rect, int section) const {
     painter->fillRect(rect, palette().color(QPalette::Base));
     painter->fillRect(QRect(rect.left(), rect.bottom(), rect.width(), 1), lineColor(palette()));
     const QRect logical = rect.adjusted(startOf(section), 0, 0, -1);
     painter->setFont(sectionHeaderFont(font()));
     painter->setPen(color(Tint::secondary, palette()));
+    const QString title = model()->headerData(section, orientation()).toString();
     painter->drawText(QStyle::visualRect(layoutDirection(), rect, logical),
-                      static_cast<int>(QStyle::visualAlignment(layoutDirection(), Qt::AlignLeft | Qt::AlignVCenter)),
-                      model()->headerData(section, orientation()).toString());
+                      textFlags(title, Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine, layoutDirection()),
+                      title);
 }
 
 QSize SyncRuleRowHeight::sizeHint(const QStyleOptionViewItem& /*option*/, const QModelIndex& /*index*/) const {

@@ -42,6 +42,7 @@ public:
     explicit SyncRuleHeader(QWidget* parent);
 
 protected:
+    void paintEvent(QPaintEvent* event) override;
     void paintSection(QPainter* painter, const QRect& rect, int section) const override;
 };
 
