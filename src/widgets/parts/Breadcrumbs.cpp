@@ -66,12 +66,21 @@ int Breadcrumbs::foldedCount() const {
     return folded;
 }
 
+// The first name, not its button, begins where the rows below do.
+int Breadcrumbs::startOfLine() const {
+    if (buttons_.isEmpty()) return measures::margin;
+    const QToolButton* first = buttons_.constFirst();
+    const int textWidth = first->fontMetrics().size(Qt::TextShowMnemonic, first->text()).width();
+    return measures::margin - (first->sizeHint().width() - textWidth) / 2;
+}
+
 void Breadcrumbs::arrange() {
     const int folded = foldedCount();
     separators_.clear();
-    int x = measures::spacing;
+    const int start = startOfLine();
+    int x = start;
     const auto place = [&](QToolButton* button) {
-        if (x > measures::spacing) {
+        if (x > start) {
             separators_ << x;
             x += separatorWidth;
         }

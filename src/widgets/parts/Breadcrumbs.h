@@ -33,6 +33,7 @@ private:
     void arrange();
     QToolButton* makeButton(const QString& name, bool isLast, int index);
     [[nodiscard]] int foldedCount() const;
+    [[nodiscard]] int startOfLine() const;
 
     QStringList names_;
     QList<QToolButton*> buttons_;  // one per name
