@@ -1,5 +1,6 @@
 #include "widgets/parts/StepperBox.h"
 
+#include <QEvent>
 #include <QLineEdit>
 #include <algorithm>
 
@@ -18,7 +19,7 @@ StepperBox::StepperBox(std::function<void(std::int64_t)> set, QWidget* parent)
     lineEdit()->setReadOnly(true);
     lineEdit()->setFocusPolicy(Qt::NoFocus);
     lineEdit()->setFont(tabularFont(font()));
-    setAlignment(Qt::AlignTrailing);
+    align();
     setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("60 min")) + spaceForArrows);
 }
 
@@ -26,13 +27,22 @@ void StepperBox::show(const Stepper& stepper) {
     shown_ = stepper;
     const bool showsLabel = stepper.value.empty();
     lineEdit()->setText(textOf(showsLabel ? stepper.label : stepper.value));
-    if (showsLabel) {
-        setAlignment(Qt::AlignLeading);
-        setFixedWidth(std::max(minimumWidth(), fontMetrics().horizontalAdvance(text()) + spaceForArrows));
-    }
+    align();
+    if (showsLabel) setFixedWidth(std::max(minimumWidth(), fontMetrics().horizontalAdvance(text()) + spaceForArrows));
     lineEdit()->deselect();
     setAccessibleName(textOf(stepper.label));
     update();
+}
+
+// A number stands at the arrows, a label at the other end, in whatever direction they run.
+void StepperBox::align() {
+    const bool isAtRight = shown_.value.empty() == isRightToLeft();
+    setAlignment((isAtRight ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute | Qt::AlignVCenter);
+}
+
+void StepperBox::changeEvent(QEvent* event) {
+    QAbstractSpinBox::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange) align();
 }
 
 void StepperBox::stepBy(int steps) {

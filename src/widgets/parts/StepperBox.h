@@ -23,8 +23,11 @@ public:
 
 protected:
     [[nodiscard]] StepEnabled stepEnabled() const override;
+    void changeEvent(QEvent* event) override;
 
 private:
+    void align();
+
     std::function<void(std::int64_t)> set_;
     Stepper shown_;
 };
