@@ -2,6 +2,8 @@
 
 #include <QAbstractSpinBox>
 #include <QApplication>
+#include <QComboBox>
+#include <QIcon>
 #include <QPainter>
 #include <QStyleOption>
 #include <QToolButton>
@@ -10,7 +12,9 @@
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/ControlPainting.h"
 #include "widgets/theme/Measures.h"
+#include "widgets/theme/MenuPainting.h"
 #include "widgets/theme/Palettes.h"
+#include "widgets/theme/Symbols.h"
 #include "widgets/theme/TextDirection.h"
 
 namespace tovri {
@@ -18,7 +22,10 @@ namespace {
 
 constexpr int scrollBarWidth = 12;
 constexpr int controlHeight = 32;
-constexpr int menuSign = 16;
+constexpr int menuSign = 14;     // what a tool button is wider for its arrow
+constexpr int arrowColumn = 24;  // of spin boxes and combo boxes, up to their frame
+constexpr int arrowInset = 4;    // from the frame
+constexpr int indicator = 16;
 
 bool has(const QStyleOption& option, QStyle::StateFlag flag) {
     return option.state.testFlag(flag);
@@ -28,11 +35,40 @@ QColor inkOf(const QStyleOption& option) {
     return option.palette.color(QPalette::WindowText);
 }
 
-// Fusion draws a menu's lines past drawItemText. A tab stands before the shortcut.
-QString menuTextOf(const QStyleOptionMenuItem& item) {
-    if (item.direction == Qt::LeftToRight) return item.text;
-    const QString title = item.text.section('\t', 0, 0);
-    return markedWithDirection(title) + item.text.mid(title.size());
+QRect mirrored(const QStyleOptionComplex& box, const QRect& area) {
+    return QStyle::visualRect(box.direction, box.rect, area);
+}
+
+// Where the arrows of a spin box or a combo box stand, at its end; not mirrored.
+QRect arrowsOf(const QRect& box) {
+    return {box.right() + 1 - arrowColumn, box.top() + arrowInset, arrowColumn - arrowInset,
+            box.height() - 2 * arrowInset};
+}
+
+QRect partOfSpinBox(const QStyleOptionComplex& box, QStyle::SubControl part) {
+    const QRect arrows = arrowsOf(box.rect);
+    const int half = arrows.height() / 2;
+    switch (part) {
+        case QStyle::SC_SpinBoxUp:
+            return mirrored(box, {arrows.left(), arrows.top(), arrows.width(), half});
+        case QStyle::SC_SpinBoxDown:
+            return mirrored(box, {arrows.left(), arrows.bottom() + 1 - half, arrows.width(), half});
+        case QStyle::SC_SpinBoxEditField:
+            return mirrored(box, box.rect.adjusted(1, 1, -arrowColumn, -1));
+        default:
+            return box.rect;
+    }
+}
+
+QRect partOfComboBox(const QStyleOptionComplex& box, QStyle::SubControl part) {
+    switch (part) {
+        case QStyle::SC_ComboBoxArrow:
+            return mirrored(box, arrowsOf(box.rect));
+        case QStyle::SC_ComboBoxEditField:
+            return mirrored(box, box.rect.adjusted(measures::spacing, 1, -arrowColumn, -1));
+        default:
+            return box.rect;
+    }
 }
 
 }  // namespace
@@ -70,6 +106,8 @@ void Style::drawPrimitive(PrimitiveElement element, const QStyleOption* option, 
             if (has(*option, State_KeyboardFocusChange))
                 paintBox(*painter, option->rect, QColor(), color(Tint::accent, option->palette), 2);
             return;
+        case PE_PanelMenu:
+            return paintMenuPanel(*option, *painter);
         case PE_FrameGroupBox:
             return paintBox(*painter, option->rect, option->palette.color(QPalette::Base), lineColor(option->palette));
         default:
@@ -96,7 +134,7 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
                 QStyleOptionToolButton label = *tool;
                 const auto* button = qobject_cast<const QToolButton*>(widget);
                 if (button != nullptr && button->menu() != nullptr && button->width() > 2 * menuSign)
-                    label.rect = visualRect(label.direction, label.rect, label.rect.adjusted(0, 0, -menuSign + 4, 0));
+                    label.rect = visualRect(label.direction, label.rect, label.rect.adjusted(0, 0, -menuSign, 0));
                 // Else the text's own direction counts, and it stands apart from its symbol.
                 painter->setLayoutDirection(label.direction);
                 QProxyStyle::drawControl(element, &label, painter, widget);
@@ -105,8 +143,12 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
         case CE_MenuItem:
             if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option)) {
                 QStyleOptionMenuItem line = *item;
-                line.text = menuTextOf(*item);
-                QProxyStyle::drawControl(element, &line, painter, widget);
+                // The list of a combo box has another background, and no room at its sides.
+                if (qobject_cast<const QComboBox*>(widget) != nullptr) {
+                    painter->fillRect(line.rect, line.palette.color(QPalette::Base));
+                    line.rect.adjust(measures::gap, 0, -measures::gap, 0);
+                }
+                paintMenuItem(line, *painter);
             }
             return;
         case CE_TabBarTabShape:
@@ -144,7 +186,7 @@ void Style::drawComplexControl(ComplexControl control, const QStyleOptionComplex
                tool && tool->features.testFlag(QStyleOptionToolButton::HasMenu)) {
         QStyleOptionToolButton plain = *tool;
         plain.features.setFlag(QStyleOptionToolButton::HasMenu, false);
-        const QRect end(plain.rect.right() + 1 - menuSign, plain.rect.top(), menuSign, plain.rect.height());
+        const QRect end(plain.rect.right() + 1 - 2 * menuSign, plain.rect.top(), 2 * menuSign, plain.rect.height());
         QProxyStyle::drawComplexControl(control, &plain, painter, widget);
         paintChevron(*painter, visualRect(plain.direction, plain.rect, end), inkOf(*option));
     } else {
@@ -162,17 +204,25 @@ QPalette Style::standardPalette() const {
     return lightPalette();
 }
 
+QIcon Style::standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const {
+    if (icon == SP_LineEditClearButton) return symbolIcon("xmark.circle.fill", Tint::secondary);
+    return QProxyStyle::standardIcon(icon, option, widget);
+}
+
 QSize Style::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
                               const QWidget* widget) const {
     QSize wanted = QProxyStyle::sizeFromContents(type, option, size, widget);
-    if (type == CT_PushButton) wanted = {std::max(wanted.width() + 8, 80), std::max(wanted.height(), controlHeight)};
+    if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option); item && type == CT_MenuItem)
+        return menuItemSize(*item, size);
+    if (type == CT_PushButton) wanted = {std::max(wanted.width() + 16, 80), std::max(wanted.height(), controlHeight)};
     if (const auto* tool = qstyleoption_cast<const QStyleOptionToolButton*>(option);
         tool && tool->features.testFlag(QStyleOptionToolButton::HasMenu))
         wanted.rwidth() += menuSign;
+    if (type == CT_SpinBox) wanted.setHeight(size.height());  // that of the field in it
+    if (type == CT_ComboBox) wanted.setWidth(size.width() + 3 * measures::spacing + arrowColumn);
     if (type == CT_LineEdit || type == CT_ComboBox || type == CT_SpinBox)
         wanted.setHeight(std::max(wanted.height(), controlHeight));
-    if (type == CT_MenuItem && wanted.height() > 12) wanted.setHeight(std::max(wanted.height(), 28));
-    if (type == CT_TabBarTab) wanted += QSize(16, 8);
+    if (type == CT_TabBarTab) wanted += QSize(measures::gap, measures::spacing);
     return wanted;
 }
 
@@ -185,7 +235,19 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
         case PM_ToolBarFrameWidth:
         case PM_ButtonShiftHorizontal:
         case PM_ButtonShiftVertical:
+        case PM_TabBarTabShiftHorizontal:
+        case PM_TabBarTabShiftVertical:
             return 0;
+        case PM_TabBarTabHSpace:
+            return 2 * measures::margin;
+        case PM_MenuHMargin:
+        case PM_MenuVMargin:
+            return measures::gap;
+        case PM_IndicatorWidth:
+        case PM_IndicatorHeight:
+            return indicator;
+        case PM_CheckBoxLabelSpacing:
+            return measures::spacing;
         case PM_ButtonIconSize:
         case PM_ToolBarIconSize:
             return measures::symbol;
@@ -211,12 +273,21 @@ int Style::styleHint(StyleHint hint, const QStyleOption* option, const QWidget* 
 
 QRect Style::subElementRect(SubElement element, const QStyleOption* option, const QWidget* widget) const {
     const QRect rect = QProxyStyle::subElementRect(element, option, widget);
-    return element == SE_LineEditContents ? rect.adjusted(measures::gap, 0, -measures::gap, 0) : rect;
+    if (element == SE_LineEditContents) return rect.adjusted(measures::gap, 0, -measures::gap, 0);
+    // Small signs are rounded up, letters down.
+    if (element == SE_CheckBoxIndicator) return rect.translated(0, 1);
+    if (element == SE_TabBarTabText) return rect.translated(0, -1);
+    // The line below the first tab begins where the page does.
+    if (element == SE_TabWidgetTabBar)
+        return rect.translated(option->direction == Qt::LeftToRight ? measures::spacing : -measures::spacing, 0);
+    return rect;
 }
 
 // A scroll bar without buttons at its ends: the groove is all of it.
 QRect Style::subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
                             const QWidget* widget) const {
+    if (control == CC_SpinBox) return partOfSpinBox(*option, part);
+    if (control == CC_ComboBox) return partOfComboBox(*option, part);
     const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option);
     if (control != CC_ScrollBar || slider == nullptr) return QProxyStyle::subControlRect(control, option, part, widget);
     const bool isHorizontal = slider->orientation == Qt::Horizontal;

@@ -33,6 +33,8 @@ public:
     void drawItemText(QPainter* painter, const QRect& rect, int flags, const QPalette& palette, bool isEnabled,
                       const QString& text, QPalette::ColorRole role) const override;
     [[nodiscard]] QPalette standardPalette() const override;
+    [[nodiscard]] QIcon standardIcon(StandardPixmap icon, const QStyleOption* option,
+                                     const QWidget* widget) const override;
     [[nodiscard]] QSize sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& size,
                                          const QWidget* widget) const override;
     [[nodiscard]] int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override;

@@ -6,7 +6,6 @@ namespace tovri {
 namespace {
 
 constexpr int forced = Qt::TextForceLeftToRight | Qt::TextForceRightToLeft;
-constexpr QChar leftToRightMark(0x200E);
 
 }  // namespace
 
@@ -15,10 +14,6 @@ int textFlags(const QString& text, int flags, Qt::LayoutDirection layout) {
     const Qt::Alignment place = QStyle::visualAlignment(layout, Qt::Alignment(flags & Qt::AlignHorizontal_Mask));
     const int direction = text.isRightToLeft() ? Qt::TextForceRightToLeft : Qt::TextForceLeftToRight;
     return (flags & ~static_cast<int>(Qt::AlignHorizontal_Mask)) | static_cast<int>(place) | direction;
-}
-
-QString markedWithDirection(const QString& text) {
-    return text.isEmpty() || text.isRightToLeft() ? text : leftToRightMark + text + leftToRightMark;
 }
 
 }  // namespace tovri

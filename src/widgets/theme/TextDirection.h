@@ -8,7 +8,4 @@ namespace tovri {
 // with decides, or "3 active" would read "active 3" from right to left. Flags that force a direction stay.
 [[nodiscard]] int textFlags(const QString& text, int flags, Qt::LayoutDirection layout);
 
-// For text that others draw from right to left: marked so that it runs as it is written.
-[[nodiscard]] QString markedWithDirection(const QString& text);
-
 }  // namespace tovri
