@@ -8,7 +8,6 @@ namespace tovri {
 namespace {
 
 constexpr int switchHeight = 20;
-constexpr int ring = 3;
 
 }  // namespace
 
@@ -19,7 +18,7 @@ Switch::Switch(QWidget* parent) : QAbstractButton(parent) {
 }
 
 QSize Switch::sizeHint() const {
-    return {switchWidth + 2 * ring, switchHeight + 2 * ring};
+    return {switchWidth + 2 * switchRing, switchHeight + 2 * switchRing};
 }
 
 void Switch::paintEvent(QPaintEvent*) {

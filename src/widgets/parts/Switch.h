@@ -5,6 +5,7 @@
 namespace tovri {
 
 inline constexpr int switchWidth = 36;
+inline constexpr int switchRing = 3;  // around the widget's switch, for the focus
 
 // On or off at once, without a label of its own: its user gives it an accessible name.
 class Switch final : public QAbstractButton {

@@ -5,6 +5,8 @@
 #include <QHBoxLayout>
 #include <QLabel>
 
+#include "widgets/parts/Switch.h"
+#include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Measures.h"
@@ -31,12 +33,14 @@ void SettingsForm::addSection(const QString& title) {
     auto* card = new QGroupBox;
     card->setAccessibleName(title);
     section_ = new QVBoxLayout(card);
-    section_->setContentsMargins(measures::margin, measures::spacing, measures::margin, measures::spacing);
+    section_->setContentsMargins(measures::margin - switchRing, measures::spacing, measures::margin - switchRing,
+                                 measures::spacing);
     section_->setSpacing(measures::spacing);
     column_->addWidget(card);
     dress();
 }
 
+// Switches, not the rings around them, end where the other controls do.
 void SettingsForm::addRow(const QString& label, QWidget* control) {
     auto* row = new QWidget;
     row->setMinimumHeight(measures::headerHeight);
@@ -45,21 +49,26 @@ void SettingsForm::addRow(const QString& label, QWidget* control) {
     line->setSpacing(measures::sheetMargin);
     auto* text = new QLabel(label);
     text->setBuddy(control);
+    line->addSpacing(switchRing);
     line->addWidget(text);
     line->addStretch(1);
     line->addWidget(control);
+    if (qobject_cast<const Switch*>(control) == nullptr) line->addSpacing(switchRing);
     if (control->accessibleName().isEmpty()) control->setAccessibleName(label);
     section_->addWidget(row);
 }
 
 void SettingsForm::addLine(QWidget* content, Qt::Alignment alignment) {
-    section_->addWidget(content, 0, alignment);
+    auto* line = new QHBoxLayout;
+    line->setContentsMargins(switchRing, 0, switchRing, 0);
+    line->addWidget(content, 0, alignment);
+    section_->addLayout(line);
 }
 
 QLabel* SettingsForm::addNote() {
-    auto* note = new QLabel;
+    auto* note = new TextLabel;
+    note->setContentsMargins(switchRing, 0, switchRing, 0);
     note->setWordWrap(true);
-    note->setTextFormat(Qt::PlainText);
     notes_.append(note);
     section_->addWidget(note);
     dress();
