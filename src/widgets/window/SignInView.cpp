@@ -10,6 +10,7 @@
 #include <QSignalBlocker>
 
 #include "widgets/parts/Sheet.h"
+#include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Colors.h"
@@ -80,8 +81,7 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     column->addStretch();
     connect(change_, &QToolButton::clicked, this, [this] {
         screen_.changeClientID();
-        clientID_->setFocus();
-        clientID_->selectAll();
+        focusClientID();
     });
     for (auto* button : page->findChildren<QPushButton*>()) button->setAutoDefault(true);  // Return presses it
     setWidget(page);
@@ -99,8 +99,8 @@ void SignInView::addName(QVBoxLayout& column) {
 QWidget* SignInView::makeSetup() {
     auto* block = new QWidget;
     QVBoxLayout* column = makeBlock(*block);
-    headline_ = new QLabel(SignInScreen::setupHeadline);
-    hint_ = new QLabel;
+    headline_ = new TextLabel(SignInScreen::setupHeadline);
+    hint_ = new TextLabel;
     hint_->setWordWrap(true);
     hint_->setTextFormat(Qt::RichText);
     hint_->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
@@ -153,7 +153,7 @@ QWidget* SignInView::makeWaiting() {
     buttons->addWidget(cancel);
     buttons->addWidget(again);
     buttons->addStretch();
-    addressPrompt_ = new QLabel(SignInScreen::addressPrompt);
+    addressPrompt_ = new TextLabel(SignInScreen::addressPrompt);
     address_ = new QLineEdit;
     address_->setAccessibleName(addressPrompt_->text());
     address_->setEchoMode(QLineEdit::Password);  // it holds the token
@@ -221,9 +221,15 @@ void SignInView::showEvent(QShowEvent* event) {
     QScrollArea::showEvent(event);
     screen_.appear();
     if (screen_.showsClientIDSetup())
-        clientID_->setFocus();
+        focusClientID();
     else
         signIn_->setFocus();
+}
+
+// What stands there already is typed over.
+void SignInView::focusClientID() {
+    clientID_->setFocus();
+    clientID_->selectAll();
 }
 
 void SignInView::hideEvent(QHideEvent* event) {

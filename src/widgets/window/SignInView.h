@@ -35,6 +35,7 @@ private:
     QWidget* makeWaiting();
     void update();
     void showError();
+    void focusClientID();
     void dress();
 
     SignInScreen& screen_;

@@ -19,6 +19,8 @@ TEST_F(SigningIn, leadsFromAnEmptyMachineToTheFiles) {
 
     auto* clientID = field<QLineEdit>(window(), "Client ID");
     ASSERT_TRUE(clientID);
+    QTest::keyClicks(clientID, "12");  // over the one that stands there
+    EXPECT_EQ(clientID->text(), "12");
     type(*clientID, "   ");
     EXPECT_FALSE(button(window(), "Save")->isEnabled());
     type(*clientID, " abc123 ");
