@@ -7,7 +7,10 @@
 namespace tovri {
 
 TrayIcon::TrayIcon(DownloadManager& downloads)
-    : downloads_(downloads), icon_(applicationIcon()), following_(downloads.onChange([this](const QueueChange& change) {
+    : downloads_(downloads),
+      icon_(
+          QIcon::fromTheme(QStringLiteral("tovri"), applicationIcon())),  // installed, it is drawn for small sizes too
+      following_(downloads.onChange([this](const QueueChange& change) {
           if (change.kind != QueueChange::Kind::progress) updateText();
       })) {
     connect(&menu_, &QMenu::aboutToShow, this, &TrayIcon::fillMenu);
