@@ -1,3 +1,6 @@
+#include <QAbstractItemView>
+#include <QComboBox>
+#include <QMenu>
 #include <QTabWidget>
 
 #include "tests/widgets/window/DesktopFixture.h"
@@ -62,6 +65,29 @@ TEST_P(WindowPictures, sectionsAndSheets) {
     settle(std::chrono::minutes(1));
     take(window(), "window-downloads");
     take(*window().findChild<ConflictDialog*>(), "conflict");
+}
+
+// Those of the bar and of the toolbar, and a list of choices.
+TEST_P(WindowPictures, menus) {
+    startSignedIn();
+    desktop->settings().bringForward();
+    for (const auto direction : {Qt::LeftToRight, Qt::RightToLeft}) {
+        QApplication::setLayoutDirection(direction);
+        const QString suffix = direction == Qt::LeftToRight ? "" : "-rtl";
+        int number = 0;
+        for (QMenu* menu : window().findChildren<QMenu*>()) {
+            if (menu->isEmpty()) continue;
+            menu->popup({});
+            menu->setActiveAction(menu->actions().constFirst());
+            take(*menu, QString("menu-%1").arg(number++) + suffix);
+            menu->close();
+        }
+        auto* choice = desktop->settings().findChild<QComboBox*>();
+        choice->showPopup();
+        take(*choice->view()->window(), "menu-choice" + suffix);
+        choice->hidePopup();
+    }
+    QApplication::setLayoutDirection(Qt::LeftToRight);
 }
 
 TEST_P(WindowPictures, settings) {
