@@ -103,7 +103,7 @@ ErrorLine::ErrorLine(QWidget* parent) : QWidget(parent), symbol_(new QLabel), te
     line->setContentsMargins(0, 0, 0, 0);
     line->setSpacing(measures::gap);
     line->addWidget(symbol_, 0, Qt::AlignTop);
-    line->addWidget(text_, 1);
+    line->addWidget(text_, 1, Qt::AlignTop);
     dress();
     hide();
 }

@@ -20,6 +20,7 @@ constexpr int separatorHeight = 9;
 constexpr int padding = measures::spacing;  // before and after what a line says
 constexpr int signColumn = measures::smallSymbol + measures::spacing;
 constexpr int beforeShortcut = measures::sectionGap;
+constexpr int textLine = Qt::TextShowMnemonic | Qt::TextDontClip | Qt::TextSingleLine;
 
 bool isSeparator(const QStyleOptionMenuItem& item) {
     return item.menuItemType == QStyleOptionMenuItem::Separator;
@@ -54,10 +55,9 @@ void paintSign(const QStyleOptionMenuItem& item, QPainter& painter, const QRect&
 void paintTexts(const QStyleOptionMenuItem& item, QPainter& painter, const QRect& area) {
     const QString title = item.text.section('\t', 0, 0);
     const QString shortcut = item.text.section('\t', 1);
-    const int flags = Qt::AlignVCenter | Qt::TextShowMnemonic | Qt::TextDontClip | Qt::TextSingleLine;
     painter.setFont(item.font);
-    painter.drawText(area, textFlags(title, flags | Qt::AlignLeft, item.direction), title);
-    painter.drawText(area, textFlags(shortcut, flags | Qt::AlignRight, item.direction), shortcut);
+    painter.drawText(area, textFlags(title, Qt::AlignLeft | Qt::AlignVCenter | textLine, item.direction), title);
+    painter.drawText(area, textFlags(shortcut, Qt::AlignRight | Qt::AlignVCenter | textLine, item.direction), shortcut);
 }
 
 }  // namespace
@@ -91,12 +91,33 @@ void paintMenuItem(const QStyleOptionMenuItem& item, QPainter& painter) {
         paintSymbol(painter, part(line.width() - signColumn, signColumn), measures::smallSymbol, "chevron.right", ink);
 }
 
+void paintMenuBar(const QStyleOption& option, QPainter& painter) {
+    const QRect& rect = option.rect;
+    painter.fillRect(rect, option.palette.color(QPalette::Window));
+    painter.fillRect(QRect(rect.left(), rect.bottom(), rect.width(), 1), lineColor(option.palette));
+}
+
+void paintMenuBarItem(const QStyleOptionMenuItem& item, QPainter& painter) {
+    paintMenuBar(item, painter);
+    QStyleOption button = item;
+    button.rect.adjust(0, 2, 0, -3);
+    button.state.setFlag(QStyle::State_MouseOver, item.state.testFlag(QStyle::State_Selected));
+    paintToolButton(button, painter);
+    const bool isEnabled = item.state.testFlag(QStyle::State_Enabled);
+    painter.setPen(item.palette.color(isEnabled ? QPalette::Active : QPalette::Disabled, QPalette::WindowText));
+    painter.drawText(button.rect, textFlags(item.text, Qt::AlignCenter | textLine, item.direction), item.text);
+}
+
 QSize menuItemSize(const QStyleOptionMenuItem& item, const QSize& size) {
     if (isSeparator(item)) return {size.width(), separatorHeight};
     int width = size.width() + 2 * padding + widthOfSigns(item);
     if (item.text.contains('\t')) width += beforeShortcut;
     if (hasSubmenu(item)) width += signColumn;
     return {width, std::max(item.fontMetrics.height() + measures::spacing, lineHeight)};
+}
+
+QSize menuBarItemSize(const QSize& size) {
+    return size + QSize(2 * padding, 2 * measures::gap);
 }
 
 }  // namespace tovri

@@ -151,6 +151,12 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
                 paintMenuItem(line, *painter);
             }
             return;
+        case CE_MenuBarItem:
+            if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option))
+                paintMenuBarItem(*item, *painter);
+            return;
+        case CE_MenuBarEmptyArea:
+            return paintMenuBar(*option, *painter);
         case CE_TabBarTabShape:
             if (const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option)) paintTab(*tab, *painter);
             return;
@@ -186,7 +192,9 @@ void Style::drawComplexControl(ComplexControl control, const QStyleOptionComplex
                tool && tool->features.testFlag(QStyleOptionToolButton::HasMenu)) {
         QStyleOptionToolButton plain = *tool;
         plain.features.setFlag(QStyleOptionToolButton::HasMenu, false);
-        const QRect end(plain.rect.right() + 1 - 2 * menuSign, plain.rect.top(), 2 * menuSign, plain.rect.height());
+        // A symbol without text stands nearer to the button's edge than a text would.
+        const int place = menuSign - (tool->toolButtonStyle == Qt::ToolButtonIconOnly ? 3 : 0);
+        const QRect end(plain.rect.right() + 1 - 2 * place, plain.rect.top(), 2 * place, plain.rect.height());
         QProxyStyle::drawComplexControl(control, &plain, painter, widget);
         paintChevron(*painter, visualRect(plain.direction, plain.rect, end), inkOf(*option));
     } else {
@@ -214,6 +222,7 @@ QSize Style::sizeFromContents(ContentsType type, const QStyleOption* option, con
     QSize wanted = QProxyStyle::sizeFromContents(type, option, size, widget);
     if (const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option); item && type == CT_MenuItem)
         return menuItemSize(*item, size);
+    if (type == CT_MenuBarItem) return menuBarItemSize(size);
     if (type == CT_PushButton) wanted = {std::max(wanted.width() + 16, 80), std::max(wanted.height(), controlHeight)};
     if (const auto* tool = qstyleoption_cast<const QStyleOptionToolButton*>(option);
         tool && tool->features.testFlag(QStyleOptionToolButton::HasMenu))
@@ -240,6 +249,7 @@ int Style::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWi
             return 0;
         case PM_TabBarTabHSpace:
             return 2 * measures::margin;
+        case PM_MenuBarHMargin:
         case PM_MenuHMargin:
         case PM_MenuVMargin:
             return measures::gap;
