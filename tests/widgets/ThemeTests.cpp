@@ -134,6 +134,20 @@ TEST(Symbols, areSharpOnTheirGrid) {
     }
 }
 
+// Desktops scale by 1.5 as well as by 2.
+TEST(Symbols, keepTheirDrawingAtEveryScale) {
+    const auto share = [](std::string_view name, double scale) {
+        const QImage drawn = symbolIcon(name).pixmap(QSize(22, 22), scale).toImage();
+        double ink = 0;
+        for (int y = 0; y < drawn.height(); ++y)
+            for (int x = 0; x < drawn.width(); ++x) ink += qAlpha(drawn.pixel(x, y)) / 255.0;
+        return ink / (drawn.width() * drawn.height());
+    };
+    for (const std::string_view name : {"trash", "plus", "desktopcomputer", "clock", "xmark"})
+        for (const double scale : {1.25, 1.5, 1.75, 2.0})
+            EXPECT_NEAR(share(name, scale), share(name, 1), 0.15 * share(name, 1)) << name << " at " << scale;
+}
+
 TEST(Symbols, knowNothingOfOtherNames) {
     EXPECT_FALSE(isSymbol("arrow"));
     EXPECT_TRUE(symbolIcon("").isNull());

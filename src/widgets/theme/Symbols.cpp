@@ -1,5 +1,6 @@
 #include "widgets/theme/Symbols.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QIconEngine>
 #include <QPainter>
@@ -82,11 +83,35 @@ const Symbol* find(std::string_view name) {
     return found != symbols.end() && found->name == name ? found : nullptr;
 }
 
-// The theme has drawings of several sizes. The one whose lines fall on whole pixels is asked for, as if on a denser
-// screen.
+int gridOf(int size) {
+    return size % measures::symbol != 0 && size % measures::smallSymbol == 0 ? measures::smallSymbol : measures::symbol;
+}
+
+// The theme has drawings of several sizes, each with its own grid. Between whole scales, Qt takes one of another grid
+// and stretches it, which then looks heavier than its neighbours.
+QString breezeFile(const Symbol& symbol, int grid) {
+    for (const QString& folder : QIcon::themeSearchPaths())
+        for (const char* kind : {"actions", "devices"}) {
+            QString file =
+                QStringLiteral("%1/breeze/%2/%3/%4.svg")
+                    .arg(folder, QLatin1StringView(kind), QString::number(grid), QLatin1StringView(symbol.file));
+            if (QFile::exists(file)) return file;
+        }
+    return {};
+}
+
+QImage shapeOf(QSvgRenderer& drawing, int pixels) {
+    QImage shape(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    shape.fill(Qt::transparent);
+    QPainter painter(&shape);
+    drawing.render(&painter, QRectF(0, 0, pixels, pixels));
+    return shape;
+}
+
 QImage breezeShape(const Symbol& symbol, int pixels, int size) {
-    const int grid =
-        size % measures::symbol != 0 && size % measures::smallSymbol == 0 ? measures::smallSymbol : measures::symbol;
+    const int grid = gridOf(size);
+    QSvgRenderer drawing(breezeFile(symbol, grid));
+    if (drawing.isValid()) return shapeOf(drawing, pixels);
     const QIcon icon = QIcon::fromTheme(QLatin1StringView(symbol.file));
     const QPixmap shape = icon.pixmap(QSize(grid, grid), static_cast<double>(pixels) / grid);
     return shape.toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
@@ -94,17 +119,13 @@ QImage breezeShape(const Symbol& symbol, int pixels, int size) {
 
 // At the small size the drawing has less of its margin, as those of Breeze have.
 QImage drawnShape(const Symbol& symbol, int pixels, int size) {
-    QImage shape(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    shape.fill(Qt::transparent);
     QSvgRenderer drawing(QStringLiteral(":/tovri/symbols/%1.svg").arg(QLatin1StringView(symbol.file)));
     const double grid = drawing.viewBoxF().width();
     if (size == measures::smallSymbol && grid == measures::symbol) {
         constexpr double margin = 1.5;
         drawing.setViewBox(QRectF(margin, margin, grid - 2 * margin, grid - 2 * margin));
     }
-    QPainter painter(&shape);
-    drawing.render(&painter, QRectF(0, 0, pixels, pixels));
-    return shape;
+    return shapeOf(drawing, pixels);
 }
 
 // Only the shape of the drawing is used; the colour is ours.
