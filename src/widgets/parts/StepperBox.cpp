@@ -17,7 +17,8 @@ constexpr int spaceForArrows = 56;
 StepperBox::StepperBox(std::function<void(std::int64_t)> set, QWidget* parent)
     : QAbstractSpinBox(parent), set_(std::move(set)) {
     lineEdit()->setReadOnly(true);
-    lineEdit()->setFocusPolicy(Qt::NoFocus);
+    lineEdit()->setFocusPolicy(Qt::NoFocus);  // which the box takes over
+    setFocusPolicy(Qt::StrongFocus);
     lineEdit()->setFont(tabularFont(font()));
     align();
     setFixedWidth(fontMetrics().horizontalAdvance(QStringLiteral("60 min")) + spaceForArrows);
@@ -38,6 +39,12 @@ void StepperBox::show(const Stepper& stepper) {
 void StepperBox::align() {
     const bool isAtRight = shown_.value.empty() == isRightToLeft();
     setAlignment((isAtRight ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignAbsolute | Qt::AlignVCenter);
+}
+
+// Nothing can be typed over what is selected.
+void StepperBox::focusInEvent(QFocusEvent* event) {
+    QAbstractSpinBox::focusInEvent(event);
+    lineEdit()->deselect();
 }
 
 void StepperBox::changeEvent(QEvent* event) {

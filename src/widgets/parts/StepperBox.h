@@ -23,6 +23,7 @@ public:
 
 protected:
     [[nodiscard]] StepEnabled stepEnabled() const override;
+    void focusInEvent(QFocusEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:

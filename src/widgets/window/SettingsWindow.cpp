@@ -8,6 +8,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QShortcut>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QToolButton>
 
@@ -57,7 +58,8 @@ SettingsWindow::SettingsWindow(SettingsScreen& screen)
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     auto* tabs = new QTabWidget;
-    tabs->setFocusPolicy(Qt::NoFocus);  // its bar has it
+    tabs->setFocusPolicy(Qt::NoFocus);  // its bar has it, but takes this over
+    tabs->tabBar()->setFocusPolicy(Qt::TabFocus);
     tabs->setDocumentMode(true);
     const auto add = [tabs](QWidget* page, const SettingsScreen::Tab& tab) {
         tabs->addTab(page, symbolIcon(tab.symbol), titleOf(tab.title));

@@ -61,6 +61,22 @@ TEST_F(SettingsOnScreen, takeEffectAtOnce) {
     EXPECT_EQ(defaults.boolean("notifyWhenFinished"), false);
 }
 
+TEST_F(SettingsOnScreen, areReachedByTheTabKey) {
+    settings().activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&settings()));
+    QStringList reached;
+    for (int i = 0; i < 7; ++i) {
+        QWidget* focus = settings().focusWidget();
+        QTest::keyClick(focus != nullptr ? focus : &settings(), Qt::Key_Tab);
+        QWidget* next = settings().focusWidget();
+        ASSERT_TRUE(next);
+        reached << (next->accessibleName().isEmpty() ? next->metaObject()->className() : next->accessibleName());
+    }
+    for (const char* control : {"QTabBar", "Delete files from put.io after download", "Max concurrent downloads",
+                                "When a file already exists", "Default poll interval"})
+        EXPECT_TRUE(reached.contains(control)) << control << " is not among " << reached.join(", ").toStdString();
+}
+
 TEST_F(SettingsOnScreen, editTheClientID) {
     turnTo(1);
     EXPECT_TRUE(shows(settings(), "Not set"));
