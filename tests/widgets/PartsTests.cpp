@@ -1,9 +1,15 @@
+#include <QCheckBox>
+#include <QComboBox>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTabBar>
 #include <QTest>
 #include <QToolButton>
+#include <QVBoxLayout>
+#include <ranges>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -11,6 +17,8 @@
 #include "widgets/parts/Menus.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/Sheet.h"
+#include "widgets/parts/StepperBox.h"
+#include "widgets/parts/Switch.h"
 #include "widgets/parts/Toolbar.h"
 
 namespace tovri {
@@ -77,6 +85,31 @@ TEST(ToolbarTest, followsItsEntriesWithoutTakingTheFocusOrTheText) {
     EXPECT_EQ(download->toolButtonStyle(), Qt::ToolButtonTextBesideIcon);
     toolbar.resize(700, 48);
     EXPECT_EQ(download->toolButtonStyle(), Qt::ToolButtonIconOnly);
+}
+
+// A focus that cannot be seen is of no use.
+TEST(FocusTest, isSeenWhereTheTabKeyBringsIt) {
+    QWidget window;
+    auto* column = new QVBoxLayout(&window);
+    auto* flat = new QToolButton;
+    flat->setAutoRaise(true);
+    flat->setFocusPolicy(Qt::TabFocus);
+    const std::vector<QWidget*> controls = {
+        new QLineEdit, new QPushButton, flat,        new QCheckBox,
+        new QComboBox, new Switch,      new QTabBar, new StepperBox([](std::int64_t /*number*/) {})};
+    for (QWidget* control : controls) column->addWidget(control);
+    qobject_cast<QTabBar*>(controls[6])->addTab("General");
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    controls.front()->setFocus();
+    for (QWidget* control : controls | std::views::drop(1)) {
+        SCOPED_TRACE(control->metaObject()->className());
+        const QImage before = control->grab().toImage();
+        QTest::keyClick(window.focusWidget(), Qt::Key_Tab);
+        EXPECT_TRUE(control->hasFocus());
+        EXPECT_NE(control->grab().toImage(), before);
+    }
 }
 
 TEST(SheetTest, escapeCancelsAndReturnDestroysNothing) {

@@ -76,6 +76,9 @@ void paintToolButton(const QStyleOption& option, QPainter& painter) {
         else if (has(option, QStyle::State_MouseOver))
             paintBox(painter, option.rect, wash(option.palette, 0.07), QColor());
     }
+}
+
+void paintFocusRing(const QStyleOption& option, QPainter& painter) {
     if (hasKeyboardFocus(option)) paintBox(painter, option.rect, QColor(), color(Tint::accent, option.palette), 2);
 }
 
@@ -166,6 +169,9 @@ void paintTab(const QStyleOptionTab& option, QPainter& painter) {
     } else if (has(option, QStyle::State_MouseOver)) {
         paintBox(painter, rect.adjusted(2, 2, -2, -4), wash(option.palette, 0.05), QColor());
     }
+    QStyleOption ring = option;
+    ring.rect.adjust(2, 2, -2, -4);
+    paintFocusRing(ring, painter);
 }
 
 }  // namespace tovri

@@ -18,6 +18,7 @@ namespace tovri {
 void paintBox(QPainter& painter, const QRectF& rect, const QColor& fill, const QColor& frame, double width = 1);
 void paintPushButton(const QStyleOption& option, QPainter& painter, const QWidget* widget);
 void paintToolButton(const QStyleOption& option, QPainter& painter);
+void paintFocusRing(const QStyleOption& option, QPainter& painter);  // where the keyboard has brought the focus
 void paintLineEdit(const QStyleOption& option, QPainter& painter);
 void paintCheckBox(const QStyleOption& option, QPainter& painter);
 void paintTab(const QStyleOptionTab& option, QPainter& painter);

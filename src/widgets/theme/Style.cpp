@@ -35,6 +35,12 @@ QColor inkOf(const QStyleOption& option) {
     return option.palette.color(QPalette::WindowText);
 }
 
+// Where its arrow stands, not mirrored. A symbol without text stands nearer to the button's edge than a text would.
+QRect menuSignOf(const QStyleOptionToolButton& button) {
+    const int fromEnd = menuSign - (button.toolButtonStyle == Qt::ToolButtonIconOnly ? 3 : 0);
+    return {button.rect.right() + 1 - 2 * fromEnd, button.rect.top(), 2 * fromEnd, button.rect.height()};
+}
+
 QRect mirrored(const QStyleOptionComplex& box, const QRect& area) {
     return QStyle::visualRect(box.direction, box.rect, area);
 }
@@ -160,6 +166,13 @@ void Style::drawControl(ControlElement element, const QStyleOption* option, QPai
         case CE_TabBarTabShape:
             if (const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option)) paintTab(*tab, *painter);
             return;
+        case CE_TabBarTabLabel:
+            if (const auto* tab = qstyleoption_cast<const QStyleOptionTab*>(option)) {
+                QStyleOptionTab label = *tab;
+                label.state.setFlag(State_HasFocus, false);  // its ring is drawn with its shape
+                QProxyStyle::drawControl(element, &label, painter, widget);
+            }
+            return;
         case CE_ProgressBarGroove:
         case CE_ProgressBarLabel:
             return;
@@ -188,15 +201,13 @@ void Style::drawComplexControl(ComplexControl control, const QStyleOptionComplex
             const QRect rect = subControlRect(control, option, part, widget);
             paintChevron(*painter, rect, canStep ? inkOf(*option) : frameColor(option->palette), part == SC_SpinBoxUp);
         }
-    } else if (const auto* tool = qstyleoption_cast<const QStyleOptionToolButton*>(option);
-               tool && tool->features.testFlag(QStyleOptionToolButton::HasMenu)) {
+    } else if (const auto* tool = qstyleoption_cast<const QStyleOptionToolButton*>(option)) {
         QStyleOptionToolButton plain = *tool;
         plain.features.setFlag(QStyleOptionToolButton::HasMenu, false);
-        // A symbol without text stands nearer to the button's edge than a text would.
-        const int place = menuSign - (tool->toolButtonStyle == Qt::ToolButtonIconOnly ? 3 : 0);
-        const QRect end(plain.rect.right() + 1 - 2 * place, plain.rect.top(), 2 * place, plain.rect.height());
         QProxyStyle::drawComplexControl(control, &plain, painter, widget);
-        paintChevron(*painter, visualRect(plain.direction, plain.rect, end), inkOf(*option));
+        if (tool->features.testFlag(QStyleOptionToolButton::HasMenu))
+            paintChevron(*painter, visualRect(tool->direction, tool->rect, menuSignOf(*tool)), inkOf(*option));
+        paintFocusRing(*option, *painter);
     } else {
         QProxyStyle::drawComplexControl(control, option, painter, widget);
     }
