@@ -10,6 +10,7 @@
 
 #include "tests/widgets/ListedRows.h"
 #include "widgets/rows/RowListView.h"
+#include "widgets/theme/Fonts.h"
 #include "widgets/theme/Style.h"
 
 namespace tovri {
@@ -104,6 +105,19 @@ TEST_F(RowListViewTest, staysWhereItIsWhenRowsAboveComeAndGo) {
     model.follow({Kind::removed, 1, 1});
     QTest::qWait(1);
     EXPECT_EQ(view.visualRect(seen).top(), before);
+}
+
+TEST_F(RowListViewTest, hasRoomForLargeFonts) {
+    const auto heightOf = [&](int row) { return view.visualRect(model.index(row)).height(); };
+    EXPECT_EQ(heightOf(1), measures::progressRowHeight);
+    EXPECT_EQ(heightOf(5), measures::rowHeight);
+    QFont large = view.font();
+    large.setPointSize(24);
+    view.setFont(large);
+    const int texts = QFontMetrics(titleFont(large)).height() + QFontMetrics(captionFont(large)).height();
+    EXPECT_GT(heightOf(5), texts);
+    EXPECT_GT(heightOf(1), texts + measures::progressBar);
+    EXPECT_EQ(topOf(6) - topOf(5), heightOf(5));
 }
 
 TEST_F(RowListViewTest, isNotTakenAlongByOneRowThatMoves) {

@@ -34,13 +34,13 @@ void FileListView::startDrag(Qt::DropActions) {
     auto* drag = new QDrag(this);
     drag->setMimeData(data);
     drag->setPixmap(pictureOf(rows));
-    drag->setHotSpot({measures::margin, measures::rowHeight / 2});
+    drag->setHotSpot({measures::margin, RowPainter(*this).heights().plain / 2});
     drag->exec(Qt::MoveAction);
 }
 
 // The first row, and how many there are.
 QPixmap FileListView::pictureOf(const QModelIndexList& dragged) const {
-    const QRect row(0, 0, std::min(pictureWidth, viewport()->width()), measures::rowHeight);
+    const QRect row(0, 0, std::min(pictureWidth, viewport()->width()), RowPainter(*this).heights().plain);
     QPixmap picture(row.size() * devicePixelRatioF());
     picture.setDevicePixelRatio(devicePixelRatioF());
     picture.fill(Qt::transparent);

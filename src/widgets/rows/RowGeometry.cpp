@@ -3,23 +3,23 @@
 #include <algorithm>
 
 #include "widgets/rows/RowModel.h"
-#include "widgets/theme/Measures.h"
 
 namespace tovri {
 
-int heightOf(RowShape shape) {
+int RowHeights::of(RowShape shape) const {
     switch (shape) {
         case RowShape::header:
             return measures::headerHeight;
         case RowShape::plain:
-            return measures::rowHeight;
+            return plain;
         case RowShape::progress:
-            return measures::progressRowHeight;
+            return progress;
     }
-    return measures::rowHeight;
+    return plain;
 }
 
-void RowGeometry::read(const RowModel& model) {
+void RowGeometry::read(const RowModel& model, const RowHeights& heights) {
+    heights_ = heights;
     const int count = model.rowCount();
     tops_.resize(static_cast<std::size_t>(count) + 1);
     headers_.clear();
@@ -28,7 +28,7 @@ void RowGeometry::read(const RowModel& model) {
         tops_[static_cast<std::size_t>(row)] = y;
         const RowShape shape = model.shapeAt(row);
         if (shape == RowShape::header) headers_.push_back(row);
-        y += heightOf(shape);
+        y += heights.of(shape);
     }
     tops_.back() = y;
 }

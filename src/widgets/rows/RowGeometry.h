@@ -9,13 +9,21 @@ namespace tovri {
 
 class RowModel;
 
-[[nodiscard]] int heightOf(RowShape shape);
+// As designed, or as high as its texts where the font is large. Headers have room for any font.
+struct RowHeights {
+    int plain = measures::rowHeight;
+    int progress = measures::progressRowHeight;
+
+    [[nodiscard]] int of(RowShape shape) const;
+};
 
 // Where the rows of a model stand below each other, and which header is above each. Read anew in one pass over the
 // shapes; answers in the logarithm of their number.
 class RowGeometry {
 public:
-    void read(const RowModel& model);
+    void read(const RowModel& model, const RowHeights& heights);
+
+    [[nodiscard]] const RowHeights& heights() const { return heights_; }
 
     [[nodiscard]] int rowCount() const { return static_cast<int>(tops_.size()) - 1; }
 
@@ -36,6 +44,7 @@ public:
     [[nodiscard]] int headerAfter(int row) const;
 
 private:
+    RowHeights heights_;
     std::vector<int> tops_ = {0};  // of each row, and the end
     std::vector<int> headers_;
 };

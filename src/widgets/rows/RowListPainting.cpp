@@ -147,6 +147,7 @@ void RowListView::updateRow(int row) {
 
 void RowListView::changeEvent(QEvent* event) {
     QAbstractItemView::changeEvent(event);
+    if (event->type() == QEvent::FontChange) doItemsLayout();  // the heights come from it
     viewport()->update();
 }
 

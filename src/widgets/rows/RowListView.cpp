@@ -67,7 +67,7 @@ std::vector<int> RowListView::selectedRows() const {
 
 const RowGeometry& RowListView::geometry() const {
     if (isGeometryOld_ && rows_ != nullptr) {
-        geometry_.read(*rows_);
+        geometry_.read(*rows_, RowPainter(*this).heights());
         isGeometryOld_ = false;
     }
     return geometry_;
@@ -108,7 +108,7 @@ QRect RowListView::buttonRect(int row, int button) const {
 void RowListView::updateGeometries() {
     const int height = viewport()->height();
     verticalScrollBar()->setPageStep(height);
-    verticalScrollBar()->setSingleStep(measures::rowHeight);
+    verticalScrollBar()->setSingleStep(geometry().heights().plain);
     verticalScrollBar()->setRange(0, std::max(0, geometry().totalHeight() - height));
     QAbstractItemView::updateGeometries();
 }
@@ -175,7 +175,7 @@ void RowListView::dataChanged(const QModelIndex& first, const QModelIndex& last,
     const int end = std::min(last.row(), geometry().rowCount() - 1);
     bool hasOtherHeights = false;
     for (int row = first.row(); row <= end && !hasOtherHeights; ++row)
-        hasOtherHeights = geometry().height(row) != heightOf(rows_->shapeAt(row));
+        hasOtherHeights = geometry().height(row) != geometry().heights().of(rows_->shapeAt(row));
     if (hasOtherHeights) {
         keepAnchors();
         isGeometryOld_ = true;
@@ -220,7 +220,7 @@ QModelIndex RowListView::moveCursor(CursorAction action, Qt::KeyboardModifiers) 
     const int current = currentIndex().isValid() ? currentIndex().row() : -1;
     const auto index = [&](int row) { return row < 0 ? currentIndex() : rows_->index(row); };
     const auto page = [&](int way) {
-        const int y = geometry().top(std::max(current, 0)) + way * (viewport()->height() - measures::rowHeight);
+        const int y = geometry().top(std::max(current, 0)) + way * (viewport()->height() - geometry().heights().plain);
         return geometry().rowAt(std::clamp(y, 0, geometry().totalHeight() - 1));
     };
     switch (action) {

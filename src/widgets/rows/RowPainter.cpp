@@ -20,6 +20,8 @@ constexpr int symbolColumn = 20;
 constexpr int captionSymbol = measures::smallSymbol;
 constexpr int lineGap = 2;
 constexpr int barGap = 5;
+constexpr int barLine = measures::progressBar + 2 * barGap - lineGap;
+constexpr int leastPadding = 3;  // above and below the texts
 
 int columnOf(const RowContent& content) {
     return std::max(symbolColumn, content.symbolSize == measures::symbol ? 0 : content.symbolSize);
@@ -47,6 +49,13 @@ RowPainter::RowPainter(const QWidget& widget)
       titleFont_(titleFont(widget.font())),
       captionFont_(tabularFont(captionFont(widget.font()))),
       headerFont_(tabularFont(sectionHeaderFont(widget.font()))) {}
+
+RowHeights RowPainter::heights() const {
+    const int texts =
+        QFontMetrics(titleFont_).height() + lineGap + QFontMetrics(captionFont_).height() + 2 * leastPadding;
+    return {.plain = std::max(measures::rowHeight, texts),
+            .progress = std::max(measures::progressRowHeight, texts + barLine)};
+}
 
 QRect RowPainter::mirrored(const QRect& row, const QRect& logical) const {
     return QStyle::visualRect(direction_, row, logical);
@@ -139,7 +148,7 @@ void RowPainter::paintTexts(QPainter& painter, const QRect& row, const RowConten
     const QRect space = textRect(row, content);
     const int titleHeight = QFontMetrics(titleFont_).height();
     const int captionHeight = content.caption.empty() ? 0 : QFontMetrics(captionFont_).height() + lineGap;
-    const int barHeight = content.progress ? measures::progressBar + 2 * barGap - lineGap : 0;
+    const int barHeight = content.progress ? barLine : 0;
     int y = row.top() + (row.height() - titleHeight - captionHeight - barHeight) / 2;
     const auto line = [&](int height) { return mirrored(row, {space.left(), y, space.width(), height}); };
     drawLine(painter, line(titleHeight), titleFont_, color(Tint::primary, palette_), content.title);

@@ -5,6 +5,7 @@
 #include <QRect>
 
 #include "widgets/rows/RowContent.h"
+#include "widgets/rows/RowGeometry.h"
 
 class QPainter;
 class QWidget;
@@ -34,6 +35,8 @@ public:
     explicit RowPainter(const QWidget& widget);
 
     void paint(QPainter& painter, const QRect& row, const RowContent& content, const RowLook& look) const;
+
+    [[nodiscard]] RowHeights heights() const;
 
     [[nodiscard]] QRect symbolRect(const QRect& row, const RowContent& content) const;
     [[nodiscard]] QRect buttonRect(const QRect& row, const RowContent& content, int button) const;
