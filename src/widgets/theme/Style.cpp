@@ -10,6 +10,7 @@
 #include <QWidget>
 
 #include "widgets/theme/Colors.h"
+#include "widgets/theme/ControlGeometry.h"
 #include "widgets/theme/ControlPainting.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/MenuPainting.h"
@@ -22,9 +23,7 @@ namespace {
 
 constexpr int scrollBarWidth = 12;
 constexpr int controlHeight = 32;
-constexpr int menuSign = 14;     // what a tool button is wider for its arrow
-constexpr int arrowColumn = 24;  // of spin boxes and combo boxes, up to their frame
-constexpr int arrowInset = 4;    // from the frame
+constexpr int menuSign = 14;  // what a tool button is wider for its arrow
 constexpr int indicator = 16;
 
 bool has(const QStyleOption& option, QStyle::StateFlag flag) {
@@ -39,42 +38,6 @@ QColor inkOf(const QStyleOption& option) {
 QRect menuSignOf(const QStyleOptionToolButton& button) {
     const int fromEnd = menuSign - (button.toolButtonStyle == Qt::ToolButtonIconOnly ? 3 : 0);
     return {button.rect.right() + 1 - 2 * fromEnd, button.rect.top(), 2 * fromEnd, button.rect.height()};
-}
-
-QRect mirrored(const QStyleOptionComplex& box, const QRect& area) {
-    return QStyle::visualRect(box.direction, box.rect, area);
-}
-
-// Where the arrows of a spin box or a combo box stand, at its end; not mirrored.
-QRect arrowsOf(const QRect& box) {
-    return {box.right() + 1 - arrowColumn, box.top() + arrowInset, arrowColumn - arrowInset,
-            box.height() - 2 * arrowInset};
-}
-
-QRect partOfSpinBox(const QStyleOptionComplex& box, QStyle::SubControl part) {
-    const QRect arrows = arrowsOf(box.rect);
-    const int half = arrows.height() / 2;
-    switch (part) {
-        case QStyle::SC_SpinBoxUp:
-            return mirrored(box, {arrows.left(), arrows.top(), arrows.width(), half});
-        case QStyle::SC_SpinBoxDown:
-            return mirrored(box, {arrows.left(), arrows.bottom() + 1 - half, arrows.width(), half});
-        case QStyle::SC_SpinBoxEditField:
-            return mirrored(box, box.rect.adjusted(1, 1, -arrowColumn, -1));
-        default:
-            return box.rect;
-    }
-}
-
-QRect partOfComboBox(const QStyleOptionComplex& box, QStyle::SubControl part) {
-    switch (part) {
-        case QStyle::SC_ComboBoxArrow:
-            return mirrored(box, arrowsOf(box.rect));
-        case QStyle::SC_ComboBoxEditField:
-            return mirrored(box, box.rect.adjusted(measures::spacing, 1, -arrowColumn, -1));
-        default:
-            return box.rect;
-    }
 }
 
 }  // namespace
@@ -304,40 +267,13 @@ QRect Style::subElementRect(SubElement element, const QStyleOption* option, cons
     return rect;
 }
 
-// A scroll bar without buttons at its ends: the groove is all of it.
 QRect Style::subControlRect(ComplexControl control, const QStyleOptionComplex* option, SubControl part,
                             const QWidget* widget) const {
     if (control == CC_SpinBox) return partOfSpinBox(*option, part);
     if (control == CC_ComboBox) return partOfComboBox(*option, part);
-    const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option);
-    if (control != CC_ScrollBar || slider == nullptr) return QProxyStyle::subControlRect(control, option, part, widget);
-    const bool isHorizontal = slider->orientation == Qt::Horizontal;
-    const int length = isHorizontal ? slider->rect.width() : slider->rect.height();
-    const qint64 range = qint64{slider->maximum} - slider->minimum;
-    const int thumb = range <= 0
-                          ? length
-                          : std::clamp(static_cast<int>(qint64{length} * slider->pageStep / (range + slider->pageStep)),
-                                       std::min(24, length), length);
-    const int start = sliderPositionFromValue(slider->minimum, slider->maximum, slider->sliderPosition, length - thumb,
-                                              slider->upsideDown);
-    const auto along = [&](int from, int size) {
-        const QRect area =
-            isHorizontal ? QRect(from, 0, size, slider->rect.height()) : QRect(0, from, slider->rect.width(), size);
-        return visualRect(slider->direction, slider->rect, area.translated(slider->rect.topLeft()));
-    };
-    switch (part) {
-        case SC_ScrollBarAddLine:
-        case SC_ScrollBarSubLine:
-            return {};
-        case SC_ScrollBarSlider:
-            return along(start, thumb);
-        case SC_ScrollBarSubPage:
-            return along(0, start);
-        case SC_ScrollBarAddPage:
-            return along(start + thumb, length - start - thumb);
-        default:
-            return along(0, length);
-    }
+    if (const auto* slider = qstyleoption_cast<const QStyleOptionSlider*>(option); slider && control == CC_ScrollBar)
+        return partOfScrollBar(*slider, part);
+    return QProxyStyle::subControlRect(control, option, part, widget);
 }
 
 void useOwnStyleOverFusion(QApplication& application) {
