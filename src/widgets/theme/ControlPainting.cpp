@@ -169,7 +169,7 @@ void paintTab(const QStyleOptionTab& option, QPainter& painter) {
     } else if (has(option, QStyle::State_MouseOver)) {
         paintBox(painter, rect.adjusted(2, 2, -2, -4), wash(option.palette, 0.05), QColor());
     }
-    QStyleOption ring = option;
+    QStyleOptionTab ring = option;
     ring.rect.adjust(2, 2, -2, -4);
     paintFocusRing(ring, painter);
 }

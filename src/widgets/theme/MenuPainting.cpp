@@ -99,7 +99,7 @@ void paintMenuBar(const QStyleOption& option, QPainter& painter) {
 
 void paintMenuBarItem(const QStyleOptionMenuItem& item, QPainter& painter) {
     paintMenuBar(item, painter);
-    QStyleOption button = item;
+    QStyleOptionMenuItem button = item;
     button.rect.adjust(0, 2, 0, -3);
     button.state.setFlag(QStyle::State_MouseOver, item.state.testFlag(QStyle::State_Selected));
     paintToolButton(button, painter);
