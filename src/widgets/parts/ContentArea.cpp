@@ -21,7 +21,14 @@ void ContentArea::show(const std::optional<Placeholder>& placeholder) {
     if (hadFocus) setFocus();  // before what has it goes out of sight, and the focus elsewhere
     if (placeholder) placeholder_->show(*placeholder);
     stack_->setCurrentWidget(placeholder ? static_cast<QWidget*>(placeholder_) : content_);
-    if (hadFocus && !placeholder) focused_->setFocus();
+    if (hadFocus && !placeholder) takeFocus();
+}
+
+void ContentArea::takeFocus() {
+    if (shown_)
+        setFocus();
+    else
+        focused_->setFocus();
 }
 
 bool ContentArea::holdsFocus() const {

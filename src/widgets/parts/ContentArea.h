@@ -26,6 +26,9 @@ public:
     void show(const std::optional<Placeholder>& placeholder);
     using QWidget::show;
 
+    // The focus goes to the content, as soon as that is on view.
+    void takeFocus();
+
 signals:
     void buttonPressed();  // the placeholder's
 

@@ -7,6 +7,7 @@
 #include <QSplitter>
 #include <QStackedWidget>
 
+#include "widgets/parts/ContentArea.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/SectionView.h"
 #include "widgets/parts/Sheet.h"
@@ -123,7 +124,8 @@ void MainWindow::follow(ContentScreen::Change change) {
         case ContentScreen::Change::content:
             return showContent();
         case ContentScreen::Change::selection:
-            return showSection();
+            showSection();
+            return focusRows();
         case ContentScreen::Change::conflict:
             return showConflict();
         case ContentScreen::Change::badge:
@@ -162,6 +164,12 @@ SectionView* MainWindow::shownSection() const {
     const std::optional<SidebarItem> item = screens_.content.selectedItem();
     if (!item || !screens_.content.showsSections()) return nullptr;
     return sections_[static_cast<std::size_t>(*item)];
+}
+
+// From another section, the focus comes along to the first button of the toolbar, which the space key would press.
+void MainWindow::focusRows() {
+    auto* content = detail_->currentWidget()->findChild<ContentArea*>(QString(), Qt::FindDirectChildrenOnly);
+    if (content && detail_->isAncestorOf(focusWidget())) content->takeFocus();
 }
 
 // The sheet belongs to the window: it comes and goes with it.

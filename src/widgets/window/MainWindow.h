@@ -59,6 +59,7 @@ private:
     void follow(ContentScreen::Change change);
     void showContent();
     void showSection();
+    void focusRows();
     void showConflict();
     void updateMenus();
     SectionView* section(SidebarItem item);

@@ -1,3 +1,4 @@
+#include <QAbstractItemView>
 #include <QCheckBox>
 #include <QDialog>
 #include <QListWidget>
@@ -87,6 +88,11 @@ TEST_F(Window, refreshesAndSearchesWhereThereIsSomethingTo) {
     }
     key(Qt::Key_F, Qt::ControlModifier);
     EXPECT_TRUE(qobject_cast<QLineEdit*>(window().focusWidget()));
+    key(Qt::Key_3, Qt::ControlModifier);
+    EXPECT_FALSE(qobject_cast<QAbstractButton*>(window().focusWidget()));
+    (void)download(1, "Film.mkv", "content");
+    settle();
+    EXPECT_TRUE(qobject_cast<QAbstractItemView*>(window().focusWidget()));
 }
 
 TEST_F(Window, beginsAtItsEdgeFromRightToLeft) {
