@@ -70,7 +70,11 @@ void writeQueue(const std::filesystem::path& folder, int items, RandomSource& ra
         snapshot.downloads.push_back(std::move(record));
     }
     std::filesystem::create_directories(folder);
-    std::ofstream(folder / "queue.json") << encodeQueue(snapshot);
+    std::ofstream file(folder / "queue.json");
+    (void)encodeQueue(snapshot, [&](std::string_view piece) {
+        file << piece;
+        return Result<void>();
+    });
 }
 
 // Ticks every millisecond and keeps the longest time between two ticks beyond that.

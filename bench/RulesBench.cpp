@@ -46,7 +46,11 @@ SyncRule longWatched(std::int64_t files, RandomSource& random) {
 struct Machine {
     explicit Machine(std::int64_t files) : folder(std::filesystem::temp_directory_path() / "tovri-rules-bench") {
         std::filesystem::create_directories(folder);
-        std::ofstream(folder / "sync-rules.json") << encodeRules({longWatched(files, random)});
+        std::ofstream file(folder / "sync-rules.json");
+        (void)encodeRules({longWatched(files, random)}, [&](std::string_view piece) {
+            file << piece;
+            return Result<void>();
+        });
     }
 
     ~Machine() { std::filesystem::remove_all(folder); }

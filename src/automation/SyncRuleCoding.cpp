@@ -96,19 +96,13 @@ SyncRule readRule(json::object object) {
 
 }  // namespace
 
-std::string encodeRules(const std::vector<SyncRule>& rules) {
-    constexpr std::size_t typicalRule = 512;
-    constexpr std::size_t typicalID = 12;
-    std::size_t size = 2;
-    for (const SyncRule& rule : rules)
-        size += typicalRule + typicalID * (rule.knownFileIDs.size() + rule.pendingFileIDs.size());
-    SlashEscapingText text;
-    text.reserve(size);
+Result<void> encodeRules(const std::vector<SyncRule>& rules, const FileManager::Sink& sink) {
+    SlashEscapingText text(sink);
     Writer json(text);
     json.StartArray();
     for (const SyncRule& rule : rules) writeRule(json, rule);
     json.EndArray();
-    return text.take();
+    return text.finish();
 }
 
 Result<std::vector<SyncRule>> decodeRules(ByteBlob text) {

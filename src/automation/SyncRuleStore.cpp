@@ -44,7 +44,8 @@ public:
         if (mustKeepOldFile_) outcome_ = keepOldFileAside();
         if (mustKeepOldFile_ && !outcome_) return outcome_;
         mustKeepOldFile_ = false;
-        outcome_ = files_.writeFileAtomically(file_, encodeRules(*rules));
+        outcome_ =
+            files_.writeFileAtomically(file_, [&](const FileManager::Sink& sink) { return encodeRules(*rules, sink); });
         return outcome_;
     }
 

@@ -34,12 +34,10 @@ void DownloadStore::keepUnreadableFile() {
 
 bool DownloadStore::save(QueueSnapshot snapshot, std::uint64_t saveNumber) {
     prune(snapshot);
-    const std::string text = encodeQueue(snapshot);
-    snapshot = {};  // a long queue's records need not stand beside its text while that is written
-
     const std::scoped_lock lock(writing_);
     if (saveNumber < lastWritten_) return true;
-    const Result<void> written = platform_.files.writeFileAtomically(queueURL_, text);
+    const Result<void> written = platform_.files.writeFileAtomically(
+        queueURL_, [&](const FileManager::Sink& sink) { return encodeQueue(snapshot, sink); });
     if (written)
         lastWritten_ = saveNumber;
     else

@@ -60,10 +60,8 @@ void writeRecord(Writer& json, const DownloadRecord& item) {
 
 }  // namespace
 
-std::string encodeQueue(const QueueSnapshot& snapshot) {
-    constexpr std::size_t typicalRecord = 520;
-    saved::SlashEscapingText text;
-    text.reserve(snapshot.downloads.size() * typicalRecord + 256);
+Result<void> encodeQueue(const QueueSnapshot& snapshot, const FileManager::Sink& sink) {
+    saved::SlashEscapingText text(sink);
     Writer json(text);
     json.SetIndent(' ', 2);
 
@@ -79,7 +77,7 @@ std::string encodeQueue(const QueueSnapshot& snapshot) {
     writeFlag(json, "isPaused", snapshot.isPaused);
     writeMember(json, "version", snapshot.version);
     json.EndObject();
-    return text.take();
+    return text.finish();
 }
 
 }  // namespace tovri

@@ -8,6 +8,7 @@
 
 #include "base/Result.h"
 #include "downloads/Download.h"
+#include "platform/FileManager.h"
 
 namespace tovri {
 
@@ -19,8 +20,8 @@ struct QueueSnapshot {
     std::map<std::string, std::int64_t> folderGroupExpectedCounts;  // by the text of the group's UUID
 };
 
-// The queue file's text: pretty-printed JSON, members sorted by key, every slash escaped.
-[[nodiscard]] std::string encodeQueue(const QueueSnapshot& snapshot);
+// The queue file's text: pretty-printed JSON, members sorted by key, every slash escaped. Fails as `sink` does.
+[[nodiscard]] Result<void> encodeQueue(const QueueSnapshot& snapshot, const FileManager::Sink& sink);
 
 // ErrorCase::decoding, naming what is wrong, when the text is not JSON, a required key is missing or a value has the
 // wrong type or form. Unknown keys are ignored; a version above 1 is not this function's concern.

@@ -8,29 +8,45 @@
 
 #include <rapidjson/rapidjson.h>
 
+#include "platform/FileManager.h"
 #include "service/UTF8.h"
 
 // What the files have in common that the program keeps for itself, on their way out. The way in is SavedValues.h.
 namespace tovri::saved {
 
-// Puts a backslash before each slash. JSON has slashes inside strings only, so no state is needed.
+// On its way to a file in pieces, so that a long text never stands in memory whole. Puts a backslash before each slash:
+// JSON has slashes inside strings only, so no state is needed.
 class SlashEscapingText {
 public:
     using Ch = char;
 
+    explicit SlashEscapingText(const FileManager::Sink& sink) : sink_(sink) { piece_.reserve(pieceSize + 2); }
+
     void Put(char letter) {
-        if (letter == '/') text_ += '\\';
-        text_ += letter;
+        if (letter == '/') piece_ += '\\';
+        piece_ += letter;
+        if (piece_.size() >= pieceSize) handOn();
     }
 
     void Flush() {}
 
-    void reserve(std::size_t size) { text_.reserve(size); }
-
-    std::string take() { return std::move(text_); }
+    // The rest, and the first failure of all.
+    [[nodiscard]] Result<void> finish() {
+        handOn();
+        return std::move(outcome_);
+    }
 
 private:
-    std::string text_;
+    static constexpr std::size_t pieceSize = std::size_t{64} * 1024;
+
+    void handOn() {
+        if (outcome_) outcome_ = sink_(piece_);
+        piece_.clear();
+    }
+
+    const FileManager::Sink& sink_;
+    std::string piece_;
+    Result<void> outcome_;
 };
 
 // Text that may name a local file whose name is not UTF-8; a file with such bytes would be refused when it is read.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <stop_token>
@@ -83,8 +84,17 @@ public:
 
     [[nodiscard]] virtual Result<ByteBlob> readFile(const Path& path) = 0;
 
+    // Takes the next piece of a file's content.
+    using Sink = std::function<Result<void>(std::string_view piece)>;
+    // Hands a file's content on, up to the first failure, which it returns.
+    using Content = std::function<Result<void>(const Sink& sink)>;
+
     // Replaces the file's content: a reader, also one after a loss of power, finds the old bytes or the new ones.
-    [[nodiscard]] virtual Result<void> writeFileAtomically(const Path& path, std::string_view bytes) = 0;
+    [[nodiscard]] virtual Result<void> writeFileAtomically(const Path& path, const Content& content) = 0;
+
+    [[nodiscard]] Result<void> writeFileAtomically(const Path& path, std::string_view bytes) {
+        return writeFileAtomically(path, [bytes](const Sink& sink) { return sink(bytes); });
+    }
 
     // Creates the file when it is missing. Not durable.
     [[nodiscard]] virtual Result<void> appendToFile(const Path& path, std::string_view bytes) = 0;

@@ -9,6 +9,7 @@
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixMainLoop.h"
+#include "support/WholeText.h"
 
 namespace tovri::test {
 namespace {
@@ -19,6 +20,10 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 const UUID someID = UUID::parse("0123ABCD-0000-4000-8000-00000000000F").value();
+
+std::string rulesText(const std::vector<SyncRule>& rules) {
+    return wholeText([&](const FileManager::Sink& sink) { return encodeRules(rules, sink); });
+}
 
 std::string written(const std::string& members) {
     return R"([{"id":"0123ABCD-0000-4000-8000-00000000000F","putioFolderID":9,"putioFolderName":"A\/B",)"
@@ -38,7 +43,7 @@ TEST(RulesFile, hasItsFormat) {
     rule.knownFileIDs = {3, 1, INT64_MAX};
     rule.isInitialized = true;
     rule.lastSyncDate = Timestamp(std::chrono::sys_days{std::chrono::year{2001} / 1 / 2}) + 500ms;
-    EXPECT_EQ(encodeRules({rule}),
+    EXPECT_EQ(rulesText({rule}),
               R"([{"id":"0123ABCD-0000-4000-8000-00000000000F","putioFolderID":9,"putioFolderName":"A\/B",)"
               R"("localFolderPath":"\/home\/user","localFolderBookmark":"Ym9va21hcms=","deleteAfterDownload":true,)"
               R"("isEnabled":true,"pollIntervalMinutes":5,"knownFileIDs":[1,3,9223372036854775807],)"
@@ -46,10 +51,10 @@ TEST(RulesFile, hasItsFormat) {
 
     rule.localFolderBookmark.reset();
     rule.lastSyncDate.reset();
-    EXPECT_THAT(encodeRules({rule}), testing::Not(testing::AnyOf(HasSubstr("Bookmark"), HasSubstr("lastSync"))));
+    EXPECT_THAT(rulesText({rule}), testing::Not(testing::AnyOf(HasSubstr("Bookmark"), HasSubstr("lastSync"))));
 
     rule.localFolderPath = "/home/\xE9t\xE9";  // a file with these bytes would be lost as a whole
-    EXPECT_EQ(decodeRules(encodeRules({rule})).value()[0].localFolderPath, "/home/?t?");
+    EXPECT_EQ(decodeRules(rulesText({rule})).value()[0].localFolderPath, "/home/?t?");
 }
 
 TEST(RulesFile, isReadWithWhatIsMissing) {
@@ -167,7 +172,7 @@ TEST(Rules, ofOneIDAreNoHarm) {
     const SyncRule twin = home.rule(id);
     home.sync->saveNow().value();
     home.kill();
-    home.world.files.put(World::data / "sync-rules.json", encodeRules({twin, twin}));
+    home.world.files.put(World::data / "sync-rules.json", rulesText({twin, twin}));
     home.start();
     home.world.addFile("new.mkv", "new", shows);
     home.pass();

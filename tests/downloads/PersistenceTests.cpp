@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "downloads/World.h"
+#include "support/WholeText.h"
 
 namespace tovri::test {
 namespace {
@@ -32,7 +33,8 @@ public:
     // The next process finds this queue.
     void restart(const QueueSnapshot& snapshot) {
         world.kill();
-        world.files.put(World::queueFile, encodeQueue(snapshot));
+        world.files.put(World::queueFile,
+                        wholeText([&](const FileManager::Sink& sink) { return encodeQueue(snapshot, sink); }));
         world.start();
     }
 

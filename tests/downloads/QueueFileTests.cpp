@@ -2,8 +2,12 @@
 #include <gtest/gtest.h>
 
 #include "downloads/QueueSnapshot.h"
+#include "support/WholeText.h"
 
 namespace tovri {
+
+using test::wholeText;
+
 namespace {
 
 DownloadRecord fullRecord() {
@@ -61,6 +65,10 @@ constexpr std::string_view fullText = R"({
   "version": 1
 })";
 
+std::string queueText(const QueueSnapshot& snapshot) {
+    return wholeText([&](const FileManager::Sink& sink) { return encodeQueue(snapshot, sink); });
+}
+
 QueueSnapshot fullSnapshot() {
     QueueSnapshot snapshot;
     snapshot.isPaused = true;
@@ -70,11 +78,11 @@ QueueSnapshot fullSnapshot() {
 }
 
 TEST(QueueFile, hasEveryFieldInItsPlace) {
-    EXPECT_EQ(encodeQueue(fullSnapshot()), fullText);
+    EXPECT_EQ(queueText(fullSnapshot()), fullText);
 
     const auto decoded = decodeQueue(std::string(fullText));
     ASSERT_TRUE(decoded) << decoded.error().description;
-    EXPECT_EQ(encodeQueue(*decoded), fullText);
+    EXPECT_EQ(queueText(*decoded), fullText);
 }
 
 TEST(QueueFile, keepsNamesByteForByte) {
@@ -84,7 +92,7 @@ TEST(QueueFile, keepsNamesByteForByte) {
         snapshot.downloads[0].fileName = name;
         snapshot.downloads[0].resolvedURL = "/\xFF\xFE not UTF-8";
         snapshot.downloads[0].error = "Cannot use /\xFF.";  // must not spoil the file
-        const auto decoded = decodeQueue(encodeQueue(snapshot));
+        const auto decoded = decodeQueue(queueText(snapshot));
         ASSERT_TRUE(decoded) << decoded.error().description;
         EXPECT_EQ(decoded->downloads[0].fileName, name);
         EXPECT_EQ(decoded->downloads[0].resolvedURL, "/\xFF\xFE not UTF-8");

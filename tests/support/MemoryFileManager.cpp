@@ -162,8 +162,14 @@ Result<ByteBlob> MemoryFileManager::readFile(const Path& path) {
     return std::move(*bytes);
 }
 
-Result<void> MemoryFileManager::writeFileAtomically(const Path& path, std::string_view bytes) {
+Result<void> MemoryFileManager::writeFileAtomically(const Path& path, const Content& content) {
     if (auto fine = begin("writeFileAtomically", path); !fine) return fine;
+    ByteBlob bytes;
+    const auto collect = [&](std::string_view piece) {
+        bytes += piece;
+        return Result<void>();
+    };
+    if (auto given = content(collect); !given) return given;
     auto target = slot(path);
     if (!target) return failure(target);
     const NodePointer old = find(path);
@@ -171,7 +177,7 @@ Result<void> MemoryFileManager::writeFileAtomically(const Path& path, std::strin
     if (auto writable = checkWritable(path); !writable) return writable;
     if (auto room = checkRoom(path, static_cast<ByteCount>(bytes.size())); !room) return room;
     auto file = std::make_shared<Node>(false);
-    file->bytes = bytes;
+    file->bytes = std::move(bytes);
     file->makeDurable();
     target->folder->entries[target->name] = file;
     makeNameDurable(path);

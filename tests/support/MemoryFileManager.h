@@ -75,7 +75,8 @@ public:
     [[nodiscard]] Result<void> removeItem(const Path& path) override;
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
     [[nodiscard]] Result<ByteBlob> readFile(const Path& path) override;
-    [[nodiscard]] Result<void> writeFileAtomically(const Path& path, std::string_view bytes) override;
+    using FileManager::writeFileAtomically;
+    [[nodiscard]] Result<void> writeFileAtomically(const Path& path, const Content& content) override;
     [[nodiscard]] Result<void> appendToFile(const Path& path, std::string_view bytes) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> createFile(const Path& path) override;

@@ -279,11 +279,13 @@ Result<ByteBlob> PosixFileManager::readFile(const Path& path) {
     return bytes;
 }
 
-Result<void> PosixFileManager::writeFileAtomically(const Path& path, std::string_view bytes) {
+Result<void> PosixFileManager::writeFileAtomically(const Path& path, const Content& content) {
     Result<NewFile> file = NewFile::create(hiddenPath(parentOf(path)), ownerOnly);
     if (!file) return failure(file);
-    int failed = writeAll(file->descriptor(), bytes);
-    if (failed == 0 && ::fsync(file->descriptor()) != 0) failed = errno;
+    const Result<void> written =
+        content([&](std::string_view piece) { return outcome(writeAll(file->descriptor(), piece), "write", path); });
+    if (!written) return written;
+    int failed = ::fsync(file->descriptor()) == 0 ? 0 : errno;
     if (failed == 0) failed = file->placeOver(path);
     if (failed == 0) failed = makeNameDurable(path);
     return outcome(failed, "write", path);
