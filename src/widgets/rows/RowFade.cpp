@@ -31,7 +31,7 @@ void RowFade::forgetDrawn(const QRect& area, const QRect& sight) {
                   [&](const DrawnRow& row) { return row.rect.intersects(area) || !row.rect.intersects(sight); });
 }
 
-void RowFade::follow(const std::function<Place(int)>& placeOf, int shift, const QWidget& list, qint64 now) {
+void RowFade::follow(const std::function<Place(int)>& placeOf, int shift, const QWidget& list) {
     for (FadingRow& row : fading_) row.rect.translate(0, shift);
     std::vector<DrawnRow> staying;
     for (DrawnRow& row : drawn_) {
@@ -40,14 +40,14 @@ void RowFade::follow(const std::function<Place(int)>& placeOf, int shift, const 
             row.rect.moveTop(place.top);
             staying.push_back(std::move(row));
         } else if (isMotionWanted()) {
-            fading_.push_back({row.key, row.section, row.rect.translated(0, shift), pictureOf(row, list), now});
+            fading_.push_back({row.key, row.section, row.rect.translated(0, shift), pictureOf(row, list)});
         }
     }
     drawn_ = std::move(staying);
 }
 
 bool RowFade::advance(qint64 now) {
-    std::erase_if(fading_, [&](const FadingRow& row) { return now - row.begin >= duration; });
+    std::erase_if(fading_, [&](const FadingRow& row) { return row.begin && now - *row.begin >= duration; });
     return isRunning();
 }
 
@@ -57,9 +57,10 @@ QRegion RowFade::region() const {
     return region;
 }
 
-void RowFade::paint(QPainter& painter, qint64 now) const {
-    for (const FadingRow& row : fading_) {
-        painter.setOpacity(std::max(0.0, 1 - static_cast<double>(now - row.begin) / duration));
+void RowFade::paint(QPainter& painter, qint64 now) {
+    for (FadingRow& row : fading_) {
+        if (!row.begin) row.begin = now;
+        painter.setOpacity(std::max(0.0, 1 - static_cast<double>(now - *row.begin) / duration));
         painter.drawPixmap(row.rect.topLeft(), row.picture);
     }
     painter.setOpacity(1);

@@ -3,6 +3,7 @@
 #include <QPersistentModelIndex>
 #include <QPixmap>
 #include <functional>
+#include <optional>
 #include <vector>
 
 #include "widgets/rows/RowPainter.h"
@@ -11,8 +12,8 @@
 namespace tovri {
 
 // The rows in sight of a list with sections, as they were drawn last, and pictures of those that have left their
-// section since, which fade where they stood. Owned by the list; it keeps no more than has been in sight within one
-// fade. All rectangles are in the list's content, times in milliseconds.
+// section since, which fade where they stood, from their first drawing on. Owned by the list; it keeps no more than has
+// been in sight within one fade. All rectangles are in the list's content, times in milliseconds.
 class RowFade {
 public:
     static constexpr qint64 duration = 120;
@@ -38,7 +39,7 @@ public:
     void forgetDrawn(const QRect& area, const QRect& sight);
 
     // After rows have gone or moved. What is in sight stands lower by `shift` than before.
-    void follow(const std::function<Place(int)>& placeOf, int shift, const QWidget& list, qint64 now);
+    void follow(const std::function<Place(int)>& placeOf, int shift, const QWidget& list);
 
     // Ends what has faded; false when nothing fades any more.
     bool advance(qint64 now);
@@ -48,7 +49,7 @@ public:
     // What is to be drawn anew while it runs.
     [[nodiscard]] QRegion region() const;
 
-    void paint(QPainter& painter, qint64 now) const;
+    void paint(QPainter& painter, qint64 now);
 
     void clear();
 
@@ -58,7 +59,7 @@ private:
         RowKey section;
         QRect rect;
         QPixmap picture;
-        qint64 begin = 0;
+        std::optional<qint64> begin = {};  // none: has not been seen yet
     };
 
     std::vector<DrawnRow> drawn_;

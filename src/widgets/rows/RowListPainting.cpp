@@ -94,8 +94,7 @@ void RowListView::fadeWhatLeft(int shift) {
         const int header = geometry().headerOf(row);
         return RowFade::Place{header < 0 ? RowKey() : rows_->keyAt(header), geometry().top(row)};
     };
-    fade_.follow(placeOf, shift, *this, clock_.elapsed());
-    if (fade_.isRunning() && !fading_.isActive()) fading_.start(fadingStep, this);
+    fade_.follow(placeOf, shift, *this);
 }
 
 void RowListView::paintFade(QPainter& painter) {
@@ -103,6 +102,7 @@ void RowListView::paintFade(QPainter& painter) {
     painter.translate(0, -verticalOffset());
     fade_.paint(painter, clock_.elapsed());
     painter.translate(0, verticalOffset());
+    if (!fading_.isActive()) fading_.start(fadingStep, this);
 }
 
 void RowListView::hideEvent(QHideEvent* event) {
