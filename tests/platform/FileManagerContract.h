@@ -141,6 +141,25 @@ TEST_P(FileManagerContract, clonesLastBeyondTheirOriginal) {
     EXPECT_THAT(names(here), ElementsAre("clone"));
 }
 
+TEST_P(FileManagerContract, replacesContentWithAllPiecesOrNone) {
+    put(here / "a", "old");
+    const auto refuse = [](const FileManager::Sink& sink) -> Result<void> {
+        if (auto taken = sink("half of "); !taken) return taken;
+        return failure(Error(ErrorCase::file, "No more."));
+    };
+    const auto refused = files.writeFileAtomically(here / "a", refuse);
+    ASSERT_FALSE(refused);
+    EXPECT_EQ(refused.error().description, "No more.");
+    EXPECT_EQ(content(here / "a"), "old");
+    EXPECT_THAT(names(here), ElementsAre("a"));
+
+    ASSERT_TRUE(files.writeFileAtomically(here / "a", [](const FileManager::Sink& sink) {
+        auto taken = sink("all of ");
+        return taken ? sink("it") : taken;
+    }));
+    EXPECT_EQ(content(here / "a"), "all of it");
+}
+
 TEST_P(FileManagerContract, knowsAFileUnderEveryName) {
     put(here / "a", "bytes");
     put(here / "b", "bytes");
