@@ -86,10 +86,11 @@ Task<> Placement::place(DownloadPointer item, Path staged) {
 }
 
 // The first file of a folder finds out whether a rename is all that its followers need: waking another thread for that
-// takes longer than the rename.
+// takes longer than the rename. A file whose name is taken is made durable, which takes long.
 Task<Result<std::filesystem::path>> Placement::perform(FilePlacing step) {
     const std::string folder = step.destination.parent_path().native();
-    if (!step.mustBeDurable && nearFolders_.contains(folder)) co_return step.place({});
+    if (!step.mustBeDurable && nearFolders_.contains(folder) && !platform_.files.exists(step.destination))
+        co_return step.place({});
 
     const auto isNear = std::make_shared<bool>(false);
     auto work = [step, isNear, stop = stopToken(step.placement)](const std::stop_token&) {
