@@ -159,6 +159,7 @@ private:
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
     void save();
     [[nodiscard]] const std::vector<PlacementNumber>& takePlaced();
+    void endInterruptedDeletions();
     void adoptArrived(std::unordered_map<UUID, std::filesystem::path> arrived);
 
     void scheduleSave() { saves_.request(SaveSchedule::Urgency::soon); }

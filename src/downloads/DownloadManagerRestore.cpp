@@ -33,10 +33,6 @@ void normalize(Download& item, bool isQueuePaused, FileManager& files) {
             item.status = waiting;
             startOver(item);
             break;
-        case Status::deleting:
-            item.status = Status::remoteDeleteFailed;
-            item.error = "Interrupted before put.io confirmed the deletion.";
-            break;
         default:
             break;
     }
@@ -68,6 +64,7 @@ void DownloadManager::restoreQueue() {
         items.push_back(std::move(item));
     }
     list_.append(std::move(items));
+    endInterruptedDeletions();
     adoptArrived(journal_->recover());
     unjournaled_ = {PlacementJournal::recovered};
     store_->cleanStaging(staged);
@@ -77,6 +74,14 @@ void DownloadManager::restoreQueue() {
         if (item->status == Status::awaitingConflict) placement_.placeFile(item, *item->stagedURL);
     processQueue();
     scheduleSave();
+}
+
+// Told like any other failure: nobody learned of it when the previous process ended.
+void DownloadManager::endInterruptedDeletions() {
+    for (const DownloadPointer& item : list_.withStatus(Status::deleting)) {
+        item->error = "Interrupted before put.io confirmed the deletion.";
+        list_.setStatus(*item, Status::remoteDeleteFailed);
+    }
 }
 
 QueueSnapshot DownloadManager::makeSnapshot() const {

@@ -5,9 +5,9 @@
 #include <fmt/format.h>
 
 #include "cli/commands/ItemSelection.h"
+#include "cli/commands/SavedQueue.h"
 #include "cli/display/DisplayText.h"
 #include "downloads/Destination.h"
-#include "downloads/DownloadStore.h"
 
 namespace tovri::cli {
 namespace {
@@ -105,8 +105,10 @@ Task<void> RunCommand::prepare(std::stop_token /*stop*/) {
 
 std::string RetryCommand::objection() {
     if (context().invocation.operands.empty()) return {};
+    const Result<QueueSnapshot> saved = readSavedQueue(context().platform);
+    if (!saved) return saved.error().description;
     std::vector<UUID> ids;
-    for (const DownloadRecord& item : DownloadStore(context().platform).load().downloads) ids.push_back(item.id);
+    for (const DownloadRecord& item : saved->downloads) ids.push_back(item.id);
     Result<std::vector<UUID>> selected = selectItems(context().invocation.operands, ids);
     if (!selected) return selected.error().description;
     items_ = std::move(*selected);
@@ -132,7 +134,7 @@ void RetryCommand::retry(const DownloadPointer& item) {
         downloads.retryDelete(item);
     else if (item->status == Status::failed || item->status == Status::cancelled || item->status == Status::skipped)
         downloads.retry(item);
-    else
+    else if (item->status != Status::deleting)  // with the rest of its folder
         context().terminal.message(
             fmt::format("{} has not failed, so it is not begun anew.", printable(item->fileName)));
 }

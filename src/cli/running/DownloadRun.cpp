@@ -127,7 +127,7 @@ void DownloadRun::tellPause() {
 // What was asked for has not arrived while the whole queue is paused.
 ExitCode DownloadRun::exitCode() const {
     const bool waits = downloads_.isPaused() && downloads_.downloads().count({Status::queued, Status::paused}) > 0;
-    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted > 0 || waits;
+    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 || waits;
     return failed ? ExitCode::failure : ExitCode::success;
 }
 

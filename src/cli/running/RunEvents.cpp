@@ -115,7 +115,7 @@ std::string summaryLine(const RunTally& tally) {
     add(tally.arrived, "arrived");
     add(tally.skipped, "skipped");
     add(tally.failed, "failed");
-    add(tally.undeleted, "not deleted from put.io");
+    add(tally.undeleted(), "not deleted from put.io");
     return text;
 }
 
@@ -124,7 +124,7 @@ std::string summaryJSON(const RunTally& tally) {
     JSON json;
     json.beginObject().field("event", "summary").field("arrived", number(tally.arrived));
     json.field("skipped", number(tally.skipped)).field("failed", number(tally.failed));
-    json.field("notDeleted", number(tally.undeleted)).endObject();
+    json.field("notDeleted", number(tally.undeleted())).endObject();
     return std::string(json.line());
 }
 

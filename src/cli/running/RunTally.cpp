@@ -15,7 +15,10 @@ void RunTally::follow(const QueueChange& change) {
     if (change.kind == QueueChange::Kind::inserted || change.kind == QueueChange::Kind::removed) recount();
     if (change.kind != QueueChange::Kind::status) return;
     const Download& item = *change.item;
-    if (item.status == Status::remoteDeleteFailed) ++undeleted;
+    if (item.status == Status::remoteDeleteFailed)
+        undeleted_.insert(item.id);
+    else
+        undeleted_.erase(item.id);
     const bool was = isUnfinished(change.previous);
     const bool is = isUnfinished(item.status);
     if (was && !is) unfinishedBytes_ -= item.fileSize;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <unordered_set>
 
 #include "downloads/DownloadManager.h"
 
@@ -18,7 +19,9 @@ public:
     std::size_t arrived = 0;
     std::size_t skipped = 0;
     std::size_t failed = 0;
-    std::size_t undeleted = 0;  // arrived, but still on put.io
+
+    // Arrived, but still on put.io: a deletion that succeeds at last counts no more.
+    [[nodiscard]] std::size_t undeleted() const { return undeleted_.size(); }
 
     [[nodiscard]] std::size_t finished() const { return arrived + skipped + failed; }
 
@@ -36,6 +39,7 @@ private:
     void recount();
 
     const DownloadManager& downloads_;
+    std::unordered_set<UUID> undeleted_;
     ByteCount finishedBytes_ = 0;
     ByteCount unfinishedBytes_ = 0;
 };

@@ -55,6 +55,22 @@ class Interruption(ProgramTest):
         self.assertEqual(len(self.queue()), 3)
         self.assert_tree()
 
+    def test_a_deletion_that_nobody_confirmed_is_told_and_asked_for_again(self):
+        self.serve()
+        self.sandbox.fault("api:/v2/files/delete:delay=5,times=1")
+        process = self.start("get", "/Generated", "--to", str(self.downloads), "--delete")
+        self.wait_until(lambda: (self.downloads / "Generated").exists() and not self.unfinished(), "the deletion")
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(10), 130)
+        _, messages = self.run_cli("run", status=1)
+        self.assertEqual(messages.count("Interrupted before put.io confirmed the deletion."), 3, messages)
+        self.assertEqual(self.run_cli("run"), ("", ""))
+        output, messages = self.run_cli("retry")
+        self.assertEqual((output.count("Deleted from put.io: "), messages), (3, ""))
+
+    def unfinished(self):
+        return [item for item in self.queue() if item["status"] != "deleting"]
+
     def test_a_paused_item_stays_paused(self):
         self.interrupted(signal.SIGINT)
         paused = self.queue()[0]
