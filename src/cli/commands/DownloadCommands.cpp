@@ -1,6 +1,8 @@
 #include "cli/commands/DownloadCommands.h"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -8,6 +10,7 @@
 #include "cli/commands/SavedQueue.h"
 #include "cli/display/DisplayText.h"
 #include "downloads/Destination.h"
+#include "downloads/FolderWalk.h"
 
 namespace tovri::cli {
 namespace {
@@ -43,17 +46,53 @@ DestinationFolder GetCommand::destination() {
 
 // Whoever repeats a command that was interrupted wants it to go on, not its files a second time.
 bool GetCommand::isQueuedAlready(const PutIOFile& file, const std::filesystem::path& destination) {
-    const std::string below = destination.native() + "/";
-    const auto count = std::ranges::count_if(unfinished_, [&](const DownloadPointer& item) {
-        const std::string& folder = item->destinationFolder->native();
-        if (!file.isFolder()) return item->fileID == file.id && folder == destination.native();
-        return folder == destination.native() || folder.starts_with(below);
+    const bool isQueued = std::ranges::any_of(unfinished_, [&](const DownloadPointer& item) {
+        return item->fileID == file.id && *item->destinationFolder == destination;
     });
-    if (count == 0) return false;
-    context().terminal.message(fmt::format("\"{}\" is in the queue already, with {} to go; going on with that.",
-                                           printable(file.name),
-                                           count == 1 ? "1 file" : fmt::format("{} files", count)));
-    return true;
+    if (isQueued) tellGoingOn(file.name, 1, 0);
+    return isQueued;
+}
+
+bool GetCommand::hasUnfinishedBelow(const std::filesystem::path& folder) const {
+    return std::ranges::any_of(unfinished_, [&](const DownloadPointer& item) {
+        const std::string& each = item->destinationFolder->native();
+        return each == folder.native() || each.starts_with(folder.native() + "/");
+    });
+}
+
+void GetCommand::tellGoingOn(const std::string& name, std::size_t waiting, std::size_t missing) {
+    const auto files = [](std::size_t count) { return count == 1 ? "1 file" : fmt::format("{} files", count); };
+    context().terminal.message(fmt::format("\"{}\" is in the queue already, with {} to go; going on with that{}.",
+                                           printable(name), files(waiting),
+                                           missing == 0 ? "" : fmt::format(", and with {} more", files(missing))));
+}
+
+// The same for a folder. What the queue does not know of it, as when single files of it were asked for before, is
+// added, unless it is on the disk. False when none of the folder's files is on its way.
+Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop) {
+    FolderWalk walk(context().api);
+    Result<std::vector<ListedFile>> listed =
+        co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
+    if (!listed) co_return failure(listed);
+
+    DownloadManager& downloads = running().downloads();
+    std::set<std::pair<std::int64_t, std::filesystem::path>> unfinished;
+    std::set<std::pair<std::int64_t, std::filesystem::path>> known;
+    for (const DownloadPointer& item : unfinished_) unfinished.emplace(item->fileID, *item->destinationFolder);
+    for (const DownloadPointer& item : downloads.downloads().items())
+        known.emplace(item->fileID, *item->destinationFolder);
+    const auto waiting = std::ranges::count_if(
+        *listed, [&](const ListedFile& each) { return unfinished.contains({each.file.id, each.folder}); });
+    if (waiting == 0) co_return false;
+
+    std::erase_if(*listed, [&](const ListedFile& each) {
+        return known.contains({each.file.id, each.folder}) ||
+               (each.file.size && context().platform.files.fileSize(each.folder / each.file.name) == each.file.size);
+    });
+    tellGoingOn(request.name, static_cast<std::size_t>(waiting), listed->size());
+    for (const ListedFile& each : *listed)
+        downloads.enqueue(each.file, {DestinationFolder{each.folder, request.destination.bookmark}, deletes, {}});
+    co_return true;
 }
 
 // A path that cannot be had does not keep the others from coming.
@@ -92,7 +131,11 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
         co_return failure(
             Error(ErrorCase::file, "The top folder of put.io cannot be deleted. Get its folders one by one."));
     if (!isRoot) request.destination.folder = subfolder(request.destination.folder, file.name);
-    if (!isRoot && isQueuedAlready(file, request.destination.folder)) co_return Result<void>();
+    if (!isRoot && hasUnfinishedBelow(request.destination.folder)) {
+        Result<bool> goesOn = co_await goOn(request, deletes, stop);
+        if (!goesOn) co_return failure(goesOn);
+        if (*goesOn) co_return Result<void>();
+    }
     Result<std::vector<DownloadPointer>> queued =
         co_await running().downloads().enqueueFolder(std::move(request), stop);
     if (!queued) co_return failure(queued);

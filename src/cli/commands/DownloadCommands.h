@@ -46,6 +46,9 @@ private:
     Task<Result<void>> enqueue(PutIOFile file, std::stop_token stop);
     [[nodiscard]] DestinationFolder destination();
     [[nodiscard]] bool isQueuedAlready(const PutIOFile& file, const std::filesystem::path& destination);
+    [[nodiscard]] bool hasUnfinishedBelow(const std::filesystem::path& folder) const;
+    Task<Result<bool>> goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop);
+    void tellGoingOn(const std::string& name, std::size_t waiting, std::size_t missing);
 
     RemoteTree tree_;
     std::vector<DownloadPointer> unfinished_;  // what the saved queue still had to bring at the start

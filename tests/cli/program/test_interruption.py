@@ -55,6 +55,20 @@ class Interruption(ProgramTest):
         self.assertEqual(len(self.queue()), 3)
         self.assert_tree()
 
+    def test_a_folder_of_which_one_file_is_on_its_way_arrives_whole(self):
+        self.serve()
+        self.sandbox.fault("storage:*:rate=1MiB")
+        listed = json.loads(self.run_cli("ls", "/Generated", "--json")[0])["files"]
+        process = self.start("get", str(listed[0]["id"]), "--to", str(self.downloads / "Generated"))
+        self.wait_for_partial_bytes(1 << 20)
+        process.send_signal(signal.SIGINT)
+        self.assertEqual(process.wait(10), 130)
+        self.sandbox.call("DELETE", "faults")
+        _, messages = self.get("/Generated")
+        self.assertIn("with 1 file to go; going on with that, and with 2 files more.", messages)
+        self.assertEqual(len(self.queue()), 3)
+        self.assert_tree()
+
     def test_a_deletion_that_nobody_confirmed_is_told_and_asked_for_again(self):
         self.serve()
         self.sandbox.fault("api:/v2/files/delete:delay=5,times=1")
