@@ -180,6 +180,7 @@ void DownloadManager::cancel(const DownloadPointer& item) {
     placement_.withdraw(*item);
     settlement_.markCancelled(item);
     conflicts_.dismissConflict(*item);
+    dropToken(*item);
     processQueue();
 }
 
@@ -190,6 +191,7 @@ void DownloadManager::cancelAll() {
         placement_.withdraw(*item);
         settlement_.markCancelled(item);
         conflicts_.dismissConflict(*item);
+        dropToken(*item);
     }
     scheduleSave();
 }

@@ -199,6 +199,7 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
             EXPECT_TRUE(other.files.files(World::staging).empty());
             EXPECT_EQ(other.files.files(World::partials).size(), item->resumeData ? 1U : 0U);
             EXPECT_FALSE(item->stagedURL);
+            EXPECT_FALSE(isGone && item->resumeData);
             EXPECT_EQ(other.storage.running, 0);
         }
     }
