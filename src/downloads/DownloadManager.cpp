@@ -143,6 +143,7 @@ std::unordered_set<std::int64_t> DownloadManager::inFlightFileIDs(const UUID& ru
 void DownloadManager::pause(const DownloadPointer& item) {
     if (item->status != Status::downloading || !item->downloadTask) return;
     const TransferID transfer = *item->downloadTask;
+    pausing_.insert(transfer);
     session().cancelProducingToken(transfer, events_.tokenReceiver([this, item, transfer](auto token) {
         handlePaused(item, std::move(token), transfer);
     }));
@@ -170,6 +171,7 @@ void DownloadManager::pauseAll() {
 
 void DownloadManager::resumeAll() {
     setPaused(false);
+    pausing_.clear();  // they go on as soon as their tokens have come
     for (const DownloadPointer& item : list_.withStatus(Status::paused)) list_.setStatus(*item, Status::queued);
     processQueue();
     scheduleSave();

@@ -176,12 +176,13 @@ void DownloadManager::keepToken(Download& item, std::optional<ByteBlob> token) {
 }
 
 void DownloadManager::handlePaused(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer) {
+    const bool isStillWanted = pausing_.erase(transfer) > 0;
     if (item->downloadTask != transfer) {  // settled meanwhile
         if (token) session().discard(*token);
         return;
     }
     keepToken(*item, std::move(token));
-    list_.setStatus(*item, Status::paused);
+    list_.setStatus(*item, isStillWanted ? Status::paused : Status::queued);
     scheduleSave();
     processQueue();
 }

@@ -205,6 +205,18 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
     }
 }
 
+TEST_F(Scheduling, goesOnWhenItIsResumedBeforeItHasPaused) {
+    const std::int64_t file = world.addFile("f", "some bytes");
+    world.link(file).rate = 10;
+    const DownloadPointer item = world.enqueue(file);
+    world.loop.advance(500ms);
+    world.manager().pauseAll();
+    world.manager().resumeAll();
+    world.settle();
+    EXPECT_EQ(World::outcome(item), "completed");
+    EXPECT_EQ(world.transfersOf(file), 2U);
+}
+
 TEST_F(Scheduling, givesUpTheStartWhoseLinkComesTooLate) {
     const DownloadPointer item = world.enqueue(slowFile("movie"));
     manager.pause(item);  // no transfer yet: nothing happens
