@@ -61,11 +61,12 @@ Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
         context_.complain(saved.error());
         co_return ExitCode::failure;
     }
+    const bool isQueuePaused = queue.isPaused;
     if (!store.save(std::move(queue), store.nextSaveNumber())) {
         context_.complain("the queue could not be saved; nothing was changed.");
         co_return ExitCode::failure;
     }
-    tell(count);
+    tell(count, isQueuePaused);
     co_return ExitCode::success;
 }
 
@@ -87,14 +88,15 @@ std::size_t ControlCommand::change(QueueSnapshot& queue, const std::vector<UUID>
     }
 }
 
-void ControlCommand::tell(std::size_t count) const {
+void ControlCommand::tell(std::size_t count, bool isQueuePaused) const {
     const bool isWhole = context_.invocation.operands.empty();
     const auto print = [&](std::string_view what) { context_.terminal.print(fmt::format("{}: {}", what, count)); };
     switch (context_.invocation.command) {
         case CommandName::pause:
             return print(isWhole ? "The queue is paused. Downloads paused" : "Paused");
         case CommandName::resume:
-            return print("To go on with tovri-cli run");
+            return print(isQueuePaused ? "To go on once tovri-cli resume lets the queue go on"
+                                       : "To go on with tovri-cli run");
         case CommandName::cancel:
             return print("Cancelled");
         case CommandName::top:

@@ -14,7 +14,7 @@ public:
 
 private:
     std::size_t change(QueueSnapshot& queue, const std::vector<UUID>& items) const;
-    void tell(std::size_t count) const;
+    void tell(std::size_t count, bool isQueuePaused) const;
 
     CommandContext& context_;
 };

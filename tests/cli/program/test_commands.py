@@ -75,6 +75,7 @@ class Commands(ProgramTest):
         self.assertIn("Cancelled", self.run_cli("queue")[0])
         self.run_cli("clear")
         self.assertNotIn(ids[0], [item["id"] for item in self.queue()])
+        self.assertIn("once tovri-cli resume", self.run_cli("resume", ids[2])[0])
         self.run_cli("resume")
         self.assertIn("10 arrived", self.run_cli("run")[0])
         self.run_cli("clear")
