@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +31,7 @@ struct CommandContext {
     std::filesystem::path currentFolder;
     bool hasTokenFromEnvironment = false;
     std::filesystem::path configurationFolder;
+    std::function<bool()> hasSavedPreferences;  // whether what was assigned has reached the disk
 
     // How wide a line on standard output may be, when that is a terminal.
     [[nodiscard]] std::optional<std::size_t> outputWidth() const;

@@ -108,7 +108,8 @@ public:
                    std::move(invocation_),
                    std::filesystem::current_path(),
                    token_.has_value(),
-                   folders_.configuration} {}
+                   folders_.configuration,
+                   [this] { return storedDefaults_.isSaved(); }} {}
 
     ExitCode run() {
         const Subscription signals[] = {onEnding(SIGINT), onEnding(SIGTERM), onEnding(SIGHUP)};

@@ -55,6 +55,11 @@ Task<ExitCode> ConfigCommand::run(std::stop_token /*stop*/) {
         context_.complain(fmt::format("{} {}, not \"{}\".", key, *reason, operands[1]));
         co_return ExitCode::wrongArguments;
     }
+    if (!context_.hasSavedPreferences()) {
+        context_.complain(fmt::format("the preferences could not be written to {}; nothing was changed.",
+                                      context_.configurationFolder.native()));
+        co_return ExitCode::failure;
+    }
     co_return ExitCode::success;
 }
 

@@ -33,6 +33,9 @@ public:
     void setData(std::string_view key, std::string_view bytes) override;
     void remove(std::string_view key) override;
 
+    // False while a change has not reached the file; the next write tries it again.
+    [[nodiscard]] bool isSaved() const { return unsaved_.empty(); }
+
 private:
     [[nodiscard]] std::optional<JSONObject> read();
     void write(std::string_view changed);

@@ -35,6 +35,7 @@ class Failures(ProgramTest):
         self.serve("--demo")
         blocked = self.home / "file"
         blocked.write_text("in the way")
+        self.environment["XDG_CONFIG_HOME"] = str(blocked)
         cases = [
             (["get", "/Films/Nothing"], 'There is no "Nothing" in "/Films"'),
             (["get", "/Welcome.txt/x"], '"/Welcome.txt" on put.io is a file, not a folder.'),
@@ -49,6 +50,7 @@ class Failures(ProgramTest):
             (["link", "/Films"], "HTTP error 400"),
             (["retry", "ABC"], 'begins with "ABC"'),
             (["remove", "ABC"], 'begins with "ABC"'),
+            (["config", "maxConcurrentDownloads", "4"], "could not be written"),
         ]
         for arguments, part in cases:
             with self.subTest(arguments):
