@@ -143,7 +143,7 @@ std::unordered_set<std::int64_t> DownloadManager::inFlightFileIDs(const UUID& ru
 void DownloadManager::pause(const DownloadPointer& item) {
     if (item->status != Status::downloading || !item->downloadTask) return;
     const TransferID transfer = *item->downloadTask;
-    pausing_.insert(transfer);
+    if (!pausing_.insert_or_assign(transfer, true).second) return;  // a second request would not get the token
     session().cancelProducingToken(transfer, events_.tokenReceiver([this, item, transfer](auto token) {
         handlePaused(item, std::move(token), transfer);
     }));
@@ -171,7 +171,7 @@ void DownloadManager::pauseAll() {
 
 void DownloadManager::resumeAll() {
     setPaused(false);
-    pausing_.clear();  // they go on as soon as their tokens have come
+    for (auto& [transfer, pausesItem] : pausing_) pausesItem = false;  // they go on as soon as their tokens have come
     for (const DownloadPointer& item : list_.withStatus(Status::paused)) list_.setStatus(*item, Status::queued);
     processQueue();
     scheduleSave();

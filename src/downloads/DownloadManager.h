@@ -192,7 +192,7 @@ private:
 
     std::unordered_map<TransferID, DownloadPointer> taskToDownload_;
     std::unordered_set<TransferID> resumedTaskIDs_;  // those that were started from a token
-    std::unordered_set<TransferID> pausing_;         // those whose tokens are to pause their items when they come
+    std::unordered_map<TransferID, bool> pausing_;   // those whose tokens are awaited: whether they pause their items
     std::unordered_map<UUID, SpeedTracker> speedTrackers_;
     TransferEvents events_;
     std::unique_ptr<TransferSession> session_;

@@ -97,6 +97,7 @@ void DownloadManager::endTransfer(const DownloadPointer& item) {
     item->downloadTask.reset();
     taskToDownload_.erase(transfer);
     resumedTaskIDs_.erase(transfer);
+    pausing_.erase(transfer);
     session().cancel(transfer);
 }
 
@@ -176,15 +177,16 @@ void DownloadManager::keepToken(Download& item, std::optional<ByteBlob> token) {
 }
 
 void DownloadManager::handlePaused(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer) {
-    const bool isStillWanted = pausing_.erase(transfer) > 0;
-    if (item->downloadTask != transfer) {  // settled meanwhile
-        if (token) session().discard(*token);
-        return;
+    const auto pausing = pausing_.extract(transfer);
+    if (item->downloadTask == transfer) {
+        keepToken(*item, std::move(token));
+        list_.setStatus(*item, pausing && pausing.mapped() ? Status::paused : Status::queued);
+        scheduleSave();
+        processQueue();
+    } else if (token) {  // settled meanwhile
+        session().discard(*token);
     }
-    keepToken(*item, std::move(token));
-    list_.setStatus(*item, isStillWanted ? Status::paused : Status::queued);
-    scheduleSave();
-    processQueue();
+    finishSuspending();
 }
 
 void DownloadManager::suspend(std::function<void()> done) {
@@ -193,6 +195,7 @@ void DownloadManager::suspend(std::function<void()> done) {
     for (const DownloadPointer& item : list_.withStatus(Status::downloading)) {
         if (!item->downloadTask) continue;
         const TransferID transfer = *item->downloadTask;
+        if (!pausing_.emplace(transfer, false).second) continue;
         session().cancelProducingToken(transfer, events_.tokenReceiver([this, item, transfer](auto token) {
             handleSuspended(item, std::move(token), transfer);
         }));
@@ -201,6 +204,7 @@ void DownloadManager::suspend(std::function<void()> done) {
 }
 
 void DownloadManager::handleSuspended(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer) {
+    pausing_.erase(transfer);
     if (item->downloadTask == transfer) {
         keepToken(*item, std::move(token));
     }

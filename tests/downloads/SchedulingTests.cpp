@@ -205,16 +205,33 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
     }
 }
 
-TEST_F(Scheduling, goesOnWhenItIsResumedBeforeItHasPaused) {
-    const std::int64_t file = world.addFile("f", "some bytes");
-    world.link(file).rate = 10;
-    const DownloadPointer item = world.enqueue(file);
-    world.loop.advance(500ms);
-    world.manager().pauseAll();
-    world.manager().resumeAll();
-    world.settle();
-    EXPECT_EQ(World::outcome(item), "completed");
-    EXPECT_EQ(world.transfersOf(file), 2U);
+TEST_F(Scheduling, losesNothingOfWhatIsAskedForWhileItPauses) {
+    world.storage.settling = 200ms;
+    const auto pausing = [this](const std::string& name) {
+        const DownloadPointer item = running(name);
+        world.loop.advance(500ms);
+        manager.pause(item);
+        return item;
+    };
+
+    const DownloadPointer twice = pausing("twice");
+    manager.pause(twice);
+    world.loop.advance(1s);
+    EXPECT_EQ(World::outcome(twice), "paused");
+    EXPECT_TRUE(twice->resumeData);
+
+    const DownloadPointer resumed = pausing("resumed");
+    manager.resumeAll();
+    world.loop.advance(1s);
+    EXPECT_EQ(World::outcome(resumed), "downloading");
+    EXPECT_EQ(world.storage.resumed, 2);
+
+    manager.pause(resumed);
+    bool isDone = false;
+    manager.suspend([&] { isDone = true; });
+    ASSERT_TRUE(world.loop.runUntil([&] { return isDone; }, 1s));
+    EXPECT_EQ(World::outcome(resumed), "paused");
+    EXPECT_TRUE(resumed->resumeData);
 }
 
 TEST_F(Scheduling, givesUpTheStartWhoseLinkComesTooLate) {

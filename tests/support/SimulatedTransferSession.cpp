@@ -201,7 +201,11 @@ void SimulatedTransferSession::cancelProducingToken(TransferID transfer, TokenRe
     std::optional<ResumeToken> made;
     if (ended) made = ended->isRunning ? token(*ended) : ended->origin;
     if (ended && !made && !ended->partial.empty()) static_cast<void>(files_.removeItem(ended->partial));
-    loop_.post([made = std::move(made), receive = std::move(receive)]() mutable { receive(std::move(made)); });
+    auto give = [made = std::move(made), receive = std::move(receive)]() mutable { receive(std::move(made)); };
+    if (ended && storage_.settling > MainLoop::Duration::zero())
+        settling_.push_back(loop_.schedule(storage_.settling, std::move(give)));
+    else
+        loop_.post(std::move(give));
 }
 
 void SimulatedTransferSession::discard(const ResumeToken& token) {

@@ -34,6 +34,7 @@ public:
 
     std::map<std::string, Link> links;  // by URL; any other answers 404
     MainLoop::Duration latency = std::chrono::milliseconds(10);
+    MainLoop::Duration settling = {};  // how long a token waits for its bytes to become durable
     FileManager::Path folder = "/data/Tovri/Partials";
 
     // What happened so far.
@@ -81,6 +82,7 @@ private:
     std::vector<TransferID> waiting_;  // for a connection
     int connected_ = 0;
     std::map<TransferID, std::unique_ptr<Transfer>> transfers_;
+    std::vector<Subscription> settling_;
 };
 
 // For whoever makes the session on its first need.
