@@ -24,6 +24,7 @@ public:
         world_.preferences.setConflictBehavior(conflictBehaviors[roll(conflictBehaviors.size())]);
         world_.background.latency = milliseconds(roll(2) * roll(300));
         world_.http.latency = milliseconds(1 + roll(200));
+        world_.storage.settling = milliseconds(roll(2) * roll(300));
         for (int i = 0; i < 5; ++i) loose_.push_back(addFile("file " + std::to_string(i)));
         for (int i = 0; i < 2; ++i) {
             const std::int64_t folder = world_.addFolder("folder " + std::to_string(i));
