@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ranges>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -212,8 +213,17 @@ void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& id
     for (const DownloadPointer& item : manager_.downloads().items())
         if (wanted.contains(item->id)) items.push_back(item);
     if (goesUpwards(action)) std::ranges::reverse(items);
+    items.erase(items.begin(), items.begin() + stuckCount(action, items));
     for (const DownloadPointer& item : items)
         if (isOffered(action, item->status)) act(action, item);
+}
+
+// How many of the first ones fill the end of the queue towards which they are to move: none can pass another there.
+std::ptrdiff_t DownloadsScreen::stuckCount(DownloadAction action, const std::vector<DownloadPointer>& items) const {
+    const auto queue = manager_.downloads().items();
+    if (action == DownloadAction::moveUp) return std::ranges::mismatch(items, queue).in1 - items.begin();
+    if (action != DownloadAction::moveDown) return 0;
+    return std::ranges::mismatch(items, queue | std::views::reverse).in1 - items.begin();
 }
 
 void DownloadsScreen::activate(const UUID& id) {

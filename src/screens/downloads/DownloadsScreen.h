@@ -102,6 +102,7 @@ private:
     void updateChrome();
     [[nodiscard]] Chrome makeChrome() const;
     [[nodiscard]] std::vector<Label> makeSummary() const;
+    [[nodiscard]] std::ptrdiff_t stuckCount(DownloadAction action, const std::vector<DownloadPointer>& items) const;
     void act(DownloadAction action, const DownloadPointer& item);
 
     DownloadManager& manager_;

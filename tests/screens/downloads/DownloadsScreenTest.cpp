@@ -174,6 +174,26 @@ TEST_F(Downloads, doesWhatIsAskedOfARow) {
     EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] c d ");
 }
 
+TEST_F(Downloads, keepsTheOrderOfSeveralThatAreMovedTogether) {
+    const DownloadPointer running = enqueue("running");
+    const DownloadPointer last = enqueue("last");
+    const DownloadPointer middle = enqueue("middle");
+    const DownloadPointer top = enqueue("top");
+    const auto move = [&](DownloadAction action, const std::vector<UUID>& ids) {
+        screen.perform(action, ids);
+        world.loop.runUntilIdle();
+    };
+    EXPECT_EQ(shown(), "[Active] last running [Queued — 2 waiting] top middle ");
+    move(DownloadAction::moveUp, {middle->id, top->id});  // at the top of the queue
+    EXPECT_EQ(shown(), "[Active] last running [Queued — 2 waiting] top middle ");
+    for (int i = 0; i < 3; ++i) move(DownloadAction::moveDown, {top->id, middle->id});
+    EXPECT_EQ(shown(), "[Active] last running [Queued — 2 waiting] top middle ");
+    EXPECT_GT(top->position, running->position);
+    move(DownloadAction::moveUp, {top->id, middle->id});
+    EXPECT_LT(middle->position, running->position);
+    EXPECT_EQ(shown(), "[Active] last running [Queued — 2 waiting] top middle ");
+}
+
 // A menu may stand open while its download goes on.
 TEST_F(Downloads, ignoresAnActionWhoseTimeIsOver) {
     const DownloadPointer item = enqueue("item", 1);
