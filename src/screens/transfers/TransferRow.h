@@ -62,16 +62,16 @@ struct TransferRow {
 // How many are active, seeding, failed, and how fast all are together; of what there is none nothing is said.
 [[nodiscard]] std::vector<Label> transferSummary(const std::vector<Transfer>& transfers);
 
-// What makes a row the same one in another list: a transfer that went over to another section is another row there.
+// What makes a row the same one in another list: a transfer stays itself in whatever section.
 struct TransferRowTraits {
     struct Key {
-        TransferGroup group = TransferGroup::other;
+        std::optional<TransferGroup> header;
         std::optional<std::int64_t> id;
 
         bool operator==(const Key&) const = default;
     };
 
-    static Key key(const TransferRow& row) { return {row.group, row.id}; }
+    static Key key(const TransferRow& row) { return {row.id ? std::nullopt : std::optional(row.group), row.id}; }
 
     static bool isSame(const TransferRow& left, const TransferRow& right) { return left == right; }
 };
@@ -81,6 +81,7 @@ struct TransferRowTraits {
 template <>
 struct std::hash<tovri::TransferRowTraits::Key> {
     std::size_t operator()(const tovri::TransferRowTraits::Key& key) const noexcept {
-        return std::hash<std::optional<std::int64_t>>()(key.id) * 31 + static_cast<std::size_t>(key.group);
+        return std::hash<std::optional<std::int64_t>>()(key.id) * 31 +
+               std::hash<std::optional<tovri::TransferGroup>>()(key.header);
     }
 };

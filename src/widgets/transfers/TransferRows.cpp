@@ -4,12 +4,10 @@
 
 namespace tovri {
 
-// The same transfer in another section is another row, as it is for the screen.
 RowKey TransferRows::keyAt(std::size_t row) const {
     const TransferRow& transfer = screen_.rows()[row];
-    const auto group = static_cast<std::uint64_t>(transfer.group);
-    if (transfer.isHeader()) return {0, group};
-    return {group + 1, static_cast<std::uint64_t>(*transfer.id)};
+    if (transfer.isHeader()) return {0, static_cast<std::uint64_t>(transfer.group)};
+    return {1, static_cast<std::uint64_t>(*transfer.id)};
 }
 
 RowShape TransferRows::shapeAt(std::size_t row) const {

@@ -65,6 +65,16 @@ TEST_F(TransfersViewTest, keepsTheSelectionWhileTheListRefreshesItself) {
     EXPECT_EQ(listOf(view).selectedRows(), std::vector<int>{1});
     EXPECT_EQ(seenMenu(view, 1), QStringList{"Retry"});
     EXPECT_EQ(seenMenu(view, 3), QStringList());
+
+    listOf(view).setCurrentIndex(listOf(view).rows()->index(1));
+    list = std::string(R"({"id":4,"name":"Lost film","status":"IN_QUEUE"},)") + nameless;
+    pass(5s);
+    EXPECT_EQ(seenRows(view)[1], "Lost film | 0% · 0 bytes / 0 bytes [Cancel]");
+    EXPECT_EQ(listOf(view).selectedRows(), std::vector<int>{1}) << "it went over to another section";
+    list = std::string(R"({"id":4,"name":"Lost film","status":"COMPLETED"},)") + film;
+    pass(5s);
+    EXPECT_EQ(seenRows(view).last(), "Lost film | 0 bytes · Completed");
+    EXPECT_EQ(listOf(view).selectedRows(), std::vector<int>{3});
 }
 
 TEST_F(TransfersViewTest, addsTheTransferOnTheClipboard) {
