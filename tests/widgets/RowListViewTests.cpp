@@ -41,7 +41,7 @@ struct RowListViewTest : testing::Test {
         model.follow({Kind::reset});
         view.setModel(&model);
         view.resize(500, 400);
-        view.viewport()->setAttribute(Qt::WA_Hover, false);  // wherever the pointer is
+        QCursor::setPos(600, 0);  // beside it
         view.show();
         view.activateWindow();
         view.setFocus(Qt::TabFocusReason);
@@ -173,6 +173,35 @@ TEST_F(RowListViewTest, aPressedButtonLeavesTheSelectionAlone) {
         QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, cancel.center() + QPoint(0, 100));
         EXPECT_EQ(pressed.count(), 1);
     }
+}
+
+// As in a busy queue, where rows come and go while the pointer is down.
+TEST_F(RowListViewTest, aButtonThatIsHeldStaysPressedWhileOtherRowsChange) {
+    QSignalSpy pressed(&view, &RowListView::buttonPressed);
+    const QPoint cancel = view.buttonRect(2, 1).center();
+    const auto press = [&] { QTest::mousePress(view.viewport(), Qt::LeftButton, {}, cancel); };
+    const auto release = [&] {
+        QTest::qWait(1);
+        QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, cancel);
+    };
+    press();
+    remove(30);
+    release();
+    ASSERT_EQ(pressed.count(), 1);
+    EXPECT_EQ(pressed[0][0].toModelIndex().row(), 2);
+
+    press();  // another row is there when it is let go
+    const ListedRows::Row first = remove(1);
+    release();
+    EXPECT_EQ(pressed.count(), 1);
+    insert(1, first);
+    QTest::qWait(1);
+
+    press();  // the same row, which has another button there by then
+    source.rows[2].content.buttons[1].action = 3;
+    model.follow({Kind::changed, 2, 1});
+    release();
+    EXPECT_EQ(pressed.count(), 1);
 }
 
 TEST_F(RowListViewTest, readsOnlyWhatIsInSightAndDrawsOnlyWhatChanged) {

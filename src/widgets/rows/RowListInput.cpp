@@ -63,7 +63,7 @@ void RowListView::mousePressEvent(QMouseEvent* event) {
     isKeyboardUsed_ = false;
     const Spot spot = spotAt(event->position().toPoint());
     if (event->button() == Qt::LeftButton && spot.button != RowLook::noButton) {
-        pressed_ = spot;
+        pressed_ = pressAt(spot);
         hovered_ = spot;
         updateRow(spot.row);
         return;
@@ -72,10 +72,17 @@ void RowListView::mousePressEvent(QMouseEvent* event) {
 }
 
 void RowListView::mouseReleaseEvent(QMouseEvent* event) {
-    const Spot pressed = std::exchange(pressed_, {});
+    const Press pressed = std::exchange(pressed_, {});
     if (pressed.button == RowLook::noButton) return QAbstractItemView::mouseReleaseEvent(event);
-    updateRow(pressed.row);
-    if (spotAt(event->position().toPoint()) == pressed) pressButton(pressed.row, pressed.button);
+    updateRow(pressed.row.row());
+    const Press released = pressAt(spotAt(event->position().toPoint()));
+    if (released == pressed) pressButton(released.row.row(), released.button);
+}
+
+RowListView::Press RowListView::pressAt(const Spot& spot) const {
+    if (spot.button == RowLook::noButton) return {};
+    const RowContent content = rows_->contentAt(spot.row);
+    return {rows_->index(spot.row), spot.button, content.buttons[static_cast<std::size_t>(spot.button)].action};
 }
 
 void RowListView::mouseDoubleClickEvent(QMouseEvent* event) {

@@ -29,7 +29,8 @@ RowLook RowListView::lookOf(int row) const {
     look.hasRing = isCurrent && isKeyboardUsed_ && hasFocus() && focusedButton_ == RowLook::noButton;
     look.isDropTarget = dropRow_ == row;
     if (hovered_.row == row) look.hoveredButton = hovered_.button;
-    if (pressed_.row == row && pressed_ == hovered_) look.pressedButton = pressed_.button;
+    if (hovered_ == Spot{pressed_.row.row(), pressed_.button} && hovered_.row == row)
+        look.pressedButton = pressed_.button;
     if (isCurrent && isKeyboardUsed_ && hasFocus()) look.focusedButton = focusedButton_;
     if (!isMotionWanted()) return look;
     const auto time = static_cast<double>(clock_.elapsed());

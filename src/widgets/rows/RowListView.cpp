@@ -52,6 +52,7 @@ void RowListView::forgetRows() {
     isGeometryOld_ = true;
     anchors_.clear();
     animatedRows_.clear();
+    pressed_ = {};
     fade_.clear();
 }
 
@@ -166,8 +167,7 @@ void RowListView::doItemsLayout() {
     verticalScrollBar()->setRange(0, std::max(0, geometry().totalHeight() - height));
     returnToAnchors();
     fadeWhatLeft(verticalOffset() - offset);
-    hovered_ = {};
-    pressed_ = {};
+    hovered_ = viewport()->underMouse() ? spotAt(viewport()->mapFromGlobal(QCursor::pos())) : Spot();
     QAbstractItemView::doItemsLayout();
 }
 

@@ -17,8 +17,8 @@ namespace tovri {
 // sight and keeps nothing per row but where it stands, so a hundred thousand rows cost little. Whatever changes, the
 // rows in sight stay where they are, and the selection with them; those that leave their section fade.
 //
-// Return and double click are QAbstractItemView::activated. Tab, or the arrow towards the row's end, walks through the
-// buttons of the current row; Space and Return press one.
+// Return and double click are QAbstractItemView::activated. Tab, or the arrow towards
+// the row's end, walks through the buttons of the current row; Space and Return press one.
 class RowListView : public QAbstractItemView {
     Q_OBJECT
 
@@ -87,6 +87,15 @@ private:
         bool operator==(const Spot&) const = default;
     };
 
+    // A button that the pointer holds down, wherever its row goes meanwhile.
+    struct Press {
+        QPersistentModelIndex row;
+        int button = RowLook::noButton;
+        int action = 0;
+
+        bool operator==(const Press&) const = default;
+    };
+
     // A row that was in sight before a change, and how far below the top.
     struct Anchor {
         QPersistentModelIndex row;
@@ -104,6 +113,7 @@ private:
     [[nodiscard]] int focusedButtonOf(int row) const;
     void focusButton(int button);
     void hover(const Spot& spot);
+    [[nodiscard]] Press pressAt(const Spot& spot) const;
     void updateRow(int row);
     void paintRow(QPainter& painter, int row);
     void paintStickyHeader(QPainter& painter);
@@ -117,7 +127,7 @@ private:
     mutable bool isGeometryOld_ = true;
     std::vector<Anchor> anchors_;
     Spot hovered_;
-    Spot pressed_;
+    Press pressed_;
     int dropRow_ = -1;
     int focusedButton_ = RowLook::noButton;  // of the current row
     bool isKeyboardUsed_ = false;
