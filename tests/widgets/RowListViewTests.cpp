@@ -175,6 +175,32 @@ TEST_F(RowListViewTest, aPressedButtonLeavesTheSelectionAlone) {
     }
 }
 
+// Whatever the desktop's own views do at a click.
+TEST_F(RowListViewTest, opensARowByReturnAndDoubleClickAlone) {
+    class ClickingStyle final : public QProxyStyle {
+    public:
+        int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                      QStyleHintReturn* answer) const override {
+            return hint == SH_ItemView_ActivateItemOnSingleClick ? 1
+                                                                 : QProxyStyle::styleHint(hint, option, widget, answer);
+        }
+    };
+
+    ClickingStyle style;
+    view.setStyle(&style);
+    QSignalSpy opened(&view, &RowListView::opened);
+    const QPoint place = view.visualRect(model.index(2)).center();
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, place);
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::ControlModifier, place);
+    QTest::mouseClick(view.viewport(), Qt::RightButton, {}, place);
+    EXPECT_EQ(opened.count(), 0);
+    QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, place);
+    EXPECT_EQ(opened.count(), 1);
+    QTest::keyClick(&view, Qt::Key_Return);
+    EXPECT_EQ(opened.count(), 2);
+    view.setStyle(nullptr);
+}
+
 // As in a busy queue, where rows come and go while the pointer is down.
 TEST_F(RowListViewTest, aButtonThatIsHeldStaysPressedWhileOtherRowsChange) {
     QSignalSpy pressed(&view, &RowListView::buttonPressed);

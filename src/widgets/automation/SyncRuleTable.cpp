@@ -32,6 +32,7 @@ SyncRuleTable::SyncRuleTable(SyncRuleModel& model, QWidget* parent) : QTreeView(
     setTextElideMode(Qt::ElideNone);
     viewport()->setAttribute(Qt::WA_Hover);
     arrangeColumns(*header());
+    connect(this, &QTreeView::doubleClicked, this, &SyncRuleTable::opened);
 }
 
 std::vector<int> SyncRuleTable::selectedRows() const {
@@ -81,7 +82,8 @@ void SyncRuleTable::mouseReleaseEvent(QMouseEvent* event) {
 }
 
 void SyncRuleTable::mouseDoubleClickEvent(QMouseEvent* event) {
-    if (switchAt(event->position().toPoint()).isValid()) return mousePressEvent(event);
+    const bool isOnSwitch = switchAt(event->position().toPoint()).isValid();
+    if (isOnSwitch || event->button() != Qt::LeftButton) return mousePressEvent(event);
     QTreeView::mouseDoubleClickEvent(event);
 }
 
@@ -90,6 +92,8 @@ void SyncRuleTable::keyPressEvent(QKeyEvent* event) {
     const QModelIndex current = currentIndex();
     if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier && current.isValid())
         return turn(current.siblingAtColumn(SyncRuleModel::enabled));
+    const bool opens = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (opens && current.isValid()) emit opened(current);
     QTreeView::keyPressEvent(event);
 }
 

@@ -9,7 +9,7 @@
 namespace tovri {
 
 // The rules under the header of their columns, drawn like the rows of the other lists. Space and a click turn a rule's
-// switch; Return and double click are QAbstractItemView::activated.
+// switch; Return and double click open the rule.
 class SyncRuleTable final : public QTreeView {
     Q_OBJECT
 
@@ -20,6 +20,7 @@ public:
     [[nodiscard]] std::vector<int> selectedRows() const;
 
 signals:
+    void opened(const QModelIndex& index);
     void menuWanted(int row, const QPoint& globalPosition);
 
 protected:

@@ -19,7 +19,7 @@ SyncRulesView::SyncRulesView(SyncRulesScreen& screen, QWidget* parent)
       following_(screen.onChange([this](const ScreenChange& change) { follow(change); })),
       followingEditor_(screen.editor().onChange([this](SyncRuleEditorSheet::Change) { followEditor(); })) {
     setList(table_);
-    connect(table_, &SyncRuleTable::activated, this,
+    connect(table_, &SyncRuleTable::opened, this,
             [this](const QModelIndex& index) { screen_.perform(SyncRuleAction::edit, model_.rowAt(index.row()).id); });
     connect(table_, &SyncRuleTable::menuWanted, this, &SyncRulesView::showMenu);
     showChrome();

@@ -26,7 +26,7 @@ void DownloadsView::connectList() {
     connect(list_, &RowListView::buttonPressed, this, [this](const QModelIndex& row, int action) {
         screen_.perform(static_cast<DownloadAction>(action), screen_.idAt(static_cast<std::size_t>(row.row())));
     });
-    connect(list_, &RowListView::activated, this,
+    connect(list_, &RowListView::opened, this,
             [this](const QModelIndex& row) { screen_.activate(screen_.idAt(static_cast<std::size_t>(row.row()))); });
     connect(list_, &RowListView::menuWanted, this, &DownloadsView::showMenu);
 }

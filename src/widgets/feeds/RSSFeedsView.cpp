@@ -28,8 +28,7 @@ RSSFeedsView::RSSFeedsView(RSSFeedsScreen& screen, QWidget* parent)
 }
 
 void RSSFeedsView::connectList() {
-    connect(list_, &RowListView::activated, this,
-            [this](const QModelIndex& row) { perform(RSSFeedAction::edit, row); });
+    connect(list_, &RowListView::opened, this, [this](const QModelIndex& row) { perform(RSSFeedAction::edit, row); });
     connect(list_, &RowListView::menuWanted, this, &RSSFeedsView::showMenu);
 }
 

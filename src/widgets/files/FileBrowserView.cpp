@@ -39,7 +39,7 @@ void FileBrowserView::connectParts() {
     connect(list_, &RowListView::buttonPressed, this, [this](const QModelIndex& row, int action) {
         screen_.perform(static_cast<FileRowAction>(action), static_cast<std::size_t>(row.row()));
     });
-    connect(list_, &RowListView::activated, this,
+    connect(list_, &RowListView::opened, this,
             [this](const QModelIndex& row) { screen_.activate(model_.idsOf({row})); });
     connect(list_, &RowListView::menuWanted, this, &FileBrowserView::showMenu);
     connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this, &FileBrowserView::takeSelection);

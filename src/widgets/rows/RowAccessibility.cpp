@@ -178,7 +178,7 @@ public:
     void doAction(const QString& name) override {
         if (!isValid()) return;
         view_->setCurrentIndex(index_);
-        if (name == pressAction()) emit view_->activated(index_);
+        if (name == pressAction()) emit view_->opened(index_);
     }
 
 private:

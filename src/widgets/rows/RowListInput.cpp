@@ -86,7 +86,8 @@ RowListView::Press RowListView::pressAt(const Spot& spot) const {
 }
 
 void RowListView::mouseDoubleClickEvent(QMouseEvent* event) {
-    if (spotAt(event->position().toPoint()).button != RowLook::noButton) return mousePressEvent(event);
+    const bool isOnButton = spotAt(event->position().toPoint()).button != RowLook::noButton;
+    if (isOnButton || event->button() != Qt::LeftButton) return mousePressEvent(event);
     QAbstractItemView::mouseDoubleClickEvent(event);
 }
 
@@ -154,6 +155,7 @@ void RowListView::keyPressEvent(QKeyEvent* event) {
     if (presses && focusedButton_ != RowLook::noButton &&
         (event->modifiers() | Qt::KeypadModifier) == Qt::KeypadModifier)
         return pressButton(row, focusedButton_);
+    if ((key == Qt::Key_Return || key == Qt::Key_Enter) && row >= 0) emit opened(currentIndex());
     QAbstractItemView::keyPressEvent(event);
 }
 

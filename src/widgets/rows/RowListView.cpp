@@ -20,6 +20,7 @@ RowListView::RowListView(QWidget* parent) : QAbstractItemView(parent) {
     viewport()->setMouseTracking(true);
     viewport()->setAttribute(Qt::WA_Hover);
     clock_.start();
+    connect(this, &QAbstractItemView::doubleClicked, this, &RowListView::opened);
 }
 
 void RowListView::setModel(QAbstractItemModel* model) {

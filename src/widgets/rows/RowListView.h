@@ -17,7 +17,7 @@ namespace tovri {
 // sight and keeps nothing per row but where it stands, so a hundred thousand rows cost little. Whatever changes, the
 // rows in sight stay where they are, and the selection with them; those that leave their section fade.
 //
-// Return and double click are QAbstractItemView::activated. Tab, or the arrow towards
+// Return and double click open a row, also where the desktop's own views activate at a click. Tab, or the arrow towards
 // the row's end, walks through the buttons of the current row; Space and Return press one.
 class RowListView : public QAbstractItemView {
     Q_OBJECT
@@ -41,6 +41,7 @@ public:
     void pressButton(int row, int button);
 
 signals:
+    void opened(const QModelIndex& index);
     void buttonPressed(const QModelIndex& index, int action);
     void menuWanted(const QPoint& globalPosition);  // for the selected rows
 
