@@ -49,6 +49,10 @@ const Status& statusOf(const Transfer& transfer) {
     return found == std::end(statuses) ? otherStatus : *found;
 }
 
+bool hasText(const std::optional<std::string>& text) {
+    return text && !text->empty();
+}
+
 std::string bytes(const std::optional<ByteCount>& count) {
     return formatByteCount(count.value_or(0));
 }
@@ -84,8 +88,7 @@ std::string_view statusSymbol(const Transfer& transfer) {
 }
 
 std::string transferTitle(const Transfer& transfer) {
-    const std::string name = transfer.name.value_or("");
-    return name.empty() ? "Unknown Transfer" : name;
+    return hasText(transfer.name) ? *transfer.name : "Unknown Transfer";
 }
 
 std::string transferDetail(const Transfer& transfer) {
@@ -96,7 +99,7 @@ std::string transferDetail(const Transfer& transfer) {
         case TransferGroup::seeding:
             return seedingDetail(transfer);
         case TransferGroup::failed:
-            return transfer.errorMessage.value_or("Transfer failed");
+            return hasText(transfer.errorMessage) ? *transfer.errorMessage : "Transfer failed";
         case TransferGroup::completed:
             return fmt::format("{}{}Completed", bytes(transfer.size), dot);
         case TransferGroup::other:

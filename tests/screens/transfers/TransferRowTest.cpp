@@ -63,6 +63,9 @@ TEST(TransferRow, copesWithWhatTheServiceLeavesOutOrMakesUp) {
     EXPECT_EQ(transferDetail(transfer(1, "DOWNLOADING")), "0% · 0 bytes / 0 bytes");
     EXPECT_EQ(transferDetail(transfer(1, "SEEDING")), "0 bytes · Ratio: 0.00 · 0 peers");
     EXPECT_EQ(transferDetail(transfer(1, "ERROR")), "Transfer failed");
+    Transfer silent = transfer(1, "ERROR");
+    silent.errorMessage = "";
+    EXPECT_EQ(transferDetail(silent), "Transfer failed");
     EXPECT_EQ(groupOf(transfer(1, std::nullopt)), TransferGroup::other);
 
     Transfer wild = transfer(1, "DOWNLOADING");
