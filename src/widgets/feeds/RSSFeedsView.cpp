@@ -51,7 +51,8 @@ void RSSFeedsView::perform(RSSFeedAction action, const QModelIndex& row) {
 }
 
 void RSSFeedsView::pressDelete() {
-    perform(RSSFeedAction::remove, list_->currentIndex());
+    const std::vector<int> rows = list_->selectedRows();
+    if (!rows.empty()) perform(RSSFeedAction::remove, model_.index(rows.front()));
 }
 
 void RSSFeedsView::showMenu(const QPoint& globalPosition) {
