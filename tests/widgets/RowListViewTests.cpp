@@ -374,5 +374,17 @@ TEST_F(RowListViewTest, isReadByAScreenReader) {
     EXPECT_EQ(list->child(2)->text(QAccessible::Name), QStringLiteral("Row 3"));
 }
 
+TEST_F(RowListViewTest, forgetsWhatAScreenReaderWasToldOfRowsThatWent) {
+    QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&view);
+    const QAccessible::Id first = QAccessible::uniqueId(list->child(1));
+    for (std::uint64_t i = 0; i < 200; ++i) {
+        remove(1);
+        insert(1, plainRow(2000 + i));
+        ASSERT_EQ(list->child(1)->text(QAccessible::Name), QStringLiteral("Row %1").arg(2000 + i));
+    }
+    EXPECT_EQ(QAccessible::accessibleInterface(first), nullptr);
+    EXPECT_NE(list->child(1), nullptr);
+}
+
 }  // namespace
 }  // namespace tovri

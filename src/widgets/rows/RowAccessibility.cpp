@@ -198,6 +198,7 @@ public:
         auto found = rows_.find(key);
         if (found != rows_.end() && found->second.get()->isValid()) return found->second.get();
         rows_.erase(key);
+        if (rows_.size() > 2 * static_cast<std::size_t>(childCount())) forgetRowsThatWent();
         return rows_.emplace(key, Registered(new RowPart(view_, view_.rows()->index(row)))).first->second.get();
     }
 
@@ -222,6 +223,10 @@ public:
     }
 
 private:
+    void forgetRowsThatWent() const {
+        std::erase_if(rows_, [](const auto& row) { return !row.second.get()->isValid(); });
+    }
+
     [[nodiscard]] int rowOf(const RowKey& key) const {
         for (int row = 0; row < childCount(); ++row)
             if (view_.rows()->keyAt(row) == key) return row;
