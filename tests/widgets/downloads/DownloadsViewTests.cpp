@@ -145,8 +145,10 @@ TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
     EXPECT_FALSE(showsPlaceholder());
     pass(1s);
     EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · 235 bytes/s · 3s left [Pause] [Cancel]");
+    EXPECT_EQ(menu(item), "Pause|Cancel|-|Remove");
     press(item, "Pause");
     EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · Paused 24% [Resume] [Cancel]");
+    EXPECT_EQ(menu(item), "Resume|Cancel|-|Remove");
     EXPECT_EQ(rows(), "[Paused] film");
     press(item, "Resume");
     EXPECT_EQ(rows(), "[Active] film");
@@ -176,6 +178,22 @@ TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
     EXPECT_TRUE(showsPlaceholder());
 }
 
+TEST_F(DownloadsViewTest, aDownloadThatWaitsIsMovedAndCancelled) {
+    enqueue("running");
+    const DownloadPointer low = enqueue("low");
+    enqueue("high");
+    EXPECT_EQ(row(low), "low | Queued · 1 KB [Move to top of queue] [Cancel]");
+    EXPECT_EQ(menu(low), "Move to Top|Move Up|Move Down|-|Cancel|-|Remove");
+    EXPECT_EQ(rows(), "[Active] running [Queued — 2 waiting] high low");
+    press(low, "Move to top of queue");
+    EXPECT_EQ(rows(), "[Active] running [Queued — 2 waiting] low high");
+    choose(low, "Move Down");
+    EXPECT_EQ(rows(), "[Active] running [Queued — 2 waiting] high low");
+    choose(low, "Move Up");
+    press(low, "Cancel");
+    EXPECT_EQ(rows(), "[Active] running [Queued — 1 waiting] high [Finished] low");
+}
+
 TEST_F(DownloadsViewTest, whatFailedWaitsOrWasSkippedSaysSo) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
     world.files.put(World::downloads / "taken", "old");
@@ -187,6 +205,7 @@ TEST_F(DownloadsViewTest, whatFailedWaitsOrWasSkippedSaysSo) {
     world.manager().resolveConflict(ConflictChoice::skip, false);
     pass(100ms);
     EXPECT_EQ(row(taken), "taken | Skipped [Retry] [Remove]");
+    EXPECT_EQ(menu(taken), "Retry|-|Remove");
     EXPECT_EQ(summary(), "");
 
     const std::int64_t file = world.addFile("lost", "content");

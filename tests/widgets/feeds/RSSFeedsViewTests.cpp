@@ -123,6 +123,15 @@ TEST_F(RSSFeedsViewTest, pausesAndDeletesAFeed) {
     ASSERT_TRUE(chooseInMenu(view, 0, "Pause"));
     pass();
     EXPECT_EQ(actions, (std::vector<std::string>{"/rss/resume id=2", "/rss/pause id=1"}));
+    list = R"({"id":1,"title":"Shows"},{"id":2})";
+    ASSERT_TRUE(chooseInMenu(view, 1, "Resume"));
+    pass();
+    EXPECT_EQ(seenRows(view), (QStringList{"Shows", "Untitled"}));
+    EXPECT_EQ(seenMenu(view, 1), (QStringList{"Edit", "Pause", "Delete"}));
+    list = R"({"id":1,"title":"Shows"},{"id":2,"paused":true})";
+    ASSERT_TRUE(chooseInMenu(view, 1, "Pause"));
+    pass();
+    EXPECT_EQ(seenRows(view), (QStringList{"Shows", "Untitled | Paused"}));
 
     pressKeyInRow(view, 1, Qt::Key_Delete);
     EXPECT_TRUE(sheetTexts().contains("Delete “Untitled”?"));

@@ -196,6 +196,15 @@ TEST_F(FileBrowserViewTest, movesRowsThatAreDroppedOnAFolder) {
     EXPECT_TRUE(requestBody("/files/move").find("parent_id=1") != std::string::npos) << requestBody("/files/move");
     EXPECT_TRUE(sheet().starts_with("Something Went Wrong"));
     EXPECT_EQ(requestsTo("/files/move"), 1U);
+    pressButton("OK");
+
+    statuses.clear();
+    ASSERT_TRUE(dragTo(*dragged, placeOf("Films")));
+    drop(*dragged, placeOf("Films"));
+    std::erase_if(folders[0], [](const auto& entry) { return entry.name == "a.mkv" || entry.name == "Music"; });
+    settle();
+    EXPECT_EQ(sheet(), "");
+    EXPECT_EQ(rows(), "Films, b.txt");
 }
 
 TEST_F(FileBrowserViewTest, uploadsLocalFilesThatAreDropped) {
