@@ -198,6 +198,9 @@ TEST_F(RowListViewTest, opensARowByReturnAndDoubleClickAlone) {
     EXPECT_EQ(opened.count(), 1);
     QTest::keyClick(&view, Qt::Key_Return);
     EXPECT_EQ(opened.count(), 2);
+    QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, {}, QStringLiteral("\r"), true);
+    QApplication::sendEvent(&view, &held);
+    EXPECT_EQ(opened.count(), 2);
     view.setStyle(nullptr);
 }
 
@@ -354,6 +357,11 @@ TEST_F(RowListViewTest, isReadByAScreenReader) {
     EXPECT_EQ(list->role(), QAccessible::List);
     EXPECT_EQ(list->childCount(), 62);
     EXPECT_EQ(list->child(0)->role(), QAccessible::Heading);
+    QSignalSpy opened(&view, &RowListView::opened);
+    list->child(0)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(opened.count(), 0);
+    list->child(1)->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+    EXPECT_EQ(opened.count(), 1);
     view.setCurrentIndex(model.index(2));
     QAccessibleInterface* row = list->child(2);
     EXPECT_EQ(row->text(QAccessible::Name), QStringLiteral("Row 2"));

@@ -90,9 +90,10 @@ void SyncRuleTable::mouseDoubleClickEvent(QMouseEvent* event) {
 void SyncRuleTable::keyPressEvent(QKeyEvent* event) {
     isKeyboardUsed_ = true;
     const QModelIndex current = currentIndex();
-    if (event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier && current.isValid())
-        return turn(current.siblingAtColumn(SyncRuleModel::enabled));
+    const bool turns = event->key() == Qt::Key_Space && event->modifiers() == Qt::NoModifier;
     const bool opens = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if ((turns || opens) && event->isAutoRepeat()) return event->accept();  // once, however long it is held
+    if (turns && current.isValid()) return turn(current.siblingAtColumn(SyncRuleModel::enabled));
     if (opens && current.isValid()) emit opened(current);
     QTreeView::keyPressEvent(event);
 }

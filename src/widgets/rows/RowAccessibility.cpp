@@ -155,7 +155,7 @@ public:
     [[nodiscard]] QRect rect() const override { return isValid() ? onScreen(view_->visualRect(index_)) : QRect(); }
 
     [[nodiscard]] QAccessible::Role role() const override {
-        return content().shape == RowShape::header ? QAccessible::Heading : QAccessible::ListItem;
+        return isHeader() ? QAccessible::Heading : QAccessible::ListItem;
     }
 
     [[nodiscard]] QAccessible::State state() const override {
@@ -165,7 +165,7 @@ public:
             return state;
         }
         state.offscreen = !isInSight(view_->visualRect(index_));
-        if (content().shape == RowShape::header) return state;
+        if (isHeader()) return state;
         state.selectable = state.focusable = true;
         state.extSelectable = true;
         state.selected = view_->selectionModel()->isSelected(index_);
@@ -173,15 +173,19 @@ public:
         return state;
     }
 
-    [[nodiscard]] QStringList actionNames() const override { return {pressAction(), setFocusAction()}; }
+    [[nodiscard]] QStringList actionNames() const override {
+        return isHeader() ? QStringList() : QStringList{pressAction(), setFocusAction()};
+    }
 
     void doAction(const QString& name) override {
-        if (!isValid()) return;
+        if (!isValid() || isHeader()) return;
         view_->setCurrentIndex(index_);
         if (name == pressAction()) emit view_->opened(index_);
     }
 
 private:
+    [[nodiscard]] bool isHeader() const { return content().shape == RowShape::header; }
+
     mutable std::vector<Registered> buttons_;  // as asked for
 };
 

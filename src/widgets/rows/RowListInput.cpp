@@ -152,6 +152,7 @@ void RowListView::keyPressEvent(QKeyEvent* event) {
     }
     const int key = event->key();
     const bool presses = key == Qt::Key_Space || key == Qt::Key_Return || key == Qt::Key_Enter;
+    if (presses && event->isAutoRepeat()) return event->accept();  // once, however long it is held
     if (presses && focusedButton_ != RowLook::noButton &&
         (event->modifiers() | Qt::KeypadModifier) == Qt::KeypadModifier)
         return pressButton(row, focusedButton_);
