@@ -34,8 +34,7 @@ Sidebar::Sidebar(ContentScreen& screen, QWidget* parent)
         auto* row = new QListWidgetItem(textOf(title(item)), list_);
         row->setData(SectionPainter::symbolRole, textOf(symbol(item)));
     }
-    connect(list_, &QListWidget::currentRowChanged, this,
-            [this](int row) { screen_.select(row < 0 ? std::nullopt : std::optional(static_cast<SidebarItem>(row))); });
+    connect(list_, &QListWidget::itemSelectionChanged, this, &Sidebar::takeSelection);
     showSelection();
     showBadges();
     uploads_->show(screen_.uploadPanel());
@@ -60,6 +59,12 @@ void Sidebar::showSelection() {
     const QSignalBlocker blocker(list_);
     const std::optional<SidebarItem> item = screen_.selectedItem();
     list_->setCurrentRow(item ? static_cast<int>(*item) : -1);
+}
+
+// Not the current row: that one stays when Ctrl takes the selection away.
+void Sidebar::takeSelection() {
+    const QModelIndexList rows = list_->selectionModel()->selectedRows();
+    screen_.select(rows.isEmpty() ? std::nullopt : std::optional(static_cast<SidebarItem>(rows.constFirst().row())));
 }
 
 void Sidebar::showBadges() {

@@ -21,6 +21,7 @@ public:
 private:
     void follow(ContentScreen::Change change);
     void showSelection();
+    void takeSelection();
     void showBadges();
 
     ContentScreen& screen_;

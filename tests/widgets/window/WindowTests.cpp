@@ -70,6 +70,11 @@ TEST_F(Window, goesThroughItsSectionsByKeyboard) {
     }
     QTest::keyClick(list, Qt::Key_D);
     EXPECT_EQ(window().windowTitle(), "Downloads");
+    QTest::keyClick(list, Qt::Key_Space, Qt::ControlModifier);
+    EXPECT_EQ(window().windowTitle(), "Tovri");
+    EXPECT_TRUE(shows(window(), "Select a section"));
+    QTest::keyClick(list, Qt::Key_Home);
+    EXPECT_EQ(window().windowTitle(), "Files");
 
     EXPECT_FALSE(command("Check for Updates…")->isEnabled());
     EXPECT_FALSE(command("New"));
