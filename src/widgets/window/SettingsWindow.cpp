@@ -142,7 +142,7 @@ QWidget* SettingsWindow::makeClientID() {
     clientIDField_->setPlaceholderText(textOf(SettingsScreen::clientIDPrompt));
     clientIDField_->setAccessibleName(textOf(SettingsScreen::clientIDPrompt));
     clientIDField_->setFixedWidth(SettingsScreen::clientIDFieldWidth);
-    connect(clientIDField_, &QLineEdit::textEdited, this,
+    connect(clientIDField_, &QLineEdit::textChanged, this,
             [this](const QString& text) { screen_.setClientIDText(text.toStdString()); });
     connect(clientIDField_, &QLineEdit::returnPressed, this, [this] { screen_.saveClientID(); });
     auto* save = new QPushButton(textOf(SettingsScreen::saveLabel));

@@ -219,6 +219,7 @@ void SignInView::dress() {
 
 void SignInView::showEvent(QShowEvent* event) {
     QScrollArea::showEvent(event);
+    if (event->spontaneous()) return;  // back from the panel, with what is being typed
     screen_.appear();
     if (screen_.showsClientIDSetup())
         focusClientID();

@@ -24,6 +24,8 @@ TEST_F(SigningIn, leadsFromAnEmptyMachineToTheFiles) {
     type(*clientID, "   ");
     EXPECT_FALSE(button(window(), "Save")->isEnabled());
     type(*clientID, " abc123 ");
+    window().showMinimized();
+    window().showNormal();
     press(window(), "Save");
     EXPECT_EQ(credentials.values.at("clientID"), "abc123");
     EXPECT_FALSE(shows(window(), "put.io OAuth Client ID"));
