@@ -13,11 +13,16 @@ std::string filesText(std::size_t count) {
 
 }  // namespace
 
-DesktopPresence::DesktopPresence(Ports ports, DownloadManager& downloads, DesktopPreferences& preferences)
+DesktopPresence::DesktopPresence(Ports ports, DownloadManager& downloads, FileBrowserState& uploads,
+                                 DesktopPreferences& preferences)
     : ports_(std::move(ports)),
       list_(downloads.downloads()),
+      uploads_(uploads),
       preferences_(preferences),
       followingQueue_(downloads.onChange([this](const QueueChange& change) { follow(change); })),
+      followingUploads_(uploads.onChange([this](FileBrowserState::Field field) {
+          if (field == FileBrowserState::Field::isUploading) lookSoon();
+      })),
       followingPreferences_(preferences.onChange([this] { look(); })) {
     look();
 }
@@ -44,9 +49,10 @@ void DesktopPresence::lookSoon() {
 }
 
 void DesktopPresence::look() {
-    const bool isMoving = list_.count(Status::downloading) > 0 && preferences_.keepsAwake();
-    if (isMoving && !awake_.isActive()) awake_ = ports_.inhibitor.keepAwake("Downloading files");
-    if (!isMoving) awake_.reset();
+    const bool isMoving = list_.count(Status::downloading) > 0 || uploads_.isUploading();
+    const bool isWanted = isMoving && preferences_.keepsAwake();
+    if (isWanted && !awake_.isActive()) awake_ = ports_.inhibitor.keepAwake("Transferring files");
+    if (!isWanted) awake_.reset();
 
     const std::size_t toDo =
         list_.count({Status::queued, Status::downloading, Status::awaitingConflict, Status::deleting});

@@ -9,12 +9,13 @@
 #include "platform/MainLoop.h"
 #include "platform/SleepInhibitor.h"
 #include "platform/UserNotifications.h"
+#include "screens/files/FileBrowserState.h"
 #include "settings/DesktopPreferences.h"
 
 namespace tovri {
 
-// What the desktop notices of the downloads while nobody looks at them: the machine stays awake while bytes move, and
-// one notification says that the queue has drained, another that something has failed on the way. Both as the user's
+// What the desktop notices while nobody looks: the machine stays awake while bytes move, down or up, and one
+// notification says that the queue has drained, another that something has failed on the way. Both as the user's
 // preferences have it.
 class DesktopPresence {
 public:
@@ -26,7 +27,8 @@ public:
     };
 
     // All outlive the presence.
-    DesktopPresence(Ports ports, DownloadManager& downloads, DesktopPreferences& preferences);
+    DesktopPresence(Ports ports, DownloadManager& downloads, FileBrowserState& uploads,
+                    DesktopPreferences& preferences);
 
 private:
     void follow(const QueueChange& change);
@@ -38,6 +40,7 @@ private:
 
     Ports ports_;
     const DownloadList& list_;
+    const FileBrowserState& uploads_;
     DesktopPreferences& preferences_;
 
     // Since the queue last had nothing to do.
@@ -50,6 +53,7 @@ private:
     Subscription awake_;
     Subscription looking_;
     Subscription followingQueue_;
+    Subscription followingUploads_;
     Subscription followingPreferences_;
 };
 

@@ -10,10 +10,12 @@ class CountingInhibitor final : public SleepInhibitor {
 public:
     Subscription keepAwake(const std::string& /*reason*/) override {
         ++held;
+        ++asked;
         return Subscription([this] { --held; });
     }
 
     int held = 0;
+    int asked = 0;
 };
 
 class RecordingNotifications final : public UserNotifications {
@@ -30,8 +32,9 @@ public:
     RecordingNotifications notifications;
     bool isInFront = false;
     DesktopPreferences preferences{world.defaults};
+    FileBrowserState uploads{world.platform()};
     DesktopPresence presence{
-        {world.loop, inhibitor, notifications, [this] { return isInFront; }}, world.manager(), preferences};
+        {world.loop, inhibitor, notifications, [this] { return isInFront; }}, world.manager(), uploads, preferences};
 };
 
 TEST_F(DesktopPresenceTest, staysAwakeWhileBytesMoveAndTellsTheEndOnce) {
@@ -44,6 +47,15 @@ TEST_F(DesktopPresenceTest, staysAwakeWhileBytesMoveAndTellsTheEndOnce) {
     EXPECT_EQ(inhibitor.held, 0);
     world.settle();
     EXPECT_EQ(notifications.shown, (std::vector<std::string>{"Downloads are done: 2 files have arrived."}));
+}
+
+TEST_F(DesktopPresenceTest, staysAwakeForUploadsToo) {
+    uploads.configure(world.api());
+    uploads.uploadFiles({"/home/user/a.mkv"}, 0);
+    world.settle();
+    EXPECT_EQ(inhibitor.asked, 1);
+    EXPECT_EQ(inhibitor.held, 0);
+    EXPECT_TRUE(notifications.shown.empty());
 }
 
 TEST_F(DesktopPresenceTest, tellsTheFirstFailureAtOnceAndAllAtTheEnd) {

@@ -1,5 +1,6 @@
 #include "widgets/window/Desktop.h"
 
+#include <QApplication>
 #include <QPushButton>
 
 #include "screens/window/ClosingQuestion.h"
@@ -31,8 +32,8 @@ Desktop::Desktop(Surroundings surroundings, std::function<void()> ended)
       window_({content_, signIn_, surroundings_.app.updater()}, [this](SidebarItem item) { return makeSection(item); }),
       settings_(settingsScreen_),
       presence_({surroundings_.platform.loop, surroundings_.inhibitor, surroundings_.notifications,
-                 [this] { return window_.isActiveWindow() || settings_.isActiveWindow(); }},
-                surroundings_.app.downloadManager(), preferences_),
+                 [] { return QApplication::activeWindow() != nullptr; }},
+                surroundings_.app.downloadManager(), surroundings_.app.fileBrowserState(), preferences_),
       ending_(surroundings_.app, surroundings_.platform.loop) {
     connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
     connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);
