@@ -1,7 +1,9 @@
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QMessageBox>
 #include <QSocketNotifier>
 #include <QTextStream>
+#include <QThread>
 #include <QTimer>
 #include <csignal>
 #include <memory>
@@ -62,11 +64,12 @@ std::optional<std::string> environment(const char* name) {
 // The adapters of this machine and, once it is known who is signed in, the application on top of them.
 class Program {
 public:
-    Program(XDGFolders folders, ServiceHosts hosts) : folders_(std::move(folders)), hosts_(std::move(hosts)) {}
+    Program(SingleInstance& instance, XDGFolders folders, ServiceHosts hosts)
+        : instance_(instance), folders_(std::move(folders)), hosts_(std::move(hosts)) {}
 
-    int run(SingleInstance& instance, const QString& address) {
+    int run(const QString& address) {
         if (!address.isEmpty()) receive(address);
-        instance.listen([this](const QString& called) { receive(called); });
+        instance_.listen([this](const QString& called) { receive(called); });
         const QSocketNotifier ending(signals_.descriptor(), QSocketNotifier::Read);
         QObject::connect(&ending, &QSocketNotifier::activated, qApp, [this] { quit(); });
         QTimer::singleShot(keyringPatience, qApp, [this] { showWaiting(); });
@@ -105,7 +108,8 @@ private:
             Qt::DirectConnection);
         desktop_.emplace(Desktop::Surroundings{*app_, platform_, defaults_, workspace_, collation_, inhibitor_,
                                                notifications_, hosts_, TrayIcon::isAvailable},
-                         [] { QCoreApplication::quit(); });
+                         [] { end(); });
+        QObject::connect(&*desktop_, &Desktop::ending, qApp, [this] { instance_.close(); });
         if (waiting_) desktop_->window().setGeometry(waiting_->geometry());
         desktop_->open();
         waiting_.reset();
@@ -128,9 +132,14 @@ private:
 
     void quit() {
         if (desktop_) return desktop_->quit();
-        QCoreApplication::quit();
+        instance_.close();
+        end();
     }
 
+    // Qt's own quit() would ask every window that is open, and a sheet that wants an answer refuses.
+    static void end() { QCoreApplication::exit(); }
+
+    SingleInstance& instance_;
     XDGFolders folders_;
     ServiceHosts hosts_;
     std::optional<std::string> token_ = EnvironmentCredentialStore::tokenOfEnvironment();
@@ -184,11 +193,19 @@ bool answeredWithoutWindow(int count, char** arguments) {
     return false;
 }
 
-// Another program has the downloads in hand: a window of ours that comes forward, or one that cannot be reached.
-int callHolder(const SingleInstance& instance, const QString& address, const Error& inUse) {
-    if (instance.call(address)) return success;
-    QMessageBox::warning(nullptr, QStringLiteral("Tovri"), QString::fromStdString(inUse.description));
-    return failed;
+// None when another program has the downloads in hand and has taken the call: its window comes forward. One that cannot
+// be reached may be just coming, or going; it fails when that has not changed for a while.
+Result<std::optional<DataFolderLock>> lockOrCall(const std::filesystem::path& folder, const SingleInstance& instance,
+                                                 const QString& address) {
+    constexpr std::chrono::seconds patience{3};
+    const QDeadlineTimer end(patience);
+    while (true) {
+        Result<DataFolderLock> lock = DataFolderLock::acquire(folder, "tovri");
+        if (lock) return std::optional(std::move(*lock));
+        if (instance.call(address)) return std::nullopt;
+        if (end.hasExpired()) return failure(lock);
+        QThread::msleep(50);
+    }
 }
 
 int runProgram() {
@@ -203,10 +220,14 @@ int runProgram() {
 
     const XDGFolders folders = XDGFolders::fromEnvironment();
     SingleInstance instance(folders.standard.applicationData);
-    const Result<DataFolderLock> lock = DataFolderLock::acquire(folders.standard.applicationData, "tovri");
-    if (!lock) return callHolder(instance, address, lock.error());
-    Program program(folders, *hosts);
-    return program.run(instance, address);
+    const auto lock = lockOrCall(folders.standard.applicationData, instance, address);
+    if (!lock) {
+        QMessageBox::warning(nullptr, QStringLiteral("Tovri"), QString::fromStdString(lock.error().description));
+        return failed;
+    }
+    if (!*lock) return success;
+    Program program(instance, folders, *hosts);
+    return program.run(address);
 }
 
 }  // namespace

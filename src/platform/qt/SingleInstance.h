@@ -23,6 +23,9 @@ public:
     // Listens from now on. For the holder of the folder's lock alone: what an earlier process left behind makes way.
     void listen(Called called);
 
+    // Nobody reaches this program any more, which is about to leave the folder.
+    void close() { server_.close(); }
+
 private:
     void answer();
 

@@ -118,6 +118,7 @@ void Desktop::hideWindows() {
 
 void Desktop::quit() {
     if (ending_.hasBegun()) return;
+    emit ending();
     hideWindows();
     if (tray_) tray_->hide();
     ending_.begin(ended_);

@@ -59,6 +59,9 @@ public:
     // The window goes at once, the process when its downloads have come to rest.
     void quit();
 
+signals:
+    void ending();  // nothing that is received counts any more
+
 private:
     SectionView* makeSection(SidebarItem item);
     void showTray();

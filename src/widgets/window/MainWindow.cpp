@@ -175,12 +175,13 @@ void MainWindow::focusRows() {
 // The sheet belongs to the window: it comes and goes with it.
 void MainWindow::showConflict() {
     const std::optional<ConflictSheet>& sheet = screens_.content.conflictSheet();
-    if (conflict_ && sheet && conflict_->conflict() == sheet->id) return conflict_->update(*sheet);
+    const bool isWanted = sheet && isVisible();
+    if (conflict_ && isWanted && conflict_->conflict() == sheet->id) return conflict_->update(*sheet);
     if (conflict_) {
         conflict_->hide();
         std::exchange(conflict_, nullptr)->deleteLater();
     }
-    if (!sheet || !isVisible()) return;
+    if (!isWanted) return;
     conflict_ = new ConflictDialog(screens_.content, this);
     conflict_->show();
 }
@@ -197,6 +198,11 @@ void MainWindow::bringForward() {
 void MainWindow::showEvent(QShowEvent* event) {
     QMainWindow::showEvent(event);
     showConflict();
+}
+
+void MainWindow::hideEvent(QHideEvent* event) {
+    QMainWindow::hideEvent(event);
+    if (!event->spontaneous()) showConflict();
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

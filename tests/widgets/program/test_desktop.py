@@ -84,6 +84,29 @@ class FirstDay(DesktopTest):
         self.assertEqual(self.terminate()[0], 0)
 
 
+class Ending(DesktopTest):
+    def test_an_open_question_does_not_hold_it_up_and_the_next_start_waits_for_it(self):
+        (self.home / "account.json").write_text(json.dumps(ACCOUNT))
+        self.account = ("--account", str(self.home / "account.json"))
+        self.serve()
+        self.run_cli("config", "conflictBehavior", "ask")
+        self.downloads.mkdir()
+        (self.downloads / "film.mkv").write_text("another one")
+        self.open()
+        self.wait_for("list", "Files")
+        self.focus("Files")
+        self.type("film")
+        self.choose_from_menu("Download")
+        self.wait_for("dialog", "File Already Exists")
+        before = self.program
+        before.terminate()
+        self.start_program()
+        self.assertEqual(before.wait(timeout=20), 0)
+        self.wait_for("dialog", "File Already Exists")
+        self.assertIsNone(self.program.poll())
+        self.assertEqual(self.terminate()[0], 0)
+
+
 class LateKeyring(DesktopTest):
     account = ("--demo",)
 

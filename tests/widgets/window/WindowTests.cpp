@@ -151,6 +151,12 @@ TEST_F(Window, theSheetComesBackWithTheWindow) {
     app->downloadManager().cancel(item);
     settle();
     EXPECT_FALSE(sheet());
+
+    conflicting(2, "taken");
+    settle(5s);
+    ASSERT_TRUE(sheet());
+    desktop->quit();
+    EXPECT_FALSE(sheet());
 }
 
 TEST_F(Window, leavesItsDownloadsToTheTray) {
