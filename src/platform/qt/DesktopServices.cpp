@@ -2,16 +2,24 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCall>
-#include <QDBusReply>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QDBusUnixFileDescriptor>
 #include <QVariantMap>
-#include <memory>
 
 namespace tovri {
 namespace {
 
-constexpr int patience = 1000;  // ms, for an answer that is needed to go on
+// Hands over the first value of the answer, if one comes; nobody waits for it.
+template <class Value, class Use>
+void ask(const QDBusConnection& bus, const QDBusMessage& request, Use use) {
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(request));
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished, answer, [answer, use = std::move(use)] {
+        const QDBusPendingReply<Value> reply = *answer;
+        if (reply.isValid()) use(reply.value());
+        answer->deleteLater();
+    });
+}
 
 }  // namespace
 
@@ -21,20 +29,22 @@ Subscription SessionSleepInhibitor::keepAwake(const std::string& reason) {
                                                   "org.freedesktop.login1.Manager", "Inhibit");
     request << QStringLiteral("sleep:idle") << QStringLiteral("Tovri") << QString::fromStdString(reason)
             << QStringLiteral("block");
-    const QDBusReply<QDBusUnixFileDescriptor> lock = QDBusConnection::systemBus().call(request, QDBus::Block, patience);
-    if (!lock.isValid()) return {};
-    return Subscription([held = std::make_shared<QDBusUnixFileDescriptor>(lock.value())] {});
+    auto held = std::make_shared<QDBusUnixFileDescriptor>();
+    ask<QDBusUnixFileDescriptor>(QDBusConnection::systemBus(), request,
+                                 [awaited = std::weak_ptr(held)](const QDBusUnixFileDescriptor& lock) {
+                                     if (const auto stillHeld = awaited.lock()) *stillHeld = lock;
+                                 });
+    return Subscription([held = std::move(held)] {});
 }
 
 void SessionNotifications::show(const std::string& title, const std::string& text) {
     auto request = QDBusMessage::createMethodCall("org.freedesktop.Notifications", "/org/freedesktop/Notifications",
                                                   "org.freedesktop.Notifications", "Notify");
     constexpr int serversOwnTime = -1;
-    request << QStringLiteral("Tovri") << shown_ << QStringLiteral("tovri") << QString::fromStdString(title)
+    request << QStringLiteral("Tovri") << *shown_ << QStringLiteral("tovri") << QString::fromStdString(title)
             << QString::fromStdString(text).toHtmlEscaped() << QStringList()
             << QVariantMap{{QStringLiteral("desktop-entry"), QStringLiteral("tovri")}} << serversOwnTime;
-    const QDBusReply<uint> number = QDBusConnection::sessionBus().call(request, QDBus::Block, patience);
-    if (number.isValid()) shown_ = number.value();
+    ask<uint>(QDBusConnection::sessionBus(), request, [shown = shown_](uint number) { *shown = number; });
 }
 
 }  // namespace tovri

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "platform/SleepInhibitor.h"
 #include "platform/UserNotifications.h"
@@ -20,7 +21,8 @@ public:
     void show(const std::string& title, const std::string& text) override;
 
 private:
-    std::uint32_t shown_ = 0;  // by the server's number; 0: none
+    // By the server's number; 0: none. Its answer may come when this is gone.
+    std::shared_ptr<std::uint32_t> shown_ = std::make_shared<std::uint32_t>(0);
 };
 
 }  // namespace tovri

@@ -3,7 +3,7 @@ import signal
 import subprocess
 import unittest
 
-from desktop import DesktopTest, Keyring, State, shown_below
+from desktop import DesktopServices, DesktopTest, Keyring, State, shown_below
 from support import SANDBOX, tree_of
 
 ACCOUNT = {
@@ -84,19 +84,24 @@ class FirstDay(DesktopTest):
         self.assertEqual(self.terminate()[0], 0)
 
 
-class Ending(DesktopTest):
-    def test_an_open_question_does_not_hold_it_up_and_the_next_start_waits_for_it(self):
+class FilmTest(DesktopTest):
+    def download_film(self, *faults):
         (self.home / "account.json").write_text(json.dumps(ACCOUNT))
-        self.account = ("--account", str(self.home / "account.json"))
-        self.serve()
-        self.run_cli("config", "conflictBehavior", "ask")
-        self.downloads.mkdir()
-        (self.downloads / "film.mkv").write_text("another one")
+        self.serve("--account", str(self.home / "account.json"))
+        self.sandbox.fault(*(f"storage:film.mkv:{fault}" for fault in faults))
         self.open()
         self.wait_for("list", "Files")
         self.focus("Files")
         self.type("film")
         self.choose_from_menu("Download")
+
+
+class Ending(FilmTest):
+    def test_an_open_question_does_not_hold_it_up_and_the_next_start_waits_for_it(self):
+        self.run_cli("config", "conflictBehavior", "ask")
+        self.downloads.mkdir()
+        (self.downloads / "film.mkv").write_text("another one")
+        self.download_film()
         self.wait_for("dialog", "File Already Exists")
         before = self.program
         before.terminate()
@@ -104,6 +109,21 @@ class Ending(DesktopTest):
         self.assertEqual(before.wait(timeout=20), 0)
         self.wait_for("dialog", "File Already Exists")
         self.assertIsNone(self.program.poll())
+        self.assertEqual(self.terminate()[0], 0)
+
+
+class Presence(FilmTest):
+    def test_the_machine_stays_awake_and_whoever_looks_elsewhere_is_told(self):
+        services = DesktopServices()
+        self.addCleanup(services.stop)
+        self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = self.environment["DBUS_SESSION_BUS_ADDRESS"]
+        self.download_film("rate=1MiB")
+        self.wait_until(services.is_held, "the lock")
+        self.keys("ctrl+w")
+        self.wait_for("push button", "Keep Running").press()
+        self.wait_until(services.notifications, "the notification")
+        self.assertEqual(services.notifications(), [("Downloads are done", "1 file has arrived.")])
+        self.assertFalse(services.is_held())
         self.assertEqual(self.terminate()[0], 0)
 
 
