@@ -33,7 +33,8 @@ void DesktopPresence::follow(const QueueChange& change) {
         const Download& item = *change.item;
         if (item.status == Status::completed && change.previous != Status::deleting) ++arrived_;
         if (item.status == Status::failed || item.status == Status::remoteDeleteFailed) {
-            if (failed_++ == 0) firstFailure_ = "“" + item.fileName + "”: " + item.error.value_or("Download failed");
+            ++failed_;
+            if (failure_.empty()) failure_ = "“" + item.fileName + "”: " + item.error.value_or("Download failed");
         }
     }
     lookSoon();
@@ -65,14 +66,17 @@ void DesktopPresence::look() {
 }
 
 void DesktopPresence::tellFailure() {
-    if (failed_ == 0 || std::exchange(hasToldFailure_, true)) return;
-    notify("A download has failed", firstFailure_);
+    const std::string failure = std::exchange(failure_, {});
+    if (failure.empty() || hasToldFailure_ || ports_.isWindowInFront()) return;
+    hasToldFailure_ = true;
+    notify("A download has failed", failure);
 }
 
 void DesktopPresence::tellEnd() {
     const std::size_t arrived = std::exchange(arrived_, 0);
     const std::size_t failed = std::exchange(failed_, 0);
     hasToldFailure_ = false;
+    failure_.clear();
     if (arrived + failed == 0) return;  // cancelled, skipped or paused: the user's own doing
     std::string text = filesText(arrived) + (arrived == 1 ? " has arrived" : " have arrived");
     if (failed > 0) text += ", " + filesText(failed) + " failed";

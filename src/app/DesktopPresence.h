@@ -47,8 +47,8 @@ private:
     bool hasWork_ = false;
     std::size_t arrived_ = 0;
     std::size_t failed_ = 0;
-    std::string firstFailure_;  // not told yet
     bool hasToldFailure_ = false;
+    std::string failure_;  // the first since the last look
 
     Subscription awake_;
     Subscription looking_;

@@ -73,6 +73,21 @@ TEST_F(DesktopPresenceTest, tellsTheFirstFailureAtOnceAndAllAtTheEnd) {
     EXPECT_EQ(notifications.shown[1], "Downloads are done: 1 file has arrived, 2 files failed.");
 }
 
+TEST_F(DesktopPresenceTest, tellsAFailureAfterThoseThatWereSeen) {
+    const std::int64_t slow = world.addFile("slow.mkv", std::string(1000, 'x'));
+    world.link(slow).rate = 10;
+    world.enqueue(slow);
+    for (const char* name : {"seen.mkv", "missed.mkv"}) {
+        const std::int64_t broken = world.addFile(name, "abc");
+        world.refusals[broken] = 1000;
+        isInFront = std::string_view(name) == "seen.mkv";
+        ASSERT_TRUE(world.runUntil(world.enqueue(broken), Download::Status::failed));
+        world.loop.advance(std::chrono::milliseconds(1));
+    }
+    ASSERT_EQ(notifications.shown.size(), 1U);
+    EXPECT_TRUE(notifications.shown[0].starts_with("A download has failed: “missed.mkv”: ")) << notifications.shown[0];
+}
+
 TEST_F(DesktopPresenceTest, saysNothingToWhoeverLooksOrWantsNoWord) {
     isInFront = true;
     world.enqueue(world.addFile("a.mkv", "abc"));
