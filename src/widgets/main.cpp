@@ -70,8 +70,11 @@ public:
     int run(const QString& address) {
         if (!address.isEmpty()) receive(address);
         instance_.listen([this](const QString& called) { receive(called); });
-        const QSocketNotifier ending(signals_.descriptor(), QSocketNotifier::Read);
-        QObject::connect(&ending, &QSocketNotifier::activated, qApp, [this] { quit(); });
+        QSocketNotifier ending(signals_.descriptor(), QSocketNotifier::Read);
+        QObject::connect(&ending, &QSocketNotifier::activated, qApp, [this, &ending] {
+            ending.setEnabled(false);  // or it would be activated again and again
+            quit();
+        });
         QTimer::singleShot(keyringPatience, qApp, [this] { showWaiting(); });
         return QApplication::exec();
     }
