@@ -181,9 +181,11 @@ class Keyboard(DesktopTest):
         return next((s.name for s in self.shown() if s.has(State.ACTIVE)), None)
 
     def controls(self):
-        """Of the window, what can have the keyboard focus now; rows have it as a part of their list."""
+        """Of the window, what can have the keyboard focus now; rows have it as a part of their list, and of the tabs
+        the selected one has it."""
         return {(s.role, s.name) for s in shown_below(next(s for s in self.shown() if s.has(State.ACTIVE)).node)
-                if s.has(State.FOCUSABLE) and s.has(State.SENSITIVE) and s.role != "list item"}
+                if s.has(State.FOCUSABLE) and s.has(State.SENSITIVE) and s.role != "list item"
+                and (s.role != "page tab" or s.has(State.SELECTED))}
 
     def reached(self, steps):
         reached = set()
