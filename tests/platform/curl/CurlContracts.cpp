@@ -7,10 +7,10 @@
 #include "platform/TransferSessionContract.h"
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/CurlTransferSession.h"
-#include "support/HandRunLoop.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/FaultSettings.h"
 #include "sandbox/Sandbox.h"
+#include "support/HandRunLoop.h"
 #include "support/SeededRandom.h"
 #include "support/TemporaryFolder.h"
 

@@ -7,9 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "platform/curl/CurlHTTPSession.h"
-#include "support/HandRunLoop.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
+#include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
 namespace tovri::test {
