@@ -98,7 +98,8 @@ void dismiss(QPointer<Sheet>& sheet) {
     gone->deleteLater();
 }
 
-ErrorLine::ErrorLine(QWidget* parent) : QWidget(parent), symbol_(new QLabel), text_(makeText()) {
+ErrorLine::ErrorLine(QFont (*textFont)(const QFont& base), QWidget* parent)
+    : QWidget(parent), textFont_(textFont), symbol_(new QLabel), text_(makeText()) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(0, 0, 0, 0);
     line->setSpacing(measures::gap);
@@ -116,7 +117,7 @@ void ErrorLine::show(const QString& text) {
 void ErrorLine::dress() {
     const QSize size(measures::smallSymbol, measures::smallSymbol);
     symbol_->setPixmap(symbolIcon("exclamationmark.triangle", Tint::failure).pixmap(size, devicePixelRatioF()));
-    text_->setFont(captionFont(font()));
+    text_->setFont(textFont_(font()));
     setTint(*text_, Tint::failure);
 }
 

@@ -3,6 +3,7 @@
 #include <QDialog>
 #include <QPointer>
 
+#include "widgets/theme/Fonts.h"
 #include "widgets/theme/Style.h"
 
 class QDialogButtonBox;
@@ -56,7 +57,8 @@ class ErrorLine final : public QWidget {
     Q_OBJECT
 
 public:
-    explicit ErrorLine(QWidget* parent = nullptr);
+    // `textFont` makes the text's font of the widget's.
+    explicit ErrorLine(QFont (*textFont)(const QFont& base) = captionFont, QWidget* parent = nullptr);
 
     void show(const QString& text);  // empty: nothing
 
@@ -66,6 +68,7 @@ protected:
 private:
     void dress();
 
+    QFont (*textFont_)(const QFont& base);
     QLabel* symbol_;
     QLabel* text_;
 };

@@ -16,6 +16,10 @@ QFont captionFont(const QFont& base) {
     return scaled(base, 0.85);
 }
 
+QFont calloutFont(const QFont& base) {
+    return scaled(base, 0.92);
+}
+
 QFont titleFont(QFont base) {
     base.setWeight(QFont::Medium);
     return base;

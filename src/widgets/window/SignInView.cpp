@@ -59,7 +59,7 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
       name_(new QLabel(SignInScreen::name)),
       tagline_(new QLabel(SignInScreen::tagline)),
       change_(new LinkButton(SignInScreen::changeClientIDLabel)),
-      error_(new ErrorLine),
+      error_(new ErrorLine(calloutFont)),
       following_(screen.onChange([this] { update(); })) {
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
@@ -197,7 +197,7 @@ void SignInView::update() {
 void SignInView::showError() {
     const QString text = textOf(screen_.error().value_or(""));
     const int wanted =
-        QFontMetrics(captionFont(font())).horizontalAdvance(text) + measures::smallSymbol + measures::spacing;
+        QFontMetrics(calloutFont(font())).horizontalAdvance(text) + measures::smallSymbol + measures::spacing;
     error_->setFixedWidth(std::min(wanted, blockWidth));
     error_->show(text);
 }
