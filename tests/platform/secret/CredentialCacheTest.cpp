@@ -41,32 +41,32 @@ const std::vector<std::string> accounts = {"accessToken", "clientID"};
 class CredentialCacheTest : public testing::Test {
 public:
     CredentialCache::Open opensAtOnce() {
-        return [this](const std::stop_token&) { return std::make_unique<SlowStore>(kept_); };
+        return [this](const std::stop_token&) { return std::make_unique<SlowStore>(kept); };
     }
 
     CredentialCache::Open opensWhenTold(std::shared_future<void> told) {
         return [this, told = std::move(told)](const std::stop_token&) {
             told.wait();
-            return std::make_unique<SlowStore>(kept_);
+            return std::make_unique<SlowStore>(kept);
         };
     }
 
     void waitUntilReady() {
-        ASSERT_TRUE(loop_.waitForPost());
-        loop_.runPosted();
-        EXPECT_TRUE(isReady_);
+        ASSERT_TRUE(loop.waitForPost());
+        loop.runPosted();
+        EXPECT_TRUE(isReady);
     }
 
-    HandRunLoop loop_;
-    MemoryCredentialStore kept_;
-    bool isReady_ = false;
-    std::function<void()> ready_ = [this] { isReady_ = true; };
+    HandRunLoop loop;
+    MemoryCredentialStore kept;
+    bool isReady = false;
+    std::function<void()> ready = [this] { isReady = true; };
 };
 
 TEST_F(CredentialCacheTest, handsOutWhatWasKeptAndKeepsWhatChangesInItsOrder) {
-    kept_.values = {{"accessToken", "OLD"}, {"clientID", "123"}};
+    kept.values = {{"accessToken", "OLD"}, {"clientID", "123"}};
     {
-        CredentialCache cache(loop_, opensAtOnce(), accounts, ready_);
+        CredentialCache cache(loop, opensAtOnce(), accounts, ready);
         waitUntilReady();
         EXPECT_EQ(cache.load("accessToken"), "OLD");
         EXPECT_EQ(cache.load("clientID"), "123");
@@ -77,42 +77,42 @@ TEST_F(CredentialCacheTest, handsOutWhatWasKeptAndKeepsWhatChangesInItsOrder) {
         EXPECT_EQ(cache.load("accessToken"), "LAST");
         EXPECT_EQ(cache.load("clientID"), std::nullopt);
     }
-    EXPECT_EQ(kept_.values, (std::map<std::string, std::string>{{"accessToken", "LAST"}}));
+    EXPECT_EQ(kept.values, (std::map<std::string, std::string>{{"accessToken", "LAST"}}));
 }
 
 TEST_F(CredentialCacheTest, neitherWaitsForAStoreThatIsLateNorTakesItsWordForWhatChangedMeanwhile) {
-    kept_.values = {{"accessToken", "OLD"}, {"clientID", "OLD"}};
+    kept.values = {{"accessToken", "OLD"}, {"clientID", "OLD"}};
     std::promise<void> open;
     {
-        CredentialCache cache(loop_, opensWhenTold(open.get_future().share()), accounts, ready_);
+        CredentialCache cache(loop, opensWhenTold(open.get_future().share()), accounts, ready);
         EXPECT_EQ(cache.load("accessToken"), std::nullopt);
         cache.save("accessToken", "NEW");
         cache.remove("clientID");
-        EXPECT_FALSE(isReady_);
+        EXPECT_FALSE(isReady);
         open.set_value();
         waitUntilReady();
         EXPECT_EQ(cache.load("accessToken"), "NEW");
         EXPECT_EQ(cache.load("clientID"), std::nullopt);
     }
-    EXPECT_EQ(kept_.values, (std::map<std::string, std::string>{{"accessToken", "NEW"}}));
+    EXPECT_EQ(kept.values, (std::map<std::string, std::string>{{"accessToken", "NEW"}}));
 }
 
 TEST_F(CredentialCacheTest, canBeHurriedAndLeftWhileSomebodyIsAskedForAPassword) {
     const auto waitsForSomebody = [this](const std::stop_token& stop) {
         while (!stop.stop_requested()) std::this_thread::yield();
-        return std::make_unique<SlowStore>(kept_);
+        return std::make_unique<SlowStore>(kept);
     };
     {
-        CredentialCache cache(loop_, waitsForSomebody, accounts, ready_);
+        CredentialCache cache(loop, waitsForSomebody, accounts, ready);
         cache.hurry();
         waitUntilReady();
     }
-    isReady_ = false;
+    isReady = false;
     {
-        const CredentialCache cache(loop_, waitsForSomebody, accounts, ready_);
+        const CredentialCache cache(loop, waitsForSomebody, accounts, ready);
     }
-    loop_.runPosted();
-    EXPECT_FALSE(isReady_);
+    loop.runPosted();
+    EXPECT_FALSE(isReady);
 }
 
 }  // namespace
