@@ -7,8 +7,8 @@ namespace tovri {
 // All derive from `base`, the font of the widget that they are for.
 [[nodiscard]] QFont captionFont(const QFont& base);
 [[nodiscard]] QFont calloutFont(const QFont& base);  // between a caption and the text itself
-[[nodiscard]] QFont titleFont(QFont base);     // of rows
-[[nodiscard]] QFont semiboldFont(QFont base);  // what is emphasised
+[[nodiscard]] QFont titleFont(QFont base);           // of rows
+[[nodiscard]] QFont semiboldFont(QFont base);        // what is emphasised
 [[nodiscard]] QFont sectionHeaderFont(const QFont& base);
 [[nodiscard]] QFont placeholderTitleFont(const QFont& base);
 [[nodiscard]] QFont signInNameFont(QFont base);
