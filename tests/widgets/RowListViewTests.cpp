@@ -1,4 +1,5 @@
 #include <QAccessible>
+#include <QContextMenuEvent>
 #include <QElapsedTimer>
 #include <QPainter>
 #include <QProxyStyle>
@@ -91,6 +92,23 @@ struct RowListViewTest : testing::Test {
     RowModel model{source};
     RowListView view;
 };
+
+TEST_F(RowListViewTest, theMenuKeyIsForWhatIsSelectedAlsoWithoutACurrentRow) {
+    const QSignalSpy wanted(&view, &RowListView::menuWanted);
+    const auto pressMenuKey = [this] {
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, view.viewport()->rect().bottomLeft());
+        QCoreApplication::sendEvent(view.viewport(), &event);
+    };
+    view.selectAll();
+    view.selectionModel()->clearCurrentIndex();
+    pressMenuKey();
+    ASSERT_EQ(wanted.count(), 1);
+    const QPoint place = view.viewport()->mapFromGlobal(wanted.front().front().toPoint());
+    EXPECT_TRUE(view.visualRect(model.index(1)).contains(place));
+    view.clearSelection();
+    pressMenuKey();
+    EXPECT_EQ(wanted.count(), 1);
+}
 
 TEST_F(RowListViewTest, staysWhereItIsWhenRowsAboveComeAndGo) {
     view.verticalScrollBar()->setValue(900);

@@ -92,14 +92,15 @@ void RowListView::mouseDoubleClickEvent(QMouseEvent* event) {
 }
 
 void RowListView::contextMenuEvent(QContextMenuEvent* event) {
-    QPoint position = event->globalPos();
-    if (event->reason() == QContextMenuEvent::Keyboard && currentIndex().isValid()) {
-        scrollTo(currentIndex());
-        position = viewport()->mapToGlobal(visualRect(currentIndex()).center());
-    } else if (!indexAt(event->pos()).isValid()) {
+    const auto selected = selectedRows();
+    if (selected.empty()) return;
+    if (event->reason() != QContextMenuEvent::Keyboard) {
+        if (indexAt(event->pos()).isValid()) emit menuWanted(event->globalPos());
         return;
     }
-    if (!selectedRows().empty()) emit menuWanted(position);
+    const QModelIndex row = currentIndex().isValid() ? currentIndex() : rows_->index(selected.front());
+    scrollTo(row);
+    emit menuWanted(viewport()->mapToGlobal(visualRect(row).center()));
 }
 
 // --- Keyboard ---
