@@ -27,7 +27,6 @@ std::string withAdvice(const Error& error) {
         return "Not signed in, or put.io does not accept the access token. Sign in with: tovri-cli login";
     if (error.code == ErrorCase::noClientID)
         return "No client ID is configured. Give yours with: tovri-cli login --client-id ID";
-    if (error.code == ErrorCase::transport) return error.description + " Check the connection and try again.";
     if (error.code == ErrorCase::decoding) return "put.io's answer cannot be understood: " + error.description;
     return error.description;
 }

@@ -83,7 +83,7 @@ class Failures(ProgramTest):
             closed.bind(("127.0.0.1", 0))
             self.environment["TOVRI_API_URL"] = f"http://127.0.0.1:{closed.getsockname()[1]}"
             _, messages = self.run_cli("ls", status=1)
-        self.assertIn("Check the connection", messages)
+        self.assertIn("Could not connect to 127.0.0.1; check the internet connection and retry.", messages)
 
     def test_a_certificate_that_does_not_verify(self):
         self.serve("--demo", "--tls", "--certificate", str(self.home / "certificate.pem"))
