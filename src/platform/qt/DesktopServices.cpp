@@ -1,5 +1,6 @@
 #include "platform/qt/DesktopServices.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -10,10 +11,10 @@
 namespace tovri {
 namespace {
 
-// Hands over the first value of the answer, if one comes; nobody waits for it.
+// Hands over the first value of the answer, if one comes while the application runs; nobody waits for it.
 template <class Value, class Use>
 void ask(const QDBusConnection& bus, const QDBusMessage& request, Use use) {
-    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(request));
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(request), qApp);
     QObject::connect(answer, &QDBusPendingCallWatcher::finished, answer, [answer, use = std::move(use)] {
         const QDBusPendingReply<Value> reply = *answer;
         if (reply.isValid()) use(reply.value());
