@@ -96,7 +96,8 @@ struct RowListViewTest : testing::Test {
 TEST_F(RowListViewTest, theMenuKeyIsForWhatIsSelectedAlsoWithoutACurrentRow) {
     const QSignalSpy wanted(&view, &RowListView::menuWanted);
     const auto pressMenuKey = [this] {
-        QContextMenuEvent event(QContextMenuEvent::Keyboard, view.viewport()->rect().bottomLeft());
+        const QPoint below = view.viewport()->rect().bottomLeft();
+        QContextMenuEvent event(QContextMenuEvent::Keyboard, below, view.viewport()->mapToGlobal(below));
         QCoreApplication::sendEvent(view.viewport(), &event);
     };
     view.selectAll();
