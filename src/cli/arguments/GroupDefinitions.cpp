@@ -160,7 +160,7 @@ std::vector<CommandDefinition> feedDefinitions() {
          "What is not named stays as it is. A feed's address and folder cannot be changed.",
          {feedID},
          {title, keyword, skipExisting, deleteOld}},
-        {feedsPause, "feeds pause", "stop watching an RSS feed for now", "", {feedID}, {}},
+        {feedsPause, "feeds pause", "stop watching an RSS feed until it is resumed", "", {feedID}, {}},
         {feedsResume, "feeds resume", "watch a paused RSS feed again", "", {feedID}, {}},
         {feedsRemove,
          "feeds rm",
