@@ -54,9 +54,10 @@ bool GetCommand::isQueuedAlready(const PutIOFile& file, const std::filesystem::p
 }
 
 bool GetCommand::hasUnfinishedBelow(const std::filesystem::path& folder) const {
+    const std::string below = folder.native() + "/";
     return std::ranges::any_of(unfinished_, [&](const DownloadPointer& item) {
         const std::string& each = item->destinationFolder->native();
-        return each == folder.native() || each.starts_with(folder.native() + "/");
+        return each == folder.native() || each.starts_with(below);
     });
 }
 
