@@ -1,7 +1,5 @@
 #include <QAccessible>
 #include <QContextMenuEvent>
-#include <QElapsedTimer>
-#include <QPainter>
 #include <QProxyStyle>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -9,8 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/widgets/ListedRows.h"
-#include "widgets/rows/RowListView.h"
+#include "tests/widgets/RowListFixture.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Style.h"
 
@@ -19,79 +16,7 @@ namespace {
 
 using Kind = ScreenChange::Kind;
 
-ListedRows::Row busyRow(std::uint64_t number) {
-    ListedRows::Row row = plainRow(number);
-    row.content.shape = RowShape::progress;
-    row.content.progress = RowProgress{0.4};
-    row.content.caption = {{QStringLiteral("400 MB / 1 GB")}, {QStringLiteral("2 MB/s")}};
-    row.content.buttons = {{1, "pause.fill", QStringLiteral("Pause")}, {2, "xmark", QStringLiteral("Cancel")}};
-    return row;
-}
-
-QImage without(const QRect& place, QImage image) {
-    QPainter(&image).fillRect(place, Qt::black);
-    return image;
-}
-
-struct RowListViewTest : testing::Test {
-    RowListViewTest() {
-        source.rows.push_back(headerRow(1000, QStringLiteral("Active")));
-        for (std::uint64_t i = 1; i <= 3; ++i) source.rows.push_back(busyRow(i));
-        source.rows.push_back(headerRow(1001, QStringLiteral("Finished")));
-        for (std::uint64_t i = 4; i <= 60; ++i) source.rows.push_back(plainRow(i));
-        model.follow({Kind::reset});
-        view.setModel(&model);
-        view.resize(500, 400);
-        QCursor::setPos(600, 0);  // beside it
-        view.show();
-        view.activateWindow();
-        view.setFocus(Qt::TabFocusReason);
-        QTest::qWait(1);
-    }
-
-    ~RowListViewTest() override { view.setModel(nullptr); }
-
-    [[nodiscard]] int topOf(int row) const { return view.visualRect(model.index(row)).top(); }
-
-    ListedRows::Row remove(std::size_t row) {
-        const ListedRows::Row removed = source.rows[row];
-        source.rows.erase(source.rows.begin() + static_cast<std::ptrdiff_t>(row));
-        model.follow({Kind::removed, row, 1});
-        return removed;
-    }
-
-    void insert(std::size_t row, const ListedRows::Row& inserted) {
-        source.rows.insert(source.rows.begin() + static_cast<std::ptrdiff_t>(row), inserted);
-        model.follow({Kind::inserted, row, 1});
-    }
-
-    void move(std::size_t from, std::size_t to) {
-        const ListedRows::Row moved = source.rows[from];
-        source.rows.erase(source.rows.begin() + static_cast<std::ptrdiff_t>(from));
-        source.rows.insert(source.rows.begin() + static_cast<std::ptrdiff_t>(to), moved);
-        model.follow({.kind = Kind::moved, .first = from, .count = 1, .to = to});
-    }
-
-    [[nodiscard]] QImage picture() { return view.viewport()->grab().toImage(); }
-
-    // As a view draws it that has not seen any other rows.
-    [[nodiscard]] QImage pictureAtRest() {
-        RowListView other;
-        other.setModel(&model);
-        other.resize(view.size());
-        static_cast<void>(other.grab());
-        other.verticalScrollBar()->setValue(view.verticalScrollBar()->value());
-        return other.viewport()->grab().toImage();
-    }
-
-    [[nodiscard]] bool comesToRest() {
-        return QTest::qWaitFor([this] { return picture() == pictureAtRest(); }, 5000);
-    }
-
-    ListedRows source;
-    RowModel model{source};
-    RowListView view;
-};
+struct RowListViewTest : RowListFixture {};
 
 TEST_F(RowListViewTest, theMenuKeyIsForWhatIsSelectedAlsoWithoutACurrentRow) {
     const QSignalSpy wanted(&view, &RowListView::menuWanted);
@@ -270,104 +195,6 @@ TEST_F(RowListViewTest, readsOnlyWhatIsInSightAndDrawsOnlyWhatChanged) {
     EXPECT_EQ(source.contentsRead, 0);
     view.scrollTo(model.index(99'999));
     EXPECT_LE(view.visualRect(model.index(99'999)).bottom(), view.viewport()->height());
-}
-
-TEST_F(RowListViewTest, fadesARowThatLeavesItsSection) {
-    for (const int offset : {0, 300}) {
-        SCOPED_TRACE(offset);
-        view.verticalScrollBar()->setValue(offset);
-        ASSERT_EQ(picture(), pictureAtRest());
-        const QModelIndex index = view.indexAt({100, 150});
-        const QRect place = view.visualRect(index);
-        const auto number = static_cast<std::size_t>(index.row());
-        const ListedRows::Row row = remove(number);
-        const QImage fading = picture();
-        const QImage resting = pictureAtRest();
-        EXPECT_NE(fading.copy(place), resting.copy(place));
-        EXPECT_EQ(without(place, fading), without(place, resting));
-        EXPECT_TRUE(comesToRest());
-        insert(number, row);
-        EXPECT_EQ(picture(), pictureAtRest());
-    }
-    view.verticalScrollBar()->setValue(0);
-    static_cast<void>(picture());
-    move(2, 7);
-    EXPECT_NE(picture(), pictureAtRest());
-    EXPECT_TRUE(comesToRest());
-    const auto drawsNothing = [this] {
-        source.contentsRead = 0;
-        QTest::qWait(50);
-        return source.contentsRead == 0;
-    };
-    EXPECT_TRUE(QTest::qWaitFor(drawsNothing, 5000));
-}
-
-TEST_F(RowListViewTest, fadesNothingThatStaysOrComesBack) {
-    move(1, 3);
-    EXPECT_EQ(picture(), pictureAtRest());
-    remove(50);  // out of sight
-    EXPECT_EQ(picture(), pictureAtRest());
-    const ListedRows::Row row = remove(2);
-    EXPECT_NE(picture(), pictureAtRest());
-    insert(1, row);
-    EXPECT_EQ(picture(), pictureAtRest());
-    remove(2);
-    static_cast<void>(picture());
-    view.hide();
-    view.show();
-    EXPECT_EQ(picture(), pictureAtRest());
-}
-
-TEST_F(RowListViewTest, fadesNothingWhereThereAreNoSections) {
-    std::erase_if(source.rows, [](const ListedRows::Row& row) { return row.content.shape == RowShape::header; });
-    model.follow({Kind::reset});
-    EXPECT_TRUE(comesToRest());
-    remove(2);
-    EXPECT_EQ(picture(), pictureAtRest());
-}
-
-TEST_F(RowListViewTest, fadesNothingWithReducedMotion) {
-    class StillStyle final : public QProxyStyle {
-    public:
-        StillStyle() : QProxyStyle(new Style) {}
-
-        int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
-                      QStyleHintReturn* answer) const override {
-            return hint == SH_Widget_Animation_Duration ? 0 : QProxyStyle::styleHint(hint, option, widget, answer);
-        }
-    };
-
-    QApplication::setStyle(new StillStyle);
-    static_cast<void>(picture());
-    remove(2);
-    EXPECT_EQ(picture(), pictureAtRest());
-    QApplication::setStyle(new Style);
-}
-
-TEST_F(RowListViewTest, mayGoWhileARowFades) {
-    auto other = std::make_unique<RowListView>();
-    auto others = std::make_unique<RowModel>(source);
-    const auto fade = [&] {
-        other->setModel(others.get());
-        other->show();
-        static_cast<void>(other->grab());
-        const ListedRows::Row row = remove(1);
-        others->follow({Kind::removed, 1, 1});
-        static_cast<void>(other->grab());
-        insert(1, row);
-        return others->follow({Kind::inserted, 1, 1});
-    };
-    fade();
-    other->setModel(nullptr);
-    QTest::qWait(50);
-    fade();
-    others.reset();
-    QTest::qWait(50);
-    EXPECT_EQ(other->rows(), nullptr);
-    others = std::make_unique<RowModel>(source);
-    fade();
-    other.reset();
-    QTest::qWait(50);
 }
 
 TEST_F(RowListViewTest, isReadByAScreenReader) {
