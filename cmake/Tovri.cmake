@@ -1,4 +1,5 @@
 # One static library per folder: tovri_library(downloads LINKS tovri::service) takes every .cpp file of the calling folder.
+# With FOLDERS it takes those of these folders below it too, which make one library with it.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 
@@ -19,8 +20,12 @@ if(TOVRI_SANITIZER)
 endif()
 
 function(tovri_library name)
-  cmake_parse_arguments(arg "" "" "LINKS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  cmake_parse_arguments(arg "" "" "FOLDERS;LINKS" ${ARGN})
+  set(patterns *.cpp *.h)
+  foreach(folder ${arg_FOLDERS})
+    list(APPEND patterns ${folder}/*.cpp ${folder}/*.h)
+  endforeach()
+  file(GLOB sources CONFIGURE_DEPENDS ${patterns})
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   string(MAKE_C_IDENTIFIER ${name} id)
   set(target tovri_${id})

@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "sandbox/ByteSize.h"
-#include "sandbox/FaultSettings.h"
+#include "sandbox/faults/FaultSettings.h"
 
 namespace tovri::sandbox {
 namespace {

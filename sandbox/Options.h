@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "sandbox/GeneratedAccount.h"
-#include "sandbox/LivingFolders.h"
 #include "sandbox/SandboxSettings.h"
+#include "sandbox/account/GeneratedAccount.h"
+#include "sandbox/account/LivingFolders.h"
 
 namespace tovri::sandbox {
 

@@ -7,10 +7,10 @@
 
 #include <fmt/format.h>
 
-#include "sandbox/ApiServer.h"
-#include "sandbox/Certificate.h"
-#include "sandbox/HttpServer.h"
-#include "sandbox/StorageServer.h"
+#include "sandbox/api/ApiServer.h"
+#include "sandbox/http/Certificate.h"
+#include "sandbox/http/HttpServer.h"
+#include "sandbox/http/StorageServer.h"
 
 namespace tovri::sandbox {
 

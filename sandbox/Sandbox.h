@@ -3,14 +3,14 @@
 #include <memory>
 #include <string>
 
-#include "sandbox/Account.h"
-#include "sandbox/Faults.h"
-#include "sandbox/FeedsApi.h"
-#include "sandbox/LivingFolders.h"
-#include "sandbox/RequestLog.h"
 #include "sandbox/SandboxSettings.h"
-#include "sandbox/Scene.h"
-#include "sandbox/Transfers.h"
+#include "sandbox/account/Account.h"
+#include "sandbox/account/LivingFolders.h"
+#include "sandbox/account/Scene.h"
+#include "sandbox/account/Transfers.h"
+#include "sandbox/api/FeedsApi.h"
+#include "sandbox/faults/Faults.h"
+#include "sandbox/http/RequestLog.h"
 
 namespace tovri::sandbox {
 

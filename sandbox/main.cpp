@@ -9,12 +9,12 @@
 #include <fmt/format.h>
 #include <sys/prctl.h>
 
-#include "sandbox/AccountFile.h"
-#include "sandbox/DemoAccount.h"
-#include "sandbox/FaultSettings.h"
 #include "sandbox/Options.h"
 #include "sandbox/Sandbox.h"
-#include "sandbox/TreeWriter.h"
+#include "sandbox/account/AccountFile.h"
+#include "sandbox/account/DemoAccount.h"
+#include "sandbox/account/TreeWriter.h"
+#include "sandbox/faults/FaultSettings.h"
 
 namespace {
 

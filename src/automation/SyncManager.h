@@ -17,7 +17,7 @@
 #include "base/Signal.h"
 #include "base/TaskScope.h"
 #include "downloads/DownloadManager.h"
-#include "downloads/FolderWalk.h"
+#include "downloads/listing/FolderWalk.h"
 
 namespace tovri {
 

@@ -4,8 +4,8 @@
 
 #include <rapidjson/writer.h>
 
-#include "downloads/SavedText.h"
-#include "downloads/SavedValues.h"
+#include "downloads/saving/SavedText.h"
+#include "downloads/saving/SavedValues.h"
 
 namespace tovri {
 namespace {

@@ -4,7 +4,7 @@
 #include <numeric>
 #include <ranges>
 
-#include "downloads/FolderWalk.h"
+#include "downloads/listing/FolderWalk.h"
 
 namespace tovri {
 

@@ -1,8 +1,8 @@
 // The scheduler, and what becomes of a running transfer.
 #include <algorithm>
 
-#include "downloads/Destination.h"
 #include "downloads/DownloadManager.h"
+#include "downloads/placing/Destination.h"
 
 namespace tovri {
 

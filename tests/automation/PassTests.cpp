@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "automation/SyncWorld.h"
-#include "downloads/SavedDate.h"
+#include "downloads/saving/SavedDate.h"
 
 namespace tovri::test {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "downloads/FolderGroups.h"
+#include "downloads/deleting/FolderGroups.h"
 
 namespace tovri {
 namespace {

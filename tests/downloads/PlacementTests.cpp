@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "downloads/Destination.h"
 #include "downloads/World.h"
+#include "downloads/placing/Destination.h"
 
 namespace tovri::test {
 namespace {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "downloads/QueueSnapshot.h"
+#include "downloads/saving/QueueSnapshot.h"
 #include "support/WholeText.h"
 
 namespace tovri {

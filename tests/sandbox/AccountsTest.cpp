@@ -8,12 +8,12 @@
 
 #include <gtest/gtest.h>
 
-#include "sandbox/Account.h"
-#include "sandbox/DemoAccount.h"
-#include "sandbox/GeneratedAccount.h"
-#include "sandbox/LivingFolders.h"
 #include "sandbox/Sandbox.h"
-#include "sandbox/TreeWriter.h"
+#include "sandbox/account/Account.h"
+#include "sandbox/account/DemoAccount.h"
+#include "sandbox/account/GeneratedAccount.h"
+#include "sandbox/account/LivingFolders.h"
+#include "sandbox/account/TreeWriter.h"
 
 namespace tovri::sandbox {
 namespace {

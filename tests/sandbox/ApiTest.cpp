@@ -7,7 +7,7 @@
 #include <simdjson.h>
 
 #include "SandboxTest.h"
-#include "sandbox/AccountFile.h"
+#include "sandbox/account/AccountFile.h"
 
 namespace tovri::sandbox {
 namespace {

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 #include <libdeflate.h>
 
-#include "sandbox/Content.h"
+#include "sandbox/account/Content.h"
 
 namespace tovri::sandbox {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "sandbox/MultipartParser.h"
+#include "sandbox/http/MultipartParser.h"
 
 namespace tovri::sandbox {
 namespace {

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 #include <httplib.h>
 
-#include "sandbox/FaultSettings.h"
 #include "sandbox/Sandbox.h"
+#include "sandbox/faults/FaultSettings.h"
 
 namespace tovri::sandbox {
 

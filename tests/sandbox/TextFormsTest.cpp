@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "sandbox/ByteRange.h"
 #include "sandbox/ByteSize.h"
-#include "sandbox/FaultSettings.h"
-#include "sandbox/Fields.h"
+#include "sandbox/api/Fields.h"
+#include "sandbox/faults/FaultSettings.h"
+#include "sandbox/http/ByteRange.h"
 
 namespace tovri::sandbox {
 namespace {

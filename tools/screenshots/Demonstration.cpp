@@ -7,9 +7,9 @@
 #include <fmt/format.h>
 
 #include "platform/curl/CurlTransferSession.h"
-#include "sandbox/Account.h"
-#include "sandbox/DemoAccount.h"
-#include "sandbox/FaultSettings.h"
+#include "sandbox/account/Account.h"
+#include "sandbox/account/DemoAccount.h"
+#include "sandbox/faults/FaultSettings.h"
 
 namespace tovri::screenshots {
 

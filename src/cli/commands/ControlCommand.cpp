@@ -6,7 +6,7 @@
 
 #include "cli/commands/ItemSelection.h"
 #include "cli/commands/QueueEditing.h"
-#include "downloads/DownloadStore.h"
+#include "downloads/saving/DownloadStore.h"
 
 namespace tovri::cli {
 namespace {

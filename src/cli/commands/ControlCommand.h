@@ -1,7 +1,7 @@
 #pragma once
 
 #include "cli/commands/Command.h"
-#include "downloads/QueueSnapshot.h"
+#include "downloads/saving/QueueSnapshot.h"
 
 namespace tovri::cli {
 

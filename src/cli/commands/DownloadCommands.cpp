@@ -9,8 +9,8 @@
 #include "cli/commands/ItemSelection.h"
 #include "cli/commands/SavedQueue.h"
 #include "cli/display/DisplayText.h"
-#include "downloads/Destination.h"
-#include "downloads/FolderWalk.h"
+#include "downloads/listing/FolderWalk.h"
+#include "downloads/placing/Destination.h"
 
 namespace tovri::cli {
 namespace {

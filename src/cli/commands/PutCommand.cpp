@@ -8,7 +8,7 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/ProgressLayout.h"
-#include "downloads/Download.h"
+#include "downloads/list/Download.h"
 
 namespace tovri::cli {
 

@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "downloads/QueueSnapshot.h"
+#include "downloads/saving/QueueSnapshot.h"
 
 namespace tovri::cli {
 

@@ -1,6 +1,6 @@
 #include "cli/commands/SavedQueue.h"
 
-#include "downloads/DownloadStore.h"
+#include "downloads/saving/DownloadStore.h"
 
 namespace tovri::cli {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "downloads/QueueSnapshot.h"
+#include "downloads/saving/QueueSnapshot.h"
 #include "platform/Platform.h"
 
 namespace tovri::cli {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "downloads/QueueSnapshot.h"
+#include "downloads/saving/QueueSnapshot.h"
 
 namespace tovri::cli {
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "downloads/Download.h"
+#include "downloads/list/Download.h"
 #include "screens/Label.h"
 #include "screens/MenuItem.h"
 #include "screens/RowButton.h"

@@ -9,7 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "downloads/DownloadList.h"
+#include "downloads/list/DownloadList.h"
 #include "platform/MainLoop.h"
 #include "screens/ScreenChange.h"
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "downloads/Destination.h"
+#include "downloads/placing/Destination.h"
 #include "screens/files/FileBrowserScreen.h"
 #include "screens/files/FileTransfer.h"
 

@@ -3,7 +3,7 @@
 #include <array>
 #include <string>
 
-#include "downloads/ConflictQueue.h"
+#include "downloads/placing/ConflictQueue.h"
 
 namespace tovri {
 

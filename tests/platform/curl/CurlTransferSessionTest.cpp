@@ -9,8 +9,8 @@
 #include "platform/curl/RecordingDelegate.h"
 #include "platform/curl/ResumePoint.h"
 #include "platform/curl/ScriptedServer.h"
-#include "sandbox/FaultSettings.h"
 #include "sandbox/Sandbox.h"
+#include "sandbox/faults/FaultSettings.h"
 #include "support/SeededRandom.h"
 #include "support/TemporaryFolder.h"
 

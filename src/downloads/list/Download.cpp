@@ -1,0 +1,37 @@
+#include "downloads/list/Download.h"
+
+#include "base/ByteCountFormat.h"
+
+namespace tovri {
+
+std::string Download::speedText() const {
+    return speed < 1 ? "" : formatByteCount(speed) + "/s";
+}
+
+std::string Download::progressText() const {
+    return formatByteCount(bytesDownloaded) + " / " + formatByteCount(fileSize);
+}
+
+std::string Download::percentText() const {
+    return std::to_string(static_cast<int>(progress * 100)) + "%";
+}
+
+std::optional<double> Download::etaSeconds() const {
+    const ByteCount remaining = fileSize - bytesDownloaded;
+    if (status != Status::downloading || speed <= 0 || fileSize <= 0 || remaining <= 0) return std::nullopt;
+    return static_cast<double>(remaining) / static_cast<double>(speed);
+}
+
+std::string Download::etaText() const {
+    const std::optional<double> seconds = etaSeconds();
+    return seconds ? durationText(*seconds) + " left" : "";
+}
+
+std::string durationText(double seconds) {
+    const auto whole = static_cast<std::int64_t>(seconds);
+    if (whole < 60) return std::to_string(whole) + "s";
+    if (whole < 3600) return std::to_string(whole / 60) + "m " + std::to_string(whole % 60) + "s";
+    return std::to_string(whole / 3600) + "h " + std::to_string(whole % 3600 / 60) + "m";
+}
+
+}  // namespace tovri

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "base/Bytes.h"
+#include "base/UUID.h"
+#include "downloads/list/DownloadStatus.h"
+#include "platform/TransferSession.h"
+#include "platform/WallClock.h"
+
+namespace tovri {
+
+// A folder that many items share. Never null in an item.
+using SharedFolder = std::shared_ptr<const std::filesystem::path>;
+
+// What the queue file keeps of an item. Absent values are none; a queue may hold a hundred thousand of these.
+struct DownloadRecord {
+    UUID id;
+    std::int64_t fileID = 0;
+    std::string fileName;    // as put.io has it: data, not a path
+    ByteCount fileSize = 0;  // as put.io reported it; 0 when it gave none
+    SharedFolder destinationFolder;
+    std::shared_ptr<const ByteBlob> securityScopeBookmark;
+    bool deleteAfterDownload = false;            // delete this one file from put.io once it is placed
+    std::optional<std::int64_t> folderDeleteID;  // the put.io folder to delete once its whole group has arrived
+    std::optional<UUID> folderGroupID;
+    std::optional<UUID> syncRuleID;  // the automation rule that queued it
+    DownloadStatus status = DownloadStatus::queued;
+    double progress = 0;  // 0 to 1
+    ByteCount bytesDownloaded = 0;
+    std::optional<std::string> error;    // why it failed last, as the user sees it
+    std::optional<ByteBlob> resumeData;  // the transfer session's token
+    std::optional<Timestamp> startedAt;  // first start; kept across pauses and retries
+    std::optional<Timestamp> completedAt;
+    std::optional<std::string> stagedURL;    // path of the received file while a conflict is open
+    std::optional<std::string> resolvedURL;  // path at which the file was placed
+};
+
+// One put.io file on its way into one local folder. Owned by the queue, shared with whoever works on it; only the
+// download engine changes it, the status through DownloadList alone. The identity is `id`.
+struct Download : DownloadRecord {
+    using Status = DownloadStatus;
+
+    ByteCount speed = 0;                     // bytes per second, last measured
+    std::optional<TransferID> downloadTask;  // the transfer in flight
+    std::uint32_t attempt = 0;               // counts the starts: what an earlier start awaited is stale
+    std::int64_t position = 0;               // the list's sort key, smallest on top
+
+    explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}
+
+    [[nodiscard]] std::string speedText() const;     // "1.2 MB/s", empty below 1
+    [[nodiscard]] std::string progressText() const;  // "1.2 MB / 3.4 MB"
+    [[nodiscard]] std::string percentText() const;   // "42%", truncated
+    [[nodiscard]] std::optional<double> etaSeconds() const;
+    [[nodiscard]] std::string etaText() const;  // "12s left", "3m 4s left", "1h 2m left" or empty
+};
+
+using DownloadPointer = std::shared_ptr<Download>;
+
+// "59s", "3m 4s", "1h 2m"
+[[nodiscard]] std::string durationText(double seconds);
+
+}  // namespace tovri

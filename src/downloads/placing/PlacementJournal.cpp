@@ -1,0 +1,120 @@
+#include "downloads/placing/PlacementJournal.h"
+
+#include <charconv>
+#include <ranges>
+
+#include "base/FileURL.h"
+
+namespace tovri {
+namespace {
+
+constexpr char separator = '\t';  // never in a file URL, a UUID or a number
+
+struct Entry {
+    UUID item;
+    FileIdentity identity;
+    std::filesystem::path staged;
+    std::filesystem::path target;
+};
+
+std::string line(const Entry& entry) {
+    return entry.item.text() + separator + std::to_string(entry.identity.volume) + separator +
+           std::to_string(entry.identity.number) + separator + fileURLText(entry.staged, FileURLKind::file) +
+           separator + fileURLText(entry.target, FileURLKind::file) + '\n';
+}
+
+std::optional<std::uint64_t> number(std::string_view text) {
+    std::uint64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
+// None for a line that a dying process left unfinished.
+std::optional<Entry> parse(std::string_view text) {
+    std::vector<std::string_view> fields;
+    for (const auto field : std::views::split(text, separator)) fields.emplace_back(field.begin(), field.end());
+    if (fields.size() != 5) return std::nullopt;
+    const auto item = UUID::parse(fields[0]);
+    const auto volume = number(fields[1]);
+    const auto node = number(fields[2]);
+    auto staged = parseFileURL(fields[3]);
+    auto target = parseFileURL(fields[4]);
+    if (!item || !volume || !node || !staged || !target) return std::nullopt;
+    return Entry{*item, {*volume, *node}, std::move(*staged), std::move(*target)};
+}
+
+}  // namespace
+
+PlacementJournal::PlacementJournal(FileManager& files, std::filesystem::path file)
+    : files_(files), file_(std::move(file)) {}
+
+void PlacementJournal::note(PlacementNumber placement, const UUID& item, const FileIdentity& file,
+                            const std::filesystem::path& staged, const std::filesystem::path& target) {
+    const std::string text = line({item, file, staged, target});
+    const std::scoped_lock lock(access_);
+    lines_[placement] += text;
+    (void)files_.appendToFile(file_, text);
+}
+
+void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
+    constexpr std::size_t worthRewriting = std::size_t{1} << 20U;
+    const std::scoped_lock lock(access_);
+    for (const PlacementNumber placement : placements) {
+        const auto lines = lines_.find(placement);
+        if (lines == lines_.end()) continue;
+        forgottenBytes_ += lines->second.size();
+        lines_.erase(lines);
+    }
+    if (forgottenBytes_ > 0 && (lines_.empty() || forgottenBytes_ > worthRewriting)) rewrite();
+}
+
+void PlacementJournal::rewrite() {
+    std::string text;
+    for (const std::string& lines : lines_ | std::views::values) text += lines;
+    (void)(text.empty() ? files_.removeItem(file_) : files_.writeFileAtomically(file_, text));
+    forgottenBytes_ = 0;
+}
+
+bool PlacementJournal::haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b) {
+    constexpr std::size_t step = std::size_t{1} << 20U;
+    if (files_.fileSize(a) != files_.fileSize(b)) return false;
+    const auto fileA = files_.openForReading(a);
+    const auto fileB = files_.openForReading(b);
+    if (!fileA || !fileB) return false;
+    while (true) {
+        const Result<ByteBlob> partA = (*fileA)->read(step);
+        const Result<ByteBlob> partB = (*fileB)->read(step);
+        if (!partA || !partB || *partA != *partB) return false;
+        if (partA->empty()) return true;
+    }
+}
+
+std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
+    const std::scoped_lock lock(access_);
+    std::unordered_map<UUID, std::filesystem::path> arrived;
+    const Result<ByteBlob> text = files_.readFile(file_);
+    if (!text) return arrived;
+    for (const auto part : std::views::split(std::string_view(*text), '\n')) {
+        const std::optional<Entry> entry = parse(std::string_view(part.begin(), part.end()));
+        if (!entry) continue;
+        lines_[recovered] += line(*entry);
+        if (const auto gathered = gatheringPath(entry->staged, entry->target); files_.exists(gathered))
+            (void)files_.removeItem(gathered);
+        const auto identity = files_.identity(entry->target);
+        if (identity == entry->identity) {
+            arrived[entry->item] = entry->target;
+        } else if (identity && (haveEqualContent(entry->staged, entry->target) ||
+                                haveEqualContent(witnessPath(entry->staged), entry->target))) {
+            // Moved between volumes, which makes another file, and killed before that was noted. The staged one, which
+            // shows it, is about to go: note it now, for a process that is killed as well.
+            const std::string moved = line({entry->item, *identity, entry->staged, entry->target});
+            lines_[recovered] += moved;
+            (void)files_.appendToFile(file_, moved);
+            arrived[entry->item] = entry->target;
+        }
+    }
+    return arrived;
+}
+
+}  // namespace tovri

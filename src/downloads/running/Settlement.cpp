@@ -1,0 +1,55 @@
+#include "downloads/running/Settlement.h"
+
+namespace tovri {
+
+using Status = Download::Status;
+using Urgency = SaveSchedule::Urgency;
+
+void Settlement::markCompleted(const DownloadPointer& item, const std::filesystem::path& url) {
+    item->resolvedURL = url.native();
+    item->completedAt = clock_.now();
+    item->progress = 1.0;
+    item->speed = 0;
+    list_.setStatus(*item, Status::completed);
+    if (item->status != Status::completed) return;  // an observer wants it otherwise
+    conflicts_.dismissConflict(*item);
+    notifySyncSettled(*item);
+    if (item->deleteAfterDownload)
+        deletion_.deleteFile(item);
+    else
+        deletion_.checkFolderGroup(*item);
+    saves_.request(Urgency::soon);
+}
+
+void Settlement::markSkipped(const DownloadPointer& item) {
+    item->completedAt = clock_.now();
+    item->speed = 0;
+    item->error.reset();
+    list_.setStatus(*item, Status::skipped);
+    notifySyncSettled(*item);
+    deletion_.checkFolderGroup(*item);
+    saves_.request(Urgency::soon);
+}
+
+void Settlement::markFailed(const DownloadPointer& item, const std::string& message) {
+    item->error = message;
+    item->completedAt = clock_.now();
+    item->speed = 0;
+    list_.setStatus(*item, Status::failed);
+    deletion_.checkFolderGroup(*item);
+    saves_.request(Urgency::soon);
+}
+
+void Settlement::markCancelled(const DownloadPointer& item) {
+    item->completedAt = clock_.now();
+    item->speed = 0;
+    list_.setStatus(*item, Status::cancelled);
+    notifySyncSettled(*item);
+    saves_.request(Urgency::soon);
+}
+
+void Settlement::notifySyncSettled(const Download& item) const {
+    if (item.syncRuleID && onSyncFileSettled_) onSyncFileSettled_(*item.syncRuleID, item.fileID);
+}
+
+}  // namespace tovri
