@@ -14,6 +14,7 @@
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixMainLoop.h"
+#include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/StandardOutputLog.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
@@ -105,8 +106,10 @@ int measure(const std::filesystem::path& folder, int items) {
     PosixFileManager files;
     PathFolderAccess folderAccess;
     PosixBackgroundQueue background(loop);
+    PosixVolumeQueues volumes;
     StandardOutputLog log(stderr);
-    const Platform platform{loop, clock, random, files, folderAccess, background, log, {folder, folder, folder}};
+    const Platform platform{
+        loop, clock, random, files, folderAccess, background, volumes, log, {folder, folder, folder}};
 
     const double before = processMemory("VmRSS");
     const auto start = Clock::now();

@@ -14,6 +14,7 @@
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixMainLoop.h"
+#include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/StandardOutputLog.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
@@ -56,7 +57,7 @@ struct Machine {
     ~Machine() { std::filesystem::remove_all(folder); }
 
     [[nodiscard]] Platform platform() {
-        return {loop, clock, random, fileManager, folderAccess, background, log, {folder, folder, folder}};
+        return {loop, clock, random, fileManager, folderAccess, background, volumes, log, {folder, folder, folder}};
     }
 
     std::filesystem::path folder;
@@ -66,6 +67,7 @@ struct Machine {
     PosixFileManager fileManager;
     PathFolderAccess folderAccess;
     PosixBackgroundQueue background{loop};
+    PosixVolumeQueues volumes;
     StandardOutputLog log{stderr};
 };
 

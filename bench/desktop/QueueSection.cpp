@@ -7,6 +7,7 @@
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
+#include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/StandardOutputLog.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
@@ -49,7 +50,7 @@ public:
 class Engine {
 public:
     explicit Engine(const std::filesystem::path& folder)
-        : platform{loop, clock, random, files, folderAccess, background, log, {folder, folder, folder}},
+        : platform{loop, clock, random, files, folderAccess, background, volumes, log, {folder, folder, folder}},
           manager(platform, [](TransferDelegate& delegate) { return std::make_unique<BusyTransfers>(delegate); }) {
         (void)auth.signInWithToken("token");
         manager.configure(api, preferences);
@@ -61,6 +62,7 @@ public:
     PosixFileManager files;
     PathFolderAccess folderAccess;
     PosixBackgroundQueue background{loop};
+    PosixVolumeQueues volumes;
     StandardOutputLog log{stderr};
     Platform platform;
     test::MemoryUserDefaults defaults;

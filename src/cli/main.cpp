@@ -28,6 +28,7 @@
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixMainLoop.h"
+#include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
 #include "platform/posix/XDGFolders.h"
@@ -213,7 +214,8 @@ private:
     PosixFileManager files_;
     PathFolderAccess folderAccess_;
     PosixBackgroundQueue background_{loop_};
-    Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, log_, folders_.standard};
+    PosixVolumeQueues volumes_;
+    Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, volumes_, log_, folders_.standard};
     FileUserDefaults storedDefaults_;
     RunDefaults runDefaults_;
     FileCredentialStore secretsInFile_;

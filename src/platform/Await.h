@@ -6,12 +6,14 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <string>
 #include <utility>
 #include <variant>
 
 #include "base/Result.h"
 #include "platform/BackgroundQueue.h"
 #include "platform/MainLoop.h"
+#include "platform/VolumeQueues.h"
 
 namespace tovri {
 
@@ -90,6 +92,43 @@ template <class T, class Work>
                 return queue.run([result, work = std::move(work)](
                                      std::stop_token stopped) mutable { result->emplace(work(std::move(stopped))); },
                                  [result, done = std::move(done)]() mutable { done(std::move(**result)); });
+            }};
+}
+
+// What is asked of a volume, from both sides.
+template <class T>
+struct VolumeErrand {
+    std::stop_source withdrawn;
+    typename Answer<T>::Done done;  // main thread only; empty once it was taken back
+    std::optional<Result<T>> result;
+};
+
+// Runs `work()` in the lane and awaits what it returns, a Result<T>. `work` owns all that it uses, or uses what any
+// thread may. What was stopped or dropped before it began is never run; a result that nobody awaits any more is
+// destroyed on the main thread.
+template <class T, class Work>
+[[nodiscard]] Answer<T> onVolume(MainLoop& loop, VolumeQueues& volumes, std::string lane, std::stop_token stop,
+                                 Work work) {
+    return {loop, std::move(stop),
+            [&loop, &volumes, lane = std::move(lane), work = std::move(work)](auto done) mutable {
+                auto errand = std::make_shared<VolumeErrand<T>>();
+                errand->done = std::move(done);
+                volumes.run(lane, [&loop, errand, work = std::move(work)]() mutable {
+                    if (errand->withdrawn.stop_requested()) return;
+                    {
+                        Work doing = std::move(work);
+                        errand->result.emplace(doing());
+                    }
+                    // Handed over rather than shared: what `done` and the result hold goes on the main thread.
+                    loop.post([errand = std::move(errand)] {
+                        auto report = std::exchange(errand->done, nullptr);
+                        if (report) report(std::move(*errand->result));
+                    });
+                });
+                return Subscription([errand] {
+                    errand->withdrawn.request_stop();
+                    errand->done = nullptr;
+                });
             }};
 }
 

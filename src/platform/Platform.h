@@ -6,6 +6,7 @@
 #include "platform/FolderAccess.h"
 #include "platform/MainLoop.h"
 #include "platform/RandomSource.h"
+#include "platform/VolumeQueues.h"
 #include "platform/WallClock.h"
 
 namespace tovri {
@@ -18,6 +19,7 @@ struct Platform {
     FileManager& files;
     FolderAccess& folderAccess;
     BackgroundQueue& background;
+    VolumeQueues& volumes;
     DiagnosticLog& log;
     StandardFolders folders;
 };

@@ -23,6 +23,7 @@
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
+#include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/StandardOutputLog.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
@@ -154,7 +155,8 @@ private:
     PosixFileManager files_;
     PathFolderAccess folderAccess_;
     PosixBackgroundQueue background_{loop_};
-    Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, log_, folders_.standard};
+    PosixVolumeQueues volumes_;
+    Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, volumes_, log_, folders_.standard};
     FileUserDefaults defaults_{files_, log_, folders_.configuration / "preferences.json"};
     FileCredentialStore secretsInFile_{files_, folders_.state / "credentials.json"};
     QtWorkspace workspace_;

@@ -12,6 +12,7 @@
 #include "support/SeededRandom.h"
 #include "support/SimulatedTransferSession.h"
 #include "support/VirtualLoop.h"
+#include "support/VirtualVolumeQueues.h"
 
 namespace tovri::test {
 namespace {
@@ -44,7 +45,8 @@ public:
     }
 
     std::unique_ptr<TovriApp> start() {
-        const Platform platform{loop, clock, random, files, access, background, log, {"/home/user", "/data", "/tmp"}};
+        const Platform platform{
+            loop, clock, random, files, access, background, volumes, log, {"/home/user", "/data", "/tmp"}};
         return std::make_unique<TovriApp>(TovriApp::Ports{platform, http, simulatedTransfers(loop, files, storage),
                                                           credentials, defaults, web, updater, ServiceHosts{}});
     }
@@ -71,6 +73,7 @@ public:
     VirtualLoop loop;
     VirtualClock clock{loop};
     VirtualBackgroundQueue background{loop};
+    VirtualVolumeQueues volumes{loop};
     SeededRandom random;
     MemoryFileManager files;
     FakeFolderAccess access;

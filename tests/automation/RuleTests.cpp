@@ -9,6 +9,7 @@
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixMainLoop.h"
+#include "platform/posix/PosixVolumeQueues.h"
 #include "support/WholeText.h"
 
 namespace tovri::test {
@@ -226,8 +227,9 @@ TEST(Rules, areWrittenInTheirOrder) {
     platform.folders.applicationData = std::filesystem::path(testing::TempDir()) / "tovri-rules-test";
     std::filesystem::remove_all(platform.folders.applicationData);
     PosixBackgroundQueue background(loop);
-    const Platform real{loop,       platform.clock, platform.random, files, platform.folderAccess,
-                        background, platform.log,   platform.folders};
+    PosixVolumeQueues volumes;
+    const Platform real{loop,       platform.clock, platform.random, files,           platform.folderAccess,
+                        background, volumes,        platform.log,    platform.folders};
     for (std::int64_t round = 0; round < 20; ++round) {
         SyncRuleStore store(real);
         SyncRule rule = fakes.newRule(round, "Shows");

@@ -117,7 +117,7 @@ bool World::isDurable(std::int64_t file) {
 // --- processes ---
 
 Platform World::platform() {
-    return {loop, clock, random, files, folderAccess, background, log, {"/home/user", data, "/tmp"}};
+    return {loop, clock, random, files, folderAccess, background, volumes, log, {"/home/user", data, "/tmp"}};
 }
 
 void World::start() {

@@ -17,6 +17,7 @@
 #include "support/SeededRandom.h"
 #include "support/SimulatedTransferSession.h"
 #include "support/VirtualLoop.h"
+#include "support/VirtualVolumeQueues.h"
 
 namespace tovri::test {
 
@@ -107,6 +108,7 @@ public:
     VirtualLoop loop;
     VirtualClock clock{loop};
     VirtualBackgroundQueue background{loop};
+    VirtualVolumeQueues volumes{loop};
     SeededRandom random;
     MemoryFileManager files;
     FakeFolderAccess folderAccess;

@@ -5,6 +5,7 @@
 #include "platform/Await.h"
 #include "support/ScriptedSessions.h"
 #include "support/VirtualLoop.h"
+#include "support/VirtualVolumeQueues.h"
 
 namespace tovri::test {
 namespace {
@@ -20,6 +21,7 @@ public:
     void SetUp() override {
         http.handler = [](const HTTPRequest& request) { return HTTPResponse{200, request.method}; };
         queue.latency = milliseconds(30);
+        volumes.longestDelay = milliseconds(30);
     }
 
     template <class T>
@@ -46,6 +48,14 @@ public:
         told.push_back("work " + ending(worked));
     }
 
+    Task<void> volume(std::stop_token stop) {
+        const Result<int> worked = co_await onVolume<int>(loop, volumes, "disk", stop, [this] {
+            ++writes;
+            return Result<int>(5);
+        });
+        told.push_back("volume " + ending(worked));
+    }
+
     Task<void> atOnce() {
         const Result<int> answer = co_await Answer<int>(loop, {}, [](auto done) {
             done(7);
@@ -58,11 +68,14 @@ public:
         scope->start(sleep(source.get_token()));
         scope->start(request(source.get_token()));
         scope->start(work(source.get_token()));
+        scope->start(volume(source.get_token()));
     }
 
     VirtualLoop loop;
     ScriptedHTTPSession http{loop};
     VirtualBackgroundQueue queue{loop};
+    VirtualVolumeQueues volumes{loop};
+    int writes = 0;
     std::vector<std::string> told;
     std::stop_source source;
     std::optional<TaskScope> scope{std::in_place};
@@ -71,10 +84,10 @@ public:
 TEST_F(Await, eachWaitEndsWithItsAnswer) {
     startAll();
     loop.advance(milliseconds(50));
-    EXPECT_THAT(told, ElementsAre("sleep arrived", "request arrived", "work arrived"));
+    EXPECT_THAT(told, UnorderedElementsAre("sleep arrived", "request arrived", "work arrived", "volume arrived"));
     source.request_stop();
     loop.advance(milliseconds(50));
-    EXPECT_EQ(told.size(), 3U);
+    EXPECT_EQ(told.size(), 4U);
     EXPECT_TRUE(loop.isIdle());
 }
 
@@ -83,14 +96,17 @@ TEST_F(Await, stopWakesOneTurnLaterAndTakesTheOperationBack) {
     source.request_stop();
     EXPECT_THAT(told, IsEmpty());
     loop.runUntilIdle();
-    EXPECT_THAT(told, UnorderedElementsAre("sleep cancelled", "request cancelled", "work cancelled"));
+    EXPECT_THAT(told,
+                UnorderedElementsAre("sleep cancelled", "request cancelled", "work cancelled", "volume cancelled"));
+    loop.advance(milliseconds(50));
     EXPECT_TRUE(loop.isIdle());
+    EXPECT_EQ(writes, 0);
     EXPECT_EQ(http.answered, 0);
 
     // What is stopped before it waits never starts.
     told.clear();
     startAll();
-    EXPECT_THAT(told, ElementsAre("sleep cancelled", "request cancelled", "work cancelled"));
+    EXPECT_THAT(told, ElementsAre("sleep cancelled", "request cancelled", "work cancelled", "volume cancelled"));
     EXPECT_EQ(http.requests.size(), 1U);
 }
 

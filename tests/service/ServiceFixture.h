@@ -14,6 +14,7 @@
 #include "support/ScriptedSessions.h"
 #include "support/SeededRandom.h"
 #include "support/VirtualLoop.h"
+#include "support/VirtualVolumeQueues.h"
 
 namespace tovri::test {
 
@@ -54,6 +55,7 @@ public:
     VirtualLoop loop;
     VirtualClock clock{loop};
     VirtualBackgroundQueue background{loop};
+    VirtualVolumeQueues volumes{loop};
     MemoryCredentialStore credentials;
     ScriptedWebAuthentication web{loop};
     ScriptedHTTPSession http{loop};
@@ -62,7 +64,8 @@ public:
     SeededRandom random;
     RecordingLog log;
     Result<HTTPResponse> answer = HTTPResponse{200, R"({"status":"OK"})"};
-    Platform platform{loop, clock, random, files, folderAccess, background, log, {"/home/user", "/data", "/tmp"}};
+    Platform platform{
+        loop, clock, random, files, folderAccess, background, volumes, log, {"/home/user", "/data", "/tmp"}};
     AuthManager auth{credentials, web, loop, ServiceHosts{}};
     PutIOAPI api{auth, http, platform, ServiceHosts{}};
     TaskScope scope;

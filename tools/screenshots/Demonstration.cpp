@@ -33,11 +33,15 @@ Demonstration::Demonstration() {
 Demonstration::~Demonstration() = default;
 
 Platform Demonstration::platform() {
-    return {
-        loop_,         clock_,
-        random_,       files_,
-        folderAccess_, background_,
-        log_,          {home(), home() / ".local/share/Tovri", std::filesystem::path(QDir::tempPath().toStdString())}};
+    return {loop_,
+            clock_,
+            random_,
+            files_,
+            folderAccess_,
+            background_,
+            volumes_,
+            log_,
+            {home(), home() / ".local/share/Tovri", std::filesystem::path(QDir::tempPath().toStdString())}};
 }
 
 void Demonstration::strikeWith(std::string_view fault) {

@@ -12,6 +12,7 @@
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
+#include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
 #include "platform/qt/BrowserAuthentication.h"
@@ -71,6 +72,7 @@ private:
     PosixFileManager files_;
     PathFolderAccess folderAccess_;
     PosixBackgroundQueue background_{loop_};
+    PosixVolumeQueues volumes_;
     test::MemoryUserDefaults defaults_;
     test::MemoryCredentialStore credentials_;
     test::FakeWorkspace workspace_;

@@ -22,6 +22,7 @@
 #include "support/SeededRandom.h"
 #include "support/SimulatedTransferSession.h"
 #include "support/VirtualLoop.h"
+#include "support/VirtualVolumeQueues.h"
 #include "widgets/window/Desktop.h"
 
 namespace tovri::test {
@@ -134,11 +135,13 @@ public:
     VirtualLoop loop;
     VirtualClock clock{loop};
     VirtualBackgroundQueue background{loop};
+    VirtualVolumeQueues volumes{loop};
     SeededRandom random;
     MemoryFileManager files;
     FakeFolderAccess access;
     RecordingLog log;
-    Platform platform{loop, clock, random, files, access, background, log, {"/home/user", "/data/Tovri", "/tmp"}};
+    Platform platform{
+        loop, clock, random, files, access, background, volumes, log, {"/home/user", "/data/Tovri", "/tmp"}};
     MemoryUserDefaults defaults;
     MemoryCredentialStore credentials;
     ScriptedHTTPSession http{loop};

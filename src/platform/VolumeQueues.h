@@ -1,0 +1,28 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace tovri {
+
+// Does what may block on a volume (writing, syncing, looking at its files): the work of each lane one after the other,
+// beside that of all other lanes. So a volume that hangs holds up only those who wait for it. Work owns all that it
+// uses, or uses what any thread may, and is destroyed where it ran.
+class VolumeQueues {
+public:
+    using Work = std::move_only_function<void()>;
+
+    virtual ~VolumeQueues() = default;
+
+    // Does `work` after all that was given to the lane before. Any name is a lane, for as long as it has work. Any
+    // thread.
+    virtual void run(const std::string& lane, Work work) = 0;
+
+    // Blocks until no lane has work left, that which work gives meanwhile included, but at the longest so long. False
+    // when the time was too short: nothing begins any more, and the process must end without taking down what the work
+    // under way may use.
+    [[nodiscard]] virtual bool finish(std::chrono::milliseconds limit) = 0;
+};
+
+}  // namespace tovri

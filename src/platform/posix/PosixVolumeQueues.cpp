@@ -1,0 +1,101 @@
+#include "platform/posix/PosixVolumeQueues.h"
+
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "platform/posix/ThreadStart.h"
+
+namespace tovri {
+
+class PosixVolumeQueues::Lanes : public std::enable_shared_from_this<Lanes> {
+public:
+    explicit Lanes(std::chrono::milliseconds idle) : idle_(idle) {}
+
+    void add(const std::string& name, Work work) {
+        const std::scoped_lock lock(mutex_);
+        if (isOver_) return;
+        const auto [lane, isNew] = lanes_.try_emplace(name);
+        lane->second.waiting.push_back(std::move(work));
+        ++unfinished_;
+        if (isNew) {
+            startWithoutSignals([self = shared_from_this(), lane] { self->workOff(lane); }).detach();
+        } else {
+            lane->second.hasMore.notify_one();
+        }
+    }
+
+    bool finish(std::chrono::milliseconds limit) {
+        std::vector<std::deque<Work>> dropped;  // goes when the lock is free: what work holds may come back here
+        std::unique_lock lock(mutex_);
+        if (changed_.wait_for(lock, limit, [this] { return unfinished_ == 0; })) return true;
+        isOver_ = true;
+        for (auto& [name, lane] : lanes_) {
+            unfinished_ -= lane.waiting.size();
+            dropped.push_back(std::exchange(lane.waiting, {}));
+        }
+        return false;
+    }
+
+    // Sends the idle threads home.
+    void end(std::chrono::milliseconds limit) {
+        std::unique_lock lock(mutex_);
+        isOver_ = true;
+        for (auto& [name, lane] : lanes_) lane.hasMore.notify_one();
+        changed_.wait_for(lock, limit, [this] { return lanes_.size() == unfinished_; });
+    }
+
+private:
+    struct Lane {
+        std::deque<Work> waiting;
+        std::condition_variable hasMore;
+    };
+
+    using Place = std::map<std::string, Lane>::iterator;
+
+    // A lane's thread; the lane goes with it.
+    void workOff(Place lane) {
+        std::unique_lock lock(mutex_);
+        const auto isCalled = [&] { return isOver_ || !lane->second.waiting.empty(); };
+        while (lane->second.hasMore.wait_for(lock, idle_, isCalled) && !lane->second.waiting.empty()) {
+            Work work = std::move(lane->second.waiting.front());
+            lane->second.waiting.pop_front();
+            lock.unlock();
+            work();
+            work = nullptr;
+            lock.lock();
+            --unfinished_;
+            changed_.notify_all();
+        }
+        lanes_.erase(lane);
+        changed_.notify_all();
+    }
+
+    std::chrono::milliseconds idle_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::map<std::string, Lane> lanes_;
+    std::size_t unfinished_ = 0;  // work that waits or is under way
+    bool isOver_ = false;         // nothing is taken or begun any more
+};
+
+PosixVolumeQueues::PosixVolumeQueues(Patience patience)
+    : patienceAtEnd_(patience.atEnd), lanes_(std::make_shared<Lanes>(patience.idle)) {}
+
+PosixVolumeQueues::~PosixVolumeQueues() {
+    static_cast<void>(lanes_->finish(patienceAtEnd_));
+    lanes_->end(patienceAtEnd_);
+}
+
+void PosixVolumeQueues::run(const std::string& lane, Work work) {
+    lanes_->add(lane, std::move(work));
+}
+
+bool PosixVolumeQueues::finish(std::chrono::milliseconds limit) {
+    return lanes_->finish(limit);
+}
+
+}  // namespace tovri
