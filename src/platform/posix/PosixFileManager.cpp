@@ -21,6 +21,7 @@ using Path = FileManager::Path;
 namespace {
 
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
+constexpr mode_t asTheUserWants = 0777;  // the umask decides
 
 Result<void> outcome(int number, std::string_view action, const Path& path) {
     if (number == 0) return {};
@@ -37,18 +38,6 @@ std::optional<struct stat> statusOf(const Path& path) {
 bool isFolder(const Path& path) {
     const auto status = statusOf(path);
     return status && S_ISDIR(status->st_mode);
-}
-
-Path parentOf(const Path& path) {
-    const Path parent = path.parent_path();
-    return parent.empty() ? Path(".") : parent;
-}
-
-int syncFolder(const Path& folder) {
-    const FileDescriptor opened(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!opened.isOpen()) return errno == EACCES ? 0 : errno;  // a folder that may be written but not read
-    if (::fsync(opened.number()) == 0 || errno == EINVAL || errno == ENOTSUP) return 0;  // not that kind of volume
-    return errno;
 }
 
 // A regular file that is open for reading, and what is known of it.
@@ -121,29 +110,8 @@ std::optional<FileIdentity> PosixFileManager::identity(const Path& path) {
 }
 
 Result<void> PosixFileManager::createDirectories(const Path& path) {
-    const int failed = createDirectory(path.has_filename() ? path : path.parent_path());
+    const int failed = newFolders_.make(path.has_filename() ? path : path.parent_path(), asTheUserWants);
     return outcome(failed == EEXIST ? ENOTDIR : failed, "create the folder", path);
-}
-
-int PosixFileManager::createDirectory(const Path& path) {
-    const auto stands = [&] {
-        struct stat status{};
-        return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
-    };
-    if (stands()) return 0;
-    constexpr mode_t all = 0777;  // the user's umask decides
-    int made = ::mkdir(path.c_str(), all);
-    if (made != 0 && errno == ENOENT && path.has_relative_path() && path.has_parent_path()) {
-        if (const int failed = createDirectory(path.parent_path()); failed != 0) return failed;
-        made = ::mkdir(path.c_str(), all);
-    }
-    if (made == 0) {
-        const std::scoped_lock lock(mutex_);
-        withNewFolders_.insert(parentOf(path));
-        return 0;
-    }
-    const int failed = errno;
-    return stands() ? 0 : failed;
 }
 
 Result<std::vector<Path>> PosixFileManager::directoryContents(const Path& path) {
@@ -195,7 +163,7 @@ Result<void> PosixFileManager::moveBetweenVolumes(const Path& from, const Path& 
                                                   const std::stop_token& stop) {
     if (auto copied = copyBetweenVolumes(from, to, target, stop); !copied) return copied;
     // Only a durable copy may cost the original.
-    if (makeNameDurable(to) == 0) ::unlink(from.c_str());
+    if (newFolders_.makeNameDurable(to) == 0) ::unlink(from.c_str());
     return {};
 }
 
@@ -221,7 +189,7 @@ Result<void> PosixFileManager::replaceFolder(const Path& from, const Path& to, c
         if (auto arrived = copyBetweenVolumes(from, gone, Target::replaced, stop); !arrived) return arrived;
         failed = exchangeEntries(gone, to);
         if (failed != 0) ::unlink(gone.c_str());
-        if (failed == 0 && makeNameDurable(to) == 0) ::unlink(from.c_str());
+        if (failed == 0 && newFolders_.makeNameDurable(to) == 0) ::unlink(from.c_str());
     }
     if (failed != 0) return failure(fileError("replace", to, failed));
     std::error_code ignored;
@@ -241,25 +209,7 @@ Result<void> PosixFileManager::makeDurable(const Path& path) {
     const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
     if (!file.isOpen()) return failure(fileError("save", path, errno));
     if (::fsync(file.number()) != 0) return failure(fileError("save", path, errno));
-    return outcome(makeNameDurable(path), "save", path);
-}
-
-// The name in its folder, and the folders above it that are new.
-int PosixFileManager::makeNameDurable(const Path& path) {
-    Path folder = parentOf(path);
-    if (const int failed = syncFolder(folder); failed != 0) return failed;
-    while (true) {
-        Path above = parentOf(folder);
-        const bool isTop = above == folder || !folder.has_relative_path();
-        folder = std::move(above);
-        {
-            const std::scoped_lock lock(mutex_);
-            if (isTop || !withNewFolders_.contains(folder)) return 0;
-        }
-        if (const int failed = syncFolder(folder); failed != 0) return failed;
-        const std::scoped_lock lock(mutex_);
-        withNewFolders_.erase(folder);
-    }
+    return outcome(newFolders_.makeNameDurable(path), "save", path);
 }
 
 Result<ByteBlob> PosixFileManager::readFile(const Path& path) {
@@ -287,7 +237,7 @@ Result<void> PosixFileManager::writeFileAtomically(const Path& path, const Conte
     if (!written) return written;
     int failed = ::fsync(file->descriptor()) == 0 ? 0 : errno;
     if (failed == 0) failed = file->placeOver(path);
-    if (failed == 0) failed = makeNameDurable(path);
+    if (failed == 0) failed = newFolders_.makeNameDurable(path);
     return outcome(failed, "write", path);
 }
 

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <mutex>
-#include <set>
-
 #include "platform/FileManager.h"
+#include "platform/posix/NewFolders.h"
 
 namespace tovri {
 
@@ -34,17 +32,13 @@ public:
 private:
     enum class Target { free, replaced };
 
-    [[nodiscard]] int createDirectory(const Path& path);
     [[nodiscard]] Result<void> moveBetweenVolumes(const Path& from, const Path& to, Target target,
                                                   const std::stop_token& stop);
     [[nodiscard]] Result<void> copyBetweenVolumes(const Path& from, const Path& to, Target target,
                                                   const std::stop_token& stop);
     [[nodiscard]] Result<void> replaceFolder(const Path& from, const Path& to, const std::stop_token& stop);
-    [[nodiscard]] int makeNameDurable(const Path& path);
 
-    // Folders that hold a folder which this program made, and whose name may not have reached the disk yet.
-    std::mutex mutex_;
-    std::set<Path> withNewFolders_;
+    NewFolders newFolders_;
 };
 
 }  // namespace tovri

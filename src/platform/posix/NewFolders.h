@@ -1,0 +1,29 @@
+#pragma once
+
+#include <filesystem>
+#include <mutex>
+#include <set>
+
+#include <sys/types.h>
+
+namespace tovri {
+
+// Makes folders, and remembers which of their names may not have reached the disk yet. Both operations return 0 or an
+// errno value. Any thread.
+class NewFolders {
+public:
+    // With all missing parents; an existing folder is fine. The user's umask takes from the mode.
+    [[nodiscard]] int make(const std::filesystem::path& folder, mode_t mode);
+
+    // Returns when the path's name in its folder, and the folders above it that are new, would survive a loss of power.
+    [[nodiscard]] int makeNameDurable(const std::filesystem::path& path);
+
+private:
+    std::mutex mutex_;
+    std::set<std::filesystem::path> withNewFolders_;
+};
+
+// The folder that holds the path's entry.
+[[nodiscard]] std::filesystem::path parentOf(const std::filesystem::path& path);
+
+}  // namespace tovri
