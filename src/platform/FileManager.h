@@ -12,18 +12,10 @@
 
 #include "base/Bytes.h"
 #include "base/Result.h"
+#include "platform/FileHandle.h"
+#include "platform/WritableFile.h"
 
 namespace tovri {
-
-// A file that is being read or written from its start to its end.
-class FileHandle {
-public:
-    virtual ~FileHandle() = default;
-
-    // Up to `limit` bytes; empty at the end of the file.
-    [[nodiscard]] virtual Result<ByteBlob> read(std::size_t limit) = 0;
-    [[nodiscard]] virtual Result<void> write(std::string_view bytes) = 0;
-};
 
 // What tells a file from every other while it exists, whatever names it has; a move within its volume keeps it.
 struct FileIdentity {
@@ -103,6 +95,14 @@ public:
 
     // A new file, readable by its owner alone; `alreadyExists` when something stands there.
     [[nodiscard]] virtual Result<std::unique_ptr<FileHandle>> createFile(const Path& path) = 0;
+
+    // The same to be filled in any order; missing folders above it are made, for their owner alone too.
+    [[nodiscard]] virtual Result<std::unique_ptr<WritableFile>> createForWriting(const Path& path) = 0;
+
+    // A file that was begun before, cut to its first `length` bytes. A failure says that what had arrived is gone when
+    // the file holds fewer, is missing, or is anything but a regular file; a link is not followed.
+    [[nodiscard]] virtual Result<std::unique_ptr<WritableFile>> reopenForWriting(const Path& path,
+                                                                                 ByteCount length) = 0;
 };
 
 // The folders that the platform gives to a user and to this program. Fixed at start.

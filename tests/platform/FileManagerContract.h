@@ -235,6 +235,40 @@ TEST_P(FileManagerContract, writesReadsAndAppends) {
     EXPECT_THAT(names(here), UnorderedElementsAre("a", "b", "log"));
 }
 
+TEST_P(FileManagerContract, fillsAFileInAnyOrder) {
+    const Path path = here / "new/folders/part";
+    auto file = files.createForWriting(path).value();
+    ASSERT_TRUE(file->allocate(1'000'000));
+    EXPECT_EQ(file->size(), 0);
+    EXPECT_EQ(files.fileSize(path), 0);
+    const std::string large(9U << 20U, 'x');  // more than what is handed to the disk at a time
+    ASSERT_TRUE(file->writeAt(6, large));
+    ASSERT_TRUE(file->writeAt(2, "cd"));
+    EXPECT_EQ(file->size(), 6 + static_cast<ByteCount>(large.size()));
+    EXPECT_EQ(file->readAt(0, 7), std::string("\0\0cd\0\0x", 7));
+    EXPECT_EQ(file->readAt(file->size() - 1, 7), "x");
+    EXPECT_EQ(file->readAt(file->size() + 1, 7), "");
+    EXPECT_TRUE(file->synchronize());
+    EXPECT_EQ(files.createForWriting(path).error().code, ErrorCase::alreadyExists);
+
+    file = files.reopenForWriting(path, 4).value();
+    EXPECT_EQ(file->size(), 4);
+    ASSERT_TRUE(file->writeAt(4, "ef"));
+    EXPECT_EQ(content(path), std::string("\0\0cdef", 6));
+}
+
+TEST_P(FileManagerContract, whatIsNotThereAnyMoreCannotBeGoneOnWith) {
+    put(here / "part", "123");
+    for (const Path& path : {here / "part", here / "none", here}) {
+        const auto reopened = files.reopenForWriting(path, 4);
+        ASSERT_FALSE(reopened);
+        EXPECT_EQ(reopened.error().description,
+                  "The part of the file that had arrived is gone; the download starts over.");
+    }
+    EXPECT_EQ(content(here / "part"), "123");
+    EXPECT_FALSE(files.createForWriting(here / "part/below"));
+}
+
 TEST_P(FileManagerContract, failuresNameThePath) {
     const Path missing = here / "no such folder" / "a";
     put(here / "a", "x");

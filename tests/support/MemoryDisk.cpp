@@ -112,8 +112,7 @@ Result<void> MemoryFileManager::checkRoom(const Path& path, ByteCount more) cons
     std::set<const Node*> counted;
     ByteCount used = more;
     const std::function<void(const Path&, const Node&)> add = [&](const Path& at, const Node& node) {
-        if (volume(at) == capacity->first && counted.insert(&node).second)
-            used += static_cast<ByteCount>(node.bytes.size());
+        if (volume(at) == capacity->first && counted.insert(&node).second) used += node.room();
         for (const auto& [name, entry] : node.entries) add(at / name, *entry);
     };
     add("/", *root_);

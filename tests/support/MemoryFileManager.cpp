@@ -56,6 +56,10 @@ std::optional<FileIdentity> MemoryFileManager::identity(const Path& path) {
 
 Result<void> MemoryFileManager::createDirectories(const Path& path) {
     if (auto fine = begin("createDirectories", path); !fine) return fine;
+    return makeFolders(path);
+}
+
+Result<void> MemoryFileManager::makeFolders(const Path& path) {
     Path here = "/";
     NodePointer folder = root_;
     for (const Path& part : normal(path).relative_path()) {

@@ -80,11 +80,14 @@ public:
     [[nodiscard]] Result<void> appendToFile(const Path& path, std::string_view bytes) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> createFile(const Path& path) override;
+    [[nodiscard]] Result<std::unique_ptr<WritableFile>> createForWriting(const Path& path) override;
+    [[nodiscard]] Result<std::unique_ptr<WritableFile>> reopenForWriting(const Path& path, ByteCount length) override;
 
 private:
     struct Node;
     using NodePointer = std::shared_ptr<Node>;
     class Handle;
+    class Writable;
 
     struct Fault {
         std::string operation;
@@ -100,6 +103,7 @@ private:
     };
 
     [[nodiscard]] Result<void> begin(const std::string& operation, const Path& path, const Path& target = {});
+    [[nodiscard]] Result<void> makeFolders(const Path& path);
     [[nodiscard]] NodePointer find(const Path& path) const;
     [[nodiscard]] Result<Slot> slot(const Path& path) const;
     [[nodiscard]] Result<void> checkWritable(const Path& path) const;

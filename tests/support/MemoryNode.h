@@ -18,6 +18,7 @@ struct MemoryFileManager::Node {
     bool isFolder;
     std::string bytes;
     std::string durableBytes;
+    std::size_t reserved = 0;  // bytes that it has room for, whether it holds them or not
     Entries entries;
     Entries durableEntries;
 
@@ -25,6 +26,8 @@ struct MemoryFileManager::Node {
         durableBytes = bytes;
         durableEntries = entries;
     }
+
+    [[nodiscard]] ByteCount room() const { return static_cast<ByteCount>(std::max(bytes.size(), reserved)); }
 
     void losePower() {
         bytes = durableBytes;

@@ -42,7 +42,7 @@ int NewFolders::make(const Path& folder, mode_t mode) {
     }
     if (made == 0) {
         const std::scoped_lock lock(mutex_);
-        withNewFolders_.insert(parentOf(folder));
+        ++unsynced_[parentOf(folder)];
         return 0;
     }
     const int failed = errno;
@@ -56,13 +56,15 @@ int NewFolders::makeNameDurable(const Path& path) {
         Path above = parentOf(folder);
         const bool isTop = above == folder || !folder.has_relative_path();
         folder = std::move(above);
-        {
-            const std::scoped_lock lock(mutex_);
-            if (isTop || !withNewFolders_.contains(folder)) return 0;
-        }
+        std::unique_lock lock(mutex_);
+        const auto entry = unsynced_.find(folder);
+        if (isTop || entry == unsynced_.end()) return 0;
+        const int made = entry->second;
+        lock.unlock();
         if (const int failed = syncFolder(folder); failed != 0) return failed;
-        const std::scoped_lock lock(mutex_);
-        withNewFolders_.erase(folder);
+        lock.lock();
+        if (const auto now = unsynced_.find(folder); now != unsynced_.end() && now->second == made)
+            unsynced_.erase(now);
     }
 }
 

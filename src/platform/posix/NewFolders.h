@@ -1,8 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <mutex>
-#include <set>
 
 #include <sys/types.h>
 
@@ -20,7 +20,7 @@ public:
 
 private:
     std::mutex mutex_;
-    std::set<std::filesystem::path> withNewFolders_;
+    std::map<std::filesystem::path, int> unsynced_;  // by folder: how many were made in it until it was synced
 };
 
 // The folder that holds the path's entry.

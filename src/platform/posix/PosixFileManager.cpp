@@ -13,6 +13,7 @@
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileError.h"
 #include "platform/posix/NewFile.h"
+#include "platform/posix/PosixWritableFile.h"
 
 namespace tovri {
 
@@ -258,6 +259,14 @@ Result<std::unique_ptr<FileHandle>> PosixFileManager::createFile(const Path& pat
     FileDescriptor file(::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
     if (!file.isOpen()) return failure(fileError("create", path, errno));
     return std::make_unique<PosixFileHandle>(std::move(file), path);
+}
+
+Result<std::unique_ptr<WritableFile>> PosixFileManager::createForWriting(const Path& path) {
+    return PosixWritableFile::create(path, newFolders_);
+}
+
+Result<std::unique_ptr<WritableFile>> PosixFileManager::reopenForWriting(const Path& path, ByteCount length) {
+    return PosixWritableFile::reopen(path, length);
 }
 
 }  // namespace tovri

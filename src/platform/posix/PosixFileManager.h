@@ -28,6 +28,8 @@ public:
     [[nodiscard]] Result<void> appendToFile(const Path& path, std::string_view bytes) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> openForReading(const Path& path) override;
     [[nodiscard]] Result<std::unique_ptr<FileHandle>> createFile(const Path& path) override;
+    [[nodiscard]] Result<std::unique_ptr<WritableFile>> createForWriting(const Path& path) override;
+    [[nodiscard]] Result<std::unique_ptr<WritableFile>> reopenForWriting(const Path& path, ByteCount length) override;
 
 private:
     enum class Target { free, replaced };

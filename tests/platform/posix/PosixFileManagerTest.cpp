@@ -80,6 +80,10 @@ TEST_F(PosixFileManagerTest, whatItWritesForTheProgramIsForTheOwnerAlone) {
     ASSERT_TRUE(files.createFile(here / "created"));
     EXPECT_EQ(mode(here / "written"), 0600U);
     EXPECT_EQ(mode(here / "created"), 0600U);
+    ASSERT_TRUE(files.createForWriting(here / "new/folder/part"));
+    EXPECT_EQ(mode(here / "new"), 0700U);
+    EXPECT_EQ(mode(here / "new/folder"), 0700U);
+    EXPECT_EQ(mode(here / "new/folder/part"), 0600U);
 
     // A download keeps its mode on its way to another volume.
     std::error_code noOtherVolume;
@@ -88,6 +92,18 @@ TEST_F(PosixFileManagerTest, whatItWritesForTheProgramIsForTheOwnerAlone) {
     std::filesystem::permissions(here / "created", std::filesystem::perms(0644));
     ASSERT_TRUE(files.moveItem(here / "created", other.path / "arrived", {}));
     EXPECT_EQ(mode(other.path / "arrived"), 0644U);
+}
+
+TEST_F(PosixFileManagerTest, goesOnWithNothingButItsOwnFile) {
+    ASSERT_TRUE(files.writeFileAtomically(here / "other", "precious"));
+    std::filesystem::create_symlink("other", here / "link");
+    ASSERT_EQ(::mkfifo((here / "pipe").c_str(), 0600), 0);
+    for (const char* name : {"link", "pipe"}) {
+        const auto reopened = files.reopenForWriting(here / name, 0);
+        ASSERT_FALSE(reopened);
+        EXPECT_THAT(reopened.error().description, HasSubstr("the download starts over"));
+    }
+    EXPECT_EQ(content(here / "other"), "precious");
 }
 
 TEST_F(PosixFileManagerTest, refusedFoldersAreSaidInOneSentence) {
@@ -144,6 +160,17 @@ TEST_F(SmallDisk, fullDiskLosesNothingAndLeavesNothing) {
     EXPECT_EQ(content(disk / "old"), "old");
     EXPECT_TRUE(files.exists(disk / "folder/below"));
     EXPECT_EQ(entriesIn(disk), 2U);
+}
+
+TEST_F(SmallDisk, roomIsKeptBeforeTheBytesCome) {
+    const std::string full =
+        "The disk is full: no room for the download in " + disk.string() + "; free some space and retry.";
+    const auto kept = files.createForWriting(disk / "kept").value();
+    ASSERT_TRUE(kept->allocate(700'000));
+    const auto other = files.createForWriting(disk / "other").value();
+    EXPECT_EQ(other->allocate(700'000).error().description, full);
+    EXPECT_EQ(other->writeAt(0, std::string(700'000, 'x')).error().description, full);
+    EXPECT_TRUE(kept->writeAt(0, std::string(700'000, 'x')));
 }
 
 TEST_F(SmallDisk, readOnlyDiskIsSaid) {
