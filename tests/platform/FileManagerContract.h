@@ -232,6 +232,8 @@ TEST_P(FileManagerContract, writesReadsAndAppends) {
     EXPECT_EQ((*opened)->read(4), "e");
     EXPECT_EQ((*opened)->read(4), "");
     EXPECT_FALSE(files.openForReading(here));
+    EXPECT_FALSE(files.readFile(here));
+    EXPECT_FALSE(files.makeDurable(here));
     EXPECT_THAT(names(here), UnorderedElementsAre("a", "b", "log"));
 }
 

@@ -153,7 +153,7 @@ Result<void> MemoryFileManager::removeItem(const Path& path) {
 Result<void> MemoryFileManager::makeDurable(const Path& path) {
     if (auto fine = begin("makeDurable", path); !fine) return fine;
     const NodePointer node = find(path);
-    if (!node) return failure(missing(path));
+    if (!node || node->isFolder) return failure(missing(path));
     node->makeDurable();
     makeNameDurable(path);
     return {};

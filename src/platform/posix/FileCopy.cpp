@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include "platform/posix/FileDescriptor.h"
+#include "platform/posix/FileError.h"
+#include "platform/posix/RegularFile.h"
 
 namespace tovri {
 namespace {
@@ -30,6 +32,19 @@ int copyThroughMemory(int from, int to, const std::stop_token& stop) {
 }
 
 }  // namespace
+
+Result<NewFile> copyOf(const std::filesystem::path& file, std::filesystem::path hidden, const std::stop_token& stop) {
+    struct stat entry{};
+    if (::lstat(file.c_str(), &entry) == 0 && S_ISDIR(entry.st_mode)) return failure(fileError("copy", file, EXDEV));
+    Result<RegularFile> source = openRegularFile("copy", file, O_RDONLY | O_NOFOLLOW);
+    if (!source) return failure(source);
+    const std::filesystem::path folder = hidden.parent_path();
+    Result<NewFile> copy = NewFile::create(std::move(hidden), source->status.st_mode & 0777U);
+    if (!copy) return copy;
+    const int failed = copyContent(source->file.number(), copy->descriptor(), source->status.st_size, stop);
+    if (auto fine = fileOutcome(failed, "write into", folder); !fine) return failure(fine);
+    return copy;
+}
 
 int copyContent(int from, int to, ByteCount size, const std::stop_token& stop) {
     if (size == 0) return 0;

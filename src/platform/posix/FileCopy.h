@@ -1,11 +1,19 @@
 #pragma once
 
+#include <filesystem>
 #include <stop_token>
 #include <string_view>
 
 #include "base/Bytes.h"
+#include "base/Result.h"
+#include "platform/posix/NewFile.h"
 
 namespace tovri {
+
+// A copy of the file with its mode, not yet under its name; `hidden` as for NewFile. A link is not followed, and only a
+// regular file has a copy.
+[[nodiscard]] Result<NewFile> copyOf(const std::filesystem::path& file, std::filesystem::path hidden,
+                                     const std::stop_token& stop);
 
 // These return 0 or an errno value.
 

@@ -82,4 +82,10 @@ Error fileError(std::string_view action, const std::filesystem::path& path, int 
             "Cannot " + std::string(action) + " \"" + displayText(path) + "\": " + reasonFor(number)};
 }
 
+Result<void> fileOutcome(int number, std::string_view action, const std::filesystem::path& path) {
+    if (number == 0) return {};
+    if (number == ECANCELED) return failure(Error::cancelled());
+    return failure(fileError(action, path, number));
+}
+
 }  // namespace tovri

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "base/Error.h"
+#include "base/Result.h"
 
 namespace tovri {
 
@@ -14,5 +14,8 @@ namespace tovri {
 // A failure of the file system in one sentence: `Cannot ACTION "PATH": REASON; WHAT TO DO.` `number` is an errno value;
 // EEXIST gives alreadyExists.
 [[nodiscard]] Error fileError(std::string_view action, const std::filesystem::path& path, int number);
+
+// How a system call ended: success for 0, cancelled for ECANCELED, a fileError for every other errno value.
+[[nodiscard]] Result<void> fileOutcome(int number, std::string_view action, const std::filesystem::path& path);
 
 }  // namespace tovri

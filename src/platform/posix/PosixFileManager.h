@@ -32,14 +32,6 @@ public:
     [[nodiscard]] Result<std::unique_ptr<WritableFile>> reopenForWriting(const Path& path, ByteCount length) override;
 
 private:
-    enum class Target { free, replaced };
-
-    [[nodiscard]] Result<void> moveBetweenVolumes(const Path& from, const Path& to, Target target,
-                                                  const std::stop_token& stop);
-    [[nodiscard]] Result<void> copyBetweenVolumes(const Path& from, const Path& to, Target target,
-                                                  const std::stop_token& stop);
-    [[nodiscard]] Result<void> replaceFolder(const Path& from, const Path& to, const std::stop_token& stop);
-
     NewFolders newFolders_;
 };
 

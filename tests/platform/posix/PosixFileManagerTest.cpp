@@ -106,6 +106,24 @@ TEST_F(PosixFileManagerTest, goesOnWithNothingButItsOwnFile) {
     EXPECT_EQ(content(here / "other"), "precious");
 }
 
+TEST_F(PosixFileManagerTest, neverWaitsForAPipeOrADevice) {
+    ASSERT_EQ(::mkfifo((here / "pipe").c_str(), 0600), 0);
+    std::filesystem::create_symlink("pipe", here / "link");
+    for (const Path& path : {here / "pipe", here / "link", Path("/dev/null"), Path("/dev/tty")}) {
+        const auto read = files.readFile(path);
+        const auto opened = files.openForReading(path);
+        const auto cloned = files.cloneFile(path, here / "clone");
+        for (const Error* error :
+             {read ? nullptr : &read.error(), opened ? nullptr : &opened.error(), cloned ? nullptr : &cloned.error()}) {
+            ASSERT_NE(error, nullptr) << path;
+            EXPECT_THAT(error->description, HasSubstr("not a file; choose another one."));
+        }
+        EXPECT_FALSE(files.makeDurable(path));
+        EXPECT_FALSE(files.appendToFile(path, "x"));
+    }
+    EXPECT_FALSE(files.exists(here / "clone"));
+}
+
 TEST_F(PosixFileManagerTest, refusedFoldersAreSaidInOneSentence) {
     ASSERT_TRUE(files.writeFileAtomically(here / "a", "bytes"));
     ASSERT_TRUE(files.createDirectories(here / "shut"));
