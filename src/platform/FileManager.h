@@ -13,6 +13,7 @@
 #include "base/Bytes.h"
 #include "base/Result.h"
 #include "platform/FileHandle.h"
+#include "platform/PlacingNames.h"
 #include "platform/WritableFile.h"
 
 namespace tovri {
@@ -24,13 +25,6 @@ struct FileIdentity {
 
     bool operator==(const FileIdentity&) const = default;
 };
-
-// The hidden name under which `from` is gathered beside `to` while it crosses volumes. A killed process leaves it
-// there.
-[[nodiscard]] inline std::filesystem::path gatheringPath(const std::filesystem::path& from,
-                                                         const std::filesystem::path& to) {
-    return to.parent_path() / (".tovri-" + from.filename().native());
-}
 
 // The file system. Every operation blocks; any thread. Failures describe the path and the reason in one sentence that
 // says what the user can do.
@@ -64,8 +58,8 @@ public:
     // that copy and removes it.
     [[nodiscard]] virtual Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) = 0;
 
-    // As moveItem, but whatever stands at `to`, a folder with all it holds included, makes way once the new file has
-    // reached its volume. A failure leaves the old entry in place.
+    // As moveItem, but what stands at `to` makes way once the new file has reached its volume: a folder goes to its
+    // replacedPath with all that it holds, anything else for good. A failure leaves the old entry in place.
     [[nodiscard]] virtual Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) = 0;
 
     // A folder goes with all that it holds.

@@ -69,18 +69,40 @@ TEST_P(FileManagerContract, movesOnlyWhereNothingStands) {
     }
 }
 
-TEST_P(FileManagerContract, replacesWhateverStandsThere) {
+TEST_P(FileManagerContract, replacesAFileForGood) {
     for (const Path& target : {here / "to", elsewhere / "to"}) {
-        ASSERT_TRUE(files.createDirectories(target / "folder/deep/er"));
-        put(target / "folder/deep/file", "old");
+        ASSERT_TRUE(files.createDirectories(target));
         put(target / "file", "old");
-        for (const char* name : {"folder", "file", "nothing"}) {
+        for (const char* name : {"file", "nothing"}) {
             put(here / "a", "new");
             ASSERT_TRUE(files.replaceItem(here / "a", target / name, {})) << name;
             EXPECT_EQ(content(target / name), "new");
             EXPECT_FALSE(files.exists(here / "a"));
         }
-        EXPECT_THAT(names(target), UnorderedElementsAre("folder", "file", "nothing"));
+        EXPECT_THAT(names(target), UnorderedElementsAre("file", "nothing"));
+    }
+}
+
+TEST_P(FileManagerContract, aFolderThatIsReplacedKeepsAllThatItHolds) {
+    const std::string longest = std::string(243, 'n') + "\xC3\xA9" + std::string(10, 'n');
+    for (const Path& target : {here / "to", elsewhere / "to"}) {
+        for (int time = 1; time <= 2; ++time) {
+            for (const std::string& name : {std::string("name"), longest}) {
+                ASSERT_TRUE(files.createDirectories(target / name / "deep"));
+                put(target / name / "deep/file", std::to_string(time));
+                put(here / "a", "new");
+                ASSERT_TRUE(files.replaceItem(here / "a", target / name, {}));
+                EXPECT_EQ(content(target / name), "new");
+                EXPECT_FALSE(files.exists(here / "a"));
+                ASSERT_TRUE(files.removeItem(target / name));
+            }
+        }
+        const std::string cut(243, 'n');  // not in the middle of a letter
+        EXPECT_THAT(names(target), UnorderedElementsAre("name (replaced)", "name (replaced 2)", cut + " (replaced)",
+                                                        cut.substr(1) + " (replaced 2)"));
+        EXPECT_EQ(content(target / "name (replaced)/deep/file"), "1");
+        EXPECT_EQ(content(target / "name (replaced 2)/deep/file"), "2");
+        EXPECT_EQ(content(target / (cut + " (replaced)") / "deep/file"), "1");
     }
 }
 
@@ -90,6 +112,7 @@ TEST_P(FileManagerContract, failedReplacementLeavesTheOldEntry) {
         put(target / "folder/file", "old");
         put(target / "file", "old");
         EXPECT_FALSE(files.replaceItem(here / "missing", target / "folder", {}));
+        EXPECT_FALSE(files.replaceItem(target / "folder/file", target / "folder", {}));  // gone with its folder
         EXPECT_FALSE(files.replaceItem(here / "missing", target / "file", {}));
         EXPECT_EQ(content(target / "folder/file"), "old");
         EXPECT_EQ(content(target / "file"), "old");

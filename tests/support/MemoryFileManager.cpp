@@ -135,9 +135,19 @@ Result<void> MemoryFileManager::put(const Path& from, const Path& to, const Slot
         source->makeDurable();
     }
     if (normal(from) == normal(to)) return {};
+    if (isAtOrBelow(normal(from), normal(to))) return failure(missing(from));
+    makeWay(to, target);
     target.folder->entries[target.name] = source;
     slot(from)->folder->entries.erase(normal(from).filename());
     return {};
+}
+
+void MemoryFileManager::makeWay(const Path& path, const Slot& place) {
+    const NodePointer old = find(path);
+    if (!old || !old->isFolder) return;
+    int number = 1;
+    while (find(replacedPath(normal(path), number, longestName))) ++number;
+    place.folder->entries[replacedPath(normal(path), number, longestName).filename()] = old;
 }
 
 Result<void> MemoryFileManager::removeItem(const Path& path) {
@@ -232,7 +242,6 @@ MemoryFileManager::NodePointer MemoryFileManager::find(const Path& path) const {
 }
 
 Result<MemoryFileManager::Slot> MemoryFileManager::slot(const Path& path) const {
-    constexpr std::size_t longestName = 255;
     const Path clean = normal(path);
     const NodePointer folder = find(clean.parent_path());
     if (!folder) return failure(missing(clean.parent_path()));

@@ -110,8 +110,11 @@ private:
     [[nodiscard]] Path volume(const Path& path) const;
     [[nodiscard]] Result<void> checkRoom(const Path& path, ByteCount more) const;
     [[nodiscard]] Result<void> put(const Path& from, const Path& to, const Slot& target, const std::stop_token& stop);
+    void makeWay(const Path& path, const Slot& place);
     void makeNameDurable(const Path& path);
     [[nodiscard]] std::map<Path, std::string> collect(const Path& folder, bool isDurable) const;
+
+    static constexpr std::size_t longestName = 255;
 
     NodePointer root_;
     std::set<Path> volumes_;

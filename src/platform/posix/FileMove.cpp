@@ -5,10 +5,9 @@
 #include <cstdio>
 #include <optional>
 
-#include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/FileManager.h"
+#include "platform/PlacingNames.h"
 #include "platform/posix/FileCopy.h"
 #include "platform/posix/FileError.h"
 
@@ -40,7 +39,7 @@ Result<void> FileMove::whereNothingStands() {
 
 Result<void> FileMove::over() {
     const auto replaced = statusOf(to_);
-    if (replaced && S_ISDIR(replaced->st_mode)) return overFolder();
+    if (replaced && S_ISDIR(replaced->st_mode)) return overFolder(*replaced);
     const auto source = statusOf(from_);
     if (!source) return failure(fileError("move", from_, errno));
     if (::rename(from_.c_str(), to_.c_str()) != 0) {
@@ -54,37 +53,56 @@ Result<void> FileMove::over() {
 }
 
 Result<void> FileMove::betweenVolumes(Target target) {
-    if (auto copied = copyTo(to_, target); !copied) return copied;
-    // Only a durable copy may cost the original.
-    if (folders_.makeNameDurable(to_) == 0) ::unlink(from_.c_str());
-    return {};
-}
-
-Result<void> FileMove::copyTo(const Path& place, Target target) {
-    if (target == Target::free && statusOf(place)) return failure(fileError("move the file to", place, EEXIST));
-    Result<NewFile> copy = copyOf(from_, gatheringPlace(from_, place), stop_);
+    if (target == Target::free && statusOf(to_)) return failure(fileError("move the file to", to_, EEXIST));
+    Result<NewFile> copy = durableCopy();
     if (!copy) return failure(copy);
-    if (::fsync(copy->descriptor()) != 0) return failure(fileError("write", place, errno));
-    if (stop_.stop_requested()) return failure(Error::cancelled());
-    const int failed = target == Target::free ? copy->placeWhereNothingStands(place) : copy->placeOver(place);
-    return fileOutcome(failed, "move the file to", place);
+    const int failed = target == Target::free ? copy->placeWhereNothingStands(to_) : copy->placeOver(to_);
+    if (failed == 0) removeOriginal();
+    return fileOutcome(failed, "move the file to", to_);
 }
 
-// File and folder change places, then the folder goes.
-Result<void> FileMove::overFolder() {
-    Path gone = from_;  // where the folder is after the exchange
-    int failed = exchangeEntries(from_, to_);
-    if (failed == EXDEV) {
-        gone = gatheringPlace(from_, to_);
-        if (auto arrived = copyTo(gone, Target::replaced); !arrived) return arrived;
-        failed = exchangeEntries(gone, to_);
-        if (failed != 0) ::unlink(gone.c_str());
-        if (failed == 0 && folders_.makeNameDurable(to_) == 0) ::unlink(from_.c_str());
+Result<NewFile> FileMove::durableCopy() {
+    Result<NewFile> copy = copyOf(from_, gatheringPlace(from_, to_), stop_);
+    if (!copy) return copy;
+    if (::fsync(copy->descriptor()) != 0) return failure(fileError("write", to_, errno));
+    if (stop_.stop_requested()) return failure(Error::cancelled());
+    return copy;
+}
+
+// Only a durable copy may cost the original.
+void FileMove::removeOriginal() {
+    if (folders_.makeNameDurable(to_) == 0) ::unlink(from_.c_str());
+}
+
+Result<void> FileMove::overFolder(const struct stat& folder) {
+    const auto source = statusOf(from_);
+    if (!source) return failure(fileError("move", from_, errno));
+    if (source->st_dev == folder.st_dev && source->st_ino == folder.st_ino) return {};
+
+    const bool mayRename = source->st_dev == folder.st_dev;
+    int failed = mayRename ? makingWay([this] { return renameWhereNothingStands(from_, to_); }) : EXDEV;
+    if (failed != EXDEV) return fileOutcome(failed, "replace", to_);
+    Result<NewFile> copy = durableCopy();
+    if (!copy) return failure(copy);
+    failed = makingWay([&] { return copy->placeWhereNothingStands(to_); });
+    if (failed == 0) removeOriginal();
+    return fileOutcome(failed, "replace", to_);
+}
+
+// Does the placing once the folder has left its place. At every moment the folder has one of its two names.
+int FileMove::makingWay(const std::function<int()>& place) {
+    const long limit = ::pathconf(parentOf(to_).c_str(), _PC_NAME_MAX);
+    const std::size_t longest = limit < 100 ? NAME_MAX : static_cast<std::size_t>(limit);
+    Path aside;
+    int failed = EEXIST;
+    for (int number = 1; failed == EEXIST; ++number) {
+        aside = replacedPath(to_, number, longest);
+        failed = renameWhereNothingStands(to_, aside);
     }
-    if (failed != 0) return failure(fileError("replace", to_, failed));
-    std::error_code ignored;
-    std::filesystem::remove_all(gone, ignored);
-    return {};
+    if (failed != 0) return failed;
+    failed = place();
+    if (failed != 0) static_cast<void>(renameWhereNothingStands(aside, to_));
+    return failed;
 }
 
 }  // namespace tovri

@@ -1,10 +1,14 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <stop_token>
 #include <utility>
 
+#include <sys/stat.h>
+
 #include "base/Result.h"
+#include "platform/posix/NewFile.h"
 #include "platform/posix/NewFolders.h"
 
 namespace tovri {
@@ -25,8 +29,10 @@ private:
     enum class Target { free, replaced };
 
     [[nodiscard]] Result<void> betweenVolumes(Target target);
-    [[nodiscard]] Result<void> copyTo(const std::filesystem::path& place, Target target);
-    [[nodiscard]] Result<void> overFolder();
+    [[nodiscard]] Result<NewFile> durableCopy();
+    void removeOriginal();
+    [[nodiscard]] Result<void> overFolder(const struct stat& folder);
+    [[nodiscard]] int makingWay(const std::function<int()>& place);
 
     std::filesystem::path from_;
     std::filesystem::path to_;

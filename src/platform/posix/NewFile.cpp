@@ -44,18 +44,6 @@ int renameWhereNothingStands(const Path& from, const Path& to) {
     return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
-int exchangeEntries(const Path& one, const Path& other) {
-    if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0) return 0;
-    if (errno != EINVAL && errno != ENOSYS && errno != EOPNOTSUPP) return errno;
-    // Not at once on this volume, so by way of a third name.
-    const Path aside = hiddenPath(other.parent_path());
-    if (::rename(other.c_str(), aside.c_str()) != 0) return errno;
-    if (::rename(one.c_str(), other.c_str()) == 0) return ::rename(aside.c_str(), one.c_str()) == 0 ? 0 : errno;
-    const int failed = errno;
-    ::rename(aside.c_str(), other.c_str());
-    return failed;
-}
-
 NewFile::NewFile(NewFile&& other) noexcept
     : hidden_(std::move(other.hidden_)),
       hasName_(std::exchange(other.hasName_, false)),

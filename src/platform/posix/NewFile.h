@@ -42,10 +42,7 @@ private:
 // A path in the folder that nobody uses: hidden, and short enough for every volume.
 [[nodiscard]] std::filesystem::path hiddenPath(const std::filesystem::path& folder);
 
-// Both stay on one volume and return 0 or an errno value. Moves an entry to a name at which nothing stands:
+// Moves an entry within its volume to a name at which nothing stands. Returns 0 or an errno value.
 [[nodiscard]] int renameWhereNothingStands(const std::filesystem::path& from, const std::filesystem::path& to);
-
-// Two entries take each other's place; a failure leaves both where they were.
-[[nodiscard]] int exchangeEntries(const std::filesystem::path& one, const std::filesystem::path& other);
 
 }  // namespace tovri

@@ -9,7 +9,7 @@ namespace tovri {
 // it is moved, replaced and removed by itself, and followed where it stands for a folder on the way.
 //
 // A file that went to another volume counts as moved when its new name is durable, also when the old one cannot be
-// removed; and an entry that was replaced counts as gone when it cannot be removed any more from where it made way to.
+// removed.
 class PosixFileManager final : public FileManager {
 public:
     [[nodiscard]] bool exists(const Path& path) override;
