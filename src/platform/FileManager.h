@@ -54,13 +54,17 @@ public:
     [[nodiscard]] virtual Result<void> cloneFile(const Path& from, const Path& to) = 0;
 
     // Atomic: `to` is either absent or whole. `alreadyExists` when something stands at `to`, which is never touched.
-    // Between volumes the file is copied to its gatheringPath, which makes way, and made durable first; a stop ends
-    // that copy and removes it.
+    // Between volumes the file is copied to its gatheringPath, which makes way, given the permissions of its new
+    // folder, and made durable first; a stop ends that copy and removes it.
     [[nodiscard]] virtual Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) = 0;
 
     // As moveItem, but what stands at `to` makes way once the new file has reached its volume: a folder goes to its
     // replacedPath with all that it holds, anything else for good. A failure leaves the old entry in place.
     [[nodiscard]] virtual Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) = 0;
+
+    // Gives a file the mode, group and access list that one newly made in the folder would get: a download is for its
+    // owner alone until it takes its place there.
+    [[nodiscard]] virtual Result<void> adoptFolderPermissions(const Path& file, const Path& folder) = 0;
 
     // A folder goes with all that it holds.
     [[nodiscard]] virtual Result<void> removeItem(const Path& path) = 0;

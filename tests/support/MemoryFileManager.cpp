@@ -142,6 +142,13 @@ Result<void> MemoryFileManager::put(const Path& from, const Path& to, const Slot
     return {};
 }
 
+Result<void> MemoryFileManager::adoptFolderPermissions(const Path& file, const Path& folder) {
+    if (auto fine = begin("adoptFolderPermissions", file, folder); !fine) return fine;
+    if (!fileSize(file)) return failure(missing(file));
+    if (!find(folder)) return failure(missing(folder));
+    return checkWritable(folder);
+}
+
 void MemoryFileManager::makeWay(const Path& path, const Slot& place) {
     const NodePointer old = find(path);
     if (!old || !old->isFolder) return;

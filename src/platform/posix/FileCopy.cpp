@@ -39,7 +39,7 @@ Result<NewFile> copyOf(const std::filesystem::path& file, std::filesystem::path 
     Result<RegularFile> source = openRegularFile("copy", file, O_RDONLY | O_NOFOLLOW);
     if (!source) return failure(source);
     const std::filesystem::path folder = hidden.parent_path();
-    Result<NewFile> copy = NewFile::create(std::move(hidden), source->status.st_mode & 0777U);
+    Result<NewFile> copy = NewFile::create(std::move(hidden), S_IRUSR | S_IWUSR);
     if (!copy) return copy;
     const int failed = copyContent(source->file.number(), copy->descriptor(), source->status.st_size, stop);
     if (auto fine = fileOutcome(failed, "write into", folder); !fine) return failure(fine);

@@ -10,8 +10,8 @@
 
 namespace tovri {
 
-// A copy of the file with its mode, not yet under its name; `hidden` as for NewFile. A link is not followed, and only a
-// regular file has a copy.
+// A copy of the file for its owner alone, not yet under its name; `hidden` as for NewFile. A link is not followed, and
+// only a regular file has a copy.
 [[nodiscard]] Result<NewFile> copyOf(const std::filesystem::path& file, std::filesystem::path hidden,
                                      const std::stop_token& stop);
 

@@ -11,6 +11,7 @@
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileError.h"
 #include "platform/posix/FileMove.h"
+#include "platform/posix/FolderPermissions.h"
 #include "platform/posix/NewFile.h"
 #include "platform/posix/PosixWritableFile.h"
 #include "platform/posix/RegularFile.h"
@@ -103,6 +104,12 @@ Result<void> PosixFileManager::moveItem(const Path& from, const Path& to, std::s
 
 Result<void> PosixFileManager::replaceItem(const Path& from, const Path& to, std::stop_token stop) {
     return FileMove(from, to, newFolders_, std::move(stop)).over();
+}
+
+Result<void> PosixFileManager::adoptFolderPermissions(const Path& file, const Path& folder) {
+    Result<RegularFile> opened = openRegularFile("set the permissions of", file, O_RDONLY | O_NOFOLLOW);
+    if (!opened) return failure(opened);
+    return tovri::adoptFolderPermissions(opened->file.number(), folder);
 }
 
 Result<void> PosixFileManager::removeItem(const Path& path) {

@@ -20,6 +20,7 @@ public:
     [[nodiscard]] Result<void> cloneFile(const Path& from, const Path& to) override;
     [[nodiscard]] Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) override;
     [[nodiscard]] Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) override;
+    [[nodiscard]] Result<void> adoptFolderPermissions(const Path& file, const Path& folder) override;
     [[nodiscard]] Result<void> removeItem(const Path& path) override;
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
     [[nodiscard]] Result<ByteBlob> readFile(const Path& path) override;
