@@ -14,6 +14,7 @@
 #include "base/Result.h"
 #include "platform/FileHandle.h"
 #include "platform/PlacingNames.h"
+#include "platform/Volume.h"
 #include "platform/WritableFile.h"
 
 namespace tovri {
@@ -42,6 +43,9 @@ public:
 
     // None when nothing stands there.
     [[nodiscard]] virtual std::optional<FileIdentity> identity(const Path& path) = 0;
+
+    // The volume on which something at the path would be.
+    [[nodiscard]] virtual Result<Volume> volume(const Path& path) = 0;
 
     // With all missing parents; an existing folder is fine.
     [[nodiscard]] virtual Result<void> createDirectories(const Path& path) = 0;

@@ -260,6 +260,25 @@ TEST_P(FileManagerContract, writesReadsAndAppends) {
     EXPECT_THAT(names(here), UnorderedElementsAre("a", "b", "log"));
 }
 
+TEST_P(FileManagerContract, knowsTheVolumeOfAPathThatIsYetToBe) {
+    put(here / "file", "bytes");
+    const Volume volume = files.volume(here).value();
+    EXPECT_EQ(volume.folder, here);
+    EXPECT_EQ(volume.number, files.identity(here)->volume);
+    EXPECT_NE(volume.identity, "");
+    EXPECT_GE(volume.longestName, 255U);
+    EXPECT_TRUE(volume.isWritable);
+    EXPECT_LE(volume.available, volume.total);
+    for (const Path& path : {here / "yet/to/be", here / "file", here / "file/below"}) {
+        const Volume same = files.volume(path).value();
+        EXPECT_EQ(same.folder, here);
+        EXPECT_EQ(same.identity, volume.identity);
+        EXPECT_EQ(same.number, volume.number);
+    }
+    const Volume other = files.volume(elsewhere).value();
+    EXPECT_EQ(other.identity == volume.identity, other.number == volume.number);
+}
+
 TEST_P(FileManagerContract, fillsAFileInAnyOrder) {
     const Path path = here / "new/folders/part";
     auto file = files.createForWriting(path).value();

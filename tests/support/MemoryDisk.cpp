@@ -14,11 +14,34 @@ void MemoryFileManager::addVolume(const Path& mountPoint) {
     put(mountPoint / "x", "");
     find(mountPoint)->entries.clear();
     find(mountPoint)->makeDurable();
-    volumes_.insert(normal(mountPoint));
+    disks_[normal(mountPoint)] = {};
+}
+
+void MemoryFileManager::unmount(const Path& mountPoint) {
+    const Path place = normal(mountPoint);
+    NodePointer& root = disks_.at(place).detached;
+    root = find(place);
+    hang(place, std::make_shared<Node>(true));
+}
+
+void MemoryFileManager::mount(const Path& mountPoint) {
+    const Path place = normal(mountPoint);
+    hang(place, std::exchange(disks_.at(place).detached, nullptr));
+}
+
+// Puts the folder into the tree, for a loss of power too.
+void MemoryFileManager::hang(const Path& place, NodePointer folder) {
+    Node& above = *find(place.parent_path());
+    above.durableEntries[place.filename()] = folder;
+    above.entries[place.filename()] = std::move(folder);
 }
 
 void MemoryFileManager::setCapacity(const Path& volume, ByteCount capacity) {
-    capacities_[this->volume(volume)] = capacity;
+    disks_.at(mountPointOf(volume)).capacity = capacity;
+}
+
+void MemoryFileManager::setLongestName(const Path& volume, std::size_t length) {
+    disks_.at(mountPointOf(volume)).longestName = length;
 }
 
 void MemoryFileManager::setReadOnly(const Path& folder, bool isReadOnly) {
@@ -98,25 +121,50 @@ Result<void> MemoryFileManager::checkWritable(const Path& path) const {
     return {};
 }
 
-Path MemoryFileManager::volume(const Path& path) const {
+Path MemoryFileManager::mountPointOf(const Path& path) const {
     Path longest = "/";
-    for (const Path& mountPoint : volumes_)
-        if (isAtOrBelow(normal(path), mountPoint) && mountPoint.native().size() > longest.native().size())
-            longest = mountPoint;
+    for (const auto& [place, disk] : disks_)
+        if (!disk.detached && isAtOrBelow(normal(path), place) && place.native().size() > longest.native().size())
+            longest = place;
     return longest;
 }
 
-Result<void> MemoryFileManager::checkRoom(const Path& path, ByteCount more) const {
-    const auto capacity = capacities_.find(volume(path));
-    if (capacity == capacities_.end()) return {};
+std::uint64_t MemoryFileManager::volumeNumber(const Path& path) const {
+    return std::hash<std::string>{}(mountPointOf(path).native());
+}
+
+Result<Volume> MemoryFileManager::volume(const Path& path) {
+    if (auto fine = begin("volume", path); !fine) return failure(fine);
+    Volume volume;
+    volume.folder = normal(path);
+    for (NodePointer node = find(volume.folder); !node || !node->isFolder; node = find(volume.folder))
+        volume.folder = volume.folder.parent_path();
+    const Path place = mountPointOf(volume.folder);
+    const Disk& disk = disks_.at(place);
+    volume.number = volumeNumber(volume.folder);
+    volume.identity = "memory at " + place.native();
+    volume.total = disk.capacity;
+    if (disk.capacity) volume.available = *disk.capacity - used(place);
+    volume.longestName = disk.longestName;
+    volume.isWritable = checkWritable(volume.folder).has_value();
+    return volume;
+}
+
+ByteCount MemoryFileManager::used(const Path& mountPoint) const {
     std::set<const Node*> counted;
-    ByteCount used = more;
+    ByteCount sum = 0;
     const std::function<void(const Path&, const Node&)> add = [&](const Path& at, const Node& node) {
-        if (volume(at) == capacity->first && counted.insert(&node).second) used += node.room();
+        if (mountPointOf(at) == mountPoint && counted.insert(&node).second) sum += node.room();
         for (const auto& [name, entry] : node.entries) add(at / name, *entry);
     };
     add("/", *root_);
-    if (used > capacity->second) return failure(refused(path, "the disk is full"));
+    return sum;
+}
+
+Result<void> MemoryFileManager::checkRoom(const Path& path, ByteCount more) const {
+    const Path place = mountPointOf(path);
+    const Disk& disk = disks_.at(place);
+    if (disk.capacity && used(place) + more > *disk.capacity) return failure(refused(path, "the disk is full"));
     return {};
 }
 

@@ -34,7 +34,7 @@ private:
     std::size_t at_ = 0;
 };
 
-MemoryFileManager::MemoryFileManager() : root_(std::make_shared<Node>(true)), volumes_{"/"} {}
+MemoryFileManager::MemoryFileManager() : root_(std::make_shared<Node>(true)) {}
 
 MemoryFileManager::~MemoryFileManager() = default;
 
@@ -51,7 +51,7 @@ std::optional<ByteCount> MemoryFileManager::fileSize(const Path& path) {
 std::optional<FileIdentity> MemoryFileManager::identity(const Path& path) {
     const NodePointer node = find(path);
     if (!node) return std::nullopt;
-    return FileIdentity{std::hash<std::string>{}(volume(path).native()), reinterpret_cast<std::uintptr_t>(node.get())};
+    return FileIdentity{volumeNumber(path), reinterpret_cast<std::uintptr_t>(node.get())};
 }
 
 Result<void> MemoryFileManager::createDirectories(const Path& path) {
@@ -96,7 +96,7 @@ Result<void> MemoryFileManager::cloneFile(const Path& from, const Path& to) {
     if (auto writable = checkWritable(to); !writable) return writable;
 
     NodePointer clone = source;
-    if (volume(from) != volume(to)) {
+    if (volumeNumber(from) != volumeNumber(to)) {
         if (auto room = checkRoom(to, static_cast<ByteCount>(source->bytes.size())); !room) return room;
         clone = std::make_shared<Node>(false);
         clone->bytes = source->bytes;
@@ -127,7 +127,7 @@ Result<void> MemoryFileManager::put(const Path& from, const Path& to, const Slot
     for (const Path& path : {from, to})
         if (auto writable = checkWritable(path); !writable) return writable;
 
-    if (volume(from) != volume(to)) {
+    if (volumeNumber(from) != volumeNumber(to)) {
         if (source->isFolder) return failure(refused(from, "a folder cannot be moved to another volume"));
         if (stop.stop_requested()) return failure(Error::cancelled());
         if (auto room = checkRoom(to, static_cast<ByteCount>(source->bytes.size())); !room) return room;
@@ -152,6 +152,7 @@ Result<void> MemoryFileManager::adoptFolderPermissions(const Path& file, const P
 void MemoryFileManager::makeWay(const Path& path, const Slot& place) {
     const NodePointer old = find(path);
     if (!old || !old->isFolder) return;
+    const std::size_t longestName = disks_.at(mountPointOf(path)).longestName;
     int number = 1;
     while (find(replacedPath(normal(path), number, longestName))) ++number;
     place.folder->entries[replacedPath(normal(path), number, longestName).filename()] = old;
@@ -253,7 +254,8 @@ Result<MemoryFileManager::Slot> MemoryFileManager::slot(const Path& path) const 
     const NodePointer folder = find(clean.parent_path());
     if (!folder) return failure(missing(clean.parent_path()));
     if (!folder->isFolder) return failure(refused(path, clean.parent_path().string() + " is not a folder"));
-    if (clean.filename().native().size() > longestName) return failure(refused(path, "the name is too long"));
+    if (clean.filename().native().size() > disks_.at(mountPointOf(path)).longestName)
+        return failure(refused(path, "the name is too long"));
     return Slot{folder.get(), clean.filename()};
 }
 

@@ -25,8 +25,13 @@ public:
     // Makes the folder the root of a volume of its own, empty and durable.
     void addVolume(const Path& mountPoint);
 
+    // Takes the volume away and brings it back; in between an empty folder of the volume above stands there.
+    void unmount(const Path& mountPoint);
+    void mount(const Path& mountPoint);
+
     // Most bytes that the files of the path's volume may hold together.
     void setCapacity(const Path& volume, ByteCount capacity);
+    void setLongestName(const Path& volume, std::size_t length);
 
     // Nothing in or below the folder can be changed.
     void setReadOnly(const Path& folder, bool isReadOnly);
@@ -67,6 +72,7 @@ public:
     [[nodiscard]] bool exists(const Path& path) override;
     [[nodiscard]] std::optional<ByteCount> fileSize(const Path& path) override;
     [[nodiscard]] std::optional<FileIdentity> identity(const Path& path) override;
+    [[nodiscard]] Result<Volume> volume(const Path& path) override;
     [[nodiscard]] Result<void> createDirectories(const Path& path) override;
     [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
     [[nodiscard]] Result<void> cloneFile(const Path& from, const Path& to) override;
@@ -97,6 +103,12 @@ private:
         int times;
     };
 
+    struct Disk {
+        std::optional<ByteCount> capacity;
+        std::size_t longestName = 255;
+        NodePointer detached;  // its root, while it is not mounted
+    };
+
     // A place for an entry: the folder that holds it and its name there.
     struct Slot {
         Node* folder;
@@ -108,18 +120,18 @@ private:
     [[nodiscard]] NodePointer find(const Path& path) const;
     [[nodiscard]] Result<Slot> slot(const Path& path) const;
     [[nodiscard]] Result<void> checkWritable(const Path& path) const;
-    [[nodiscard]] Path volume(const Path& path) const;
+    void hang(const Path& place, NodePointer folder);
+    [[nodiscard]] Path mountPointOf(const Path& path) const;
+    [[nodiscard]] std::uint64_t volumeNumber(const Path& path) const;
+    [[nodiscard]] ByteCount used(const Path& mountPoint) const;
     [[nodiscard]] Result<void> checkRoom(const Path& path, ByteCount more) const;
     [[nodiscard]] Result<void> put(const Path& from, const Path& to, const Slot& target, const std::stop_token& stop);
     void makeWay(const Path& path, const Slot& place);
     void makeNameDurable(const Path& path);
     [[nodiscard]] std::map<Path, std::string> collect(const Path& folder, bool isDurable) const;
 
-    static constexpr std::size_t longestName = 255;
-
     NodePointer root_;
-    std::set<Path> volumes_;
-    std::map<Path, ByteCount> capacities_;
+    std::map<Path, Disk> disks_{{"/", {}}};  // by where they are mounted
     std::set<Path> readOnly_;
     std::vector<Fault> faults_;
     std::optional<int> operationsLeft_;

@@ -15,6 +15,7 @@
 #include "platform/posix/NewFile.h"
 #include "platform/posix/PosixWritableFile.h"
 #include "platform/posix/RegularFile.h"
+#include "platform/posix/VolumeLookup.h"
 
 namespace tovri {
 
@@ -68,6 +69,10 @@ std::optional<FileIdentity> PosixFileManager::identity(const Path& path) {
     const auto status = statusOf(path);
     if (!status) return std::nullopt;
     return FileIdentity{status->st_dev, status->st_ino};
+}
+
+Result<Volume> PosixFileManager::volume(const Path& path) {
+    return volumeOf(path);
 }
 
 Result<void> PosixFileManager::createDirectories(const Path& path) {

@@ -15,6 +15,7 @@ public:
     [[nodiscard]] bool exists(const Path& path) override;
     [[nodiscard]] std::optional<ByteCount> fileSize(const Path& path) override;
     [[nodiscard]] std::optional<FileIdentity> identity(const Path& path) override;
+    [[nodiscard]] Result<Volume> volume(const Path& path) override;
     [[nodiscard]] Result<void> createDirectories(const Path& path) override;
     [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
     [[nodiscard]] Result<void> cloneFile(const Path& from, const Path& to) override;

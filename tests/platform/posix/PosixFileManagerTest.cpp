@@ -2,42 +2,18 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "platform/posix/FileError.h"
-#include "platform/posix/PosixFileManager.h"
+#include "platform/posix/PosixFileManagerFixture.h"
 #include "platform/posix/Unprivileged.h"
-#include "support/TemporaryFolder.h"
 
 namespace tovri::test {
 namespace {
 
-using Path = std::filesystem::path;
 using testing::AllOf;
 using testing::HasSubstr;
-
-class PosixFileManagerTest : public testing::Test {
-public:
-    std::string content(const Path& path) { return files.readFile(path).value_or("<none>"); }
-
-    static unsigned mode(const Path& path) {
-        struct stat status{};
-        ::stat(path.c_str(), &status);
-        return status.st_mode & 0777U;
-    }
-
-    static std::size_t entriesIn(const Path& path) {
-        return static_cast<std::size_t>(
-            std::distance(std::filesystem::directory_iterator(path), std::filesystem::directory_iterator()));
-    }
-
-    PosixFileManager files;
-    TemporaryFolder folder;
-    Path here = folder.path;
-};
 
 TEST_F(PosixFileManagerTest, symbolicLinksCountByThemselves) {
     ASSERT_TRUE(files.writeFileAtomically(here / "a", "bytes"));
@@ -116,65 +92,6 @@ TEST_F(PosixFileManagerTest, refusedFoldersAreSaidInOneSentence) {
         EXPECT_THAT(refused.error().description, AllOf(HasSubstr((here / "shut").string()),
                                                        HasSubstr("permission is denied"), HasSubstr("choose another")));
     }
-    EXPECT_EQ(content(here / "a"), "bytes");
-}
-
-// A small file system of its own, seen by this process alone.
-class SmallDisk : public PosixFileManagerTest {
-public:
-    void SetUp() override {
-        ASSERT_TRUE(files.createDirectories(disk));
-        const bool isAlone =
-            ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;  // NOLINT
-        if (!isAlone || ::mount("none", disk.c_str(), "tmpfs", 0, "size=1m") != 0) GTEST_SKIP() << "cannot mount here";
-        isMounted_ = true;
-    }
-
-    void TearDown() override {
-        if (isMounted_) ::umount(disk.c_str());
-    }
-
-    Path disk = here / "disk";
-
-private:
-    bool isMounted_ = false;
-};
-
-TEST_F(SmallDisk, fullDiskLosesNothingAndLeavesNothing) {
-    const std::string large(std::size_t{2} << 20U, 'x');
-    ASSERT_TRUE(files.writeFileAtomically(here / "large", large));
-    ASSERT_TRUE(files.writeFileAtomically(disk / "old", "old"));
-    ASSERT_TRUE(files.createDirectories(disk / "folder/below"));
-    for (const auto& failed :
-         {files.moveItem(here / "large", disk / "new", {}), files.replaceItem(here / "large", disk / "old", {}),
-          files.replaceItem(here / "large", disk / "folder", {}), files.cloneFile(here / "large", disk / "new"),
-          files.writeFileAtomically(disk / "old", large)}) {
-        ASSERT_FALSE(failed);
-        EXPECT_THAT(failed.error().description, HasSubstr("the disk is full; free some space and try again."));
-    }
-    EXPECT_EQ(files.fileSize(here / "large"), static_cast<ByteCount>(large.size()));
-    EXPECT_EQ(content(disk / "old"), "old");
-    EXPECT_TRUE(files.exists(disk / "folder/below"));
-    EXPECT_EQ(entriesIn(disk), 2U);
-}
-
-TEST_F(SmallDisk, roomIsKeptBeforeTheBytesCome) {
-    const std::string full =
-        "The disk is full: no room for the download in " + disk.string() + "; free some space and retry.";
-    const auto kept = files.createForWriting(disk / "kept").value();
-    ASSERT_TRUE(kept->allocate(700'000));
-    const auto other = files.createForWriting(disk / "other").value();
-    EXPECT_EQ(other->allocate(700'000).error().description, full);
-    EXPECT_EQ(other->writeAt(0, std::string(700'000, 'x')).error().description, full);
-    EXPECT_TRUE(kept->writeAt(0, std::string(700'000, 'x')));
-}
-
-TEST_F(SmallDisk, readOnlyDiskIsSaid) {
-    ASSERT_TRUE(files.writeFileAtomically(here / "a", "bytes"));
-    ASSERT_EQ(::mount("none", disk.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0);
-    const auto moved = files.moveItem(here / "a", disk / "a", {});
-    ASSERT_FALSE(moved);
-    EXPECT_THAT(moved.error().description, HasSubstr("the disk is read-only"));
     EXPECT_EQ(content(here / "a"), "bytes");
 }
 
