@@ -107,16 +107,11 @@ void StandardTerminal::showLive(std::vector<std::string> lines) {
 }
 
 Subscription StandardTerminal::ask(std::string_view question, Echo echo, LineReceiver done) {
+    if (echo == Echo::hidden) stopEcho();
     hiddenLive_ = lateLive_.value_or(live_.lines());
     lateLive_.reset();
     if (!live_.isEmpty()) write(STDOUT_FILENO, live_.replace({}, size().columns));
     write(STDERR_FILENO, question);
-    termios state{};
-    if (echo == Echo::hidden && ::tcgetattr(STDIN_FILENO, &state) == 0) {
-        echoing_ = std::make_unique<termios>(state);
-        state.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &state);
-    }
     question_ = std::make_shared<Question>();
     question_->done = std::move(done);
     question_->readable = events_.onReadable(STDIN_FILENO, [this, asked = std::weak_ptr(question_)] {
@@ -125,6 +120,15 @@ Subscription StandardTerminal::ask(std::string_view question, Echo echo, LineRec
     return Subscription([this, asked = std::weak_ptr(question_)] {
         if (const auto open = asked.lock(); open && open == question_) restore();
     });
+}
+
+// Before the question is seen: whoever reads it may answer at once. What was typed ahead stays an answer.
+void StandardTerminal::stopEcho() {
+    termios state{};
+    if (::tcgetattr(STDIN_FILENO, &state) != 0) return;
+    echoing_ = std::make_unique<termios>(state);
+    state.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &state);
 }
 
 void StandardTerminal::readInput(const std::shared_ptr<Question>& question) {
@@ -152,7 +156,7 @@ void StandardTerminal::readInput(const std::shared_ptr<Question>& question) {
 void StandardTerminal::endQuestion() {
     question_.reset();
     if (echoing_) {
-        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, echoing_.get());
+        ::tcsetattr(STDIN_FILENO, TCSANOW, echoing_.get());
         echoing_.reset();
         write(STDERR_FILENO, "\n");  // the user's own was not shown
     }

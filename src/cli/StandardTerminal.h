@@ -68,6 +68,7 @@ private:
     void write(int descriptor, std::string_view text);
     void didCatchUp();
     void writeLine(int descriptor, std::string_view line);
+    void stopEcho();
     void readInput(const std::shared_ptr<Question>& question);
     void endQuestion();
 
