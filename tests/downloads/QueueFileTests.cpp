@@ -132,7 +132,7 @@ TEST(QueueFile, isRefusedWithAReason) {
         {"[]", "not JSON"},
         {std::string(fullText.substr(0, 900)), "not JSON"},  // cut off
         {std::string(fullText) + "x", ""},
-        {replaced(R"("isPaused": true,)", ""), "missing"},
+        {replaced(R"("isPaused": true,)", ""), "isPaused"},
         {replaced(R"("fileName": "AC\/DC \"Live\".mp3",)", ""), "fileName"},
         {replaced("9007199254740993", "1.5"), "fileID"},
         {replaced("9007199254740993", "9223372036854775808"), "fileID"},
@@ -146,6 +146,7 @@ TEST(QueueFile, isRefusedWithAReason) {
         {replaced("\"progress\": 0.25", "\"progress\": null"), "progress"},
         {replaced(R"("deleteAfterDownload": true)", R"("deleteAfterDownload": 1)"), "deleteAfterDownload"},
         {replaced(": 3", ": \"3\""), "11111111"},
+        {replaced("\"downloads\": [", "\"downloads\": [7, "), "an item"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);

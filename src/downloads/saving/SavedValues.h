@@ -1,22 +1,19 @@
 #pragma once
 
-#include <algorithm>
-#include <array>
-#include <bitset>
-#include <cstdint>
 #include <cstring>
+#include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include <simdjson.h>
 
 #include "base/Bytes.h"
 #include "base/Result.h"
-#include "base/UUID.h"
-#include "downloads/saving/SavedDate.h"
 
-// What the files have in common that the program keeps for itself, on their way in: strict readers, which name the
+// What the files have in common that the program keeps for itself, on their way in: strict reading, which names the
 // value that is not what it should be.
 namespace tovri::saved {
 
@@ -27,49 +24,37 @@ struct Unreadable {
     std::string reason;
 };
 
-[[noreturn]] inline void reject(std::string_view key, std::string_view expected) {
-    throw Unreadable{"\"" + std::string(key) + "\" is not " + std::string(expected)};
-}
+// Values that many records of a file have in common, each kept once.
+struct SharedValues {
+    std::unordered_map<std::string, std::shared_ptr<const std::filesystem::path>> folders;  // by their URLs
+    std::unordered_map<ByteBlob, std::shared_ptr<const ByteBlob>> blobs;
+};
 
-template <class T>
-[[nodiscard]] T read(json::value& value, std::string_view key, std::string_view expected) {
-    T result{};
-    if (value.get(result) != simdjson::SUCCESS) reject(key, expected);
-    return result;
-}
+// One value of a file, as it is found under its key.
+struct SavedValue {
+    json::value& value;
+    std::string_view key;
+    SharedValues& shared;
 
-[[nodiscard]] inline std::string_view readText(json::value& value, std::string_view key) {
-    return read<std::string_view>(value, key, "a string");
-}
+    [[noreturn]] void reject(std::string_view expected) const {
+        throw Unreadable{"\"" + std::string(key) + "\" is not " + std::string(expected)};
+    }
 
-[[nodiscard]] inline std::int64_t readInteger(json::value& value, std::string_view key) {
-    return read<std::int64_t>(value, key, "an integer");
-}
+    // Rejects it where it is no T, saying what was `expected`: "an integer".
+    template <class T>
+    [[nodiscard]] T as(std::string_view expected) const {
+        T result{};
+        if (value.get(result) != simdjson::SUCCESS) reject(expected);
+        return result;
+    }
 
-[[nodiscard]] inline bool readFlag(json::value& value, std::string_view key) {
-    return read<bool>(value, key, "a boolean");
-}
+    [[nodiscard]] std::string_view text() const { return as<std::string_view>("a string"); }
 
-[[nodiscard]] inline UUID readUUID(json::value& value, std::string_view key) {
-    const auto id = UUID::parse(readText(value, key));
-    if (!id) reject(key, "a UUID");
-    return *id;
-}
-
-[[nodiscard]] inline ByteBlob readBlob(json::value& value, std::string_view key) {
-    auto bytes = base64Decoded(readText(value, key));
-    if (!bytes) reject(key, "base64");
-    return std::move(*bytes);
-}
-
-[[nodiscard]] inline Timestamp readDate(json::value& value, std::string_view key) {
-    return timestamp(read<double>(value, key, "a number"));
-}
-
-[[nodiscard]] inline bool isNull(json::value& value) {
-    bool null = false;
-    return value.is_null().get(null) == simdjson::SUCCESS && null;
-}
+    [[nodiscard]] bool isNull() const {
+        bool null = false;
+        return value.is_null().get(null) == simdjson::SUCCESS && null;
+    }
+};
 
 // The key as it stands in the text where it has no escapes. The parser keeps a copy of all that it unescapes, as long
 // as it lives, and keys are a third of a long queue.
@@ -78,27 +63,6 @@ template <class T>
     const std::size_t length = std::strcspn(text, "\"\\");
     if (text[length] == '"') return {text, length};
     return field.unescaped_key();
-}
-
-// Each member of a record goes to `readRequired(key, value)` or, unless it is null, to `readOptional(key, value)`. None
-// of the required ones may be missing; `record` is what is said to have no such member: "an item".
-template <std::size_t size, class ReadRequired, class ReadOptional>
-void readMembers(json::object object, const std::string& record, const std::array<std::string_view, size>& requiredKeys,
-                 const ReadRequired& readRequired, const ReadOptional& readOptional) {
-    std::bitset<size> found;
-    for (auto field : object) {
-        const std::string_view key = plainKey(field);
-        json::value value = field.value();
-        const auto required = std::ranges::find(requiredKeys, key);
-        if (required != requiredKeys.end()) {
-            found.set(static_cast<std::size_t>(required - requiredKeys.begin()));
-            readRequired(key, value);
-        } else if (!isNull(value)) {
-            readOptional(key, value);
-        }
-    }
-    for (std::size_t i = 0; i < size; ++i)
-        if (!found[i]) throw Unreadable{record + " has no \"" + std::string(requiredKeys[i]) + "\""};
 }
 
 // `readDocument(json::document&)`, or ErrorCase::decoding when that throws or anything follows. `file` is what the text

@@ -1,0 +1,96 @@
+#include <rapidjson/prettywriter.h>
+
+#include "downloads/saving/QueueSnapshot.h"
+#include "downloads/saving/SavedRecord.h"
+#include "downloads/saving/SavedText.h"
+
+namespace tovri {
+namespace {
+
+using namespace saved;
+
+struct StatusFormat {
+    static void write(auto& json, DownloadStatus status) { writeString(json, rawValue(status)); }
+
+    static DownloadStatus read(const SavedValue& saved) {
+        const auto status = downloadStatus(saved.text());
+        if (!status) saved.reject("a known status");
+        return *status;
+    }
+};
+
+// An object with a number under each name.
+struct CountsFormat {
+    static void write(auto& json, const std::map<std::string, std::int64_t>& counts) {
+        json.StartObject();
+        for (const auto& [name, count] : counts) {
+            writeKey(json, name);
+            json.Int64(count);
+        }
+        json.EndObject();
+    }
+
+    static std::map<std::string, std::int64_t> read(const SavedValue& saved) {
+        std::map<std::string, std::int64_t> counts;
+        for (auto field : saved.as<json::object>("an object")) {
+            const std::string name(std::string_view(field.unescaped_key()));
+            json::value value = field.value();
+            counts[name] = IntegerFormat::read({value, name, saved.shared});
+        }
+        return counts;
+    }
+};
+
+constexpr RecordFormat itemFormat{
+    "an item",
+    required("bytesDownloaded", &DownloadRecord::bytesDownloaded, IntegerFormat()),
+    optional("completedAt", &DownloadRecord::completedAt, DateFormat()),
+    required("deleteAfterDownload", &DownloadRecord::deleteAfterDownload, FlagFormat()),
+    required("destinationFolder", &DownloadRecord::destinationFolder, SharedFolderFormat()),
+    optional("error", &DownloadRecord::error, TextFormat()),
+    required("fileID", &DownloadRecord::fileID, IntegerFormat()),
+    required("fileName", &DownloadRecord::fileName, TextFormat()),
+    required("fileSize", &DownloadRecord::fileSize, IntegerFormat()),
+    optional("folderDeleteID", &DownloadRecord::folderDeleteID, IntegerFormat()),
+    optional("folderGroupID", &DownloadRecord::folderGroupID, UUIDFormat()),
+    required("id", &DownloadRecord::id, UUIDFormat()),
+    required("progress", &DownloadRecord::progress, NumberFormat()),
+    optional("resolvedURL", &DownloadRecord::resolvedURL, FileURLFormat()),
+    optional("resumeData", &DownloadRecord::resumeData, Base64Format()),
+    optional("securityScopeBookmark", &DownloadRecord::securityScopeBookmark, SharedBase64Format()),
+    optional("stagedURL", &DownloadRecord::stagedURL, FileURLFormat()),
+    optional("startedAt", &DownloadRecord::startedAt, DateFormat()),
+    required("status", &DownloadRecord::status, StatusFormat()),
+    optional("syncRuleID", &DownloadRecord::syncRuleID, UUIDFormat()),
+};
+
+constexpr RecordFormat queueFormat{
+    "the queue",
+    required("downloads", &QueueSnapshot::downloads, ListFormat(itemFormat)),
+    required("folderGroupExpectedCounts", &QueueSnapshot::folderGroupExpectedCounts, CountsFormat()),
+    required("isPaused", &QueueSnapshot::isPaused, FlagFormat()),
+    required("version", &QueueSnapshot::version, IntegerFormat()),
+};
+
+static_assert(itemFormat.isSorted() && queueFormat.isSorted());
+
+}  // namespace
+
+Result<void> encodeQueue(const QueueSnapshot& snapshot, const FileManager::Sink& sink) {
+    SlashEscapingText text(sink);
+    rapidjson::PrettyWriter<SlashEscapingText> json(text);
+    json.SetIndent(' ', 2);
+    queueFormat.write(json, snapshot);
+    return text.finish();
+}
+
+Result<QueueSnapshot> decodeQueue(ByteBlob text) {
+    return decode<QueueSnapshot>(std::move(text), "queue file", [](json::document& document) {
+        QueueSnapshot snapshot;
+        SharedValues shared;
+        queueFormat.read(document.get_object(), snapshot, shared);
+        return snapshot;
+    });
+}
+
+}  // namespace tovri
