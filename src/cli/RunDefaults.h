@@ -14,9 +14,13 @@ public:
     // `stored` outlives this.
     explicit RunDefaults(UserDefaults& stored) : stored_(stored) {}
 
-    void replaceString(std::string key, std::string value) { strings_[std::move(key)] = std::move(value); }
+    void replaceString(std::string_view key, std::string value) {
+        strings_.insert_or_assign(std::string(key), std::move(value));
+    }
 
-    void replaceInteger(std::string key, std::int64_t value) { integers_[std::move(key)] = value; }
+    void replaceInteger(std::string_view key, std::int64_t value) {
+        integers_.insert_or_assign(std::string(key), value);
+    }
 
     [[nodiscard]] std::optional<std::string> string(std::string_view key) override {
         const auto found = strings_.find(key);

@@ -132,10 +132,11 @@ public:
 private:
     UserDefaults& replaced() {
         if (const auto jobs = invocation_.value("--jobs"))
-            runDefaults_.replaceInteger("maxConcurrentDownloads", parseCount(*jobs).value_or(1));
+            runDefaults_.replaceInteger(preference::maxConcurrentDownloads.key, parseCount(*jobs).value_or(1));
         if (const auto what = invocation_.value("--on-conflict"))
             runDefaults_.replaceString(
-                "conflictBehavior", std::string(rawValue(parseBehavior(*what).value_or(ConflictBehavior::keepBoth))));
+                preference::conflictBehavior.key,
+                std::string(rawValue(parseBehavior(*what).value_or(ConflictBehavior::keepBoth))));
         return runDefaults_;
     }
 

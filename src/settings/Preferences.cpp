@@ -48,96 +48,54 @@ void write(UserDefaults& defaults, std::string_view key, ConflictBehavior value)
     defaults.setString(key, rawValue(value));
 }
 
-bool isPositive(const std::int64_t& value) {
-    return value >= 1;
+template <class T>
+bool isAcceptable(const Preference<T>& /*preference*/, const T& /*stored*/) {
+    return true;
+}
+
+bool isAcceptable(const Preference<std::int64_t>& preference, const std::int64_t& stored) {
+    return stored >= preference.range.least;
 }
 
 }  // namespace
 
-template <class T>
-struct Preferences::Setting {
-    Field field{};
-    std::string_view key;
-    T Preferences::* member = nullptr;
-    bool (*isAcceptable)(const T&) = nullptr;  // a stored value that is not gives way to the default
-};
-
-// One line per setting; the defaults stand at the members.
-struct Preferences::Settings {
-    static constexpr Setting<std::string> defaultDownloadPath{Field::defaultDownloadPath, "defaultDownloadPath",
-                                                              &Preferences::defaultDownloadPath_};
-    static constexpr Setting<std::optional<ByteBlob>> defaultDownloadBookmark{
-        Field::defaultDownloadBookmark, "defaultDownloadBookmark", &Preferences::defaultDownloadBookmark_};
-    static constexpr Setting<bool> deleteAfterDownload{Field::deleteAfterDownload, "deleteAfterDownload",
-                                                       &Preferences::deleteAfterDownload_};
-    static constexpr Setting<std::int64_t> maxConcurrentDownloads{
-        Field::maxConcurrentDownloads, "maxConcurrentDownloads", &Preferences::maxConcurrentDownloads_, isPositive};
-    static constexpr Setting<std::int64_t> syncPollIntervalMinutes{
-        Field::syncPollIntervalMinutes, "syncPollIntervalMinutes", &Preferences::syncPollIntervalMinutes_, isPositive};
-    static constexpr Setting<ConflictBehavior> conflictBehavior{Field::conflictBehavior, "conflictBehavior",
-                                                                &Preferences::conflictBehavior_};
-};
-
 Preferences::Preferences(UserDefaults& defaults, FolderAccess& folderAccess, const std::filesystem::path& home)
-    : defaults_(defaults), folderAccess_(folderAccess), defaultDownloadPath_(home.native() + "/Downloads") {
-    load(Settings::defaultDownloadPath);
-    load(Settings::defaultDownloadBookmark);
-    load(Settings::deleteAfterDownload);
-    load(Settings::maxConcurrentDownloads);
-    load(Settings::syncPollIntervalMinutes);
-    load(Settings::conflictBehavior);
+    : defaults_(defaults), folderAccess_(folderAccess) {
+    values_.defaultDownloadPath = home.native() + "/Downloads";
+    preference::forEach([this](const auto& one) { load(one); });
 }
 
 template <class T>
-void Preferences::load(const Setting<T>& setting) {
+void Preferences::load(const Preference<T>& preference) {
     std::optional<T> stored;
-    read(defaults_, setting.key, stored);
-    if (!stored || (setting.isAcceptable && !setting.isAcceptable(*stored))) return;
-    this->*setting.member = std::move(*stored);
+    read(defaults_, preference.key, stored);
+    if (stored && isAcceptable(preference, *stored)) values_.*preference.value = std::move(*stored);
 }
 
 template <class T>
-void Preferences::assign(const Setting<T>& setting, T value) {
-    T& current = this->*setting.member;
+void Preferences::assign(const Preference<T>& preference, T value) {
+    T& current = values_.*preference.value;
     const bool differs = current != value;
     current = std::move(value);
-    write(defaults_, setting.key, current);
-    if (differs) changes_.tell(setting.field);
+    write(defaults_, preference.key, current);
+    if (differs) changes_.tell(preference.key);
 }
 
-void Preferences::setDefaultDownloadPath(std::string path) {
-    assign(Settings::defaultDownloadPath, std::move(path));
-}
-
-void Preferences::setDefaultDownloadBookmark(std::optional<ByteBlob> bookmark) {
-    assign(Settings::defaultDownloadBookmark, std::move(bookmark));
-}
-
-void Preferences::setDeleteAfterDownload(bool deletes) {
-    assign(Settings::deleteAfterDownload, deletes);
-}
-
-void Preferences::setMaxConcurrentDownloads(std::int64_t limit) {
-    assign(Settings::maxConcurrentDownloads, limit);
-}
-
-void Preferences::setSyncPollIntervalMinutes(std::int64_t minutes) {
-    assign(Settings::syncPollIntervalMinutes, minutes);
-}
-
-void Preferences::setConflictBehavior(ConflictBehavior behavior) {
-    assign(Settings::conflictBehavior, behavior);
-}
+template void Preferences::assign(const Preference<std::string>&, std::string);
+template void Preferences::assign(const Preference<std::optional<ByteBlob>>&, std::optional<ByteBlob>);
+template void Preferences::assign(const Preference<bool>&, bool);
+template void Preferences::assign(const Preference<std::int64_t>&, std::int64_t);
+template void Preferences::assign(const Preference<ConflictBehavior>&, ConflictBehavior);
 
 std::filesystem::path Preferences::downloadFolderURL() const {
-    if (defaultDownloadBookmark_)
-        if (auto resolved = folderAccess_.resolve(*defaultDownloadBookmark_)) return std::move(resolved->folder);
-    return defaultDownloadPath_;
+    if (values_.defaultDownloadBookmark)
+        if (auto resolved = folderAccess_.resolve(*values_.defaultDownloadBookmark)) return std::move(resolved->folder);
+    return values_.defaultDownloadPath;
 }
 
 void Preferences::refreshDownloadFolderBookmark() {
-    if (!defaultDownloadBookmark_) return;
-    const auto resolved = folderAccess_.resolve(*defaultDownloadBookmark_);
+    if (!values_.defaultDownloadBookmark) return;
+    const auto resolved = folderAccess_.resolve(*values_.defaultDownloadBookmark);
     if (!resolved || !resolved->isStale) return;
 
     const bool hasAccess = folderAccess_.startAccess(resolved->folder);

@@ -8,11 +8,10 @@
 #include <string_view>
 #include <utility>
 
-#include "base/Bytes.h"
 #include "base/Signal.h"
 #include "platform/FolderAccess.h"
 #include "platform/UserDefaults.h"
-#include "settings/ConflictBehavior.h"
+#include "settings/PreferenceTable.h"
 
 namespace tovri {
 
@@ -20,40 +19,45 @@ namespace tovri {
 // also one of an equal value. Assignments are not corrected, stored values are.
 class Preferences {
 public:
-    enum class Field {
-        defaultDownloadPath,
-        defaultDownloadBookmark,
-        deleteAfterDownload,
-        maxConcurrentDownloads,
-        syncPollIntervalMinutes,
-        conflictBehavior,
-    };
-
     // `defaults` and `folderAccess` outlive the preferences.
     Preferences(UserDefaults& defaults, FolderAccess& folderAccess, const std::filesystem::path& home);
 
-    // Where downloads go that were given no folder of their own.
-    [[nodiscard]] const std::string& defaultDownloadPath() const { return defaultDownloadPath_; }
+    template <class T>
+    [[nodiscard]] const T& value(const Preference<T>& preference) const {
+        return values_.*preference.value;
+    }
+
+    template <class T>
+    void assign(const Preference<T>& preference, T value);
+
+    [[nodiscard]] const std::string& defaultDownloadPath() const { return values_.defaultDownloadPath; }
 
     // None when the user never chose a folder, or no bookmark could be made of it.
-    [[nodiscard]] const std::optional<ByteBlob>& defaultDownloadBookmark() const { return defaultDownloadBookmark_; }
+    [[nodiscard]] const std::optional<ByteBlob>& defaultDownloadBookmark() const {
+        return values_.defaultDownloadBookmark;
+    }
 
-    // Whether files go from put.io once they have arrived.
-    [[nodiscard]] bool deleteAfterDownload() const { return deleteAfterDownload_; }
+    [[nodiscard]] bool deleteAfterDownload() const { return values_.deleteAfterDownload; }
 
-    [[nodiscard]] std::int64_t maxConcurrentDownloads() const { return maxConcurrentDownloads_; }
+    [[nodiscard]] std::int64_t maxConcurrentDownloads() const { return values_.maxConcurrentDownloads; }
 
-    // How often a new automation rule looks, in minutes.
-    [[nodiscard]] std::int64_t syncPollIntervalMinutes() const { return syncPollIntervalMinutes_; }
+    [[nodiscard]] std::int64_t syncPollIntervalMinutes() const { return values_.syncPollIntervalMinutes; }
 
-    [[nodiscard]] ConflictBehavior conflictBehavior() const { return conflictBehavior_; }
+    [[nodiscard]] ConflictBehavior conflictBehavior() const { return values_.conflictBehavior; }
 
-    void setDefaultDownloadPath(std::string path);
-    void setDefaultDownloadBookmark(std::optional<ByteBlob> bookmark);
-    void setDeleteAfterDownload(bool deletes);
-    void setMaxConcurrentDownloads(std::int64_t limit);
-    void setSyncPollIntervalMinutes(std::int64_t minutes);
-    void setConflictBehavior(ConflictBehavior behavior);
+    void setDefaultDownloadPath(std::string path) { assign(preference::defaultDownloadPath, std::move(path)); }
+
+    void setDefaultDownloadBookmark(std::optional<ByteBlob> bookmark) {
+        assign(preference::defaultDownloadBookmark, std::move(bookmark));
+    }
+
+    void setDeleteAfterDownload(bool deletes) { assign(preference::deleteAfterDownload, deletes); }
+
+    void setMaxConcurrentDownloads(std::int64_t limit) { assign(preference::maxConcurrentDownloads, limit); }
+
+    void setSyncPollIntervalMinutes(std::int64_t minutes) { assign(preference::syncPollIntervalMinutes, minutes); }
+
+    void setConflictBehavior(ConflictBehavior behavior) { assign(preference::conflictBehavior, behavior); }
 
     // The folder that the bookmark leads to, else the default download path.
     [[nodiscard]] std::filesystem::path downloadFolderURL() const;
@@ -64,29 +68,17 @@ public:
     // The user picked a folder.
     void setDownloadFolder(const std::filesystem::path& folder);
 
-    // Told after the value was stored, only when it differs.
-    Subscription onChange(std::function<void(Field)> tell) { return changes_.subscribe(std::move(tell)); }
+    // Told the preference's key after the value was stored, only when it differs.
+    Subscription onChange(std::function<void(std::string_view)> tell) { return changes_.subscribe(std::move(tell)); }
 
 private:
     template <class T>
-    struct Setting;
-    struct Settings;
-
-    template <class T>
-    void load(const Setting<T>& setting);
-
-    template <class T>
-    void assign(const Setting<T>& setting, T value);
+    void load(const Preference<T>& preference);
 
     UserDefaults& defaults_;
     FolderAccess& folderAccess_;
-    std::string defaultDownloadPath_;
-    std::optional<ByteBlob> defaultDownloadBookmark_;
-    bool deleteAfterDownload_ = false;
-    std::int64_t maxConcurrentDownloads_ = 3;
-    std::int64_t syncPollIntervalMinutes_ = 5;
-    ConflictBehavior conflictBehavior_ = ConflictBehavior::keepBoth;
-    Signal<Field> changes_;
+    PreferenceValues values_;
+    Signal<std::string_view> changes_;
 };
 
 }  // namespace tovri

@@ -76,15 +76,15 @@ TEST_F(PreferencesTest, correctStoredValuesInMemoryOnly) {
 
 TEST_F(PreferencesTest, writeEveryAssignmentAndTellOfChangesOnly) {
     Preferences preferences = load();
-    std::vector<Preferences::Field> told;
-    const Subscription subscription = preferences.onChange([&](Preferences::Field field) {
+    std::vector<std::string_view> told;
+    const Subscription subscription = preferences.onChange([&](std::string_view key) {
         EXPECT_EQ(defaults.string("conflictBehavior"), "replace");
-        told.push_back(field);
+        told.push_back(key);
     });
     preferences.setConflictBehavior(ConflictBehavior::replace);
     preferences.setConflictBehavior(ConflictBehavior::replace);
     EXPECT_EQ(defaults.writes, 2);
-    EXPECT_EQ(told, std::vector{Preferences::Field::conflictBehavior});
+    EXPECT_EQ(told, std::vector<std::string_view>{"conflictBehavior"});
 }
 
 TEST_F(PreferencesTest, followTheBookmarkOfTheChosenFolder) {

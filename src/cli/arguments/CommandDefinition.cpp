@@ -2,8 +2,11 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
 #include "cli/arguments/GroupDefinitions.h"
 #include "cli/arguments/SharedFlags.h"
+#include "settings/PreferenceTable.h"
 
 namespace tovri::cli {
 namespace {
@@ -12,6 +15,26 @@ const OperandDefinition items{"ITEM", "A download's ID, as \"queue\" shows it, o
 const OperandDefinition someItems{"ITEM", items.help, 1};
 const OperandDefinition remotePath{"PATH", "A path on put.io (\"/Films/Season 1\") or a numeric ID", 1, 1};
 const OperandDefinition remotePaths{"PATH", remotePath.help, 1};
+
+// Those that are set by their keys.
+std::vector<std::string_view> preferenceKeys() {
+    std::vector<std::string_view> keys;
+    preference::forEach([&](const auto& one) {
+        if (!one.meaning.empty()) keys.push_back(one.key);
+    });
+    return keys;
+}
+
+std::string_view preferencesText() {
+    static const std::string text = [] {
+        std::string all = "Without KEY, shows all keys with their values. Without VALUE, shows one.";
+        preference::forEach([&](const auto& one) {
+            if (!one.meaning.empty()) all += fmt::format("\n\n{}: {}.", one.key, one.meaning);
+        });
+        return all;
+    }();
+    return text;
+}
 
 std::vector<CommandDefinition> makeDefinitions() {
     using enum CommandName;
@@ -145,19 +168,8 @@ std::vector<CommandDefinition> makeDefinitions() {
         {config,
          "config",
          "show or change the preferences",
-         "Without KEY, shows all keys with their values. Without VALUE, shows one.\n\n"
-         "defaultDownloadPath: the folder that receives downloads.\n\n"
-         "deleteAfterDownload: true or false; whether files are deleted from put.io once they have arrived.\n\n"
-         "maxConcurrentDownloads: how many downloads run at once, from 1 on.\n\n"
-         "syncPollIntervalMinutes: how often a new automation rule looks, in minutes, from 1 on.\n\n"
-         "conflictBehavior: what to do when a name is taken: ask, keepBoth, replace or skip.",
-         {{"KEY",
-           "One of the keys above",
-           0,
-           1,
-           ValueKind::choice,
-           {"defaultDownloadPath", "deleteAfterDownload", "maxConcurrentDownloads", "syncPollIntervalMinutes",
-            "conflictBehavior"}},
+         preferencesText(),
+         {{"KEY", "One of the keys above", 0, 1, ValueKind::choice, preferenceKeys()},
           {"VALUE", "Its new value", 0, 1}},
          {jsonDocument}},
     };

@@ -17,6 +17,78 @@ const std::vector<std::string_view>& keys() {
     return definitionOf(CommandName::config).operands.front().choices;
 }
 
+// What a value of each type reads as, what its text must be, and how it stands in JSON.
+
+using Bookmark = std::optional<ByteBlob>;  // follows its folder; never set or shown
+
+std::string textOf(const Preferences& preferences, const Preference<std::string>& /*folder*/) {
+    return preferences.downloadFolderURL().native();
+}
+
+std::string textOf(const Preferences& /*preferences*/, const Preference<Bookmark>& /*bookmark*/) {
+    return {};
+}
+
+std::string textOf(const Preferences& preferences, const Preference<bool>& flag) {
+    return preferences.value(flag) ? "true" : "false";
+}
+
+std::string textOf(const Preferences& preferences, const Preference<std::int64_t>& number) {
+    return std::to_string(preferences.value(number));
+}
+
+std::string textOf(const Preferences& preferences, const Preference<ConflictBehavior>& behavior) {
+    return std::string(rawValue(preferences.value(behavior)));
+}
+
+// Text that the user gave for one of the preferences. `to` returns the reason why it cannot be used.
+struct Assignment {
+    Preferences& preferences;
+    const std::filesystem::path& currentFolder;
+    const std::string& text;
+
+    [[nodiscard]] std::optional<std::string> to(const Preference<std::string>& /*folder*/) const {
+        if (text.empty()) return "takes a folder";
+        preferences.setDownloadFolder(absoluteFolder(currentFolder, text));
+        return std::nullopt;
+    }
+
+    [[nodiscard]] static std::optional<std::string> to(const Preference<Bookmark>& /*bookmark*/) {
+        return std::nullopt;
+    }
+
+    [[nodiscard]] std::optional<std::string> to(const Preference<bool>& flag) const {
+        return assign(flag, parseFlag(text), "takes true or false");
+    }
+
+    [[nodiscard]] std::optional<std::string> to(const Preference<std::int64_t>& number) const {
+        return assign(number, parseCount(text), "takes a whole number from 1 on");
+    }
+
+    [[nodiscard]] std::optional<std::string> to(const Preference<ConflictBehavior>& behavior) const {
+        return assign(behavior, parseBehavior(text), "takes ask, keepBoth, replace or skip");
+    }
+
+private:
+    template <class T>
+    [[nodiscard]] std::optional<std::string> assign(const Preference<T>& preference, std::optional<T> value,
+                                                    const char* reason) const {
+        if (!value) return reason;
+        preferences.assign(preference, *value);
+        return std::nullopt;
+    }
+};
+
+template <class T>
+void addTo(JSON& json, const Preferences& preferences, const Preference<T>& preference) {
+    if constexpr (std::is_same_v<T, bool>)
+        json.flag(preference.key, preferences.value(preference));
+    else if constexpr (std::is_same_v<T, std::int64_t>)
+        json.field(preference.key, preferences.value(preference));
+    else if constexpr (!std::is_same_v<T, Bookmark>)
+        json.field(preference.key, unicodeText(textOf(preferences, preference)));
+}
+
 }  // namespace
 
 std::optional<std::int64_t> parseCount(std::string_view text) {
@@ -64,38 +136,20 @@ Task<ExitCode> ConfigCommand::run(std::stop_token /*stop*/) {
 }
 
 std::string ConfigCommand::valueOf(std::string_view key) const {
-    const Preferences& preferences = context_.preferences;
-    if (key == "defaultDownloadPath") return preferences.downloadFolderURL().native();
-    if (key == "deleteAfterDownload") return preferences.deleteAfterDownload() ? "true" : "false";
-    if (key == "maxConcurrentDownloads") return std::to_string(preferences.maxConcurrentDownloads());
-    if (key == "syncPollIntervalMinutes") return std::to_string(preferences.syncPollIntervalMinutes());
-    return std::string(rawValue(preferences.conflictBehavior()));
+    std::string value;
+    preference::forEach([&](const auto& one) {
+        if (one.key == key) value = textOf(context_.preferences, one);
+    });
+    return value;
 }
 
 std::optional<std::string> ConfigCommand::assign(std::string_view key, const std::string& value) {
-    constexpr const char* needsCount = "takes a whole number from 1 on";
-    Preferences& preferences = context_.preferences;
-    if (key == "defaultDownloadPath") {
-        if (value.empty()) return "takes a folder";
-        preferences.setDownloadFolder(absoluteFolder(context_.currentFolder, value));
-    } else if (key == "deleteAfterDownload") {
-        const auto flag = parseFlag(value);
-        if (!flag) return "takes true or false";
-        preferences.setDeleteAfterDownload(*flag);
-    } else if (key == "maxConcurrentDownloads") {
-        const auto count = parseCount(value);
-        if (!count) return needsCount;
-        preferences.setMaxConcurrentDownloads(*count);
-    } else if (key == "syncPollIntervalMinutes") {
-        const auto count = parseCount(value);
-        if (!count) return needsCount;
-        preferences.setSyncPollIntervalMinutes(*count);
-    } else {
-        const auto behavior = parseBehavior(value);
-        if (!behavior) return "takes ask, keepBoth, replace or skip";
-        preferences.setConflictBehavior(*behavior);
-    }
-    return std::nullopt;
+    const Assignment assignment{context_.preferences, context_.currentFolder, value};
+    std::optional<std::string> reason;
+    preference::forEach([&](const auto& one) {
+        if (one.key == key) reason = assignment.to(one);
+    });
+    return reason;
 }
 
 void ConfigCommand::print() const {
@@ -104,13 +158,10 @@ void ConfigCommand::print() const {
 }
 
 void ConfigCommand::printJSON() const {
-    const Preferences& preferences = context_.preferences;
     JSON json;
-    json.beginObject().field("defaultDownloadPath", unicodeText(preferences.downloadFolderURL().native()));
-    json.flag("deleteAfterDownload", preferences.deleteAfterDownload());
-    json.field("maxConcurrentDownloads", preferences.maxConcurrentDownloads());
-    json.field("syncPollIntervalMinutes", preferences.syncPollIntervalMinutes());
-    json.field("conflictBehavior", rawValue(preferences.conflictBehavior())).endObject();
+    json.beginObject();
+    preference::forEach([&](const auto& one) { addTo(json, context_.preferences, one); });
+    json.endObject();
     context_.terminal.print(json.line());
 }
 

@@ -14,6 +14,10 @@ std::vector<std::size_t> charactersOf(const std::string& text) {
     return starts;
 }
 
+constexpr Stepper::Bounds boundsOf(const Preference<std::int64_t>& number) {
+    return {number.range.least, number.range.mostOffered};
+}
+
 }  // namespace
 
 std::string shortClientID(const std::string& clientID) {
@@ -29,7 +33,7 @@ SettingsScreen::SettingsScreen(Preferences& preferences, AuthManager& auth, Desk
     : preferences_(preferences),
       auth_(auth),
       desktopPreferences_(desktopPreferences),
-      followingPreferences_(preferences.onChange([this](Preferences::Field /*field*/) { changes_.tell(); })),
+      followingPreferences_(preferences.onChange([this](std::string_view /*key*/) { changes_.tell(); })),
       followingAuth_(auth.onChange([this](AuthManager::Change /*change*/) { changes_.tell(); })),
       followingDesktop_(desktopPreferences.onChange([this] { changes_.tell(); })) {}
 
@@ -41,20 +45,21 @@ void SettingsScreen::disappear() {
 
 Stepper SettingsScreen::maxConcurrentDownloads() const {
     const std::int64_t limit = preferences_.maxConcurrentDownloads();
-    return {"Max concurrent downloads", std::to_string(limit), limit, concurrencyBounds};
+    return {"Max concurrent downloads", std::to_string(limit), limit, boundsOf(preference::maxConcurrentDownloads)};
 }
 
 Stepper SettingsScreen::pollInterval() const {
     const std::int64_t minutes = preferences_.syncPollIntervalMinutes();
-    return {"Default poll interval", std::to_string(minutes) + " min", minutes, intervalBounds};
+    return {"Default poll interval", std::to_string(minutes) + " min", minutes,
+            boundsOf(preference::syncPollIntervalMinutes)};
 }
 
 void SettingsScreen::setMaxConcurrentDownloads(std::int64_t limit) {
-    preferences_.setMaxConcurrentDownloads(concurrencyBounds.clamped(limit));
+    preferences_.setMaxConcurrentDownloads(boundsOf(preference::maxConcurrentDownloads).clamped(limit));
 }
 
 void SettingsScreen::setPollInterval(std::int64_t minutes) {
-    preferences_.setSyncPollIntervalMinutes(intervalBounds.clamped(minutes));
+    preferences_.setSyncPollIntervalMinutes(boundsOf(preference::syncPollIntervalMinutes).clamped(minutes));
 }
 
 // --- Account ---

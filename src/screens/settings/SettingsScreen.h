@@ -47,8 +47,6 @@ public:
     static constexpr const char* deleteLabel = "Delete files from put.io after download";
     static constexpr const char* conflictLabel = "When a file already exists";
     static constexpr const char* syncSection = "Sync";
-    static constexpr Stepper::Bounds concurrencyBounds{1, 10};
-    static constexpr Stepper::Bounds intervalBounds{1, 60};
 
     // On one line, shortened at its head.
     [[nodiscard]] const std::string& downloadFolder() const { return preferences_.defaultDownloadPath(); }

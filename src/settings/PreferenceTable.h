@@ -1,0 +1,79 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+
+#include "base/Bytes.h"
+#include "settings/ConflictBehavior.h"
+
+namespace tovri {
+
+// The user's settings, and what they are until the user changes them.
+struct PreferenceValues {
+    std::string defaultDownloadPath;  // where downloads go that were given no folder of their own
+    std::optional<ByteBlob> defaultDownloadBookmark;
+    bool deleteAfterDownload = false;
+    std::int64_t maxConcurrentDownloads = 3;
+    std::int64_t syncPollIntervalMinutes = 5;
+    ConflictBehavior conflictBehavior = ConflictBehavior::keepBoth;
+};
+
+// What a preference has beside its key and value.
+template <class T>
+struct PreferenceRange {};
+
+// A stored number below `least` gives way to the default; a screen steps up to `mostOffered`, and any more is taken as
+// it is.
+template <>
+struct PreferenceRange<std::int64_t> {
+    std::int64_t least = INT64_MIN;
+    std::int64_t mostOffered = INT64_MAX;
+};
+
+// One preference: the key that stores and names it, its value, and what it means, for whoever sets it by its key;
+// nothing where only the program does.
+template <class T>
+struct Preference {
+    std::string_view key;
+    T PreferenceValues::* value;
+    std::string_view meaning = {};
+    PreferenceRange<T> range = {};
+};
+
+namespace preference {
+
+inline constexpr Preference<std::string> defaultDownloadPath{
+    "defaultDownloadPath", &PreferenceValues::defaultDownloadPath, "the folder that receives downloads"};
+inline constexpr Preference<std::optional<ByteBlob>> defaultDownloadBookmark{
+    "defaultDownloadBookmark", &PreferenceValues::defaultDownloadBookmark};
+inline constexpr Preference<bool> deleteAfterDownload{
+    "deleteAfterDownload", &PreferenceValues::deleteAfterDownload,
+    "true or false; whether files are deleted from put.io once they have arrived"};
+inline constexpr Preference<std::int64_t> maxConcurrentDownloads{"maxConcurrentDownloads",
+                                                                 &PreferenceValues::maxConcurrentDownloads,
+                                                                 "how many downloads run at once, from 1 on",
+                                                                 {1, 10}};
+inline constexpr Preference<std::int64_t> syncPollIntervalMinutes{
+    "syncPollIntervalMinutes",
+    &PreferenceValues::syncPollIntervalMinutes,
+    "how often a new automation rule looks, in minutes, from 1 on",
+    {1, 60}};
+inline constexpr Preference<ConflictBehavior> conflictBehavior{
+    "conflictBehavior", &PreferenceValues::conflictBehavior,
+    "what to do when a name is taken: ask, keepBoth, replace or skip"};
+
+// In the order in which they are read and listed.
+inline constexpr std::tuple all{defaultDownloadPath,    defaultDownloadBookmark, deleteAfterDownload,
+                                maxConcurrentDownloads, syncPollIntervalMinutes, conflictBehavior};
+
+// `visit(preference)` for each of them, whose type says what its value is.
+template <class Visit>
+constexpr void forEach(const Visit& visit) {
+    std::apply([&](const auto&... one) { (visit(one), ...); }, all);
+}
+
+}  // namespace preference
+}  // namespace tovri
