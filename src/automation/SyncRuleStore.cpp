@@ -44,6 +44,7 @@ public:
         if (mustKeepOldFile_) outcome_ = keepOldFileAside();
         if (mustKeepOldFile_ && !outcome_) return outcome_;
         mustKeepOldFile_ = false;
+        (void)files_.createDirectories(file_.parent_path());
         outcome_ =
             files_.writeFileAtomically(file_, [&](const FileManager::Sink& sink) { return encodeRules(*rules, sink); });
         return outcome_;
@@ -74,9 +75,7 @@ private:
 SyncRuleStore::SyncRuleStore(const Platform& platform)
     : platform_(platform),
       storageURL_(platform.folders.applicationData / "sync-rules.json"),
-      writer_(std::make_shared<Writer>(platform.files, storageURL_)) {
-    (void)platform_.files.createDirectories(storageURL_.parent_path());
-}
+      writer_(std::make_shared<Writer>(platform.files, storageURL_)) {}
 
 std::vector<SyncRule> SyncRuleStore::load() {
     if (!platform_.files.exists(storageURL_)) return {};

@@ -142,10 +142,7 @@ private:
 
     // Before anything is read that the command will write.
     std::optional<Result<DataFolderLock>> acquireLock() {
-        if (definitionOf(invocation_.command).queue == QueueUse::none) {
-            (void)createPrivateFolder(folders_.standard.applicationData);  // before the core makes it, for all to read
-            return std::nullopt;
-        }
+        if (definitionOf(invocation_.command).queue == QueueUse::none) return std::nullopt;
         return DataFolderLock::acquire(folders_.standard.applicationData, programName);
     }
 

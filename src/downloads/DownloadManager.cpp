@@ -141,12 +141,23 @@ std::unordered_set<std::int64_t> DownloadManager::inFlightFileIDs(const UUID& ru
 // --- Control ---
 
 void DownloadManager::pause(const DownloadPointer& item) {
+    if (use_ == Use::editing) pauseAtRest(*item);
     if (item->status != Status::downloading || !item->downloadTask) return;
     const TransferID transfer = *item->downloadTask;
     if (!pausing_.insert_or_assign(transfer, true).second) return;  // a second request would not get the token
     session().cancelProducingToken(transfer, events_.tokenReceiver([this, item, transfer](auto token) {
         handlePaused(item, std::move(token), transfer);
     }));
+}
+
+// What was received without a token is fetched again.
+void DownloadManager::pauseAtRest(Download& item) {
+    if (item.status != Status::queued && item.status != Status::downloading) return;
+    if (!item.resumeData) {
+        item.progress = 0;
+        item.bytesDownloaded = 0;
+    }
+    list_.setStatus(item, Status::paused);
 }
 
 void DownloadManager::resume(const DownloadPointer& item) {
@@ -178,23 +189,24 @@ void DownloadManager::resumeAll() {
 }
 
 void DownloadManager::cancel(const DownloadPointer& item) {
+    abandon(item);
+    processQueue();
+}
+
+// Cancels the item and whatever goes on for it.
+void DownloadManager::abandon(const DownloadPointer& item) {
     endTransfer(item);
     placement_.withdraw(*item);
     settlement_.markCancelled(item);
     conflicts_.dismissConflict(*item);
     dropToken(*item);
-    processQueue();
+    item->stagedURL.reset();
 }
 
 void DownloadManager::cancelAll() {
     for (const DownloadPointer& item :
-         list_.withStatus({Status::downloading, Status::queued, Status::paused, Status::awaitingConflict})) {
-        endTransfer(item);
-        placement_.withdraw(*item);
-        settlement_.markCancelled(item);
-        conflicts_.dismissConflict(*item);
-        dropToken(*item);
-    }
+         list_.withStatus({Status::downloading, Status::queued, Status::paused, Status::awaitingConflict}))
+        abandon(item);
     scheduleSave();
 }
 

@@ -82,6 +82,8 @@ public:
 
     // --- Control ---
 
+    // Ends the item's transfer, if it has one, and keeps its token. Where nothing runs because the queue is only
+    // edited, also an item that waits, or that was saved while it was downloading, is paused.
     void pause(const DownloadPointer& item);
     void resume(const DownloadPointer& item);
     void pauseAll();
@@ -111,8 +113,14 @@ public:
     // anything.
     void restoreQueue();
 
-    // Writes the queue file before it returns.
-    void saveNow();
+    // Loads the saved queue as it stands, for a process that only edits it: pauses, resumes, cancels, removes, clears
+    // and moves. Nothing starts and nothing is repaired; on the disk only saveNow changes anything, and only the queue
+    // file. What restoring would do is left to the next process that does. Only the first call of the two does
+    // anything.
+    void openForEditing();
+
+    // Writes the queue file before it returns. False, after a diagnostic line, when it could not.
+    bool saveNow();
 
     // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done`
     // runs when all tokens have come and no file is being placed; then it is time for saveNow.
@@ -129,6 +137,9 @@ public:
     [[nodiscard]] std::string queueETAText() const;
 
 private:
+    // What the saved queue was loaded for.
+    enum class Use { none, editing, running };
+
     // The byte count at the last measurement of an item's speed.
     struct SpeedTracker {
         ByteCount lastBytes = 0;
@@ -143,6 +154,8 @@ private:
     Task<> lookUpAndStart(DownloadPointer item);
     void startTransfer(const DownloadPointer& item, TransferID transfer);
     void endTransfer(const DownloadPointer& item);
+    void pauseAtRest(Download& item);
+    void abandon(const DownloadPointer& item);
     void keepToken(Download& item, std::optional<ByteBlob> token);
     void dropToken(Download& item);
 
@@ -156,6 +169,7 @@ private:
 
     [[nodiscard]] TransferSession& session();
     [[nodiscard]] DownloadPointer itemOf(TransferID transfer) const;
+    [[nodiscard]] std::vector<DownloadPointer> loadQueue();
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
     void save();
     [[nodiscard]] const std::vector<PlacementNumber>& takePlaced();
@@ -176,7 +190,7 @@ private:
     std::vector<PlacementNumber> unjournaled_;  // what the journal may forget once the queue file has it
     SaveSchedule saves_;
     Subscription saving_;
-    bool hasRestored_ = false;
+    Use use_ = Use::none;
 
     bool isPaused_ = false;
     bool isProcessing_ = false;        // processQueue() is under way

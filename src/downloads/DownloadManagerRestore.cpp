@@ -41,27 +41,21 @@ void normalize(Download& item, bool isQueuePaused, FileManager& files) {
 }  // namespace
 
 void DownloadManager::restoreQueue() {
-    if (hasRestored_) return;
-    hasRestored_ = true;
+    if (use_ != Use::none) return;
+    use_ = Use::running;
     saves_.open();
-    QueueSnapshot snapshot = store_->load();
-    setPaused(snapshot.isPaused);
-    groups_.restore(snapshot.folderGroupExpectedCounts);
-
+    store_->createStagingDirectory();
+    std::vector<DownloadPointer> items = loadQueue();
     std::set<std::filesystem::path> staged;
     std::vector<TransferSession::ResumeToken> tokens;
     std::vector<DownloadPointer> awaiting;
-    std::vector<DownloadPointer> items;
-    items.reserve(snapshot.downloads.size());
-    for (DownloadRecord& record : snapshot.downloads) {
-        auto item = std::make_shared<Download>(std::move(record));
+    for (const DownloadPointer& item : items) {
         normalize(*item, isPaused_, platform_.files);
         if (item->resumeData) tokens.push_back(*item->resumeData);
         if (item->status == Status::awaitingConflict) {
             staged.insert(std::filesystem::path(*item->stagedURL).lexically_normal());
             awaiting.push_back(item);
         }
-        items.push_back(std::move(item));
     }
     list_.append(std::move(items));
     endInterruptedDeletions();
@@ -74,6 +68,23 @@ void DownloadManager::restoreQueue() {
         if (item->status == Status::awaitingConflict) placement_.placeFile(item, *item->stagedURL);
     processQueue();
     scheduleSave();
+}
+
+void DownloadManager::openForEditing() {
+    if (use_ != Use::none) return;
+    use_ = Use::editing;
+    list_.append(loadQueue());
+}
+
+// The items of the saved queue, as they were saved.
+std::vector<DownloadPointer> DownloadManager::loadQueue() {
+    QueueSnapshot snapshot = store_->load();
+    setPaused(snapshot.isPaused);
+    groups_.restore(snapshot.folderGroupExpectedCounts);
+    std::vector<DownloadPointer> items;
+    items.reserve(snapshot.downloads.size());
+    for (DownloadRecord& record : snapshot.downloads) items.push_back(std::make_shared<Download>(std::move(record)));
+    return items;
 }
 
 // Told like any other failure: nobody learned of it when the previous process ended.
@@ -132,14 +143,15 @@ void DownloadManager::save() {
         });
 }
 
-void DownloadManager::saveNow() {
-    if (!hasRestored_) return;
+bool DownloadManager::saveNow() {
+    if (use_ == Use::none) return true;
     saves_.cancel();
     saving_.reset();
     const std::vector<PlacementNumber>& placed = takePlaced();
-    if (!store_->save(makeSnapshot(), store_->nextSaveNumber())) return;
+    if (!store_->save(makeSnapshot(), store_->nextSaveNumber())) return false;
     journal_->forget(placed);
     unjournaled_.clear();
+    return true;
 }
 
 }  // namespace tovri

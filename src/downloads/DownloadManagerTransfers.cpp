@@ -31,7 +31,7 @@ void DownloadManager::processQueue() {
 }
 
 bool DownloadManager::hasFreeSlot() const {
-    if (isPaused_ || isSuspending_ || !api_) return false;
+    if (isPaused_ || isSuspending_ || use_ == Use::editing || !api_) return false;
     const std::int64_t limit = preferences_ ? preferences_->maxConcurrentDownloads() : 3;
     return static_cast<std::int64_t>(activeCount()) < limit;
 }
@@ -101,8 +101,9 @@ void DownloadManager::endTransfer(const DownloadPointer& item) {
     session().cancel(transfer);
 }
 
+// Of a queue that is only edited, the next process that restores it discards what no token leads to.
 void DownloadManager::dropToken(Download& item) {
-    if (item.resumeData) session().discard(*item.resumeData);
+    if (item.resumeData && use_ != Use::editing) session().discard(*item.resumeData);
     item.resumeData.reset();
 }
 

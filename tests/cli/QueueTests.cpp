@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "cli/commands/ItemSelection.h"
-#include "cli/commands/QueueEditing.h"
 #include "cli/commands/RemoteTree.h"
 #include "cli/display/QueueListing.h"
 #include "cli/running/ConflictPrompt.h"
@@ -40,18 +39,6 @@ QueueSnapshot oneOfEach() {
     return queue;
 }
 
-std::vector<DownloadStatus> statusesOf(const QueueSnapshot& queue) {
-    std::vector<DownloadStatus> statuses;
-    for (const DownloadRecord& record : queue.downloads) statuses.push_back(record.status);
-    return statuses;
-}
-
-std::vector<UUID> allOf(const QueueSnapshot& queue) {
-    std::vector<UUID> ids;
-    for (const DownloadRecord& record : queue.downloads) ids.push_back(record.id);
-    return ids;
-}
-
 TEST(ItemSelection, takesUnambiguousBeginnings) {
     const std::vector<UUID> ids{*UUID::parse("1A2B3C4D-0000-0000-0000-000000000001"),
                                 *UUID::parse("1A2B3C4D-0000-0000-0000-000000000002"),
@@ -60,43 +47,6 @@ TEST(ItemSelection, takesUnambiguousBeginnings) {
     EXPECT_THAT(selectItems({"1A2B"}, ids).error().description, HasSubstr("beginning of 2 IDs"));
     EXPECT_THAT(selectItems({"ff", "2"}, ids).error().description, HasSubstr("begins with \"2\""));
     EXPECT_FALSE(selectItems({""}, ids)) << "nothing is not the beginning of everything";
-}
-
-TEST(QueueEditing, changesOnlyWhatIsInAStateForIt) {
-    QueueSnapshot queue = oneOfEach();
-    EXPECT_EQ(pauseItems(queue, allOf(queue)), 2U);
-    EXPECT_THAT(statusesOf(queue), ElementsAre(paused, paused, awaitingConflict, paused, completed, failed, cancelled,
-                                               skipped, deleting, remoteDeleteFailed));
-    EXPECT_FALSE(queue.isPaused) << "single items do not pause the queue";
-    EXPECT_EQ(resumeItems(queue, {idOf(1), idOf(5)}), 1U);
-    EXPECT_EQ(cancelAllItems(queue, now), 4U);
-    EXPECT_THAT(statusesOf(queue), ElementsAre(cancelled, cancelled, cancelled, cancelled, completed, failed, cancelled,
-                                               skipped, deleting, remoteDeleteFailed));
-    EXPECT_EQ(queue.downloads[0].completedAt, now);
-    EXPECT_EQ(removeFinishedItems(queue), 9U);
-}
-
-// A paused item may come back by another way than a restore, which would have put this right.
-TEST(QueueEditing, keepsProgressOnlyWithAToken) {
-    QueueSnapshot queue;
-    for (int i = 1; i <= 2; ++i) {
-        queue.downloads.push_back(item(i, downloading));
-        queue.downloads.back().bytesDownloaded = 500;
-    }
-    queue.downloads[0].resumeData = "token";
-    EXPECT_EQ(pauseQueue(queue), 2U);
-    EXPECT_TRUE(queue.isPaused);
-    EXPECT_EQ(queue.downloads[0].bytesDownloaded, 500);
-    EXPECT_EQ(queue.downloads[1].bytesDownloaded, 0);
-    EXPECT_EQ(resumeQueue(queue), 2U);
-    EXPECT_EQ(queue.downloads[0].resumeData, "token");
-}
-
-TEST(QueueEditing, movesItemsToTheTopInTheirOrder) {
-    QueueSnapshot queue;
-    for (int i = 1; i <= 4; ++i) queue.downloads.push_back(item(i, queued));
-    moveItemsToTop(queue, {idOf(4), idOf(2)});
-    EXPECT_THAT(allOf(queue), ElementsAre(idOf(4), idOf(2), idOf(1), idOf(3)));
 }
 
 TEST(QueueListing, groupsAsPeopleLookAtIt) {

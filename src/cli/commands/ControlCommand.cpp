@@ -1,95 +1,117 @@
 #include "cli/commands/ControlCommand.h"
 
-#include <unordered_map>
+#include <ranges>
 
 #include <fmt/format.h>
 
 #include "cli/commands/ItemSelection.h"
-#include "cli/commands/QueueEditing.h"
-#include "downloads/saving/DownloadStore.h"
 
 namespace tovri::cli {
-namespace {
 
-// A download that an automation rule has put into the queue.
-struct RuleFile {
-    UUID item;
-    UUID rule;
-    std::int64_t fileID;
-    DownloadStatus status;
-};
-
-std::vector<RuleFile> ruleFilesOf(const QueueSnapshot& queue) {
-    std::vector<RuleFile> files;
-    for (const DownloadRecord& item : queue.downloads)
-        if (item.syncRuleID) files.push_back({item.id, *item.syncRuleID, item.fileID, item.status});
-    return files;
-}
-
-// A failed one that is gone is none: its rule queues it again as long as the file is there.
-std::vector<RuleFile> settledAmong(std::vector<RuleFile> before, const QueueSnapshot& now) {
-    std::unordered_map<UUID, DownloadStatus> statusOf;
-    for (const DownloadRecord& item : now.downloads) statusOf.emplace(item.id, item.status);
-    std::erase_if(before, [&](const RuleFile& file) {
-        const auto found = statusOf.find(file.item);
-        const bool isGone = found == statusOf.end();
-        return isGone ? file.status == DownloadStatus::failed : found->second != DownloadStatus::cancelled;
-    });
-    return before;
-}
-
-}  // namespace
+using Status = Download::Status;
 
 Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
-    DownloadStore store(context_.platform);
-    QueueSnapshot queue = store.load();
-    std::vector<UUID> ids;
-    ids.reserve(queue.downloads.size());
-    for (const DownloadRecord& item : queue.downloads) ids.push_back(item.id);
-
-    const Result<std::vector<UUID>> selected = selectItems(context_.invocation.operands, ids);
+    DownloadManager& queue = context_.app.downloadManager();
+    queue.openForEditing();
+    queue.setOnSyncFileSettled([&rules = context_.app.syncManager()](const UUID& rule, std::int64_t fileID) {
+        rules.fileSettled(rule, fileID);
+    });
+    const Result<std::vector<DownloadPointer>> selected = selectedItems();
     if (!selected) {
         context_.complain(selected.error());
         co_return ExitCode::failure;
     }
-    const std::vector<RuleFile> before = ruleFilesOf(queue);
-    const std::size_t count = change(queue, *selected);
-    // Before the queue is saved: a process that dies in between leaves a queue in which nothing has changed.
-    SyncManager& rules = context_.app.syncManager();
-    for (const RuleFile& file : settledAmong(before, queue)) rules.fileSettled(file.rule, file.fileID);
-    if (const Result<void> saved = rules.saveNow(); !saved) {
-        context_.complain(saved.error());
-        co_return ExitCode::failure;
-    }
-    const bool isQueuePaused = queue.isPaused;
-    if (!store.save(std::move(queue), store.nextSaveNumber())) {
-        context_.complain("the queue could not be saved; nothing was changed.");
-        co_return ExitCode::failure;
-    }
-    tell(count, isQueuePaused);
+    const std::size_t count = selected->empty() ? changeQueue() : changeItems(*selected);
+    if (!hasSaved()) co_return ExitCode::failure;
+    tell(count);
     co_return ExitCode::success;
 }
 
-std::size_t ControlCommand::change(QueueSnapshot& queue, const std::vector<UUID>& items) const {
-    const Timestamp now = context_.platform.clock.now();
+Result<std::vector<DownloadPointer>> ControlCommand::selectedItems() const {
+    const DownloadList& list = context_.app.downloadManager().downloads();
+    std::vector<UUID> ids;
+    for (const DownloadPointer& item : list.items()) ids.push_back(item->id);
+    Result<std::vector<UUID>> selected = selectItems(context_.invocation.operands, ids);
+    if (!selected) return failure(selected);
+    std::vector<DownloadPointer> items;
+    for (const UUID& id : *selected) items.push_back(list.find(id));
+    return items;
+}
+
+std::size_t ControlCommand::changeQueue() {
+    DownloadManager& queue = context_.app.downloadManager();
+    const DownloadList& list = queue.downloads();
+    const auto changed = [&](Status to, auto operation) {
+        const std::size_t before = list.count(to);
+        (queue.*operation)();
+        return list.count(to) - before;
+    };
     switch (context_.invocation.command) {
         case CommandName::pause:
-            return items.empty() ? pauseQueue(queue) : pauseItems(queue, items);
+            return changed(Status::paused, &DownloadManager::pauseAll);
         case CommandName::resume:
-            return items.empty() ? resumeQueue(queue) : resumeItems(queue, items);
+            return changed(Status::queued, &DownloadManager::resumeAll);
         case CommandName::cancel:
-            return items.empty() ? cancelAllItems(queue, now) : cancelItems(queue, items, now);
-        case CommandName::remove:
-            return removeItems(queue, items);
-        case CommandName::top:
-            return moveItemsToTop(queue, items);
+            return changed(Status::cancelled, &DownloadManager::cancelAll);
         default:
-            return removeFinishedItems(queue);
+            const std::vector<DownloadPointer> finished = queue.finishedDownloads();
+            for (const DownloadPointer& item : finished) settle(*item);
+            queue.clearFinished();
+            return finished.size();
     }
 }
 
-void ControlCommand::tell(std::size_t count, bool isQueuePaused) const {
+std::size_t ControlCommand::changeItems(const std::vector<DownloadPointer>& items) {
+    DownloadManager& queue = context_.app.downloadManager();
+    if (context_.invocation.command == CommandName::top) {
+        for (const DownloadPointer& item : items | std::views::reverse) queue.moveToTop(item);
+        return items.size();
+    }
+    std::size_t count = 0;
+    for (const DownloadPointer& item : items) {
+        const Status before = item->status;
+        change(item);
+        if (item->status != before || !queue.downloads().contains(*item)) ++count;
+    }
+    return count;
+}
+
+void ControlCommand::change(const DownloadPointer& item) {
+    DownloadManager& queue = context_.app.downloadManager();
+    switch (context_.invocation.command) {
+        case CommandName::pause:
+            return queue.pause(item);
+        case CommandName::resume:
+            return queue.resume(item);
+        case CommandName::cancel:
+            if (!isFinished(item->status) && item->status != Status::deleting) queue.cancel(item);
+            return;
+        default:
+            settle(*item);
+            return queue.remove(item);
+    }
+}
+
+// An item that leaves may have ended in the moment before a process died, and its rule not know it yet.
+void ControlCommand::settle(const Download& item) {
+    if (item.syncRuleID && isSettled(item.status))
+        context_.app.syncManager().fileSettled(*item.syncRuleID, item.fileID);
+}
+
+// The rules first: a process that dies in between leaves a queue in which nothing has changed.
+bool ControlCommand::hasSaved() {
+    if (const Result<void> saved = context_.app.syncManager().saveNow(); !saved) {
+        context_.complain(saved.error());
+        return false;
+    }
+    if (context_.app.downloadManager().saveNow()) return true;
+    context_.complain("the queue could not be saved; nothing was changed.");
+    return false;
+}
+
+void ControlCommand::tell(std::size_t count) const {
     const bool isWhole = context_.invocation.operands.empty();
+    const bool isQueuePaused = context_.app.downloadManager().isPaused();
     const auto print = [&](std::string_view what) { context_.terminal.print(fmt::format("{}: {}", what, count)); };
     switch (context_.invocation.command) {
         case CommandName::pause:

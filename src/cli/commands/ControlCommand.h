@@ -1,11 +1,11 @@
 #pragma once
 
 #include "cli/commands/Command.h"
-#include "downloads/saving/QueueSnapshot.h"
 
 namespace tovri::cli {
 
-// pause, resume, cancel, remove, top and clear, on the saved queue.
+// pause, resume, cancel, remove, top and clear, on the saved queue. Each prints how many downloads it changed; those in
+// whose state there is nothing to do stay as they are.
 class ControlCommand final : public Command {
 public:
     explicit ControlCommand(CommandContext& context) : context_(context) {}
@@ -13,8 +13,13 @@ public:
     Task<ExitCode> run(std::stop_token stop) override;
 
 private:
-    std::size_t change(QueueSnapshot& queue, const std::vector<UUID>& items) const;
-    void tell(std::size_t count, bool isQueuePaused) const;
+    [[nodiscard]] Result<std::vector<DownloadPointer>> selectedItems() const;
+    [[nodiscard]] std::size_t changeQueue();
+    [[nodiscard]] std::size_t changeItems(const std::vector<DownloadPointer>& items);
+    void change(const DownloadPointer& item);
+    void settle(const Download& item);
+    [[nodiscard]] bool hasSaved();
+    void tell(std::size_t count) const;
 
     CommandContext& context_;
 };

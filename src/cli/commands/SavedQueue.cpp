@@ -5,7 +5,6 @@
 namespace tovri::cli {
 
 Result<QueueSnapshot> readSavedQueue(const Platform& platform) {
-    if (!platform.files.exists(platform.folders.applicationData)) return QueueSnapshot();
     const std::filesystem::path file = DownloadStore(platform).queueURL();
     if (!platform.files.exists(file)) return QueueSnapshot();
     Result<ByteBlob> bytes = platform.files.readFile(file);

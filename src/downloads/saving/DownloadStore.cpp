@@ -5,9 +5,7 @@ namespace tovri {
 DownloadStore::DownloadStore(const Platform& platform)
     : platform_(platform),
       stagingDirectory_(platform.folders.applicationData / "Staging"),
-      queueURL_(platform.folders.applicationData / "queue.json") {
-    (void)platform_.files.createDirectories(stagingDirectory_);
-}
+      queueURL_(platform.folders.applicationData / "queue.json") {}
 
 QueueSnapshot DownloadStore::load() {
     if (!platform_.files.exists(queueURL_)) return {};

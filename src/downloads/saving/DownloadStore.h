@@ -13,12 +13,14 @@ namespace tovri {
 // Knows where the queue file and the staging folder live, and reads and writes the queue file. Does not decide when.
 class DownloadStore {
 public:
-    // Creates the staging folder; a failure shows when something is staged.
     explicit DownloadStore(const Platform& platform);
 
     [[nodiscard]] const std::filesystem::path& stagingDirectory() const { return stagingDirectory_; }
 
     [[nodiscard]] const std::filesystem::path& queueURL() const { return queueURL_; }
+
+    // A failure shows when something is staged.
+    void createStagingDirectory() { (void)platform_.files.createDirectories(stagingDirectory_); }
 
     // The saved queue without what was pruned; the empty one when there is none. A file that cannot be read or
     // understood is reported by a diagnostic line and stays under another name when the next save replaces it.

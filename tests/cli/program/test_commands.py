@@ -81,6 +81,11 @@ class Commands(ProgramTest):
         self.run_cli("clear")
         self.assertEqual(self.run_cli("queue")[0], "No Downloads\n")
 
+    def test_looking_writes_nothing(self):
+        for command in (["queue"], ["queue", "--json"], ["status"], ["config"], ["rules", "list"]):
+            self.run_cli(*command)
+            self.assertEqual(os.listdir(self.home), [], command)
+
     def test_preferences_are_kept_and_used(self):
         self.serve("--demo")
         self.run_cli("config", "defaultDownloadPath", "sub/../films")
