@@ -1,4 +1,5 @@
-// Measures what a long queue costs: reading it back, saving it, keeping it. Prints one JSON object.
+// Measures what a long queue costs: reading it back, saving it, keeping it, changing it item by item. Prints one JSON
+// object.
 //
 //     queue-bench FOLDER ITEMS
 #include <algorithm>
@@ -99,6 +100,23 @@ private:
     Subscription timer_;
 };
 
+// Adds as many items, one by one.
+Clock::duration enqueue(DownloadManager& manager, int items) {
+    PutIOFile file;
+    file.name = "Some episode.mkv";
+    const DownloadManager::EnqueueOptions options{.destination = DestinationFolder{"/home/somebody/Downloads", {}}};
+    const auto start = Clock::now();
+    for (file.id = 1; file.id <= items; ++file.id) manager.enqueue(file, options);
+    return Clock::now() - start;
+}
+
+// Takes as many off the top, one by one.
+Clock::duration remove(DownloadManager& manager, int items) {
+    const auto start = Clock::now();
+    for (int i = 0; i < items; ++i) manager.remove(manager.downloads().items().front());
+    return Clock::now() - start;
+}
+
 int measure(const std::filesystem::path& folder, int items) {
     PosixMainLoop loop;
     SystemClock clock;
@@ -124,8 +142,12 @@ int measure(const std::filesystem::path& folder, int items) {
     const double peak = processMemory("VmHWM");
 
     const auto count = static_cast<double>(manager.downloads().items().size());
+    const auto enqueued = enqueue(manager, items);
+    const auto removed = remove(manager, items / 2);
     std::cout << "{\"items\": " << count << ", \"restoreMilliseconds\": " << milliseconds(restored)
               << ", \"saveHoldMilliseconds\": " << milliseconds(hold.longest())
+              << ", \"enqueueMilliseconds\": " << milliseconds(enqueued)
+              << ", \"removeMilliseconds\": " << milliseconds(removed)
               << ", \"bytesPerItem\": " << (after - before) / count
               << ", \"peakBytesPerItem\": " << (peak - before) / count << "}\n";
     return count == items ? 0 : 1;

@@ -160,11 +160,12 @@ void SyncManager::noteSynced(std::size_t index, FileIDs inFlight, Timestamp pass
 SyncManager::FileIDs SyncManager::filesInFlight(const SyncRule& rule, const FileIDs& unknown) {
     if (unknown.empty()) return {};
     FileIDs candidates;
-    for (const std::int64_t fileID : rule.pendingFileIDs)
-        if (unknown.contains(fileID)) candidates.insert(fileID);
-    for (const DownloadPointer& item : downloadManager_->downloads().items())
-        if (item->syncRuleID == rule.id && !isSettled(item->status) && unknown.contains(item->fileID))
-            candidates.insert(item->fileID);
+    for (const std::int64_t fileID : unknown) {
+        const auto queued = downloadManager_->downloads().ofRule(rule.id, fileID);
+        const bool isUnsettled =
+            std::ranges::any_of(queued, [](const DownloadPointer& item) { return !isSettled(item->status); });
+        if (isUnsettled || rule.pendingFileIDs.contains(fileID)) candidates.insert(fileID);
+    }
     return downloadManager_->inFlightFileIDs(rule.id, candidates);
 }
 

@@ -129,11 +129,13 @@ std::unordered_set<std::int64_t> DownloadManager::inFlightFileIDs(const UUID& ru
                                                                   const std::unordered_set<std::int64_t>& candidates) {
     std::unordered_set<std::int64_t> inFlight;
     std::vector<DownloadPointer> failed;
-    for (const DownloadPointer& item : list_.items()) {
-        if (item->syncRuleID != rule || !candidates.contains(item->fileID)) continue;
-        if (item->status == Status::failed) failed.push_back(item);
-        inFlight.insert(item->fileID);
+    for (const std::int64_t fileID : candidates) {
+        for (const DownloadPointer& item : list_.ofRule(rule, fileID)) {
+            if (item->status == Status::failed) failed.push_back(item);
+            inFlight.insert(fileID);
+        }
     }
+    std::ranges::sort(failed, {}, [](const DownloadPointer& item) { return item->position; });
     for (const DownloadPointer& item : failed) retry(item);
     return inFlight;
 }
@@ -214,9 +216,10 @@ void DownloadManager::remove(const DownloadPointer& item) {
     endTransfer(item);
     placement_.withdraw(*item);
     if (!isFinished(item->status)) settlement_.notifySyncSettled(*item);
-    list_.remove(*item);
-    conflicts_.dismissConflict(*item);
-    dropToken(*item);
+    const DownloadPointer removed = list_.remove(*item);  // as `item` may be what the list held
+    if (!removed) return;
+    conflicts_.dismissConflict(*removed);
+    dropToken(*removed);
     processQueue();
     scheduleSave();
 }

@@ -24,6 +24,7 @@ public:
         if (action == 2) {
             list_.remove(*item);
             naive_.erase(naive_.begin() + at);
+            gone_.push_back(item);
         } else if (action == 3) {
             EXPECT_EQ(list_.moveUp(*item), at > 0);
             if (at > 0) std::swap(naive_[static_cast<std::size_t>(at)], naive_[static_cast<std::size_t>(at - 1)]);
@@ -52,6 +53,18 @@ public:
                                  [status](const DownloadPointer& item) { return item->status == status; });
             ASSERT_EQ(list_.withStatus(status), expected);
         }
+        for (const DownloadPointer& item : naive_) ASSERT_EQ(list_.find(item->id), item);
+        for (const DownloadPointer& item : gone_) ASSERT_EQ(list_.find(item->id), nullptr);
+        for (const UUID& rule : groups_) {
+            for (std::int64_t fileID = 0; fileID < 3; ++fileID) {
+                const auto isItsFile = [&](const DownloadPointer& item) {
+                    return item->syncRuleID == rule && item->fileID == fileID;
+                };
+                auto found = list_.ofRule(rule, fileID);
+                ASSERT_TRUE(std::ranges::all_of(found, isItsFile));
+                ASSERT_EQ(std::ssize(found), std::ranges::count_if(naive_, isItsFile));
+            }
+        }
         for (const UUID& group : groups_) ASSERT_EQ(groupCounts_.verdict(group), verdict(group));
     }
 
@@ -63,6 +76,10 @@ private:
         for (DownloadPointer& item : items) {
             item = std::make_shared<Download>(DownloadRecord{});
             item->status = static_cast<DownloadStatus>(roll(downloadStatusCount));
+            item->id.bytes[0] = static_cast<std::uint8_t>(++lastID_);
+            item->id.bytes[8] = static_cast<std::uint8_t>(lastID_ / 256);
+            item->fileID = static_cast<std::int64_t>(roll(3));
+            if (roll(3) > 0) item->syncRuleID = groups_[roll(2)];
             if (roll(3) > 0) item->folderGroupID = groups_[roll(2)];
         }
         naive_.insert(onTop ? naive_.begin() : naive_.end(), items.begin(), items.end());
@@ -93,6 +110,8 @@ private:
     std::mt19937 dice_;
     std::array<UUID, 2> groups_;
     std::vector<DownloadPointer> naive_;
+    std::vector<DownloadPointer> gone_;
+    int lastID_ = 0;
     DownloadList list_;
     FolderGroups groupCounts_{list_};
 };

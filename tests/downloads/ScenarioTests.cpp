@@ -71,7 +71,7 @@ private:
     }
 
     DownloadPointer any() {
-        const auto items = world_.manager().downloads().items();
+        const ItemOrder& items = world_.manager().downloads().items();
         return items.empty() ? nullptr : items[roll(items.size())];
     }
 

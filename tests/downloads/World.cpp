@@ -196,7 +196,7 @@ std::string World::tree() {
 }
 
 DownloadPointer World::find(std::int64_t file) {
-    const auto items = manager_->downloads().items();
+    const ItemOrder& items = manager_->downloads().items();
     const auto found = std::ranges::find(items, file, [](const DownloadPointer& item) { return item->fileID; });
     return found == items.end() ? nullptr : *found;
 }

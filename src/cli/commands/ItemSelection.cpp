@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <unordered_set>
 
 #include <fmt/format.h>
 
@@ -17,13 +18,20 @@ struct Selection {
 constexpr Selection downloads{"download", "queue"};
 constexpr Selection automationRules{"rule", "rules list"};
 
+std::vector<UUID> sorted(std::span<const UUID> ids) {
+    std::vector<UUID> all(ids.begin(), ids.end());
+    std::ranges::sort(all);
+    const auto repeated = std::ranges::unique(all);
+    all.erase(repeated.begin(), repeated.end());
+    return all;
+}
+
+// `ids` in ascending order, which is that of their texts.
 Result<UUID> selectOne(const std::string& text, std::span<const UUID> ids, const Selection& among) {
     std::string prefix;
     for (const char c : text) prefix += static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    std::vector<UUID> found;
-    for (const UUID& id : ids)
-        if (!prefix.empty() && id.text().starts_with(prefix) && std::ranges::find(found, id) == found.end())
-            found.push_back(id);
+    const auto beginning = [&](const UUID& id) { return id.text().substr(0, prefix.size()); };
+    const auto found = std::ranges::equal_range(prefix.empty() ? ids.first(0) : ids, prefix, {}, beginning);
     if (found.size() == 1) return found.front();
     if (found.empty())
         return failure(Error(ErrorCase::file, fmt::format("no {}'s ID begins with \"{}\"; tovri-cli {} shows them",
@@ -36,11 +44,13 @@ Result<UUID> selectOne(const std::string& text, std::span<const UUID> ids, const
 }  // namespace
 
 Result<std::vector<UUID>> selectItems(const std::vector<std::string>& texts, std::span<const UUID> ids) {
+    const std::vector<UUID> all = sorted(ids);
     std::vector<UUID> selected;
+    std::unordered_set<UUID> seen;
     for (const std::string& text : texts) {
-        Result<UUID> id = selectOne(text, ids, downloads);
+        Result<UUID> id = selectOne(text, all, downloads);
         if (!id) return failure(id);
-        if (std::ranges::find(selected, *id) == selected.end()) selected.push_back(*id);
+        if (seen.insert(*id).second) selected.push_back(*id);
     }
     return selected;
 }
@@ -48,7 +58,7 @@ Result<std::vector<UUID>> selectItems(const std::vector<std::string>& texts, std
 Result<UUID> selectRule(const std::string& text, const std::vector<SyncRule>& rules) {
     std::vector<UUID> ids;
     for (const SyncRule& rule : rules) ids.push_back(rule.id);
-    return selectOne(text, ids, automationRules);
+    return selectOne(text, sorted(ids), automationRules);
 }
 
 }  // namespace tovri::cli

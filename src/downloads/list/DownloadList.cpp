@@ -1,134 +1,166 @@
 #include "downloads/list/DownloadList.h"
 
 #include <algorithm>
+#include <iterator>
+#include <ranges>
 #include <utility>
 
 namespace tovri {
 
+ItemOrder::Iterator DownloadList::placeOf(const Download& item) const {
+    const auto place = items_.at(item.position);
+    return place == items_.end() || place->get() != &item ? items_.end() : place;
+}
+
+std::vector<DownloadPointer> DownloadList::pointersTo(const auto& range) const {
+    std::vector<DownloadPointer> found;
+    for (const Download* item : range) found.push_back(*placeOf(*item));
+    return found;
+}
+
+// --- Looking up ---
+
 DownloadPointer DownloadList::find(const UUID& id) const {
-    const auto found = std::ranges::find(items_, id, [](const DownloadPointer& item) { return item->id; });
-    return found == items_.end() ? nullptr : *found;
+    const auto found = byID_.find(id);
+    return found == byID_.end() ? nullptr : *placeOf(*found->second);
 }
 
-std::optional<std::size_t> DownloadList::indexOf(const Download& item) const {
-    const auto found = std::ranges::lower_bound(items_, item.position, {},
-                                                [](const DownloadPointer& other) { return other->position; });
-    if (found == items_.end() || found->get() != &item) return std::nullopt;
-    return static_cast<std::size_t>(found - items_.begin());
+DownloadPointer DownloadList::findAt(std::int64_t position) const {
+    const auto place = items_.at(position);
+    return place == items_.end() ? nullptr : *place;
 }
 
-void DownloadList::insertOnTop(std::vector<DownloadPointer> items) {
-    if (items.empty()) return;
-    std::int64_t position = (items_.empty() ? 0 : items_.front()->position) - static_cast<std::int64_t>(items.size());
-    for (const DownloadPointer& item : items) {
-        item->position = position++;
-        indexFor(item->status).insert(item);
-    }
-    const DownloadPointer single = items.size() == 1 ? items.front() : nullptr;
-    items_.insert(items_.begin(), std::move_iterator(items.begin()), std::move_iterator(items.end()));
-    changes_.tell({QueueChange::Kind::inserted, single});
-}
-
-void DownloadList::append(std::vector<DownloadPointer> items) {
-    if (items.empty()) return;
-    std::int64_t position = items_.empty() ? 0 : items_.back()->position;
-    for (DownloadPointer& item : items) {
-        item->position = ++position;
-        Index& index = indexFor(item->status);
-        index.insert(index.end(), item);
-        items_.push_back(std::move(item));
-    }
-    changes_.tell({QueueChange::Kind::inserted, nullptr});
-}
-
-void DownloadList::remove(const Download& item) {
-    const auto at = indexOf(item);
-    if (!at) return;
-    const DownloadPointer removed = items_[*at];
-    indexFor(removed->status).erase(removed);
-    items_.erase(items_.begin() + static_cast<std::ptrdiff_t>(*at));
-    changes_.tell({QueueChange::Kind::removed, removed});
-}
-
-void DownloadList::removeFinished() {
-    const std::size_t before = items_.size();
-    std::erase_if(items_, [](const DownloadPointer& item) { return isFinished(item->status); });
-    if (items_.size() == before) return;
-    for (std::size_t status = 0; status < downloadStatusCount; ++status)
-        if (isFinished(static_cast<Download::Status>(status))) byStatus_[status].clear();
-    changes_.tell({QueueChange::Kind::removed, nullptr});
-}
-
-void DownloadList::swapNeighbours(std::size_t upper) {
-    DownloadPointer& above = items_[upper];
-    DownloadPointer& below = items_[upper + 1];
-    indexFor(above->status).erase(above);
-    indexFor(below->status).erase(below);
-    std::swap(above->position, below->position);
-    std::swap(above, below);
-    indexFor(above->status).insert(above);
-    indexFor(below->status).insert(below);
-}
-
-bool DownloadList::moveUp(const Download& item) {
-    const auto at = indexOf(item);
-    if (!at || *at == 0) return false;
-    const std::int64_t previous = item.position;
-    swapNeighbours(*at - 1);
-    changes_.tell({.kind = QueueChange::Kind::moved, .item = items_[*at - 1], .previousPosition = previous});
-    return true;
-}
-
-bool DownloadList::moveDown(const Download& item) {
-    const auto at = indexOf(item);
-    if (!at || *at + 1 == items_.size()) return false;
-    const std::int64_t previous = item.position;
-    swapNeighbours(*at);
-    changes_.tell({.kind = QueueChange::Kind::moved, .item = items_[*at + 1], .previousPosition = previous});
-    return true;
-}
-
-bool DownloadList::moveToTop(const Download& item) {
-    const auto at = indexOf(item);
-    if (!at || *at == 0) return false;
-    const DownloadPointer moved = items_[*at];
-    indexFor(moved->status).erase(moved);
-    const std::int64_t previous = std::exchange(moved->position, items_.front()->position - 1);
-    std::rotate(items_.begin(), items_.begin() + static_cast<std::ptrdiff_t>(*at),
-                items_.begin() + static_cast<std::ptrdiff_t>(*at) + 1);
-    indexFor(moved->status).insert(moved);
-    changes_.tell({.kind = QueueChange::Kind::moved, .item = moved, .previousPosition = previous});
-    return true;
-}
-
-void DownloadList::setStatus(Download& item, Download::Status status) {
-    if (item.status == status) return;
-    const Download::Status previous = std::exchange(item.status, status);
-    const auto at = indexOf(item);
-    if (!at) return;
-    auto node = indexFor(previous).extract(items_[*at]);
-    indexFor(status).insert(std::move(node));
-    changes_.tell({QueueChange::Kind::status, items_[*at], previous});
-}
-
-void DownloadList::tellProgress(const Download& item) const {
-    if (!changes_.hasObservers()) return;
-    if (const auto at = indexOf(item)) changes_.tell({QueueChange::Kind::progress, items_[*at]});
+std::vector<DownloadPointer> DownloadList::ofRule(const UUID& rule, std::int64_t fileID) const {
+    const auto [first, last] = byRuleFile_.equal_range(RuleFile{rule, fileID});
+    return pointersTo(std::ranges::subrange(first, last) | std::views::values);
 }
 
 std::vector<DownloadPointer> DownloadList::withStatus(Download::Status status, std::size_t limit) const {
-    const Index& index = indexFor(status);
-    const auto end = std::ranges::next(index.begin(), static_cast<std::ptrdiff_t>(std::min(limit, index.size())));
-    return {index.begin(), end};
+    return pointersTo(indexFor(status) | std::views::take(limit));
 }
 
 std::vector<DownloadPointer> DownloadList::withStatus(std::initializer_list<Download::Status> statuses) const {
     std::vector<DownloadPointer> found;
     found.reserve(count(statuses));
-    for (const Download::Status status : statuses)
-        found.insert(found.end(), indexFor(status).begin(), indexFor(status).end());
+    for (const Download::Status status : statuses) std::ranges::move(withStatus(status), std::back_inserter(found));
     std::ranges::sort(found, HigherUp{});
     return found;
+}
+
+// --- Coming and going ---
+
+void DownloadList::addToIndices(Download* item) {
+    indexFor(item->status).insert(item);
+    byID_.emplace(item->id, item);
+    if (item->syncRuleID) byRuleFile_.emplace(RuleFile{*item->syncRuleID, item->fileID}, item);
+}
+
+DownloadPointer DownloadList::takeOut(ItemOrder::Iterator place) {
+    DownloadPointer taken = items_.erase(place);
+    indexFor(taken->status).erase(taken.get());
+    const auto erase = [&taken](auto& index, const auto& key) {
+        const auto [first, last] = index.equal_range(key);
+        index.erase(std::ranges::find(first, last, taken.get(), [](const auto& entry) { return entry.second; }));
+    };
+    erase(byID_, taken->id);
+    if (taken->syncRuleID) erase(byRuleFile_, RuleFile{*taken->syncRuleID, taken->fileID});
+    return taken;
+}
+
+void DownloadList::insertOnTop(std::vector<DownloadPointer> items) {
+    if (items.empty()) return;
+    const DownloadPointer single = items.size() == 1 ? items.front() : nullptr;
+    for (DownloadPointer& item : items | std::views::reverse) {
+        Download* const added = item.get();
+        items_.pushFront(std::move(item));
+        addToIndices(added);
+    }
+    changes_.tell({QueueChange::Kind::inserted, single});
+}
+
+void DownloadList::append(std::vector<DownloadPointer> items) {
+    if (items.empty()) return;
+    byID_.reserve(items_.size() + items.size());
+    for (DownloadPointer& item : items) {
+        Download* const added = item.get();
+        items_.pushBack(std::move(item));
+        addToIndices(added);
+    }
+    changes_.tell({QueueChange::Kind::inserted, nullptr});
+}
+
+DownloadPointer DownloadList::remove(const Download& item) {
+    const auto place = placeOf(item);
+    if (place == items_.end()) return nullptr;
+    DownloadPointer removed = takeOut(place);
+    changes_.tell({QueueChange::Kind::removed, removed});
+    return removed;
+}
+
+void DownloadList::removeFinished() {
+    const std::size_t before = items_.size();
+    for (std::size_t status = 0; status < downloadStatusCount; ++status) {
+        if (!isFinished(static_cast<Download::Status>(status))) continue;
+        while (!byStatus_[status].empty()) takeOut(placeOf(**byStatus_[status].begin()));
+    }
+    if (items_.size() != before) changes_.tell({QueueChange::Kind::removed, nullptr});
+}
+
+// --- Order ---
+
+void DownloadList::swap(ItemOrder::Iterator a, ItemOrder::Iterator b) {
+    for (const auto place : {a, b}) indexFor((*place)->status).erase(place->get());
+    items_.swap(a, b);
+    for (const auto place : {a, b}) indexFor((*place)->status).insert(place->get());
+}
+
+bool DownloadList::moveUp(const Download& item) {
+    const auto place = placeOf(item);
+    if (place == items_.end() || place == items_.begin()) return false;
+    const std::int64_t previous = item.position;
+    const auto above = std::prev(place);
+    swap(above, place);
+    changes_.tell({.kind = QueueChange::Kind::moved, .item = *above, .previousPosition = previous});
+    return true;
+}
+
+bool DownloadList::moveDown(const Download& item) {
+    const auto place = placeOf(item);
+    if (place == items_.end() || std::next(place) == items_.end()) return false;
+    const std::int64_t previous = item.position;
+    const auto below = std::next(place);
+    swap(place, below);
+    changes_.tell({.kind = QueueChange::Kind::moved, .item = *below, .previousPosition = previous});
+    return true;
+}
+
+bool DownloadList::moveToTop(const Download& item) {
+    const auto place = placeOf(item);
+    if (place == items_.end() || place == items_.begin()) return false;
+    const std::int64_t previous = item.position;
+    Index& index = indexFor(item.status);
+    index.erase(place->get());
+    items_.pushFront(items_.erase(place));
+    index.insert(items_.front().get());
+    changes_.tell({.kind = QueueChange::Kind::moved, .item = items_.front(), .previousPosition = previous});
+    return true;
+}
+
+// --- Statuses ---
+
+void DownloadList::setStatus(Download& item, Download::Status status) {
+    if (item.status == status) return;
+    const Download::Status previous = std::exchange(item.status, status);
+    const auto place = placeOf(item);
+    if (place == items_.end()) return;
+    indexFor(status).insert(indexFor(previous).extract(&item));
+    changes_.tell({QueueChange::Kind::status, *place, previous});
+}
+
+void DownloadList::tellProgress(const Download& item) const {
+    if (!changes_.hasObservers()) return;
+    const auto place = placeOf(item);
+    if (place != items_.end()) changes_.tell({QueueChange::Kind::progress, *place});
 }
 
 std::size_t DownloadList::count(Download::Status status) const {

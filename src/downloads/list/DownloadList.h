@@ -4,14 +4,14 @@
 #include <cstdint>
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <optional>
 #include <set>
-#include <span>
-#include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "base/Signal.h"
-#include "downloads/list/Download.h"
+#include "downloads/list/ItemOrder.h"
 
 namespace tovri {
 
@@ -32,24 +32,31 @@ struct QueueChange {
     std::int64_t previousPosition = 0;  // with `moved`; in a swap the neighbour has it now
 };
 
-// The ordered items with an index by status, so that the scheduler's questions cost the same in a queue of ten and of a
-// hundred thousand. The only place that changes the order or a status. Index 0 is the top. Does not start, save or
-// delete anything.
+// The ordered items, indexed by ID, by status and by the rule and file that they are there for: what is asked or
+// changed of one item costs about the same in a queue of ten and of a hundred thousand. The only place that changes the
+// order or a status. Does not start, save or delete anything.
 class DownloadList {
 public:
     // Told after the list is consistent, once per call below that changed something.
     Subscription onChange(std::function<void(const QueueChange&)> tell) { return changes_.subscribe(std::move(tell)); }
 
-    [[nodiscard]] std::span<const DownloadPointer> items() const { return items_; }
+    // From the top downwards.
+    [[nodiscard]] const ItemOrder& items() const { return items_; }
 
-    [[nodiscard]] bool contains(const Download& item) const { return indexOf(item).has_value(); }
+    [[nodiscard]] bool contains(const Download& item) const { return placeOf(item) != items_.end(); }
 
     [[nodiscard]] DownloadPointer find(const UUID& id) const;
+    [[nodiscard]] DownloadPointer findAt(std::int64_t position) const;
+
+    // What the rule has put into the queue of a put.io file.
+    [[nodiscard]] std::vector<DownloadPointer> ofRule(const UUID& rule, std::int64_t fileID) const;
 
     // The first of `items` comes to stand on top.
     void insertOnTop(std::vector<DownloadPointer> items);
     void append(std::vector<DownloadPointer> items);
-    void remove(const Download& item);
+
+    // What was removed, or null where the item is not in the list.
+    DownloadPointer remove(const Download& item);
     void removeFinished();
 
     // False when the item is not in the list or is at that end already.
@@ -72,13 +79,21 @@ public:
     [[nodiscard]] std::size_t count(std::initializer_list<Download::Status> statuses) const;
 
 private:
+    // The indices name items that items_ owns.
     struct HigherUp {
-        bool operator()(const DownloadPointer& a, const DownloadPointer& b) const { return a->position < b->position; }
+        bool operator()(const auto& a, const auto& b) const { return a->position < b->position; }
     };
 
-    using Index = std::set<DownloadPointer, HigherUp>;
+    using Index = std::set<Download*, HigherUp>;
 
-    [[nodiscard]] std::optional<std::size_t> indexOf(const Download& item) const;
+    struct RuleFile {
+        UUID rule;
+        std::int64_t fileID = 0;
+        auto operator<=>(const RuleFile&) const = default;
+    };
+
+    [[nodiscard]] ItemOrder::Iterator placeOf(const Download& item) const;
+    [[nodiscard]] std::vector<DownloadPointer> pointersTo(const auto& range) const;
 
     [[nodiscard]] Index& indexFor(Download::Status status) { return byStatus_[static_cast<std::size_t>(status)]; }
 
@@ -86,10 +101,14 @@ private:
         return byStatus_[static_cast<std::size_t>(status)];
     }
 
-    void swapNeighbours(std::size_t upper);
+    void addToIndices(Download* item);
+    DownloadPointer takeOut(ItemOrder::Iterator place);
+    void swap(ItemOrder::Iterator a, ItemOrder::Iterator b);
 
-    std::vector<DownloadPointer> items_;  // sorted by position
+    ItemOrder items_;
     std::array<Index, downloadStatusCount> byStatus_;
+    std::unordered_multimap<UUID, Download*> byID_;
+    std::multimap<RuleFile, Download*> byRuleFile_;  // those that a rule has queued
     Signal<const QueueChange&> changes_;
 };
 

@@ -4,7 +4,6 @@
 #include <chrono>
 #include <ranges>
 #include <set>
-#include <unordered_set>
 #include <utility>
 
 #include "base/ByteCountFormat.h"
@@ -208,10 +207,10 @@ void DownloadsScreen::perform(DownloadAction action, const UUID& id) {
 
 void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& ids) {
     if (ids.size() == 1) return perform(action, ids.front());
-    const std::unordered_set<UUID> wanted(ids.begin(), ids.end());
     std::vector<DownloadPointer> items;
-    for (const DownloadPointer& item : manager_.downloads().items())
-        if (wanted.contains(item->id)) items.push_back(item);
+    for (const UUID& id : ids)
+        if (DownloadPointer item = manager_.downloads().find(id)) items.push_back(std::move(item));
+    std::ranges::sort(items, {}, [](const DownloadPointer& item) { return item->position; });
     if (goesUpwards(action)) std::ranges::reverse(items);
     items.erase(items.begin(), items.begin() + stuckCount(action, items));
     for (const DownloadPointer& item : items)
@@ -220,7 +219,7 @@ void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& id
 
 // How many of the first ones fill the end of the queue towards which they are to move: none can pass another there.
 std::ptrdiff_t DownloadsScreen::stuckCount(DownloadAction action, const std::vector<DownloadPointer>& items) const {
-    const auto queue = manager_.downloads().items();
+    const ItemOrder& queue = manager_.downloads().items();
     if (action == DownloadAction::moveUp) return std::ranges::mismatch(items, queue).in1 - items.begin();
     if (action != DownloadAction::moveDown) return 0;
     return std::ranges::mismatch(items, queue | std::views::reverse).in1 - items.begin();

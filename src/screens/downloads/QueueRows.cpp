@@ -62,6 +62,11 @@ const Download* QueueRows::itemAt(std::size_t row) const {
 }
 
 std::optional<std::size_t> QueueRows::rowOf(const UUID& id) const {
+    if (const DownloadPointer item = list_.find(id)) {
+        const DownloadSection section = downloadSection(item->status);
+        if (const auto index = indexOf(item, section, item->position)) return rowAt(section, *index);
+    }
+    // Until the rows have caught up, it stands where it was told last.
     for (std::size_t i = 0; i < downloadSectionCount; ++i) {
         const auto found = std::ranges::find(groups_[i].entries, id, [](const Entry& entry) { return entry.item->id; });
         if (found != groups_[i].entries.end())
@@ -104,11 +109,8 @@ void QueueRows::follow(const QueueChange& change) {
 
 void QueueRows::strayAfterMove(const QueueChange& change) {
     const DownloadPointer& item = change.item;
-    const auto list = list_.items();
-    const auto neighbour = std::ranges::lower_bound(list, change.previousPosition, {},
-                                                    [](const DownloadPointer& other) { return other->position; });
-    if (neighbour != list.end() && (*neighbour)->position == change.previousPosition)
-        stray(*neighbour, downloadSection((*neighbour)->status), item->position);
+    if (const DownloadPointer neighbour = list_.findAt(change.previousPosition))
+        stray(neighbour, downloadSection(neighbour->status), item->position);
     stray(item, downloadSection(item->status), change.previousPosition);
 }
 

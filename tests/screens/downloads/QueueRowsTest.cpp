@@ -20,12 +20,12 @@ public:
     explicit FollowingView(std::uint32_t seed) : dice_(seed) {}
 
     void step() {
-        const auto items = list_.items();
+        const ItemOrder& items = list_.items();
         const DownloadPointer item = items.empty() ? nullptr : items[roll(items.size())];
         const std::size_t action = roll(10);
         if (action < 2) return insert(action == 0, 1 + (roll(4) == 0 ? roll(90) : 0));
         if (!item) return;
-        if (action == 2) return list_.remove(*item);
+        if (action == 2) return static_cast<void>(list_.remove(*item));
         if (action == 3) return static_cast<void>(list_.moveUp(*item));
         if (action == 4) return static_cast<void>(list_.moveDown(*item));
         if (action == 5) return static_cast<void>(list_.moveToTop(*item));
