@@ -20,7 +20,7 @@ public:
     DownloadManager& open() {
         world.kill();
         editor_.emplace(world.platform(), simulatedTransfers(world.loop, world.files, world.storage));
-        editor_->configure(world.api(), world.preferences);
+        editor_->configure(api_, world.preferences);
         editor_->openForEditing();
         world.files.operations.clear();
         return *editor_;
@@ -51,6 +51,7 @@ public:
     World world;
 
 private:
+    PutIOAPI api_{world.auth(), world.http, world.platform(), ServiceHosts{}};
     std::optional<DownloadManager> editor_;
 };
 
