@@ -17,7 +17,7 @@ TovriApp::TovriApp(Ports ports, Polling polling)
 
 void TovriApp::setup() {
     if (hasSetup_) return;
-    api_.emplace(authManager_, ports_.http, ports_.platform, ports_.hosts);
+    api_.emplace(makeClient());
     preferences_.refreshDownloadFolderBookmark();
     downloadManager_.configure(*api_, preferences_);
     downloadManager_.restoreQueue();
@@ -28,6 +28,11 @@ void TovriApp::setup() {
     appDelegate_.syncManager = &syncManager_;
     if (authManager_.isAuthenticated()) startPolling();
     hasSetup_ = true;
+}
+
+PutIOAPI TovriApp::makeClient() {
+    return {authManager_, ports_.http, ports_.platform, ports_.hosts,
+            [this] { return preferences_.readLongFolders(); }};
 }
 
 // The queue stays as it is; so does the client, which takes the token of whoever signs in next.

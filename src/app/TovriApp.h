@@ -64,8 +64,8 @@ public:
     // The client of the objects above, from `setup` on the same as long as the application lives.
     [[nodiscard]] PutIOAPI* api() { return api_ ? &*api_ : nullptr; }
 
-    // Another client, for whoever asks the service while nothing is set up.
-    [[nodiscard]] PutIOAPI makeClient() { return {authManager_, ports_.http, ports_.platform, ports_.hosts}; }
+    // Another client, for whoever asks the service while nothing is set up. The application outlives it.
+    [[nodiscard]] PutIOAPI makeClient();
 
 private:
     void follow(AuthManager::Change change);

@@ -24,6 +24,7 @@ enum class ErrorCase {
     alreadyExists,       // a file system entry stands where a new one should go
     file,                // any other failure of the file system
     credentialStore,     // the secret store refused
+    turnedOff,           // the user's preferences say not to
 };
 
 // A failure: which case it is, and the description that the user sees as it stands.

@@ -4,6 +4,7 @@
 
 #include "service/APIError.h"
 #include "service/IDList.h"
+#include "service/ListingContinuation.h"
 #include "service/MultipartUpload.h"
 #include "service/PutIOAPI.h"
 #include "service/PutIOFileList.h"
@@ -30,6 +31,11 @@ Task<Result<std::vector<PutIOFile>>> PutIOAPI::listFiles(std::int64_t parentID, 
     Result<PutIOFileList> list = co_await listFolder(parentID, std::move(stop));
     if (!list) co_return failure(list);
     co_return std::move(list->files);
+}
+
+Task<Result<PutIOFileList>> PutIOAPI::continueListing(std::string cursor, std::stop_token stop) {
+    Parameters parameters{{"cursor", std::move(cursor)}, {"per_page", std::to_string(ListingContinuation::pageSize)}};
+    return post<PutIOFileList>("/files/list/continue", std::move(parameters), std::move(stop));
 }
 
 Task<Result<std::string>> PutIOAPI::getDownloadURL(std::int64_t fileID, std::stop_token stop) {

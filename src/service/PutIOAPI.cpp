@@ -14,12 +14,14 @@ std::vector<QueryItem> queryItems(const PutIOAPI::Parameters& parameters) {
 
 }  // namespace
 
-PutIOAPI::PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts)
+PutIOAPI::PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts,
+                   std::function<bool()> readsLongFolders)
     : authManager_(authManager),
       session_(session),
       platform_(platform),
       hosts_(std::move(hosts)),
-      baseURL_(hosts_.api + "/v2") {}
+      baseURL_(hosts_.api + "/v2"),
+      readsLongFolders_(std::move(readsLongFolders)) {}
 
 Result<void> PutIOAPI::validate(const HTTPResponse& response, const std::string& sentToken) {
     if (response.status == 0) return failure(APIError::invalidResponse());

@@ -18,6 +18,7 @@
 #include "platform/HTTPSession.h"
 #include "platform/Platform.h"
 #include "service/AuthManager.h"
+#include "service/FolderListing.h"
 #include "service/JSONCoding.h"
 #include "service/JSONField.h"
 #include "service/PutIOFile.h"
@@ -68,8 +69,10 @@ public:
         }
     };
 
-    // `authManager`, `session` and all that `platform` names outlive the client.
-    PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts);
+    // `authManager`, `session` and all that `platform` names outlive the client. `readsLongFolders` says at any time
+    // whether the user wants folders that do not fit into one answer to be read to their end; when it is empty, yes.
+    PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts,
+             std::function<bool()> readsLongFolders = {});
 
     // `path` begins with a slash and is appended to the base URL; the parameters become the query.
     template <class T>
@@ -88,6 +91,12 @@ public:
 
     // The entries alone.
     Task<Result<std::vector<PutIOFile>>> listFiles(std::int64_t parentID, std::stop_token stop);
+
+    // The page behind a cursor, of up to ListingContinuation::pageSize entries; without a cursor it is the last.
+    Task<Result<PutIOFileList>> continueListing(std::string cursor, std::stop_token stop);
+
+    // All pages. Fails as the first of them; whatever stands in the way of the others cuts the listing.
+    Task<Result<FolderListing>> readFolder(std::int64_t folderID, std::stop_token stop);
 
     // An http or https address from which the file's bytes come without a token.
     Task<Result<std::string>> getDownloadURL(std::int64_t fileID, std::stop_token stop);
@@ -127,6 +136,8 @@ public:
 
     Task<Result<void>> resumeFeed(std::int64_t feedID, std::stop_token stop);
 
+    [[nodiscard]] bool readsLongFolders() const { return !readsLongFolders_ || readsLongFolders_(); }
+
     [[nodiscard]] const std::string& baseURL() const { return baseURL_; }
 
     [[nodiscard]] const ServiceHosts& hosts() const { return hosts_; }
@@ -161,6 +172,7 @@ private:
     Platform platform_;
     ServiceHosts hosts_;
     std::string baseURL_;
+    std::function<bool()> readsLongFolders_;
     bool isLoading_ = false;
     std::optional<std::string> error_;
 };

@@ -12,7 +12,7 @@ namespace tovri {
 struct PutIOFileList {
     std::vector<PutIOFile> files;
     std::optional<PutIOFile> parent;    // the listed folder itself
-    std::optional<std::string> cursor;  // present when the listing goes on; not followed
+    std::optional<std::string> cursor;  // present when the listing goes on
     std::string status;
 
     // Whether the folder holds nothing but these files.

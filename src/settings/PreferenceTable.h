@@ -19,6 +19,7 @@ struct PreferenceValues {
     std::int64_t maxConcurrentDownloads = 3;
     std::int64_t syncPollIntervalMinutes = 5;
     ConflictBehavior conflictBehavior = ConflictBehavior::keepBoth;
+    bool readLongFolders = true;
 };
 
 // What a preference has beside its key and value.
@@ -64,10 +65,14 @@ inline constexpr Preference<std::int64_t> syncPollIntervalMinutes{
 inline constexpr Preference<ConflictBehavior> conflictBehavior{
     "conflictBehavior", &PreferenceValues::conflictBehavior,
     "what to do when a name is taken: ask, keepBoth, replace or skip"};
+inline constexpr Preference<bool> readLongFolders{
+    "readLongFolders", &PreferenceValues::readLongFolders,
+    "true or false; whether a folder that put.io does not list in one answer is read to its end"};
 
 // In the order in which they are read and listed.
 inline constexpr std::tuple all{defaultDownloadPath,    defaultDownloadBookmark, deleteAfterDownload,
-                                maxConcurrentDownloads, syncPollIntervalMinutes, conflictBehavior};
+                                maxConcurrentDownloads, syncPollIntervalMinutes, conflictBehavior,
+                                readLongFolders};
 
 // `visit(preference)` for each of them, whose type says what its value is.
 template <class Visit>

@@ -45,6 +45,8 @@ public:
 
     [[nodiscard]] ConflictBehavior conflictBehavior() const { return values_.conflictBehavior; }
 
+    [[nodiscard]] bool readLongFolders() const { return values_.readLongFolders; }
+
     void setDefaultDownloadPath(std::string path) { assign(preference::defaultDownloadPath, std::move(path)); }
 
     void setDefaultDownloadBookmark(std::optional<ByteBlob> bookmark) {
@@ -58,6 +60,8 @@ public:
     void setSyncPollIntervalMinutes(std::int64_t minutes) { assign(preference::syncPollIntervalMinutes, minutes); }
 
     void setConflictBehavior(ConflictBehavior behavior) { assign(preference::conflictBehavior, behavior); }
+
+    void setReadLongFolders(bool reads) { assign(preference::readLongFolders, reads); }
 
     // The folder that the bookmark leads to, else the default download path.
     [[nodiscard]] std::filesystem::path downloadFolderURL() const;

@@ -1,3 +1,6 @@
+#include <numeric>
+
+#include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
 #include "service/ServiceFixture.h"
 
@@ -145,6 +148,114 @@ TEST_F(FileOperationsTest, anUploadCanBeStoppedOrDroppedAnywhere) {
         dropped.reset();
         loop.advance(std::chrono::seconds(1));
         expectNoTemporaryFile();
+    }
+}
+
+// --- Long folders ---
+
+// A folder that the service lists page by page.
+class LongFolderTest : public test::ServiceFixture {
+public:
+    using Page = std::vector<std::int64_t>;
+
+    LongFolderTest() {
+        http.handler = [this](const HTTPRequest& request) { return respond(request); };
+    }
+
+    [[nodiscard]] Result<FolderListing> read() {
+        http.requests.clear();
+        return run(longFolders.readFolder(7, never()));
+    }
+
+    [[nodiscard]] Result<FolderListing> read(const std::vector<Page>& pages) {
+        pageAt = [&](std::size_t page) { return pages.at(page); };
+        cursorAfter = [&](std::size_t page) { return page + 1 < pages.size() ? cursorTo(page + 1) : ""; };
+        return read();
+    }
+
+    static std::string cursorTo(std::size_t page) { return "at+" + std::to_string(page); }
+
+    static Page idsOf(const Result<FolderListing>& listing) {
+        Page ids;
+        for (const PutIOFile& file : listing->files) ids.push_back(file.id);
+        return ids;
+    }
+
+    std::function<Page(std::size_t page)> pageAt;
+    std::function<std::string(std::size_t page)> cursorAfter;
+    int status = 200;  // of the answers after the first
+    bool isWanted = true;
+    PutIOAPI longFolders{auth, http, platform, ServiceHosts{}, [this] { return isWanted; }};
+
+private:
+    Result<HTTPResponse> respond(const HTTPRequest& request) {
+        const auto at = request.body.find("%2B");
+        const std::size_t page = at == std::string::npos ? 0 : std::stoul(request.body.substr(at + 3));
+        PutIOFileList list{{}, {}, cursorAfter(page), "OK"};
+        for (const std::int64_t id : pageAt(page)) list.files.emplace_back().id = id;
+        return HTTPResponse{page == 0 ? 200 : status, encodeJSON(list)};
+    }
+};
+
+TEST_F(LongFolderTest, isReadPageByPageAndEachEntryOnce) {
+    const auto listing = read({{1, 2}, {2, 3, 3}, {}});
+    EXPECT_EQ(idsOf(listing), (Page{1, 2, 3}));
+    EXPECT_EQ(listing->firstPageSize, 2U);
+    EXPECT_FALSE(listing->cut);
+    ASSERT_EQ(http.requests.size(), 3U);
+    EXPECT_EQ(http.requests[0].url, "https://api.put.io/v2/files/list?parent_id=7");
+    EXPECT_EQ(lastRequest(), "POST /files/list/continue cursor=at%2B2&per_page=1000");
+
+    EXPECT_EQ(idsOf(read({{1, 1}})), (Page{1, 1}));  // as the service has it
+    EXPECT_EQ(http.requests.size(), 1U);
+}
+
+TEST_F(LongFolderTest, isCutWhereTheRestCannotBeHad) {
+    status = 400;
+    auto listing = read({{1, 2}, {3}});
+    EXPECT_EQ(idsOf(listing), (Page{1, 2}));
+    EXPECT_EQ(listing->cut.value().description, "HTTP error 400 from put.io.");
+
+    isWanted = false;
+    listing = read({{1, 2}, {3}});
+    EXPECT_EQ(idsOf(listing), (Page{1, 2}));
+    EXPECT_EQ(listing->cut.value().code, ErrorCase::turnedOff);
+    EXPECT_EQ(http.requests.size(), 1U);
+}
+
+TEST_F(LongFolderTest, endsWhateverTheServiceSays) {
+    struct Case {
+        const char* why;
+        std::function<std::string(std::size_t)> cursorAfter;
+        std::function<Page(std::size_t)> pageAt;
+        std::size_t mostRequests;
+        const char* reason;
+    };
+
+    const auto next = [](std::size_t page) { return cursorTo(page + 1); };
+    const auto filled = [](std::size_t page, std::size_t count) {
+        Page ids(count);
+        std::iota(ids.begin(), ids.end(), static_cast<std::int64_t>(page * count));
+        return ids;
+    };
+    const Case cases[] = {
+        {"the same cursor for ever", [](std::size_t) { return cursorTo(1); },
+         [&](std::size_t page) { return filled(page, 2); }, 3, "Its listing goes round in circles."},
+        {"no entries, but more of them", next, [](std::size_t) { return Page(); }, 2,
+         "Its listing goes round in circles."},
+        {"one entry after the other", next, [&](std::size_t page) { return filled(page, 1); },
+         ListingContinuation::mostPages + 1, "Its listing is longer than any folder can be."},
+        {"full pages for ever", next, [&](std::size_t page) { return filled(page, 10'000); }, 26,
+         "Its listing is longer than any folder can be."},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.why);
+        cursorAfter = c.cursorAfter;
+        pageAt = c.pageAt;
+        const auto listing = read();
+        ASSERT_TRUE(listing);
+        EXPECT_EQ(listing->cut.value().description, c.reason);
+        EXPECT_LE(http.requests.size(), c.mostRequests);
     }
 }
 

@@ -25,6 +25,7 @@ TEST_F(PreferencesTest, startFromDefaultsAndWriteNone) {
     EXPECT_EQ(preferences.maxConcurrentDownloads(), 3);
     EXPECT_EQ(preferences.syncPollIntervalMinutes(), 5);
     EXPECT_EQ(preferences.conflictBehavior(), ConflictBehavior::keepBoth);
+    EXPECT_TRUE(preferences.readLongFolders());
     EXPECT_EQ(preferences.downloadFolderURL(), "/home/user/Downloads");
     EXPECT_EQ(defaults.writes, 0);
 }
@@ -37,6 +38,7 @@ TEST_F(PreferencesTest, keepEverySettingUnderItsKey) {
     preferences.setMaxConcurrentDownloads(25);  // no upper bound
     preferences.setSyncPollIntervalMinutes(1);
     preferences.setConflictBehavior(ConflictBehavior::skip);
+    preferences.setReadLongFolders(false);
 
     EXPECT_EQ(defaults.string("defaultDownloadPath"), "/media");
     EXPECT_EQ(defaults.data("defaultDownloadBookmark"), ByteBlob("\0b", 2));
@@ -44,6 +46,7 @@ TEST_F(PreferencesTest, keepEverySettingUnderItsKey) {
     EXPECT_EQ(defaults.integer("maxConcurrentDownloads"), 25);
     EXPECT_EQ(defaults.integer("syncPollIntervalMinutes"), 1);
     EXPECT_EQ(defaults.string("conflictBehavior"), "skip");
+    EXPECT_EQ(defaults.boolean("readLongFolders"), false);
 
     const Preferences again = load();
     EXPECT_EQ(again.defaultDownloadPath(), "/media");
@@ -52,6 +55,7 @@ TEST_F(PreferencesTest, keepEverySettingUnderItsKey) {
     EXPECT_EQ(again.maxConcurrentDownloads(), 25);
     EXPECT_EQ(again.syncPollIntervalMinutes(), 1);
     EXPECT_EQ(again.conflictBehavior(), ConflictBehavior::skip);
+    EXPECT_FALSE(again.readLongFolders());
 
     preferences.setDefaultDownloadBookmark(std::nullopt);
     EXPECT_EQ(defaults.data("defaultDownloadBookmark"), std::nullopt);

@@ -39,7 +39,7 @@ public:
     // The window closes, and with it the field of the client ID.
     void disappear();
 
-    // --- General: the section "Downloads", then "Sync" ---
+    // --- General: the sections "Downloads", "Sync" and "Folders" ---
 
     static constexpr const char* downloadsSection = "Downloads";
     static constexpr const char* folderLabel = "Download folder";
@@ -47,6 +47,8 @@ public:
     static constexpr const char* deleteLabel = "Delete files from put.io after download";
     static constexpr const char* conflictLabel = "When a file already exists";
     static constexpr const char* syncSection = "Sync";
+    static constexpr const char* foldersSection = "Folders";
+    static constexpr const char* readLongFoldersLabel = "Read long folders to their end";
 
     // On one line, shortened at its head.
     [[nodiscard]] const std::string& downloadFolder() const { return preferences_.defaultDownloadPath(); }
@@ -65,6 +67,8 @@ public:
 
     [[nodiscard]] Stepper pollInterval() const;
 
+    [[nodiscard]] bool readLongFolders() const { return preferences_.readLongFolders(); }
+
     void setDownloadFolder(const std::filesystem::path& folder) { preferences_.setDownloadFolder(folder); }
 
     void setDeleteAfterDownload(bool deletes) { preferences_.setDeleteAfterDownload(deletes); }
@@ -74,6 +78,8 @@ public:
     void setConflictBehavior(ConflictBehavior behavior) { preferences_.setConflictBehavior(behavior); }
 
     void setPollInterval(std::int64_t minutes);
+
+    void setReadLongFolders(bool reads) { preferences_.setReadLongFolders(reads); }
 
     // --- Account: the section "put.io", then one without a header ---
 

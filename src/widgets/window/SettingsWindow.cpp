@@ -101,6 +101,9 @@ QWidget* SettingsWindow::makeGeneral() {
     form->addSection(textOf(SettingsScreen::syncSection));
     interval_ = new StepperBox([this](std::int64_t minutes) { screen_.setPollInterval(minutes); });
     form->addRow(textOf(screen_.pollInterval().label), interval_);
+    form->addSection(textOf(SettingsScreen::foldersSection));
+    readsLongFolders_ = addSwitch(*form, SettingsScreen::readLongFoldersLabel,
+                                  [this](bool reads) { screen_.setReadLongFolders(reads); });
     return form;
 }
 
@@ -176,6 +179,7 @@ void SettingsWindow::update() {
     conflict_->setCurrentIndex(static_cast<int>(behavior - conflictBehaviors.begin()));
     explanation_->setText(textOf(screen_.conflictExplanation()));
     interval_->show(screen_.pollInterval());
+    readsLongFolders_->setChecked(screen_.readLongFolders());
     updateAccount();
     keepsAwake_->setChecked(screen_.keepsAwake());
     notifies_->setChecked(screen_.notifies());

@@ -46,6 +46,7 @@ private:
     QComboBox* conflict_ = nullptr;
     QLabel* explanation_ = nullptr;
     StepperBox* interval_ = nullptr;
+    Switch* readsLongFolders_ = nullptr;
     QWidget* shownClientID_ = nullptr;
     QWidget* editedClientID_ = nullptr;
     QLabel* clientIDText_ = nullptr;

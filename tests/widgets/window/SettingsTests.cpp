@@ -34,6 +34,9 @@ TEST_F(SettingsOnScreen, takeEffectAtOnce) {
     QTest::keyClick(deletes, Qt::Key_Space);
     EXPECT_EQ(defaults.boolean("deleteAfterDownload"), true);
 
+    QTest::keyClick(button(settings(), "Read long folders to their end"), Qt::Key_Space);
+    EXPECT_EQ(defaults.boolean("readLongFolders"), false);
+
     auto* limit = field<QAbstractSpinBox>(settings(), "Max concurrent downloads");
     ASSERT_TRUE(limit);
     EXPECT_EQ(limit->text(), "3");
