@@ -88,6 +88,7 @@ Task<Result<std::vector<DownloadPointer>>> DownloadManager::enqueueFolder(Folder
     FolderWalk walk(*api_);
     Result<std::vector<ListedFile>> files =
         co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
+    if (walk.cut() && request.onCut) request.onCut(*walk.cut());
     if (!files) {
         platform_.log.line("[DownloadManager] Failed to list folder " + request.name + ": " +
                            files.error().description);

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -74,6 +75,7 @@ public:
         DestinationFolder destination;  // receives the folder's content
         bool deleteAfterDownload = false;
         UUID groupID;
+        std::function<void(const Error& reason)> onCut = {};  // told when only its beginning could be listed
     };
 
     // Puts every file below a put.io folder on top of the queue, sub-folders kept. With deletion, put.io's folder goes

@@ -65,6 +65,11 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
     };
     if (const auto folder = numberAfter(request.url, "parent_id="); folder >= 0)
         return HTTPResponse{200, listing(folder)};
+    if (request.url.ends_with("/files/list/continue")) {
+        const std::int64_t folder = numberAfter(request.body, "cursor=");
+        if (cutListings.contains(folder)) return HTTPResponse{400, ""};
+        return HTTPResponse{200, listing(folder, static_cast<std::size_t>(numberAfter(request.body, "-")))};
+    }
     const bool deletes = request.url.ends_with("/files/delete");
     const auto id = deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/");
     if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{500, ""};
@@ -75,16 +80,19 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
     return HTTPResponse{200, R"({"status":"OK"})"};
 }
 
-std::string World::listing(std::int64_t folder) const {
+std::string World::listing(std::int64_t folder, std::size_t from) const {
     std::string entries;
+    std::size_t position = 0;
     for (const auto& [id, entry] : remote_) {
-        if (entry.folder != folder) continue;
+        if (entry.folder != folder || position++ < from) continue;
+        if (position > from + pageSize) break;
         entries += (entries.empty() ? "" : ",") + std::string(R"({"id":)") + std::to_string(id) + R"(,"name":)" +
                    jsonText(entry.name) + R"(,"file_type":")" + (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" +
                    std::to_string(entry.size.value_or(static_cast<ByteCount>(entry.content.size()))) + "}";
     }
-    const std::string cursor = cutListings.contains(folder) ? R"("cursor":"more",)" : "";
-    return "{" + cursor + R"("files":[)" + entries + R"(],"status":"OK"})";
+    const bool goesOn = position > from + pageSize || cutListings.contains(folder);
+    const std::string cursor = std::to_string(folder) + "-" + std::to_string(from + pageSize);
+    return R"({"cursor":")" + (goesOn ? cursor : "") + R"(","files":[)" + entries + R"(],"status":"OK"})";
 }
 
 void World::remove(std::int64_t entry) {
@@ -122,7 +130,8 @@ Platform World::platform() {
 
 void World::start() {
     files.goOn();
-    api_ = std::make_unique<PutIOAPI>(auth_, http, platform(), ServiceHosts{});
+    api_ = std::make_unique<PutIOAPI>(auth_, http, platform(), ServiceHosts{},
+                                      [this] { return preferences.readLongFolders(); });
     manager_ = std::make_unique<DownloadManager>(platform(), simulatedTransfers(loop, files, storage));
     manager_->configure(*api_, preferences);
     watching_ = manager_->onChange([this](const QueueChange& change) {

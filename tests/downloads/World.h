@@ -49,7 +49,8 @@ public:
     void takeAway(std::int64_t entry);
 
     std::map<std::int64_t, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
-    std::set<std::int64_t> cutListings;    // folders of which the service lists only the beginning
+    std::set<std::int64_t> cutListings;    // folders of whose listings the service refuses the rest
+    std::size_t pageSize = 1000;           // entries that it lists at once
     std::vector<std::int64_t> deletions;   // that were carried out
 
     // --- processes ---
@@ -132,7 +133,7 @@ private:
     [[nodiscard]] static std::string url(std::int64_t file) { return "https://storage.put.io/" + std::to_string(file); }
 
     [[nodiscard]] Result<HTTPResponse> answer(const HTTPRequest& request);
-    [[nodiscard]] std::string listing(std::int64_t folder) const;
+    [[nodiscard]] std::string listing(std::int64_t folder, std::size_t from = 0) const;
     [[nodiscard]] bool isDurable(std::int64_t file);
     [[nodiscard]] std::vector<std::int64_t> entriesOf(std::int64_t folder) const;
     void remove(std::int64_t entry);

@@ -24,23 +24,35 @@ Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t fold
                                                                std::stop_token stop) {
     if (!open_.insert(folderID).second)
         co_return failure(Error(ErrorCase::invalidResponse, "put.io lists a folder inside itself."));
-    Result<PutIOFileList> listing = co_await api_.listFolder(folderID, stop);
+    Result<FolderListing> listing = co_await api_.readFolder(folderID, stop);
     if (!listing) co_return failure(listing);
-    isComplete_ = isComplete_ && listing->isComplete();
+    if (Result<void> noted = note(listing->cut); !noted) co_return failure(noted);
 
     std::vector<ListedFile> found;
-    for (PutIOFile& entry : listing->files) {
+    for (std::size_t index = 0; index < listing->files.size(); ++index) {
+        PutIOFile& entry = listing->files[index];
+        const bool wasKeptBack = index >= listing->firstPageSize;
         if (entry.fileType != PutIOFile::FileType::folder) {
-            found.push_back({essence(std::move(entry)), destination});
+            found.push_back({essence(std::move(entry)), destination, wasKeptBack});
             continue;
         }
         Result<std::vector<ListedFile>> below =
             co_await collectFiles(entry.id, subfolder(destination, entry.name), stop);
         if (!below) co_return failure(below);
+        if (wasKeptBack)
+            for (ListedFile& each : *below) each.wasKeptBack = true;
         std::ranges::move(*below, std::back_inserter(found));
     }
     open_.erase(folderID);
     co_return found;
+}
+
+Result<void> FolderWalk::note(const std::optional<Error>& cut) {
+    if (!cut) return {};
+    cut_ = cut;
+    cut_->description = cutListingText("a folder", cut->description);
+    if (cut->code == ErrorCase::turnedOff) return {};
+    return failure(*cut_);
 }
 
 }  // namespace tovri

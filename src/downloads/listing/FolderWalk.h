@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <stop_token>
 #include <unordered_set>
 #include <vector>
@@ -14,24 +15,33 @@ namespace tovri {
 struct ListedFile {
     PutIOFile file;                // its ID, name, size and type
     std::filesystem::path folder;  // local; the file's own put.io folder below the walk's destination
+    bool wasKeptBack = false;      // a first answer about a folder says nothing of it
 };
 
-// Lists a put.io folder and everything below it, depth first, with one request per folder.
+// Lists a put.io folder and everything below it, depth first, with one request per folder, and one more for each
+// further page of it.
 class FolderWalk {
 public:
     // `api` outlives the walk.
     explicit FolderWalk(PutIOAPI& api) : api_(api) {}
 
     // Files in listing order. Fails as the first request that fails; a folder that is listed below itself is a failure.
+    // So is one that cannot be read to its end, unless the user does not want that.
     Task<Result<std::vector<ListedFile>>> collectFiles(std::int64_t folderID, std::filesystem::path destination,
                                                        std::stop_token stop);
 
-    // False when the service listed only the beginning of a folder: the files that it kept back are unknown.
-    [[nodiscard]] bool isComplete() const { return isComplete_; }
+    // False when only the beginning of a folder was read: the files that the service kept back are unknown. Whoever
+    // relies on having seen all, as for a deletion, must not go on then.
+    [[nodiscard]] bool isComplete() const { return !cut_; }
+
+    // Why it is not complete.
+    [[nodiscard]] const std::optional<Error>& cut() const { return cut_; }
 
 private:
+    [[nodiscard]] Result<void> note(const std::optional<Error>& cut);
+
     PutIOAPI& api_;
-    bool isComplete_ = true;
+    std::optional<Error> cut_;
     std::unordered_set<std::int64_t> open_;  // the folders between the top and where the walk is
 };
 
