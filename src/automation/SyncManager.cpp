@@ -61,6 +61,7 @@ const SyncRule* SyncManager::find(const UUID& id) const {
 void SyncManager::addRule(SyncRule rule) {
     const UUID id = rule.id;
     rule.isInitialized = false;
+    rule.stockIsWhole = false;
     rule.revision = 1;
     ++beginnings_[id];
     rules_.push_back(std::move(rule));
@@ -79,12 +80,14 @@ void SyncManager::updateRule(SyncRule rule) {
         rule.knownFileIDs.clear();
         rule.pendingFileIDs.clear();
         rule.isInitialized = false;
+        rule.stockIsWhole = false;
         rule.lastSyncDate.reset();
         ++beginnings_[id];
     } else if (rule.revision != 0 && rule.revision != stored.revision) {
         rule.knownFileIDs = std::move(stored.knownFileIDs);
         rule.pendingFileIDs = std::move(stored.pendingFileIDs);
         rule.isInitialized = stored.isInitialized;
+        rule.stockIsWhole = stored.stockIsWhole;
         rule.lastSyncDate = stored.lastSyncDate;
     }
     rule.revision = stored.revision + 1;

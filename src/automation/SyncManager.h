@@ -119,16 +119,26 @@ private:
     class RunningPass;
     using FileIDs = std::unordered_set<std::int64_t>;
 
+    // How much of a rule's folder a listing has.
+    enum class Extent { whole, beginning };
+
+    [[nodiscard]] static Extent extentOf(const FolderWalk& walk) {
+        return walk.isComplete() ? Extent::whole : Extent::beginning;
+    }
+
     Task<> runPolling(std::stop_token stop);
     Task<> runInventory(UUID id);
     Task<> syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop_token stop);
     [[nodiscard]] bool isDue(const SyncRule& rule, Timestamp now) const;
     [[nodiscard]] Result<std::filesystem::path> localFolder(const SyncRule& rule) const;
-    void takeIn(std::size_t index, std::vector<ListedFile> listing, Timestamp passTime);
+    void takeIn(std::size_t index, std::vector<ListedFile> listing, Extent extent, Timestamp passTime);
+    void completeStock(std::size_t index, const std::vector<ListedFile>& listing);
+    [[nodiscard]] FileIDs filesAskedFor(const SyncRule& rule, const FileIDs& unknown) const;
     [[nodiscard]] FileIDs filesInFlight(const SyncRule& rule, const FileIDs& unknown);
     void enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight);
     void noteSynced(std::size_t index, FileIDs inFlight, Timestamp passTime);
-    void adoptInventory(std::size_t index, const std::vector<ListedFile>& listing);
+    void adoptInventory(std::size_t index, const std::vector<ListedFile>& listing, Extent extent);
+    void reportCutListing(const std::string& name, const Error& reason);
     void reportSyncFailure(const std::string& name, const Error& error);
     void reportInventoryFailure(const std::string& name, const Error& error);
 

@@ -100,7 +100,9 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
     }
     if (stop.stop_requested()) co_return;
     const bool isStillThere = index < rules_.size() && rules_[index].id == id;
-    if (isStillThere && beginnings_[id] == beginning) takeIn(index, std::move(*listing), passTime);
+    if (!isStillThere || beginnings_[id] != beginning) co_return;
+    takeIn(index, std::move(*listing), extentOf(walk), passTime);
+    if (walk.cut()) reportCutListing(name, *walk.cut());
 }
 
 bool SyncManager::isDue(const SyncRule& rule, Timestamp now) const {
@@ -120,8 +122,11 @@ Result<std::filesystem::path> SyncManager::localFolder(const SyncRule& rule) con
     return failure(Error(ErrorCase::file, "The rule has no local folder to download into. Edit it and choose one."));
 }
 
-void SyncManager::takeIn(std::size_t index, std::vector<ListedFile> listing, Timestamp passTime) {
-    const SyncRule rule = rules_[index];  // an observer of the queue may change the rules while files are queued
+void SyncManager::takeIn(std::size_t index, std::vector<ListedFile> listing, Extent extent, Timestamp passTime) {
+    if (extent == Extent::whole && !rules_[index].stockIsWhole) completeStock(index, listing);
+    SyncRule rule = rules_[index];  // an observer of the queue may change the rules while files are queued
+    // What is deleted makes room in the beginning of the folder, where old files would then look new.
+    if (extent == Extent::beginning) rule.deleteAfterDownload = false;
     FileIDs unknown;
     for (const ListedFile& entry : listing)
         if (!rule.knownFileIDs.contains(entry.file.id)) unknown.insert(entry.file.id);
@@ -154,11 +159,33 @@ void SyncManager::noteSynced(std::size_t index, FileIDs inFlight, Timestamp pass
     changes_.tell({SyncChange::Kind::ruleChanged, index});
 }
 
-// Of the listed files that the rule does not know, those that it has in the queue. The queue is asked for more than the
-// pending ones: a file that left the folder for a while is no longer pending, and one that was queued just before the
-// process died not yet.
+// The stock was taken when the service listed only the beginning of a folder. What it kept back then is as old as what
+// it listed, and cannot be told from what has come since: all of it counts as known. The beginning is listed as ever.
+void SyncManager::completeStock(std::size_t index, const std::vector<ListedFile>& listing) {
+    SyncRule& rule = rules_[index];
+    FileIDs rest;
+    for (const ListedFile& entry : listing)
+        if (entry.wasKeptBack && !rule.knownFileIDs.contains(entry.file.id)) rest.insert(entry.file.id);
+    for (const std::int64_t fileID : filesAskedFor(rule, rest)) rest.erase(fileID);
+    rule.stockIsWhole = true;
+    ++rule.revision;
+    if (rest.empty()) return;
+    std::vector<std::int64_t> known(rule.knownFileIDs.begin(), rule.knownFileIDs.end());
+    known.insert(known.end(), rest.begin(), rest.end());
+    rule.knownFileIDs = FileIDSet(std::move(known));
+    platform_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(rest.size()) +
+                       " files that put.io had not listed before count as known and are not downloaded");
+}
+
+// Of the listed files that the rule does not know, those that it has in the queue; failed ones are tried again.
 SyncManager::FileIDs SyncManager::filesInFlight(const SyncRule& rule, const FileIDs& unknown) {
     if (unknown.empty()) return {};
+    return downloadManager_->inFlightFileIDs(rule.id, filesAskedFor(rule, unknown));
+}
+
+// Those among them that the rule has asked for before. The queue knows more than the pending ones: a file that left the
+// folder for a while is no longer pending, and one that was queued just before the process died not yet.
+SyncManager::FileIDs SyncManager::filesAskedFor(const SyncRule& rule, const FileIDs& unknown) const {
     FileIDs candidates;
     for (const std::int64_t fileID : unknown) {
         const auto queued = downloadManager_->downloads().ofRule(rule.id, fileID);
@@ -166,7 +193,7 @@ SyncManager::FileIDs SyncManager::filesInFlight(const SyncRule& rule, const File
             std::ranges::any_of(queued, [](const DownloadPointer& item) { return !isSettled(item->status); });
         if (isUnsettled || rule.pendingFileIDs.contains(fileID)) candidates.insert(fileID);
     }
-    return downloadManager_->inFlightFileIDs(rule.id, candidates);
+    return candidates;
 }
 
 void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight) {
@@ -210,20 +237,19 @@ Task<bool> SyncManager::initializeRule(UUID id, std::stop_token stop) {
     index = indexOf(id);
     if (!index || beginnings_[id] != beginning) co_return false;
     if (rules_[*index].isInitialized) co_return true;  // another one was quicker: what came since is new
-    if (!walk.isComplete())
-        platform_.log.line("[SyncManager] put.io lists only the beginning of a folder below " + name +
-                           ": what it kept back counts as new when it appears");
-    adoptInventory(*index, *listing);
+    adoptInventory(*index, *listing, extentOf(walk));
+    if (walk.cut()) reportCutListing(name, *walk.cut());
     co_return true;
 }
 
-void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile>& listing) {
+void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile>& listing, Extent extent) {
     std::vector<std::int64_t> present;
     present.reserve(listing.size());
     for (const ListedFile& entry : listing) present.push_back(entry.file.id);
     SyncRule& rule = rules_[index];
     rule.knownFileIDs = FileIDSet(std::move(present));
     rule.isInitialized = true;
+    rule.stockIsWhole = extent == Extent::whole;
     ++rule.revision;
     save();
     // Written before anybody is told: a second inventory would take for old what has come since the first.
@@ -231,6 +257,12 @@ void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile
     platform_.log.line("[SyncManager] Initialized " + rule.putioFolderName + " with " + std::to_string(listing.size()) +
                        " existing files");
     changes_.tell({SyncChange::Kind::ruleChanged, index});
+}
+
+// As the user wants it, but nothing that may stay unsaid.
+void SyncManager::reportCutListing(const std::string& name, const Error& reason) {
+    setLastError(name + ": " + reason.description);
+    platform_.log.line("[SyncManager] " + name + ": " + reason.description);
 }
 
 void SyncManager::reportInventoryFailure(const std::string& name, const Error& error) {

@@ -28,9 +28,10 @@ struct SyncRule {
     FileIDSet knownFileIDs;                 // never downloaded again: found by the inventory, or settled since
     FileIDSet pendingFileIDs;               // put into the queue, not settled yet
     bool isInitialized = false;             // the inventory has succeeded; no file is downloaded before
+    bool stockIsWhole = false;              // a whole listing has been seen; till then, old files may be unknown
     std::optional<Timestamp> lastSyncDate;  // when the last pass began that could list the folder
 
-    // Which state of the four fields above this is a copy of; not saved. SyncManager counts it up with each change of
+    // Which state of the five fields above this is a copy of; not saved. SyncManager counts it up with each change of
     // them; 0 stands in a record that is nobody's copy.
     std::uint64_t revision = 0;
 };

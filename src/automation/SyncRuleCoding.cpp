@@ -27,6 +27,7 @@ constexpr RecordFormat ruleFormat{
     required("knownFileIDs", &SyncRule::knownFileIDs, IDSetFormat()),
     optional("pendingFileIDs", &SyncRule::pendingFileIDs, IDSetFormat()),
     optional("isInitialized", &SyncRule::isInitialized, FlagFormat()),
+    younger("stockIsWhole", &SyncRule::stockIsWhole, FlagFormat()),
     optional("lastSyncDate", &SyncRule::lastSyncDate, DateFormat()),
 };
 

@@ -50,6 +50,8 @@ TEST(RulesFile, hasItsFormat) {
               R"("isEnabled":true,"pollIntervalMinutes":5,"knownFileIDs":[1,3,9223372036854775807],)"
               R"("pendingFileIDs":[],"isInitialized":true,"lastSyncDate":86400.5}])");
 
+    rule.stockIsWhole = true;
+    EXPECT_THAT(rulesText({rule}), HasSubstr(R"("isInitialized":true,"stockIsWhole":true,)"));
     rule.localFolderBookmark.reset();
     rule.lastSyncDate.reset();
     EXPECT_THAT(rulesText({rule}), testing::Not(testing::AnyOf(HasSubstr("Bookmark"), HasSubstr("lastSync"))));
@@ -61,15 +63,18 @@ TEST(RulesFile, hasItsFormat) {
 TEST(RulesFile, isReadWithWhatIsMissing) {
     const SyncRule bare = decodeRules(written("")).value().at(0);
     EXPECT_TRUE(bare.isInitialized);
+    EXPECT_FALSE(bare.stockIsWhole);
     EXPECT_TRUE(bare.pendingFileIDs.isEmpty());
     EXPECT_EQ(bare.lastSyncDate, std::nullopt);
     EXPECT_EQ(bare.knownFileIDs, (FileIDSet{1, 2, 3}));
     EXPECT_EQ(bare.putioFolderName, "A/B");
     const SyncRule whole = decodeRules(written(R"(,"new":{"a":[1]},"lastSyncDate":1e300,"isInitialized":false,)"
-                                               R"("localFolderBookmark":"Ym9va21hcms=","pendingFileIDs":[7])"))
+                                               R"("localFolderBookmark":"Ym9va21hcms=","pendingFileIDs":[7],)"
+                                               R"("stockIsWhole":true)"))
                                .value()
                                .at(0);
     EXPECT_FALSE(whole.isInitialized);
+    EXPECT_TRUE(whole.stockIsWhole);
     EXPECT_EQ(whole.localFolderBookmark, "bookmark");
     EXPECT_EQ(whole.pendingFileIDs, FileIDSet{7});
 }

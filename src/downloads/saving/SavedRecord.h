@@ -12,6 +12,8 @@ namespace tovri::saved {
 // One member of a record: its key, the field that holds it, and the format of its value.
 template <class Record, class Value, class Format>
 struct Member {
+    using Owner = Record;
+
     std::string_view key;
     Value Record::* field;
     Format format;
@@ -45,6 +47,21 @@ constexpr Member<Record, Value, Format> required(std::string_view key, Value Rec
 template <class Record, class Value, class Format>
 constexpr Member<Record, Value, Format> optional(std::string_view key, Value Record::* field, Format format) {
     return {key, field, format, false};
+}
+
+// Written only where it is not the initial value of its type.
+template <class Record, class Value, class Format>
+struct YoungerMember : Member<Record, Value, Format> {
+    void write(auto& json, const Record& record) const {
+        if (record.*(this->field) != Value()) Member<Record, Value, Format>::write(json, record);
+    }
+};
+
+// An optional member that is younger than the format: a record that has nothing to say there is written as it was
+// before.
+template <class Record, class Value, class Format>
+constexpr YoungerMember<Record, Value, Format> younger(std::string_view key, Value Record::* field, Format format) {
+    return {{key, field, format, false}};
 }
 
 // The format of a record: an object whose members are written in the order in which they stand here, and read in any.
@@ -123,8 +140,7 @@ private:
     std::tuple<Members...> members_;
 };
 
-template <class Record, class... Value, class... Format>
-RecordFormat(std::string_view, Member<Record, Value, Format>...)
-    -> RecordFormat<Record, Member<Record, Value, Format>...>;
+template <class First, class... Rest>
+RecordFormat(std::string_view, First, Rest...) -> RecordFormat<typename First::Owner, First, Rest...>;
 
 }  // namespace tovri::saved
