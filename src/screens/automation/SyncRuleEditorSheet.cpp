@@ -1,6 +1,9 @@
 #include "screens/automation/SyncRuleEditorSheet.h"
 
 #include <algorithm>
+#include <iterator>
+
+#include "service/ListingContinuation.h"
 
 namespace tovri {
 namespace {
@@ -89,15 +92,23 @@ void SyncRuleEditorSheet::loadFolders() {
 }
 
 Task<> SyncRuleEditorSheet::load(std::int64_t folderID, UUID request, std::stop_token stop) {
-    Result<std::vector<PutIOFile>> listed = co_await api_.listFiles(folderID, std::move(stop));
+    Result<PutIOFileList> listed = co_await api_.listFolder(folderID, stop);
     // The newer listing owns the flag.
     if (folderLoadRequestID_ != request || putioFolderID_ != folderID) co_return;
     folders_.clear();
-    if (listed) {
-        folders_ = std::move(*listed);
-        std::erase_if(folders_, [](const PutIOFile& file) { return !file.isFolder(); });
-    }
     isLoadingFolders_ = false;
+    if (!listed) co_return changes_.tell(Change::folders);
+    ListingContinuation rest(api_, *listed);
+    addFolders(std::move(listed->files));
+    while (!rest.isOver()) {
+        Result<std::vector<PutIOFile>> more = co_await rest.next(stop);
+        if (folderLoadRequestID_ != request || putioFolderID_ != folderID || !more) co_return;
+        addFolders(std::move(*more));
+    }
+}
+
+void SyncRuleEditorSheet::addFolders(std::vector<PutIOFile> listed) {
+    std::ranges::copy_if(listed, std::back_inserter(folders_), &PutIOFile::isFolder);
     changes_.tell(Change::folders);
 }
 

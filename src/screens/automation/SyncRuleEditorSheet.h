@@ -98,6 +98,7 @@ private:
     void select(const Breadcrumb& folder);
     void loadFolders();
     Task<> load(std::int64_t folderID, UUID request, std::stop_token stop);
+    void addFolders(std::vector<PutIOFile> listed);
 
     SyncManager& manager_;
     PutIOAPI& api_;

@@ -113,6 +113,7 @@ void FileBrowserScreen::downloadFolder(const PutIOFile& folder, bool deletes) {
 }
 
 Task<> FileBrowserScreen::queueFolder(DownloadManager::FolderRequest request) {
+    request.onCut = [this](const Error& reason) { dialogs_.showFailure(reason); };
     (void)co_await surroundings_.downloads.enqueueFolder(std::move(request), scope_.stopToken());
 }
 

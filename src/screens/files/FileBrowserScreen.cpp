@@ -49,6 +49,12 @@ void FileBrowserScreen::showUploads() {
 
 // --- What is seen ---
 
+std::optional<Banner> FileBrowserScreen::banner() const {
+    if (!state().cut()) return std::nullopt;
+    return Banner{"exclamationmark.triangle.fill", Tint::attention, cutListingText("this folder", *state().cut()),
+                  "Dismiss"};
+}
+
 std::optional<Placeholder> FileBrowserScreen::placeholder() const {
     const bool isEmpty = state().files().empty();
     if (state().isLoading() && isEmpty) return progressPlaceholder("Loading files...");

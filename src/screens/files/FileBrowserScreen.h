@@ -12,6 +12,7 @@
 #include "downloads/DownloadManager.h"
 #include "platform/Workspace.h"
 #include "screens/ActionDialogs.h"
+#include "screens/Banner.h"
 #include "screens/FileChooser.h"
 #include "screens/Placeholder.h"
 #include "screens/RowList.h"
@@ -59,6 +60,9 @@ public:
     // The last one is the folder on view, and emphasised.
     [[nodiscard]] const std::vector<Breadcrumb>& breadcrumbs() const { return state().breadcrumbs(); }
 
+    // The folder shows only its beginning. Its button is dismissBanner().
+    [[nodiscard]] std::optional<Banner> banner() const;
+
     // Instead of the rows. Its button is openPlaceholder().
     [[nodiscard]] std::optional<Placeholder> placeholder() const;
 
@@ -90,6 +94,8 @@ public:
     void openBreadcrumb(std::size_t index) { state().navigateToBreadcrumb(index); }
 
     void openPlaceholder() { state().loadFiles(); }
+
+    void dismissBanner() { state().dismissCut(); }
 
     void refresh() { state().loadFiles(); }
 

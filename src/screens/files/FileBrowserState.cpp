@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 
 #include "platform/Await.h"
 
@@ -76,21 +77,56 @@ void FileBrowserState::loadFiles() {
     currentLoadRequestID_ = request;
     assign(Field::isLoading, isLoading_, true);
     assign(Field::error, error_, {});
+    assign(Field::cut, cut_, {});
     tellChanges();
     scope_.start(load(currentFolderID(), request));
 }
 
 Task<> FileBrowserState::load(std::int64_t folderID, UUID request) {
-    Result<std::vector<PutIOFile>> loaded = co_await api_->listFiles(folderID, scope_.stopToken());
-    // The newer load owns the flag.
-    if (currentLoadRequestID_ != request || currentFolderID() != folderID) co_return;
-    if (loaded) {
-        setFiles(std::move(*loaded));
-        assign(Field::hasLoaded, hasLoaded_, true);
-    } else {
+    Result<PutIOFileList> loaded = co_await api_->listFolder(folderID, scope_.stopToken());
+    if (!isCurrent(folderID, request)) co_return;  // the newer load owns the flag
+    if (!loaded) {
         assign(Field::error, error_, std::optional(loaded.error().description));
+        assign(Field::isLoading, isLoading_, false);
+        co_return tellChanges();
     }
+    ListingContinuation rest(*api_, *loaded);
+    setFiles(std::move(loaded->files));
+    assign(Field::hasLoaded, hasLoaded_, true);
     assign(Field::isLoading, isLoading_, false);
+    tellChanges();
+    if (!rest.isOver() && isCurrent(folderID, request)) co_await loadRest(folderID, request, std::move(rest));
+}
+
+bool FileBrowserState::isCurrent(std::int64_t folderID, const UUID& request) const {
+    return currentLoadRequestID_ == request && currentFolderID() == folderID;
+}
+
+Task<> FileBrowserState::loadRest(std::int64_t folderID, UUID request, ListingContinuation rest) {
+    // Each time that files are appended all of them are arranged anew: in small steps that would cost the square of
+    // them.
+    constexpr std::size_t leastGrowth = 4;  // by the fourth part
+    std::vector<PutIOFile> waiting;
+    while (!rest.isOver() && !cut_) {
+        Result<std::vector<PutIOFile>> more = co_await rest.next(scope_.stopToken());
+        if (!isCurrent(folderID, request)) co_return;
+        if (more)
+            std::ranges::move(*more, std::back_inserter(waiting));
+        else
+            assign(Field::cut, cut_, std::optional(std::move(more.error().description)));
+        if (rest.isOver() || cut_ || waiting.size() >= files().size() / leastGrowth) appendFiles(waiting);
+        tellChanges();
+    }
+}
+
+void FileBrowserState::appendFiles(std::vector<PutIOFile>& more) {
+    std::vector<PutIOFile> all = files();
+    std::ranges::move(std::exchange(more, {}), std::back_inserter(all));
+    setFiles(std::move(all));
+}
+
+void FileBrowserState::dismissCut() {
+    assign(Field::cut, cut_, {});
     tellChanges();
 }
 
@@ -114,6 +150,7 @@ void FileBrowserState::navigateToBreadcrumb(std::size_t index) {
 void FileBrowserState::reset() {
     currentLoadRequestID_ = random_.makeUUID();
     setFiles({});
+    assign(Field::cut, cut_, {});
     assign(Field::breadcrumbs, breadcrumbs_, rootPath());
     assign(Field::hasLoaded, hasLoaded_, false);
     assign(Field::isLoading, isLoading_, false);

@@ -17,6 +17,7 @@
 #include "base/UUID.h"
 #include "platform/Platform.h"
 #include "screens/files/FileArrangement.h"
+#include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
 
 namespace tovri {
@@ -52,6 +53,7 @@ public:
         searchText,
         isLoading,
         error,
+        cut,
         isUploading,
         hasLoaded,
         uploadTotal,
@@ -89,6 +91,12 @@ public:
     // Why the last load of this folder failed.
     [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
 
+    // Why the folder shows only its beginning, when its rest could not be had.
+    [[nodiscard]] const std::optional<std::string>& cut() const { return cut_; }
+
+    // The user has seen it.
+    void dismissCut();
+
     // Whether any load has succeeded.
     [[nodiscard]] bool hasLoaded() const { return hasLoaded_; }
 
@@ -99,7 +107,8 @@ public:
     void setSortOrder(SortOrder order);
     void setSearchText(std::string text);
 
-    // Loads the current folder. A newer load supersedes it at any time: what it brings then is dropped.
+    // Loads the current folder, a long one in several steps, of which the first ends the loading and the others append
+    // files. A newer load supersedes it at any time: what it brings then is dropped.
     void loadFiles();
 
     void navigateInto(const PutIOFile& folder);
@@ -141,7 +150,10 @@ private:
 
     void tellChanges();
     void setFiles(std::vector<PutIOFile> files);
+    [[nodiscard]] bool isCurrent(std::int64_t folderID, const UUID& request) const;
     Task<> load(std::int64_t folderID, UUID request);
+    Task<> loadRest(std::int64_t folderID, UUID request, ListingContinuation rest);
+    void appendFiles(std::vector<PutIOFile>& more);
     Task<> upload(std::filesystem::path file, PendingUpload pending, std::stop_token stop);
     Task<> loadAgainLater(std::int64_t folderID, std::stop_token stop);
     void finishUpload(const PendingUpload& upload);
@@ -159,6 +171,7 @@ private:
     std::string searchText_;
     bool isLoading_ = false;
     std::optional<std::string> error_;
+    std::optional<std::string> cut_;
     bool isUploading_ = false;
     bool hasLoaded_ = false;
     UUID currentLoadRequestID_;  // of the newest load

@@ -7,6 +7,7 @@
 
 namespace tovri {
 
+class BannerView;
 class Breadcrumbs;
 class FileListView;
 
@@ -38,6 +39,7 @@ private:
     void connectParts();
     void follow(const ScreenChange& change);
     void showChrome();
+    void showBanner();
     void showSelection();
     void takeSelection();
     void showMenu(const QPoint& globalPosition);
@@ -47,6 +49,7 @@ private:
     FileModel model_;
     Breadcrumbs* breadcrumbs_;
     FileListView* list_;
+    BannerView* banner_ = nullptr;  // made for the first one
     FileIDs selection_;             // the screen's, as the list shows it
     bool haveRowsChanged_ = false;  // since then
     bool isSelectionOurs_ = false;  // the list's selection changes with the screen, not by the user

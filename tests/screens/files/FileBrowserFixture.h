@@ -65,6 +65,7 @@ public:
     }
 
     std::map<std::int64_t, std::vector<PutIOFile>> folders;  // by folder
+    std::size_t pageSize = 1000;                             // files that the service lists at once
     std::map<std::string, int> statuses;                     // by the end of an address: what it answers instead of 200
     PlainTextCollation collation;
     FileBrowserState state{platform};
@@ -77,13 +78,23 @@ private:
             return HTTPResponse{200, R"({"url":"https://storage.put.io/1","status":"OK"})"};
         if (request.url.ends_with("/upload"))
             return HTTPResponse{200, R"({"file":{"id":77,"name":"uploaded"},"status":"OK"})"};
+        if (const auto at = request.body.find("cursor="); at != std::string::npos)
+            return page(std::stoll(request.body.substr(at + 7)),
+                        std::stoul(request.body.substr(request.body.find('-') + 1)));
         const auto at = request.url.find("parent_id=");
         if (at == std::string::npos) return HTTPResponse{200, R"({"status":"OK"})"};
+        return page(std::stoll(request.url.substr(at + 10)), 0);
+    }
+
+    [[nodiscard]] HTTPResponse page(std::int64_t id, std::size_t from) const {
         PutIOFileList list;
-        const auto found = folders.find(std::stoll(request.url.substr(at + 10)));
-        if (found != folders.end()) list.files = found->second;
         list.status = "OK";
-        return HTTPResponse{200, encodeJSON(list)};
+        if (const auto found = folders.find(id); found != folders.end()) {
+            const std::size_t end = std::min(from + pageSize, found->second.size());
+            if (end < found->second.size()) list.cursor = std::to_string(id) + "-" + std::to_string(end);
+            for (std::size_t i = from; i < end; ++i) list.files.push_back(found->second[i]);
+        }
+        return {200, encodeJSON(list)};
     }
 };
 

@@ -251,6 +251,21 @@ TEST_F(FileBrowserScreenTest, downloadsAFolderUnderItsName) {
     EXPECT_EQ(queue().size(), 4U);
 }
 
+TEST_F(FileBrowserScreenTest, saysWhereOnlyTheBeginningOfAFolderIsToBeHad) {
+    statuses["/continue"] = 400;
+    pageSize = 1;
+    show();
+    const std::string text = "put.io listed only the beginning of this folder. HTTP error 400 from put.io.";
+    EXPECT_EQ(screen.banner().value().text, text);
+    screen.perform(FileMenuAction::downloadFolderAndDelete, {1});
+    settle();
+    EXPECT_TRUE(queue().empty());
+    EXPECT_EQ(screen.dialogs().failure().value().message,
+              "put.io listed only the beginning of a folder. HTTP error 400 from put.io.");
+    screen.dismissBanner();
+    EXPECT_FALSE(screen.banner());
+}
+
 TEST_F(FileBrowserScreenTest, deletesOnlyWhenTheUserSaysSo) {
     show();
     screen.select({3, 4});

@@ -150,6 +150,71 @@ TEST_F(FileBrowserStateTest, sortsAndSearches) {
     EXPECT_EQ(http.requests.size(), 1U);
 }
 
+// --- Long folders ---
+
+TEST_F(FileBrowserStateTest, aLongFolderGrowsToItsEnd) {
+    pageSize = 2;
+    folders[0] = {file(5, "e"), file(4, "d"), folder(3, "c"), file(2, "b"), file(1, "a")};
+    state.loadFiles();
+    state.setSelectedFiles({4});
+    loop.advance(30ms);
+    EXPECT_EQ(displayed(), "d e");
+    EXPECT_FALSE(state.isLoading());
+    loop.advance(20ms);
+    EXPECT_EQ(displayed(), "c/ b d e");
+    settle();
+    EXPECT_EQ(displayed(), "c/ a b d e");
+    EXPECT_EQ(state.files().back().name, "a");
+    EXPECT_EQ(state.selectedFiles(), FileIDs{4});
+    EXPECT_EQ(state.cut(), std::nullopt);
+}
+
+TEST_F(FileBrowserStateTest, theRestIsDroppedByANewerLoadAndAnotherFolder) {
+    pageSize = 1;
+    folders[0] = {folder(1, "A"), file(3, "old"), file(4, "older")};
+    const auto beginToLoad = [this] {
+        state.loadFiles();
+        ASSERT_TRUE(loop.runUntil([this] { return !state.isLoading(); }));
+    };
+    beginToLoad();
+    const auto before = requestsTo("/continue");
+    state.navigateInto(folder(1, "A"));
+    settle();
+    EXPECT_EQ(displayed(), "in A");
+    EXPECT_EQ(requestsTo("/continue"), before);
+
+    state.navigateToBreadcrumb(0);
+    beginToLoad();
+    folders[0] = {file(9, "new")};
+    statuses["/continue"] = 400;  // of the older load
+    state.loadFiles();
+    settle();
+    EXPECT_EQ(displayed(), "new");
+    EXPECT_EQ(state.cut(), std::nullopt);
+
+    statuses.clear();
+    folders[0] = {file(9, "new"), file(10, "newer")};
+    beginToLoad();
+    state.reset();
+    settle();
+    EXPECT_TRUE(state.files().empty());
+}
+
+TEST_F(FileBrowserStateTest, saysThatTheRestCouldNotBeHad) {
+    pageSize = 2;
+    folders[0] = {file(1, "a"), file(2, "b"), file(3, "c")};
+    statuses["/continue"] = 400;
+    load();
+    EXPECT_EQ(displayed(), "a b");
+    EXPECT_EQ(state.error(), std::nullopt);
+    EXPECT_EQ(state.cut(), "HTTP error 400 from put.io.");
+    state.dismissCut();
+    EXPECT_EQ(state.cut(), std::nullopt);
+    statuses.clear();
+    load();
+    EXPECT_EQ(displayed(), "a b c");
+}
+
 // --- Uploads ---
 
 TEST_F(FileBrowserStateTest, aBatchOfUploadsRunsAtOnceAndEnds) {
