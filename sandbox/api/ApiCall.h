@@ -12,8 +12,9 @@ namespace tovri::sandbox {
 // A request to the API whose token was found good.
 struct ApiCall {
     std::string_view method;
-    std::string_view path;  // without "/v2"
-    Fields fields;          // of the query and the form
+    std::string_view path;     // without "/v2"
+    Fields fields;             // of the query and the form
+    bool staleCursor = false;  // a cursor in the answer is to be good for nothing
 
     bool isPost(std::string_view postPath) const { return method == "POST" && path == postPath; }
 

@@ -11,7 +11,7 @@ namespace tovri::sandbox {
 
 std::optional<HttpResponse> FilesApi::answer(const ApiCall& call) {
     if (call.isGet("/files/list")) return list(call);
-    if (call.path == "/files/list/continue") return continueList(call);
+    if (call.isPost("/files/list/continue")) return continueList(call);
     if (call.isPost("/files/delete")) return remove(call);
     if (call.isPost("/files/move")) return move(call);
     if (const auto id = fileOfLinkPath(call.path); id && call.method == "GET") return link(*id);
@@ -36,7 +36,7 @@ HttpResponse FilesApi::list(const ApiCall& call) {
     return listFrom(call, call.number("parent_id").value_or(rootID), 0);
 }
 
-// A cursor is "FOLDER-POSITION"; clients must not look into it.
+// A cursor is "FOLDER-POSITION", a stale one "stale-POSITION"; clients must not look into it.
 HttpResponse FilesApi::continueList(const ApiCall& call) {
     const std::string_view cursor = call.text("cursor");
     const std::size_t dash = cursor.find('-');
@@ -66,7 +66,8 @@ HttpResponse FilesApi::listFrom(const ApiCall& call, FileID folderID, std::size_
         writeFileRecord(json, *folder, std::nullopt);
     }
     if (from + files.size() < total) {
-        json.field("cursor", fmt::format("{}-{}", folderID, from + files.size()));
+        const std::string place = call.staleCursor ? "stale" : std::to_string(folderID);
+        json.field("cursor", fmt::format("{}-{}", place, from + files.size()));
     } else {
         json.nullField("cursor");
     }

@@ -62,6 +62,8 @@ constexpr FaultSetting settings[] = {
      [](Fault& f, std::string_view v) { return f.redirect = v, true; }},
     {"link", "TEXT", "hand out TEXT as the download link",
      [](Fault& f, std::string_view v) { return f.link = v, true; }},
+    {"stale-cursor", "", "hand out a cursor that is refused when the listing is continued with it",
+     [](Fault& f, std::string_view) { return f.staleCursor = true; }},
     {"drop", "", "close the connection without an answer", [](Fault& f, std::string_view) { return f.drop = true; }},
     {"delay", "SECONDS", "wait before answering",
      [](Fault& f, std::string_view v) { return assignSeconds(f.delay, v); }},

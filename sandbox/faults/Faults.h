@@ -31,6 +31,7 @@ struct Fault {
     std::optional<std::string> retryAfter;
     std::optional<std::string> redirect;
     std::optional<std::string> link;
+    bool staleCursor = false;
     bool drop = false;
     Seconds delay{0};
 

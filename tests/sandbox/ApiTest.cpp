@@ -68,6 +68,11 @@ TEST_F(ApiTest, listsInPagesThatTheCursorContinues) {
     EXPECT_EQ(names, (std::vector<std::string>{"0", "1", "2", "3", "4", "5", "6"}));
     EXPECT_EQ(get("/files/list?parent_id=77")->status, 404);
     EXPECT_EQ(post("/files/list/continue", {{"cursor", "nonsense"}})->status, 400);
+
+    addFault("api:/v2/files/list*:stale-cursor,after=1,times=1");
+    page = Json(post("/files/list/continue", {{"cursor", Json(get("/files/list?parent_id=0")).text("cursor")}}));
+    EXPECT_EQ(page.names().size(), 3U);
+    EXPECT_EQ(post("/files/list/continue", {{"cursor", page.text("cursor")}})->status, 400);
 }
 
 TEST_F(ApiTest, keepsEveryNameAsItIs) {
