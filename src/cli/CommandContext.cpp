@@ -28,6 +28,8 @@ std::string withAdvice(const Error& error) {
     if (error.code == ErrorCase::noClientID)
         return "No client ID is configured. Give yours with: tovri-cli login --client-id ID";
     if (error.code == ErrorCase::decoding) return "put.io's answer cannot be understood: " + error.description;
+    if (error.code == ErrorCase::turnedOff)
+        return error.description + " Turn it on with: tovri-cli config readLongFolders true";
     return error.description;
 }
 

@@ -91,6 +91,8 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
                (each.file.size && context().platform.files.fileSize(each.folder / each.file.name) == each.file.size);
     });
     tellGoingOn(request.name, static_cast<std::size_t>(waiting), listed->size());
+    if (walk.cut()) running().fail(withAdvice(*walk.cut()));
+    deletes = deletes && walk.isComplete();
     for (const ListedFile& each : *listed)
         downloads.enqueue(each.file, {DestinationFolder{each.folder, request.destination.bookmark}, deletes, {}});
     co_return true;
@@ -137,9 +139,12 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
         if (!goesOn) co_return failure(goesOn);
         if (*goesOn) co_return Result<void>();
     }
+    std::optional<Error> cut;
+    request.onCut = [&cut](const Error& reason) { cut = reason; };
     Result<std::vector<DownloadPointer>> queued =
         co_await running().downloads().enqueueFolder(std::move(request), stop);
     if (!queued) co_return failure(queued);
+    if (cut) co_return failure(std::move(*cut));
     co_return Result<void>();
 }
 

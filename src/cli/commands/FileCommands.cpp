@@ -6,7 +6,6 @@
 
 #include "cli/commands/Question.h"
 #include "cli/display/DisplayText.h"
-#include "service/PutIOFileList.h"
 
 namespace tovri::cli {
 
@@ -36,10 +35,8 @@ Task<ExitCode> MoveCommand::run(std::stop_token stop) {
 
 // The service answers with success even when it could not move some of the files.
 Task<Result<void>> MoveCommand::verify(std::vector<std::int64_t> ids, std::int64_t folderID, std::stop_token stop) {
-    PutIOAPI::Parameters parameters{{"parent_id", std::to_string(folderID)}};
-    Result<PutIOFileList> listing =
-        co_await context_.api.get<PutIOFileList>("/files/list", std::move(parameters), stop);
-    if (!listing || listing->cursor) co_return Result<void>();  // it cannot be told
+    Result<FolderListing> listing = co_await context_.api.readFolder(folderID, stop);
+    if (!listing || listing->cut) co_return Result<void>();  // it cannot be told
     for (const std::int64_t id : ids)
         if (std::ranges::find(listing->files, id, &PutIOFile::id) == listing->files.end())
             co_return failure(Error(ErrorCase::file, fmt::format("put.io did not move the file with the ID {}.", id)));

@@ -11,22 +11,26 @@ namespace tovri::cli {
 
 Task<ExitCode> ListCommand::run(std::stop_token stop) {
     std::string path = context_.invocation.operands.empty() ? "/" : context_.invocation.operands.front();
-    Result<PutIOFile> found = co_await tree_.find(std::move(path), stop);
-    Result<std::vector<PutIOFile>> files = std::vector<PutIOFile>();
+    Result<PutIOFile> found = co_await tree_.find(path, stop);
+    Result<FolderListing> listing = FolderListing();
     if (!found)
-        files = failure(found);
+        listing = failure(found);
     else if (found->isFolder())
-        files = co_await tree_.list(found->id, stop);
+        listing = co_await tree_.list(found->id, stop);
     else
-        files->push_back(*found);
-    if (!files) {
-        context_.complain(files.error());
+        listing->files.push_back(*found);
+    if (!listing) {
+        context_.complain(listing.error());
         co_return ExitCode::failure;
     }
     if (context_.invocation.has("--json"))
-        printJSON(*files);
+        printJSON(listing->files);
     else
-        print(*files);
+        print(listing->files);
+    if (const auto cut = cutError(*listing, fmt::format("\"{}\"", path))) {
+        context_.complain(*cut);
+        co_return ExitCode::failure;
+    }
     co_return ExitCode::success;
 }
 

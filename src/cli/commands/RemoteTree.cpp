@@ -48,6 +48,12 @@ Result<PutIOFile> entryNamed(const std::vector<PutIOFile>& entries, const std::v
 
 }  // namespace
 
+std::optional<Error> cutError(const FolderListing& listing, std::string_view folder) {
+    std::optional<Error> cut = listing.cut;
+    if (cut) cut->description = cutListingText(folder, cut->description);
+    return cut;
+}
+
 RemotePath parseRemotePath(const std::string& text) {
     if (const auto id = parseID(text)) return {id, {}};
     RemotePath path;
@@ -75,9 +81,12 @@ Task<Result<PutIOFile>> RemoteTree::find(std::string text, std::stop_token stop)
     }
     PutIOFile current = rootFolder();
     for (std::size_t level = 0; level < path.names.size(); ++level) {
-        Result<std::vector<PutIOFile>> entries = co_await list(current.id, stop);
-        if (!entries) co_return failure(entries);
-        Result<PutIOFile> entry = entryNamed(*entries, path.names, level);
+        Result<FolderListing> listing = co_await list(current.id, stop);
+        if (!listing) co_return failure(listing);
+        const std::optional<Error> cut = cutError(*listing, fmt::format("\"{}\"", pathText(path.names, level)));
+        if (cut && cut->code != ErrorCase::turnedOff) co_return failure(*cut);
+        Result<PutIOFile> entry = entryNamed(listing->files, path.names, level);
+        if (!entry && cut) entry.error().description += " " + cut->description;
         if (!entry) co_return failure(entry);
         current = std::move(*entry);
     }
@@ -99,12 +108,12 @@ Task<Result<PutIOFile>> RemoteTree::findFolder(std::string text, std::stop_token
     co_return found;
 }
 
-Task<Result<std::vector<PutIOFile>>> RemoteTree::list(std::int64_t folderID, std::stop_token stop) {
+Task<Result<FolderListing>> RemoteTree::list(std::int64_t folderID, std::stop_token stop) {
     if (const auto known = listings_.find(folderID); known != listings_.end()) co_return known->second;
-    Result<std::vector<PutIOFile>> entries = co_await api_.listFiles(folderID, stop);
-    if (!entries) co_return failure(entries);
-    listings_[folderID] = *entries;
-    co_return entries;
+    Result<FolderListing> listing = co_await api_.readFolder(folderID, stop);
+    if (!listing) co_return failure(listing);
+    listings_[folderID] = *listing;
+    co_return listing;
 }
 
 // A folder describes itself in its listing. A file has no listing, and the service no look-up by ID, so it is searched.
@@ -119,15 +128,18 @@ Task<Result<PutIOFile>> RemoteTree::findByID(std::int64_t id, std::stop_token st
 
 Task<Result<PutIOFile>> RemoteTree::search(std::int64_t id, std::stop_token stop) {
     std::deque<std::int64_t> folders{0};
+    std::optional<Error> cut;
     while (!folders.empty()) {
-        Result<std::vector<PutIOFile>> entries = co_await list(folders.front(), stop);
-        if (!entries) co_return failure(entries);
+        Result<FolderListing> listing = co_await list(folders.front(), stop);
+        if (!listing) co_return failure(listing);
         folders.pop_front();
-        for (PutIOFile& entry : *entries) {
+        for (PutIOFile& entry : listing->files) {
             if (entry.id == id) co_return std::move(entry);
             if (entry.isFolder()) folders.push_back(entry.id);
         }
+        if (listing->cut) cut = cutError(*listing, "a folder");
     }
+    if (cut) co_return failure(*cut);
     co_return failure(Error(ErrorCase::file, fmt::format("There is nothing with the ID {} on put.io.", id)));
 }
 

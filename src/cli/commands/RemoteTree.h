@@ -5,6 +5,7 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/Task.h"
@@ -21,7 +22,8 @@ struct RemotePath {
 [[nodiscard]] RemotePath parseRemotePath(const std::string& text);
 
 // Finds files and folders by their names, one listing per folder on the way; names are compared byte for byte. Each
-// folder is asked for once, so it lives no longer than a command.
+// folder is asked for once, so it lives no longer than a command. Where the rest of a folder could not be read, no name
+// is found in it: another entry of that name may be in the rest.
 class RemoteTree {
 public:
     // `api` outlives this.
@@ -36,16 +38,19 @@ public:
     // A folder, or the error that it is none.
     Task<Result<PutIOFile>> findFolder(std::string text, std::stop_token stop);
 
-    // The service's listing of a folder as long as this lives.
-    Task<Result<std::vector<PutIOFile>>> list(std::int64_t folderID, std::stop_token stop);
+    // The folder as far as it could be read, the same as long as this lives.
+    Task<Result<FolderListing>> list(std::int64_t folderID, std::stop_token stop);
 
 private:
     Task<Result<PutIOFile>> findByID(std::int64_t id, std::stop_token stop);
     Task<Result<PutIOFile>> search(std::int64_t id, std::stop_token stop);
 
     PutIOAPI& api_;
-    std::map<std::int64_t, std::vector<PutIOFile>> listings_;
+    std::map<std::int64_t, FolderListing> listings_;
 };
+
+// Why the listing has only the beginning of the folder, as a sentence that names it; none when it is whole.
+[[nodiscard]] std::optional<Error> cutError(const FolderListing& listing, std::string_view folder);
 
 // The top folder of an account.
 [[nodiscard]] PutIOFile rootFolder();

@@ -107,7 +107,7 @@ Task<Result<std::string>> RuleChangeCommand::inventoryOf(UUID rule, std::stop_to
         });
     });
     if (!ended) co_return failure(ended);
-    if (sync().lastError())
+    if (!sync().find(rule)->isInitialized)
         co_return failure(Error(ErrorCase::file, *sync().lastError() + " The rule is kept; tovri-cli watch tries."));
     const std::size_t count = sync().find(rule)->knownFileIDs.size();
     co_return fmt::format("{} there already", count == 1 ? "1 file is" : fmt::format("{} files are", count));
