@@ -50,6 +50,20 @@ private:
     QAbstractItemModelTester tester_{list().rows()};
 };
 
+TEST_F(FileBrowserViewTest, saysWhatItCannotShow) {
+    pageSize = 3;
+    statuses["/continue"] = 400;
+    show();
+    EXPECT_EQ(rows(), "Films, Music, a.mkv");
+    EXPECT_TRUE(
+        seenTexts(view).contains("put.io listed only the beginning of this folder. HTTP error 400 from put.io."));
+    statuses.clear();
+    QTest::mouseClick(button("Refresh"), Qt::LeftButton);
+    settle();
+    EXPECT_EQ(rows(), "Films, Music, a.mkv, b.txt");
+    EXPECT_FALSE(button("Dismiss"));
+}
+
 TEST_F(FileBrowserViewTest, isWalkedThroughByKeyboard) {
     show();
     EXPECT_EQ(rows(), "Films, Music, a.mkv, b.txt");
