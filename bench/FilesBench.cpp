@@ -61,7 +61,8 @@ private:
 public:
     Preferences preferences{defaults_, folderAccess, "/home/user"};
     SimulatedStorage storage;
-    DownloadManager downloads{platform, simulatedTransfers(loop, files, storage)};
+    SimulatedTransferSession transfers{loop, storage};
+    DownloadManager downloads{platform, transfers};
     FakeWorkspace workspace;
     ICUTextCollation language{"en_US"};
     FileBrowserScreen screen{{state, api, downloads, preferences, workspace, language, random}};

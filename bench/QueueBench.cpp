@@ -41,19 +41,7 @@ double processMemory(const std::string& name) {
 // Saves nothing and moves nothing: the engine under test starts no transfer.
 class NoTransfers final : public TransferSession {
 public:
-    TransferID makeTransfer(std::string /*url*/) override { return 0; }
-
-    TransferID resumeTransfer(const ResumeToken& /*token*/) override { return 0; }
-
-    void start(TransferID /*transfer*/) override {}
-
-    void cancel(TransferID /*transfer*/) override {}
-
-    void cancelProducingToken(TransferID /*transfer*/, TokenReceiver /*receive*/) override {}
-
-    void discard(const ResumeToken& /*token*/) override {}
-
-    void discardAllBut(const std::vector<ResumeToken>& /*tokens*/) override {}
+    Subscription fetch(TransferRequest /*request*/, Done /*done*/) override { return {}; }
 };
 
 void writeQueue(const std::filesystem::path& folder, int items, RandomSource& random) {
@@ -131,7 +119,8 @@ int measure(const std::filesystem::path& folder, int items) {
 
     const double before = processMemory("VmRSS");
     const auto start = Clock::now();
-    DownloadManager manager(platform, [](TransferDelegate&) { return std::make_unique<NoTransfers>(); });
+    NoTransfers transfers;
+    DownloadManager manager(platform, transfers);
     manager.restoreQueue();
     const auto restored = Clock::now() - start;
     const double after = processMemory("VmRSS");

@@ -1,6 +1,6 @@
 #include "bench/desktop/BusyTransfers.h"
 
-#include <chrono>
+#include <utility>
 
 namespace tovri::bench {
 namespace {
@@ -11,32 +11,20 @@ constexpr ByteCount size = 734'003'200;
 
 }  // namespace
 
-BusyTransfers::BusyTransfers(TransferDelegate& delegate)
-    : delegate_(delegate), thread_([this](const std::stop_token& stop) {
-          while (!stop.stop_requested()) {
-              std::this_thread::sleep_for(pause);
-              report();
-          }
-      }) {}
-
-void BusyTransfers::start(TransferID transfer) {
-    const std::lock_guard lock(mutex_);
-    written_[transfer] = 0;
+Subscription BusyTransfers::fetch(TransferRequest request, Done done) {
+    AnswerHead head;
+    head.status = 200;
+    head.bodyLength = size;
+    (void)request.accept(head);
+    const std::int64_t number = ++last_;
+    running_[number] = {std::move(request), std::move(done)};
+    return Subscription([this, number] { running_.erase(number); });
 }
 
-void BusyTransfers::cancel(TransferID transfer) {
-    const std::lock_guard lock(mutex_);
-    written_.erase(transfer);
-}
-
-void BusyTransfers::cancelProducingToken(TransferID transfer, TokenReceiver receive) {
-    cancel(transfer);
-    receive(std::nullopt);
-}
-
-void BusyTransfers::report() {
-    const std::lock_guard lock(mutex_);
-    for (auto& [transfer, written] : written_) delegate_.transferDidWrite(transfer, written += step, size);
+void BusyTransfers::tick() {
+    for (auto& [number, running] : running_)
+        running.request.onProgress(running.received = (running.received + step) % size);
+    timer_ = loop_.schedule(pause, [this] { tick(); });
 }
 
 }  // namespace tovri::bench

@@ -1,38 +1,34 @@
 #pragma once
 
+#include <chrono>
 #include <map>
-#include <mutex>
-#include <thread>
 
+#include "platform/MainLoop.h"
 #include "platform/TransferSession.h"
 
 namespace tovri::bench {
 
-// Transfers that fetch nothing and never end, and of which each reports fifty times a second from the session's thread.
+// Transfers that fetch nothing and never end, and of which each reports fifty times a second.
 class BusyTransfers final : public TransferSession {
 public:
-    explicit BusyTransfers(TransferDelegate& delegate);
+    // `loop` outlives the session.
+    explicit BusyTransfers(MainLoop& loop) : loop_(loop) { tick(); }
 
-    TransferID makeTransfer(std::string /*url*/) override { return ++last_; }
-
-    TransferID resumeTransfer(const ResumeToken& /*token*/) override { return ++last_; }
-
-    void start(TransferID transfer) override;
-    void cancel(TransferID transfer) override;
-    void cancelProducingToken(TransferID transfer, TokenReceiver receive) override;
-
-    void discard(const ResumeToken& /*token*/) override {}
-
-    void discardAllBut(const std::vector<ResumeToken>& /*tokens*/) override {}
+    Subscription fetch(TransferRequest request, Done done) override;
 
 private:
-    void report();
+    struct Running {
+        TransferRequest request;
+        Done done;
+        ByteCount received = 0;
+    };
 
-    TransferDelegate& delegate_;
-    TransferID last_ = 0;
-    std::mutex mutex_;  // guards written_
-    std::map<TransferID, ByteCount> written_;
-    std::jthread thread_;  // last: it ends before what it uses
+    void tick();
+
+    MainLoop& loop_;
+    std::int64_t last_ = 0;
+    std::map<std::int64_t, Running> running_;
+    Subscription timer_;
 };
 
 }  // namespace tovri::bench

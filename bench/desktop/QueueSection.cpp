@@ -51,7 +51,8 @@ class Engine {
 public:
     explicit Engine(const std::filesystem::path& folder)
         : platform{loop, clock, random, files, folderAccess, background, volumes, log, {folder, folder, folder}},
-          manager(platform, [](TransferDelegate& delegate) { return std::make_unique<BusyTransfers>(delegate); }) {
+          transfers(loop),
+          manager(platform, transfers) {
         (void)auth.signInWithToken("token");
         manager.configure(api, preferences);
     }
@@ -73,6 +74,7 @@ public:
     Preferences preferences{defaults, folderAccess, platform.folders.home};
     AuthManager auth{credentials, web, loop, ServiceHosts{}};
     PutIOAPI api{auth, http, platform, ServiceHosts{}};
+    BusyTransfers transfers;
     DownloadManager manager;
 };
 

@@ -9,7 +9,7 @@ TovriApp::TovriApp(Ports ports, Polling polling)
       polling_(polling),
       authManager_(ports_.credentials, ports_.web, ports_.platform.loop, ports_.hosts),
       preferences_(ports_.defaults, ports_.platform.folderAccess, ports_.platform.folders.home),
-      downloadManager_(ports_.platform, ports_.makeTransfers),
+      downloadManager_(ports_.platform, ports_.transfers),
       syncManager_(ports_.platform),
       fileBrowserState_(ports_.platform),
       updater_(ports_.updates),

@@ -27,7 +27,7 @@ public:
     struct Ports {
         Platform platform;
         HTTPSession& http;
-        TransferSessionFactory makeTransfers;
+        TransferSession& transfers;
         CredentialStore& credentials;
         UserDefaults& defaults;
         WebAuthentication& web;

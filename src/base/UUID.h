@@ -15,6 +15,8 @@ namespace tovri {
 struct UUID {
     std::array<std::uint8_t, 16> bytes{};
 
+    static constexpr std::size_t textLength = 36;
+
     // 36 characters: upper-case hexadecimal digits and four hyphens.
     [[nodiscard]] std::string text() const;
 

@@ -95,8 +95,7 @@ public:
           secrets_(chooseSecrets()),
           credentials_(*secrets_, token_),
           lock_(acquireLock()),
-          app_({platform_, http_, [this](TransferDelegate& delegate) { return makeTransfers(delegate); }, credentials_,
-                replaced(), signIn_, updates_, hosts},
+          app_({platform_, http_, transfers_, credentials_, replaced(), signIn_, updates_, hosts},
                invocation_.command == CommandName::watch ? TovriApp::Polling::whileSignedIn : TovriApp::Polling::never),
           api_(app_.makeClient()),
           context_{platform_,
@@ -126,6 +125,7 @@ public:
         loop_.run();
         tasks_.reset();
         command_.reset();
+        leaveHangingVolumes();
         return code_;
     }
 
@@ -156,10 +156,6 @@ private:
         });
     }
 
-    std::unique_ptr<TransferSession> makeTransfers(TransferDelegate& delegate) {
-        return std::make_unique<CurlTransferSession>(delegate, folders_.standard.applicationData / "Partial", random_);
-    }
-
     Task<> work() {
         const ExitCode code = co_await command_->run(tasks_->stopToken());
         if (!isInterrupted_) end(code);
@@ -186,6 +182,13 @@ private:
             if (code_ == ExitCode::success) code_ = ExitCode::failure;
             quitWhenTaken();
         });
+    }
+
+    // What still runs on a volume after two seconds uses what would be taken down here.
+    void leaveHangingVolumes() {
+        if (volumes_.finish(std::chrono::seconds(2))) return;
+        terminal_.restore();
+        std::_Exit(static_cast<int>(code_));
     }
 
     // The user is not kept waiting, whatever hangs; the second time not at all.
@@ -222,6 +225,7 @@ private:
     TerminalSignIn signIn_{terminal_};
     PackageManagerUpdater updates_;
     CurlHTTPSession http_{loop_};
+    CurlTransferSession transfers_{loop_};
     std::optional<Result<DataFolderLock>> lock_;
     TovriApp app_;
     PutIOAPI api_;

@@ -5,50 +5,58 @@
 #include <ranges>
 
 #include "downloads/listing/FolderWalk.h"
+#include "downloads/running/DownloadRun.h"
 
 namespace tovri {
 
 using Status = Download::Status;
 
-DownloadManager::DownloadManager(const Platform& platform, TransferSessionFactory makeSession)
+DownloadManager::DownloadManager(const Platform& platform, TransferSession& transfers)
     : platform_(platform),
-      makeSession_(std::move(makeSession)),
       store_(std::make_shared<DownloadStore>(platform)),
       journal_(
           std::make_shared<PlacementJournal>(platform.files, platform.folders.applicationData / "placements.journal")),
       saves_(platform.loop, [this] { save(); }),
       groups_(list_),
       conflicts_(list_),
-      deletion_(list_, groups_, saves_),
+      lanes_(platform.loop, platform.files, platform.volumes),
+      deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_}),
       settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
-      placement_(platform, journal_, list_, conflicts_, settlement_, saves_,
-                 [this] {
-                     processQueue();
-                     finishSuspending();
-                 }),
-      events_(
-          platform, store_->stagingDirectory(),
-          {.handleProgress = [this](TransferID transfer, ByteCount written,
-                                    ByteCount expected) { handleProgress(transfer, written, expected); },
-           .handleFinished = [this](TransferID transfer,
-                                    const std::filesystem::path& staged) { handleFinished(transfer, staged); },
-           .handleTaskError = [this](TransferID transfer, const Error& error) { handleTaskError(transfer, error); }}) {}
+      placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_),
+      around_{.loop = platform.loop,
+              .files = platform.files,
+              .volumes = platform.volumes,
+              .random = platform.random,
+              .log = platform.log,
+              .transfers = transfers,
+              .list = list_,
+              .conflicts = conflicts_,
+              .settlement = settlement_,
+              .saves = saves_,
+              .placement = placement_,
+              .lanes = lanes_,
+              .partialFolder = platform.folders.applicationData / "Partial",
+              .stagingFolder = store_->stagingDirectory(),
+              .runWaits = [this] { runEnded(); }} {
+    list_.onForbiddenStep([this](const std::string& fault) { platform_.log.line("[DownloadManager] " + fault); });
+}
 
 DownloadManager::~DownloadManager() = default;
 
 void DownloadManager::configure(PutIOAPI& api, const Preferences& preferences) {
     api_ = &api;
-    preferences_ = &preferences;
-    deletion_.configure(api);
-    placement_.configure(preferences);
+    service_.emplace(api);
+    around_.service = &*service_;
+    around_.preferences = &preferences;
+    deletion_.configure(*service_);
 }
 
 // --- Queueing ---
 
 DestinationFolder DownloadManager::resolveDestination(const std::optional<DestinationFolder>& destination) const {
     if (destination) return *destination;
-    if (!preferences_) return {platform_.folders.home.native() + "/Downloads", std::nullopt};
-    return {preferences_->downloadFolderURL(), preferences_->defaultDownloadBookmark()};
+    if (!around_.preferences) return {platform_.folders.home.native() + "/Downloads", std::nullopt};
+    return {around_.preferences->downloadFolderURL(), around_.preferences->defaultDownloadBookmark()};
 }
 
 namespace {
@@ -59,6 +67,7 @@ DownloadRecord newRecord(const PutIOFile& file, const UUID& id) {
     record.fileID = file.id;
     record.fileName = file.name;
     record.fileSize = file.size.value_or(0);
+    record.crc32 = file.crc32;
     return record;
 }
 
@@ -74,7 +83,7 @@ DownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOpt
     record.destinationFolder = std::make_shared<const std::filesystem::path>(destination.folder);
     record.securityScopeBookmark = sharedBookmark(destination.bookmark);
     record.deleteAfterDownload =
-        options.deleteAfterDownload.value_or(preferences_ && preferences_->deleteAfterDownload());
+        options.deleteAfterDownload.value_or(around_.preferences && around_.preferences->deleteAfterDownload());
     record.syncRuleID = options.syncRuleID;
 
     auto item = std::make_shared<Download>(std::move(record));
@@ -145,12 +154,7 @@ std::unordered_set<std::int64_t> DownloadManager::inFlightFileIDs(const UUID& ru
 
 void DownloadManager::pause(const DownloadPointer& item) {
     if (use_ == Use::editing) pauseAtRest(*item);
-    if (item->status != Status::downloading || !item->downloadTask) return;
-    const TransferID transfer = *item->downloadTask;
-    if (!pausing_.insert_or_assign(transfer, true).second) return;  // a second request would not get the token
-    session().cancelProducingToken(transfer, events_.tokenReceiver([this, item, transfer](auto token) {
-        handlePaused(item, std::move(token), transfer);
-    }));
+    if (item->status == Status::downloading && item->run) item->run->pause();
 }
 
 // What was received without a token is fetched again.
@@ -160,33 +164,33 @@ void DownloadManager::pauseAtRest(Download& item) {
         item.progress = 0;
         item.bytesDownloaded = 0;
     }
-    list_.setStatus(item, Status::paused);
+    list_.take(item, item.status == Status::queued ? StatusStep::pauseWaiting : StatusStep::pause);
 }
 
 void DownloadManager::resume(const DownloadPointer& item) {
     if (item->status != Status::paused) return;
-    list_.setStatus(*item, Status::queued);
+    list_.take(*item, StatusStep::resume);
     processQueue();
     scheduleSave();
 }
 
 void DownloadManager::setPaused(bool isPaused) {
-    if (isPaused_ == isPaused) return;
-    isPaused_ = isPaused;
+    if (around_.isQueuePaused == isPaused) return;
+    around_.isQueuePaused = isPaused;
     list_.tell(QueueChange::Kind::isPaused);
 }
 
 void DownloadManager::pauseAll() {
     setPaused(true);
     for (const DownloadPointer& item : list_.withStatus(Status::downloading)) pause(item);
-    for (const DownloadPointer& item : list_.withStatus(Status::queued)) list_.setStatus(*item, Status::paused);
+    for (const DownloadPointer& item : list_.withStatus(Status::queued)) list_.take(*item, StatusStep::pauseWaiting);
     scheduleSave();
 }
 
 void DownloadManager::resumeAll() {
     setPaused(false);
-    for (auto& [transfer, pausesItem] : pausing_) pausesItem = false;  // they go on as soon as their tokens have come
-    for (const DownloadPointer& item : list_.withStatus(Status::paused)) list_.setStatus(*item, Status::queued);
+    for (DownloadRun* run : runs_) run->goOnAfterPause();
+    for (const DownloadPointer& item : list_.withStatus(Status::paused)) list_.take(*item, StatusStep::resume);
     processQueue();
     scheduleSave();
 }
@@ -198,8 +202,7 @@ void DownloadManager::cancel(const DownloadPointer& item) {
 
 // Cancels the item and whatever goes on for it.
 void DownloadManager::abandon(const DownloadPointer& item) {
-    endTransfer(item);
-    placement_.withdraw(*item);
+    abandonRun(*item);
     settlement_.markCancelled(item);
     conflicts_.dismissConflict(*item);
     dropToken(*item);
@@ -214,8 +217,7 @@ void DownloadManager::cancelAll() {
 }
 
 void DownloadManager::remove(const DownloadPointer& item) {
-    endTransfer(item);
-    placement_.withdraw(*item);
+    abandonRun(*item);
     if (!isFinished(item->status)) settlement_.notifySyncSettled(*item);
     const DownloadPointer removed = list_.remove(*item);  // as `item` may be what the list held
     if (!removed) return;
@@ -232,8 +234,7 @@ void DownloadManager::clearFinished() {
 }
 
 void DownloadManager::retry(const DownloadPointer& item) {
-    endTransfer(item);
-    placement_.withdraw(*item);
+    abandonRun(*item);
     dropToken(*item);
     item->progress = 0;
     item->bytesDownloaded = 0;
@@ -242,8 +243,8 @@ void DownloadManager::retry(const DownloadPointer& item) {
     item->stagedURL.reset();
     item->resolvedURL.reset();
     item->completedAt.reset();
-    ++item->attempt;  // what an earlier start still waits for is stale
-    list_.setStatus(*item, Status::queued);
+    item->arrivedChecksum.reset();
+    list_.take(*item, StatusStep::retry);
     conflicts_.dismissConflict(*item);
     processQueue();
     scheduleSave();

@@ -5,19 +5,22 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "base/TaskScope.h"
+#include "downloads/PutIODownloadService.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/deleting/RemoteDeletion.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/placing/ConflictQueue.h"
 #include "downloads/placing/Placement.h"
+#include "downloads/running/RunSurroundings.h"
 #include "downloads/running/Settlement.h"
-#include "downloads/running/TransferEvents.h"
+#include "downloads/running/VolumeLanes.h"
 #include "downloads/saving/DownloadStore.h"
 #include "downloads/saving/SaveSchedule.h"
 #include "service/PutIOAPI.h"
@@ -37,7 +40,7 @@ struct DestinationFolder {
 class DownloadManager {
 public:
     // What the references name outlives the manager.
-    DownloadManager(const Platform& platform, TransferSessionFactory makeSession);
+    DownloadManager(const Platform& platform, TransferSession& transfers);
     ~DownloadManager();
     DownloadManager(const DownloadManager&) = delete;
     DownloadManager& operator=(const DownloadManager&) = delete;
@@ -51,7 +54,7 @@ public:
     // The queue; index 0 is the top.
     [[nodiscard]] const DownloadList& downloads() const { return list_; }
 
-    [[nodiscard]] bool isPaused() const { return isPaused_; }
+    [[nodiscard]] bool isPaused() const { return around_.isQueuePaused; }
 
     [[nodiscard]] const FileConflict* pendingConflict() const { return conflicts_.pendingConflict(); }
 
@@ -125,7 +128,8 @@ public:
     bool saveNow();
 
     // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done`
-    // runs when all tokens have come and no file is being placed; then it is time for saveNow.
+    // runs when all tokens have come and no file is being placed, after two seconds at the latest; then it is time for
+    // saveNow.
     void suspend(std::function<void()> done);
 
     // --- Sums over the queue, computed on every read ---
@@ -142,35 +146,20 @@ private:
     // What the saved queue was loaded for.
     enum class Use { none, editing, running };
 
-    // The byte count at the last measurement of an item's speed.
-    struct SpeedTracker {
-        ByteCount lastBytes = 0;
-        MainLoop::TimePoint lastTime;
-    };
-
     void processQueue();
     [[nodiscard]] bool hasFreeSlot() const;
-    [[nodiscard]] bool isWaitingForTransfer(const Download& item, std::uint32_t attempt) const;
     void start(const DownloadPointer& item);
-    void startFromToken(const DownloadPointer& item);
-    Task<> lookUpAndStart(DownloadPointer item);
-    void startTransfer(const DownloadPointer& item, TransferID transfer);
-    void endTransfer(const DownloadPointer& item);
-    void pauseAtRest(Download& item);
+    Task<> run(DownloadPointer item);
+    Task<> runFromConflict(DownloadPointer item);
+    void runEnded();
+    static void abandonRun(Download& item);
     void abandon(const DownloadPointer& item);
-    void keepToken(Download& item, std::optional<ByteBlob> token);
+    void pauseAtRest(Download& item);
     void dropToken(Download& item);
-
-    void handleProgress(TransferID transfer, ByteCount written, ByteCount expected);
-    void handleFinished(TransferID transfer, const std::filesystem::path& staged);
-    void handleTaskError(TransferID transfer, const Error& error);
-    void handlePaused(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer);
-    void handleSuspended(const DownloadPointer& item, std::optional<ByteBlob> token, TransferID transfer);
-    void measureSpeed(Download& item, ByteCount written);
+    Task<> removePartial(std::filesystem::path partial);
+    Task<> removePartialsBut(std::set<std::string> kept);
     void finishSuspending();
 
-    [[nodiscard]] TransferSession& session();
-    [[nodiscard]] DownloadPointer itemOf(TransferID transfer) const;
     [[nodiscard]] std::vector<DownloadPointer> loadQueue();
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
     void save();
@@ -183,9 +172,8 @@ private:
     void setPaused(bool isPaused);
 
     Platform platform_;
-    TransferSessionFactory makeSession_;
     PutIOAPI* api_ = nullptr;
-    const Preferences* preferences_ = nullptr;
+    std::optional<PutIODownloadService> service_;
 
     std::shared_ptr<DownloadStore> store_;  // shared with a save that is being written
     std::shared_ptr<PlacementJournal> journal_;
@@ -194,24 +182,19 @@ private:
     Subscription saving_;
     Use use_ = Use::none;
 
-    bool isPaused_ = false;
     bool isProcessing_ = false;        // processQueue() is under way
-    std::function<void()> suspended_;  // set from suspend() on
-    bool isSuspending_ = false;
+    std::function<void()> suspended_;  // set from suspend() on, until it has run
+    Subscription suspendLimit_;
 
     DownloadList list_;
     FolderGroups groups_;
     ConflictQueue conflicts_;
+    VolumeLanes lanes_;
     RemoteDeletion deletion_;
     Settlement settlement_;
     Placement placement_;
-
-    std::unordered_map<TransferID, DownloadPointer> taskToDownload_;
-    std::unordered_set<TransferID> resumedTaskIDs_;  // those that were started from a token
-    std::unordered_map<TransferID, bool> pausing_;   // those whose tokens are awaited: whether they pause their items
-    std::unordered_map<UUID, SpeedTracker> speedTrackers_;
-    TransferEvents events_;
-    std::unique_ptr<TransferSession> session_;
+    RunSurroundings around_;
+    std::unordered_set<DownloadRun*> runs_;  // whose frames the scope owns
     TaskScope scope_;
 };
 

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "downloads/DownloadManager.h"
+#include "downloads/running/DownloadRun.h"
 
 namespace tovri {
 namespace {
@@ -18,24 +19,15 @@ void startOver(Download& item) {
 
 // Puts an item that the previous run left half-done into a state from which this run can go on.
 void normalize(Download& item, bool isQueuePaused, FileManager& files) {
-    const Status waiting = isQueuePaused ? Status::paused : Status::queued;
-    switch (item.status) {
-        case Status::queued:
-            item.status = waiting;
-            break;
-        case Status::downloading:
-            item.status = waiting;
-            if (!item.resumeData) startOver(item);
-            break;
-        case Status::awaitingConflict:
-            if (item.stagedURL && files.exists(*item.stagedURL)) break;
-            item.stagedURL.reset();
-            item.status = waiting;
-            startOver(item);
-            break;
-        default:
-            break;
+    if (item.status == Status::awaitingConflict) {
+        if (item.stagedURL && files.exists(*item.stagedURL)) return;
+        item.stagedURL.reset();
+        startOver(item);
+    } else if (item.status == Status::downloading && !item.resumeData) {
+        startOver(item);
     }
+    item.status =
+        target(isQueuePaused ? StatusStep::restorePaused : StatusStep::restore, item.status).value_or(item.status);
 }
 
 }  // namespace
@@ -47,11 +39,12 @@ void DownloadManager::restoreQueue() {
     store_->createStagingDirectory();
     std::vector<DownloadPointer> items = loadQueue();
     std::set<std::filesystem::path> staged;
-    std::vector<TransferSession::ResumeToken> tokens;
+    std::set<std::string> partials;
     std::vector<DownloadPointer> awaiting;
     for (const DownloadPointer& item : items) {
-        normalize(*item, isPaused_, platform_.files);
-        if (item->resumeData) tokens.push_back(*item->resumeData);
+        normalize(*item, around_.isQueuePaused, platform_.files);
+        if (const auto point = item->resumeData ? ResumePoint::parse(*item->resumeData) : std::nullopt)
+            partials.insert(point->partial.text());
         if (item->status == Status::awaitingConflict) {
             staged.insert(std::filesystem::path(*item->stagedURL).lexically_normal());
             awaiting.push_back(item);
@@ -62,10 +55,10 @@ void DownloadManager::restoreQueue() {
     adoptArrived(journal_->recover());
     unjournaled_ = {PlacementJournal::recovered};
     store_->cleanStaging(staged);
-    session().discardAllBut(tokens);
+    scope_.start(removePartialsBut(std::move(partials)));
 
     for (const DownloadPointer& item : awaiting)
-        if (item->status == Status::awaitingConflict) placement_.placeFile(item, *item->stagedURL);
+        if (item->status == Status::awaitingConflict) scope_.start(runFromConflict(item));
     processQueue();
     scheduleSave();
 }
@@ -91,13 +84,13 @@ std::vector<DownloadPointer> DownloadManager::loadQueue() {
 void DownloadManager::endInterruptedDeletions() {
     for (const DownloadPointer& item : list_.withStatus(Status::deleting)) {
         item->error = "Interrupted before put.io confirmed the deletion.";
-        list_.setStatus(*item, Status::remoteDeleteFailed);
+        list_.take(*item, StatusStep::restoreDeletion);
     }
 }
 
 QueueSnapshot DownloadManager::makeSnapshot() const {
     QueueSnapshot snapshot;
-    snapshot.isPaused = isPaused_;
+    snapshot.isPaused = around_.isQueuePaused;
     snapshot.downloads.reserve(list_.items().size());
     for (const DownloadPointer& item : list_.items()) snapshot.downloads.push_back(*item);
     snapshot.folderGroupExpectedCounts = groups_.expectedCounts();

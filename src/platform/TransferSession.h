@@ -1,68 +1,86 @@
 #pragma once
 
-#include <cstdint>
-#include <filesystem>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "base/Bytes.h"
 #include "base/Result.h"
+#include "base/Subscription.h"
 
 namespace tovri {
 
-using TransferID = std::int64_t;  // unique within a session
+// The part of a file that an answer carries: bytes `first` to `last`, both included, of `length`.
+struct ContentRange {
+    ByteCount first = 0;
+    ByteCount last = 0;
+    ByteCount length = 0;
 
-// What a session reports. Called on the session's own thread; an implementation passes each report on to the main
-// thread. A transfer ends with exactly one of finish and failure, or with none when it was cancelled.
-class TransferDelegate {
-public:
-    virtual ~TransferDelegate() = default;
-
-    // `written` counts from the file's first byte, also in a resumed transfer; `expected` is -1 when unknown. Told a
-    // few dozen times a second at most.
-    virtual void transferDidWrite(TransferID transfer, ByteCount written, ByteCount expected) = 0;
-
-    // The whole body is in `file`, which is gone when this returns.
-    virtual void transferDidFinish(TransferID transfer, const std::filesystem::path& file) = 0;
-
-    // Error::resumeToken says how to go on, where that is possible.
-    virtual void transferDidFail(TransferID transfer, Error error) = 0;
+    bool operator==(const ContentRange&) const = default;
 };
 
-// Downloads to files, at most 6 connections per host at a time. Bytes are written once, to a partial file of the
-// session's own. A body that is shorter or longer than announced, or a status outside 200 to 299, is a failure. A
-// transfer that was made from a resume token fails unless the server goes on with the same content at exactly the
-// token's offset. Destroying the session ends its transfers; nothing is reported after that.
+// What an answer says before its body, after all redirects.
+struct AnswerHead {
+    int status = 0;
+    std::optional<ByteCount> bodyLength;       // as announced; none when only the end of the body tells it
+    std::optional<ContentRange> contentRange;  // none unless given and consistent
+    std::string contentEncoding;               // empty when the bytes are the file's own
+    std::string validator;  // a strong entity tag, else the date of the last change; empty without either (RFC 9110,
+                            // section 13.1.5)
+};
+
+// Takes an attempt's bytes in their order. On the session's thread; never blocks.
+class ByteReceiver {
+public:
+    virtual ~ByteReceiver() = default;
+
+    enum class Taken {
+        all,
+        none,     // no room now: nothing more is read from this connection until `whenReady` says so
+        refused,  // the attempt ends
+    };
+    [[nodiscard]] virtual Taken take(std::string_view bytes) = 0;
+
+    // After `none`: calls `ready` once, on any thread, as soon as there is room.
+    virtual void whenReady(std::move_only_function<void()> ready) = 0;
+};
+
+// One attempt at one range of bytes.
+struct TransferRequest {
+    std::string url;
+    ByteCount first = 0;            // from this byte on
+    std::optional<ByteCount> last;  // to this one, included; none: to the end
+    std::string validator;          // when not empty, sent as If-Range with a range that does not begin at 0
+    std::chrono::milliseconds idleLimit{60'000};  // the longest time in which the server may send nothing
+
+    // Whether the body is wanted. On the session's thread, before the first byte, and a function of its argument alone.
+    // Its failure ends the attempt.
+    std::function<Result<void>(const AnswerHead& head)> accept;
+    std::shared_ptr<ByteReceiver> receiver;
+    std::function<void(ByteCount received)> onProgress;  // may be empty; main thread, some twenty times a second
+};
+
+// How an attempt ended.
+struct TransferEnd {
+    std::optional<AnswerHead> head;  // none when no answer came
+    ByteCount received = 0;          // bytes that the receiver took
+    std::optional<Error> error;      // none when the whole body came, as long as announced
+};
+
+// Fetches bytes, with at most 6 connections per host at a time. Decides nothing: no second attempt, no file, no view on
+// a status. Follows redirects as HTTPSession does. Bytes past the announced length are never handed on.
 class TransferSession {
 public:
-    using ResumeToken = ByteBlob;  // opaque; good across restarts of the program
-    using TokenReceiver = std::move_only_function<void(std::optional<ResumeToken>)>;
+    using Done = std::move_only_function<void(TransferEnd)>;
 
     virtual ~TransferSession() = default;
 
-    // A transfer at rest, until `start`: from the first byte, or from where a token says.
-    [[nodiscard]] virtual TransferID makeTransfer(std::string url) = 0;
-    [[nodiscard]] virtual TransferID resumeTransfer(const ResumeToken& token) = 0;
-    virtual void start(TransferID transfer) = 0;
-
-    // Ends the transfer and removes its partial file. A transfer that has ended is ignored.
-    virtual void cancel(TransferID transfer) = 0;
-
-    // Ends the transfer, makes what has arrived durable and hands over its token; none when nothing can be resumed or
-    // the transfer has ended. `receive` runs on the session's thread.
-    virtual void cancelProducingToken(TransferID transfer, TokenReceiver receive) = 0;
-
-    // Removes the partial file of a token that nobody will use any more.
-    virtual void discard(const ResumeToken& token) = 0;
-
-    // Removes every partial file that neither a token nor a transfer of this session names.
-    virtual void discardAllBut(const std::vector<ResumeToken>& tokens) = 0;
+    // `done` runs on the main thread, after all progress. Taking the subscription back ends the attempt: neither `done`
+    // nor `onProgress` runs then, and from some moment soon after the receiver is given nothing more.
+    virtual Subscription fetch(TransferRequest request, Done done) = 0;
 };
-
-// Makes the session on its first need.
-using TransferSessionFactory = std::function<std::unique_ptr<TransferSession>(TransferDelegate&)>;
 
 }  // namespace tovri

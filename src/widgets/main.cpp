@@ -6,6 +6,7 @@
 #include <QThread>
 #include <QTimer>
 #include <csignal>
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -77,7 +78,10 @@ public:
             quit();
         });
         QTimer::singleShot(keyringPatience, qApp, [this] { showWaiting(); });
-        return QApplication::exec();
+        const int code = QApplication::exec();
+        // What still runs on a volume after two seconds uses what would be taken down here.
+        if (!volumes_.finish(std::chrono::seconds(2))) std::_Exit(code);
+        return code;
     }
 
 private:
@@ -97,14 +101,8 @@ private:
         return chooseCredentialStore(secretsInFile_, tell, keyringLimits, stop);
     }
 
-    std::unique_ptr<TransferSession> makeTransfers(TransferDelegate& delegate) {
-        return std::make_unique<CurlTransferSession>(delegate, folders_.standard.applicationData / "Partial", random_);
-    }
-
     void start() {
-        app_.emplace(TovriApp::Ports{platform_, http_,
-                                     [this](TransferDelegate& delegate) { return makeTransfers(delegate); },
-                                     credentials_, defaults_, signIn_, updates_, hosts_});
+        app_.emplace(TovriApp::Ports{platform_, http_, transfers_, credentials_, defaults_, signIn_, updates_, hosts_});
         app_->setup();
         // The session ends: there may be no time for more than what is in memory.
         QObject::connect(
@@ -166,6 +164,7 @@ private:
     BrowserAuthentication signIn_{workspace_};
     PackageManagerUpdater updates_;
     CurlHTTPSession http_{loop_};
+    CurlTransferSession transfers_{loop_};
     CredentialCache secrets_{loop_,
                              [this](const std::stop_token& stop) { return openSecrets(stop); },
                              {accountName(KeychainItem::clientID), accountName(KeychainItem::accessToken)},

@@ -47,8 +47,8 @@ public:
     std::unique_ptr<TovriApp> start() {
         const Platform platform{
             loop, clock, random, files, access, background, volumes, log, {"/home/user", "/data", "/tmp"}};
-        return std::make_unique<TovriApp>(TovriApp::Ports{platform, http, simulatedTransfers(loop, files, storage),
-                                                          credentials, defaults, web, updater, ServiceHosts{}});
+        return std::make_unique<TovriApp>(
+            TovriApp::Ports{platform, http, transfers, credentials, defaults, web, updater, ServiceHosts{}});
     }
 
     static SyncRule watchedFolder() {
@@ -83,6 +83,7 @@ public:
     ScriptedHTTPSession http{loop};
     ScriptedWebAuthentication web{loop};
     SimulatedStorage storage;
+    SimulatedTransferSession transfers{loop, storage};
     ScriptedUpdater updater;
     int status = 200;
     int listings = 0;

@@ -156,10 +156,11 @@ TEST_F(Deleting, leavesAnItemAloneThatIsFetchedAnew) {
     world.link(item->fileID).rate = 10;
     world.http.latency = 2s;
     ASSERT_TRUE(world.runUntil(item, Status::deleting));
+    world.loop.advance(20ms);  // put.io is asked
     manager.retry(item);
-    world.loop.advance(1990ms);
+    world.loop.advance(1970ms);
     EXPECT_EQ(World::outcome(item), "downloading");
-    world.loop.advance(5ms);  // the deletion is answered
+    world.loop.advance(25ms);  // the deletion is answered
     EXPECT_EQ(World::outcome(item), "downloading");
     world.settle();
     EXPECT_EQ(World::outcome(item), "failed: HTTP error 404 from put.io.");
@@ -171,7 +172,7 @@ TEST_F(Deleting, saysThatNobodyIsSignedIn) {
     ASSERT_TRUE(world.runUntil(world.enqueue(file, {.deleteAfterDownload = true}), Status::deleting));
     manager.saveNow();
     world.kill();
-    DownloadManager bare(world.platform(), simulatedTransfers(world.loop, world.files, world.storage));
+    DownloadManager bare(world.platform(), world.transfers);
     bare.restoreQueue();
     const DownloadPointer item = bare.downloads().items()[0];
     bare.retryDelete(item);

@@ -40,7 +40,7 @@ public:
         } else if (action == 7) {
             groupCounts_.expect(groups_[roll(2)], static_cast<std::int64_t>(roll(4)));
         } else {
-            list_.setStatus(*item, static_cast<DownloadStatus>(roll(downloadStatusCount)));
+            list_.take(*item, static_cast<StatusStep>(roll(statusStepCount)));
         }
     }
 

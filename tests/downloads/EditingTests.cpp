@@ -19,7 +19,7 @@ public:
     // The process that ran ends, and another opens what it saved.
     DownloadManager& open() {
         world.kill();
-        editor_.emplace(world.platform(), simulatedTransfers(world.loop, world.files, world.storage));
+        editor_.emplace(world.platform(), world.transfers);
         editor_->configure(api_, world.preferences);
         editor_->openForEditing();
         world.files.operations.clear();

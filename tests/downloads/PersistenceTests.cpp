@@ -76,7 +76,7 @@ TEST_F(Persistence, writesNothingBeforeTheQueueWasRead) {
     world.settle();
     world.kill();
     world.files.put(World::queueFile, "precious");
-    DownloadManager bare(world.platform(), simulatedTransfers(world.loop, world.files, world.storage));
+    DownloadManager bare(world.platform(), world.transfers);
     bare.pauseAll();
     bare.saveNow();
     world.settle();
@@ -216,10 +216,11 @@ TEST_F(Persistence, removesWhatNobodyNames) {
     world.loop.advance(5s);
     manager().pause(item);
     world.settle();
-    world.files.put(World::partials / "orphan", "x");
+    world.files.put(World::partials / world.random.makeUUID().text(), "x");
     world.files.put(World::staging / ".hidden", "x");
     world.kill();
     world.start();
+    world.loop.advance(100ms);
     EXPECT_EQ(world.files.files(World::partials).size(), 1U);
     EXPECT_TRUE(world.files.files(World::staging).empty());
     manager().resumeAll();

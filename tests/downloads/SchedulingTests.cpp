@@ -82,7 +82,7 @@ TEST_F(Scheduling, goesOnAtTheSameByteAfterAPause) {
     const DownloadPointer item = running("movie");
     manager.pause(item);
     manager.pause(item);
-    world.loop.runUntilIdle();
+    world.loop.advance(10ms);
     EXPECT_EQ(World::outcome(item), "paused");
     EXPECT_EQ(item->speed, 0);
     const ByteCount received = item->bytesDownloaded;
@@ -103,7 +103,8 @@ TEST_F(Scheduling, startsOverWhenAResumedTransferFails) {
     manager.resumeAll();
     world.loop.advance(20ms);
     EXPECT_THAT(world.log.lines, testing::ElementsAre("[DownloadManager] Resume failed for movie, restarting: The "
-                                                      "download cannot go on where it broke off."));
+                                                      "server did not go on where the transfer had stopped; the "
+                                                      "download starts over."));
     EXPECT_EQ(item->progress, 0);
     expectArrived(item);
 }
@@ -119,8 +120,8 @@ TEST_F(Scheduling, keepsTheTokenOfABrokenTransferUntilARetry) {
     const auto startedAt = item->startedAt;
     world.loop.advance(1min);
     manager.retry(item);
-    EXPECT_TRUE(world.files.files(World::partials).empty());
     expectArrived(item);
+    EXPECT_TRUE(world.files.files(World::partials).empty());
     EXPECT_EQ(item->startedAt, startedAt);
     EXPECT_EQ(world.storage.resumed, 0);
 }
@@ -166,7 +167,6 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
             SCOPED_TRACE(std::string(c.control) + " at moment " + std::to_string(static_cast<int>(moment)));
             World other;
             DownloadManager& queue = other.manager();
-            other.background.latency = 1s;
             const std::int64_t file = other.addFile("f", "some bytes");
             other.link(file).rate = 10;
             if (moment == Moment::conflict) {
@@ -178,8 +178,11 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
             if (moment == Moment::transfer || moment == Moment::pausing || moment == Moment::paused)
                 other.loop.advance(500ms);
             if (moment == Moment::pausing || moment == Moment::paused) queue.pause(item);
-            if (moment == Moment::paused) other.loop.advance(1ms);
-            if (moment == Moment::placing) other.loop.advance(1500ms);
+            if (moment == Moment::paused) other.loop.advance(10ms);
+            if (moment == Moment::placing) {
+                ASSERT_TRUE(other.loop.runUntil([&] { return item->bytesDownloaded == 10; }));
+                other.volumes.longestDelay = 1s;
+            }
             if (moment == Moment::conflict) ASSERT_TRUE(other.runUntil(item, Status::awaitingConflict));
             c.act(queue, item);
             other.settle();
@@ -206,7 +209,7 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
 }
 
 TEST_F(Scheduling, losesNothingOfWhatIsAskedForWhileItPauses) {
-    world.storage.settling = 200ms;
+    world.volumes.longestDelay = 200ms;
     const auto pausing = [this](const std::string& name) {
         const DownloadPointer item = running(name);
         world.loop.advance(500ms);
@@ -271,7 +274,7 @@ TEST_F(Scheduling, failsALongQueueWithoutSignIn) {
     world.settle();
     world.signOut();
     manager.resumeAll();
-    world.loop.runUntilIdle();
+    world.settle();
     EXPECT_EQ(manager.finishedDownloads().size(), 50'000U);
     EXPECT_EQ(manager.downloads().items().back()->error, "Not authenticated. Please sign in again.");
 }

@@ -132,7 +132,7 @@ void World::start() {
     files.goOn();
     api_ = std::make_unique<PutIOAPI>(auth_, http, platform(), ServiceHosts{},
                                       [this] { return preferences.readLongFolders(); });
-    manager_ = std::make_unique<DownloadManager>(platform(), simulatedTransfers(loop, files, storage));
+    manager_ = std::make_unique<DownloadManager>(platform(), transfers);
     manager_->configure(*api_, preferences);
     watching_ = manager_->onChange([this](const QueueChange& change) {
         if (change.item && change.item->status == Download::Status::completed && change.item->resolvedURL)
@@ -147,6 +147,7 @@ void World::kill() {
     scope_.reset();
     watching_.reset();
     manager_.reset();
+    volumes.drop();
     api_.reset();
 }
 

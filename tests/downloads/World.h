@@ -104,7 +104,7 @@ public:
     static inline const Path data = "/data/Tovri";
     static inline const Path queueFile = data / "queue.json";
     static inline const Path staging = data / "Staging";
-    static inline const Path partials = data / "Partials";
+    static inline const Path partials = data / "Partial";
 
     VirtualLoop loop;
     VirtualClock clock{loop};
@@ -118,6 +118,7 @@ public:
     Preferences preferences{defaults, folderAccess, "/home/user"};
     ScriptedHTTPSession http{loop};
     SimulatedStorage storage;
+    SimulatedTransferSession transfers{loop, storage};
     std::map<std::int64_t, std::set<Path>> arrived;                   // by file: where an item said that it was placed
     std::function<void(DownloadManager&, const QueueChange&)> watch;  // told of every change
 

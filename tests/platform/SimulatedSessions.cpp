@@ -44,9 +44,11 @@ private:
 
 class SimulatedTransferWorld final : public TransferWorld {
 public:
-    std::unique_ptr<TransferSession> makeSession(TransferDelegate& delegate) override {
-        return std::make_unique<SimulatedTransferSession>(loop_, files_, storage_, delegate);
+    std::unique_ptr<TransferSession> makeSession() override {
+        return std::make_unique<SimulatedTransferSession>(loop_, storage_);
     }
+
+    MainLoop& loop() override { return loop_; }
 
     std::string serve(ByteCount size) override {
         const std::string link = "https://put.example/" + std::to_string(storage_.links.size());
@@ -60,23 +62,14 @@ public:
         storage_.links.at(link).breaks.push_back({.at = after});
     }
 
-    void changeNext(const std::string& link) override { storage_.links.at(link).content.back() = 'b'; }
-
     void setStatus(const std::string& link, int status) override { storage_.links.at(link).status = status; }
 
     void setRate(const std::string& link, ByteCount rate) override { storage_.links.at(link).rate = rate; }
-
-    std::size_t partialFiles() override { return files_.files(storage_.folder).size(); }
-
-    std::size_t mostConnections() override { return static_cast<std::size_t>(storage_.highestConnected); }
-
-    std::string read(const std::filesystem::path& file) override { return files_.content(file).value_or("<none>"); }
 
     void waitUntil(const std::function<bool()>& condition) override { ASSERT_TRUE(loop_.runUntil(condition)); }
 
 private:
     VirtualLoop loop_;
-    MemoryFileManager files_;
     SimulatedStorage storage_;
 };
 

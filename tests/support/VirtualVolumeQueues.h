@@ -23,6 +23,9 @@ public:
     // Nothing but the work is done meanwhile, and no time passes.
     [[nodiscard]] bool finish(std::chrono::milliseconds limit) override;
 
+    // No lane has work any more: the process that gave it has died.
+    void drop() { lanes_.clear(); }
+
     // The work that the lane has, and gets, stands still until it goes on.
     void hang(const std::string& lane);
     void goOn(const std::string& lane);

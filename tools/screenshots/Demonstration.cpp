@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include "platform/curl/CurlTransferSession.h"
 #include "sandbox/account/Account.h"
 #include "sandbox/account/DemoAccount.h"
 #include "sandbox/faults/FaultSettings.h"
@@ -20,10 +19,7 @@ Demonstration::Demonstration() {
     const Result<ServiceHosts> hosts = serviceHosts({url, url, std::nullopt});
     if (!hosts) throw std::runtime_error(hosts.error().description);
 
-    const auto makeTransfers = [this](TransferDelegate& delegate) -> std::unique_ptr<TransferSession> {
-        return std::make_unique<CurlTransferSession>(delegate, home() / ".local/share/Tovri/Partial", random_);
-    };
-    app_.emplace(TovriApp::Ports{platform(), http_, makeTransfers, credentials_, defaults_, signIn_, updates_, *hosts});
+    app_.emplace(TovriApp::Ports{platform(), http_, transfers_, credentials_, defaults_, signIn_, updates_, *hosts});
     app_->setup();
     desktop_.emplace(Desktop::Surroundings{*app_, platform(), defaults_, workspace_, collation_, inhibitor_,
                                            notifications_, *hosts, [] { return false; }},

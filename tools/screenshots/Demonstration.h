@@ -7,6 +7,7 @@
 
 #include "app/TovriApp.h"
 #include "platform/curl/CurlHTTPSession.h"
+#include "platform/curl/CurlTransferSession.h"
 #include "platform/icu/ICUTextCollation.h"
 #include "platform/posix/PackageManagerUpdater.h"
 #include "platform/posix/PathFolderAccess.h"
@@ -82,6 +83,7 @@ private:
     BrowserAuthentication signIn_{workspace_};
     PackageManagerUpdater updates_;
     CurlHTTPSession http_{loop_};
+    CurlTransferSession transfers_{loop_};
     std::optional<TovriApp> app_;
     std::optional<Desktop> desktop_;
 };

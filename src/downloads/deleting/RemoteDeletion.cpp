@@ -1,6 +1,10 @@
 #include "downloads/deleting/RemoteDeletion.h"
 
+#include <algorithm>
+
 namespace tovri {
+
+using Urgency = SaveSchedule::Urgency;
 
 void RemoteDeletion::deleteFile(const DownloadPointer& item) {
     scope_.start(deleteRemote(item->fileID, {item}));
@@ -27,33 +31,50 @@ void RemoteDeletion::retryDelete(const DownloadPointer& item) {
 }
 
 Task<> RemoteDeletion::deleteRemote(std::int64_t id, std::vector<DownloadPointer> items) {
-    using Status = Download::Status;
-    using Urgency = SaveSchedule::Urgency;
-    if (!api_) {
-        for (const DownloadPointer& item : items) fail(*item, "Not signed in to put.io.");
+    if (!service_) {
+        for (const DownloadPointer& item : items) miss(*item, "Not signed in to put.io.");
         saves_.request(Urgency::soon);
         co_return;
     }
     for (const DownloadPointer& item : items) {
         item->error.reset();
-        list_.setStatus(*item, Status::deleting);
+        list_.take(*item, StatusStep::deleteRemote);
     }
     saves_.request(Urgency::soon);
 
-    Result<void> deleted = co_await api_->deleteFiles({id}, scope_.stopToken());
     for (const DownloadPointer& item : items) {
-        if (!isFinished(item->status) && item->status != Status::deleting) continue;  // is fetched anew meanwhile
-        if (deleted)
-            list_.setStatus(*item, Status::completed);
+        Result<void> proven = co_await proof_.prove(item);
+        if (!proven) {
+            end(items, std::move(proven));
+            co_return;
+        }
+    }
+    const bool areAllHere =
+        std::ranges::all_of(items, [](const DownloadPointer& item) { return item->status == Status::deleting; });
+    if (!areAllHere) {  // one is fetched anew, or was cancelled
+        end(items,
+            failure(Error(ErrorCase::file, "Not all files are here any more. Nothing was deleted from put.io.")));
+        co_return;
+    }
+    Result<void> deleted = co_await service_->deleteFile(id, scope_.stopToken());
+    end(items, std::move(deleted));
+}
+
+// Leaves those alone that have another future meanwhile.
+void RemoteDeletion::end(const std::vector<DownloadPointer>& items, Result<void> outcome) {
+    for (const DownloadPointer& item : items) {
+        if (item->status != Status::deleting) continue;
+        if (outcome)
+            list_.take(*item, StatusStep::confirmDeletion);
         else
-            fail(*item, deleted.error().description);
+            miss(*item, outcome.error().description);
     }
     saves_.request(Urgency::soon);
 }
 
-void RemoteDeletion::fail(Download& item, const std::string& reason) {
+void RemoteDeletion::miss(Download& item, const std::string& reason) {
     item.error = reason;
-    list_.setStatus(item, Download::Status::remoteDeleteFailed);
+    list_.take(item, StatusStep::missDeletion);
 }
 
 }  // namespace tovri

@@ -4,22 +4,23 @@
 #include <vector>
 
 #include "base/TaskScope.h"
+#include "downloads/DownloadService.h"
+#include "downloads/deleting/DeletionProof.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/saving/SaveSchedule.h"
-#include "service/PutIOAPI.h"
 
 namespace tovri {
 
 // Deletes files from put.io once they are safely on the disk: one file by itself, or a whole folder with one request
-// after its last file. Whether a file is safe is decided by whoever calls.
+// after its last file. Nothing is deleted before every file that goes was proven to be here.
 class RemoteDeletion {
 public:
     // The references outlive this.
-    RemoteDeletion(DownloadList& list, FolderGroups& groups, SaveSchedule& saves)
-        : list_(list), groups_(groups), saves_(saves) {}
+    RemoteDeletion(DownloadList& list, FolderGroups& groups, SaveSchedule& saves, DeletionProof proof)
+        : list_(list), groups_(groups), saves_(saves), proof_(std::move(proof)) {}
 
-    void configure(PutIOAPI& api) { api_ = &api; }
+    void configure(DownloadService& service) { service_ = &service; }
 
     // Deletes the item's own file.
     void deleteFile(const DownloadPointer& item);
@@ -31,13 +32,17 @@ public:
     void retryDelete(const DownloadPointer& item);
 
 private:
+    using Status = Download::Status;
+
     Task<> deleteRemote(std::int64_t id, std::vector<DownloadPointer> items);
-    void fail(Download& item, const std::string& reason);
+    void end(const std::vector<DownloadPointer>& items, Result<void> outcome);
+    void miss(Download& item, const std::string& reason);
 
     DownloadList& list_;
     FolderGroups& groups_;
     SaveSchedule& saves_;
-    PutIOAPI* api_ = nullptr;
+    DeletionProof proof_;
+    DownloadService* service_ = nullptr;
     TaskScope scope_;
 };
 

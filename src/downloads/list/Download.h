@@ -9,10 +9,11 @@
 #include "base/Bytes.h"
 #include "base/UUID.h"
 #include "downloads/list/DownloadStatus.h"
-#include "platform/TransferSession.h"
 #include "platform/WallClock.h"
 
 namespace tovri {
+
+class DownloadRun;
 
 // A folder that many items share. Never null in an item.
 using SharedFolder = std::shared_ptr<const std::filesystem::path>;
@@ -21,8 +22,9 @@ using SharedFolder = std::shared_ptr<const std::filesystem::path>;
 struct DownloadRecord {
     UUID id;
     std::int64_t fileID = 0;
-    std::string fileName;    // as put.io has it: data, not a path
-    ByteCount fileSize = 0;  // as put.io reported it; 0 when it gave none
+    std::string fileName;              // as put.io has it: data, not a path
+    ByteCount fileSize = 0;            // as put.io reported it; 0 when it gave none
+    std::optional<std::string> crc32;  // likewise: up to eight hexadecimal digits
     SharedFolder destinationFolder;
     std::shared_ptr<const ByteBlob> securityScopeBookmark;
     bool deleteAfterDownload = false;            // delete this one file from put.io once it is placed
@@ -36,8 +38,9 @@ struct DownloadRecord {
     std::optional<ByteBlob> resumeData;  // the transfer session's token
     std::optional<Timestamp> startedAt;  // first start; kept across pauses and retries
     std::optional<Timestamp> completedAt;
-    std::optional<std::string> stagedURL;    // path of the received file while a conflict is open
-    std::optional<std::string> resolvedURL;  // path at which the file was placed
+    std::optional<std::string> stagedURL;        // path of the received file while a conflict is open
+    std::optional<std::string> resolvedURL;      // path at which the file was placed
+    std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
 };
 
 // One put.io file on its way into one local folder. Owned by the queue, shared with whoever works on it; only the
@@ -45,10 +48,9 @@ struct DownloadRecord {
 struct Download : DownloadRecord {
     using Status = DownloadStatus;
 
-    ByteCount speed = 0;                     // bytes per second, last measured
-    std::optional<TransferID> downloadTask;  // the transfer in flight
-    std::uint32_t attempt = 0;               // counts the starts: what an earlier start awaited is stale
-    std::int64_t position = 0;               // the list's sort key, smallest on top
+    ByteCount speed = 0;         // bytes per second, last measured
+    DownloadRun* run = nullptr;  // what brings it on its way now; null when nothing does
+    std::int64_t position = 0;   // the list's sort key, smallest on top
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}
 

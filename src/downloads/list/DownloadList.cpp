@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <ranges>
+#include <string>
 #include <utility>
 
 namespace tovri {
@@ -148,12 +149,15 @@ bool DownloadList::moveToTop(const Download& item) {
 
 // --- Statuses ---
 
-void DownloadList::setStatus(Download& item, Download::Status status) {
-    if (item.status == status) return;
-    const Download::Status previous = std::exchange(item.status, status);
+void DownloadList::take(Download& item, StatusStep step) {
+    const auto status = target(step, item.status);
+    if (!status && forbidden_)
+        forbidden_("No step \"" + std::string(name(step)) + "\" leads on from " + std::string(rawValue(item.status)));
+    if (!status || item.status == *status) return;
+    const Download::Status previous = std::exchange(item.status, *status);
     const auto place = placeOf(item);
     if (place == items_.end()) return;
-    indexFor(status).insert(indexFor(previous).extract(&item));
+    indexFor(*status).insert(indexFor(previous).extract(&item));
     changes_.tell({QueueChange::Kind::status, *place, previous});
 }
 

@@ -12,6 +12,7 @@
 
 #include "base/Signal.h"
 #include "downloads/list/ItemOrder.h"
+#include "downloads/list/StatusStep.h"
 
 namespace tovri {
 
@@ -64,9 +65,13 @@ public:
     bool moveDown(const Download& item);
     bool moveToTop(const Download& item);
 
-    // Does nothing, and tells nobody, when the item has the status already. An item that is not in the list changes
-    // too.
-    void setStatus(Download& item, Download::Status status);
+    // The only way in which a status changes. A step that the table does not have is a fault of the program: it is
+    // refused and told to the observer of such faults. Does nothing, and tells nobody, when the item has the status
+    // already. An item that is not in the list changes too.
+    void take(Download& item, StatusStep step);
+
+    // Given a sentence about the fault; without an observer it is only refused.
+    void onForbiddenStep(std::function<void(const std::string&)> tell) { forbidden_ = std::move(tell); }
 
     void tellProgress(const Download& item) const;
 
@@ -110,6 +115,7 @@ private:
     std::unordered_multimap<UUID, Download*> byID_;
     std::multimap<RuleFile, Download*> byRuleFile_;  // those that a rule has queued
     Signal<const QueueChange&> changes_;
+    std::function<void(const std::string&)> forbidden_;
 };
 
 }  // namespace tovri

@@ -14,6 +14,7 @@ PutIOFile essence(PutIOFile&& entry) {
     file.id = entry.id;
     file.name = std::move(entry.name);
     file.size = entry.size;
+    file.crc32 = std::move(entry.crc32);
     file.fileType = entry.fileType;
     return file;
 }

@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <memory>
-#include <optional>
 #include <stop_token>
 
 #include "base/Result.h"
@@ -13,8 +12,8 @@
 
 namespace tovri {
 
-// The steps of a placement that touch the disk. A value that a background thread works on by itself; the ports in it
-// may be used on any thread.
+// The steps of a placement that touch the disk. A value that a volume's thread works on by itself; the ports in it may
+// be used on any thread.
 struct FilePlacing {
     FileManager& files;
     FolderAccess& folderAccess;
@@ -22,10 +21,8 @@ struct FilePlacing {
     PlacementNumber placement;
     UUID item;
     std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
-    std::filesystem::path staged;
+    std::filesystem::path received;
     std::filesystem::path destination;
-    bool mustBeDurable;                  // the file is going to be deleted from put.io
-    std::optional<ByteCount> exactSize;  // fails unless the staged file has this size
 
     // Where the file stands now; `alreadyExists` when the name is taken.
     [[nodiscard]] Result<std::filesystem::path> place(const std::stop_token& stop) const;
@@ -33,19 +30,13 @@ struct FilePlacing {
     // Where the file stands now; an empty path when it was skipped.
     [[nodiscard]] Result<std::filesystem::path> apply(ConflictChoice choice, const std::stop_token& stop) const;
 
-    // Whether a file came there by a mere rename.
-    [[nodiscard]] bool isOnStagingVolume(const std::filesystem::path& target) const;
-
 private:
-    [[nodiscard]] Result<void> checkSize() const;
-    // Where nothing stands yet, and nothing does after a failure.
     [[nodiscard]] Result<std::filesystem::path> moveToFree(const std::filesystem::path& target,
                                                            const std::stop_token& stop) const;
     [[nodiscard]] Result<std::filesystem::path> keepBoth(const std::stop_token& stop) const;
-    // Gives the staged file its name with `move`, and stands in the journal before it has it.
+    // Gives the received file its name with `move`, and stands in the journal before it has it.
     template <class Move>
     [[nodiscard]] Result<void> moveTo(const std::filesystem::path& target, Move move) const;
-    [[nodiscard]] Result<std::filesystem::path> madeDurable(const std::filesystem::path& target) const;
 };
 
 }  // namespace tovri

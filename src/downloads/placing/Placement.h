@@ -1,81 +1,67 @@
 #pragma once
 
 #include <filesystem>
-#include <functional>
+#include <memory>
 #include <stop_token>
-#include <unordered_map>
+#include <string>
 #include <unordered_set>
+#include <utility>
+#include <vector>
 
-#include "base/TaskScope.h"
-#include "downloads/placing/ConflictQueue.h"
+#include "base/Task.h"
+#include "downloads/list/Download.h"
 #include "downloads/placing/FilePlacing.h"
-#include "downloads/placing/PlacementJournal.h"
-#include "downloads/running/Settlement.h"
-#include "platform/Platform.h"
-#include "settings/Preferences.h"
+#include "platform/Await.h"
+#include "platform/VolumeQueues.h"
 
 namespace tovri {
 
-// Brings a staged file to its place under its put.io name, off the main thread unless a rename does it, without ever
-// overwriting what stands there, and lets the preferences or the user decide when the name is taken. The item keeps its
-// slot until then.
+// Brings received files to their places, on the thread of the volume that gets them, and keeps the journal of it. Knows
+// no status, and decides nothing about a name that is taken.
 class Placement {
 public:
-    // The references outlive this. `stepEnded` runs whenever an item was closed or begins to wait for the user.
-    Placement(const Platform& platform, std::shared_ptr<PlacementJournal> journal, DownloadList& list,
-              ConflictQueue& conflicts, Settlement& settlement, SaveSchedule& saves, std::function<void()> stepEnded);
+    using Path = std::filesystem::path;
 
-    void configure(const Preferences& preferences) { preferences_ = &preferences; }
+    // What it works with; outlives it.
+    struct Ports {
+        MainLoop& loop;
+        VolumeQueues& volumes;
+        FileManager& files;
+        FolderAccess& folderAccess;
+    };
 
-    // Places the file of an item that is downloading, or awaiting a conflict since before the last start.
-    void placeFile(const DownloadPointer& item, const std::filesystem::path& staged);
+    Placement(Ports ports, std::shared_ptr<PlacementJournal> journal) : ports_(ports), journal_(std::move(journal)) {}
 
-    // Ends the item's placement as soon as it can be ended. A file that has just arrived under a name of its own goes
-    // again; one that has replaced another stays.
-    void withdraw(const Download& item);
+    // A received file, and where it is to go.
+    struct Request {
+        UUID item;
+        std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
+        Path received;
+        Path destination;
+        std::string lane;  // of the destination's volume
+    };
+
+    // Where the file stands now; `alreadyExists` when the name is taken. A stop ends a copy to another volume: then the
+    // failure is a cancellation.
+    Task<Result<Path>> place(Request request, std::stop_token stop);
+
+    // Where the file stands now; an empty path when it was skipped.
+    Task<Result<Path>> apply(Request request, ConflictChoice choice, std::stop_token stop);
+
+    // Returns when the file, its name and the journal would survive a loss of power, or cannot be made to: whoever
+    // deletes anything because of it finds out by itself.
+    Task<> secure(Path placed, std::string lane);
 
     // The placements that ended since the last call; what became of them is in their items.
     [[nodiscard]] std::vector<PlacementNumber> takeEnded() { return std::exchange(ended_, {}); }
 
-    [[nodiscard]] bool isIdle() const { return running_.empty(); }
-
 private:
-    using Path = std::filesystem::path;
+    template <class Act>
+    Task<Result<Path>> perform(Request request, Act act);
 
-    struct Running {
-        UUID item;
-        std::stop_source stop;
-    };
-
-    Task<> place(DownloadPointer item, Path staged);
-    Task<Result<Path>> perform(FilePlacing step);
-    Task<> handleConflict(DownloadPointer item, Path staged, Path existing);
-    Task<> beginConflictResolution(DownloadPointer item, Path staged, Path existing);
-    Task<> applyConflictChoice(DownloadPointer item, ConflictChoice choice, Path staged, Path existing);
-
-    // None: ask the user.
-    [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
-    // From `begin` to `end` a step is under way in the background.
-    [[nodiscard]] FilePlacing begin(const Download& item, const Path& staged, const Path& destination);
-
-    [[nodiscard]] std::stop_token stopToken(PlacementNumber number) { return running_.at(number).stop.get_token(); }
-
-    void end(PlacementNumber number);
-    [[nodiscard]] bool isCurrent(const Download& item, std::uint32_t attempt) const;
-    void discard(const Path& staged);
-
-    Platform platform_;
-    std::shared_ptr<PlacementJournal> journal_;  // shared with steps under way in the background
-    DownloadList& list_;
-    ConflictQueue& conflicts_;
-    Settlement& settlement_;
-    SaveSchedule& saves_;
-    std::function<void()> stepEnded_;
-    const Preferences* preferences_ = nullptr;
-    std::unordered_map<PlacementNumber, Running> running_;
+    Ports ports_;
+    std::shared_ptr<PlacementJournal> journal_;  // shared with steps under way
     std::vector<PlacementNumber> ended_;
-    std::unordered_set<std::string> nearFolders_;  // destination folders on the volume of the staging folder
-    TaskScope scope_;
 };
 
 }  // namespace tovri

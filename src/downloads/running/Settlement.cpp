@@ -10,7 +10,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
     item->completedAt = clock_.now();
     item->progress = 1.0;
     item->speed = 0;
-    list_.setStatus(*item, Status::completed);
+    list_.take(*item, StatusStep::complete);
     if (item->status != Status::completed) return;  // an observer wants it otherwise
     conflicts_.dismissConflict(*item);
     notifySyncSettled(*item);
@@ -25,7 +25,7 @@ void Settlement::markSkipped(const DownloadPointer& item) {
     item->completedAt = clock_.now();
     item->speed = 0;
     item->error.reset();
-    list_.setStatus(*item, Status::skipped);
+    list_.take(*item, StatusStep::skip);
     notifySyncSettled(*item);
     deletion_.checkFolderGroup(*item);
     saves_.request(Urgency::soon);
@@ -35,7 +35,7 @@ void Settlement::markFailed(const DownloadPointer& item, const std::string& mess
     item->error = message;
     item->completedAt = clock_.now();
     item->speed = 0;
-    list_.setStatus(*item, Status::failed);
+    list_.take(*item, StatusStep::fail);
     deletion_.checkFolderGroup(*item);
     saves_.request(Urgency::soon);
 }
@@ -43,7 +43,7 @@ void Settlement::markFailed(const DownloadPointer& item, const std::string& mess
 void Settlement::markCancelled(const DownloadPointer& item) {
     item->completedAt = clock_.now();
     item->speed = 0;
-    list_.setStatus(*item, Status::cancelled);
+    list_.take(*item, StatusStep::cancel);
     notifySyncSettled(*item);
     saves_.request(Urgency::soon);
 }

@@ -43,8 +43,10 @@ struct CountsFormat {
 
 constexpr RecordFormat itemFormat{
     "an item",
+    optional("arrivedChecksum", &DownloadRecord::arrivedChecksum, TextFormat()),
     required("bytesDownloaded", &DownloadRecord::bytesDownloaded, IntegerFormat()),
     optional("completedAt", &DownloadRecord::completedAt, DateFormat()),
+    optional("crc32", &DownloadRecord::crc32, TextFormat()),
     required("deleteAfterDownload", &DownloadRecord::deleteAfterDownload, FlagFormat()),
     required("destinationFolder", &DownloadRecord::destinationFolder, SharedFolderFormat()),
     optional("error", &DownloadRecord::error, TextFormat()),

@@ -4,17 +4,9 @@
 #include <string_view>
 
 #include "base/Bytes.h"
+#include "platform/TransferSession.h"
 
 namespace tovri {
-
-// The part of a file that an answer carries: bytes `first` to `last`, both included, of `length`.
-struct ContentRange {
-    ByteCount first = 0;
-    ByteCount last = 0;
-    ByteCount length = 0;
-
-    bool operator==(const ContentRange&) const = default;
-};
 
 // Reads the value of a Content-Range header (RFC 9110, section 14.4). None unless all three numbers are given and fit
 // together.

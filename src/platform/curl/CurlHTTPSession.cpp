@@ -56,9 +56,9 @@ private:
         return {};
     }
 
-    Result<void> didReceiveBytes(std::string_view bytes) override {
+    Result<BodyFlow> didReceiveBytes(std::string_view bytes) override {
         response_.body += bytes;
-        return {};
+        return BodyFlow::goesOn;
     }
 
     void didSend(ByteCount sent, ByteCount total) override {

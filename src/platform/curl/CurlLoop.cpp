@@ -12,6 +12,10 @@ namespace tovri {
 namespace {
 
 constexpr std::chrono::milliseconds tickInterval{250};
+// A connection whose other end is gone is noticed half a minute after its last byte; Exchange sets how many probes go
+// unanswered.
+constexpr std::chrono::seconds keepAliveIdle{15};
+constexpr std::chrono::seconds keepAliveInterval{5};
 constexpr std::size_t spareHandleLimit = 8;
 constexpr long receiveBuffer = 512L * 1024;
 
@@ -44,8 +48,9 @@ ShareHandle makeShare() {
 
 }  // namespace
 
+// No exception may pass through the library. Without the memory to note a socket, the program ends here.
 struct CurlLoop::Callbacks {
-    static int close(void* self, curl_socket_t socket) {
+    static int close(void* self, curl_socket_t socket) noexcept {
         auto& loop = *static_cast<CurlLoop*>(self);
         loop.sockets_.closed(socket);
         loop.poll_.forget(socket);
@@ -53,7 +58,7 @@ struct CurlLoop::Callbacks {
     }
 
     // A connection rests between two requests. The library has other sockets too, whose end it does not tell.
-    static int want(CURL*, curl_socket_t socket, int interest, void* self, void*) {
+    static int want(CURL*, curl_socket_t socket, int interest, void* self, void*) noexcept {
         auto& loop = *static_cast<CurlLoop*>(self);
         if (interest != CURL_POLL_REMOVE) {
             loop.poll_.watch(socket, interest);
@@ -65,7 +70,7 @@ struct CurlLoop::Callbacks {
         return 0;
     }
 
-    static int setTimer(CURLM*, long milliseconds, void* self) {
+    static int setTimer(CURLM*, long milliseconds, void* self) noexcept {
         auto& deadline = static_cast<CurlLoop*>(self)->libraryDeadline_;
         deadline.reset();
         if (milliseconds >= 0) deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(milliseconds);
@@ -105,10 +110,6 @@ void CurlLoop::stop(Job last) {
     thread_.join();
 }
 
-void CurlLoop::runAfter(Duration delay, Job job) {
-    timers_.emplace(std::chrono::steady_clock::now() + delay, std::move(job));
-}
-
 EasyHandle CurlLoop::takeHandle() {
     EasyHandle handle;
     if (spareHandles_.empty()) {
@@ -124,6 +125,8 @@ EasyHandle CurlLoop::takeHandle() {
     set(CURLOPT_QUICK_EXIT, 1L);  // a withdrawn request does not wait for its name look-up
     set(CURLOPT_TCP_NODELAY, 1L);
     set(CURLOPT_TCP_KEEPALIVE, 1L);
+    set(CURLOPT_TCP_KEEPIDLE, static_cast<long>(keepAliveIdle.count()));
+    set(CURLOPT_TCP_KEEPINTVL, static_cast<long>(keepAliveInterval.count()));
     set(CURLOPT_BUFFERSIZE, receiveBuffer);
     set(CURLOPT_UPLOAD_BUFFERSIZE, receiveBuffer);
     // The HTTP/2 of the library's versions 7.87 to 8.5 has known faults.
@@ -149,8 +152,7 @@ void CurlLoop::add(CurlLoopClient& client) {
     curl_easy_setopt(client.handle(), CURLOPT_PRIVATE, &client);
     curl_multi_add_handle(multi_.get(), client.handle());
     clients_.insert(&client);
-    if (std::exchange(isTicking_, true)) return;
-    runAfter(tickInterval, [this] { tick(); });
+    if (!nextTick_) nextTick_ = std::chrono::steady_clock::now() + tickInterval;
 }
 
 void CurlLoop::remove(CurlLoopClient& client) {
@@ -159,13 +161,14 @@ void CurlLoop::remove(CurlLoopClient& client) {
 
 void CurlLoop::work() {
     while (runJobs()) {
-        runTimers();
+        tickWhenDue();
         moveBytesWhenDue();
         readMessages();
         sleep();
         moveBytes();
     }
     if (last_) last_();
+    dropJobs();
     // Here, where a connection that is already broken raises no signal.
     spareHandles_.clear();
     multi_.reset();
@@ -181,6 +184,13 @@ bool CurlLoop::runJobs() {
     }
     for (Job& job : jobs) job();
     return true;
+}
+
+// What they hold is destroyed outside the lock: it may be code of others.
+void CurlLoop::dropJobs() {
+    std::vector<Job> dropped;
+    const std::lock_guard lock(mutex_);
+    dropped.swap(jobs_);
 }
 
 void CurlLoop::moveBytes() {
@@ -209,23 +219,15 @@ void CurlLoop::readMessages() {
     }
 }
 
-void CurlLoop::runTimers() {
-    if (timers_.empty()) return;
+void CurlLoop::tickWhenDue() {
+    if (!nextTick_) return;
     const TimePoint now = std::chrono::steady_clock::now();
-    while (!timers_.empty() && timers_.begin()->first <= now) {
-        Job job = std::move(timers_.begin()->second);
-        timers_.erase(timers_.begin());
-        job();
-    }
-}
-
-void CurlLoop::tick() {
-    const TimePoint now = std::chrono::steady_clock::now();
+    if (now < *nextTick_) return;
     const std::vector<CurlLoopClient*> round(clients_.begin(), clients_.end());
     for (CurlLoopClient* client : round)
         if (clients_.contains(client)) client->tick(now);
-    isTicking_ = !clients_.empty();
-    if (isTicking_) runAfter(tickInterval, [this] { tick(); });
+    nextTick_.reset();
+    if (!clients_.empty()) nextTick_ = now + tickInterval;
 }
 
 // Until a socket is ready, a job is given or something is due.
@@ -244,7 +246,7 @@ void CurlLoop::sleep() {
 std::chrono::milliseconds CurlLoop::sleepLimit() const {
     constexpr std::chrono::milliseconds longest = std::chrono::minutes(10);
     std::optional<TimePoint> next = libraryDeadline_;
-    if (!timers_.empty()) next = std::min(next.value_or(TimePoint::max()), timers_.begin()->first);
+    if (nextTick_) next = std::min(next.value_or(TimePoint::max()), *nextTick_);
     if (!next) return longest;
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*next - std::chrono::steady_clock::now());
     return std::clamp(left, std::chrono::milliseconds::zero(), longest);

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <functional>
-#include <map>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -32,7 +31,6 @@ public:
 class CurlLoop {
 public:
     using Job = std::move_only_function<void()>;
-    using Duration = std::chrono::steady_clock::duration;
 
     static constexpr long connectionsPerHost = 6;
 
@@ -44,12 +42,11 @@ public:
     // Runs the job on the loop's thread, after those given before it. Any thread. Once stopped, it does nothing.
     void run(Job job);
 
-    // Runs `last`, which removes every client, on the loop's thread and ends that thread. Jobs that wait are dropped.
+    // Runs `last`, which removes every client, on the loop's thread and ends that thread. Jobs that wait are dropped
+    // there too.
     void stop(Job last);
 
     // The rest belongs to the loop's thread.
-
-    void runAfter(Duration delay, Job job);
 
     // A handle with the settings that all requests share, and its way back when it is not in the loop any more.
     [[nodiscard]] EasyHandle takeHandle();
@@ -68,12 +65,12 @@ private:
 
     void work();
     [[nodiscard]] bool runJobs();
+    void dropJobs();
     void moveBytes();
     void moveBytesWhenDue();
     void act(curl_socket_t socket, int readiness);
     void readMessages();
-    void runTimers();
-    void tick();
+    void tickWhenDue();
     void sleep();
     [[nodiscard]] std::chrono::milliseconds sleepLimit() const;
 
@@ -91,8 +88,7 @@ private:
     MultiHandle multi_;
     std::vector<EasyHandle> spareHandles_;
     std::unordered_set<CurlLoopClient*> clients_;
-    std::multimap<TimePoint, Job> timers_;
-    bool isTicking_ = false;
+    std::optional<TimePoint> nextTick_;  // none without clients
     std::thread thread_;
 };
 

@@ -1,6 +1,8 @@
 #include "platform/curl/Exchange.h"
 
 #include <linux/sockios.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -12,24 +14,42 @@ namespace tovri {
 namespace {
 
 constexpr int redirectLimit = 10;
+constexpr int keepAliveProbes = 3;
 
 }  // namespace
 
 struct Exchange::Callbacks {
+    // No exception may pass through the library; `onException` makes it end the request.
+    template <class Value, class Work>
+    static Value guarded(Exchange& exchange, Value onException, Work work) noexcept {
+        try {
+            return work();
+        } catch (...) {
+            exchange.hasThrown_ = true;
+            return onException;
+        }
+    }
+
     static std::size_t header(char* data, std::size_t, std::size_t size, void* self) {
-        return static_cast<Exchange*>(self)->readHeaderLine({data, size}) ? size : CURL_WRITEFUNC_ERROR;
+        auto& exchange = *static_cast<Exchange*>(self);
+        return guarded<std::size_t>(exchange, CURL_WRITEFUNC_ERROR, [&] {
+            return exchange.readHeaderLine({data, size}) ? size : CURL_WRITEFUNC_ERROR;
+        });
     }
 
     static std::size_t write(char* data, std::size_t, std::size_t size, void* self) {
-        return static_cast<Exchange*>(self)->readBody({data, size}) ? size : CURL_WRITEFUNC_ERROR;
+        auto& exchange = *static_cast<Exchange*>(self);
+        return guarded<std::size_t>(exchange, CURL_WRITEFUNC_ERROR, [&] { return exchange.readBody({data, size}); });
     }
 
     static std::size_t read(char* buffer, std::size_t, std::size_t size, void* self) {
         auto& exchange = *static_cast<Exchange*>(self);
-        Result<std::size_t> count = exchange.request_.body->read(buffer, size);
-        if (count) return *count;
-        exchange.refusal_ = std::move(count.error());
-        return CURL_READFUNC_ABORT;
+        return guarded<std::size_t>(exchange, CURL_READFUNC_ABORT, [&]() -> std::size_t {
+            Result<std::size_t> count = exchange.request_.body->read(buffer, size);
+            if (count) return *count;
+            exchange.refusal_ = std::move(count.error());
+            return CURL_READFUNC_ABORT;
+        });
     }
 
     static int seek(void* self, curl_off_t offset, int) {
@@ -39,8 +59,10 @@ struct Exchange::Callbacks {
 
     static int progress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t sent) {
         auto& exchange = *static_cast<Exchange*>(self);
-        if (exchange.request_.body) exchange.receiver_.didSend(sent, exchange.request_.body->length());
-        return 0;
+        return guarded(exchange, 1, [&] {
+            if (exchange.request_.body) exchange.receiver_.didSend(sent, exchange.request_.body->length());
+            return 0;
+        });
     }
 
     // Counts the body bytes of each read: only here are those past the announced length seen.
@@ -57,17 +79,22 @@ struct Exchange::Callbacks {
     static int socketOpened(void* self, curl_socket_t socket, curlsocktype) {
         auto& exchange = *static_cast<Exchange*>(self);
         exchange.hasBegun_ = true;
-        exchange.loop_.sockets().opened(socket);
-        return CURL_SOCKOPT_OK;
+        ::setsockopt(socket, IPPROTO_TCP, TCP_KEEPCNT, &keepAliveProbes, sizeof keepAliveProbes);
+        return guarded<int>(exchange, CURL_SOCKOPT_ERROR, [&] {
+            exchange.loop_.sockets().opened(socket);
+            return CURL_SOCKOPT_OK;
+        });
     }
 
     // The connection stands, be it new or kept from before.
     static int connected(void* self, char* peer, char*, int peerPort, int localPort) {
         auto& exchange = *static_cast<Exchange*>(self);
-        exchange.socket_ = exchange.loop_.sockets().find(peer, peerPort, localPort);
         exchange.hasBegun_ = true;
         exchange.movedAtLastLook_ = -1;
-        return CURL_PREREQFUNC_OK;
+        return guarded<int>(exchange, CURL_PREREQFUNC_ABORT, [&] {
+            exchange.socket_ = exchange.loop_.sockets().find(peer, peerPort, localPort);
+            return CURL_PREREQFUNC_OK;
+        });
     }
 };
 
@@ -96,6 +123,7 @@ void Exchange::send() {
     bodyOnWire_ = 0;
     bodyRead_ = 0;
     hasExcess_ = false;
+    isPaused_ = false;
     socket_ = -1;
     hasBegun_ = false;
     movedAtLastLook_ = -1;
@@ -179,19 +207,36 @@ bool Exchange::readHeadEnd() {
     return !refusal_;
 }
 
-bool Exchange::readBody(std::string_view bytes) {
+// How many of the bytes the library may count as taken, or what else is to become of them.
+std::size_t Exchange::readBody(std::string_view bytes) {
+    if (!head_.isRedirect() && !bytes.empty()) {
+        Result<BodyFlow> flow = receiver_.didReceiveBytes(bytes);
+        if (!flow) {
+            refusal_ = std::move(flow.error());
+            return CURL_WRITEFUNC_ERROR;
+        }
+        isPaused_ = *flow == BodyFlow::pauses;
+        if (isPaused_) return CURL_WRITEFUNC_PAUSE;
+    }
     bodyRead_ += static_cast<ByteCount>(bytes.size());
     if (!hasExcess_ && hasExcess()) {
         hasExcess_ = true;
         curl_easy_setopt(handle_.get(), CURLOPT_FORBID_REUSE, 1L);  // the next answer would begin with the excess
     }
-    if (head_.isRedirect()) return true;
-    if (Result<void> accepted = receiver_.didReceiveBytes(bytes); !accepted) refusal_ = std::move(accepted.error());
-    return !refusal_;
+    return bytes.size();
+}
+
+// The library hands on what it has kept before this returns, and reports a failure of that only here.
+void Exchange::resume() {
+    if (!std::exchange(isPaused_, false)) return;
+    movedAtLastLook_ = -1;
+    const CURLcode code = curl_easy_pause(handle_.get(), CURLPAUSE_CONT);
+    if (code != CURLE_OK) didFinish(code);
 }
 
 void Exchange::didFinish(CURLcode code) {
     loop_.remove(*this);
+    if (hasThrown_) return end(failure(memoryError(address_.host)));
     if (refusal_) return end(failure(std::move(*refusal_)));
     if (code != CURLE_OK) return end(failure(transportError(code, address_.host)));
     if (head_.isRedirect()) return follow();
@@ -238,7 +283,7 @@ void Exchange::end(Result<void> result) {
 
 void Exchange::tick(TimePoint now) {
     receiver_.tick(now);
-    if (!hasBegun_) return;
+    if (!hasBegun_ || isPaused_) return;
     const ByteCount moved = movedBytes();
     if (moved != movedAtLastLook_) {
         movedAtLastLook_ = moved;

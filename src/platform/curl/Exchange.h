@@ -25,6 +25,12 @@ struct ExchangeRequest {
     bool acceptsCompression = false;              // whether the answer may travel compressed
 };
 
+// What becomes of a piece of a body.
+enum class BodyFlow {
+    goesOn,
+    pauses,  // the piece was not taken, and comes again after Exchange::resume
+};
+
 // Whom an exchange tells, on the loop's thread. Only in didEnd, the last call, may the receiver destroy the exchange.
 class ExchangeReceiver {
 public:
@@ -32,7 +38,7 @@ public:
 
     // The head of the answer itself, after all redirects. A failure ends the exchange with it.
     [[nodiscard]] virtual Result<void> didReceiveHead(const ResponseHead& head) = 0;
-    [[nodiscard]] virtual Result<void> didReceiveBytes(std::string_view bytes) = 0;
+    [[nodiscard]] virtual Result<BodyFlow> didReceiveBytes(std::string_view bytes) = 0;
 
     // Very often, while a request with a body is sent.
     virtual void didSend(ByteCount sent, ByteCount total) = 0;
@@ -42,8 +48,8 @@ public:
 };
 
 // One request and its answer, over as many redirects as are allowed. Ends by itself when nothing moves for too long;
-// the time that it waits for one of the host's connections does not count. Destroying it withdraws the request. All on
-// the loop's thread.
+// the time that it waits for one of the host's connections or is paused does not count. Destroying it withdraws the
+// request. An exception of its receiver ends it as a failure. All on the loop's thread.
 class Exchange final : private CurlLoopClient {
 public:
     // Both outlive the exchange.
@@ -54,6 +60,9 @@ public:
 
     // A failure when the address is against the rules; the receiver is not told anything then.
     [[nodiscard]] Result<void> start();
+
+    // Goes on with the body; nothing when it is not paused. Not to be called from what the receiver is told.
+    void resume();
 
 private:
     using TimePoint = std::chrono::steady_clock::time_point;
@@ -74,7 +83,7 @@ private:
 
     [[nodiscard]] bool readHeaderLine(std::string_view line);
     [[nodiscard]] bool readHeadEnd();
-    [[nodiscard]] bool readBody(std::string_view bytes);
+    [[nodiscard]] std::size_t readBody(std::string_view bytes);
     [[nodiscard]] bool hasExcess() const;
     [[nodiscard]] ByteCount movedBytes() const;
 
@@ -92,6 +101,8 @@ private:
     ByteCount bodyRead_ = 0;        // as the receiver gets it, decompressed
     int socket_ = -1;               // of the connection, once that stands
     bool hasExcess_ = false;        // more came than was announced
+    bool isPaused_ = false;         // by the receiver
+    bool hasThrown_ = false;        // a callback ended the exchange with an exception
     std::optional<Error> refusal_;  // why a callback ended the exchange
     bool hasBegun_ = false;         // no longer waiting for one of the host's connections
     ByteCount movedAtLastLook_ = -1;

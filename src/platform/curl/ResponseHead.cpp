@@ -15,6 +15,7 @@ void ResponseHead::read(std::string_view line) {
     if (equalIgnoringCase(name, "ETag")) entityTag = value;
     if (equalIgnoringCase(name, "Last-Modified")) lastModified = value;
     if (equalIgnoringCase(name, "Content-Range")) contentRange = value;
+    if (equalIgnoringCase(name, "Content-Encoding") && !equalIgnoringCase(value, "identity")) contentEncoding = value;
     if (equalIgnoringCase(name, "Content-Length")) contentLength = parseByteCount(value);
     if (equalIgnoringCase(name, "Transfer-Encoding")) hasTransferCoding = true;
 }
@@ -24,9 +25,14 @@ bool ResponseHead::isRedirect() const {
     return sendsElsewhere && !location.empty();
 }
 
-std::string ResponseHead::validator() const {
+// The weak tag of other bytes may be the same, so the date tells more.
+AnswerHead ResponseHead::answer() const {
     const bool isStrong = entityTag.size() >= 2 && entityTag.front() == '"' && entityTag.back() == '"';
-    return isStrong ? entityTag : lastModified;
+    return {.status = status,
+            .bodyLength = bodyLength(),
+            .contentRange = parseContentRange(contentRange),
+            .contentEncoding = contentEncoding,
+            .validator = isStrong ? entityTag : lastModified};
 }
 
 }  // namespace tovri

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/Bytes.h"
+#include "platform/TransferSession.h"
 
 namespace tovri {
 
@@ -15,13 +16,12 @@ struct ResponseHead {
     std::string entityTag;  // with its quotes, and with W/ when it is weak
     std::string lastModified;
     std::string contentRange;
+    std::string contentEncoding;  // all of them, but "identity", which stands for none
     std::optional<ByteCount> contentLength;
     bool hasTransferCoding = false;
 
     // Takes in one header line, with or without its line end.
     void read(std::string_view line);
-
-    [[nodiscard]] bool isSuccess() const { return status >= 200 && status <= 299; }
 
     // Whether it sends the client to another address.
     [[nodiscard]] bool isRedirect() const;
@@ -31,9 +31,7 @@ struct ResponseHead {
         return hasTransferCoding ? std::nullopt : contentLength;
     }
 
-    // What tells this content from a changed one: a strong entity tag, else the date of the last change; empty without
-    // either (RFC 9110, section 13.1.5).
-    [[nodiscard]] std::string validator() const;
+    [[nodiscard]] AnswerHead answer() const;
 };
 
 }  // namespace tovri

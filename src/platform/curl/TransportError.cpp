@@ -57,6 +57,11 @@ Error excessError(const std::string& host) {
     return {ErrorCase::transport, host + " sent more bytes than it announced; retry."};
 }
 
+Error memoryError(const std::string& host) {
+    return {ErrorCase::transport,
+            "This computer had no memory left for what " + host + " sent; close other programs and retry."};
+}
+
 Error redirectLoopError(const std::string& host) {
     return {ErrorCase::transport, host + " redirects too often; retry later."};
 }

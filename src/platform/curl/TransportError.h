@@ -17,6 +17,9 @@ namespace tovri {
 
 [[nodiscard]] Error excessError(const std::string& host);
 
+// For an answer that could not be taken in.
+[[nodiscard]] Error memoryError(const std::string& host);
+
 [[nodiscard]] Error redirectLoopError(const std::string& host);
 
 }  // namespace tovri

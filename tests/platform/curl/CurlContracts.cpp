@@ -1,7 +1,6 @@
-#include <chrono>
 #include <fstream>
+#include <map>
 #include <sstream>
-#include <thread>
 
 #include "platform/HTTPSessionContract.h"
 #include "platform/TransferSessionContract.h"
@@ -11,7 +10,6 @@
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
 #include "support/HandRunLoop.h"
-#include "support/SeededRandom.h"
 #include "support/TemporaryFolder.h"
 
 namespace tovri::test {
@@ -64,69 +62,55 @@ class CurlTransferWorld final : public TransferWorld {
 public:
     CurlTransferWorld() { sandbox_.start(); }
 
-    std::unique_ptr<TransferSession> makeSession(TransferDelegate& delegate) override {
-        return std::make_unique<CurlTransferSession>(delegate, partials_, random_);
-    }
+    std::unique_ptr<TransferSession> makeSession() override { return std::make_unique<CurlTransferSession>(loop_); }
+
+    MainLoop& loop() override { return loop_; }
 
     std::string serve(ByteCount size) override {
-        file_ = sandbox_.account().addFile(sandbox::rootID,
-                                           {"file " + std::to_string(size), static_cast<std::uint64_t>(size)});
-        return sandbox_.storageURL() + "/download/" + std::to_string(file_) + "?link=secret";
+        const auto file = sandbox_.account().addFile(
+            sandbox::rootID, {"file " + std::to_string(size), static_cast<std::uint64_t>(size)});
+        std::string link = sandbox_.storageURL() + "/download/" + std::to_string(file) + "?link=secret";
+        files_[link] = file;
+        return link;
     }
 
-    // Every test looks at the link that was served last.
-    std::string content(const std::string&) override {
-        const sandbox::Content content = sandbox_.account().find(file_)->content();
+    std::string content(const std::string& link) override {
+        const sandbox::Content content = sandbox_.account().find(files_.at(link))->content();
         std::string bytes(content.size(), '\0');
         content.read(0, bytes);
         return bytes;
     }
 
-    void breakNext(const std::string&, ByteCount after) override {
-        strike("cut=" + std::to_string(after) + ",times=1");
+    void breakNext(const std::string& link, ByteCount after) override {
+        strike(link, "cut=" + std::to_string(after) + ",times=1");
     }
 
-    void changeNext(const std::string&) override { strike("change,times=1"); }
-
-    void setStatus(const std::string&, int status) override {
+    void setStatus(const std::string& link, int status) override {
         sandbox_.faults().clear();
-        if (status != 200) strike("status=" + std::to_string(status));
+        strike(link, "status=" + std::to_string(status));
     }
 
-    void setRate(const std::string&, ByteCount rate) override {
+    void setRate(const std::string& link, ByteCount rate) override {
         sandbox_.faults().clear();
-        strike("rate=" + std::to_string(rate));
-    }
-
-    std::size_t partialFiles() override {
-        return fs::exists(partials_) ? static_cast<std::size_t>(std::distance(fs::directory_iterator(partials_), {}))
-                                     : 0;
-    }
-
-    std::size_t mostConnections() override { return sandbox_.log().statistics().maxConcurrentTransfers; }
-
-    std::string read(const fs::path& file) override {
-        std::ostringstream bytes;
-        if (fs::file_size(file) > 0) bytes << std::ifstream(file).rdbuf();
-        return bytes.str();
+        strike(link, "rate=" + std::to_string(rate));
     }
 
     void waitUntil(const std::function<bool()>& condition) override {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (!condition()) {
-            ASSERT_LT(std::chrono::steady_clock::now(), deadline);
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            ASSERT_TRUE(loop_.waitForPost());
+            loop_.runPosted();
         }
     }
 
 private:
-    void strike(const std::string& fault) { sandbox_.faults().add(*sandbox::parseFault("storage:*:" + fault)); }
+    void strike(const std::string& link, const std::string& fault) {
+        const std::string path = "/download/" + std::to_string(files_.at(link));
+        sandbox_.faults().add(*sandbox::parseFault("storage:" + path + ":" + fault));
+    }
 
-    TemporaryFolder folder_;
-    fs::path partials_ = folder_.path / "partials";
     sandbox::Sandbox sandbox_;
-    sandbox::FileID file_ = 0;
-    SeededRandom random_;
+    std::map<std::string, sandbox::FileID> files_;
+    HandRunLoop loop_;
 };
 
 INSTANTIATE_TEST_SUITE_P(Curl, HTTPSessionContract, testing::Values([] { return std::make_unique<CurlHTTPWorld>(); }));

@@ -1,17 +1,17 @@
+#include <cstdlib>
+#include <fstream>
 #include <future>
-#include <thread>
+#include <new>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
+#include "platform/GatheringReceiver.h"
 #include "platform/curl/CurlTransferSession.h"
-#include "platform/curl/RecordingDelegate.h"
-#include "platform/curl/ResumePoint.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
-#include "support/SeededRandom.h"
+#include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
 namespace tovri::test {
@@ -19,292 +19,265 @@ namespace {
 
 using testing::HasSubstr;
 using testing::Not;
-namespace fs = std::filesystem;
+using Receiver = std::shared_ptr<GatheringReceiver>;
 
 class CurlTransferSessionTest : public testing::Test {
 protected:
-    CurlTransferSessionTest() {
-        sandbox_.start();
-        openSession();
+    struct Attempt {
+        std::optional<TransferEnd> end;
+        Subscription operation;
+    };
+
+    static TransferRequest requestFor(std::string url, std::shared_ptr<ByteReceiver> receiver) {
+        TransferRequest request;
+        request.url = std::move(url);
+        request.idleLimit = std::chrono::milliseconds(300);
+        request.accept = [](const AnswerHead&) { return Result<void>(); };
+        request.receiver = std::move(receiver);
+        return request;
     }
 
-    void openSession() {
-        session_.reset();
-        delegate_.forget();
-        session_ = std::make_unique<CurlTransferSession>(
-            delegate_, partials_, random_, CurlTransferSession::Options{.idleLimit = std::chrono::seconds(1)});
+    std::unique_ptr<Attempt> begin(TransferRequest request) {
+        auto attempt = std::make_unique<Attempt>();
+        attempt->operation =
+            session_->fetch(std::move(request), [attempt = attempt.get()](TransferEnd end) { attempt->end = end; });
+        return attempt;
     }
 
-    sandbox::FileID addFile(std::uint64_t size) {
-        return sandbox_.account().addFile(sandbox::rootID, {"file " + std::to_string(size), size});
+    void waitUntil(const std::function<bool()>& condition) {
+        while (!condition() && loop_.waitForPost()) loop_.runPosted();
     }
 
-    [[nodiscard]] std::string link(sandbox::FileID file) const {
-        return sandbox_.storageURL() + "/download/" + std::to_string(file) + "?link=secret";
+    TransferEnd endOf(const Attempt& attempt) {
+        waitUntil([&] { return attempt.end.has_value(); });
+        return attempt.end.value();
     }
 
-    std::string truth(sandbox::FileID file) {
-        const sandbox::Content content = sandbox_.account().find(file)->content();
-        std::string bytes(content.size(), '\0');
-        content.read(0, bytes);
-        return bytes;
+    TransferEnd fetch(TransferRequest request) { return endOf(*begin(std::move(request))); }
+
+    TransferEnd fetch(const std::string& url) { return fetch(requestFor(url, std::make_shared<GatheringReceiver>())); }
+
+    // A receiver that is full from its first piece on, and an attempt that has come to it.
+    std::pair<Receiver, std::unique_ptr<Attempt>> beginFull(const std::string& url) {
+        auto receiver = std::make_shared<GatheringReceiver>(0);
+        receiver->onFull = [this] { loop_.post([] {}); };
+        auto attempt = begin(requestFor(url, receiver));
+        waitUntil([&] { return receiver->isFull(); });
+        return {receiver, std::move(attempt)};
     }
 
-    void strike(const std::string& fault) { sandbox_.faults().add(*sandbox::parseFault("storage:*:" + fault)); }
-
-    TransferOutcome finish(TransferID transfer) {
-        session_->start(transfer);
-        return delegate_.waitForEnd(transfer);
+    // Lets more than twice the time pass in which a server may be silent.
+    void outlastTheIdleLimit() {
+        const ScriptedServer silent([](const std::string&) { return std::nullopt; });
+        for (int i = 0; i < 2; ++i) EXPECT_TRUE(fetch(silent.url("/")).error);
     }
 
-    TransferOutcome fetch(const std::string& url) { return finish(session_->makeTransfer(url)); }
-
-    TransferOutcome resume(const ByteBlob& token) { return finish(session_->resumeTransfer(token)); }
-
-    std::optional<ByteBlob> pause(TransferID transfer) {
-        std::promise<std::optional<ByteBlob>> token;
-        session_->cancelProducingToken(transfer,
-                                       [&](std::optional<ByteBlob> made) { token.set_value(std::move(made)); });
-        return token.get_future().get();
+    static std::string link(const sandbox::Sandbox& sandbox, sandbox::FileID file) {
+        return sandbox.storageURL() + "/download/" + std::to_string(file);
     }
 
-    // A file of a million bytes and the token of its transfer, which broke off in the middle.
-    std::pair<sandbox::FileID, ByteBlob> brokenTransfer() {
-        const auto file = addFile(1'000'000);
-        strike("cut=500000,times=1");
-        TransferOutcome broken = fetch(link(file));
-        return {file, broken.error.value().resumeToken};
-    }
-
-    // Once every operation so far has had its effect.
-    std::vector<std::string> partials() {
-        static_cast<void>(pause(-1));
-        std::vector<std::string> names;
-        std::error_code notMadeYet;
-        for (const auto& entry : fs::directory_iterator(partials_, notMadeYet))
-            names.push_back(entry.path().filename());
-        return names;
-    }
-
-    TemporaryFolder folder_;
-    fs::path partials_ = folder_.path / "made" / "partials";
-    sandbox::Sandbox sandbox_;
-    SeededRandom random_;
-    RecordingDelegate delegate_;
-    std::unique_ptr<CurlTransferSession> session_;
+    HandRunLoop loop_;
+    std::unique_ptr<CurlTransferSession> session_ = std::make_unique<CurlTransferSession>(loop_);
 };
+
+std::string truth(sandbox::Sandbox& sandbox, sandbox::FileID file) {
+    const sandbox::Content content = sandbox.account().find(file)->content();
+    std::string bytes(content.size(), '\0');
+    content.read(0, bytes);
+    return bytes;
+}
 
 }  // namespace
 
-TEST_F(CurlTransferSessionTest, arrivesByteForByte) {
-    for (const std::uint64_t size : {0ULL, 1ULL, 16'384ULL, 20'000'003ULL}) {
-        SCOPED_TRACE(size);
-        const auto file = addFile(size);
-        const TransferID transfer = session_->makeTransfer(link(file));
-        const TransferOutcome outcome = finish(transfer);
-        ASSERT_FALSE(outcome.error) << outcome.error->description;
-        EXPECT_TRUE(outcome.bytes == truth(file));
-        const auto length = static_cast<ByteCount>(size);
-        EXPECT_EQ(delegate_.progress(transfer), std::pair(length, length));
-    }
-    EXPECT_FALSE(delegate_.progressWentBack());
-    EXPECT_THAT(partials(), testing::IsEmpty());
-}
-
-TEST_F(CurlTransferSessionTest, goesOnAtTheByteWhereItBroke) {
-    const auto file = addFile(3'000'000);
-    strike("cut=1000000,times=2");
-    const TransferOutcome first = fetch(link(file));
-    const TransferOutcome second = resume(first.error.value().resumeToken);
-    openSession();  // as after a restart of the program
-    const TransferID third = session_->resumeTransfer(second.error.value().resumeToken);
-    const TransferOutcome last = finish(third);
-    const auto requests = sandbox_.log().requests();
-    ASSERT_EQ(requests.size(), 3U);
-    ASSERT_FALSE(last.error) << last.error->description << requests[2].fault;
-    EXPECT_TRUE(last.bytes == truth(file));
-
-    EXPECT_EQ(requests[0].range, "");
-    EXPECT_EQ(requests[1].range, "bytes=1000000-");
-    EXPECT_EQ(requests[2].range, "bytes=2000000-");
-    EXPECT_EQ(requests[2].ifRange, sandbox_.account().find(file)->entityTag());
-    EXPECT_THAT(partials(), testing::IsEmpty());
-}
-
-TEST_F(CurlTransferSessionTest, appendsNothingButTheExactRest) {
-    for (const char* fault : {"ignore-range", "range-shift=+1", "range-shift=-1", "change", "status=503", "status=204",
-                              "status=206", "expire=410", "announce=+1", "announce=-1"}) {
-        SCOPED_TRACE(fault);
-        const auto [file, token] = brokenTransfer();
-        strike(std::string(fault) + ",times=1");
-        const TransferOutcome outcome = resume(token);
-        ASSERT_TRUE(outcome.error);
-        EXPECT_EQ(outcome.error->resumeToken, "");
-        EXPECT_THAT(partials(), testing::IsEmpty());
-        EXPECT_TRUE(fetch(link(file)).bytes == truth(file));
-    }
-}
-
-TEST_F(CurlTransferSessionTest, failsWithAReasonAndATokenWhereThereIsAWay) {
+TEST_F(CurlTransferSessionTest, asksForNoMoreThanTheRange) {
     struct Case {
-        const char* fault;
-        const char* description;
-        bool hasToken;
+        ByteCount first = 0;
+        std::optional<ByteCount> last;
+        const char* validator = "";
+        const char* range = "";    // as sent; empty for none
+        const char* ifRange = "";  // likewise
     };
 
     const Case cases[] = {
-        {"status=404", "HTTP error 404 from put.io.", false},
-        {"status=206", "sent a part of the file", false},
-        {"drop", "closed the connection without an answer", false},
-        {"cut=0", "fewer bytes than it announced", false},  // nothing to go on from
-        {"cut=70000", "fewer bytes than it announced", true},
-        {"cut=70000,no-validator", "fewer bytes than it announced", false},
-        {"cut=70000,weak-validator", "fewer bytes than it announced", false},
-        {"announce=+9", "", true},
-        {"announce=-9", "more bytes than it announced", false},
-        {"stall=70000", "Nothing came from 127.0.0.1 for 1 second", true},
-        {"redirect=http://example.com/", "not encrypted", false},
+        {0, std::nullopt, "\"tag\"", "", ""},
+        {0, 9, "\"tag\"", "\r\nRange: bytes=0-9\r\n", ""},
+        {5, std::nullopt, "", "\r\nRange: bytes=5-\r\n", ""},
+        {5, 5, "\"tag\"", "\r\nRange: bytes=5-5\r\n", "\r\nIf-Range: \"tag\"\r\n"},
+        {5'000'000'000, std::nullopt, "\"tag\"", "\r\nRange: bytes=5000000000-\r\n", "\r\nIf-Range: \"tag\"\r\n"},
     };
-    const auto file = addFile(100'000);
     for (const Case& c : cases) {
-        SCOPED_TRACE(c.fault);
-        strike(std::string(c.fault) + ",times=1");
-        const TransferOutcome outcome = fetch(link(file));
-        ASSERT_TRUE(outcome.error);
-        EXPECT_THAT(outcome.error->description, HasSubstr(c.description));
-        EXPECT_THAT(outcome.error->description, Not(HasSubstr("secret")));
-        EXPECT_EQ(!outcome.error->resumeToken.empty(), c.hasToken);
-        EXPECT_EQ(partials().size(), c.hasToken ? 1U : 0U);
-        session_->discard(outcome.error->resumeToken);
-        EXPECT_THAT(partials(), testing::IsEmpty());
+        const ScriptedServer server([](const std::string&) { return "HTTP/1.1 200 OK\r\nContent-Length: 0\r\n\r\n"; });
+        TransferRequest request = requestFor(server.url("/"), std::make_shared<GatheringReceiver>());
+        request.first = c.first;
+        request.last = c.last;
+        request.validator = c.validator;
+        EXPECT_FALSE(fetch(std::move(request)).error);
+        const std::string sent = server.requests().at(0);
+        EXPECT_THAT(sent, HasSubstr("\r\nAccept-Encoding: identity\r\n"));
+        EXPECT_THAT(sent, HasSubstr(c.range));
+        EXPECT_THAT(sent, HasSubstr(c.ifRange));
+        EXPECT_EQ(sent.find("\r\nRange:") == std::string::npos, c.range[0] == '\0');
+        EXPECT_EQ(sent.find("\r\nIf-Range:") == std::string::npos, c.ifRange[0] == '\0');
     }
 }
 
-TEST_F(CurlTransferSessionTest, keepsItsBytesWhenTheConnectionCannotBeMade) {
-    const auto [file, token] = brokenTransfer();
-    strike("drop,times=1");
-    const TransferOutcome outcome = resume(token);
-    EXPECT_EQ(outcome.error.value().resumeToken, token);
-    EXPECT_TRUE(resume(token).bytes == truth(file));
-}
+TEST_F(CurlTransferSessionTest, handsOnWhatWasAnnouncedAndSaysWhatWasWrong) {
+    struct Case {
+        std::optional<std::string> reply;
+        const char* text = "";
+        const char* bytes = "";
+    };
 
-TEST_F(CurlTransferSessionTest, refusesTokensWithoutTheirBytes) {
-    const auto [file, token] = brokenTransfer();
-    const fs::path partial = partials_ / partials().at(0);
-    fs::resize_file(partial, 499'999);
-    for (const ByteBlob& bad : {token, token, ByteBlob("garbage"), ByteBlob()}) {
-        const TransferOutcome outcome = resume(bad);
-        EXPECT_THAT(outcome.error.value().description, HasSubstr("starts over"));
-        EXPECT_EQ(outcome.error->resumeToken, "");
-        EXPECT_FALSE(fs::exists(partial));  // with the second attempt, the first has removed it
+    const Case cases[] = {
+        {"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nshort", "fewer bytes than it announced", "short"},
+        {"HTTP/1.1 200 OK\r\nContent-Length: 4\r\n\r\nlonger", "more bytes than it announced", "long"},
+        {"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nshort\r\n", "fewer bytes than it announced",
+         "short"},
+        {"", "closed the connection without an answer", ""},
+        {std::nullopt, "Nothing came from 127.0.0.1 for 1 second", ""},
+        {"HTTP/1.1 302 Found\r\nLocation: http://example.com/secret\r\nContent-Length: 0\r\n\r\n", "not encrypted", ""},
+    };
+    for (const Case& c : cases) {
+        for (const bool isSlowReceiver : {false, true}) {
+            SCOPED_TRACE(c.text);
+            const ScriptedServer server([&](const std::string&) { return c.reply; });
+            const auto receiver = std::make_shared<GatheringReceiver>(isSlowReceiver ? 0 : 1);
+            receiver->onFull = [&] { receiver->makeRoom(1); };
+            const TransferEnd end = fetch(requestFor(server.url("/?secret"), receiver));
+            ASSERT_TRUE(end.error);
+            EXPECT_THAT(end.error->description, HasSubstr(c.text));
+            EXPECT_THAT(end.error->description, Not(HasSubstr("secret")));
+            EXPECT_EQ(receiver->bytes(), c.bytes);
+            EXPECT_EQ(end.received, static_cast<ByteCount>(receiver->bytes().size()));
+        }
     }
-}
-
-TEST_F(CurlTransferSessionTest, hasTheServerConfirmAFileThatIsComplete) {
-    const auto [file, token] = brokenTransfer();
-    ResumePoint point = ResumePoint::parse(token).value();
-    point.offset = point.length - 1;
-    std::string bytes = truth(file);
-    bytes.back() ^= 1;  // as when the last byte was never asked for
-    std::ofstream(partials_ / point.partial.text()) << bytes << "and more";
-    EXPECT_TRUE(resume(point.encoded()).bytes == truth(file));
-}
-
-TEST_F(CurlTransferSessionTest, pausesWithWhatHasArrived) {
-    const auto file = addFile(4'000'000);
-    strike("rate=2000000,times=1");
-    const TransferID transfer = session_->makeTransfer(link(file));
-    session_->start(transfer);
-    delegate_.waitForBytes(transfer, 300'000);
-    const std::optional<ByteBlob> token = pause(transfer);
-    const ResumePoint point = ResumePoint::parse(token.value()).value();
-    EXPECT_GE(point.offset, 300'000);
-    EXPECT_EQ(static_cast<ByteCount>(fs::file_size(partials_ / point.partial.text())), point.offset);
-    EXPECT_EQ(pause(transfer), std::nullopt);  // it has ended
-
-    const TransferID resting = session_->resumeTransfer(*token);
-    EXPECT_EQ(pause(resting), token);
-    EXPECT_TRUE(resume(*token).bytes == truth(file));
-    EXPECT_EQ(delegate_.endings(transfer), 0);
-}
-
-TEST_F(CurlTransferSessionTest, endsOnceHoweverItIsTakenBack) {
-    const auto file = addFile(300'000);
-    for (int round = 0; round < 60; ++round) {
-        strike("cut=200000,times=1,after=" + std::to_string(round % 2));
-        const TransferID transfer = session_->makeTransfer(link(file));
-        session_->start(transfer);
-        std::this_thread::sleep_for(std::chrono::microseconds(round * 60));
-        std::optional<ByteBlob> token;
-        if (round % 3 == 0) token = pause(transfer);
-        session_->cancel(transfer);
-        static_cast<void>(pause(-1));
-        EXPECT_LE(delegate_.endings(transfer), 1);
-        if (token) EXPECT_EQ(delegate_.endings(transfer), 0);
-        if (token) EXPECT_TRUE(resume(*token).endings == 1);
-        sandbox_.faults().clear();
-    }
-    session_->discardAllBut({});
-    EXPECT_THAT(partials(), testing::IsEmpty());
-}
-
-TEST_F(CurlTransferSessionTest, keepsOnlyPartialFilesThatAreNamed) {
-    const auto [file, token] = brokenTransfer();
-    const std::string named = partials().at(0);
-    std::ofstream(partials_ / random_.makeUUID().text()) << "of a process that was killed";
-    std::ofstream(partials_ / "README") << "not ours";
-    strike("rate=50000,times=1");
-    const TransferID running = session_->makeTransfer(link(file));
-    session_->start(running);
-    delegate_.waitForBytes(running, 1);
-    session_->discardAllBut({token, "garbage"});
-    EXPECT_EQ(partials().size(), 3U);  // the named, the running, the README
-    session_.reset();                  // and with it what was running
-    std::vector<std::string> left;
-    for (const auto& entry : fs::directory_iterator(partials_)) left.push_back(entry.path().filename());
-    EXPECT_THAT(left, testing::UnorderedElementsAre(named, "README"));
-    EXPECT_EQ(delegate_.endings(running), 0);
-}
-
-TEST_F(CurlTransferSessionTest, waitsForOneOfSixConnectionsWithoutLosingPatience) {
-    const auto file = addFile(300'000);
-    strike("rate=200000");  // each takes longer than the time without a byte that is allowed
-    std::vector<TransferID> transfers;
-    for (int i = 0; i < 8; ++i) {
-        transfers.push_back(session_->makeTransfer(link(file)));
-        session_->start(transfers.back());
-    }
-    for (const TransferID transfer : transfers) {
-        const TransferOutcome outcome = delegate_.waitForEnd(transfer);
-        EXPECT_FALSE(outcome.error) << outcome.error->description;
-        EXPECT_TRUE(outcome.bytes == truth(file));
-    }
-    EXPECT_EQ(sandbox_.log().statistics().maxConcurrentTransfers, 6U);
-}
-
-TEST_F(CurlTransferSessionTest, survivesAFileThatCannotGrow) {
-    const auto file = addFile(3'000'000);
-    rlimit before{};
-    ::getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit tight{.rlim_cur = 1'000'000, .rlim_max = before.rlim_max};
-    ::setrlimit(RLIMIT_FSIZE, &tight);
-    const TransferOutcome outcome = fetch(link(file));
-    ::setrlimit(RLIMIT_FSIZE, &before);
-    EXPECT_EQ(outcome.error.value().code, ErrorCase::file);
-    EXPECT_EQ(ResumePoint::parse(outcome.error->resumeToken).value().offset, 1'000'000);
-    EXPECT_TRUE(resume(outcome.error->resumeToken).bytes == truth(file));
 }
 
 TEST_F(CurlTransferSessionTest, followsRedirectsAndKeepsTheBytesAsTheyAre) {
     const ScriptedServer server([](const std::string& request) {
         if (request.find("/link") != std::string::npos)
-            return "HTTP/1.1 302 Found\r\nLocation: /file\r\nContent-Length: 10\r\n\r\nnot these!";
+            return "HTTP/1.1 302 Found\r\nLocation: /file\r\nETag: \"link\"\r\nContent-Length: 10\r\n\r\nnot these!";
         return "HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nTransfer-Encoding: "
                "chunked\r\n\r\n5\r\n\x1f\x8b\x08xx\r\n0\r\n\r\n";
     });
-    const TransferOutcome outcome = fetch(server.url("/link"));
-    ASSERT_FALSE(outcome.error) << outcome.error->description;
-    EXPECT_EQ(outcome.bytes, "\x1f\x8b\x08xx");
+    const auto receiver = std::make_shared<GatheringReceiver>();
+    const TransferEnd end = fetch(requestFor(server.url("/link"), receiver));
+    ASSERT_FALSE(end.error) << end.error->description;
+    EXPECT_EQ(receiver->bytes(), "\x1f\x8b\x08xx");
+    EXPECT_EQ(end.head.value().contentEncoding, "gzip");
+    EXPECT_EQ(end.head->validator, "");
+    EXPECT_EQ(end.head->bodyLength, std::nullopt);
+}
+
+TEST_F(CurlTransferSessionTest, goesOnWhenAnotherThreadHasMadeRoom) {
+    for (const bool tls : {false, true}) {
+        SCOPED_TRACE(tls);
+        sandbox::SandboxSettings settings;
+        settings.tls = tls;
+        sandbox::Sandbox sandbox(settings);
+        const auto file = sandbox.account().addFile(sandbox::rootID, {"file", 2'000'003});
+        sandbox.start();
+        const TemporaryFolder folder;
+        const std::string bundle = (folder.path / "ca.pem").string();
+        std::ofstream(bundle) << sandbox.certificatePem();
+        if (tls) ::setenv("CURL_CA_BUNDLE", bundle.c_str(), 1);
+        session_ = std::make_unique<CurlTransferSession>(loop_);
+        ::unsetenv("CURL_CA_BUNDLE");
+
+        std::vector<std::future<void>> others;
+        const auto receiver = std::make_shared<GatheringReceiver>(0);
+        receiver->onFull = [&] { others.push_back(std::async(std::launch::async, [&] { receiver->makeRoom(3); })); };
+        const TransferEnd end = fetch(requestFor(link(sandbox, file), receiver));
+        EXPECT_FALSE(end.error) << end.error->description;
+        EXPECT_TRUE(receiver->bytes() == truth(sandbox, file));
+        EXPECT_GT(others.size(), 5U);
+    }
+}
+
+TEST_F(CurlTransferSessionTest, otherThreadsMayMakeRoomWhileTheAttemptOrTheSessionGoes) {
+    sandbox::Sandbox sandbox;
+    const auto file = sandbox.account().addFile(sandbox::rootID, {"file", 1'000'000});
+    sandbox.start();
+    for (int round = 0; round < 40; ++round) {
+        auto [receiver, attempt] = beginFull(link(sandbox, file));
+        const auto other = std::async(std::launch::async, [&] { receiver->makeRoom(1); });
+        if (round % 2 == 0) attempt->operation.reset();
+        if (round % 4 != 0) session_ = std::make_unique<CurlTransferSession>(loop_);
+        other.wait();
+        loop_.runPosted();
+        EXPECT_FALSE(attempt->end);
+    }
+    EXPECT_FALSE(fetch(link(sandbox, file)).error);
+}
+
+TEST_F(CurlTransferSessionTest, aServerIsNotSilentWhileItsReceiverIsFull) {
+    sandbox::Sandbox sandbox;
+    const auto file = sandbox.account().addFile(sandbox::rootID, {"file", 300'000});
+    sandbox.start();
+    sandbox.faults().add(*sandbox::parseFault("storage:*:after=1,stall=100000"));
+    const auto [whole, wholeAttempt] = beginFull(link(sandbox, file));
+    const auto [stalled, stalledAttempt] = beginFull(link(sandbox, file));
+    outlastTheIdleLimit();
+    EXPECT_FALSE(wholeAttempt->end || stalledAttempt->end);
+    whole->makeRoom(GatheringReceiver::unlimited);
+    stalled->makeRoom(GatheringReceiver::unlimited);
+    EXPECT_FALSE(endOf(*wholeAttempt).error);
+    EXPECT_TRUE(whole->bytes() == truth(sandbox, file));
+    EXPECT_THAT(endOf(*stalledAttempt).error.value().description, HasSubstr("Nothing came"));
+    EXPECT_EQ(stalledAttempt->end->received, 100'000);
+}
+
+TEST_F(CurlTransferSessionTest, anEndlessBodyWaitsOnTheOtherSide) {
+    sandbox::Sandbox sandbox;
+    const auto file = sandbox.account().addFile(sandbox::rootID, {"file", 1'000'000'000'000});
+    sandbox.start();
+    const auto [receiver, attempt] = beginFull(link(sandbox, file));
+    outlastTheIdleLimit();
+    EXPECT_FALSE(attempt->end);
+    sandbox.stop();
+    EXPECT_LT(sandbox.log().statistics().storageBytes, 32'000'000U);  // what sockets and one read of the library hold
+}
+
+TEST_F(CurlTransferSessionTest, anExceptionEndsOnlyItsOwnAttempt) {
+    class Exhausted final : public ByteReceiver {
+    public:
+        Taken take(std::string_view bytes) override {
+            if (bytes == "take") throw std::bad_alloc();
+            return bytes == "all" ? Taken::all : Taken::none;
+        }
+
+        void whenReady(std::move_only_function<void()>) override { throw std::bad_alloc(); }
+    };
+
+    const ScriptedServer server([](const std::string& request) {
+        const std::string path = request.substr(5, request.find(' ', 5) - 5);
+        return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(path.size()) + "\r\n\r\n" + path;
+    });
+    for (const char* path : {"take", "wait", "accept", "all"}) {
+        SCOPED_TRACE(path);
+        const std::string url = server.url(std::string("/") + path);
+        TransferRequest request = requestFor(url, std::make_shared<Exhausted>());
+        const bool throwsEarly = url.ends_with("accept");
+        request.accept = [throwsEarly](const AnswerHead&) -> Result<void> {
+            if (throwsEarly) throw std::bad_alloc();
+            return {};
+        };
+        const TransferEnd end = fetch(std::move(request));
+        EXPECT_EQ(end.error.has_value(), !url.ends_with("all"));
+        if (end.error) EXPECT_THAT(end.error->description, HasSubstr("no memory left"));
+    }
+}
+
+TEST_F(CurlTransferSessionTest, waitsForOneOfSixConnectionsWithoutLosingPatience) {
+    sandbox::Sandbox sandbox;
+    const auto file = sandbox.account().addFile(sandbox::rootID, {"file", 100'000});
+    sandbox.start();
+    sandbox.faults().add(*sandbox::parseFault("storage:*:rate=100000"));  // longer than the idle limit
+    std::vector<std::unique_ptr<Attempt>> attempts;
+    for (int i = 0; i < 8; ++i)
+        attempts.push_back(begin(requestFor(link(sandbox, file), std::make_shared<GatheringReceiver>())));
+    for (const auto& attempt : attempts) EXPECT_FALSE(endOf(*attempt).error);
+    EXPECT_EQ(sandbox.log().statistics().maxConcurrentTransfers, 6U);
 }
 
 }  // namespace tovri::test

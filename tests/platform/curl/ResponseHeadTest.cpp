@@ -25,7 +25,7 @@ TEST(ResponseHead, trustsOnlyWhatTellsAChangedContentApart) {
         ResponseHead head;
         head.read(std::string("etag:") + c.entityTag + "\r\n");
         head.read(std::string("LAST-MODIFIED: ") + c.lastModified + " \r\n");
-        EXPECT_EQ(head.validator(), c.validator) << c.entityTag;
+        EXPECT_EQ(head.answer().validator, c.validator) << c.entityTag;
     }
 }
 
@@ -35,6 +35,15 @@ TEST(ResponseHead, knowsTheBodysLengthOnlyWithoutATransferCoding) {
     EXPECT_EQ(head.bodyLength(), 100);
     head.read("Transfer-Encoding: chunked\r\n");
     EXPECT_EQ(head.bodyLength(), std::nullopt);
+}
+
+TEST(ResponseHead, namesTheEncodingOfBytesThatAreNotTheFilesOwn) {
+    ResponseHead head;
+    head.read("Content-Encoding: Identity\r\n");
+    EXPECT_EQ(head.answer().contentEncoding, "");
+    head.read("content-encoding: gzip\r\n");
+    head.read("Content-Encoding: identity\r\n");
+    EXPECT_EQ(head.answer().contentEncoding, "gzip");
 }
 
 }  // namespace tovri

@@ -31,7 +31,7 @@ public:
         if (action == 5) return static_cast<void>(list_.moveToTop(*item));
         if (action == 6 && roll(20) == 0) return list_.removeFinished();
         if (action == 7) return rows_.markLook(item);
-        list_.setStatus(*item, static_cast<DownloadStatus>(roll(downloadStatusCount)));
+        list_.take(*item, static_cast<StatusStep>(roll(statusStepCount)));
     }
 
     void catchUp() {
@@ -160,8 +160,8 @@ TEST(QueueRows, tellAFewChangesAsSteps) {
     EXPECT_EQ(std::minmax(told[0].first, told[0].to), std::minmax<std::size_t>(5, 6));  // behind the header
 
     told.clear();
-    list.setStatus(*items[0], DownloadStatus::downloading);
-    list.setStatus(*items[0], DownloadStatus::completed);  // only where it ended is told
+    list.take(*items[0], StatusStep::start);
+    list.take(*items[0], StatusStep::complete);  // only where it ended is told
     loop.runUntilIdle();
     const std::vector<ScreenChange> expected = {{Kind::inserted, 100 + 1, 1},  // "Finished"
                                                 {Kind::moved, 1, 1, 100 + 1},  //

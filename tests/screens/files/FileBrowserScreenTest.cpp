@@ -71,7 +71,8 @@ public:
     MemoryUserDefaults defaults;
     Preferences preferences{defaults, folderAccess, "/home/user"};
     SimulatedStorage storage;
-    DownloadManager downloads{platform, simulatedTransfers(loop, files, storage)};
+    SimulatedTransferSession transfers{loop, storage};
+    DownloadManager downloads{platform, transfers};
     FakeWorkspace workspace;
     FileBrowserScreen screen{{state, api, downloads, preferences, workspace, collation, random}};
 };

@@ -140,7 +140,7 @@ TEST_F(Window, theTrayOffersWhatTheQueueCanDo) {
     EXPECT_EQ(enabled(), "Show Tovri. Pause All. Quit. ");
     EXPECT_EQ(trayText(world.manager()), "Tovri \xE2\x80\x93 1 download");
     world.manager().pauseAll();
-    world.loop.runUntilIdle();
+    world.loop.advance(1s);
     EXPECT_EQ(enabled(), "Show Tovri. Resume All. Quit. ");
 }
 

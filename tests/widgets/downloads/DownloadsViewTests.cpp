@@ -27,6 +27,7 @@ using namespace std::chrono_literals;
 class DownloadsViewTest : public testing::Test {
 public:
     DownloadsViewTest() {
+        world.volumes.longestDelay = {};
         world.preferences.setMaxConcurrentDownloads(1);
         view.resize(820, 500);
         view.show();
@@ -144,7 +145,7 @@ TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
     const DownloadPointer item = enqueue("film", 4);
     EXPECT_FALSE(showsPlaceholder());
     pass(1s);
-    EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · 235 bytes/s · 3s left [Pause] [Cancel]");
+    EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · 234 bytes/s · 3s left [Pause] [Cancel]");
     EXPECT_EQ(menu(item), "Pause|Cancel|-|Remove");
     press(item, "Pause");
     EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · Paused 24% [Resume] [Cancel]");

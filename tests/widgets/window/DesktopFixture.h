@@ -45,8 +45,8 @@ public:
 
     // As a process that starts.
     void start() {
-        app = std::make_unique<TovriApp>(TovriApp::Ports{
-            platform, http, simulatedTransfers(loop, files, storage), credentials, defaults, web, updater, {}});
+        app = std::make_unique<TovriApp>(
+            TovriApp::Ports{platform, http, transfers, credentials, defaults, web, updater, {}});
         app->setup();
         desktop = std::make_unique<Desktop>(Desktop::Surroundings{*app,
                                                                   platform,
@@ -146,6 +146,7 @@ public:
     MemoryCredentialStore credentials;
     ScriptedHTTPSession http{loop};
     SimulatedStorage storage;
+    SimulatedTransferSession transfers{loop, storage};
     FakeWorkspace workspace;
     BrowserAuthentication web{workspace};
     PackageManagerUpdater updater;

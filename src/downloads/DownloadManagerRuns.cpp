@@ -1,0 +1,116 @@
+// The scheduler, and the runs that it starts.
+#include "downloads/DownloadManager.h"
+#include "downloads/placing/Destination.h"
+#include "downloads/running/DownloadRun.h"
+
+namespace tovri {
+
+using Status = Download::Status;
+
+void DownloadManager::processQueue() {
+    // A start may fail at once, or an observer of it may come back here: the loop under way looks again after each.
+    if (isProcessing_) return;
+    isProcessing_ = true;
+    while (hasFreeSlot()) {
+        const auto next = list_.withStatus(Status::queued, 1);
+        if (next.empty()) break;
+        start(next.front());
+    }
+    isProcessing_ = false;
+}
+
+bool DownloadManager::hasFreeSlot() const {
+    if (around_.isQueuePaused || around_.isEnding || use_ == Use::editing || !around_.service) return false;
+    const std::int64_t limit = around_.preferences ? around_.preferences->maxConcurrentDownloads() : 3;
+    return static_cast<std::int64_t>(activeCount()) < limit;
+}
+
+void DownloadManager::start(const DownloadPointer& item) {
+    if (Result<std::filesystem::path> target = destination(*item); !target) {
+        settlement_.markFailed(item, target.error().description);
+        return;
+    }
+    if (!item->startedAt) item->startedAt = platform_.clock.now();
+    list_.take(*item, StatusStep::start);
+    // An observer may want it otherwise, or may have started it anew.
+    if (item->status == Status::downloading && !item->run && list_.contains(*item)) scope_.start(run(item));
+}
+
+Task<> DownloadManager::run(DownloadPointer item) {
+    {
+        DownloadRun run(around_, item);
+        runs_.insert(&run);
+        co_await run.tell();
+        runs_.erase(&run);
+    }
+    runEnded();
+}
+
+Task<> DownloadManager::runFromConflict(DownloadPointer item) {
+    {
+        DownloadRun run(around_, item);
+        runs_.insert(&run);
+        co_await run.tellFromConflict(*item->stagedURL);
+        runs_.erase(&run);
+    }
+    runEnded();
+}
+
+void DownloadManager::runEnded() {
+    processQueue();
+    finishSuspending();
+}
+
+// What it awaits, and what has arrived of it, is wanted no more.
+void DownloadManager::abandonRun(Download& item) {
+    if (item.run) item.run->abandon();
+    item.stagedURL.reset();
+}
+
+void DownloadManager::dropToken(Download& item) {
+    if (use_ == Use::editing || !item.resumeData) return;
+    const auto point = ResumePoint::parse(*item.resumeData);
+    item.resumeData.reset();
+    if (point) scope_.start(removePartial(around_.partialFolder / point->partial.text()));
+}
+
+Task<> DownloadManager::removePartial(std::filesystem::path partial) {
+    Result<std::string> lane = co_await lanes_.laneOf(partial.parent_path(), {});
+    if (lane) platform_.volumes.run(*lane, [&files = platform_.files, partial] { (void)files.removeItem(partial); });
+}
+
+// Nobody will ask for these again.
+Task<> DownloadManager::removePartialsBut(std::set<std::string> kept) {
+    Result<std::string> lane = co_await lanes_.laneOf(around_.partialFolder, {});
+    if (!lane) co_return;
+    platform_.volumes.run(*lane, [&files = platform_.files, folder = around_.partialFolder, kept = std::move(kept)] {
+        const auto entries = files.directoryContents(folder);
+        if (!entries) return;
+        for (const std::filesystem::path& entry : *entries) {
+            const std::string name = entry.filename().native().substr(0, UUID::textLength);  // without ".moving"
+            if (UUID::parse(name) && !kept.contains(name)) (void)files.removeItem(entry);
+        }
+    });
+}
+
+void DownloadManager::suspend(std::function<void()> done) {
+    around_.isEnding = true;
+    suspended_ = std::move(done);
+    const std::vector<DownloadRun*> runs(runs_.begin(), runs_.end());
+    for (DownloadRun* run : runs) run->suspend();
+    // A volume that hangs does not keep the program from ending.
+    constexpr std::chrono::seconds patience{2};
+    suspendLimit_ = platform_.loop.schedule(patience, [this] {
+        if (suspended_) std::exchange(suspended_, nullptr)();
+    });
+    finishSuspending();
+}
+
+void DownloadManager::finishSuspending() {
+    if (!around_.isEnding || !suspended_) return;
+    if (!std::ranges::all_of(runs_, [](const DownloadRun* run) { return run->isWaitingForUser(); })) return;
+    suspendLimit_.reset();
+    platform_.loop.post(std::exchange(suspended_, nullptr));
+}
+
+}  // namespace tovri

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <stop_token>
+#include <string>
+
+#include "base/Result.h"
+#include "base/Task.h"
+
+namespace tovri {
+
+// What the download engine asks of put.io, and all that it needs to know of it.
+class DownloadService {
+public:
+    virtual ~DownloadService() = default;
+
+    // An address from which the file's bytes come without a token.
+    virtual Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) = 0;
+
+    // A file, or a folder with all that it holds. A failure unless put.io confirms it.
+    virtual Task<Result<void>> deleteFile(std::int64_t id, std::stop_token stop) = 0;
+};
+
+}  // namespace tovri

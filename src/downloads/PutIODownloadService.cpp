@@ -1,0 +1,18 @@
+#include "downloads/PutIODownloadService.h"
+
+namespace tovri {
+
+Task<Result<std::string>> PutIODownloadService::downloadLink(std::int64_t fileID, std::stop_token stop) {
+    return api_.getDownloadURL(fileID, std::move(stop));
+}
+
+Task<Result<void>> PutIODownloadService::deleteFile(std::int64_t id, std::stop_token stop) {
+    Result<PutIOAPI::StatusResponse> answer = co_await api_.post<PutIOAPI::StatusResponse>(
+        "/files/delete", {{"file_ids", std::to_string(id)}}, std::move(stop));
+    if (!answer) co_return failure(answer);
+    if (answer->status != "OK")
+        co_return failure(Error(ErrorCase::invalidResponse, "put.io did not confirm the deletion."));
+    co_return Result<void>();
+}
+
+}  // namespace tovri

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "downloads/DownloadService.h"
+#include "service/PutIOAPI.h"
+
+namespace tovri {
+
+// The engine's wishes as requests of the service's client, which it does not own.
+class PutIODownloadService final : public DownloadService {
+public:
+    explicit PutIODownloadService(PutIOAPI& api) : api_(api) {}
+
+    Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) override;
+    Task<Result<void>> deleteFile(std::int64_t id, std::stop_token stop) override;
+
+private:
+    PutIOAPI& api_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,49 @@
+#include "downloads/running/AnswerCheck.h"
+
+namespace tovri {
+namespace {
+
+Error statusError(int status) {
+    Error error(ErrorCase::httpStatus, "HTTP error " + std::to_string(status) + " from put.io.");
+    error.httpStatus = status;
+    return error;
+}
+
+Error transportError(std::string description) {
+    return {ErrorCase::transport, std::move(description)};
+}
+
+Result<AnnouncedFile> checkWhole(const ExpectedAnswer& expected, const AnswerHead& head) {
+    if (head.status == 206) return failure(transportError("The server sent a part of the file; retry."));
+    AnnouncedFile announced{.length = head.bodyLength, .validator = head.validator};
+    if (head.bodyLength)
+        announced.limit = *head.bodyLength;
+    else if (expected.listedSize > 0)
+        announced.limit = expected.listedSize;
+    return announced;
+}
+
+Result<AnnouncedFile> checkRest(const ExpectedAnswer& expected, const AnswerHead& head) {
+    const ByteCount length = expected.length.value_or(-1);
+    const ContentRange rest{expected.offset, length - 1, length};
+    const bool isRest = head.status == 206 && head.contentRange == rest &&
+                        head.bodyLength.value_or(length - expected.offset) == length - expected.offset;
+    const bool isOther = !head.validator.empty() && !expected.validator.empty() &&
+                         head.validator != expected.validator && !expected.hasListedChecksum;
+    if (!isRest || isOther)
+        return failure(
+            transportError("The server did not go on where the transfer had stopped; the download starts over."));
+    const std::string& validator = head.validator.empty() ? expected.validator : head.validator;
+    return AnnouncedFile{.length = length, .validator = validator, .limit = length};
+}
+
+}  // namespace
+
+Result<AnnouncedFile> checkAnswer(const ExpectedAnswer& expected, const AnswerHead& head) {
+    if (head.status < 200 || head.status > 299) return failure(statusError(head.status));
+    if (!head.contentEncoding.empty())
+        return failure(transportError("The server sent the file in another form than it was asked for; retry."));
+    return expected.offset > 0 ? checkRest(expected, head) : checkWhole(expected, head);
+}
+
+}  // namespace tovri

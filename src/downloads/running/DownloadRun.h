@@ -1,0 +1,104 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+
+#include "downloads/running/AnswerCheck.h"
+#include "downloads/running/PartialFile.h"
+#include "downloads/running/ResumePoint.h"
+#include "downloads/running/RunSurroundings.h"
+#include "downloads/running/SpeedMeter.h"
+
+namespace tovri {
+
+// The way of one download from its slot to its end: tell() is the whole of it, top to bottom. Lives in the frame of the
+// task that awaits it. What the user wants meanwhile reaches it through the operations below, which only leave their
+// wish and wake it.
+class DownloadRun {
+public:
+    using Path = std::filesystem::path;
+
+    // `around` outlives the run. The item's `run` is this run as long as it is the item's current one.
+    DownloadRun(RunSurroundings& around, DownloadPointer item);
+    DownloadRun(const DownloadRun&) = delete;
+    DownloadRun& operator=(const DownloadRun&) = delete;
+    ~DownloadRun();
+
+    // From the link, or from where the item's token says, to the file under its name.
+    Task<> tell();
+
+    // For a file that waits in the staging folder since before the last start.
+    Task<> tellFromConflict(Path staged);
+
+    // Keeps what has arrived and pauses the item; only while its transfer is under way.
+    void pause();
+
+    // After pause, before the item is paused: it goes on instead as soon as there is a slot.
+    void goOnAfterPause();
+
+    // Keeps what has arrived and leaves the item as it is: the process is about to end.
+    void suspend();
+
+    // The item has another future: what has arrived goes.
+    void abandon();
+
+    [[nodiscard]] bool isWaitingForUser() const { return isWaitingForUser_; }
+
+private:
+    enum class Stage { lookUp, transfer, placement };
+    enum class Wish { goOn, pause, goOnLater, suspend, abandon };
+
+    // What failed on the way, or nothing.
+    Task<Result<void>> goTheWay();
+    Task<Result<void>> findLanes();
+    Task<Result<void>> openPartial();
+    Task<Result<std::string>> findLink();
+    Task<Result<void>> transfer(std::string link);
+    Task<Result<void>> receiveRest();
+    Task<Result<void>> place(Path received);
+    Task<Result<void>> resolveConflict(Path received);
+    Task<Result<Path>> stage(Path received);
+    Task<ConflictResolution> askUser(Path received);
+
+    Task<> conclude(Result<void> way);
+    Task<> keepArrived();
+    Task<> failTransfer(Error error);
+    void startOver(const Error& error);
+    Task<> secure(Path placed);
+    void settlePlaced(const Path& placed);
+    void removeOnVolume(Path file);
+    void discardPartial();
+
+    void wish(Wish wish);
+
+    [[nodiscard]] bool isCurrent() const { return item_->run == this; }
+
+    [[nodiscard]] bool isToGoOn() const { return isCurrent() && wish_ == Wish::goOn; }
+
+    void progressed(ByteCount written);
+    [[nodiscard]] Placement::Request placementOf(const Path& received) const;
+    [[nodiscard]] Result<void> compare(const ArrivedBytes& arrived) const;
+    [[nodiscard]] std::optional<ByteBlob> tokenFor(const ArrivedBytes& arrived) const;
+    [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
+
+    RunSurroundings& around_;
+    DownloadPointer item_;
+    Stage stage_ = Stage::lookUp;
+    Wish wish_ = Wish::goOn;
+    std::stop_source stop_;  // of what the wish ends
+    bool isWaitingForUser_ = false;
+    SpeedMeter speed_;
+
+    Path target_;
+    std::string targetLane_;
+    std::optional<ResumePoint> resumed_;  // none: from the first byte
+    std::string link_;
+    UUID partialName_;
+    std::shared_ptr<PartialFile> partial_;
+};
+
+}  // namespace tovri

@@ -1,0 +1,76 @@
+#include "downloads/running/ResumePoint.h"
+
+#include <algorithm>
+#include <charconv>
+#include <ranges>
+#include <vector>
+
+namespace tovri {
+namespace {
+
+constexpr std::string_view firstFormat = "tovri-resume-1";
+constexpr std::string_view format = "tovri-resume-2";
+
+// What stands between line breaks; none when the last line has no end.
+std::optional<std::vector<std::string_view>> splitLines(std::string_view text) {
+    if (!text.ends_with('\n')) return std::nullopt;
+    text.remove_suffix(1);
+    std::vector<std::string_view> lines;
+    for (const auto line : std::views::split(text, '\n')) lines.emplace_back(line.begin(), line.end());
+    return lines;
+}
+
+// Link and validator end up in a request, where a line break would start a header of its own.
+bool isPlainText(std::string_view text) {
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+    return std::ranges::none_of(text, isControl);
+}
+
+std::optional<ByteCount> parseCount(std::string_view digits) {
+    if (digits.empty() || digits.front() < '0' || digits.front() > '9') return std::nullopt;
+    ByteCount count = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), count);
+    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+    return count;
+}
+
+bool isUsable(const ResumePoint& point, bool mayBeWhole) {
+    if (point.offset < 1 || point.offset > point.length) return false;
+    if (!isPlainText(point.validator) || !isPlainText(point.link)) return false;
+    return point.isWhole() ? mayBeWhole : !point.validator.empty() && !point.link.empty();
+}
+
+}  // namespace
+
+ByteBlob ResumePoint::encoded() const {
+    ByteBlob text(format);
+    for (const std::string& line : {std::to_string(length), std::to_string(offset), partial.text(), validator, link,
+                                    checksum ? checksum->text() : std::string()}) {
+        text += '\n';
+        text += line;
+    }
+    return text + '\n';
+}
+
+std::optional<ResumePoint> ResumePoint::parse(std::string_view token) {
+    const auto lines = splitLines(token);
+    if (!lines || lines->size() < 6) return std::nullopt;
+    const bool isFirstFormat = lines->front() == firstFormat;
+    if (!isFirstFormat && lines->front() != format) return std::nullopt;
+    if (lines->size() != (isFirstFormat ? 6U : 7U)) return std::nullopt;
+
+    const auto length = parseCount((*lines)[1]);
+    const auto offset = parseCount((*lines)[2]);
+    const auto partial = UUID::parse((*lines)[3]);
+    if (!length || !offset || !partial) return std::nullopt;
+    ResumePoint point{.link = std::string((*lines)[5]),
+                      .validator = std::string((*lines)[4]),
+                      .length = *length,
+                      .offset = *offset,
+                      .partial = *partial,
+                      .checksum = isFirstFormat ? std::nullopt : Checksum::parse((*lines)[6])};
+    if (!isUsable(point, !isFirstFormat)) return std::nullopt;
+    return point;
+}
+
+}  // namespace tovri

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+
+#include "downloads/DownloadService.h"
+#include "downloads/list/DownloadList.h"
+#include "downloads/placing/ConflictQueue.h"
+#include "downloads/placing/Placement.h"
+#include "downloads/running/Settlement.h"
+#include "downloads/running/VolumeLanes.h"
+#include "downloads/saving/SaveSchedule.h"
+#include "platform/DiagnosticLog.h"
+#include "platform/RandomSource.h"
+#include "platform/TransferSession.h"
+#include "settings/Preferences.h"
+
+namespace tovri {
+
+// What every run works with. Owned by the download manager; outlives the runs.
+struct RunSurroundings {
+    MainLoop& loop;
+    FileManager& files;
+    VolumeQueues& volumes;
+    RandomSource& random;
+    DiagnosticLog& log;
+    TransferSession& transfers;
+
+    DownloadList& list;
+    ConflictQueue& conflicts;
+    Settlement& settlement;
+    SaveSchedule& saves;
+    Placement& placement;
+    VolumeLanes& lanes;
+
+    std::filesystem::path partialFolder;
+    std::filesystem::path stagingFolder;
+    std::function<void()> runWaits;  // a run has begun to wait for the user
+
+    DownloadService* service = nullptr;        // null before the manager is configured
+    const Preferences* preferences = nullptr;  // likewise
+    bool isQueuePaused = false;
+    bool isEnding = false;  // nothing begins any more
+};
+
+}  // namespace tovri

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include "base/Bytes.h"
+#include "platform/MainLoop.h"
+
+namespace tovri {
+
+// How fast bytes arrive, measured at most every half second.
+class SpeedMeter {
+public:
+    explicit SpeedMeter(MainLoop::TimePoint now) : lastTime_(now) {}
+
+    // `written` counts from the file's first byte. The bytes per second since the last sample; none when it is too
+    // early for another one or nothing came.
+    [[nodiscard]] std::optional<ByteCount> sample(ByteCount written, MainLoop::TimePoint now) {
+        const std::chrono::duration<double> elapsed = now - lastTime_;
+        if (elapsed < std::chrono::milliseconds(500)) return std::nullopt;
+        const auto rate = static_cast<ByteCount>(static_cast<double>(written - lastBytes_) / elapsed.count());
+        lastBytes_ = written;
+        lastTime_ = now;
+        return rate > 0 ? std::optional(rate) : std::nullopt;
+    }
+
+private:
+    ByteCount lastBytes_ = 0;
+    MainLoop::TimePoint lastTime_;
+};
+
+}  // namespace tovri

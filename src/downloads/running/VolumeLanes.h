@@ -1,0 +1,33 @@
+#pragma once
+
+#include <filesystem>
+#include <stop_token>
+#include <string>
+#include <unordered_map>
+
+#include "base/Task.h"
+#include "platform/Await.h"
+#include "platform/FileManager.h"
+#include "platform/VolumeQueues.h"
+
+namespace tovri {
+
+// Tells which lane the work on a folder belongs to: one for each volume. To find out is work that may hang with the
+// volume, so it is done once for each folder, and away from everything else.
+class VolumeLanes {
+public:
+    // The references outlive this.
+    VolumeLanes(MainLoop& loop, FileManager& files, VolumeQueues& volumes)
+        : loop_(loop), files_(files), volumes_(volumes) {}
+
+    // The folder need not exist yet. ErrorCase::cancelled after a stop request, and nothing else.
+    Task<Result<std::string>> laneOf(std::filesystem::path folder, std::stop_token stop);
+
+private:
+    MainLoop& loop_;
+    FileManager& files_;
+    VolumeQueues& volumes_;
+    std::unordered_map<std::string, std::string> lanes_;  // by folder
+};
+
+}  // namespace tovri
