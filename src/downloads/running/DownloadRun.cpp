@@ -8,20 +8,8 @@ namespace tovri {
 
 using Urgency = SaveSchedule::Urgency;
 
-namespace {
-
-Error lostToken() {
-    return {ErrorCase::transport, "The transfer cannot go on from what was saved; the download starts over."};
-}
-
-Error tooShort() {
-    return {ErrorCase::transport, "The server sent fewer bytes than it announced; retry."};
-}
-
-}  // namespace
-
 DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
-    : around_(around), item_(std::move(item)), speed_(around.loop.now()) {
+    : around_(around), item_(std::move(item)), reception_(around, item_) {
     item_->run = this;
 }
 
@@ -37,21 +25,24 @@ Task<> DownloadRun::tell() {
 }
 
 Task<Result<void>> DownloadRun::goTheWay() {
-    Result<void> known = co_await findLanes();
-    if (!known || !isToGoOn()) co_return known;
-    Result<void> opened = co_await openPartial();
-    if (!opened || !isToGoOn()) co_return opened;
-    if (!resumed_ || !resumed_->isWhole()) {
-        Result<void> received = co_await receiveRest();
-        if (!received || !isToGoOn()) co_return received;
+    Result<void> step = co_await findTarget();
+    if (!step || !isToGoOn()) co_return step;
+    if (item_->resumeData) stage_ = Stage::transfer;
+    step = co_await reception_.open();
+    if (!step || !isToGoOn()) co_return step;
+    if (!reception_.isWhole()) {
+        step = co_await receiveRest();
+        if (!step || !isToGoOn()) co_return step;
     }
-    Result<void> placed = co_await place(partial_->path());
-    co_return placed;
+    step = co_await prove();
+    if (!step || !isToGoOn()) co_return step;
+    step = co_await place(reception_.partial()->path());
+    co_return step;
 }
 
 Task<> DownloadRun::tellFromConflict(Path staged) {
     stage_ = Stage::placement;
-    Result<void> way = co_await findLanes();
+    Result<void> way = co_await findTarget();
     if (way && isCurrent()) way = co_await place(staged);
     if (!isCurrent()) {
         removeOnVolume(staged);
@@ -60,9 +51,9 @@ Task<> DownloadRun::tellFromConflict(Path staged) {
     co_await conclude(std::move(way));
 }
 
-// --- Before the transfer ---
+// --- From the destination to the bytes ---
 
-Task<Result<void>> DownloadRun::findLanes() {
+Task<Result<void>> DownloadRun::findTarget() {
     Result<Path> target = destination(*item_);
     if (!target) co_return failure(target);
     target_ = std::move(*target);
@@ -72,34 +63,17 @@ Task<Result<void>> DownloadRun::findLanes() {
     co_return Result<void>();
 }
 
-Task<Result<void>> DownloadRun::openPartial() {
-    Result<std::string> lane = co_await around_.lanes.laneOf(around_.partialFolder, {});
-    if (!lane) co_return failure(lane);
-    ArrivedBytes arrived;
-    partialName_ = around_.random.makeUUID();
-    if (item_->resumeData) {
-        stage_ = Stage::transfer;
-        resumed_ = ResumePoint::parse(*item_->resumeData);
-        item_->resumeData.reset();
-        around_.saves.request(Urgency::soon);
-        if (!resumed_) co_return failure(lostToken());
-        partialName_ = resumed_->partial;
-        arrived = {.length = resumed_->offset, .checksum = resumed_->checksum};
+Task<Result<void>> DownloadRun::receiveRest() {
+    std::optional<std::string> link = reception_.link();
+    if (!link) {
+        Result<std::string> found = co_await findLink();
+        if (!found) co_return failure(found);
+        if (!isToGoOn()) co_return Result<void>();
+        link = std::move(*found);
     }
-    const PartialFile::Place place{around_.files, around_.volumes, std::move(*lane),
-                                   around_.partialFolder / partialName_.text()};
-    partial_ = std::make_shared<PartialFile>(place, arrived);
-    if (!resumed_) co_return Result<void>();
-    link_ = resumed_->link;
-    partial_->announce({.length = resumed_->length, .validator = resumed_->validator, .limit = resumed_->length});
-    auto open = [partial = partial_]() -> Result<ByteCount> {
-        if (Result<void> opened = partial->reopen(); !opened) return failure(opened);
-        return 0;
-    };
-    Result<ByteCount> opened =
-        co_await onVolume<ByteCount>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(open));
-    if (!opened) co_return failure(opened);
-    co_return Result<void>();
+    stage_ = Stage::transfer;
+    Result<void> received = co_await reception_.receive(std::move(*link), stop_.get_token());
+    co_return received;
 }
 
 Task<Result<std::string>> DownloadRun::findLink() {
@@ -108,63 +82,23 @@ Task<Result<std::string>> DownloadRun::findLink() {
     co_return link;
 }
 
-// --- The transfer ---
-
-Task<Result<void>> DownloadRun::receiveRest() {
-    if (!resumed_) {
-        Result<std::string> link = co_await findLink();
-        if (!link) co_return failure(link);
-        link_ = std::move(*link);
-        if (!isToGoOn()) co_return Result<void>();
-    }
-    stage_ = Stage::transfer;
-    Result<void> received = co_await transfer(link_);
-    co_return received;
-}
-
-Task<Result<void>> DownloadRun::transfer(std::string link) {
-    const ByteCount offset = resumed_ ? resumed_->offset : 0;
-    const ExpectedAnswer expected{.offset = offset,
-                                  .length = partial_->announced().length,
-                                  .validator = resumed_ ? resumed_->validator : std::string(),
-                                  .listedSize = item_->fileSize,
-                                  .hasListedChecksum = item_->crc32.has_value()};
-    TransferRequest request;
-    request.url = std::move(link);
-    request.first = offset;
-    request.validator = expected.hasListedChecksum ? std::string() : expected.validator;
-    request.accept = [expected, partial = partial_](const AnswerHead& head) -> Result<void> {
-        Result<AnnouncedFile> announced = checkAnswer(expected, head);
-        if (!announced) return failure(announced);
-        partial->announce(std::move(*announced));
-        return {};
-    };
-    request.receiver = partial_;
-    request.onProgress = [this, offset](ByteCount received) { progressed(offset + received); };
-    Result<TransferEnd> end = co_await Answer<TransferEnd>(
-        around_.loop, stop_.get_token(),
-        [this, &request](auto done) { return around_.transfers.fetch(std::move(request), std::move(done)); });
-    if (!end) co_return failure(end);
-    if (std::optional<Error> refused = partial_->error()) co_return failure(std::move(*refused));
-    if (end->error) co_return failure(std::move(*end->error));
-    const AnnouncedFile announced = partial_->announced();
-    const ByteCount whole = announced.length.value_or(announced.limit);
-    if (whole >= 0 && offset + end->received != whole) co_return failure(tooShort());
+// What has arrived is compared with put.io's listing. Bytes that were gone on from and do not fit are fetched anew.
+Task<Result<void>> DownloadRun::prove() {
+    Result<ArrivedBytes> arrived = co_await reception_.finish(item_->crc32.has_value());
+    if (!arrived) co_return failure(arrived);
+    if (!isToGoOn()) co_return Result<void>();
+    if (Result<void> equal = compare(*arrived); !equal && reception_.isResumed()) co_return equal;
+    item_->bytesDownloaded = arrived->length;
+    item_->arrivedChecksum = arrived->checksum ? std::optional(arrived->checksum->text()) : std::nullopt;
     co_return Result<void>();
 }
 
-void DownloadRun::progressed(ByteCount written) {
-    if (!isCurrent()) return;
-    const ByteCount expected = partial_->announced().length.value_or(-1);
-    const double progress =
-        expected > 0 ? static_cast<double>(written) / static_cast<double>(expected) : item_->progress;
-    const ByteCount speed = speed_.sample(written, around_.loop.now()).value_or(item_->speed);
-    const bool hasChanged = item_->bytesDownloaded != written || item_->progress != progress || item_->speed != speed;
-    item_->bytesDownloaded = written;
-    item_->progress = progress;
-    item_->speed = speed;
-    if (hasChanged) around_.list.tellProgress(*item_);
-    around_.saves.request(Urgency::eventually);
+// Whether the bytes are those of put.io's listing.
+Result<void> DownloadRun::compare(const ArrivedBytes& arrived) const {
+    const auto listed = item_->crc32 ? Checksum::parse(*item_->crc32) : std::nullopt;
+    if (!listed || !arrived.checksum || *listed == *arrived.checksum) return {};
+    return failure(Error(ErrorCase::transport,
+                         "Its checksum is " + arrived.checksum->text() + ", put.io's is " + listed->text() + "."));
 }
 
 // --- The placement ---
@@ -178,19 +112,6 @@ Placement::Request DownloadRun::placementOf(const Path& received) const {
 }
 
 Task<Result<void>> DownloadRun::place(Path received) {
-    if (partial_) {
-        const bool mustBeRead = item_->crc32.has_value();
-        auto finish = [partial = partial_, mustBeRead] {
-            return mustBeRead ? partial->readAgain() : partial->finish();
-        };
-        Result<ArrivedBytes> arrived =
-            co_await onVolume<ArrivedBytes>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(finish));
-        if (!arrived) co_return failure(arrived);
-        if (!isToGoOn()) co_return Result<void>();
-        if (Result<void> equal = compare(*arrived); !equal && resumed_) co_return equal;  // starts over
-        if (isCurrent()) item_->bytesDownloaded = arrived->length;
-        item_->arrivedChecksum = arrived->checksum ? std::optional(arrived->checksum->text()) : std::nullopt;
-    }
     stage_ = Stage::placement;
     item_->speed = 0;
     Result<Path> placed = co_await around_.placement.place(placementOf(received), stop_.get_token());
@@ -207,14 +128,6 @@ Task<Result<void>> DownloadRun::place(Path received) {
     if (!placed) co_return failure(placed);
     settlePlaced(*placed);
     co_return Result<void>();
-}
-
-// Whether the bytes are those of put.io's listing.
-Result<void> DownloadRun::compare(const ArrivedBytes& arrived) const {
-    const auto listed = item_->crc32 ? Checksum::parse(*item_->crc32) : std::nullopt;
-    if (!listed || !arrived.checksum || *listed == *arrived.checksum) return {};
-    return failure(Error(ErrorCase::transport,
-                         "Its checksum is " + arrived.checksum->text() + ", put.io's is " + listed->text() + "."));
 }
 
 // What put.io is going to delete is durable before the queue says that it has arrived.
@@ -288,7 +201,8 @@ Task<Result<std::filesystem::path>> DownloadRun::stage(Path received) {
         if (Result<void> durable = files.makeDurable(staged); !durable) return failure(durable);
         return staged;
     };
-    Result<Path> moved = co_await onVolume<Path>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(move));
+    Result<Path> moved =
+        co_await onVolume<Path>(around_.loop, around_.volumes, reception_.partial()->lane(), {}, std::move(move));
     co_return moved;
 }
 
@@ -316,7 +230,7 @@ Task<ConflictResolution> DownloadRun::askUser(Path received) {
 
 Task<> DownloadRun::conclude(Result<void> way) {
     if (!isCurrent()) {
-        discardPartial();
+        reception_.discard();
     } else if (wish_ != Wish::goOn && stage_ != Stage::placement) {
         co_await keepArrived();
     } else if (way) {
@@ -329,66 +243,39 @@ Task<> DownloadRun::conclude(Result<void> way) {
     } else {
         item_->stagedURL.reset();
         around_.settlement.markFailed(item_, way.error().description);
-        discardPartial();
+        reception_.discard();
     }
 }
 
 // What has arrived reaches the disk before its token counts, unless that takes too long: then the token comes first.
 Task<> DownloadRun::keepArrived() {
-    constexpr std::chrono::seconds patience{1};
-    std::optional<ByteBlob> token;
-    if (partial_) {
-        partial_->close();
-        std::stop_source tooLong;
-        const Subscription timer = around_.loop.schedule(patience, [tooLong]() mutable { tooLong.request_stop(); });
-        auto keep = [partial = partial_] { return partial->synchronize(); };
-        Result<ArrivedBytes> arrived = co_await onVolume<ArrivedBytes>(around_.loop, around_.volumes, partial_->lane(),
-                                                                       tooLong.get_token(), std::move(keep));
-        token = tokenFor(arrived ? *arrived : partial_->written());
-        if (!token || !isCurrent()) discardPartial();
-    }
+    const bool hasBegun = reception_.partial() != nullptr;
+    std::optional<ByteBlob> token = co_await reception_.keep(std::chrono::seconds(1));
+    if (!token || !isCurrent()) reception_.discard();
     if (!isCurrent()) co_return;
-    if (partial_) item_->resumeData = std::move(token);
+    if (hasBegun) item_->resumeData = std::move(token);
     item_->speed = 0;
     if (wish_ == Wish::pause) around_.list.take(*item_, StatusStep::pause);
     if (wish_ == Wish::goOnLater) around_.list.take(*item_, StatusStep::yieldSlot);
     around_.saves.request(Urgency::soon);
 }
 
-// How to go on from what has arrived; none when the server offers no way, has refused one, or nothing has arrived.
-std::optional<ByteBlob> DownloadRun::tokenFor(const ArrivedBytes& arrived) const {
-    const AnnouncedFile announced = partial_->announced();
-    if (announced.validator.empty() || !announced.length) return std::nullopt;
-    if (arrived.length < 1 || arrived.length > *announced.length) return std::nullopt;
-    return ResumePoint{.link = link_,
-                       .validator = announced.validator,
-                       .length = *announced.length,
-                       .offset = arrived.length,
-                       .partial = partialName_,
-                       .checksum = arrived.checksum}
-        .encoded();
-}
-
 Task<> DownloadRun::failTransfer(Error error) {
-    if (resumed_ || !partial_) {
+    if (reception_.isResumed() || !reception_.partial()) {
         startOver(error);
         co_return;
     }
-    partial_->close();
-    auto keep = [partial = partial_] { return partial->synchronize(); };
-    Result<ArrivedBytes> arrived =
-        co_await onVolume<ArrivedBytes>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(keep));
-    const std::optional<ByteBlob> token = arrived ? tokenFor(*arrived) : std::nullopt;
-    if (!token || !isCurrent()) discardPartial();
+    std::optional<ByteBlob> token = co_await reception_.keep(std::nullopt);
+    if (!token || !isCurrent()) reception_.discard();
     if (!isCurrent()) co_return;
-    item_->resumeData = token;
+    item_->resumeData = std::move(token);
     around_.settlement.markFailed(item_, error.description);
     around_.saves.request(Urgency::soon);
 }
 
 void DownloadRun::startOver(const Error& error) {
     around_.log.line("[DownloadManager] Resume failed for " + item_->fileName + ", restarting: " + error.description);
-    discardPartial();
+    reception_.discard();
     item_->resumeData.reset();
     item_->progress = 0;
     item_->bytesDownloaded = 0;
@@ -400,12 +287,6 @@ void DownloadRun::startOver(const Error& error) {
 void DownloadRun::removeOnVolume(Path file) {
     around_.volumes.run(targetLane_,
                         [&files = around_.files, file = std::move(file)] { (void)files.removeItem(file); });
-}
-
-void DownloadRun::discardPartial() {
-    if (!partial_) return;
-    partial_->close();
-    around_.volumes.run(partial_->lane(), [partial = partial_] { partial->remove(); });
 }
 
 // --- What is wanted meanwhile ---

@@ -7,11 +7,8 @@
 #include <stop_token>
 #include <string>
 
-#include "downloads/running/AnswerCheck.h"
-#include "downloads/running/PartialFile.h"
-#include "downloads/running/ResumePoint.h"
+#include "downloads/running/Reception.h"
 #include "downloads/running/RunSurroundings.h"
-#include "downloads/running/SpeedMeter.h"
 
 namespace tovri {
 
@@ -54,11 +51,10 @@ private:
 
     // What failed on the way, or nothing.
     Task<Result<void>> goTheWay();
-    Task<Result<void>> findLanes();
-    Task<Result<void>> openPartial();
+    Task<Result<void>> findTarget();
     Task<Result<std::string>> findLink();
-    Task<Result<void>> transfer(std::string link);
     Task<Result<void>> receiveRest();
+    Task<Result<void>> prove();
     Task<Result<void>> place(Path received);
     Task<Result<void>> resolveConflict(Path received);
     Task<Result<Path>> stage(Path received);
@@ -71,7 +67,6 @@ private:
     Task<> secure(Path placed);
     void settlePlaced(const Path& placed);
     void removeOnVolume(Path file);
-    void discardPartial();
 
     void wish(Wish wish);
 
@@ -79,10 +74,8 @@ private:
 
     [[nodiscard]] bool isToGoOn() const { return isCurrent() && wish_ == Wish::goOn; }
 
-    void progressed(ByteCount written);
     [[nodiscard]] Placement::Request placementOf(const Path& received) const;
     [[nodiscard]] Result<void> compare(const ArrivedBytes& arrived) const;
-    [[nodiscard]] std::optional<ByteBlob> tokenFor(const ArrivedBytes& arrived) const;
     [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
 
     RunSurroundings& around_;
@@ -91,14 +84,9 @@ private:
     Wish wish_ = Wish::goOn;
     std::stop_source stop_;  // of what the wish ends
     bool isWaitingForUser_ = false;
-    SpeedMeter speed_;
-
+    Reception reception_;
     Path target_;
     std::string targetLane_;
-    std::optional<ResumePoint> resumed_;  // none: from the first byte
-    std::string link_;
-    UUID partialName_;
-    std::shared_ptr<PartialFile> partial_;
 };
 
 }  // namespace tovri

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <stop_token>
+#include <string>
+
+#include "downloads/running/AnswerCheck.h"
+#include "downloads/running/PartialFile.h"
+#include "downloads/running/ResumePoint.h"
+#include "downloads/running/RunSurroundings.h"
+#include "downloads/running/SpeedMeter.h"
+
+namespace tovri {
+
+// How the bytes of one download come: from the first one, or from where the item's token says, into a partial file. Its
+// run asks for one thing after the other. Whatever the run wants meanwhile ends what it awaits by the stop token.
+class Reception {
+public:
+    // `around` outlives this.
+    Reception(RunSurroundings& around, DownloadPointer item);
+
+    // Takes the item's token, if it has one, and finds what it stands for. Without one nothing is made yet.
+    Task<Result<void>> open();
+
+    // Whether it goes on from a token: from then on, no longer from the first byte.
+    [[nodiscard]] bool isResumed() const { return resumed_.has_value(); }
+
+    // Whether the token stands for all bytes.
+    [[nodiscard]] bool isWhole() const { return resumed_ && resumed_->isWhole(); }
+
+    // The link that the token goes on with.
+    [[nodiscard]] std::optional<std::string> link() const;
+
+    // One attempt at the rest. Keeps the item's progress and speed.
+    Task<Result<void>> receive(std::string link, std::stop_token stop);
+
+    // Returns when all bytes are written, with their checksum if `mustKnowChecksum`, even where it has to be read.
+    Task<Result<ArrivedBytes>> finish(bool mustKnowChecksum);
+
+    // Ends the reception and makes durable what has arrived: the token to go on with, or none where there is no way;
+    // then nothing has to be kept. With a limit, the token counts what is written when the volume takes longer.
+    Task<std::optional<ByteBlob>> keep(std::optional<std::chrono::milliseconds> limit);
+
+    // Ends the reception and removes what has arrived.
+    void discard();
+
+    // None before open() was successful.
+    [[nodiscard]] const PartialFile* partial() const { return partial_.get(); }
+
+private:
+    Task<Result<void>> reopen();
+    [[nodiscard]] ExpectedAnswer expectedAnswer() const;
+    void progressed(ByteCount written);
+    [[nodiscard]] std::optional<ByteBlob> tokenFor(const ArrivedBytes& arrived) const;
+
+    RunSurroundings& around_;
+    DownloadPointer item_;
+    SpeedMeter speed_;
+    std::optional<ResumePoint> resumed_;
+    std::string link_;
+    UUID name_;  // of the partial file
+    std::shared_ptr<PartialFile> partial_;
+};
+
+}  // namespace tovri
