@@ -137,7 +137,8 @@ void SimulatedTransferSession::arrive(std::int64_t id, ByteCount count) {
     attempt.at += count;
     attempt.end.received += count;
     storage_.bytesSent += count;
-    if (attempt.request.onProgress) attempt.request.onProgress(attempt.end.received);
+    const auto report = attempt.request.onProgress;  // may end its own attempt
+    if (report) report(attempt.end.received);
     if (attempts_.contains(id)) step(id);
 }
 
