@@ -147,7 +147,7 @@ void fillScreen(QWidget& screen, RowModel& model, int selected) {
                    {"clock", "6 min left"}});
     list->setAlternatingRowColors(true);
     list->setModel(&model);
-    model.setParent(list);
+    model.setParent(&screen);
     list->setFocus(Qt::TabFocusReason);
     list->setCurrentIndex(model.index(selected));
 }
