@@ -5,7 +5,6 @@
 #include <QLineEdit>
 #include <QPainter>
 #include <QSpinBox>
-#include <QTest>
 #include <QVBoxLayout>
 #include <algorithm>
 #include <cmath>
@@ -13,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/widgets/ListedRows.h"
+#include "tests/widgets/Seen.h"
 #include "widgets/parts/BannerView.h"
 #include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/Form.h"
@@ -43,7 +43,7 @@ protected:
 
     void take(QWidget& widget, const QString& name) const {
         widget.show();
-        QTest::qWait(20);
+        test::settle();
         for (const double scale : {1.0, 2.0}) {
             QPixmap picture(widget.size() * scale);
             picture.setDevicePixelRatio(scale);

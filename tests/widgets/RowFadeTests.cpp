@@ -1,3 +1,4 @@
+#include <QAbstractEventDispatcher>
 #include <QPainter>
 #include <QProxyStyle>
 #include <QScrollBar>
@@ -18,6 +19,11 @@ struct RowFadeTest : RowListFixture {};
 QImage without(const QRect& place, QImage image) {
     QPainter(&image).fillRect(place, Qt::black);
     return image;
+}
+
+// Whether it will do something by itself.
+bool hasTimers(RowListView& list) {
+    return !QAbstractEventDispatcher::instance()->registeredTimers(&list).isEmpty();
 }
 
 TEST_F(RowFadeTest, fadesARowThatLeavesItsSection) {
@@ -42,12 +48,7 @@ TEST_F(RowFadeTest, fadesARowThatLeavesItsSection) {
     move(2, 7);
     EXPECT_NE(picture(), pictureAtRest());
     EXPECT_TRUE(comesToRest());
-    const auto drawsNothing = [this] {
-        source.contentsRead = 0;
-        QTest::qWait(50);
-        return source.contentsRead == 0;
-    };
-    EXPECT_TRUE(QTest::qWaitFor(drawsNothing, 5000));
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !hasTimers(view); }, longestWait)) << "it is drawn for ever";
 }
 
 TEST_F(RowFadeTest, fadesNothingThatStaysOrComesBack) {
@@ -107,15 +108,15 @@ TEST_F(RowFadeTest, mayGoWhileARowFades) {
     };
     fade();
     other->setModel(nullptr);
-    QTest::qWait(50);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !hasTimers(*other); }, longestWait));
     fade();
     others.reset();
-    QTest::qWait(50);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !hasTimers(*other); }, longestWait));
     EXPECT_EQ(other->rows(), nullptr);
     others = std::make_unique<RowModel>(source);
     fade();
     other.reset();
-    QTest::qWait(50);
+    test::settle();
 }
 
 }  // namespace

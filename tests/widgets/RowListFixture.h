@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/widgets/ListedRows.h"
+#include "tests/widgets/Seen.h"
 #include "widgets/rows/RowListView.h"
 
 namespace tovri {
@@ -21,6 +22,8 @@ inline ListedRows::Row busyRow(std::uint64_t number) {
 
 // A list in sight, with the keyboard: three rows in progress under one header, and 57 plain ones under another.
 struct RowListFixture : testing::Test {
+    static constexpr int longestWait = 60'000;  // milliseconds
+
     RowListFixture() {
         source.rows.push_back(headerRow(1000, QStringLiteral("Active")));
         for (std::uint64_t i = 1; i <= 3; ++i) source.rows.push_back(busyRow(i));
@@ -33,7 +36,7 @@ struct RowListFixture : testing::Test {
         view.show();
         view.activateWindow();
         view.setFocus(Qt::TabFocusReason);
-        QTest::qWait(1);
+        test::settle();
     }
 
     ~RowListFixture() override { view.setModel(nullptr); }
@@ -72,7 +75,7 @@ struct RowListFixture : testing::Test {
     }
 
     [[nodiscard]] bool comesToRest() {
-        return QTest::qWaitFor([this] { return picture() == pictureAtRest(); }, 5000);
+        return QTest::qWaitFor([this] { return picture() == pictureAtRest(); }, longestWait);
     }
 
     ListedRows source;

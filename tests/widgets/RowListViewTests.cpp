@@ -38,17 +38,17 @@ TEST_F(RowListViewTest, theMenuKeyIsForWhatIsSelectedAlsoWithoutACurrentRow) {
 
 TEST_F(RowListViewTest, staysWhereItIsWhenRowsAboveComeAndGo) {
     view.verticalScrollBar()->setValue(900);
-    QTest::qWait(1);
+    test::settle();
     const QPersistentModelIndex seen = view.indexAt({100, 200});
     const int before = view.visualRect(seen).top();
     source.rows.insert(source.rows.begin() + 5, 4, plainRow(200));
     for (std::size_t i = 0; i < 4; ++i) source.rows[5 + i].number = 200 + i;
     model.follow({Kind::inserted, 5, 4});
-    QTest::qWait(1);
+    test::settle();
     EXPECT_EQ(view.visualRect(seen).top(), before);
     source.rows.erase(source.rows.begin() + 1);
     model.follow({Kind::removed, 1, 1});
-    QTest::qWait(1);
+    test::settle();
     EXPECT_EQ(view.visualRect(seen).top(), before);
 }
 
@@ -67,7 +67,7 @@ TEST_F(RowListViewTest, hasRoomForLargeFonts) {
 
 TEST_F(RowListViewTest, isNotTakenAlongByOneRowThatMoves) {
     view.verticalScrollBar()->setValue(measures::headerHeight + measures::progressRowHeight);
-    QTest::qWait(1);
+    test::settle();
     const QPersistentModelIndex first = view.indexAt({100, 40});
     const QPersistentModelIndex other = view.indexAt({100, 300});
     const int before = view.visualRect(other).top();
@@ -76,7 +76,7 @@ TEST_F(RowListViewTest, isNotTakenAlongByOneRowThatMoves) {
     source.rows.erase(source.rows.begin() + first.row());
     source.rows.push_back(row);
     model.follow({.kind = Kind::moved, .first = from, .count = 1, .to = source.rows.size() - 1});
-    QTest::qWait(1);
+    test::settle();
     EXPECT_EQ(view.visualRect(other).top(), before);
 }
 
@@ -154,7 +154,7 @@ TEST_F(RowListViewTest, aButtonThatIsHeldStaysPressedWhileOtherRowsChange) {
     const QPoint cancel = view.buttonRect(2, 1).center();
     const auto press = [&] { QTest::mousePress(view.viewport(), Qt::LeftButton, {}, cancel); };
     const auto release = [&] {
-        QTest::qWait(1);
+        test::settle();
         QTest::mouseRelease(view.viewport(), Qt::LeftButton, {}, cancel);
     };
     press();
@@ -168,7 +168,7 @@ TEST_F(RowListViewTest, aButtonThatIsHeldStaysPressedWhileOtherRowsChange) {
     release();
     EXPECT_EQ(pressed.count(), 1);
     insert(1, first);
-    QTest::qWait(1);
+    test::settle();
 
     press();  // the same row, which has another button there by then
     source.rows[2].content.buttons[1].action = 3;
@@ -184,14 +184,14 @@ TEST_F(RowListViewTest, readsOnlyWhatIsInSightAndDrawsOnlyWhatChanged) {
     source.contentsRead = 0;
     static_cast<void>(view.grab());
     EXPECT_LT(source.contentsRead, 40);
-    QTest::qWait(1);
+    test::settle();
     source.contentsRead = 0;
     model.follow({Kind::changed, 3, 1});
-    QTest::qWait(1);
+    test::settle();
     EXPECT_LE(source.contentsRead, 3);
     source.contentsRead = 0;
     model.follow({Kind::changed, 50'000, 1});
-    QTest::qWait(1);
+    test::settle();
     EXPECT_EQ(source.contentsRead, 0);
     view.scrollTo(model.index(99'999));
     EXPECT_LE(view.visualRect(model.index(99'999)).bottom(), view.viewport()->height());

@@ -40,7 +40,8 @@ void pressKeyInRow(const QWidget& view, int row, Qt::Key key);
 bool chooseInMenu(QWidget& view, int row, const QString& title);
 [[nodiscard]] QStringList seenMenu(QWidget& view, int row);
 
-// Lets what was deleted later go.
+// Handles what is pending and what comes of it, timers that are due included: then a view is laid out and drawn, and
+// what was to be deleted later is gone, however slow the machine is.
 void settle();
 
 // Writes pictures of the view, shown by then, in light and dark, mirrored, small and at double density, into the folder

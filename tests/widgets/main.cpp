@@ -10,5 +10,6 @@ int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
     QApplication application(argc, argv);
     const tovri::Theme theme(application);
+    QApplication::setKeyboardInputInterval(60'000);  // between the letters of one name, however slow the machine
     return RUN_ALL_TESTS();
 }

@@ -33,7 +33,7 @@ public:
         view.show();
         view.activateWindow();
         list().setFocus(Qt::TabFocusReason);
-        QTest::qWait(1);
+        settle();
     }
 
     // A file of 1,000 bytes that takes so many seconds.
@@ -54,7 +54,7 @@ public:
 
     void pass(MainLoop::Duration time) {
         world.loop.advance(time);
-        QTest::qWait(1);
+        settle();
     }
 
     // Ends as soon as the item has the status, which may be for a moment only.
@@ -260,7 +260,7 @@ TEST_F(DownloadsViewTest, severalRowsAreActedOnTogether) {
     EXPECT_TRUE(world.storage.running == 0 && world.storage.started.size() == 1) << "none took another's slot";
     EXPECT_EQ(menuOfSelection(), "Retry|-|Remove");
     view.activateWindow();
-    QTest::qWait(1);
+    settle();
     list().selectionModel()->setCurrentIndex(list().rows()->index(rowOf(lowest)), QItemSelectionModel::ClearAndSelect);
     QTest::keyClick(&list(), Qt::Key_Delete);
     pass(0s);
@@ -275,7 +275,7 @@ TEST_F(DownloadsViewTest, whatIsSeenAndSelectedStaysWhileTheQueueGoesOn) {
     QTest::keyClicks(&list(), QStringLiteral("file 20"));
     const QPersistentModelIndex selected = list().currentIndex();
     list().scrollTo(selected, QAbstractItemView::PositionAtCenter);
-    QTest::qWait(1);
+    settle();
     const int top = list().visualRect(selected).top();
     ASSERT_GT(list().verticalScrollBar()->value(), 0);
     pass(5s);  // five more are done and stand far below now

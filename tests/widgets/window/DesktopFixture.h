@@ -23,6 +23,7 @@
 #include "support/SimulatedTransferSession.h"
 #include "support/VirtualLoop.h"
 #include "support/VirtualVolumeQueues.h"
+#include "tests/widgets/Seen.h"
 #include "widgets/window/Desktop.h"
 
 namespace tovri::test {
@@ -72,9 +73,7 @@ public:
     // Runs what is due, and what Qt has to do after it.
     void settle(MainLoop::Duration time = std::chrono::milliseconds(200)) {
         loop.advance(time);
-        QCoreApplication::sendPostedEvents();
-        QCoreApplication::processEvents();
-        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        test::settle();
     }
 
     // --- what a user sees ---

@@ -24,7 +24,6 @@ protected:
 
     void take(QWidget& widget, const QString& name) {
         settle();
-        QTest::qWait(20);
         EXPECT_TRUE(widget.grab().save(QString("%1/%2-%3.png").arg(folder_, name, GetParam() ? "dark" : "light")));
     }
 
