@@ -222,6 +222,12 @@ TEST_F(RowListViewTest, isReadByAScreenReader) {
     QSignalSpy pressed(&view, &RowListView::buttonPressed);
     button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
     EXPECT_EQ(pressed.count(), 1);
+    EXPECT_TRUE(row->state().focused);
+    EXPECT_EQ(list->focusChild(), row);
+    QTest::keyClick(&view, Qt::Key_Tab);
+    QTest::keyClick(&view, Qt::Key_Tab);
+    EXPECT_TRUE(button->state().focused && !row->state().focused);
+    EXPECT_EQ(list->focusChild(), button);
     source.rows.erase(source.rows.begin() + 2);
     model.follow({Kind::removed, 2, 1});
     EXPECT_FALSE(row->isValid());

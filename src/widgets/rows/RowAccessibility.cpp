@@ -104,7 +104,10 @@ public:
         const RowContent row = content();
         state.invalid = !isThere(row);
         state.disabled = isThere(row) && !button(row).isEnabled;
-        state.offscreen = isValid() && !isInSight(view_->buttonRect(index_.row(), button_));
+        if (!isValid()) return state;
+        state.offscreen = !isInSight(view_->buttonRect(index_.row(), button_));
+        state.focusable = view_->currentIndex() == index_;  // the Tab key reaches it in the current row
+        state.focused = view_->hasFocus() && view_->focusedButtonOf(index_.row()) == button_;
         return state;
     }
 
@@ -169,7 +172,8 @@ public:
         state.selectable = state.focusable = true;
         state.extSelectable = true;
         state.selected = view_->selectionModel()->isSelected(index_);
-        state.focused = view_->hasFocus() && view_->currentIndex() == index_;
+        state.focused = view_->hasFocus() && view_->currentIndex() == index_ &&
+                        view_->focusedButtonOf(index_.row()) == RowLook::noButton;
         return state;
     }
 
@@ -223,7 +227,10 @@ public:
     }
 
     [[nodiscard]] QAccessibleInterface* focusChild() const override {
-        return view_.hasFocus() && view_.currentIndex().isValid() ? child(view_.currentIndex().row()) : nullptr;
+        const int row = view_.hasFocus() && view_.currentIndex().isValid() ? view_.currentIndex().row() : -1;
+        QAccessibleInterface* current = child(row);
+        const int button = view_.focusedButtonOf(row);
+        return current == nullptr || button == RowLook::noButton ? current : current->child(button);
     }
 
 private:

@@ -40,6 +40,9 @@ public:
     [[nodiscard]] QRect buttonRect(int row, int button) const;
     void pressButton(int row, int button);
 
+    // The one that keys go to; RowLook::noButton where that is the row itself, or another row.
+    [[nodiscard]] int focusedButtonOf(int row) const;
+
 signals:
     void opened(const QModelIndex& index);
     void buttonPressed(const QModelIndex& index, int action);
@@ -111,7 +114,6 @@ private:
     [[nodiscard]] Spot spotAt(const QPoint& point) const;
     [[nodiscard]] RowLook lookOf(int row) const;
     [[nodiscard]] int nextSelectable(int row, int step) const;
-    [[nodiscard]] int focusedButtonOf(int row) const;
     void focusButton(int button);
     void hover(const Spot& spot);
     [[nodiscard]] Press pressAt(const Spot& spot) const;
