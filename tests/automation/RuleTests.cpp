@@ -10,6 +10,7 @@
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixMainLoop.h"
 #include "platform/posix/PosixVolumeQueues.h"
+#include "support/TemporaryFolder.h"
 #include "support/WholeText.h"
 
 namespace tovri::test {
@@ -229,8 +230,8 @@ TEST(Rules, areWrittenInTheirOrder) {
     PosixMainLoop loop;
     PosixFileManager files;
     Platform platform = fakes.world.platform();
-    platform.folders.applicationData = std::filesystem::path(testing::TempDir()) / "tovri-rules-test";
-    std::filesystem::remove_all(platform.folders.applicationData);
+    const TemporaryFolder folder;
+    platform.folders.applicationData = folder.path;
     PosixBackgroundQueue background(loop);
     PosixVolumeQueues volumes;
     const Platform real{loop,       platform.clock, platform.random, files,           platform.folderAccess,
@@ -245,7 +246,6 @@ TEST(Rules, areWrittenInTheirOrder) {
         store.finish().value();
         EXPECT_EQ(SyncRuleStore(real).load().at(0).knownFileIDs.size(), 50U);
     }
-    std::filesystem::remove_all(platform.folders.applicationData);
 }
 
 }  // namespace
