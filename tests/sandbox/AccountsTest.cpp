@@ -14,6 +14,7 @@
 #include "sandbox/account/GeneratedAccount.h"
 #include "sandbox/account/LivingFolders.h"
 #include "sandbox/account/TreeWriter.h"
+#include "support/TemporaryFolder.h"
 
 namespace tovri::sandbox {
 namespace {
@@ -64,8 +65,8 @@ TEST(GeneratedAccount, hasTheFilesAndSizesThatWereAskedFor) {
 TEST(TreeWriter, writesEveryGeneratedFileByteForByte) {
     Account account;
     generateAccount(account, {.seed = 5, .files = 150, .maxSize = 100'000, .hasAwkwardNames = true});
-    const fs::path folder = fs::path(testing::TempDir()) / "written-tree";
-    fs::remove_all(folder);
+    const test::TemporaryFolder temporary;
+    const fs::path& folder = temporary.path;
     const WrittenTree written = writeTree(account, folder);
     EXPECT_EQ(written.files, 150U);
     EXPECT_TRUE(written.skipped.empty());
@@ -76,7 +77,6 @@ TEST(TreeWriter, writesEveryGeneratedFileByteForByte) {
         const std::string bytes((std::istreambuf_iterator<char>(stream)), {});
         EXPECT_EQ(Content::stored(std::make_shared<const std::string>(bytes)).crc32(), file.content().crc32()) << path;
     }
-    fs::remove_all(folder);
 }
 
 TEST(TreeWriter, neverLeavesItsFolder) {
@@ -88,13 +88,13 @@ TEST(TreeWriter, neverLeavesItsFolder) {
     account.addFile(account.addFolder(rootID, ".."), {.name = "out", .size = 1});
     account.addFile(rootID, {.name = "good", .size = 1});
     account.addFile(rootID, {.name = "good", .size = 2});
-    const fs::path folder = fs::path(testing::TempDir()) / "hostile-tree";
-    fs::remove_all(folder);
+    const test::TemporaryFolder temporary;
+    const fs::path folder = temporary.path / "tree";
     const WrittenTree written = writeTree(account, folder);
     EXPECT_EQ(written.skipped.size(), 8U);
     EXPECT_EQ(written.files, 1U);
     EXPECT_EQ(fs::file_size(folder / "good"), 1U);
-    fs::remove_all(folder);
+    EXPECT_EQ(std::distance(fs::directory_iterator(temporary.path), {}), 1);
 }
 
 TEST(DemoAccount, isASmallLibraryWithTransfersInEveryState) {

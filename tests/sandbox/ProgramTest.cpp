@@ -1,11 +1,9 @@
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -15,12 +13,18 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "SandboxTest.h"
+#include "support/TemporaryFolder.h"
+
 namespace tovri::sandbox {
 namespace {
 
 namespace fs = std::filesystem;
 
-// One run of the built putio-sandbox, with its standard output in a file. Ended with the object.
+// Seconds. No run of the program takes so long.
+constexpr unsigned longestRun = 120;
+
+// One run of the built putio-sandbox, with its standard output in a file. Ended with the object, or by an alarm.
 class Program {
 public:
     Program(std::vector<std::string> arguments, const fs::path& output) {
@@ -33,6 +37,7 @@ public:
             const int file = ::open(output.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
             ::dup2(file, STDOUT_FILENO);
             ::dup2(file, STDERR_FILENO);
+            ::alarm(longestRun);
             ::execv(raw[0], raw.data());
             ::_exit(127);
         }
@@ -66,17 +71,11 @@ std::string contentOf(const fs::path& path) {
 
 class ProgramTest : public testing::Test {
 protected:
-    void SetUp() override { fs::create_directories(folder_); }
-
-    void TearDown() override { fs::remove_all(folder_); }
-
     int statusOf(const std::vector<std::string>& arguments) { return Program(arguments, output_).exitStatus(); }
 
     // The lines NAME=VALUE of the environment file, once it is there.
     std::map<std::string, std::string> waitForEnvironment(const fs::path& file) {
-        for (int look = 0; look < 1000 && !fs::exists(file); ++look) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
+        EXPECT_TRUE(comesTrue([&] { return fs::exists(file); }));
         std::map<std::string, std::string> values;
         std::ifstream lines(file);
         for (std::string line; std::getline(lines, line);) {
@@ -85,7 +84,8 @@ protected:
         return values;
     }
 
-    fs::path folder_ = fs::path(testing::TempDir()) / ("putio-sandbox-" + std::to_string(getpid()));
+    test::TemporaryFolder temporary_;
+    fs::path folder_ = temporary_.path;
     fs::path output_ = folder_ / "output";
 };
 
