@@ -1,5 +1,6 @@
 """What the tests of the built programs stand on: a sandbox, a home of its own, and terminals."""
 
+import codecs
 import fcntl
 import hashlib
 import json
@@ -21,29 +22,47 @@ import urllib.request
 CLI = os.environ["TOVRI_CLI"]
 SANDBOX = os.environ["PUTIO_SANDBOX"]
 
+# Seconds. Nothing takes so long, also on a machine that is busy with other things.
+LIMIT = 120
+# Whoever is to end soon ends within this: it is shorter than any time-out of the program.
+SOON = 20
+
+
+def wait_until(condition, what, seconds=LIMIT):
+    """Returns what the condition says as soon as that is true."""
+    deadline = time.monotonic() + seconds
+    while not (found := condition()):
+        if time.monotonic() > deadline:
+            raise AssertionError(f"waited in vain for {what() if callable(what) else what}")
+        time.sleep(0.02)
+    return found
+
 
 class Sandbox:
     """A putio-sandbox that runs until `stop`."""
 
     def __init__(self, *arguments):
-        self.process = subprocess.Popen([SANDBOX, "--exit-with-parent", *arguments], stdout=subprocess.PIPE, text=True)
-        self.environment = {}
-        for line in self.process.stdout:
-            if line == "ready\n":
-                break
-            name, _, value = line.strip().partition("=")
-            self.environment[name] = value
+        self.process = subprocess.Popen([SANDBOX, "--exit-with-parent", *arguments], stdout=subprocess.PIPE)
+        text = ""
+        while not text.endswith("ready\n"):
+            if not select.select([self.process.stdout], [], [], LIMIT)[0]:
+                raise AssertionError(f"the sandbox does not come up: {text!r}")
+            text += os.read(self.process.stdout.fileno(), 4096).decode()
+        self.environment = dict(line.split("=", 1) for line in text.splitlines() if "=" in line)
         self.url = self.environment["TOVRI_API_URL"]
 
     def stop(self):
         self.process.terminate()
-        self.process.wait()
-        self.process.stdout.close()
+        try:
+            self.process.wait(LIMIT)
+        finally:
+            self.process.kill()
+            self.process.stdout.close()
 
     def call(self, method, path, body=None):
         request = urllib.request.Request(f"{self.url}/sandbox/{path}", None if body is None else body.encode(), method=method)
         trusting = ssl._create_unverified_context()
-        with urllib.request.urlopen(request, context=trusting) as answer:
+        with urllib.request.urlopen(request, timeout=LIMIT, context=trusting) as answer:
             return json.load(answer)
 
     def requests(self, role=None, path=None):
@@ -92,10 +111,17 @@ class ProgramTest(unittest.TestCase):
     def end(process):
         if process.poll() is None:
             process.kill()
-        process.wait()
+        process.wait(LIMIT)
         for stream in (process.stdout, process.stderr):
             if stream:
                 stream.close()
+
+    def kill(self, requests, *arguments):
+        """Starts the program, and kills it when it has made so many requests, unless it ends before."""
+        enough = self.sandbox.stats()["requests"] + requests
+        process = self.start(*arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        wait_until(lambda: process.poll() is not None or self.sandbox.stats()["requests"] >= enough, "the requests")
+        self.end(process)
 
     def full_pipe(self):
         """A pipe that takes nothing more, with how many bytes its reader finds in front."""
@@ -111,7 +137,7 @@ class ProgramTest(unittest.TestCase):
     def run_cli(self, *arguments, status=0, given=None):
         """Runs the program to its end and returns its two outputs."""
         done = subprocess.run([CLI, *arguments], env=self.environment, cwd=self.home, text=True, capture_output=True,
-                              input=given, stdin=None if given is not None else subprocess.DEVNULL, timeout=60)
+                              input=given, stdin=None if given is not None else subprocess.DEVNULL, timeout=LIMIT)
         self.assertEqual(done.returncode, status, f"{arguments}\n{done.stdout}\n{done.stderr}")
         return done.stdout, done.stderr
 
@@ -121,24 +147,25 @@ class ProgramTest(unittest.TestCase):
     def queue(self):
         return json.loads(self.run_cli("queue", "--json")[0])["downloads"]
 
-    def wait_until(self, condition, what, seconds=20):
-        deadline = time.monotonic() + seconds
-        while not condition():
-            self.assertLess(time.monotonic(), deadline, f"waited in vain for {what}")
-            time.sleep(0.02)
+    def interrupt(self, process, number=signal.SIGINT):
+        """Has it end soon, and returns its outputs."""
+        process.send_signal(number)
+        output, messages = process.communicate(timeout=SOON)
+        self.assertEqual(process.returncode, 130, messages)
+        return output, messages
 
     def partial_bytes(self):
         return sum(f.stat().st_size for f in list(self.data.glob("Partial/*")) if f.exists())
 
     def wait_for_partial_bytes(self, least):
-        self.wait_until(lambda: self.partial_bytes() >= least, "the first bytes")
+        wait_until(lambda: self.partial_bytes() >= least, "the first bytes")
 
     def assert_tree(self, account=None):
         """Every file of the account's folder has arrived byte for byte, and nothing else is there or left behind."""
         expected = self.home / "expected"
         if not expected.exists():
             subprocess.run([SANDBOX, *(account or self.account), "--write-tree", str(expected)], check=True,
-                           stdout=subprocess.DEVNULL)
+                           stdout=subprocess.DEVNULL, timeout=LIMIT)
         self.assertEqual(tree_of(self.downloads), tree_of(expected))
         for folder in ("Staging", "Partial"):
             self.assertEqual(os.listdir(self.data / folder), [], f"orphans in {folder}")
@@ -155,51 +182,65 @@ def tree_of(folder):
     return found
 
 
+def bytes_in(pipe):
+    """How many there are to read."""
+    return struct.unpack("i", fcntl.ioctl(pipe, termios.FIONREAD, bytes(4)))[0]
+
+
 class Terminal:
     """A program that runs on a terminal of its own."""
 
     def __init__(self, arguments, environment, cwd, columns=80, rows=24):
         self.text = ""
         self.status = None
+        self.decoder = codecs.getincrementaldecoder("utf-8")("replace")
         self.pid, self.file = pty.fork()
         if self.pid == 0:
+            self.file = 0
+            self.resize(columns, rows)
             os.chdir(cwd)
             os.execve(CLI, [CLI, *arguments], environment)
-        self.resize(columns, rows)
 
     def resize(self, columns, rows=24):
         fcntl.ioctl(self.file, termios.TIOCSWINSZ, struct.pack("HHHH", rows, columns, 0, 0))
 
-    def read(self, seconds):
-        if not select.select([self.file], [], [], seconds)[0]:
-            return False
+    def read(self):
+        """Whether there is more to come: what is there is read, or nothing if that takes too long."""
+        if not select.select([self.file], [], [], LIMIT)[0]:
+            raise AssertionError(f"nothing comes after {self.text!r}")
         try:
             data = os.read(self.file, 65536)
         except OSError:  # what a terminal says when its last program has ended
             data = b""
-        self.text += data.decode("utf-8", "replace")
+        self.text += self.decoder.decode(data)
         return bool(data)
 
-    def wait_for(self, text, seconds=20):
-        deadline = time.monotonic() + seconds
-        while text not in self.text:
-            if time.monotonic() > deadline:
-                raise AssertionError(f"waited in vain for {text!r} in {self.text!r}")
-            self.read(0.1)
+    def wait_for(self, text):
+        self.read_until(lambda: text in self.text, repr(text))
+
+    def read_until(self, condition, what):
+        deadline = time.monotonic() + LIMIT
+        while not condition():
+            if time.monotonic() > deadline or not self.read():
+                raise AssertionError(f"waited in vain for {what} in {self.text!r}")
 
     def type(self, text):
         os.write(self.file, text.encode())
 
     def finish(self):
         """Reads to the end; returns the exit status."""
-        while self.status is None:
-            self.read(0.1)
-            ended, status = os.waitpid(self.pid, os.WNOHANG)
-            if ended:
-                self.status = os.waitstatus_to_exitcode(status)
-        while self.read(0.1):
-            pass
+        deadline = time.monotonic() + LIMIT
+        while self.read():
+            if time.monotonic() > deadline:
+                raise AssertionError(f"no end after {self.text!r}")
+        wait_until(self.has_ended, "the end of a program that has closed its terminal")
         return self.status
+
+    def has_ended(self):
+        ended, status = os.waitpid(self.pid, os.WNOHANG)
+        if ended:
+            self.status = os.waitstatus_to_exitcode(status)
+        return bool(ended)
 
     def close(self):
         if self.status is None:

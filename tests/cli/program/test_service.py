@@ -3,7 +3,7 @@
 import json
 import re
 
-from support import ProgramTest, Terminal
+from support import ProgramTest, Terminal, wait_until
 from test_outputs import columns_of
 
 
@@ -44,7 +44,7 @@ class Transfers(ServiceTest):
         self.assertEqual(output, "Added: A Film (ID 1)\n")
         form = self.last_form("/transfers/add")
         self.assertEqual(form, {"url": "magnet:?xt=urn:btih:0&dn=A+Film", "save_parent_id": "1", "extract": "true"})
-        self.wait_until(lambda: "Completed\n  1  A Film" in self.run_cli("transfers", "list")[0], "the transfer's end")
+        wait_until(lambda: "Completed\n  1  A Film" in self.run_cli("transfers", "list")[0], "the transfer's end")
         self.assertIn("A Film", self.run_cli("ls", "/Generated")[0])
         self.run_cli("transfers", "clean")
         self.assertEqual(self.listed(), {})

@@ -4,10 +4,9 @@ import json
 import os
 import random
 import signal
-import time
 import urllib.parse
 
-from support import ProgramTest, tree_of
+from support import LIMIT, ProgramTest, tree_of, wait_until
 
 
 class Watching(ProgramTest):
@@ -29,9 +28,6 @@ class Watching(ProgramTest):
 
     def arrived(self):
         return sorted(os.fsdecode(path) for path in tree_of(self.downloads))
-
-    def watch(self):
-        return self.start("watch")
 
     def fetched(self):
         """How often the bytes of each stored file were asked for."""
@@ -138,9 +134,8 @@ class Rules(Watching):
         self.sandbox.call("DELETE", "faults")
         self.sandbox.fault("storage:*:rate=1")
         process = self.start("retry", items["removed.txt"], items["cancelled.txt"])
-        self.wait_until(lambda: self.sandbox.stats()["transfersInFlight"] == 2, "the transfers")
-        process.send_signal(signal.SIGINT)
-        process.communicate(timeout=10)
+        wait_until(lambda: self.sandbox.stats()["transfersInFlight"] == 2, "the transfers")
+        self.interrupt(process)
         self.sandbox.call("DELETE", "faults")
         self.run_cli("cancel", items["cancelled.txt"])
         self.run_cli("remove", items["removed.txt"], items["failed.txt"])
@@ -189,29 +184,26 @@ class Watch(Watching):
     def test_brings_new_files_says_a_line_per_event_and_ends_when_asked(self):
         self.add_rule()
         self.change("add", path="/News/Deep/new.txt", text="new")
-        process = self.watch()
-        self.wait_until(lambda: self.arrived() == ["Deep/new.txt"], "the file")
+        told = self.home / "told"
+        with open(told, "w") as output:
+            process = self.start("watch", stdout=output)
+        wait_until(lambda: "Arrived: " in told.read_text(), "the file")
+        self.assertEqual(self.arrived(), ["Deep/new.txt"])
         _, messages = self.run_cli("rules", "rm", "0", status=1)
         self.assertIn(str(process.pid), messages)
-        time.sleep(0.5)
-        began = time.monotonic()
-        process.send_signal(signal.SIGTERM)
-        output, messages = process.communicate(timeout=10)
-        self.assertLess(time.monotonic() - began, 2)
-        self.assertEqual(process.returncode, 130, messages)
+        _, messages = self.interrupt(process, signal.SIGTERM)
         self.assertIn("tovri-cli watch", messages)
-        self.assertCountEqual(output.splitlines(), [
+        self.assertCountEqual(told.read_text().splitlines(), [
             "[SyncManager] News: 2 files total, 1 new, 0 in flight", "[SyncManager] Enqueued 1 files for download",
             "Started: new.txt (3 bytes)", f"Arrived: {self.downloads}/Deep/new.txt (3 bytes)", "1 arrived"])
 
     def test_a_refused_token_ends_it_with_the_queue_kept(self):
         self.add_rule()
         self.change("add", path="/News/new.txt", size=3_000_000)
-        self.sandbox.fault("storage:*:rate=100KiB")
-        process = self.watch()
-        self.wait_until(lambda: self.sandbox.stats()["transfersInFlight"] == 1, "the transfer")
-        process.send_signal(signal.SIGTERM)
-        process.communicate(timeout=10)
+        self.sandbox.fault("storage:*:stall=100KiB")
+        process = self.start("watch")
+        wait_until(lambda: self.sandbox.stats()["transfersInFlight"] == 1, "the transfer")
+        self.interrupt(process, signal.SIGTERM)
 
         self.change("add", path="/News/second.txt", text="2")
         file = self.data / "sync-rules.json"
@@ -219,8 +211,8 @@ class Watch(Watching):
         del rule["lastSyncDate"]  # so that it is due at once
         file.write_text(json.dumps([rule]))
         self.sandbox.fault("api:*:status=401")
-        process = self.watch()
-        output, messages = process.communicate(timeout=20)
+        process = self.start("watch")
+        _, messages = process.communicate(timeout=LIMIT)
         self.assertEqual(process.returncode, 1, messages)
         self.assertEqual(messages.count("tovri-cli login"), 1, messages)
         self.assertEqual([item["name"] for item in self.queue()], ["new.txt"])
@@ -240,10 +232,7 @@ class Watch(Watching):
                 name = f"Part {chance.randrange(3)}/{number}-{extra}.bin"
                 self.change("add", path=f"/News/{name}", size=chance.randrange(200_000))
                 added.add(name)
-            process = self.start("rules", "sync")
-            time.sleep(chance.random() * 0.12)
-            process.kill()
-            process.wait()
+            self.kill(chance.randint(0, 12), "rules", "sync")
         with self.subTest(f"TOVRI_TEST_SEED={seed}"):
             self.run_cli("rules", "sync")
             self.assertEqual(self.arrived(), sorted(added))  # a second copy would have a number in its name

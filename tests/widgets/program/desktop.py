@@ -3,7 +3,6 @@ the accessibility bus, as to a screen reader."""
 
 import os
 import subprocess
-import time
 import urllib.error
 import urllib.request
 
@@ -12,7 +11,7 @@ import gi
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, Gio, GLib
 
-from support import ProgramTest
+from support import LIMIT, SOON, ProgramTest, wait_until
 
 TOVRI = os.environ["TOVRI"]
 State = Atspi.StateType
@@ -68,7 +67,7 @@ class DesktopTest(ProgramTest):
         self.environment |= {name: os.environ[name] for name in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "XDG_RUNTIME_DIR")}
         self.environment["PATH"] = f"{browser.parent}:{os.environ['PATH']}"
         self.downloads = self.home / "Downloads"
-        self.heard = None
+        self.heard = []
         self.listener = Atspi.EventListener.new(self.hear)
         self.listener.register("object:state-changed:focused")
         self.addCleanup(self.listener.deregister, "object:state-changed:focused")
@@ -84,22 +83,22 @@ class DesktopTest(ProgramTest):
 
     def run_second(self, *arguments):
         """Starts the program once more beside the one that runs; returns its exit status."""
-        second = subprocess.run([TOVRI, *arguments], env=self.environment, cwd=self.home, timeout=20, check=False)
+        second = subprocess.run([TOVRI, *arguments], env=self.environment, cwd=self.home, timeout=LIMIT, check=False)
         return second.returncode
 
     def terminate(self):
-        """Returns the exit status and what the program had to say."""
+        """Has it end soon; returns the exit status and what the program had to say."""
         self.program.terminate()
-        output, _ = self.program.communicate(timeout=20)
+        output, _ = self.program.communicate(timeout=SOON)
         return self.program.returncode, output
 
     def opened_page(self):
         """The page that the browser was asked for, and where that page sends it."""
         opened = self.home / "opened"
-        self.wait_until(lambda: opened.exists() and opened.read_text().endswith("\n"), "the browser")
+        wait_until(lambda: opened.exists() and opened.read_text().endswith("\n"), "the browser")
         page = opened.read_text().splitlines()[-1]
         try:
-            urllib.request.build_opener(StayOnPage).open(page)
+            urllib.request.build_opener(StayOnPage).open(page, timeout=LIMIT)
         except urllib.error.HTTPError as answer:
             with answer:
                 return page, answer.headers["Location"]
@@ -116,13 +115,11 @@ class DesktopTest(ProgramTest):
         return next((s for s in self.shown() if (s.role, s.name) == (role, name)), None)
 
     def wait_for(self, role, name, state=State.SHOWING):
-        deadline = time.monotonic() + 20
-        while True:
+        def find():
             found = self.find(role, name)
-            if found and found.has(state):
-                return found
-            self.assertLess(time.monotonic(), deadline, f"no {role} {name!r} among {self.shown()}")
-            time.sleep(0.02)
+            return found if found and found.has(state) else None
+
+        return wait_until(find, lambda: f"{role} {name!r} among {self.shown()}")
 
     def rows(self, name):
         """Of the list with that name: what each row says in its first line and in its second."""
@@ -131,56 +128,67 @@ class DesktopTest(ProgramTest):
         return [(row.name, row.description) for row in rows if row.role == "list item"]
 
     def wait_for_rows(self, name, expected):
-        try:
-            self.wait_until(lambda: self.rows(name) == expected, "")
-        except AssertionError:
-            self.assertEqual(self.rows(name), expected)
+        wait_until(lambda: self.rows(name) == expected, lambda: f"{expected} instead of {self.rows(name)}")
 
     def focused(self):
         return [s for s in self.shown() if s.has(State.FOCUSED)]
 
     # Menus that pop up are no part of the tree: a screen reader only hears of their items when they get the focus.
     def hear(self, event):
-        if event.detail1:
-            self.heard = event.source.get_name()
+        if event.detail1 and event.source.get_role_name() == "menu item":
+            self.heard.append(event.source.get_name())
 
-    def has_heard(self, name):
+    def last_heard(self):
         while GLib.MainContext.default().iteration(False):
             pass
-        return self.heard == name
+        return self.heard[-1] if self.heard else None
 
     # --- What is done ---
 
     def keys(self, *names):
-        subprocess.run(["xdotool", "key", "--delay", "20", *names], check=True)
+        subprocess.run(["xdotool", "key", "--delay", "20", *names], check=True, timeout=LIMIT)
 
     def type(self, text):
-        subprocess.run(["xdotool", "type", "--delay", "10", text], check=True)
+        subprocess.run(["xdotool", "type", "--delay", "10", text], check=True, timeout=LIMIT)
 
     def activate(self, title):
         """Gives a window the keyboard again, which is a window manager's part."""
         subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", f"^{title}$", "windowfocus", "--sync"],
-                       check=True, timeout=20)
+                       check=True, timeout=LIMIT)
 
-    def focus(self, list_name):
-        """With the Tab key."""
+    def move_focus(self, key):
+        """Returns when it has moved."""
+        before = {s.node.path for s in wait_until(self.focused, "the focus")}
+        self.keys(key)
+        wait_until(lambda: {s.node.path for s in self.focused()} not in (before, set()), f"another focus after {key}")
+
+    def focus(self, role, name, key="Tab"):
+        """With so many strokes of the key."""
         for _ in range(20):
-            if any((s.role, s.name) == ("list", list_name) for s in self.focused()):
+            if (role, name) in ((s.role, s.name) for s in wait_until(self.focused, "the focus")):
                 return
-            self.keys("Tab")
-        self.fail(f"the Tab key never gets to the list {list_name!r}")
+            self.move_focus(key)
+        self.fail(f"the {key} key never gets to the {role} {name!r}")
+
+    def select(self, list_name, row):
+        """One that is below the current row."""
+        self.focus("list", list_name)
+        self.focus("list item", row, "Down")
+        if not self.find("list item", row).has(State.SELECTED):
+            self.keys("space")
+            self.wait_for("list item", row, State.SELECTED)
 
     def choose_from_menu(self, item):
         """Of the selected row."""
+        self.heard.clear()
         self.keys("Menu")
         for _ in range(10):
+            before = self.last_heard()
             self.keys("Down")
-            try:
-                self.wait_until(lambda: self.has_heard(item), "", seconds=0.5)
+            wait_until(lambda: self.last_heard() != before, f"a line of the menu after {self.heard}")
+            if self.last_heard() == item:
                 return self.keys("Return")
-            except AssertionError:
-                continue
-        self.fail(f"no {item!r} in the menu")
+        self.fail(f"no {item!r} in the menu: {self.heard}")
 
 
 class StayOnPage(urllib.request.HTTPRedirectHandler):

@@ -4,7 +4,7 @@ import subprocess
 import unittest
 
 from desktop import DesktopServices, DesktopTest, Keyring, State, shown_below
-from support import SANDBOX, tree_of
+from support import LIMIT, SANDBOX, SOON, tree_of, wait_until
 
 ACCOUNT = {
     "token": "a-secret-that-is-easy-to-find",
@@ -52,17 +52,17 @@ class FirstDay(DesktopTest):
         self.assertEqual(holding, ["account.json"])  # the sandbox's
 
     def download_folder(self):
-        self.focus("Files")
-        self.type("hol")
+        self.select("Files", "Holiday")
         self.choose_from_menu("Download Folder")
         expected = self.home / "expected"
-        subprocess.run([SANDBOX, *self.account, "--write-tree", str(expected)], check=True, stdout=subprocess.DEVNULL)
+        subprocess.run([SANDBOX, *self.account, "--write-tree", str(expected)], check=True, stdout=subprocess.DEVNULL,
+                       timeout=LIMIT)
         folder = tree_of(expected / "Holiday")
-        self.wait_until(lambda: tree_of(self.downloads / "Holiday") == folder, "the folder")
+        wait_until(lambda: tree_of(self.downloads / "Holiday") == folder, "the folder")
 
     def end_in_the_middle(self):
-        self.sandbox.fault("storage:film.mkv:rate=100KiB")
-        self.type("film")
+        self.sandbox.fault("storage:film.mkv:stall=1MiB")
+        self.select("Files", "film.mkv")
         self.choose_from_menu("Download")
         self.wait_for_partial_bytes(100_000)
         self.keys("ctrl+3")
@@ -76,7 +76,7 @@ class FirstDay(DesktopTest):
     def go_on(self):
         self.sandbox.call("DELETE", "faults")
         self.open()
-        self.wait_until((self.downloads / "film.mkv").exists, "the film")
+        wait_until((self.downloads / "film.mkv").exists, "the film")
         self.assert_tree()
         self.keys("ctrl+3")
         self.wait_for("heading", "Finished")
@@ -90,9 +90,8 @@ class FilmTest(DesktopTest):
         self.serve("--account", str(self.home / "account.json"))
         self.sandbox.fault(*(f"storage:film.mkv:{fault}" for fault in faults))
         self.open()
-        self.wait_for("list", "Files")
-        self.focus("Files")
-        self.type("film")
+        self.wait_for("list item", "film.mkv")
+        self.select("Files", "film.mkv")
         self.choose_from_menu("Download")
 
 
@@ -106,7 +105,7 @@ class Ending(FilmTest):
         before = self.program
         before.terminate()
         self.start_program()
-        self.assertEqual(before.wait(timeout=20), 0)
+        self.assertEqual(before.wait(timeout=SOON), 0)
         self.wait_for("dialog", "File Already Exists")
         self.assertIsNone(self.program.poll())
         self.assertEqual(self.terminate()[0], 0)
@@ -117,13 +116,17 @@ class Presence(FilmTest):
         services = DesktopServices()
         self.addCleanup(services.stop)
         self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = self.environment["DBUS_SESSION_BUS_ADDRESS"]
-        self.download_film("rate=1MiB")
-        self.wait_until(services.is_held, "the lock")
+        self.download_film("rate=400KiB")
+        wait_until(services.is_held, "the lock")
+        self.sandbox.process.send_signal(signal.SIGSTOP)  # the film does not arrive before the window is closed
+        self.addCleanup(self.sandbox.process.send_signal, signal.SIGCONT)
         self.keys("ctrl+w")
         self.wait_for("push button", "Keep Running").press()
-        self.wait_until(services.notifications, "the notification")
+        wait_until(lambda: not self.shown(), "the window to close")
+        self.sandbox.process.send_signal(signal.SIGCONT)
+        wait_until(services.notifications, "the notification")
         self.assertEqual(services.notifications(), [("Downloads are done", "1 file has arrived.")])
-        self.assertFalse(services.is_held())
+        wait_until(lambda: not services.is_held(), "the end of the lock")
         self.assertEqual(self.terminate()[0], 0)
 
 
@@ -148,6 +151,10 @@ class LateKeyring(DesktopTest):
 
 class Keyboard(DesktopTest):
     account = ("--demo",)
+    # What of each section is seen when all of it is there.
+    contents = {"Files": ("list item", "Welcome.txt"), "Transfers": ("heading", "Completed"),
+                "Downloads": ("label", "No Downloads"), "Automate": ("label", "No Automation Rules"),
+                "RSS": ("list item", "Lectures (paused)")}
 
     def setUp(self):
         super().setUp()
@@ -158,6 +165,7 @@ class Keyboard(DesktopTest):
     def test_tab_goes_round_every_control_and_each_has_a_name(self):
         for digit, section in enumerate(SECTIONS, 1):
             self.keys(f"ctrl+{digit}")
+            self.wait_for(*self.contents[section])
             self.check_window(section)
         for digit, button, sheet in ((2, "Add Transfer", "Add Transfer"), (4, "Add Rule", "New Sync Rule"),
                                      (5, "Add Feed", "New RSS Feed")):
@@ -172,10 +180,15 @@ class Keyboard(DesktopTest):
 
     def check_window(self, title):
         with self.subTest(title):
-            self.wait_until(lambda: self.active_window() == title, title)
-            controls = self.controls()
-            self.assertEqual([control for control in controls if not control[1]], [])
-            self.assertEqual(controls - self.reached(len(controls) + 2), set())
+            wait_until(lambda: self.active_window() == title, title)
+            reached = set()
+            for _ in range(30):
+                reached |= {(s.role, s.name) for s in wait_until(self.focused, "the focus")}
+                if self.controls() <= reached:
+                    break
+                self.move_focus("Tab")
+            self.assertEqual(self.controls() - reached, set())
+            self.assertEqual([control for control in self.controls() if not control[1]], [])
 
     def active_window(self):
         return next((s.name for s in self.shown() if s.has(State.ACTIVE)), None)
@@ -186,13 +199,6 @@ class Keyboard(DesktopTest):
         return {(s.role, s.name) for s in shown_below(next(s for s in self.shown() if s.has(State.ACTIVE)).node)
                 if s.has(State.FOCUSABLE) and s.has(State.SENSITIVE) and s.role != "list item"
                 and (s.role != "page tab" or s.has(State.SELECTED))}
-
-    def reached(self, steps):
-        reached = set()
-        for _ in range(steps):
-            self.keys("Tab")
-            reached |= {(s.role, s.name) for s in self.focused()}
-        return reached
 
 
 if __name__ == "__main__":
