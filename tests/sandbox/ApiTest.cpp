@@ -1,6 +1,7 @@
 #include <chrono>
 #include <set>
 #include <string>
+#include <thread>
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>

@@ -1,27 +1,17 @@
 #pragma once
 
-#include <chrono>
-#include <functional>
 #include <string>
-#include <thread>
 
 #include <gtest/gtest.h>
 #include <httplib.h>
 
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
+#include "support/ComesTrue.h"
 
 namespace tovri::sandbox {
 
-// True as soon as what another thread or process does makes the condition so; false when that takes too long.
-inline bool comesTrue(const std::function<bool()>& condition) {
-    const auto limit = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > limit) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return true;
-}
+using test::comesTrue;
 
 // A sandbox that runs in the test's process, with clients for its two hosts.
 class SandboxTest : public testing::Test {

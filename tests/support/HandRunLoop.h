@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "platform/MainLoop.h"
+#include "support/ComesTrue.h"
 
 namespace tovri::test {
 
@@ -26,7 +27,7 @@ public:
     // False when nothing was posted for too long.
     [[nodiscard]] bool waitForPost() {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, std::chrono::seconds(20), [this] { return !posted_.empty(); });
+        return changed_.wait_for(lock, patience, [this] { return !posted_.empty(); });
     }
 
     void runPosted() {
