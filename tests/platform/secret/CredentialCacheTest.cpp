@@ -1,39 +1,40 @@
 #include <future>
-#include <thread>
+#include <stop_token>
 
 #include <gtest/gtest.h>
 
 #include "platform/secret/CredentialCache.h"
+#include "support/ComesTrue.h"
 #include "support/HandRunLoop.h"
 #include "support/MemoryStores.h"
 
 namespace tovri::test {
 namespace {
 
-// Keeps everything in `kept`, which outlives the store, and takes its time.
-class SlowStore final : public CredentialStore {
+// Keeps everything in `kept`, which outlives the store. Changes nothing before the cache is in a hurry.
+class LateStore final : public CredentialStore {
 public:
-    explicit SlowStore(MemoryCredentialStore& kept) : kept_(kept) {}
+    LateStore(MemoryCredentialStore& kept, std::stop_token hurry) : kept_(kept), hurry_(std::move(hurry)) {}
 
-    [[nodiscard]] std::optional<std::string> load(const std::string& account) override {
-        linger();
-        return kept_.load(account);
-    }
+    [[nodiscard]] std::optional<std::string> load(const std::string& account) override { return kept_.load(account); }
 
     void save(const std::string& account, const std::string& value) override {
-        linger();
+        waitForHurry();
         kept_.save(account, value);
     }
 
     void remove(const std::string& account) override {
-        linger();
+        waitForHurry();
         kept_.remove(account);
     }
 
 private:
-    static void linger() { std::this_thread::sleep_for(std::chrono::milliseconds(2)); }
+    void waitForHurry() const {
+        EXPECT_TRUE(comesTrue([this] { return hurry_.stop_requested(); }));
+    }
 
     MemoryCredentialStore& kept_;
+    std::stop_token hurry_;
 };
 
 const std::vector<std::string> accounts = {"accessToken", "clientID"};
@@ -41,13 +42,13 @@ const std::vector<std::string> accounts = {"accessToken", "clientID"};
 class CredentialCacheTest : public testing::Test {
 public:
     CredentialCache::Open opensAtOnce() {
-        return [this](const std::stop_token&) { return std::make_unique<SlowStore>(kept); };
+        return [this](const std::stop_token& hurry) { return std::make_unique<LateStore>(kept, hurry); };
     }
 
     CredentialCache::Open opensWhenTold(std::shared_future<void> told) {
-        return [this, told = std::move(told)](const std::stop_token&) {
-            told.wait();
-            return std::make_unique<SlowStore>(kept);
+        return [this, told = std::move(told)](const std::stop_token& hurry) {
+            EXPECT_EQ(told.wait_for(patience), std::future_status::ready);
+            return std::make_unique<LateStore>(kept, hurry);
         };
     }
 
@@ -98,9 +99,9 @@ TEST_F(CredentialCacheTest, neitherWaitsForAStoreThatIsLateNorTakesItsWordForWha
 }
 
 TEST_F(CredentialCacheTest, canBeHurriedAndLeftWhileSomebodyIsAskedForAPassword) {
-    const auto waitsForSomebody = [this](const std::stop_token& stop) {
-        while (!stop.stop_requested()) std::this_thread::yield();
-        return std::make_unique<SlowStore>(kept);
+    const auto waitsForSomebody = [this](const std::stop_token& hurry) {
+        EXPECT_TRUE(comesTrue([&] { return hurry.stop_requested(); }));
+        return std::make_unique<LateStore>(kept, hurry);
     };
     {
         CredentialCache cache(loop, waitsForSomebody, accounts, ready);
