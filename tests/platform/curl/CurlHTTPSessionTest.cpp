@@ -1,7 +1,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <thread>
+#include <semaphore>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +9,7 @@
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
+#include "support/ComesTrue.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
@@ -42,7 +43,7 @@ protected:
         request.url = std::move(url);
         request.headers = {{"Authorization", token}, {"Content-Type", "text/x-form"}};
         request.body = std::move(body);
-        request.timeout = std::chrono::seconds(1);
+        request.timeout = patience;
         return request;
     }
 
@@ -119,7 +120,9 @@ TEST_F(CurlHTTPSessionTest, saysWhatFailedWithoutTellingSecrets) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);
         const ScriptedServer server([&](const std::string&) { return c.reply; });
-        const auto answer = send(authorized("GET", server.url("/files?oauth_token=secret")));
+        HTTPRequest request = authorized("GET", server.url("/files?oauth_token=secret"));
+        if (!c.reply) request.timeout = std::chrono::seconds(1);
+        const auto answer = send(std::move(request));
         ASSERT_FALSE(answer);
         EXPECT_EQ(answer.error().code, c.error);
         EXPECT_THAT(answer.error().description, HasSubstr(c.text));
@@ -138,7 +141,11 @@ TEST_F(CurlHTTPSessionTest, givesStatusZeroToWhatIsNotHTTP) {
 }
 
 TEST_F(CurlHTTPSessionTest, aWithdrawnRequestNeverAnswers) {
-    const ScriptedServer server([](const std::string&) { return answerWith("200 OK", "", ""); });
+    std::counting_semaphore arrived(0);
+    const ScriptedServer server([&](const std::string&) {
+        arrived.release();
+        return answerWith("200 OK", "", "");
+    });
     bool isAnswered = false;
     Subscription operation = session_.send(authorized("GET", server.url("/")), [&](const auto&) { isAnswered = true; });
     ASSERT_TRUE(loop_.waitForPost());
@@ -147,9 +154,10 @@ TEST_F(CurlHTTPSessionTest, aWithdrawnRequestNeverAnswers) {
     EXPECT_FALSE(isAnswered);
 
     for (int round = 0; round < 50; ++round) {
+        while (arrived.try_acquire()) continue;
         Subscription soonGone =
             session_.send(authorized("GET", server.url("/")), [&](const auto&) { isAnswered = true; });
-        std::this_thread::sleep_for(std::chrono::microseconds(40 * round));
+        if (round % 2 == 0) EXPECT_TRUE(arrived.try_acquire_for(patience));  // its answer is under way
         soonGone.reset();
         loop_.runPosted();
     }

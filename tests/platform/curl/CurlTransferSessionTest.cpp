@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <future>
@@ -11,6 +12,7 @@
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
+#include "support/ComesTrue.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
@@ -31,9 +33,15 @@ protected:
     static TransferRequest requestFor(std::string url, std::shared_ptr<ByteReceiver> receiver) {
         TransferRequest request;
         request.url = std::move(url);
-        request.idleLimit = std::chrono::milliseconds(300);
+        request.idleLimit = patience;
         request.accept = [](const AnswerHead&) { return Result<void>(); };
         request.receiver = std::move(receiver);
+        return request;
+    }
+
+    // For servers that send nothing, or must not count as such.
+    static TransferRequest impatient(TransferRequest request) {
+        request.idleLimit = std::chrono::seconds(1);
         return request;
     }
 
@@ -57,19 +65,26 @@ protected:
 
     TransferEnd fetch(const std::string& url) { return fetch(requestFor(url, std::make_shared<GatheringReceiver>())); }
 
-    // A receiver that is full from its first piece on, and an attempt that has come to it.
-    std::pair<Receiver, std::unique_ptr<Attempt>> beginFull(const std::string& url) {
+    // Without room, and wakes the waiting test when it is full.
+    Receiver fullReceiver() {
         auto receiver = std::make_shared<GatheringReceiver>(0);
         receiver->onFull = [this] { loop_.post([] {}); };
-        auto attempt = begin(requestFor(url, receiver));
+        return receiver;
+    }
+
+    // A receiver that is full from its first piece on, and an impatient attempt that has come to it.
+    std::pair<Receiver, std::unique_ptr<Attempt>> beginFull(const std::string& url) {
+        Receiver receiver = fullReceiver();
+        auto attempt = begin(impatient(requestFor(url, receiver)));
         waitUntil([&] { return receiver->isFull(); });
         return {receiver, std::move(attempt)};
     }
 
-    // Lets more than twice the time pass in which a server may be silent.
-    void outlastTheIdleLimit() {
+    // Until attempts would have ended that began to wait before.
+    void outlastTheImpatient() {
         const ScriptedServer silent([](const std::string&) { return std::nullopt; });
-        for (int i = 0; i < 2; ++i) EXPECT_TRUE(fetch(silent.url("/")).error);
+        const auto receiver = std::make_shared<GatheringReceiver>();
+        EXPECT_TRUE(fetch(impatient(requestFor(silent.url("/"), receiver))).error);
     }
 
     static std::string link(const sandbox::Sandbox& sandbox, sandbox::FileID file) {
@@ -143,7 +158,8 @@ TEST_F(CurlTransferSessionTest, handsOnWhatWasAnnouncedAndSaysWhatWasWrong) {
             const ScriptedServer server([&](const std::string&) { return c.reply; });
             const auto receiver = std::make_shared<GatheringReceiver>(isSlowReceiver ? 0 : 1);
             receiver->onFull = [&] { receiver->makeRoom(1); };
-            const TransferEnd end = fetch(requestFor(server.url("/?secret"), receiver));
+            const TransferRequest request = requestFor(server.url("/?secret"), receiver);
+            const TransferEnd end = fetch(c.reply ? request : impatient(request));
             ASSERT_TRUE(end.error);
             EXPECT_THAT(end.error->description, HasSubstr(c.text));
             EXPECT_THAT(end.error->description, Not(HasSubstr("secret")));
@@ -203,7 +219,7 @@ TEST_F(CurlTransferSessionTest, otherThreadsMayMakeRoomWhileTheAttemptOrTheSessi
         const auto other = std::async(std::launch::async, [&] { receiver->makeRoom(1); });
         if (round % 2 == 0) attempt->operation.reset();
         if (round % 4 != 0) session_ = std::make_unique<CurlTransferSession>(loop_);
-        other.wait();
+        EXPECT_EQ(other.wait_for(patience), std::future_status::ready);
         loop_.runPosted();
         EXPECT_FALSE(attempt->end);
     }
@@ -217,7 +233,7 @@ TEST_F(CurlTransferSessionTest, aServerIsNotSilentWhileItsReceiverIsFull) {
     sandbox.faults().add(*sandbox::parseFault("storage:*:after=1,stall=100000"));
     const auto [whole, wholeAttempt] = beginFull(link(sandbox, file));
     const auto [stalled, stalledAttempt] = beginFull(link(sandbox, file));
-    outlastTheIdleLimit();
+    outlastTheImpatient();
     EXPECT_FALSE(wholeAttempt->end || stalledAttempt->end);
     whole->makeRoom(GatheringReceiver::unlimited);
     stalled->makeRoom(GatheringReceiver::unlimited);
@@ -232,7 +248,7 @@ TEST_F(CurlTransferSessionTest, anEndlessBodyWaitsOnTheOtherSide) {
     const auto file = sandbox.account().addFile(sandbox::rootID, {"file", 1'000'000'000'000});
     sandbox.start();
     const auto [receiver, attempt] = beginFull(link(sandbox, file));
-    outlastTheIdleLimit();
+    outlastTheImpatient();
     EXPECT_FALSE(attempt->end);
     sandbox.stop();
     EXPECT_LT(sandbox.log().statistics().storageBytes, 32'000'000U);  // what sockets and one read of the library hold
@@ -272,12 +288,20 @@ TEST_F(CurlTransferSessionTest, waitsForOneOfSixConnectionsWithoutLosingPatience
     sandbox::Sandbox sandbox;
     const auto file = sandbox.account().addFile(sandbox::rootID, {"file", 100'000});
     sandbox.start();
-    sandbox.faults().add(*sandbox::parseFault("storage:*:rate=100000"));  // longer than the idle limit
+    std::vector<Receiver> receivers;
     std::vector<std::unique_ptr<Attempt>> attempts;
-    for (int i = 0; i < 8; ++i)
-        attempts.push_back(begin(requestFor(link(sandbox, file), std::make_shared<GatheringReceiver>())));
+    for (int i = 0; i < 8; ++i) {
+        receivers.push_back(fullReceiver());
+        attempts.push_back(begin(impatient(requestFor(link(sandbox, file), receivers.back()))));
+    }
+    const auto connections = [&] {
+        return std::ranges::count_if(receivers, [](const Receiver& receiver) { return receiver->isFull(); });
+    };
+    waitUntil([&] { return connections() == 6; });
+    outlastTheImpatient();
+    EXPECT_EQ(connections(), 6);
+    for (const Receiver& receiver : receivers) receiver->makeRoom(GatheringReceiver::unlimited);
     for (const auto& attempt : attempts) EXPECT_FALSE(endOf(*attempt).error);
-    EXPECT_EQ(sandbox.log().statistics().maxConcurrentTransfers, 6U);
 }
 
 }  // namespace tovri::test
