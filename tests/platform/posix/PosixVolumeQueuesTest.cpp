@@ -10,6 +10,7 @@
 #include "platform/Await.h"
 #include "platform/VolumeQueuesContract.h"
 #include "platform/posix/PosixVolumeQueues.h"
+#include "support/ComesTrue.h"
 #include "support/HandRunLoop.h"
 
 namespace tovri::test {
@@ -17,16 +18,16 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Work that waits for as long as a test says.
+// Work that waits for as long as a test says, within reason.
 class Hanging {
 public:
     explicit Hanging(VolumeQueues& queues, const std::string& lane = "hung") {
         auto begun = std::make_shared<std::promise<void>>();
         queues.run(lane, [begun, end = end_.get_future().share()] {
             begun->set_value();
-            end.wait();
+            end.wait_for(patience);
         });
-        begun->get_future().wait();
+        EXPECT_EQ(begun->get_future().wait_for(patience), std::future_status::ready);
     }
 
     ~Hanging() { end_.set_value(); }
@@ -46,11 +47,7 @@ public:
 
     void goOn(const std::string& lane) override { hanging_.erase(lane); }
 
-    bool runUntil(const std::function<bool()>& condition) override {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-        while (!condition() && std::chrono::steady_clock::now() < end) std::this_thread::yield();
-        return condition();
-    }
+    bool runUntil(const std::function<bool()>& condition) override { return comesTrue(condition); }
 
 private:
     PosixVolumeQueues queues_;
@@ -77,7 +74,7 @@ public:
         using Resource = std::shared_ptr<Errand>;
         const Result<Resource> result = co_await onVolume<Resource>(loop, queues, "a", {}, [this] {
             begun.set_value();
-            end.get_future().wait();
+            end.get_future().wait_for(patience);
             return Result<Resource>(
                 Resource(this, [](Errand* errand) { errand->goneOn = std::this_thread::get_id(); }));
         });
@@ -95,11 +92,11 @@ TEST_F(Errand, aResultThatNobodyAwaitsGoesOnTheMainThread) {
     {
         TaskScope scope;
         scope.start(await());
-        begun.get_future().wait();
+        EXPECT_EQ(begun.get_future().wait_for(patience), std::future_status::ready);
     }
     end.set_value();
     ASSERT_TRUE(loop.waitForPost());
-    ASSERT_TRUE(queues.finish(std::chrono::seconds(20)));
+    ASSERT_TRUE(queues.finish(patience));
     EXPECT_EQ(goneOn, std::thread::id());
     loop.runPosted();
     EXPECT_EQ(goneOn, std::this_thread::get_id());
@@ -110,9 +107,9 @@ TEST(PosixVolumeQueues, lanesBeginAnewWhenTheirThreadHasLeft) {
     int count = 0;
     for (int i = 0; i < 300; ++i) {
         for (int j = 0; j < 3; ++j) queues.run("a", [&] { ++count; });
-        if (i % 10 == 0) ASSERT_TRUE(queues.finish(std::chrono::seconds(20)));
+        if (i % 10 == 0) ASSERT_TRUE(queues.finish(patience));
     }
-    ASSERT_TRUE(queues.finish(std::chrono::seconds(20)));
+    ASSERT_TRUE(queues.finish(patience));
     EXPECT_EQ(count, 900);
 }
 
@@ -121,7 +118,7 @@ TEST(PosixVolumeQueues, signalsStayWithTheMainThread) {
     sigset_t blocked;
     sigemptyset(&blocked);
     queues.run("a", [&] { pthread_sigmask(SIG_BLOCK, nullptr, &blocked); });
-    ASSERT_TRUE(queues.finish(std::chrono::seconds(20)));
+    ASSERT_TRUE(queues.finish(patience));
     EXPECT_EQ(sigismember(&blocked, SIGTERM), 1);
     pthread_sigmask(SIG_BLOCK, nullptr, &blocked);
     EXPECT_EQ(sigismember(&blocked, SIGTERM), 0);

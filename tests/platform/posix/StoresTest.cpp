@@ -15,6 +15,7 @@
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/XDGFolders.h"
+#include "support/ComesTrue.h"
 #include "support/MemoryStores.h"
 #include "support/TemporaryFolder.h"
 
@@ -135,10 +136,12 @@ TEST_F(StoresTest, dataFolderHasOneOwnerUntilItDies) {
     const Path data = here / "data/Tovri";
     const pid_t child = ::fork();
     if (child == 0) {
+        ::alarm(static_cast<unsigned>(patience.count()));  // it never outlives a test that fails
         const auto lock = DataFolderLock::acquire(data, "tovri-cli");
         static_cast<void>(::write(ready[1], lock ? "y" : "n", 1));
         while (true) ::pause();
     }
+    ::close(ready[1]);
     char answer = 0;
     ASSERT_EQ(::read(ready[0], &answer, 1), 1);
     EXPECT_EQ(answer, 'y');
