@@ -19,6 +19,10 @@ public:
     // thread.
     virtual void run(const std::string& lane, Work work) = 0;
 
+    // Blocks until the lane has no work left, but at the longest so long. False when the time was too short; the work
+    // goes on.
+    [[nodiscard]] virtual bool waitFor(const std::string& lane, std::chrono::milliseconds limit) = 0;
+
     // Blocks until no lane has work left, that which work gives meanwhile included, but at the longest so long. False
     // when the time was too short: nothing begins any more, and the process must end without taking down what the work
     // under way may use.

@@ -83,6 +83,19 @@ TEST_P(VolumeQueuesContract, aLaneThatHangsHoldsUpItselfAlone) {
     ASSERT_TRUE(world->runUntil([this] { return !toldBy('a').empty(); }));
 }
 
+TEST_P(VolumeQueuesContract, oneLaneIsWaitedForByItself) {
+    world->hang("a");
+    add('a', "1");
+    for (int i = 1; i <= 50; ++i) add('b', std::to_string(i));
+    ASSERT_TRUE(queues.waitFor("b", patience));
+    EXPECT_EQ(toldBy('b').size(), 50U);
+    EXPECT_FALSE(queues.waitFor("a", std::chrono::milliseconds(1)));
+    EXPECT_TRUE(queues.waitFor("unheard of", patience));
+    world->goOn("a");
+    ASSERT_TRUE(queues.waitFor("a", patience));
+    EXPECT_THAT(toldBy('a'), ElementsAre("a1"));
+}
+
 TEST_P(VolumeQueuesContract, finishingLeavesAHungLaneAndDropsItsWork) {
     const auto held = std::make_shared<int>(1);
     world->hang("a");

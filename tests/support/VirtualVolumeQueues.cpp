@@ -13,6 +13,14 @@ void VirtualVolumeQueues::run(const std::string& lane, Work work) {
     arrange(lane, given);
 }
 
+bool VirtualVolumeQueues::waitFor(const std::string& lane, std::chrono::milliseconds /*limit*/) {
+    while (lanes_.contains(lane)) {
+        if (hanging_.contains(lane)) return false;
+        workOn(lane);
+    }
+    return true;
+}
+
 bool VirtualVolumeQueues::finish(std::chrono::milliseconds /*limit*/) {
     while (true) {
         std::vector<std::string> ready;
@@ -38,7 +46,9 @@ void VirtualVolumeQueues::goOn(const std::string& lane) {
 
 void VirtualVolumeQueues::arrange(const std::string& name, Lane& lane) {
     if (lane.next.isActive() || hanging_.contains(name)) return;
-    const auto choices = static_cast<std::uint64_t>(longestDelay.count()) + 1;
+    const auto special = longestDelays.find(name);
+    const MainLoop::Duration longest = special == longestDelays.end() ? longestDelay : special->second;
+    const auto choices = static_cast<std::uint64_t>(longest.count()) + 1;
     const MainLoop::Duration delay(static_cast<MainLoop::Duration::rep>(numbers_() % choices));
     lane.next = loop_.schedule(delay, [this, name] { workOn(name); });
 }

@@ -21,6 +21,7 @@ public:
     void run(const std::string& lane, Work work) override;
 
     // Nothing but the work is done meanwhile, and no time passes.
+    [[nodiscard]] bool waitFor(const std::string& lane, std::chrono::milliseconds limit) override;
     [[nodiscard]] bool finish(std::chrono::milliseconds limit) override;
 
     // No lane has work any more: the process that gave it has died.
@@ -31,6 +32,7 @@ public:
     void goOn(const std::string& lane);
 
     MainLoop::Duration longestDelay = std::chrono::milliseconds(3);
+    std::map<std::string, MainLoop::Duration> longestDelays;  // of lanes that are otherwise
 
 private:
     struct Lane {

@@ -20,12 +20,21 @@ public:
         if (isOver_) return;
         const auto [lane, isNew] = lanes_.try_emplace(name);
         lane->second.waiting.push_back(std::move(work));
+        ++lane->second.unfinished;
         ++unfinished_;
         if (isNew) {
             startWithoutSignals([self = shared_from_this(), lane] { self->workOff(lane); }).detach();
         } else {
             lane->second.hasMore.notify_one();
         }
+    }
+
+    bool waitFor(const std::string& name, std::chrono::milliseconds limit) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, limit, [&] {
+            const auto lane = lanes_.find(name);
+            return lane == lanes_.end() || lane->second.unfinished == 0;
+        });
     }
 
     bool finish(std::chrono::milliseconds limit) {
@@ -35,6 +44,7 @@ public:
         isOver_ = true;
         for (auto& [name, lane] : lanes_) {
             unfinished_ -= lane.waiting.size();
+            lane.unfinished -= lane.waiting.size();
             dropped.push_back(std::exchange(lane.waiting, {}));
         }
         return false;
@@ -51,6 +61,7 @@ public:
 private:
     struct Lane {
         std::deque<Work> waiting;
+        std::size_t unfinished = 0;  // work that waits or is under way
         std::condition_variable hasMore;
     };
 
@@ -68,6 +79,7 @@ private:
             work = nullptr;
             lock.lock();
             --unfinished_;
+            --lane->second.unfinished;
             changed_.notify_all();
         }
         lanes_.erase(lane);
@@ -92,6 +104,10 @@ PosixVolumeQueues::~PosixVolumeQueues() {
 
 void PosixVolumeQueues::run(const std::string& lane, Work work) {
     lanes_->add(lane, std::move(work));
+}
+
+bool PosixVolumeQueues::waitFor(const std::string& lane, std::chrono::milliseconds limit) {
+    return lanes_->waitFor(lane, limit);
 }
 
 bool PosixVolumeQueues::finish(std::chrono::milliseconds limit) {

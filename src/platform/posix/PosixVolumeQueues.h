@@ -21,6 +21,7 @@ public:
     ~PosixVolumeQueues() override;
 
     void run(const std::string& lane, Work work) override;
+    [[nodiscard]] bool waitFor(const std::string& lane, std::chrono::milliseconds limit) override;
     [[nodiscard]] bool finish(std::chrono::milliseconds limit) override;
 
 private:
