@@ -6,6 +6,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/TaskScope.h"
@@ -20,6 +21,12 @@
 #include "support/VirtualVolumeQueues.h"
 
 namespace tovri::test {
+
+// Refuses lines that speak of a fault of the program.
+class FaultlessLog final : public RecordingLog {
+public:
+    void line(std::string_view text) override;
+};
 
 // A put.io account and the one machine that downloads from it. The account outlives the machine's processes, and fails
 // the test when something is deleted from it that a loss of power could still take from the machine.
@@ -113,7 +120,7 @@ public:
     SeededRandom random;
     MemoryFileManager files;
     FakeFolderAccess folderAccess;
-    RecordingLog log;
+    FaultlessLog log;
     MemoryUserDefaults defaults;
     Preferences preferences{defaults, folderAccess, "/home/user"};
     ScriptedHTTPSession http{loop};

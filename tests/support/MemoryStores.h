@@ -76,7 +76,7 @@ private:
     std::map<std::string, Value, std::less<>> values_;
 };
 
-class RecordingLog final : public DiagnosticLog {
+class RecordingLog : public DiagnosticLog {
 public:
     void line(std::string_view text) override { lines.emplace_back(text); }
 

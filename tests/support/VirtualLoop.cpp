@@ -62,7 +62,9 @@ Subscription VirtualBackgroundQueue::run(Work work, Done done) {
     auto job = std::make_shared<VirtualWork>();
     job->work = std::move(work);
     job->done = std::move(done);
-    job->next = loop_.schedule(latency, [this, held = std::weak_ptr(job)] {
+    const auto choices = static_cast<std::uint64_t>(longestDelay.count()) + 1;
+    const MainLoop::Duration delay(static_cast<MainLoop::Duration::rep>(numbers_() % choices));
+    job->next = loop_.schedule(latency + delay, [this, held = std::weak_ptr(job)] {
         const auto begun = held.lock();
         begun->work(begun->stop.get_token());
         begun->next = loop_.schedule(MainLoop::Duration::zero(), [held] {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <random>
 #include <utility>
 
 #include "platform/BackgroundQueue.h"
@@ -65,17 +66,20 @@ private:
     Timestamp atStart_;
 };
 
-// Does the work in one go when `latency` has passed, and reports one turn later.
+// Does each work in one go when `latency` and up to `longestDelay` have passed, and reports one turn later. The seed
+// decides the delays, and so which of several ends first.
 class VirtualBackgroundQueue final : public BackgroundQueue {
 public:
-    explicit VirtualBackgroundQueue(VirtualLoop& loop) : loop_(loop) {}
+    explicit VirtualBackgroundQueue(VirtualLoop& loop, std::uint64_t seed = 1) : loop_(loop), numbers_(seed) {}
 
     Subscription run(Work work, Done done) override;
 
     MainLoop::Duration latency = MainLoop::Duration::zero();
+    MainLoop::Duration longestDelay = MainLoop::Duration::zero();
 
 private:
     VirtualLoop& loop_;
+    std::mt19937_64 numbers_;
 };
 
 }  // namespace tovri::test

@@ -36,7 +36,7 @@ constexpr Statuses any = {queued, downloading, awaitingConflict, paused,   compl
                           failed, cancelled,   skipped,          deleting, remoteDeleteFailed};
 
 // A file that was placed when the previous process died is found while its item waits again: hence `complete` from
-// queued and paused.
+// queued and paused. A question that was open then is asked anew.
 constexpr std::array rows = {
     Row{StatusStep::start, "start", {queued}, downloading},
     Row{StatusStep::fail, "fail", {queued, downloading, awaitingConflict}, failed},
@@ -45,7 +45,7 @@ constexpr std::array rows = {
     Row{StatusStep::pause, "pause", {downloading}, paused},
     Row{StatusStep::yieldSlot, "yieldSlot", {downloading}, queued},
     Row{StatusStep::resume, "resume", {paused}, queued},
-    Row{StatusStep::ask, "ask", {downloading}, awaitingConflict},
+    Row{StatusStep::ask, "ask", {downloading, awaitingConflict}, awaitingConflict},
     Row{StatusStep::complete, "complete", {downloading, awaitingConflict, queued, paused}, completed},
     Row{StatusStep::skip, "skip", {downloading, awaitingConflict}, skipped},
     Row{StatusStep::deleteRemote, "deleteRemote", {completed, remoteDeleteFailed}, deleting},
