@@ -16,7 +16,11 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       store_(std::make_shared<DownloadStore>(platform)),
       journal_(
           std::make_shared<PlacementJournal>(platform.files, platform.folders.applicationData / "placements.journal")),
-      saves_(platform.loop, [this] { save(); }),
+      saves_(platform.loop, [this] { saver_.save(); }),
+      saver_(platform, store_, journal_, saves_,
+             {.snapshot = [this] { return makeSnapshot(); },
+              .takeEnded = [this] { return placement_.takeEnded(); },
+              .failureChanged = [this] { list_.tell(QueueChange::Kind::saving); }}),
       groups_(list_),
       conflicts_(list_),
       lanes_(platform.loop, platform.files, platform.volumes),

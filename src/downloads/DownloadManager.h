@@ -21,8 +21,7 @@
 #include "downloads/running/RunSurroundings.h"
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
-#include "downloads/saving/DownloadStore.h"
-#include "downloads/saving/SaveSchedule.h"
+#include "downloads/saving/QueueSaver.h"
 #include "service/PutIOAPI.h"
 #include "settings/Preferences.h"
 
@@ -35,7 +34,7 @@ struct DestinationFolder {
 };
 
 // The download engine: starts transfers within the concurrency limit, follows them, and offers what the user can do to
-// the queue. What surrounds a transfer stands beside it: FolderWalk, Placement, RemoteDeletion, DownloadStore. Its own
+// the queue. What surrounds a transfer stands beside it: FolderWalk, Placement, RemoteDeletion, QueueSaver. Its own
 // failures end in an item's status and error, or in a diagnostic line; none reaches a caller.
 class DownloadManager {
 public:
@@ -125,7 +124,13 @@ public:
     void openForEditing();
 
     // Writes the queue file before it returns. False, after a diagnostic line, when it could not.
-    bool saveNow();
+    bool saveNow() { return use_ == Use::none || saver_.saveNow(); }
+
+    // As soon as that can be, without waiting for it.
+    void saveSoon() { scheduleSave(); }
+
+    // Why the last save failed, as the user sees it; none when it did not.
+    [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saver_.failure(); }
 
     // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done`
     // runs when all tokens have come and no file is being placed, after two seconds at the latest; then it is time for
@@ -162,8 +167,6 @@ private:
 
     [[nodiscard]] std::vector<DownloadPointer> loadQueue();
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
-    void save();
-    [[nodiscard]] const std::vector<PlacementNumber>& takePlaced();
     void endInterruptedDeletions();
     void adoptArrived(std::unordered_map<UUID, std::filesystem::path> arrived);
 
@@ -175,11 +178,10 @@ private:
     PutIOAPI* api_ = nullptr;
     std::optional<PutIODownloadService> service_;
 
-    std::shared_ptr<DownloadStore> store_;  // shared with a save that is being written
+    std::shared_ptr<DownloadStore> store_;
     std::shared_ptr<PlacementJournal> journal_;
-    std::vector<PlacementNumber> unjournaled_;  // what the journal may forget once the queue file has it
     SaveSchedule saves_;
-    Subscription saving_;
+    QueueSaver saver_;
     Use use_ = Use::none;
 
     bool isProcessing_ = false;        // processQueue() is under way

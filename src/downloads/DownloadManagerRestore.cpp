@@ -1,6 +1,5 @@
 // How the queue outlives the process.
 #include <algorithm>
-#include <iterator>
 #include <optional>
 #include <set>
 
@@ -53,7 +52,7 @@ void DownloadManager::restoreQueue() {
     list_.append(std::move(items));
     endInterruptedDeletions();
     adoptArrived(journal_->recover());
-    unjournaled_ = {PlacementJournal::recovered};
+    saver_.noteEnded(PlacementJournal::recovered);
     store_->cleanStaging(staged);
     scope_.start(removePartialsBut(std::move(partials)));
 
@@ -72,6 +71,7 @@ void DownloadManager::openForEditing() {
 // The items of the saved queue, as they were saved.
 std::vector<DownloadPointer> DownloadManager::loadQueue() {
     QueueSnapshot snapshot = store_->load();
+    saves_.setFileSize(store_->loadedSize());
     setPaused(snapshot.isPaused);
     groups_.restore(snapshot.folderGroupExpectedCounts);
     std::vector<DownloadPointer> items;
@@ -112,39 +112,6 @@ void DownloadManager::adoptArrived(std::unordered_map<UUID, std::filesystem::pat
         item->stagedURL.reset();
         settlement_.markCompleted(item, path);
     }
-}
-
-// What was placed since the last save, and what earlier saves could not write down.
-const std::vector<PlacementNumber>& DownloadManager::takePlaced() {
-    std::ranges::copy(placement_.takeEnded(), std::back_inserter(unjournaled_));
-    return unjournaled_;
-}
-
-// The snapshot is taken here, at one instant; encoding and writing a long queue must not stop the main loop.
-void DownloadManager::save() {
-    auto snapshot = std::make_shared<QueueSnapshot>(makeSnapshot());
-    const auto isWritten = std::make_shared<bool>(false);
-    const std::vector<PlacementNumber>& placed = takePlaced();
-    saving_ = platform_.background.run(
-        [store = store_, journal = journal_, snapshot, placed, isWritten,
-         number = store_->nextSaveNumber()](const std::stop_token&) {
-            *isWritten = store->save(std::move(*snapshot), number);
-            if (*isWritten) journal->forget(placed);
-        },
-        [this, isWritten, count = placed.size()] {
-            if (*isWritten) unjournaled_.erase(unjournaled_.begin(), unjournaled_.begin() + static_cast<long>(count));
-        });
-}
-
-bool DownloadManager::saveNow() {
-    if (use_ == Use::none) return true;
-    saves_.cancel();
-    saving_.reset();
-    const std::vector<PlacementNumber>& placed = takePlaced();
-    if (!store_->save(makeSnapshot(), store_->nextSaveNumber())) return false;
-    journal_->forget(placed);
-    unjournaled_.clear();
-    return true;
 }
 
 }  // namespace tovri

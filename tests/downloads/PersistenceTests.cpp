@@ -44,6 +44,7 @@ public:
 };
 
 TEST_F(Persistence, gathersChangesIntoOneWrite) {
+    world.volumes.longestDelay = 0ms;
     world.settle();
     std::size_t before = writes();
     const DownloadPointer item = world.enqueue(world.addFile("f", std::string(1000, 'x')));
@@ -236,7 +237,7 @@ TEST_F(Persistence, remembersAPlacementThatASaveDidNotSee) {
         World other;
         other.preferences.setConflictBehavior(ConflictBehavior::keepBoth);
         other.files.put(World::downloads / "f", "old");
-        other.background.latency = 1s;
+        other.volumes.longestDelays["saves"] = 1s;
         other.enqueue(other.addFile("f", "new"));
         other.manager().saveNow();
         other.loop.advance(std::chrono::milliseconds(milliseconds));

@@ -11,7 +11,7 @@ class Journey : public World {
 public:
     Journey() {
         storage.latency = std::chrono::milliseconds(300);  // so that saves fall between the steps
-        background.latency = std::chrono::milliseconds(150);
+        volumes.longestDelays["saves"] = std::chrono::milliseconds(300);
         preferences.setMaxConcurrentDownloads(2);
         preferences.setConflictBehavior(ConflictBehavior::keepBoth);
         files.put(downloads / "taken.txt", "the user's");

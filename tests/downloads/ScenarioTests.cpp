@@ -23,6 +23,7 @@ public:
         world_.preferences.setMaxConcurrentDownloads(limit_);
         world_.preferences.setConflictBehavior(conflictBehaviors[roll(conflictBehaviors.size())]);
         world_.background.latency = milliseconds(roll(2) * roll(300));
+        world_.volumes.longestDelays["saves"] = milliseconds(roll(2) * roll(2000));
         world_.http.latency = milliseconds(1 + roll(200));
         world_.volumes.longestDelay = milliseconds(roll(2) * roll(300));
         for (int i = 0; i < 5; ++i) loose_.push_back(addFile("file " + std::to_string(i)));

@@ -370,7 +370,6 @@ TEST_F(Scheduling, suspendsWithTokensAndGoesOnInTheNextProcess) {
     const DownloadPointer paused = running("paused");
     manager.pause(paused);
     const DownloadPointer active = running("active");
-    world.background.latency = 300ms;
     world.preferences.setConflictBehavior(ConflictBehavior::ask);  // nobody answers any more
     world.files.put(World::downloads / "placing", "the user's");
     const DownloadPointer placing = world.enqueue(world.addFile("placing", "p"));

@@ -33,14 +33,14 @@ void RemoteDeletion::retryDelete(const DownloadPointer& item) {
 Task<> RemoteDeletion::deleteRemote(std::int64_t id, std::vector<DownloadPointer> items) {
     if (!service_) {
         for (const DownloadPointer& item : items) miss(*item, "Not signed in to put.io.");
-        saves_.request(Urgency::soon);
+        saves_.request(Urgency::gathered);
         co_return;
     }
     for (const DownloadPointer& item : items) {
         item->error.reset();
         list_.take(*item, StatusStep::deleteRemote);
     }
-    saves_.request(Urgency::soon);
+    saves_.request(Urgency::gathered);
 
     for (const DownloadPointer& item : items) {
         Result<void> proven = co_await proof_.prove(item);
@@ -69,7 +69,7 @@ void RemoteDeletion::end(const std::vector<DownloadPointer>& items, Result<void>
         else
             miss(*item, outcome.error().description);
     }
-    saves_.request(Urgency::soon);
+    saves_.request(Urgency::gathered);
 }
 
 void RemoteDeletion::miss(Download& item, const std::string& reason) {

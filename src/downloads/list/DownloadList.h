@@ -26,6 +26,7 @@ struct QueueChange {
         progress,  // bytes, progress or speed of one item
         isPaused,
         conflict,  // another conflict, or none, is shown
+        saving,    // whether the queue can be saved, or why not
     };
     Kind kind;
     DownloadPointer item;

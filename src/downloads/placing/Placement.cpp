@@ -1,5 +1,8 @@
 #include "downloads/placing/Placement.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace tovri {
 
 template <class Act>
@@ -15,8 +18,13 @@ Task<Result<std::filesystem::path>> Placement::perform(Request request, Act act)
     auto work = [step, act = std::move(act)] { return act(step); };
     // Not given up: a file may have its name by then, and whoever waits has to learn of it.
     Result<Path> placed = co_await onVolume<Path>(ports_.loop, ports_.volumes, request.lane, {}, std::move(work));
-    ended_.push_back(step.placement);
+    (placed ? arrived_[request.run] : ended_).push_back(step.placement);
     co_return placed;
+}
+
+void Placement::runEnded(const DownloadRun* run) {
+    const auto arrived = arrived_.extract(run);
+    if (arrived) std::ranges::copy(arrived.mapped(), std::back_inserter(ended_));
 }
 
 Task<Result<std::filesystem::path>> Placement::place(Request request, std::stop_token stop) {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <stop_token>
 #include <string>
-#include <unordered_set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -34,6 +34,7 @@ public:
 
     // A received file, and where it is to go.
     struct Request {
+        const DownloadRun* run = nullptr;  // for which it is done
         UUID item;
         std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
         Path received;
@@ -52,7 +53,11 @@ public:
     // deletes anything because of it finds out by itself.
     Task<> secure(Path placed, std::string lane);
 
-    // The placements that ended since the last call; what became of them is in their items.
+    // What became of the run's placements is in its item from now on. Until then the journal alone knows a file that
+    // has its name while its bytes are being made durable.
+    void runEnded(const DownloadRun* run);
+
+    // The placements of which that is so since the last call, and those that failed.
     [[nodiscard]] std::vector<PlacementNumber> takeEnded() { return std::exchange(ended_, {}); }
 
 private:
@@ -61,6 +66,7 @@ private:
 
     Ports ports_;
     std::shared_ptr<PlacementJournal> journal_;  // shared with steps under way
+    std::unordered_map<const DownloadRun*, std::vector<PlacementNumber>> arrived_;
     std::vector<PlacementNumber> ended_;
 };
 

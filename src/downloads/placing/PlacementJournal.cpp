@@ -30,7 +30,7 @@ std::optional<std::uint64_t> number(std::string_view text) {
     return value;
 }
 
-// None for a line that a dying process left unfinished.
+// None for what is not a line of the journal.
 std::optional<Entry> parse(std::string_view text) {
     std::vector<std::string_view> fields;
     for (const auto field : std::views::split(text, separator)) fields.emplace_back(field.begin(), field.end());
@@ -54,7 +54,10 @@ void PlacementJournal::note(PlacementNumber placement, const UUID& item, const F
     const std::string text = line({item, file, staged, target});
     const std::scoped_lock lock(access_);
     lines_[placement] += text;
-    (void)files_.appendToFile(file_, text);
+    if (isTorn_)
+        rewrite();
+    else
+        isTorn_ = !files_.appendToFile(file_, text);
 }
 
 void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
@@ -72,7 +75,9 @@ void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
 void PlacementJournal::rewrite() {
     std::string text;
     for (const std::string& lines : lines_ | std::views::values) text += lines;
-    (void)(text.empty() ? files_.removeItem(file_) : files_.writeFileAtomically(file_, text));
+    const bool isWritten =
+        (text.empty() ? files_.removeItem(file_) : files_.writeFileAtomically(file_, text)).has_value();
+    isTorn_ = isTorn_ && !isWritten;
     forgottenBytes_ = 0;
 }
 
@@ -95,8 +100,10 @@ std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
     std::unordered_map<UUID, std::filesystem::path> arrived;
     const Result<ByteBlob> text = files_.readFile(file_);
     if (!text) return arrived;
-    for (const auto part : std::views::split(std::string_view(*text), '\n')) {
-        const std::optional<Entry> entry = parse(std::string_view(part.begin(), part.end()));
+    std::string_view rest = *text;
+    for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
+        const std::optional<Entry> entry = parse(rest.substr(0, end));
+        rest.remove_prefix(end + 1);
         if (!entry) continue;
         lines_[recovered] += line(*entry);
         if (const auto gathered = gatheringPath(entry->staged, entry->target); files_.exists(gathered))
@@ -114,6 +121,9 @@ std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
             arrived[entry->item] = entry->target;
         }
     }
+    // What a dying process began to note had not happened yet. Nothing may be added to it.
+    isTorn_ = !rest.empty();
+    if (isTorn_) rewrite();
     return arrived;
 }
 

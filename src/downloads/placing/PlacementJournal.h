@@ -59,6 +59,7 @@ private:
     std::mutex access_;
     std::unordered_map<PlacementNumber, std::string> lines_;  // several where several names were tried
     std::size_t forgottenBytes_ = 0;                          // in the file still
+    bool isTorn_ = false;                                     // the file ends within a line
     PlacementNumber lastNumber_ = recovered;
 };
 

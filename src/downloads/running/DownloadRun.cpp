@@ -14,6 +14,7 @@ DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
 }
 
 DownloadRun::~DownloadRun() {
+    around_.placement.runEnded(this);
     if (isCurrent()) item_->run = nullptr;
 }
 
@@ -104,7 +105,8 @@ Result<void> DownloadRun::compare(const ArrivedBytes& arrived) const {
 // --- The placement ---
 
 Placement::Request DownloadRun::placementOf(const Path& received) const {
-    return {.item = item_->id,
+    return {.run = this,
+            .item = item_->id,
             .bookmark = item_->securityScopeBookmark,
             .received = received,
             .destination = target_,
@@ -173,6 +175,7 @@ Task<Result<void>> DownloadRun::resolveConflict(Path received) {
         around_.settlement.markSkipped(item_);
     else
         settlePlaced(*placed);
+    if (wasUserAsked_) around_.saves.request(Urgency::soon);
     co_return Result<void>();
 }
 
@@ -211,9 +214,11 @@ Task<ConflictResolution> DownloadRun::askUser(Path received) {
     item_->speed = 0;
     around_.list.take(*item_, StatusStep::ask);
     if (!isCurrent()) co_return std::nullopt;
-    around_.saves.request(Urgency::soon);
-    if (const ConflictResolution remembered = around_.conflicts.rememberedChoice(*item_)) co_return remembered;
+    const ConflictResolution remembered = around_.conflicts.rememberedChoice(*item_);
+    around_.saves.request(remembered ? Urgency::gathered : Urgency::soon);
+    if (remembered) co_return remembered;
     isWaitingForUser_ = true;
+    wasUserAsked_ = true;
     around_.runWaits();
     Result<ConflictResolution> answer =
         co_await Answer<ConflictResolution>(around_.loop, {}, [this, &received](auto done) {
@@ -270,7 +275,7 @@ Task<> DownloadRun::failTransfer(Error error) {
     if (!isCurrent()) co_return;
     item_->resumeData = std::move(token);
     around_.settlement.markFailed(item_, error.description);
-    around_.saves.request(Urgency::soon);
+    around_.saves.request(Urgency::gathered);
 }
 
 void DownloadRun::startOver(const Error& error) {
@@ -281,7 +286,7 @@ void DownloadRun::startOver(const Error& error) {
     item_->bytesDownloaded = 0;
     item_->speed = 0;
     around_.list.take(*item_, StatusStep::startOver);
-    around_.saves.request(Urgency::soon);
+    around_.saves.request(Urgency::gathered);
 }
 
 void DownloadRun::removeOnVolume(Path file) {

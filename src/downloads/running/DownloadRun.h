@@ -84,6 +84,7 @@ private:
     Wish wish_ = Wish::goOn;
     std::stop_source stop_;  // of what the wish ends
     bool isWaitingForUser_ = false;
+    bool wasUserAsked_ = false;
     Reception reception_;
     Path target_;
     std::string targetLane_;

@@ -33,7 +33,7 @@ Task<Result<void>> Reception::open() {
     if (item_->resumeData) {
         resumed_ = ResumePoint::parse(*item_->resumeData);
         item_->resumeData.reset();
-        around_.saves.request(Urgency::soon);
+        around_.saves.request(Urgency::gathered);
         if (!resumed_) co_return failure(lostToken());
         name_ = resumed_->partial;
         arrived = {.length = resumed_->offset, .checksum = resumed_->checksum};

@@ -18,7 +18,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
         deletion_.deleteFile(item);
     else
         deletion_.checkFolderGroup(*item);
-    saves_.request(Urgency::soon);
+    saves_.request(Urgency::gathered);
 }
 
 void Settlement::markSkipped(const DownloadPointer& item) {
@@ -28,7 +28,7 @@ void Settlement::markSkipped(const DownloadPointer& item) {
     list_.take(*item, StatusStep::skip);
     notifySyncSettled(*item);
     deletion_.checkFolderGroup(*item);
-    saves_.request(Urgency::soon);
+    saves_.request(Urgency::gathered);
 }
 
 void Settlement::markFailed(const DownloadPointer& item, const std::string& message) {
@@ -37,7 +37,7 @@ void Settlement::markFailed(const DownloadPointer& item, const std::string& mess
     item->speed = 0;
     list_.take(*item, StatusStep::fail);
     deletion_.checkFolderGroup(*item);
-    saves_.request(Urgency::soon);
+    saves_.request(Urgency::gathered);
 }
 
 void Settlement::markCancelled(const DownloadPointer& item) {

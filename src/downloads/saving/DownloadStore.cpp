@@ -11,6 +11,7 @@ QueueSnapshot DownloadStore::load() {
     if (!platform_.files.exists(queueURL_)) return {};
     Result<ByteBlob> bytes = platform_.files.readFile(queueURL_);
     if (bytes) {
+        loadedSize_ = static_cast<ByteCount>(bytes->size());
         Result<QueueSnapshot> snapshot = decodeQueue(std::move(*bytes));
         if (snapshot && snapshot->version <= 1) {
             prune(*snapshot);
@@ -30,17 +31,17 @@ void DownloadStore::keepUnreadableFile() {
     }
 }
 
-bool DownloadStore::save(QueueSnapshot snapshot, std::uint64_t saveNumber) {
+Result<ByteCount> DownloadStore::save(QueueSnapshot snapshot) const {
     prune(snapshot);
-    const std::scoped_lock lock(writing_);
-    if (saveNumber < lastWritten_) return true;
-    const Result<void> written = platform_.files.writeFileAtomically(
-        queueURL_, [&](const FileManager::Sink& sink) { return encodeQueue(snapshot, sink); });
-    if (written)
-        lastWritten_ = saveNumber;
-    else
-        platform_.log.line("[DownloadStore] Failed to write queue: " + written.error().description);
-    return written.has_value();
+    ByteCount size = 0;
+    const auto write = [&](const FileManager::Sink& sink) {
+        return encodeQueue(snapshot, [&](std::string_view piece) {
+            size += static_cast<ByteCount>(piece.size());
+            return sink(piece);
+        });
+    };
+    if (Result<void> written = platform_.files.writeFileAtomically(queueURL_, write); !written) return failure(written);
+    return size;
 }
 
 void DownloadStore::prune(QueueSnapshot& snapshot) const {

@@ -1,8 +1,6 @@
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
-#include <mutex>
 #include <set>
 
 #include "downloads/saving/QueueSnapshot.h"
@@ -26,12 +24,12 @@ public:
     // understood is reported by a diagnostic line and stays under another name when the next save replaces it.
     [[nodiscard]] QueueSnapshot load();
 
-    // Gives every snapshot its place in time: of two saves, the one with the later number wins, whichever ends last.
-    [[nodiscard]] std::uint64_t nextSaveNumber() { return ++lastSaveNumber_; }
+    // The size of the file that load() read.
+    [[nodiscard]] ByteCount loadedSize() const { return loadedSize_; }
 
-    // Prunes, encodes and writes, durably. False, after a diagnostic line, when the file could not be written. Any
-    // thread.
-    bool save(QueueSnapshot snapshot, std::uint64_t saveNumber);
+    // Prunes, encodes and writes, durably; how large the file is then. Any thread, but one at a time: of two saves the
+    // one that ends last wins.
+    [[nodiscard]] Result<ByteCount> save(QueueSnapshot snapshot) const;
 
     // Deletes every staged file but these.
     void cleanStaging(const std::set<std::filesystem::path>& keep);
@@ -44,11 +42,7 @@ private:
     Platform platform_;
     std::filesystem::path stagingDirectory_;
     std::filesystem::path queueURL_;
-    std::uint64_t lastSaveNumber_ = 0;
-
-    // A save that runs in the background and the one at quit may meet: whoever writes holds this.
-    std::mutex writing_;
-    std::uint64_t lastWritten_ = 0;
+    ByteCount loadedSize_ = 0;
 };
 
 }  // namespace tovri

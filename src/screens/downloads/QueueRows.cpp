@@ -89,7 +89,7 @@ std::optional<std::size_t> QueueRows::indexOf(const DownloadPointer& item, Downl
 
 void QueueRows::follow(const QueueChange& change) {
     using enum QueueChange::Kind;
-    if (change.kind == isPaused || change.kind == conflict || change.kind == progress) return;
+    if (change.kind == isPaused || change.kind == conflict || change.kind == saving || change.kind == progress) return;
     if (!change.item || isCatchingUp_) return needReset();
     const DownloadPointer& item = change.item;
     const DownloadSection section = downloadSection(item->status);
