@@ -5,11 +5,12 @@
 
 namespace tovri {
 
-void AppDelegate::applicationWillTerminate() {
+Result<void> AppDelegate::applicationWillTerminate() {
     // The rules first: a settled item may leave the queue file only once its rule knows the file on the disk, or a
     // process that dies in between would fetch it again.
-    if (syncManager) (void)syncManager->saveNow();
-    if (downloadManager) downloadManager->saveNow();
+    Result<void> rules = syncManager ? syncManager->saveNow() : Result<void>();
+    if (!downloadManager || downloadManager->saveNow()) return rules;
+    return failure(Error(ErrorCase::file, downloadManager->saveFailure().value_or("The queue cannot be saved.")));
 }
 
 void AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows, const std::function<void()>& showAllWindows) {

@@ -2,6 +2,8 @@
 
 #include <functional>
 
+#include "base/Result.h"
+
 namespace tovri {
 
 class AuthManager;
@@ -16,8 +18,8 @@ public:
     DownloadManager* downloadManager = nullptr;
     SyncManager* syncManager = nullptr;
 
-    // The queue is written when it returns, and what is on its way of the rules.
-    void applicationWillTerminate();
+    // The queue is written when it returns, and what is on its way of the rules; or it says what could not be.
+    Result<void> applicationWillTerminate();
 
     // Downloads go on without a window.
     [[nodiscard]] static bool applicationShouldTerminateAfterLastWindowClosed() { return false; }

@@ -27,6 +27,10 @@ bool hasLostItsFile(const Download& item, FileManager& files) {
 SyncManager::SyncManager(const Platform& platform)
     : platform_(platform), store_(platform), rules_(store_.load()), self_(std::make_shared<SyncManager*>(this)) {
     for (SyncRule& rule : rules_) rule.revision = 1;
+    store_.onFailure([this](const Error& error) {
+        setLastError(error.description);
+        platform_.log.line("[SyncManager] " + error.description);
+    });
 }
 
 SyncManager::~SyncManager() {

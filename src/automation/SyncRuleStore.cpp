@@ -1,6 +1,6 @@
 #include "automation/SyncRuleStore.h"
 
-#include <iterator>
+#include <chrono>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -9,9 +9,17 @@
 #include "automation/SyncRuleCoding.h"
 
 namespace tovri {
+namespace {
 
-// What the main thread hands over and a background thread writes. Rules are always taken and written in one piece
-// under `writing_`, so a file is never replaced by an older one, whoever writes.
+constexpr auto lane = "rules";
+
+Error unsaved(const Error& error) {
+    return {error.code, "The rules cannot be saved. " + error.description};
+}
+
+}  // namespace
+
+// What the main thread hands over and the lane writes, one after the other.
 class SyncRuleStore::Writer {
 public:
     Writer(FileManager& files, std::filesystem::path file) : files_(files), file_(std::move(file)) {}
@@ -31,26 +39,37 @@ public:
         return isFirst;
     }
 
-    // What became of the last writing of all.
+    // The rules that were handed over last.
     Result<void> write() {
-        const std::scoped_lock lock(writing_);
-        std::unique_lock handing(handing_);
-        const auto rules = std::exchange(rules_, std::nullopt);
-        if (!rules) return outcome_;  // written at the end of the program meanwhile
-        const auto arrived = std::exchange(arrived_, {});
-        handing.unlock();
+        Result<void> outcome = writeHanded();
+        const std::scoped_lock lock(handing_);
+        outcome_ = outcome;
+        return outcome;
+    }
 
-        for (const std::filesystem::path& path : arrived) (void)files_.makeDurable(path);
-        if (mustKeepOldFile_) outcome_ = keepOldFileAside();
-        if (mustKeepOldFile_ && !outcome_) return outcome_;
-        mustKeepOldFile_ = false;
-        (void)files_.createDirectories(file_.parent_path());
-        outcome_ =
-            files_.writeFileAtomically(file_, [&](const FileManager::Sink& sink) { return encodeRules(*rules, sink); });
+    // What became of the last writing of all.
+    Result<void> outcome() {
+        const std::scoped_lock lock(handing_);
+        if (rules_) return failure(Error(ErrorCase::file, "Tovri is ending."));
         return outcome_;
     }
 
 private:
+    Result<void> writeHanded() {
+        std::unique_lock handing(handing_);
+        const auto rules = std::exchange(rules_, std::nullopt);
+        const auto arrived = std::exchange(arrived_, {});
+        handing.unlock();
+
+        for (const std::filesystem::path& path : arrived) (void)files_.makeDurable(path);
+        if (mustKeepOldFile_)
+            if (Result<void> kept = keepOldFileAside(); !kept) return kept;
+        mustKeepOldFile_ = false;
+        (void)files_.createDirectories(file_.parent_path());
+        return files_.writeFileAtomically(file_,
+                                          [&](const FileManager::Sink& sink) { return encodeRules(*rules, sink); });
+    }
+
     [[nodiscard]] Result<void> keepOldFileAside() {
         for (int number = 1;; ++number) {
             const auto name = "sync-rules.unreadable-" + std::to_string(number) + ".json";
@@ -66,16 +85,16 @@ private:
     std::mutex handing_;  // held for a moment only: the main thread waits for it
     std::optional<std::vector<SyncRule>> rules_;
     std::vector<std::filesystem::path> arrived_;
-
-    std::mutex writing_;
-    bool mustKeepOldFile_ = false;
     Result<void> outcome_;
+
+    bool mustKeepOldFile_ = false;  // set before anything is written, then the lane's
 };
 
 SyncRuleStore::SyncRuleStore(const Platform& platform)
     : platform_(platform),
       storageURL_(platform.folders.applicationData / "sync-rules.json"),
-      writer_(std::make_shared<Writer>(platform.files, storageURL_)) {}
+      writer_(std::make_shared<Writer>(platform.files, storageURL_)),
+      tellFailure_(std::make_shared<std::function<void(const Error&)>>()) {}
 
 std::vector<SyncRule> SyncRuleStore::load() {
     if (!platform_.files.exists(storageURL_)) return {};
@@ -90,8 +109,14 @@ std::vector<SyncRule> SyncRuleStore::load() {
 
 void SyncRuleStore::save(const std::vector<SyncRule>& rules) {
     if (!writer_->hand(rules)) return;
-    // The work before this one, if it has not ended, has begun: it goes on without its subscription.
-    writing_ = platform_.background.run([writer = writer_](const std::stop_token&) { (void)writer->write(); }, [] {});
+    platform_.volumes.run(lane, [&loop = platform_.loop, writer = writer_, held = std::weak_ptr(tellFailure_)] {
+        const Result<void> written = writer->write();
+        if (written) return;
+        loop.post([held, error = unsaved(written.error())] {
+            const auto tell = held.lock();
+            if (tell && *tell) (*tell)(error);
+        });
+    });
 }
 
 void SyncRuleStore::writeAfter(std::filesystem::path arrived) {
@@ -99,7 +124,11 @@ void SyncRuleStore::writeAfter(std::filesystem::path arrived) {
 }
 
 Result<void> SyncRuleStore::finish() {
-    return writer_->write();
+    constexpr std::chrono::seconds patience{10};
+    if (!platform_.volumes.waitFor(lane, patience))
+        return failure(unsaved({ErrorCase::file, "The disk takes too long; check the disk and try again."}));
+    const Result<void> outcome = writer_->outcome();
+    return outcome ? outcome : failure(unsaved(outcome.error()));
 }
 
 }  // namespace tovri

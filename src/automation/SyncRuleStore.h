@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -9,12 +10,14 @@
 
 namespace tovri {
 
-// Knows where the rules file lives, reads it, and writes it behind the main loop's back. A failure to write is silent:
-// the next change brings all rules again.
+// Knows where the rules file lives, reads it, and writes it behind the main loop's back, in a lane of its own. After a
+// failure the next change brings all rules again.
 class SyncRuleStore {
 public:
-    // Creates the folder of the rules file; a failure shows when the rules are saved.
     explicit SyncRuleStore(const Platform& platform);
+
+    // Told on the main thread of each writing that failed, but for those that finish() returns.
+    void onFailure(std::function<void(const Error&)> tell) { *tellFailure_ = std::move(tell); }
 
     [[nodiscard]] const std::filesystem::path& storageURL() const { return storageURL_; }
 
@@ -22,13 +25,13 @@ public:
     // line, and stays under another name when the first save replaces it.
     [[nodiscard]] std::vector<SyncRule> load();
 
-    // Writes these rules, durably, as soon as a thread is free. Rules that are still waiting for it make way.
+    // Writes these rules, durably, after those under way. Rules that are still waiting for that make way.
     void save(const std::vector<SyncRule>& rules);
 
     // Before the rules are written that say that the file has arrived, its bytes are on the disk.
     void writeAfter(std::filesystem::path arrived);
 
-    // Returns when what was to be saved is written, or could not be.
+    // Returns when what was to be saved is written, or could not be; at the latest after ten seconds.
     Result<void> finish();
 
 private:
@@ -36,8 +39,8 @@ private:
 
     Platform platform_;
     std::filesystem::path storageURL_;
-    std::shared_ptr<Writer> writer_;  // shared with the threads that write
-    Subscription writing_;
+    std::shared_ptr<Writer> writer_;                                  // shared with the lane
+    std::shared_ptr<std::function<void(const Error&)>> tellFailure_;  // a writing's report holds it weakly
 };
 
 }  // namespace tovri

@@ -129,7 +129,7 @@ public:
     // As soon as that can be, without waiting for it.
     void saveSoon() { scheduleSave(); }
 
-    // Why the last save failed, as the user sees it; none when it did not.
+    // That and why the last save failed, as the user sees it; none when it did not.
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saver_.failure(); }
 
     // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done`

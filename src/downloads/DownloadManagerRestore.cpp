@@ -35,6 +35,7 @@ void DownloadManager::restoreQueue() {
     if (use_ != Use::none) return;
     use_ = Use::running;
     saves_.open();
+    store_->removeHalfWritten();
     store_->createStagingDirectory();
     std::vector<DownloadPointer> items = loadQueue();
     std::set<std::filesystem::path> staged;

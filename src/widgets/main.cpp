@@ -106,11 +106,11 @@ private:
         app_->setup();
         // The session ends: there may be no time for more than what is in memory.
         QObject::connect(
-            qApp, &QGuiApplication::commitDataRequest, qApp, [this] { app_->appDelegate().applicationWillTerminate(); },
-            Qt::DirectConnection);
+            qApp, &QGuiApplication::commitDataRequest, qApp,
+            [this] { (void)app_->appDelegate().applicationWillTerminate(); }, Qt::DirectConnection);
         desktop_.emplace(Desktop::Surroundings{*app_, platform_, defaults_, workspace_, collation_, inhibitor_,
                                                notifications_, hosts_, TrayIcon::isAvailable},
-                         [] { end(); });
+                         [](const Result<void>& saved) { saved ? end() : endUnsaved(saved.error().description); });
         QObject::connect(&*desktop_, &Desktop::ending, qApp, [this] { instance_.close(); });
         if (waiting_) desktop_->window().setGeometry(waiting_->geometry());
         desktop_->open();
@@ -140,6 +140,16 @@ private:
 
     // Qt's own quit() would ask every window that is open, and a sheet that wants an answer refuses.
     static void end() { QCoreApplication::exit(); }
+
+    // Said where the user looks. A session that ends does not wait for an answer.
+    static void endUnsaved(const std::string& reason) {
+        constexpr std::chrono::seconds patience{20};
+        QTextStream(stderr) << "tovri: " << QString::fromStdString(reason) << '\n';
+        QMessageBox box(QMessageBox::Warning, QStringLiteral("Tovri"), QString::fromStdString(reason));
+        QTimer::singleShot(patience, &box, &QMessageBox::accept);
+        box.exec();
+        QCoreApplication::exit(failed);
+    }
 
     SingleInstance& instance_;
     XDGFolders folders_;

@@ -150,14 +150,29 @@ TEST_F(TovriAppTest, anAnswerThatTheTokenIsRefusedEndsPollingAndEmptiesTheFileBr
 
 TEST_F(TovriAppTest, writesItsStateAtTheEndUnlessItWasNeverSetUp) {
     auto app = start();
-    app->appDelegate().applicationWillTerminate();
+    EXPECT_TRUE(app->appDelegate().applicationWillTerminate());
     EXPECT_FALSE(wrote("queue.json"));
 
     app->setup();
     app->syncManager().addRule(watchedFolder());
-    app->appDelegate().applicationWillTerminate();
+    EXPECT_TRUE(app->appDelegate().applicationWillTerminate());
     EXPECT_TRUE(wrote("queue.json"));
     EXPECT_TRUE(wrote("sync-rules.json"));
+}
+
+TEST_F(TovriAppTest, saysAtTheEndWhatCouldNotBeWritten) {
+    const auto app = start();
+    app->setup();
+    for (const auto& [name, text] : {std::pair("queue.json", "The queue cannot be saved. Full."),
+                                     std::pair("sync-rules.json", "The rules cannot be saved. Full.")}) {
+        app->syncManager().addRule(watchedFolder());
+        files.failNext("writeFileAtomically", std::filesystem::path("/data") / name, {ErrorCase::file, "Full."});
+        const Result<void> saved = app->appDelegate().applicationWillTerminate();
+        ASSERT_FALSE(saved);
+        EXPECT_EQ(saved.error().description, text);
+        app->syncManager().addRule(watchedFolder());
+        EXPECT_TRUE(app->appDelegate().applicationWillTerminate());
+    }
 }
 
 TEST_F(TovriAppTest, aSecondStartBringsTheWindowsBackOnlyWhenNoneIsSeen) {

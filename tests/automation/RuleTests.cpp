@@ -1,5 +1,4 @@
 // The rules, their file, and what becomes of both when the process or the power ends.
-#include <filesystem>
 #include <regex>
 
 #include <gmock/gmock.h>
@@ -198,7 +197,7 @@ TEST(Rules, bringAFileOnceWheneverTheProcessDies) {
         for (int moment = 0; moment < 60; ++moment) {
             SCOPED_TRACE(std::to_string(moment) + (losesPower ? ", without power" : ""));
             SyncWorld home;
-            home.world.background.latency = 7ms;
+            for (const char* lane : {"rules", "saves"}) home.world.volumes.longestDelays[lane] = 14ms;
             const std::int64_t shows = home.world.addFolder("Shows");
             home.watch(shows);
             home.world.addFile("new.mkv", "new", shows);
@@ -246,6 +245,24 @@ TEST(Rules, areWrittenInTheirOrder) {
         store.finish().value();
         EXPECT_EQ(SyncRuleStore(real).load().at(0).knownFileIDs.size(), 50U);
     }
+}
+
+TEST(Rules, sayThatTheyCannotBeWritten) {
+    SyncWorld home;
+    const UUID id = home.watch(home.world.addFolder("Shows"));
+    home.world.files.failNext("writeFileAtomically", home.sync->storageURL(), {ErrorCase::file, "The disk is full."});
+    home.sync->fileSettled(id, 1);
+    home.settle();
+    EXPECT_EQ(home.sync->lastError(), "The rules cannot be saved. The disk is full.");
+    EXPECT_FALSE(home.sync->saveNow());
+    home.sync->fileSettled(id, 2);  // brings all of them
+    EXPECT_TRUE(home.sync->saveNow());
+    EXPECT_EQ(home.savedRules().at(0).knownFileIDs.size(), 2U);
+
+    home.world.volumes.hang("rules");
+    home.sync->fileSettled(id, 3);
+    EXPECT_FALSE(home.sync->saveNow());  // returns
+    home.world.volumes.goOn("rules");
 }
 
 }  // namespace

@@ -32,6 +32,8 @@ public:
     explicit Scenario(std::uint64_t seed) : dice_(seed), losesPower_(seed % 3 == 0) {
         world().preferences.setMaxConcurrentDownloads(1 + static_cast<std::int64_t>(roll(4)));
         world().background.latency = milliseconds(roll(2) * roll(300));
+        for (const char* lane : {"rules", "saves"})
+            world().volumes.longestDelays[lane] = milliseconds(roll(2) * roll(2000));
         world().http.latency = milliseconds(1 + roll(200));
         for (const char* name : {"Shows", "Films"}) {
             const std::int64_t folder = world().addFolder(name);

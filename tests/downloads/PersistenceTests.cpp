@@ -219,11 +219,14 @@ TEST_F(Persistence, removesWhatNobodyNames) {
     world.settle();
     world.files.put(World::partials / world.random.makeUUID().text(), "x");
     world.files.put(World::staging / ".hidden", "x");
+    const World::Path halfWritten = World::data / (".tovri-" + world.random.makeUUID().text());
+    world.files.put(halfWritten, "{");
     world.kill();
     world.start();
     world.loop.advance(100ms);
     EXPECT_EQ(world.files.files(World::partials).size(), 1U);
     EXPECT_TRUE(world.files.files(World::staging).empty());
+    EXPECT_FALSE(world.files.exists(halfWritten));
     manager().resumeAll();
     world.settle();
     EXPECT_EQ(world.files.content(World::downloads / "f"), world.contentOf(file));

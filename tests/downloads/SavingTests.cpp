@@ -138,7 +138,7 @@ TEST_F(Saving, isTriedAgainWhereNothingElseChanges) {
     world.files.failNext("writeFileAtomically", World::queueFile, {ErrorCase::file, "The disk is full."}, 2);
     manager().pauseAll();
     world.loop.advance(20s);
-    EXPECT_EQ(manager().saveFailure(), "The disk is full.");
+    EXPECT_EQ(manager().saveFailure(), "The queue cannot be saved. The disk is full.");
     world.loop.advance(50s);
     EXPECT_FALSE(manager().saveFailure());
     EXPECT_THAT(saved(), HasSubstr("\"isPaused\": true"));

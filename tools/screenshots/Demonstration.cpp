@@ -23,7 +23,7 @@ Demonstration::Demonstration() {
     app_->setup();
     desktop_.emplace(Desktop::Surroundings{*app_, platform(), defaults_, workspace_, collation_, inhibitor_,
                                            notifications_, *hosts, [] { return false; }},
-                     [] {});
+                     [](const Result<void>&) {});
 }
 
 Demonstration::~Demonstration() = default;

@@ -68,6 +68,7 @@ void DownloadRun::follow(const QueueChange& change) {
     reporter_->follow(change);
     prompt_.follow(change);
     if (change.kind == QueueChange::Kind::status) tellFailure(*change.item);
+    if (change.kind == QueueChange::Kind::saving) tellUnsaved(downloads_.saveFailure());
     if (change.kind != QueueChange::Kind::progress) checkSoon();
 }
 
@@ -78,6 +79,16 @@ void DownloadRun::tellFailure(const Download& item) {
     context_.terminal.message(fmt::format(
         "{}: {}: {} {}: tovri-cli retry {}", hasArrived ? "Not deleted from put.io" : "Failed", pathText(item),
         printable(item.error.value_or("Download failed")), hasArrived ? "Delete it with" : "Try again with", id));
+}
+
+void DownloadRun::tellUnsaved(const std::optional<std::string>& reason) {
+    if (reason && reason != unsaved_) context_.complain(*reason);
+    unsaved_ = reason;
+}
+
+void DownloadRun::save() {
+    const Result<void> saved = context_.app.appDelegate().applicationWillTerminate();
+    tellUnsaved(saved ? std::nullopt : std::optional(saved.error().description));
 }
 
 bool DownloadRun::isOver() const {
@@ -107,7 +118,7 @@ Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
     });
     if (!ended) co_return ExitCode::interrupted;
     changes_.reset();
-    context_.app.appDelegate().applicationWillTerminate();
+    save();
     reporter_->end();
     tellPause();
     co_return exitCode();
@@ -127,7 +138,7 @@ void DownloadRun::tellPause() {
 // What was asked for has not arrived while the whole queue is paused.
 ExitCode DownloadRun::exitCode() const {
     const bool waits = downloads_.isPaused() && downloads_.downloads().count({Status::queued, Status::paused}) > 0;
-    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 || waits;
+    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 || waits || unsaved_;
     return failed ? ExitCode::failure : ExitCode::success;
 }
 
@@ -136,7 +147,7 @@ void DownloadRun::rest(std::function<void()> done) {
     const auto finish = [this, done = std::move(done)] {
         if (std::exchange(isAtRest_, true)) return;
         deadline_.reset();
-        context_.app.appDelegate().applicationWillTerminate();
+        save();
         done();
     };
     context_.app.syncManager().stopPolling();

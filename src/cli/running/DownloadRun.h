@@ -45,6 +45,8 @@ public:
 private:
     void follow(const QueueChange& change);
     void tellFailure(const Download& item);
+    void tellUnsaved(const std::optional<std::string>& reason);
+    void save();
     void checkSoon();
     [[nodiscard]] bool isOver() const;
     void rest(std::function<void()> done);
@@ -61,6 +63,7 @@ private:
     ConflictPrompt prompt_;
     Until until_ = Until::empty;
     bool hasFailed_ = false;
+    std::optional<std::string> unsaved_;  // what was last told of what could not be saved
     bool isGivingUp_ = false;
     bool isAtRest_ = false;
     std::move_only_function<void()> ended_;

@@ -7,6 +7,17 @@ DownloadStore::DownloadStore(const Platform& platform)
       stagingDirectory_(platform.folders.applicationData / "Staging"),
       queueURL_(platform.folders.applicationData / "queue.json") {}
 
+void DownloadStore::removeHalfWritten() {
+    constexpr std::string_view mark = ".tovri-";
+    const auto entries = platform_.files.directoryContents(queueURL_.parent_path());
+    if (!entries) return;
+    for (const std::filesystem::path& entry : *entries) {
+        const std::string name = entry.filename().native();
+        const bool isHidden = name.starts_with(mark) && UUID::parse(name.substr(mark.size()));
+        if (isHidden && platform_.files.fileSize(entry)) (void)platform_.files.removeItem(entry);
+    }
+}
+
 QueueSnapshot DownloadStore::load() {
     if (!platform_.files.exists(queueURL_)) return {};
     Result<ByteBlob> bytes = platform_.files.readFile(queueURL_);

@@ -20,6 +20,9 @@ public:
     // A failure shows when something is staged.
     void createStagingDirectory() { (void)platform_.files.createDirectories(stagingDirectory_); }
 
+    // What a process left that died while it replaced a file of the data folder. To be called before any is replaced.
+    void removeHalfWritten();
+
     // The saved queue without what was pruned; the empty one when there is none. A file that cannot be read or
     // understood is reported by a diagnostic line and stays under another name when the next save replaces it.
     [[nodiscard]] QueueSnapshot load();

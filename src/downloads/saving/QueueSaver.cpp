@@ -89,7 +89,10 @@ bool QueueSaver::finishRunning(std::chrono::milliseconds patience) {
 }
 
 void QueueSaver::setFailure(std::optional<std::string> failure) {
-    if (failure) platform_.log.line("[DownloadStore] Failed to write queue: " + *failure);
+    if (failure) {
+        platform_.log.line("[DownloadStore] Failed to write queue: " + *failure);
+        failure->insert(0, "The queue cannot be saved. ");
+    }
     if (failure_ == failure) return;
     failure_ = std::move(failure);
     queue_.failureChanged();

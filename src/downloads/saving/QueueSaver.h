@@ -36,7 +36,8 @@ public:
     // most two seconds for the save under way, and for its own as long as a slow disk may take for a long queue.
     bool saveNow();
 
-    // Why the last save failed, after a diagnostic line; none when it did not. Another follows in half a minute.
+    // That and why the last save failed, after a diagnostic line; none when it did not. Another follows in half a
+    // minute.
     [[nodiscard]] const std::optional<std::string>& failure() const { return failure_; }
 
     // The next save says it.

@@ -63,6 +63,11 @@ std::optional<Placeholder> DownloadsScreen::placeholder() const {
                        "Files you download will appear here.", ""};
 }
 
+std::optional<Banner> DownloadsScreen::banner() const {
+    if (!chrome_.saveFailure) return std::nullopt;
+    return Banner{"exclamationmark.triangle.fill", Tint::attention, *chrome_.saveFailure, "Try Again"};
+}
+
 std::string DownloadsScreen::headerAt(std::size_t row) const {
     switch (rows_.placeAt(row).section) {
         case DownloadSection::active:
@@ -116,7 +121,13 @@ DownloadsScreen::Chrome DownloadsScreen::makeChrome() const {
     const bool hasPaused = list.count(Status::paused) > 0;
     const bool hasFinished = list.count({Status::completed, Status::failed, Status::cancelled, Status::skipped,
                                          Status::remoteDeleteFailed}) > 0;
-    return {list.items().empty(), hasPausable, hasPaused, hasPausable || hasPaused, hasFinished, makeSummary()};
+    return {.isEmpty = list.items().empty(),
+            .canPauseAll = hasPausable,
+            .canResumeAll = hasPaused,
+            .canCancelAll = hasPausable || hasPaused,
+            .canClearFinished = hasFinished,
+            .summary = makeSummary(),
+            .saveFailure = manager_.saveFailure()};
 }
 
 std::vector<Label> DownloadsScreen::makeSummary() const {

@@ -10,6 +10,7 @@
 #include "base/Signal.h"
 #include "downloads/DownloadManager.h"
 #include "platform/Workspace.h"
+#include "screens/Banner.h"
 #include "screens/Label.h"
 #include "screens/Placeholder.h"
 #include "screens/ToolbarItem.h"
@@ -38,6 +39,9 @@ public:
 
     // In place of summary and rows while the queue is empty.
     [[nodiscard]] std::optional<Placeholder> placeholder() const;
+
+    // The queue cannot be saved. Its button is retrySaving().
+    [[nodiscard]] std::optional<Banner> banner() const;
 
     // Above the rows; as of the last time that the screen was on view.
     [[nodiscard]] const std::vector<Label>& summary() const { return chrome_.summary; }
@@ -79,6 +83,8 @@ public:
     // Likewise to each of them, and in such an order that they keep theirs.
     void perform(DownloadAction action, const std::vector<UUID>& ids);
 
+    void retrySaving() { manager_.saveSoon(); }
+
     // A double click, or Return.
     void activate(const UUID& id);
 
@@ -91,6 +97,7 @@ private:
         bool canCancelAll = false;
         bool canClearFinished = false;
         std::vector<Label> summary;
+        std::optional<std::string> saveFailure;
 
         bool operator==(const Chrome&) const = default;
     };

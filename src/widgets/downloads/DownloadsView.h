@@ -6,6 +6,7 @@
 
 namespace tovri {
 
+class BannerView;
 class RowListView;
 
 // The downloads screen: a toolbar, what is running in sum, and the queue in its sections; or a placeholder. Return and
@@ -30,6 +31,7 @@ private:
     void connectList();
     void follow(const ScreenChange& change);
     void showChrome();
+    void showBanner();
     void showMenu(const QPoint& globalPosition);
     [[nodiscard]] std::vector<std::size_t> selectedRows() const;
     [[nodiscard]] std::vector<UUID> selectedIDs() const;
@@ -38,6 +40,7 @@ private:
     DownloadRows rows_;
     RowModel model_;
     RowListView* list_;
+    BannerView* banner_ = nullptr;  // made for the first one
     Subscription following_;
 };
 

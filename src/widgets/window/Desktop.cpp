@@ -14,7 +14,7 @@
 
 namespace tovri {
 
-Desktop::Desktop(Surroundings surroundings, std::function<void()> ended)
+Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
     : surroundings_(std::move(surroundings)),
       ended_(std::move(ended)),
       preferences_(surroundings_.defaults),

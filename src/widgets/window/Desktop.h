@@ -44,8 +44,8 @@ public:
         std::function<bool()> hasTray;
     };
 
-    // `ended` runs when everything is written and nothing keeps the process any more.
-    Desktop(Surroundings surroundings, std::function<void()> ended);
+    // `ended` runs when nothing keeps the process any more.
+    Desktop(Surroundings surroundings, Ending::Done ended);
 
     [[nodiscard]] MainWindow& window() { return window_; }
 
@@ -70,7 +70,7 @@ private:
     void hideWindows();
 
     Surroundings surroundings_;
-    std::function<void()> ended_;
+    Ending::Done ended_;
     DesktopPreferences preferences_;
     ContentScreen content_;
     SignInScreen signIn_;

@@ -5,7 +5,7 @@
 
 namespace tovri {
 
-void Ending::begin(std::function<void()> done) {
+void Ending::begin(Done done) {
     using namespace std::chrono_literals;
     if (std::exchange(hasBegun_, true)) return;
     done_ = std::move(done);
@@ -18,8 +18,7 @@ void Ending::finish() {
     const auto done = std::exchange(done_, nullptr);
     if (!done) return;
     deadline_.reset();
-    app_.appDelegate().applicationWillTerminate();
-    done();
+    done(app_.appDelegate().applicationWillTerminate());
 }
 
 }  // namespace tovri

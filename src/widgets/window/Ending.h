@@ -13,8 +13,11 @@ public:
     // Both outlive the ending.
     Ending(TovriApp& app, MainLoop& loop) : app_(app), loop_(loop) {}
 
-    // `done` runs once everything is written. Only the first call does anything.
-    void begin(std::function<void()> done);
+    // Told once everything is written, or what could not be.
+    using Done = std::function<void(const Result<void>& saved)>;
+
+    // Only the first call does anything.
+    void begin(Done done);
 
     [[nodiscard]] bool hasBegun() const { return hasBegun_; }
 
@@ -23,7 +26,7 @@ private:
 
     TovriApp& app_;
     MainLoop& loop_;
-    std::function<void()> done_;
+    Done done_;
     bool hasBegun_ = false;
     Subscription deadline_;
 };

@@ -58,7 +58,10 @@ public:
                                                                   notifications,
                                                                   {},
                                                                   [this] { return hasTray; }},
-                                            [this] { hasEnded = true; });
+                                            [this](const Result<void>& saved) {
+                                                hasEnded = true;
+                                                EXPECT_TRUE(saved);
+                                            });
         desktop->open();
         settle();
     }

@@ -1,0 +1,81 @@
+"""What cannot be saved is said, on standard error and by the exit status; what arrives, arrives all the same."""
+
+import os
+import signal
+import subprocess
+import unittest
+
+from support import CLI, ProgramTest
+
+
+class Saving(ProgramTest):
+    unsaved = "The queue cannot be saved. "
+
+    def block(self):
+        """Nothing can take the place of the queue file."""
+        queue = self.data / "queue.json"
+        queue.unlink(missing_ok=True)
+        queue.mkdir(parents=True)
+        return queue
+
+    def test_a_queue_file_that_cannot_be_written(self):
+        self.serve("--demo")
+        self.block()
+        output, messages = self.get("/Welcome.txt", status=1)
+        self.assertIn("1 arrived", output)
+        self.assertEqual(messages.count(self.unsaved), 1, messages)
+        self.assertEqual(os.listdir(self.downloads), ["Welcome.txt"])
+        self.assertIn(self.unsaved, self.run_cli("run", status=1)[1])
+        self.assertIn("could not be saved", self.run_cli("pause", status=1)[1])
+
+    def test_a_disk_that_is_mended_in_time(self):
+        self.serve("--demo")
+        self.sandbox.fault("storage:*:rate=2MiB")
+        process = self.start("get", "/Films", "--to", str(self.downloads), "--jobs", "1")
+        self.wait_until((self.data / "queue.json").is_file, "the first save")
+        queue = self.block()
+        self.assertIn(self.unsaved, process.stderr.readline())
+        queue.rmdir()
+        self.sandbox.call("DELETE", "faults")
+        _, messages = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 0, messages)
+        self.assertNotIn(self.unsaved, messages)
+        self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
+
+    def test_ctrl_c_says_what_is_lost(self):
+        self.serve()
+        self.sandbox.fault("storage:*:rate=20KiB")
+        process = self.start("get", "/Generated", "--to", str(self.downloads))
+        self.wait_for_partial_bytes(1)
+        self.block()
+        process.send_signal(signal.SIGINT)
+        _, messages = process.communicate(timeout=20)
+        self.assertEqual(process.returncode, 130)
+        self.assertEqual(messages.count(self.unsaved), 1, messages)
+
+    def test_rules_that_cannot_be_written(self):
+        self.serve()
+        self.run_cli("rules", "add", "/Generated", str(self.downloads))
+        rules = self.data / "sync-rules.json"
+        kept = rules.read_text()
+        rules.unlink()
+        rules.mkdir()
+        self.assertIn("The rules cannot be saved. ", self.run_cli("rules", "add", "/", "elsewhere", status=1)[1])
+        rules.rmdir()
+        rules.write_text(kept)
+        self.assertEqual(self.run_cli("rules", "sync")[1], "")
+
+    def test_a_full_disk(self):
+        """Of a disk of its own, full but for what a small file needs on its way."""
+        self.serve("--demo")
+        self.data.mkdir(parents=True)
+        script = ('mount -t tmpfs -o size=256k none "$0" || exit 99; dd if=/dev/zero of="$0/fill" bs=4k 2>/dev/null; '
+                  'truncate -s -8k "$0/fill"; exec "$@"')
+        done = subprocess.run(["unshare", "--mount", "sh", "-c", script, str(self.data), CLI, "get", "/Films", "--to",
+                               str(self.downloads)],
+                              env=self.environment, cwd=self.home, text=True, capture_output=True, timeout=60)
+        if done.returncode == 99 or "unshare" in done.stderr:
+            raise unittest.SkipTest("cannot mount here")
+        self.assertEqual(done.returncode, 1, done.stderr)
+        self.assertIn(self.unsaved, done.stderr)
+        self.assertIn("the disk is full", done.stderr)
