@@ -12,9 +12,10 @@ namespace tovri::sandbox {
 // A request to the API whose token was found good.
 struct ApiCall {
     std::string_view method;
-    std::string_view path;     // without "/v2"
-    Fields fields;             // of the query and the form
-    bool staleCursor = false;  // a cursor in the answer is to be good for nothing
+    std::string_view path;                                   // without "/v2"
+    Fields fields;                                           // of the query and the form
+    bool staleCursor = false;                                // a cursor in the answer is to be good for nothing
+    std::optional<std::uint64_t> listedSize = std::nullopt;  // what each file's record is to say
 
     bool isPost(std::string_view postPath) const { return method == "POST" && path == postPath; }
 

@@ -57,6 +57,7 @@ HttpResponse ApiServer::answer(const HttpRequest& request) {
     const std::uint64_t sequence = parts_.log.begin(std::move(logged));
     const Fault fault = parts_.faults.take(role, faultNames(request, role, call)).value_or(Fault{});
     call.staleCursor = fault.staleCursor;
+    call.listedSize = fault.listedSize;
 
     HttpResponse response = answerOrFail(request, role, call, fault);
     parts_.log.answered(sequence, response.status, fault.text);

@@ -14,6 +14,7 @@ std::optional<HttpResponse> FilesApi::answer(const ApiCall& call) {
     if (call.isPost("/files/list/continue")) return continueList(call);
     if (call.isPost("/files/delete")) return remove(call);
     if (call.isPost("/files/move")) return move(call);
+    if (const auto id = fileOfPath(call.path); id && call.method == "GET") return record(call, *id);
     if (const auto id = fileOfLinkPath(call.path); id && call.method == "GET") return link(*id);
     return std::nullopt;
 }
@@ -30,6 +31,26 @@ std::optional<FileID> FilesApi::fileOfLinkPath(std::string_view path) {
     path.remove_prefix(prefix.size());
     path.remove_suffix(std::min(path.size(), suffix.size()));
     return parseID(path);
+}
+
+std::optional<FileID> FilesApi::fileOfPath(std::string_view path) {
+    constexpr std::string_view prefix = "/files/";
+    return path.starts_with(prefix) ? parseID(path.substr(prefix.size())) : std::nullopt;
+}
+
+void FilesApi::writeRecord(JsonWriter& json, File file, const ApiCall& call) {
+    const auto crc32 = shownCRC32(file);
+    if (call.listedSize && !file.isFolder) file.size = static_cast<std::int64_t>(*call.listedSize);
+    writeFileRecord(json, file, crc32);
+}
+
+HttpResponse FilesApi::record(const ApiCall& call, FileID id) {
+    const std::optional<File> file = account_.find(id);
+    if (!file) return notFoundAnswer();
+    JsonWriter json;
+    json.beginObject().key("file");
+    writeRecord(json, *file, call);
+    return jsonAnswer(json.field("status", "OK").endObject());
 }
 
 HttpResponse FilesApi::list(const ApiCall& call) {
@@ -59,7 +80,7 @@ HttpResponse FilesApi::listFrom(const ApiCall& call, FileID folderID, std::size_
 
     JsonWriter json;
     json.beginObject().key("files").beginArray();
-    for (const File& file : files) writeFileRecord(json, file, shownCRC32(file));
+    for (const File& file : files) writeRecord(json, file, call);
     json.endArray();
     if (from == 0) {
         json.key("parent");

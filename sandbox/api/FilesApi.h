@@ -7,6 +7,7 @@
 #include "sandbox/account/Account.h"
 #include "sandbox/account/Links.h"
 #include "sandbox/api/ApiCall.h"
+#include "sandbox/api/JsonWriter.h"
 
 namespace tovri::sandbox {
 
@@ -30,6 +31,9 @@ public:
     static std::optional<FileID> fileOfLinkPath(std::string_view path);
 
 private:
+    static std::optional<FileID> fileOfPath(std::string_view path);
+    void writeRecord(JsonWriter& json, File file, const ApiCall& call);
+    HttpResponse record(const ApiCall& call, FileID id);
     HttpResponse list(const ApiCall& call);
     HttpResponse listFrom(const ApiCall& call, FileID folderID, std::size_t from);
     HttpResponse continueList(const ApiCall& call);

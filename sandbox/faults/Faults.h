@@ -32,6 +32,7 @@ struct Fault {
     std::optional<std::string> redirect;
     std::optional<std::string> link;
     bool staleCursor = false;
+    std::optional<std::uint64_t> listedSize;
     bool drop = false;
     Seconds delay{0};
 
@@ -40,10 +41,16 @@ struct Fault {
     std::optional<Seconds> stallFor;
     std::optional<std::uint64_t> rate;  // bytes per second
     std::int64_t announceMore = 0;
+    bool hidesLength = false;
+    std::optional<std::uint64_t> size;
+    std::optional<std::string> encoding;
     bool ignoreRange = false;
+    bool ignoreIfRange = false;
     std::int64_t rangeShift = 0;
+    std::int64_t rangeTotalMore = 0;
     bool noValidator = false;
     bool weakValidator = false;
+    bool otherValidator = false;
     bool changeContent = false;
     std::optional<int> expire;  // the status with which an expired link is refused
 

@@ -69,6 +69,7 @@ private:
 HttpResponse::Stream streamBody(BodyPlan plan) {
     HttpResponse::Stream stream;
     stream.length = plan.length;
+    stream.hidesLength = plan.fault.hidesLength;
     const std::int64_t announced = static_cast<std::int64_t>(plan.length) + plan.fault.announceMore;
     stream.announcedLength = static_cast<std::uint64_t>(std::max<std::int64_t>(announced, 0));
     const auto body = std::make_shared<BodyStream>(std::move(plan));

@@ -107,6 +107,18 @@ HttpRequest toRequest(const httplib::Request& from, BodyReader* body) {
 }
 
 void setStream(httplib::Response& to, const std::string& contentType, HttpResponse::Stream stream) {
+    if (stream.hidesLength) {
+        to.set_chunked_content_provider(
+            contentType,
+            [writeTo = std::move(stream.writeTo)](std::size_t, httplib::DataSink& librarySink) {
+                LibrarySink sink(librarySink);
+                if (!writeTo(sink)) return false;
+                librarySink.done();
+                return true;
+            },
+            [closed = std::move(stream.closed)](bool) { closed(); });
+        return;
+    }
     if (stream.announcedLength != stream.length) {
         to.set_header(announcedLengthHeader, fmt::to_string(stream.announcedLength));
     }

@@ -66,6 +66,7 @@ struct HttpResponse {
     struct Stream {
         std::uint64_t length = 0;
         std::uint64_t announcedLength = 0;        // what Content-Length says
+        bool hidesLength = false;                 // there is none: only the body's end tells how long it was
         std::function<bool(Sink& sink)> writeTo;  // false: the connection is closed at once
         std::function<void()> closed;             // told last, also when nothing was written
     };

@@ -22,7 +22,8 @@ HttpResponse plainAnswer(int status, std::string_view text) {
 
 void addValidators(HttpResponse& response, const File& file, const Fault& fault) {
     if (fault.noValidator) return;
-    response.headers.emplace_back("ETag", (fault.weakValidator ? "W/" : "") + file.entityTag());
+    const std::string tag = fault.otherValidator ? "\"other-machine\"" : file.entityTag();
+    response.headers.emplace_back("ETag", (fault.weakValidator ? "W/" : "") + tag);
     if (!fault.weakValidator) response.headers.emplace_back("Last-Modified", httpDate(file.updatedAt));
 }
 
@@ -38,10 +39,21 @@ ByteRange shifted(ByteRange range, std::int64_t by) {
 }
 
 RangeWish wishedRange(const HttpRequest& request, const File& file, const Fault& fault) {
-    if (fault.ignoreRange || !isRangeValid(request.header("If-Range"), file)) return {};
+    if (fault.ignoreRange) return {};
+    if (!fault.ignoreIfRange && !isRangeValid(request.header("If-Range"), file)) return {};
     RangeWish wish = parseRange(request.header("Range"), static_cast<std::uint64_t>(file.size));
     if (wish.range) wish.range = shifted(*wish.range, fault.rangeShift);
     return wish;
+}
+
+File ofSize(File file, std::uint64_t size) {
+    file.size = static_cast<std::int64_t>(size);
+    if (file.storedContent) {
+        std::string bytes = *file.storedContent;
+        bytes.resize(static_cast<std::size_t>(size));
+        file.storedContent = std::make_shared<const std::string>(std::move(bytes));
+    }
+    return file;
 }
 
 std::optional<File> requestedFile(const Account& account, const std::string& path) {
@@ -95,7 +107,7 @@ StorageServer::Answer StorageServer::answerFor(const HttpRequest& request, std::
     if (!file) return {plainAnswer(404, "no such file\n"), std::nullopt};
     if (request.method != "GET" && request.method != "HEAD") return {plainAnswer(405, "GET or HEAD\n"), std::nullopt};
     if (file->isContentLost) return {plainAnswer(410, "more was uploaded than the sandbox keeps\n"), std::nullopt};
-    return sendFile(request, *file, fault);
+    return sendFile(request, fault.size ? ofSize(*file, *fault.size) : *file, fault);
 }
 
 StorageServer::Answer StorageServer::sendFile(const HttpRequest& request, const File& file, const Fault& fault) {
@@ -111,10 +123,12 @@ StorageServer::Answer StorageServer::sendFile(const HttpRequest& request, const 
     response.contentType = file.contentType;
     response.headers.emplace_back("Accept-Ranges", "bytes");
     addValidators(response, file, fault);
+    if (fault.encoding) response.headers.emplace_back("Content-Encoding", *fault.encoding);
     if (wish.range) {
         response.status = 206;
         response.headers.emplace_back("Content-Range",
-                                      fmt::format("bytes {}-{}/{}", range.first, range.first + range.count - 1, size));
+                                      fmt::format("bytes {}-{}/{}", range.first, range.first + range.count - 1,
+                                                  static_cast<std::int64_t>(size) + fault.rangeTotalMore));
     }
     BodyPlan body;
     body.length = range.count;

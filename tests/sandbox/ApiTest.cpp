@@ -57,6 +57,19 @@ TEST_F(ApiTest, wantsTheTokenOnApiAndUploadOnly) {
     EXPECT_EQ(get("/files/list")->status, 200);
 }
 
+TEST_F(ApiTest, tellsAFilesRecordAsItsListingDoes) {
+    const FileID file = account().addFile(rootID, {.name = "film", .size = 9});
+    const std::string path = "/files/" + std::to_string(file);
+    const std::string listed = get("/files/list")->body;
+    const std::string record = get(path)->body;
+    const std::string inner = record.substr(record.find(":{") + 1, record.rfind('}', record.size() - 2) - 7);
+    EXPECT_NE(listed.find(inner), std::string::npos) << listed << "\n" << inner;
+    EXPECT_NE(inner.find("\"crc32\":\""), std::string::npos);
+    EXPECT_EQ(get("/files/77")->status, 404);
+    addFault("api:/v2/files/*:listed-size=153,times=1");
+    EXPECT_NE(get(path)->body.find("\"size\":153,"), std::string::npos);
+}
+
 TEST_F(ApiTest, listsInPagesThatTheCursorContinues) {
     for (int number = 0; number < 7; ++number) account().addFile(rootID, {.name = std::to_string(number)});
     std::vector<std::string> names;

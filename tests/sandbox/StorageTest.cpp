@@ -99,6 +99,23 @@ TEST_F(StorageTest, bendsRangesAndLengths) {
     EXPECT_EQ(download(film_)->body, truth(film_));
 }
 
+TEST_F(StorageTest, sendsWhatItDoesNotAnnounceAndAnnouncesWhatItDoesNotSend) {
+    addFault("storage:film.mkv:size=153,times=1");
+    addFault("storage:film.mkv:size=700100,hide-length,times=1");
+    addFault("storage:film.mkv:range-total=-1,other-validator,ignore-if-range,times=1");
+    const auto shorter = download(film_);
+    EXPECT_EQ(shorter->body, truth(film_, 0, 153));
+    EXPECT_EQ(shorter->get_header_value("Content-Length"), "153");
+    const auto longer = download(film_);
+    EXPECT_EQ(longer->body.size(), 700100U);
+    EXPECT_TRUE(longer->body.starts_with(truth(film_)));
+    EXPECT_FALSE(longer->has_header("Content-Length"));
+    const auto part = download(film_, {{"Range", "bytes=100-199"}, {"If-Range", "\"mine\""}});
+    EXPECT_EQ(part->get_header_value("Content-Range"), "bytes 100-199/700000");
+    EXPECT_EQ(part->get_header_value("ETag"), "\"other-machine\"");
+    EXPECT_EQ(part->body, truth(film_, 100, 100));
+}
+
 TEST_F(StorageTest, refusesAnExpiredLinkForGoodButNotTheNextOne) {
     addFault("storage:#1:expire=410,times=1");
     const auto status = [&](int link) {
