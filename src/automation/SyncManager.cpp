@@ -19,7 +19,7 @@ namespace {
 bool hasLostItsFile(const Download& item, FileManager& files) {
     if (item.status != Status::completed || item.deleteAfterDownload || !item.resolvedURL) return false;
     const auto size = files.fileSize(*item.resolvedURL);
-    return !size || *size < std::min(item.fileSize, item.bytesDownloaded);
+    return !size || *size < item.bytesDownloaded;
 }
 
 }  // namespace

@@ -44,6 +44,17 @@ std::string magnitudeText(std::uint64_t count) {
 
 }  // namespace
 
+std::string formatGroupedNumber(ByteCount number) {
+    std::string text = std::to_string(number);
+    const std::size_t first = text.find_first_not_of('-');
+    for (std::size_t at = text.size(); at > first + 3;) text.insert(at -= 3, 1, ',');
+    return text;
+}
+
+std::string formatExactByteCount(ByteCount count) {
+    return formatGroupedNumber(count) + (count == 1 ? " byte" : " bytes");
+}
+
 std::string formatByteCount(ByteCount count) {
     const auto bits = static_cast<std::uint64_t>(count);
     return count < 0 ? "-" + magnitudeText(0 - bits) : magnitudeText(bits);

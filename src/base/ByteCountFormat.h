@@ -10,4 +10,10 @@ namespace tovri {
 // have no fraction, megabytes one digit, larger units two; zeros at the fraction's end are dropped.
 [[nodiscard]] std::string formatByteCount(ByteCount count);
 
+// To the byte: "1 byte", "153 bytes", "4,294,967,296 bytes".
+[[nodiscard]] std::string formatExactByteCount(ByteCount count);
+
+// The number alone, in groups of three digits: "4,294,967,296".
+[[nodiscard]] std::string formatGroupedNumber(ByteCount number);
+
 }  // namespace tovri

@@ -248,6 +248,7 @@ void DownloadManager::retry(const DownloadPointer& item) {
     item->resolvedURL.reset();
     item->completedAt.reset();
     item->arrivedChecksum.reset();
+    item->hasStartedOver = false;
     list_.take(*item, StatusStep::retry);
     conflicts_.dismissConflict(*item);
     processQueue();
@@ -297,7 +298,7 @@ double DownloadManager::overallProgress() const {
     for (const DownloadPointer& item : list_.items()) {
         if (!occupiesSlot(item->status) && item->status != Status::paused && item->status != Status::queued) continue;
         received += item->bytesDownloaded;
-        total += item->fileSize;
+        total += item->expectedSize();
     }
     return total > 0 ? static_cast<double>(received) / static_cast<double>(total) : 0.0;
 }
@@ -308,7 +309,7 @@ std::string DownloadManager::queueETAText() const {
     ByteCount remaining = 0;
     for (const DownloadPointer& item : list_.items())
         if (item->status == Status::downloading || item->status == Status::queued)
-            remaining += item->fileSize - item->bytesDownloaded;
+            remaining += item->expectedSize() - item->bytesDownloaded;
     return remaining > 0 ? durationText(static_cast<double>(remaining) / static_cast<double>(speed)) : "";
 }
 

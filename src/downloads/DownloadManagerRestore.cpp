@@ -107,9 +107,11 @@ void DownloadManager::adoptArrived(std::unordered_map<UUID, std::filesystem::pat
         const std::filesystem::path& path = arrived[item->id];
         const bool isDeletedLater = item->deleteAfterDownload || item->folderDeleteID;
         // A loss of power may have left the name without the bytes: then it is fetched once more.
-        if (item->fileSize > 0 && platform_.files.fileSize(path) != item->fileSize) continue;
+        const std::optional<ByteCount> size = platform_.files.fileSize(path);
+        const bool isAsItArrived = item->arrivedChecksum && size == item->bytesDownloaded;
+        if (!size || (item->expectedSize() > 0 && size != item->expectedSize() && !isAsItArrived)) continue;
         if (isDeletedLater && !platform_.files.makeDurable(path)) continue;
-        item->bytesDownloaded = item->fileSize;
+        item->bytesDownloaded = *size;
         item->stagedURL.reset();
         settlement_.markCompleted(item, path);
     }

@@ -30,7 +30,8 @@ void DownloadManager::start(const DownloadPointer& item) {
         settlement_.markFailed(item, target.error().description);
         return;
     }
-    if (!item->startedAt) item->startedAt = platform_.clock.now();
+    item->isBegunAgain = item->startedAt.has_value();
+    if (!item->isBegunAgain) item->startedAt = platform_.clock.now();
     list_.take(*item, StatusStep::start);
     // An observer may want it otherwise, or may have started it anew.
     if (item->status == Status::downloading && !item->run && list_.contains(*item)) scope_.start(run(item));

@@ -6,6 +6,7 @@
 
 #include "base/Result.h"
 #include "base/Task.h"
+#include "service/PutIOFile.h"
 
 namespace tovri {
 
@@ -13,6 +14,9 @@ namespace tovri {
 class DownloadService {
 public:
     virtual ~DownloadService() = default;
+
+    // What put.io says of the file now. One that is not there is a failure.
+    virtual Task<Result<PutIOFile>> file(std::int64_t fileID, std::stop_token stop) = 0;
 
     // An address from which the file's bytes come without a token.
     virtual Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) = 0;

@@ -2,6 +2,14 @@
 
 namespace tovri {
 
+Task<Result<PutIOFile>> PutIODownloadService::file(std::int64_t fileID, std::stop_token stop) {
+    // The answer has the form of an upload's.
+    Result<PutIOAPI::UploadResponse> answer =
+        co_await api_.get<PutIOAPI::UploadResponse>("/files/" + std::to_string(fileID), {}, std::move(stop));
+    if (!answer) co_return failure(answer);
+    co_return std::move(answer->file);
+}
+
 Task<Result<std::string>> PutIODownloadService::downloadLink(std::int64_t fileID, std::stop_token stop) {
     return api_.getDownloadURL(fileID, std::move(stop));
 }

@@ -10,6 +10,7 @@ class PutIODownloadService final : public DownloadService {
 public:
     explicit PutIODownloadService(PutIOAPI& api) : api_(api) {}
 
+    Task<Result<PutIOFile>> file(std::int64_t fileID, std::stop_token stop) override;
     Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) override;
     Task<Result<void>> deleteFile(std::int64_t id, std::stop_token stop) override;
 

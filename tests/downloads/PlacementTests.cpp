@@ -217,7 +217,7 @@ TEST_F(Placing, deletesNothingWhoseSizeIsNotTheAnnouncedOne) {
     const DownloadPointer deleting = world.enqueue(file, {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(deleting),
-              "remoteDeleteFailed: put.io has 6 bytes of \"f\", but 5 arrived. Nothing was deleted from put.io.");
+              "remoteDeleteFailed: Arrived, but differs from put.io's record: 5 bytes instead of 6.");
     EXPECT_TRUE(world.deletions.empty());
     EXPECT_EQ(world.tree(), "f=short");
 }

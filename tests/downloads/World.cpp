@@ -80,10 +80,19 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
     const auto id = deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/");
     if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{500, ""};
     if (!remote_.contains(id)) return HTTPResponse{404, ""};
+    if (!deletes && !request.url.ends_with("/url"))
+        return HTTPResponse{200, R"({"file":)" + recordText(id) + R"(,"status":"OK"})"};
     if (!deletes) return HTTPResponse{200, R"({"url":")" + url(id) + R"(","status":"OK"})"};
     deletions.push_back(id);
     remove(id);
     return HTTPResponse{200, R"({"status":"OK"})"};
+}
+
+std::string World::recordText(std::int64_t id) const {
+    const Entry& entry = remote_.at(id);
+    return R"({"id":)" + std::to_string(id) + R"(,"name":)" + jsonText(entry.name) + R"(,"file_type":")" +
+           (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" + std::to_string(entry.announcedSize()) +
+           (entry.crc32 ? R"(,"crc32":")" + *entry.crc32 + '"' : "") + "}";
 }
 
 std::string World::listing(std::int64_t folder, std::size_t from) const {
@@ -92,9 +101,7 @@ std::string World::listing(std::int64_t folder, std::size_t from) const {
     for (const auto& [id, entry] : remote_) {
         if (entry.folder != folder || position++ < from) continue;
         if (position > from + pageSize) break;
-        entries += (entries.empty() ? "" : ",") + std::string(R"({"id":)") + std::to_string(id) + R"(,"name":)" +
-                   jsonText(entry.name) + R"(,"file_type":")" + (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" +
-                   std::to_string(entry.size.value_or(static_cast<ByteCount>(entry.content.size()))) + "}";
+        entries += (entries.empty() ? "" : ",") + recordText(id);
     }
     const bool goesOn = position > from + pageSize || cutListings.contains(folder);
     const std::string cursor = std::to_string(folder) + "-" + std::to_string(from + pageSize);
@@ -170,7 +177,8 @@ PutIOFile World::record(std::int64_t file) const {
     PutIOFile result;
     result.id = file;
     result.name = entry.name;
-    result.size = entry.size.value_or(static_cast<ByteCount>(entry.content.size()));
+    result.size = entry.announcedSize();
+    result.crc32 = entry.crc32;
     return result;
 }
 

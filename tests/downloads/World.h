@@ -48,6 +48,9 @@ public:
     // What the account calls the file's size, whatever it serves.
     void announceSize(std::int64_t file, ByteCount size) { remote_.at(file).size = size; }
 
+    // And its checksum, which it does not tell otherwise.
+    void announceChecksum(std::int64_t file, std::string crc32) { remote_.at(file).crc32 = std::move(crc32); }
+
     // What somebody does to the account from elsewhere. A folder goes with all that it holds.
     void rename(std::int64_t entry, std::string name) { remote_.at(entry).name = std::move(name); }
 
@@ -136,11 +139,15 @@ private:
         std::string content;
         std::int64_t folder = 0;
         std::optional<ByteCount> size = std::nullopt;  // unless it is the content's
+        std::optional<std::string> crc32 = std::nullopt;
+
+        [[nodiscard]] ByteCount announcedSize() const { return size.value_or(static_cast<ByteCount>(content.size())); }
     };
 
     [[nodiscard]] static std::string url(std::int64_t file) { return "https://storage.put.io/" + std::to_string(file); }
 
     [[nodiscard]] Result<HTTPResponse> answer(const HTTPRequest& request);
+    [[nodiscard]] std::string recordText(std::int64_t id) const;
     [[nodiscard]] std::string listing(std::int64_t folder, std::size_t from = 0) const;
     [[nodiscard]] bool isDurable(std::int64_t file);
     [[nodiscard]] std::vector<std::int64_t> entriesOf(std::int64_t folder) const;

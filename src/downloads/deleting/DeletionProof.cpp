@@ -1,6 +1,6 @@
 #include "downloads/deleting/DeletionProof.h"
 
-#include "downloads/running/Checksum.h"
+#include "downloads/running/ArrivalProof.h"
 
 namespace tovri {
 namespace {
@@ -12,15 +12,10 @@ Error unproven(const std::string& reason) {
 // What was learned while the file arrived.
 Result<void> checkArrival(const Download& item) {
     const std::string name = "\"" + item.fileName + "\"";
-    const bool isSizeKnown = item.fileSize > 0 || (item.fileSize == 0 && item.bytesDownloaded == 0);
-    if (!isSizeKnown) return failure(unproven("put.io did not say how large " + name + " is."));
-    if (item.bytesDownloaded != item.fileSize)
-        return failure(unproven("put.io has " + std::to_string(item.fileSize) + " bytes of " + name + ", but " +
-                                std::to_string(item.bytesDownloaded) + " arrived."));
-    const auto listed = item.crc32 ? Checksum::parse(*item.crc32) : std::nullopt;
-    if (listed && item.arrivedChecksum && *item.arrivedChecksum != listed->text())
-        return failure(unproven("The checksum of " + name + " is " + *item.arrivedChecksum + ", put.io's is " +
-                                listed->text() + "."));
+    if (!isListedSizeKnown(item)) return failure(unproven("put.io did not say how large " + name + " is."));
+    const std::optional<std::string> difference = arrivalDifference(item);
+    if (difference)
+        return failure(Error(ErrorCase::file, item.folderGroupID ? name + ": " + *difference : *difference));
     return {};
 }
 
@@ -66,8 +61,8 @@ Task<Result<void>> DeletionProof::prove(DownloadPointer item) {
     if (!item->resolvedURL) co_return failure(unproven("\"" + item->fileName + "\" is not there."));
     if (Result<void> arrived = checkArrival(*item); !arrived) co_return arrived;
     const std::filesystem::path path = *item->resolvedURL;
-    LocalCopy copy{.files = files_, .journal = journal_, .path = path, .size = item->fileSize, .toBeRead = {}};
-    if (item->crc32 && !item->arrivedChecksum) copy.toBeRead = Checksum::parse(*item->crc32);
+    LocalCopy copy{.files = files_, .journal = journal_, .path = path, .size = item->bytesDownloaded, .toBeRead = {}};
+    if (!item->arrivedChecksum) copy.toBeRead = listedChecksum(*item);
     Result<std::string> lane = co_await lanes_.laneOf(path.parent_path(), {});
     if (!lane) co_return failure(lane);
     Result<ByteCount> checked =

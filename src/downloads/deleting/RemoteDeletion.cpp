@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "downloads/running/ArrivalProof.h"
+
 namespace tovri {
 
 using Urgency = SaveSchedule::Urgency;
@@ -36,11 +38,13 @@ Task<> RemoteDeletion::deleteRemote(std::int64_t id, std::vector<DownloadPointer
         saves_.request(Urgency::gathered);
         co_return;
     }
+    const bool isRetry = items.front()->status == Status::remoteDeleteFailed;
     for (const DownloadPointer& item : items) {
         item->error.reset();
         list_.take(*item, StatusStep::deleteRemote);
     }
     saves_.request(Urgency::gathered);
+    if (isRetry) co_await learnAgain(items);
 
     for (const DownloadPointer& item : items) {
         Result<void> proven = co_await proof_.prove(item);
@@ -60,6 +64,15 @@ Task<> RemoteDeletion::deleteRemote(std::int64_t id, std::vector<DownloadPointer
     end(items, std::move(deleted));
 }
 
+// What differed from put.io's record may be what put.io has now.
+Task<> RemoteDeletion::learnAgain(std::vector<DownloadPointer> items) {
+    for (const DownloadPointer& item : items) {
+        if (!arrivalDifference(*item)) continue;
+        Result<PutIOFile> record = co_await service_->file(item->fileID, scope_.stopToken());
+        if (record) learn(*item, *record);
+    }
+}
+
 // Leaves those alone that have another future meanwhile.
 void RemoteDeletion::end(const std::vector<DownloadPointer>& items, Result<void> outcome) {
     for (const DownloadPointer& item : items) {
@@ -67,7 +80,7 @@ void RemoteDeletion::end(const std::vector<DownloadPointer>& items, Result<void>
         if (outcome)
             list_.take(*item, StatusStep::confirmDeletion);
         else
-            miss(*item, outcome.error().description);
+            miss(*item, arrivalDifference(*item).value_or(outcome.error().description));
     }
     saves_.request(Urgency::gathered);
 }

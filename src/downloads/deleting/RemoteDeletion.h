@@ -35,6 +35,7 @@ private:
     using Status = Download::Status;
 
     Task<> deleteRemote(std::int64_t id, std::vector<DownloadPointer> items);
+    Task<> learnAgain(std::vector<DownloadPointer> items);
     void end(const std::vector<DownloadPointer>& items, Result<void> outcome);
     void miss(Download& item, const std::string& reason);
 

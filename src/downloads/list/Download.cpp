@@ -9,7 +9,7 @@ std::string Download::speedText() const {
 }
 
 std::string Download::progressText() const {
-    return formatByteCount(bytesDownloaded) + " / " + formatByteCount(fileSize);
+    return formatByteCount(bytesDownloaded) + " / " + formatByteCount(expectedSize());
 }
 
 std::string Download::percentText() const {
@@ -17,8 +17,8 @@ std::string Download::percentText() const {
 }
 
 std::optional<double> Download::etaSeconds() const {
-    const ByteCount remaining = fileSize - bytesDownloaded;
-    if (status != Status::downloading || speed <= 0 || fileSize <= 0 || remaining <= 0) return std::nullopt;
+    const ByteCount remaining = expectedSize() - bytesDownloaded;
+    if (status != Status::downloading || speed <= 0 || expectedSize() <= 0 || remaining <= 0) return std::nullopt;
     return static_cast<double>(remaining) / static_cast<double>(speed);
 }
 

@@ -22,9 +22,10 @@ using SharedFolder = std::shared_ptr<const std::filesystem::path>;
 struct DownloadRecord {
     UUID id;
     std::int64_t fileID = 0;
-    std::string fileName;              // as put.io has it: data, not a path
-    ByteCount fileSize = 0;            // as put.io reported it; 0 when it gave none
-    std::optional<std::string> crc32;  // likewise: up to eight hexadecimal digits
+    std::string fileName;                 // as put.io has it: data, not a path
+    ByteCount fileSize = 0;               // as put.io reported it; 0 when it gave none
+    std::optional<std::string> crc32;     // likewise: up to eight hexadecimal digits
+    std::optional<ByteCount> listedSize;  // as put.io said when it was asked again, where that is another size
     SharedFolder destinationFolder;
     std::shared_ptr<const ByteBlob> securityScopeBookmark;
     bool deleteAfterDownload = false;            // delete this one file from put.io once it is placed
@@ -41,6 +42,10 @@ struct DownloadRecord {
     std::optional<std::string> stagedURL;        // path of the received file while a conflict is open
     std::optional<std::string> resolvedURL;      // path at which the file was placed
     std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
+    bool hasStartedOver = false;  // what it had been gone on from did not fit put.io's checksum: once is enough
+
+    // As far as is known now.
+    [[nodiscard]] ByteCount expectedSize() const { return listedSize.value_or(fileSize); }
 };
 
 // One put.io file on its way into one local folder. Owned by the queue, shared with whoever works on it; only the
@@ -50,6 +55,7 @@ struct Download : DownloadRecord {
 
     ByteCount speed = 0;         // bytes per second, last measured
     DownloadRun* run = nullptr;  // what brings it on its way now; null when nothing does
+    bool isBegunAgain = false;   // this run is not its first: put.io's record may have changed since it was queued
     std::int64_t position = 0;   // the list's sort key, smallest on top
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}

@@ -1,8 +1,9 @@
 #include "downloads/running/DownloadRun.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "downloads/placing/Destination.h"
+#include "downloads/running/ArrivalProof.h"
 
 namespace tovri {
 
@@ -28,7 +29,11 @@ Task<> DownloadRun::tell() {
 Task<Result<void>> DownloadRun::goTheWay() {
     Result<void> step = co_await findTarget();
     if (!step || !isToGoOn()) co_return step;
-    if (item_->resumeData) stage_ = Stage::transfer;
+    if (item_->resumeData)
+        stage_ = Stage::transfer;
+    else if (item_->isBegunAgain)
+        step = co_await readRecord();
+    if (!step || !isToGoOn()) co_return step;
     step = co_await reception_.open();
     if (!step || !isToGoOn()) co_return step;
     if (!reception_.isWhole()) {
@@ -64,6 +69,14 @@ Task<Result<void>> DownloadRun::findTarget() {
     co_return Result<void>();
 }
 
+// put.io may have another file under this ID than when the item was queued.
+Task<Result<void>> DownloadRun::readRecord() {
+    Result<PutIOFile> record = co_await around_.service->file(item_->fileID, stop_.get_token());
+    if (!record) co_return failure(record);
+    if (isCurrent()) learn(*item_, *record);
+    co_return Result<void>();
+}
+
 Task<Result<void>> DownloadRun::receiveRest() {
     std::optional<std::string> link = reception_.link();
     if (!link) {
@@ -83,23 +96,19 @@ Task<Result<std::string>> DownloadRun::findLink() {
     co_return link;
 }
 
-// What has arrived is compared with put.io's listing. Bytes that were gone on from and do not fit are fetched anew.
+// What has arrived is compared with put.io's record. Bytes that were gone on from and do not fit its checksum are
+// fetched anew, once; any other difference is the user's to judge.
 Task<Result<void>> DownloadRun::prove() {
-    Result<ArrivedBytes> arrived = co_await reception_.finish(item_->crc32.has_value());
+    const auto listed = listedChecksum(*item_);
+    Result<ArrivedBytes> arrived = co_await reception_.finish(listed.has_value());
     if (!arrived) co_return failure(arrived);
     if (!isToGoOn()) co_return Result<void>();
-    if (Result<void> equal = compare(*arrived); !equal && reception_.isResumed()) co_return equal;
+    if (reception_.isResumed() && listed && listed != arrived->checksum && !std::exchange(item_->hasStartedOver, true))
+        co_return failure(Error(ErrorCase::transport, "Its checksum is " + arrived->checksum->text() +
+                                                          ", put.io's is " + listed->text() + "."));
     item_->bytesDownloaded = arrived->length;
     item_->arrivedChecksum = arrived->checksum ? std::optional(arrived->checksum->text()) : std::nullopt;
     co_return Result<void>();
-}
-
-// Whether the bytes are those of put.io's listing.
-Result<void> DownloadRun::compare(const ArrivedBytes& arrived) const {
-    const auto listed = item_->crc32 ? Checksum::parse(*item_->crc32) : std::nullopt;
-    if (!listed || !arrived.checksum || *listed == *arrived.checksum) return {};
-    return failure(Error(ErrorCase::transport,
-                         "Its checksum is " + arrived.checksum->text() + ", put.io's is " + listed->text() + "."));
 }
 
 // --- The placement ---

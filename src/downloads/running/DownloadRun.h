@@ -52,6 +52,7 @@ private:
     // What failed on the way, or nothing.
     Task<Result<void>> goTheWay();
     Task<Result<void>> findTarget();
+    Task<Result<void>> readRecord();
     Task<Result<std::string>> findLink();
     Task<Result<void>> receiveRest();
     Task<Result<void>> prove();
@@ -75,7 +76,6 @@ private:
     [[nodiscard]] bool isToGoOn() const { return isCurrent() && wish_ == Wish::goOn; }
 
     [[nodiscard]] Placement::Request placementOf(const Path& received) const;
-    [[nodiscard]] Result<void> compare(const ArrivedBytes& arrived) const;
     [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
 
     RunSurroundings& around_;

@@ -1,5 +1,6 @@
 #include "downloads/running/Reception.h"
 
+#include "downloads/running/ArrivalProof.h"
 #include "platform/Await.h"
 
 namespace tovri {
@@ -65,8 +66,8 @@ ExpectedAnswer Reception::expectedAnswer() const {
     return {.offset = resumed_ ? resumed_->offset : 0,
             .length = partial_->announced().length,
             .validator = resumed_ ? resumed_->validator : std::string(),
-            .listedSize = item_->fileSize,
-            .hasListedChecksum = item_->crc32.has_value()};
+            .listedSize = item_->expectedSize(),
+            .hasListedChecksum = listedChecksum(*item_).has_value()};
 }
 
 Task<Result<void>> Reception::receive(std::string link, std::stop_token stop) {

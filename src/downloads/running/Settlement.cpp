@@ -1,5 +1,7 @@
 #include "downloads/running/Settlement.h"
 
+#include "downloads/running/ArrivalProof.h"
+
 namespace tovri {
 
 using Status = Download::Status;
@@ -10,6 +12,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
     item->completedAt = clock_.now();
     item->progress = 1.0;
     item->speed = 0;
+    item->error = arrivalDifference(*item);
     list_.take(*item, StatusStep::complete);
     if (item->status != Status::completed) return;  // an observer wants it otherwise
     conflicts_.dismissConflict(*item);
