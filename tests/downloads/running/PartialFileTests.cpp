@@ -1,0 +1,144 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "downloads/running/PartialFile.h"
+#include "support/MemoryFileManager.h"
+#include "support/VirtualVolumeQueues.h"
+
+namespace tovri::test {
+namespace {
+
+using Taken = ByteReceiver::Taken;
+
+class PartialFileTest : public testing::Test {
+public:
+    std::shared_ptr<PartialFile> make(ArrivedBytes arrived = {}) {
+        return std::make_shared<PartialFile>(PartialFile::Place{files, volumes, lane, path}, arrived);
+    }
+
+    void settle() {
+        ASSERT_TRUE(loop.runUntil([this] { return loop.isIdle(); }));
+    }
+
+    [[nodiscard]] static std::uint32_t checksumOf(std::string_view bytes) {
+        Checksum checksum;
+        checksum.add(bytes);
+        return checksum.value();
+    }
+
+    static inline const std::string lane = "volume 1";
+    static inline const std::filesystem::path path = "/data/Tovri/Partial/X";
+    static constexpr std::size_t mebibyte = 1024UL * 1024;
+
+    VirtualLoop loop;
+    VirtualVolumeQueues volumes{loop};
+    MemoryFileManager files;
+};
+
+TEST_F(PartialFileTest, aFullBufferTakesNothingUntilHalfOfItIsFree) {
+    const auto file = make();
+    volumes.hang(lane);
+    std::string all;
+    const auto piece = [](char letter) { return std::string(mebibyte, letter); };
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+        EXPECT_EQ(file->take(piece(letter)), Taken::all);
+        all += piece(letter);
+    }
+    EXPECT_EQ(file->take(piece('e')), Taken::none);
+    int told = 0;
+    ByteCount writtenBefore = 0;
+    file->whenReady([&] {
+        ++told;
+        writtenBefore = file->written().length;
+        EXPECT_EQ(file->take(piece('e')), Taken::all);
+    });
+    settle();
+    EXPECT_EQ(told, 0);
+    EXPECT_FALSE(files.exists(path));
+
+    volumes.goOn(lane);
+    settle();
+    EXPECT_EQ(told, 1);
+    EXPECT_EQ(writtenBefore, PartialFile::bufferLimit / 2);
+    all += piece('e');
+    EXPECT_TRUE(files.content(path) == all);
+    EXPECT_EQ(file->written().length, static_cast<ByteCount>(all.size()));
+    EXPECT_EQ(file->finish()->checksum->value(), checksumOf(all));
+    bool isTold = false;
+    file->whenReady([&] { isTold = true; });
+    EXPECT_TRUE(isTold) << "there is room";
+}
+
+TEST_F(PartialFileTest, aVolumeThatFailsEndsTheTransferWithItsReason) {
+    const auto file = make();
+    files.failNext("writeAt", path, {ErrorCase::file, "The disk is full."});
+    volumes.hang(lane);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(file->take(std::string(mebibyte, 'x')), Taken::all);
+    bool isTold = false;  // or the connection would wait for ever
+    file->whenReady([&] { isTold = true; });
+    volumes.goOn(lane);
+    settle();
+    EXPECT_TRUE(isTold);
+    EXPECT_EQ(file->take("more"), Taken::refused);
+    EXPECT_EQ(file->error().value().description, "The disk is full.");
+    EXPECT_EQ(file->finish().error().description, "The disk is full.");
+    EXPECT_EQ(file->written().length, 0) << "nothing counts that came after the gap";
+    EXPECT_EQ(files.content(path), "");
+}
+
+TEST_F(PartialFileTest, takesNothingBeyondTheAnnouncement) {
+    files.put(path, "01234");
+    for (const ByteCount before : {0, 5}) {
+        SCOPED_TRACE(before);
+        if (before == 0) ASSERT_TRUE(files.removeItem(path));
+        if (before == 5) files.put(path, "01234");
+        const auto file = make({.length = before, .checksum = std::nullopt});
+        if (before > 0) ASSERT_TRUE(file->reopen());
+        file->announce({.length = before + 10, .validator = "\"a\"", .limit = before + 10});
+        EXPECT_EQ(file->take("56789"), Taken::all);
+        EXPECT_EQ(file->take("ABCDEF"), Taken::refused);
+        EXPECT_EQ(file->take("G"), Taken::refused) << "what is refused once does not go on";
+        settle();
+        EXPECT_EQ(files.content(path), before == 0 ? "56789" : "0123456789");
+        EXPECT_EQ(file->finish().error().description, "The server sent more bytes than it announced; retry.");
+        EXPECT_EQ(file->announced().validator, "") << "there is no way to go on from it";
+    }
+    const auto exact = make();
+    exact->announce({.length = std::nullopt, .validator = "", .limit = 0});
+    EXPECT_EQ(exact->take("x"), Taken::refused);
+}
+
+TEST_F(PartialFileTest, knowsTheChecksumOfWhatItWasGoneOnFrom) {
+    for (const bool isKnown : {true, false}) {
+        SCOPED_TRACE(isKnown);
+        files.put(path, "12345 and what counts no more");
+        Checksum first;
+        first.add("12345");
+        const auto file = make({.length = 5, .checksum = isKnown ? std::optional(first) : std::nullopt});
+        ASSERT_TRUE(file->reopen());
+        EXPECT_EQ(file->take("6789"), Taken::all);
+        const Result<ArrivedBytes> finished = file->finish();
+        EXPECT_EQ(finished.value().length, 9);
+        EXPECT_EQ(finished->checksum.has_value(), isKnown);
+        EXPECT_EQ(file->readAgain()->checksum->value(), 0xCBF43926U);
+        settle();
+    }
+    files.put(path, "123");
+    EXPECT_FALSE(make({.length = 5})->reopen()) << "fewer bytes than count";
+}
+
+TEST_F(PartialFileTest, leavesNothingBehindWhenItIsNotWantedAnyMore) {
+    const auto file = make();
+    EXPECT_EQ(file->take("bytes"), Taken::all);
+    settle();
+    EXPECT_TRUE(files.exists(path));
+    EXPECT_EQ(file->take("more bytes"), Taken::all);
+    file->close();
+    EXPECT_EQ(file->take("late"), Taken::refused);
+    volumes.run(lane, [file] { file->remove(); });
+    settle();
+    EXPECT_FALSE(files.exists(path));
+}
+
+}  // namespace
+}  // namespace tovri::test
