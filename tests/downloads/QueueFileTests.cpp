@@ -85,6 +85,21 @@ TEST(QueueFile, hasEveryFieldInItsPlace) {
     EXPECT_EQ(queueText(*decoded), fullText);
 }
 
+TEST(QueueFile, keepsWhatIsKnownOfTheContent) {
+    QueueSnapshot snapshot = fullSnapshot();
+    DownloadRecord& item = snapshot.downloads[0];
+    item.crc32 = "BF4";  // as put.io wrote it
+    item.arrivedChecksum = "00000bf4";
+    item.listedSize = 0;
+    item.hasStartedOver = true;
+    const auto decoded = decodeQueue(queueText(snapshot));
+    ASSERT_TRUE(decoded) << decoded.error().description;
+    EXPECT_EQ(decoded->downloads[0].crc32, "BF4");
+    EXPECT_EQ(decoded->downloads[0].arrivedChecksum, "00000bf4");
+    EXPECT_EQ(decoded->downloads[0].listedSize, 0);
+    EXPECT_TRUE(decoded->downloads[0].hasStartedOver);
+}
+
 TEST(QueueFile, keepsNamesByteForByte) {
     for (const std::string& name : {std::string("\0\x01\x1f", 3), std::string("\xC3\xBC\xF0\x9F\x8E\xB5"),
                                     std::string("e\xCC\x81"), std::string(" .\\/\"\n"), std::string()}) {

@@ -44,6 +44,9 @@ struct DownloadRecord {
     std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
     bool hasStartedOver = false;  // what it had been gone on from did not fit put.io's checksum: once is enough
 
+    // It stands under its name, but is not what put.io has: `error` says what differs.
+    [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }
+
     // As far as is known now.
     [[nodiscard]] ByteCount expectedSize() const { return listedSize.value_or(fileSize); }
 };
