@@ -32,6 +32,7 @@ void DesktopPresence::follow(const QueueChange& change) {
     if (change.kind == QueueChange::Kind::status) {
         const Download& item = *change.item;
         if (item.status == Status::completed && change.previous != Status::deleting) ++arrived_;
+        if (item.isDoubtful()) ++doubtful_;
         if (item.status == Status::failed || item.status == Status::remoteDeleteFailed) {
             ++failed_;
             if (failure_.empty()) failure_ = "“" + item.fileName + "”: " + item.error.value_or("Download failed");
@@ -75,10 +76,12 @@ void DesktopPresence::tellFailure() {
 void DesktopPresence::tellEnd() {
     const std::size_t arrived = std::exchange(arrived_, 0);
     const std::size_t failed = std::exchange(failed_, 0);
+    const std::size_t doubtful = std::exchange(doubtful_, 0);
     hasToldFailure_ = false;
     failure_.clear();
     if (arrived + failed == 0) return;  // cancelled, skipped or paused: the user's own doing
     std::string text = filesText(arrived) + (arrived == 1 ? " has arrived" : " have arrived");
+    if (doubtful > 0) text += ", " + std::to_string(doubtful) + " of them not as put.io has it";
     if (failed > 0) text += ", " + filesText(failed) + " failed";
     notify("Downloads are done", text + ".");
 }

@@ -46,6 +46,7 @@ private:
     // Since the queue last had nothing to do.
     bool hasWork_ = false;
     std::size_t arrived_ = 0;
+    std::size_t doubtful_ = 0;  // of these
     std::size_t failed_ = 0;
     bool hasToldFailure_ = false;
     std::string failure_;  // the first since the last look

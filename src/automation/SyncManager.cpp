@@ -44,7 +44,9 @@ void SyncManager::configure(PutIOAPI& api, DownloadManager& downloadManager) {
         if (const auto self = held.lock()) (*self)->fileSettled(rule, fileID);
     });
     watching_ = downloadManager.onChange([this](const QueueChange& change) {
-        if (change.kind == QueueChange::Kind::status) secureArrival(*change.item);
+        if (change.kind != QueueChange::Kind::status) return;
+        secureArrival(*change.item);
+        reportDoubt(*change.item);
     });
     settleUnseen();
 }
@@ -138,6 +140,12 @@ std::vector<std::size_t> SyncManager::settle(const UUID& rule, std::int64_t file
 void SyncManager::secureArrival(const Download& item) {
     if (item.status == Status::completed && item.syncRuleID && !item.deleteAfterDownload && item.resolvedURL)
         store_.writeAfter(*item.resolvedURL);
+}
+
+void SyncManager::reportDoubt(const Download& item) {
+    if (!item.syncRuleID || !item.isDoubtful()) return;
+    setLastError(item.fileName + ": " + *item.error);
+    platform_.log.line("[SyncManager] " + item.fileName + ": " + *item.error);
 }
 
 // The previous process may have died, or restoring the queue may have closed an item, before the rule learned of it.

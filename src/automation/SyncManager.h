@@ -145,6 +145,7 @@ private:
     [[nodiscard]] std::optional<std::size_t> indexOf(const UUID& id) const;
     [[nodiscard]] std::vector<std::size_t> settle(const UUID& rule, std::int64_t fileID);
     void secureArrival(const Download& item);
+    void reportDoubt(const Download& item);
     void settleUnseen();
 
     void save() { store_.save(rules_); }

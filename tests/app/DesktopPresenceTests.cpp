@@ -49,6 +49,16 @@ TEST_F(DesktopPresenceTest, staysAwakeWhileBytesMoveAndTellsTheEndOnce) {
     EXPECT_EQ(notifications.shown, (std::vector<std::string>{"Downloads are done: 2 files have arrived."}));
 }
 
+TEST_F(DesktopPresenceTest, saysWhatArrivedOtherwiseThanPutIOHasIt) {
+    const std::int64_t file = world.addFile("a.mkv", "abc");
+    world.announceSize(file, 5);
+    world.enqueue(file);
+    world.enqueue(world.addFile("b.mkv", "abc"));
+    world.settle();
+    EXPECT_EQ(notifications.shown,
+              (std::vector<std::string>{"Downloads are done: 2 files have arrived, 1 of them not as put.io has it."}));
+}
+
 TEST_F(DesktopPresenceTest, staysAwakeForUploadsToo) {
     uploads.configure(world.api());
     uploads.uploadFiles({"/home/user/a.mkv"}, 0);

@@ -118,6 +118,27 @@ TEST_F(Passes, reportFailuresAndGoOn) {
     EXPECT_FALSE(sync().isSyncing());
 }
 
+TEST_F(Passes, sayWhatArrivedOtherwiseThanPutIOHasIt) {
+    for (const bool deletes : {false, true}) {
+        SCOPED_TRACE(deletes);
+        SyncWorld other;
+        const std::int64_t folder = other.world.addFolder("Shows");
+        SyncRule rule = other.newRule(folder, "Shows");
+        rule.deleteAfterDownload = deletes;
+        other.sync->addRule(rule);
+        other.settle();
+        const std::int64_t file = other.world.addFile("new.mkv", "new", folder);
+        other.world.announceSize(file, 1'000);
+        other.pass();
+        EXPECT_EQ(other.sync->lastError(),
+                  "new.mkv: Arrived, but differs from put.io's record: 3 bytes instead of 1,000.");
+        EXPECT_THAT(other.arrived(), ElementsAre("new.mkv"));
+        EXPECT_TRUE(other.world.deletions.empty());
+        other.pass();
+        EXPECT_EQ(other.world.transfersOf(file), 1U) << "it is not fetched again by itself";
+    }
+}
+
 TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
     const UUID id = home.watch(shows);
     const std::int64_t file = world().addFile("new.mkv", "new", shows);

@@ -67,6 +67,23 @@ TEST(QueueListing, groupsAsPeopleLookAtIt) {
     EXPECT_THAT(listQueue({}, now), ElementsAre("No Downloads"));
 }
 
+TEST(QueueListing, tellsWhatArrivedAndHowItWasProven) {
+    QueueSnapshot queue;
+    queue.downloads.assign(3, item(1, completed));
+    queue.downloads[0].bytesDownloaded = 1'200'000;
+    queue.downloads[1].bytesDownloaded = 153;
+    queue.downloads[1].error = "Arrived, but differs.";
+    queue.downloads[2].status = failed;
+    const std::vector<std::string> lines = listQueue(queue, now);
+    EXPECT_THAT(lines[1], HasSubstr("1.2 MB \xC2\xB7 proven by size"));
+    EXPECT_THAT(lines[2], HasSubstr("153 bytes \xC2\xB7 Arrived, but differs."));
+    const std::string json = queueJSON(queue);
+    EXPECT_THAT(json, HasSubstr(R"("size":1200000,"bytes":1200000,"status":"completed","destination":"/home/ann",)"
+                                R"("proof":"size"})"));
+    EXPECT_THAT(json, HasSubstr(R"("proof":"none","error":"Arrived, but differs."})"));
+    EXPECT_THAT(json, HasSubstr(R"("status":"failed","destination":"/home/ann"})"));
+}
+
 TEST(RemotePath, tellsIDsFromNames) {
     EXPECT_EQ(parseRemotePath("42").id, 42);
     EXPECT_FALSE(parseRemotePath("99999999999999999999").id) << "no ID has 20 digits";

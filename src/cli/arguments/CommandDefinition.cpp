@@ -84,7 +84,8 @@ std::vector<CommandDefinition> makeDefinitions() {
         {retry,
          "retry",
          "put failed downloads back and work on the queue",
-         "Without ITEM, all that failed. A download that arrived but could not be deleted from put.io is not fetched "
+         "Without ITEM, all that failed or arrived otherwise than put.io's record says. A download that arrived but "
+         "could not be deleted from put.io is not fetched "
          "again: only the deletion is. Then works until the queue is empty.",
          {items},
          {onConflict, jobs, jsonEvents},

@@ -168,7 +168,10 @@ Task<void> RetryCommand::prepare(std::stop_token /*stop*/) {
     const DownloadList& list = running().downloads().downloads();
     std::vector<DownloadPointer> wanted;
     for (const UUID& id : items_) wanted.push_back(list.find(id));
-    if (items_.empty()) wanted = list.withStatus({Status::failed, Status::remoteDeleteFailed});
+    if (items_.empty())
+        for (const DownloadPointer& item :
+             list.withStatus({Status::failed, Status::completed, Status::remoteDeleteFailed}))
+            if (item->status != Status::completed || item->isDoubtful()) wanted.push_back(item);
     for (const DownloadPointer& item : wanted)
         if (item) retry(item);
     // Should the process die before the next save, what was placed till then would be fetched anew at the next retry.
@@ -181,7 +184,8 @@ void RetryCommand::retry(const DownloadPointer& item) {
     DownloadManager& downloads = running().downloads();
     if (item->status == Status::remoteDeleteFailed)
         downloads.retryDelete(item);
-    else if (item->status == Status::failed || item->status == Status::cancelled || item->status == Status::skipped)
+    else if (item->status == Status::failed || item->status == Status::cancelled || item->status == Status::skipped ||
+             item->isDoubtful())
         downloads.retry(item);
     else if (item->status != Status::deleting)  // with the rest of its folder
         context().terminal.message(

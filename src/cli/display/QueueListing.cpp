@@ -6,6 +6,7 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/ShortID.h"
+#include "downloads/running/ArrivalProof.h"
 #include "screens/RelativeTime.h"
 
 namespace tovri::cli {
@@ -27,14 +28,34 @@ std::string percentText(const DownloadRecord& item) {
 }
 
 std::string sizesText(const DownloadRecord& item) {
-    return formatByteCount(item.bytesDownloaded) + " / " + formatByteCount(item.fileSize);
+    return formatByteCount(item.bytesDownloaded) + " / " + formatByteCount(item.expectedSize());
+}
+
+std::string_view proofText(ArrivalProof proof) {
+    switch (proof) {
+        case ArrivalProof::checksum:
+            return "proven by checksum";
+        case ArrivalProof::size:
+            return "proven by size";
+        case ArrivalProof::none:
+            break;
+    }
+    return "not proven";
+}
+
+std::string arrivedText(const DownloadRecord& item, Timestamp now) {
+    constexpr std::string_view dot = " \xC2\xB7 ";
+    std::string text = formatByteCount(item.bytesDownloaded);
+    if (item.completedAt)
+        text.append(dot) += relativeTimeText(timeSince(*item.completedAt, now), UnitNames::whole) + " ago";
+    text.append(dot) += item.error ? printable(*item.error) : proofText(arrivalProof(item).value());
+    return text;
 }
 
 std::string statusText(const DownloadRecord& item, Timestamp now) {
-    std::string size = formatByteCount(item.fileSize);
     switch (item.status) {
         case queued:
-            return item.fileSize > 0 ? "Queued \xC2\xB7 " + size : "Queued";
+            return item.expectedSize() > 0 ? "Queued \xC2\xB7 " + formatByteCount(item.expectedSize()) : "Queued";
         case downloading:
             return sizesText(item) + " \xC2\xB7 " + percentText(item);
         case awaitingConflict:
@@ -42,9 +63,7 @@ std::string statusText(const DownloadRecord& item, Timestamp now) {
         case paused:
             return sizesText(item) + " \xC2\xB7 Paused " + percentText(item);
         case completed:
-            if (!item.completedAt) return size;
-            return fmt::format("{} \xC2\xB7 {} ago", size,
-                               relativeTimeText(timeSince(*item.completedAt, now), UnitNames::whole));
+            return arrivedText(item, now);
         case failed:
             return printable(item.error.value_or("Download failed"));
         case cancelled:
@@ -54,7 +73,8 @@ std::string statusText(const DownloadRecord& item, Timestamp now) {
         case deleting:
             return "Removing from put.io...";
         case remoteDeleteFailed:
-            return "Downloaded \xE2\x80\x94 couldn't delete from put.io";
+            return "Downloaded \xE2\x80\x94 couldn't delete from put.io" +
+                   (item.error ? ": " + printable(*item.error) : "");
     }
     return {};
 }
@@ -68,6 +88,7 @@ void addItem(JSON& json, const DownloadRecord& item) {
     json.field("size", item.fileSize).field("bytes", item.bytesDownloaded).field("status", rawValue(item.status));
     json.field("destination", unicodeText(item.destinationFolder->native()));
     addOptional(json, "path", item.resolvedURL);
+    if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
     addOptional(json, "error", item.error);
     json.endObject();
 }

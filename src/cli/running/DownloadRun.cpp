@@ -73,12 +73,22 @@ void DownloadRun::follow(const QueueChange& change) {
 }
 
 void DownloadRun::tellFailure(const Download& item) {
-    if (item.status != Status::failed && item.status != Status::remoteDeleteFailed) return;
-    const bool hasArrived = item.status == Status::remoteDeleteFailed;
+    struct Words {
+        std::string_view what;
+        std::string_view advice;
+    };
+
+    const auto words = [&]() -> std::optional<Words> {
+        if (item.status == Status::failed) return Words{"Failed", "Try again with"};
+        if (item.status == Status::remoteDeleteFailed) return Words{"Not deleted from put.io", "Delete it with"};
+        // What is to be deleted says the same when that fails.
+        if (item.isDoubtful() && !item.deleteAfterDownload) return Words{"Doubtful", "Fetch it again with"};
+        return std::nullopt;
+    }();
+    if (!words) return;
     const std::string id = shortID(item.id, downloads_.downloads().items().size());
-    context_.terminal.message(fmt::format(
-        "{}: {}: {} {}: tovri-cli retry {}", hasArrived ? "Not deleted from put.io" : "Failed", pathText(item),
-        printable(item.error.value_or("Download failed")), hasArrived ? "Delete it with" : "Try again with", id));
+    context_.terminal.message(fmt::format("{}: {}: {} {}: tovri-cli retry {}", words->what, pathText(item),
+                                          printable(item.error.value_or("Download failed")), words->advice, id));
 }
 
 void DownloadRun::tellUnsaved(const std::optional<std::string>& reason) {
@@ -138,7 +148,8 @@ void DownloadRun::tellPause() {
 // What was asked for has not arrived while the whole queue is paused.
 ExitCode DownloadRun::exitCode() const {
     const bool waits = downloads_.isPaused() && downloads_.downloads().count({Status::queued, Status::paused}) > 0;
-    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 || waits || unsaved_;
+    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 ||
+                        tally_.doubtful() > 0 || waits || unsaved_;
     return failed ? ExitCode::failure : ExitCode::success;
 }
 

@@ -4,6 +4,7 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/running/RunReporter.h"
+#include "downloads/running/ArrivalProof.h"
 
 namespace tovri::cli {
 namespace {
@@ -71,7 +72,7 @@ std::string pathText(const Download& item) {
 std::string eventLine(const QueueChange& change) {
     if (eventOf(change) == Event::none) return {};
     const Download& item = *change.item;
-    const std::string size = formatByteCount(item.fileSize);
+    const std::string size = formatByteCount(item.expectedSize());
     switch (eventOf(change)) {
         case Event::started:
             if (item.bytesDownloaded > 0)
@@ -79,7 +80,7 @@ std::string eventLine(const QueueChange& change) {
                                    formatByteCount(item.bytesDownloaded), size);
             return fmt::format("Started: {} ({})", printable(item.fileName), size);
         case Event::arrived:
-            return fmt::format("Arrived: {} ({})", pathText(item), size);
+            return fmt::format("Arrived: {} ({})", pathText(item), formatByteCount(item.bytesDownloaded));
         case Event::skipped:
             return fmt::format("Skipped: {} (a file with this name is there)", pathText(item));
         case Event::deleted:
@@ -97,6 +98,7 @@ std::string eventJSON(const QueueChange& change) {
     addItem(json.beginObject().field("event", nameOf(event)), item);
     if (event == Event::queued) json.field("destination", unicodeText(item.destinationFolder->native()));
     if (event == Event::arrived && item.resolvedURL) json.field("path", unicodeText(*item.resolvedURL));
+    if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
     if (item.error) json.field("error", unicodeText(*item.error));
     return std::string(json.endObject().line());
 }
@@ -115,6 +117,7 @@ std::string summaryLine(const RunTally& tally) {
     add(tally.arrived, "arrived");
     add(tally.skipped, "skipped");
     add(tally.failed, "failed");
+    add(tally.doubtful(), "not as put.io has it");
     add(tally.undeleted(), "not deleted from put.io");
     return text;
 }
@@ -124,7 +127,9 @@ std::string summaryJSON(const RunTally& tally) {
     JSON json;
     json.beginObject().field("event", "summary").field("arrived", number(tally.arrived));
     json.field("skipped", number(tally.skipped)).field("failed", number(tally.failed));
-    json.field("notDeleted", number(tally.undeleted())).endObject();
+    json.field("notDeleted", number(tally.undeleted()));
+    if (tally.doubtful() > 0) json.field("doubtful", number(tally.doubtful()));
+    json.endObject();
     return std::string(json.line());
 }
 

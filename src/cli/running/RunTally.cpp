@@ -19,12 +19,16 @@ void RunTally::follow(const QueueChange& change) {
         undeleted_.insert(item.id);
     else
         undeleted_.erase(item.id);
+    if (item.isDoubtful())
+        doubtful_.insert(item.id);
+    else
+        doubtful_.erase(item.id);
     const bool was = isUnfinished(change.previous);
     const bool is = isUnfinished(item.status);
     if (was && !is) unfinishedBytes_ -= item.fileSize;
     if (!was && is) unfinishedBytes_ += item.fileSize;
     if (!was || is || item.status == Status::paused) return;
-    finishedBytes_ += item.fileSize;
+    finishedBytes_ += item.status == Status::completed ? item.bytesDownloaded : item.fileSize;
     if (item.status == Status::skipped)
         ++skipped;
     else if (item.status == Status::failed)

@@ -23,6 +23,9 @@ public:
     // Arrived, but still on put.io: a deletion that succeeds at last counts no more.
     [[nodiscard]] std::size_t undeleted() const { return undeleted_.size(); }
 
+    // Arrived, but differ from put.io's record.
+    [[nodiscard]] std::size_t doubtful() const { return doubtful_.size(); }
+
     [[nodiscard]] std::size_t finished() const { return arrived + skipped + failed; }
 
     // Paused downloads do not count.
@@ -40,6 +43,7 @@ private:
 
     const DownloadManager& downloads_;
     std::unordered_set<UUID> undeleted_;
+    std::unordered_set<UUID> doubtful_;
     ByteCount finishedBytes_ = 0;
     ByteCount unfinishedBytes_ = 0;
 };

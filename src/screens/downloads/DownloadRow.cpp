@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/ByteCountFormat.h"
+#include "downloads/running/ArrivalProof.h"
 #include "screens/RelativeTime.h"
 
 namespace tovri {
@@ -15,9 +16,10 @@ using Button = RowButton<DownloadAction>;
 
 constexpr std::string_view undeletedSymbol = "trash.slash.fill";
 
+const Button retryButton{retry, "arrow.clockwise", "Retry"};
+
 std::vector<Button> buttonsOf(Status status) {
     const Button cancelButton{cancel, "xmark", "Cancel"};
-    const Button retryButton{retry, "arrow.clockwise", "Retry"};
     const Button revealButton{reveal, "folder", "Show in Finder"};
     switch (status) {
         case Status::queued:
@@ -79,8 +81,8 @@ Label part(std::string text, Tint tint = Tint::secondary) {
 }
 
 std::vector<Label> queuedStatus(const Download& item) {
-    if (item.fileSize < 1) return {part("Queued")};
-    return {part("Queued"), part(formatByteCount(item.fileSize))};
+    if (item.expectedSize() < 1) return {part("Queued")};
+    return {part("Queued"), part(formatByteCount(item.expectedSize()))};
 }
 
 std::vector<Label> downloadingStatus(const Download& item) {
@@ -90,9 +92,26 @@ std::vector<Label> downloadingStatus(const Download& item) {
 }
 
 std::vector<Label> completedStatus(const Download& item, Timestamp now) {
-    std::vector<Label> parts = {part(formatByteCount(item.fileSize))};
+    std::vector<Label> parts = {part(formatByteCount(item.bytesDownloaded))};
     if (item.completedAt) parts.push_back(part(relativeTimeText(timeSince(*item.completedAt, now)) + " ago"));
+    if (item.isDoubtful()) parts.push_back(part(*item.error, Tint::attention));
     return parts;
+}
+
+std::string detailsOf(const DownloadRecord& item) {
+    const auto proof = arrivalProof(item);
+    if (!proof) return {};
+    const std::string size = formatExactByteCount(item.bytesDownloaded);
+    if (item.error) return size + ". " + *item.error;
+    switch (*proof) {
+        case ArrivalProof::checksum:
+            return size + ", proven by put.io's checksum.";
+        case ArrivalProof::size:
+            return size + ", proven by the size that put.io says; it gave no checksum.";
+        case ArrivalProof::none:
+            return size + ". put.io gave nothing to prove them by.";
+    }
+    return {};
 }
 
 std::vector<Label> statusOf(const Download& item, Timestamp now) {
@@ -164,14 +183,26 @@ std::string DownloadRow::statusText() const {
 }
 
 DownloadRow downloadRow(const Download& item, Timestamp now) {
-    return {item.id,          symbolOf(item.status), item.fileName,
-            progressOf(item), statusOf(item, now),   buttonsOf(item.status)};
+    DownloadRow row{item.id,          symbolOf(item.status), item.fileName,
+                    progressOf(item), statusOf(item, now),   buttonsOf(item.status),
+                    detailsOf(item)};
+    if (item.isDoubtful()) {
+        row.symbol = {"exclamationmark.triangle.fill", Tint::attention};
+        row.buttons.insert(row.buttons.begin(), retryButton);
+    }
+    return row;
 }
 
 std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status) {
     Menu menu = ownEntries(status);
     menu.push_back(MenuItem<DownloadAction>::separator());
     menu.push_back({.action = remove, .title = "Remove", .isDestructive = true});
+    return menu;
+}
+
+std::vector<MenuItem<DownloadAction>> downloadMenu(const DownloadRecord& item) {
+    Menu menu = downloadMenu(item.status);
+    if (item.isDoubtful()) menu.insert(menu.begin(), {retry, "Retry"});
     return menu;
 }
 
@@ -192,13 +223,15 @@ Menu commonMenu(const std::set<DownloadStatus>& statuses) {
     return menu;
 }
 
-bool isOffered(DownloadAction action, DownloadStatus status) {
-    return std::ranges::any_of(buttonsOf(status), [action](const Button& button) { return button.action == action; }) ||
-           std::ranges::any_of(downloadMenu(status), [action](const auto& item) { return item.action == action; });
+bool isOffered(DownloadAction action, const DownloadRecord& item) {
+    const auto buttons = buttonsOf(item.status);
+    const auto menu = downloadMenu(item);
+    return std::ranges::any_of(buttons, [action](const Button& button) { return button.action == action; }) ||
+           std::ranges::any_of(menu, [action](const auto& entry) { return entry.action == action; });
 }
 
-std::optional<DownloadAction> primaryAction(DownloadStatus status) {
-    return isOffered(open, status) ? std::optional(open) : std::nullopt;
+std::optional<DownloadAction> primaryAction(const DownloadRecord& item) {
+    return isOffered(open, item) ? std::optional(open) : std::nullopt;
 }
 
 }  // namespace tovri

@@ -52,6 +52,7 @@ struct DownloadRow {
     std::optional<ProgressBar> progress;  // above the status line
     std::vector<Label> status;
     std::vector<RowButton<DownloadAction>> buttons;
+    std::string details = {};  // of what has arrived: to the byte, and by what it is known to be whole; or empty
 
     // The whole status line in plain text.
     [[nodiscard]] std::string statusText() const;
@@ -67,14 +68,15 @@ struct DownloadRow {
 
 // The context menu of a row.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status);
+[[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(const DownloadRecord& item);
 
 // That of several rows together: what each of them has and what makes sense for more than one.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> commonMenu(const std::set<DownloadStatus>& statuses);
 
-// Whether a row of that status has the action as a button or in its menu.
-[[nodiscard]] bool isOffered(DownloadAction action, DownloadStatus status);
+// Whether the item's row has the action as a button or in its menu.
+[[nodiscard]] bool isOffered(DownloadAction action, const DownloadRecord& item);
 
 // What a double click or Return does, if anything.
-[[nodiscard]] std::optional<DownloadAction> primaryAction(DownloadStatus status);
+[[nodiscard]] std::optional<DownloadAction> primaryAction(const DownloadRecord& item);
 
 }  // namespace tovri

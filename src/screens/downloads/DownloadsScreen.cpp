@@ -87,9 +87,10 @@ DownloadRow DownloadsScreen::rowAt(std::size_t row) const {
 }
 
 std::vector<MenuItem<DownloadAction>> DownloadsScreen::menuAt(const std::vector<std::size_t>& rows) const {
+    if (rows.size() == 1) return downloadMenu(*rows_.itemAt(rows.front()));
     std::set<Status> statuses;
     for (const std::size_t row : rows) statuses.insert(rows_.itemAt(row)->status);
-    return rows.size() == 1 ? downloadMenu(*statuses.begin()) : commonMenu(statuses);
+    return commonMenu(statuses);
 }
 
 std::vector<ToolbarItem<QueueAction>> DownloadsScreen::toolbar() const {
@@ -213,7 +214,7 @@ void DownloadsScreen::perform(QueueAction action) {
 
 void DownloadsScreen::perform(DownloadAction action, const UUID& id) {
     const DownloadPointer item = manager_.downloads().find(id);
-    if (item && isOffered(action, item->status)) act(action, item);
+    if (item && isOffered(action, *item)) act(action, item);
 }
 
 void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& ids) {
@@ -225,7 +226,7 @@ void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& id
     if (goesUpwards(action)) std::ranges::reverse(items);
     items.erase(items.begin(), items.begin() + stuckCount(action, items));
     for (const DownloadPointer& item : items)
-        if (isOffered(action, item->status)) act(action, item);
+        if (isOffered(action, *item)) act(action, item);
 }
 
 // How many of the first ones fill the end of the queue towards which they are to move: none can pass another there.
@@ -239,7 +240,7 @@ std::ptrdiff_t DownloadsScreen::stuckCount(DownloadAction action, const std::vec
 void DownloadsScreen::activate(const UUID& id) {
     const DownloadPointer item = manager_.downloads().find(id);
     if (!item) return;
-    if (const auto action = primaryAction(item->status)) act(*action, item);
+    if (const auto action = primaryAction(*item)) act(*action, item);
 }
 
 void DownloadsScreen::act(DownloadAction action, const DownloadPointer& item) {

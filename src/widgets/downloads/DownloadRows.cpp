@@ -39,6 +39,7 @@ RowContent DownloadRows::contentAt(std::size_t row) const {
     if (download.progress) content.progress = RowProgress{download.progress->fraction, download.progress->tint};
     for (const auto& button : download.buttons)
         content.buttons.push_back({static_cast<int>(button.action), button.symbol, textOf(button.help)});
+    if (!download.details.empty()) content.toolTip = content.title + u'\n' + textOf(download.details);
     return content;
 }
 

@@ -60,7 +60,7 @@ TEST(DownloadRow, looksAsItsStatusSays) {
          Tint::attention, "[xmark Cancel]", "Cancel|-|Remove|"},
         {Status::paused, "pause.circle.fill attention", "1.2 MB / 2 MB · Paused 60%", Tint::attention,
          "[play.fill Resume][xmark Cancel]", "Resume|Cancel|-|Remove|"},
-        {Status::completed, "checkmark.circle.fill success", "2 MB", Tint::secondary, "[folder Show in Finder]",
+        {Status::completed, "checkmark.circle.fill success", "1.2 MB", Tint::secondary, "[folder Show in Finder]",
          "Show in Finder|Open|-|Remove|"},
         {Status::failed, "xmark.circle.fill failure", "Download failed", Tint::failure,
          "[arrow.clockwise Retry][xmark Remove]", "Retry|-|Remove|"},
@@ -100,7 +100,42 @@ TEST(DownloadRow, saysOnlyWhatIsKnown) {
     EXPECT_EQ(downloadRow(item, now).statusText(), "No space left.");
     item = sample(Status::completed);
     item.completedAt = now - 5min;
-    EXPECT_EQ(downloadRow(item, now).statusText(), "2 MB · 5 min ago");
+    EXPECT_EQ(downloadRow(item, now).statusText(), "1.2 MB · 5 min ago");
+    item.status = Status::queued;
+    item.listedSize = 3'000'000;
+    EXPECT_EQ(downloadRow(item, now).statusText(), "Queued · 3 MB") << "as put.io said last";
+}
+
+TEST(DownloadRow, tellsHowWhatHasArrivedWasProven) {
+    Download item = sample(Status::completed);
+    item.bytesDownloaded = item.fileSize;
+    EXPECT_EQ(downloadRow(item, now).details,
+              "2,000,000 bytes, proven by the size that put.io says; it gave no checksum.");
+    item.crc32 = "BF4";
+    item.arrivedChecksum = "00000bf4";
+    EXPECT_EQ(downloadRow(item, now).details, "2,000,000 bytes, proven by put.io's checksum.");
+    item.crc32.reset();
+    item.fileSize = 0;
+    EXPECT_EQ(downloadRow(item, now).details, "2,000,000 bytes. put.io gave nothing to prove them by.");
+    item.status = Status::downloading;
+    EXPECT_EQ(downloadRow(item, now).details, "");
+    item.status = Status::remoteDeleteFailed;
+    item.error = "HTTP error 500 from put.io.";
+    EXPECT_EQ(downloadRow(item, now).details, "2,000,000 bytes. HTTP error 500 from put.io.");
+}
+
+TEST(DownloadRow, isOrangeWhereTheFileIsNotWhatPutIOHas) {
+    Download item = sample(Status::completed);
+    item.error = "Arrived, but differs.";
+    const DownloadRow row = downloadRow(item, now);
+    EXPECT_EQ(symbolText(row.symbol), "exclamationmark.triangle.fill attention");
+    EXPECT_EQ(row.statusText(), "1.2 MB · Arrived, but differs.");
+    EXPECT_EQ(row.status.back().tint, Tint::attention);
+    EXPECT_EQ(buttonText(row), "[arrow.clockwise Retry][folder Show in Finder]");
+    EXPECT_EQ(downloadMenu(item).front().action, DownloadAction::retry);
+    EXPECT_TRUE(isOffered(DownloadAction::retry, item));
+    item.error.reset();
+    EXPECT_FALSE(isOffered(DownloadAction::retry, item));
 }
 
 }  // namespace
