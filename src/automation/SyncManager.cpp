@@ -143,9 +143,7 @@ void SyncManager::secureArrival(const Download& item) {
 }
 
 void SyncManager::reportDoubt(const Download& item) {
-    if (!item.syncRuleID || !item.isDoubtful()) return;
-    setLastError(item.fileName + ": " + *item.error);
-    platform_.log.line("[SyncManager] " + item.fileName + ": " + *item.error);
+    if (item.syncRuleID && item.isDoubtful()) setLastError(item.fileName + ": " + *item.error);
 }
 
 // The previous process may have died, or restoring the queue may have closed an item, before the rule learned of it.
