@@ -76,6 +76,9 @@ public:
     // Returns when the file's bytes and its name would survive a loss of power.
     [[nodiscard]] virtual Result<void> makeDurable(const Path& path) = 0;
 
+    // The same for files that are there together, at a lower price: the outcome of each, in their order.
+    [[nodiscard]] virtual std::vector<Result<void>> makeAllDurable(const std::vector<Path>& paths) = 0;
+
     [[nodiscard]] virtual Result<ByteBlob> readFile(const Path& path) = 0;
 
     // Takes the next piece of a file's content.

@@ -260,6 +260,23 @@ TEST_P(FileManagerContract, writesReadsAndAppends) {
     EXPECT_THAT(names(here), UnorderedElementsAre("a", "b", "log"));
 }
 
+// Few, and so many that they may be taken to the disk in another way.
+TEST_P(FileManagerContract, tellsOfEachOfManyFilesWhetherItIsDurable) {
+    EXPECT_THAT(files.makeAllDurable({}), IsEmpty());
+    for (const std::size_t count : {std::size_t{2}, std::size_t{40}}) {
+        std::vector<Path> paths;
+        for (std::size_t i = 0; i < count; ++i) {
+            paths.push_back((i % 2 == 0 ? here : elsewhere) / std::to_string(i));
+            put(paths.back(), "bytes");
+        }
+        paths.insert(paths.begin() + 1, {here / "none", here});
+        const std::vector<Result<void>> outcomes = files.makeAllDurable(paths);
+        ASSERT_EQ(outcomes.size(), paths.size());
+        for (std::size_t i = 0; i < paths.size(); ++i) EXPECT_EQ(outcomes[i].has_value(), i != 1 && i != 2) << paths[i];
+        EXPECT_THAT(outcomes[1].error().description, HasSubstr("none"));
+    }
+}
+
 TEST_P(FileManagerContract, knowsTheVolumeOfAPathThatIsYetToBe) {
     put(here / "file", "bytes");
     const Volume volume = files.volume(here).value();

@@ -177,6 +177,12 @@ Result<void> MemoryFileManager::makeDurable(const Path& path) {
     return {};
 }
 
+std::vector<Result<void>> MemoryFileManager::makeAllDurable(const std::vector<Path>& paths) {
+    std::vector<Result<void>> outcomes;
+    for (const Path& path : paths) outcomes.push_back(makeDurable(path));
+    return outcomes;
+}
+
 Result<ByteBlob> MemoryFileManager::readFile(const Path& path) {
     if (auto fine = begin("readFile", path); !fine) return failure(fine);
     auto bytes = content(path);

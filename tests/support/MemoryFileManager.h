@@ -81,6 +81,7 @@ public:
     [[nodiscard]] Result<void> adoptFolderPermissions(const Path& file, const Path& folder) override;
     [[nodiscard]] Result<void> removeItem(const Path& path) override;
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
+    [[nodiscard]] std::vector<Result<void>> makeAllDurable(const std::vector<Path>& paths) override;
     [[nodiscard]] Result<ByteBlob> readFile(const Path& path) override;
     using FileManager::writeFileAtomically;
     [[nodiscard]] Result<void> writeFileAtomically(const Path& path, const Content& content) override;

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <random>
+#include <string>
 #include <utility>
 
 #include "platform/BackgroundQueue.h"
@@ -54,6 +55,10 @@ public:
     [[nodiscard]] Timestamp now() const override {
         return atStart_ + std::chrono::duration_cast<Timestamp::duration>(loop_.now() - start_);
     }
+
+    [[nodiscard]] std::string bootID() const override { return "start " + std::to_string(starts); }
+
+    int starts = 1;  // of the machine
 
     void set(Timestamp date) {
         start_ = loop_.now();

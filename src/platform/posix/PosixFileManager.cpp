@@ -11,6 +11,7 @@
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileError.h"
 #include "platform/posix/FileMove.h"
+#include "platform/posix/FileSync.h"
 #include "platform/posix/FolderPermissions.h"
 #include "platform/posix/NewFile.h"
 #include "platform/posix/PosixWritableFile.h"
@@ -130,6 +131,10 @@ Result<void> PosixFileManager::makeDurable(const Path& path) {
     if (!opened) return failure(opened);
     if (::fsync(opened->file.number()) != 0) return failure(fileError("save", path, errno));
     return fileOutcome(newFolders_.makeNameDurable(path), "save", path);
+}
+
+std::vector<Result<void>> PosixFileManager::makeAllDurable(const std::vector<Path>& paths) {
+    return FileSync(paths, newFolders_).perform();
 }
 
 Result<ByteBlob> PosixFileManager::readFile(const Path& path) {

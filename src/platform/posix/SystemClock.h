@@ -7,6 +7,8 @@ namespace tovri {
 class SystemClock final : public WallClock {
 public:
     [[nodiscard]] Timestamp now() const override { return std::chrono::system_clock::now(); }
+
+    [[nodiscard]] std::string bootID() const override;
 };
 
 }  // namespace tovri

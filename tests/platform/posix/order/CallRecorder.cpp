@@ -55,6 +55,7 @@ extern "C" {
 
 int __real_fsync(int descriptor);
 int __real_fdatasync(int descriptor);
+int __real_syncfs(int descriptor);
 int __real_rename(const char* from, const char* to);
 int __real_renameat2(int fromFolder, const char* from, int toFolder, const char* to, unsigned flags);
 int __real_link(const char* from, const char* to);
@@ -70,6 +71,10 @@ int __wrap_fsync(int descriptor) {
 
 int __wrap_fdatasync(int descriptor) {
     return recorded(onFile(SystemCall::Kind::synchronize, descriptor), [=] { return __real_fdatasync(descriptor); });
+}
+
+int __wrap_syncfs(int descriptor) {
+    return recorded(onFile(SystemCall::Kind::synchronizeVolume, descriptor), [=] { return __real_syncfs(descriptor); });
 }
 
 int __wrap_rename(const char* from, const char* to) {

@@ -13,12 +13,12 @@ namespace tovri::test {
 
 // One thing that was asked of the system.
 struct SystemCall {
-    enum class Kind { synchronize, giveName, removeName, writeBytes };
+    enum class Kind { synchronize, synchronizeVolume, giveName, removeName, writeBytes };
 
     using FileNumber = std::pair<dev_t, ino_t>;
 
     Kind kind;
-    FileNumber file;             // of synchronize
+    FileNumber file;             // of synchronize; of synchronizeVolume, a file on it
     std::filesystem::path from;  // of giveName: empty where the file had none
     std::filesystem::path path;  // the name that was given or removed
 };

@@ -66,7 +66,7 @@ public:
     PosixFileManager files;
     bool areMade = files.createDirectories(here) && files.createDirectories(elsewhere);
 
-private:
+protected:
     static bool isThat(const SystemCall& call, const Step& step) {
         if (call.kind != step.kind) return false;
         if (call.kind != Kind::synchronize) return call.path == step.path;
@@ -93,6 +93,32 @@ TEST_F(Durability, aDurableFileHasItsBytesItsNameAndAllNewFoldersOnTheDisk) {
     fault = [](const SystemCall& call) { return call.kind == Kind::synchronize ? EIO : 0; };
     EXPECT_FALSE(files.makeDurable(deep / "c/file"));
     EXPECT_FALSE(file->synchronize());
+}
+
+// Few are synced one by one, and their folder once; many with their volume, unless that fails.
+TEST_F(Durability, filesThatAreMadeDurableTogetherAreAllOnTheDisk) {
+    const auto count = [this](Kind kind, const Path& path) {
+        return std::ranges::count_if(recorder.calls,
+                                     [&](const SystemCall& call) { return isThat(call, {kind, path}); });
+    };
+    std::vector<Path> paths;
+    for (const char* name : {"a", "b", "c"}) paths.push_back(here / name);
+    for (const Path& path : paths) ASSERT_TRUE(files.appendToFile(path, "bytes"));
+    for (const Result<void>& outcome : files.makeAllDurable(paths)) EXPECT_TRUE(outcome);
+    for (const Path& path : paths) EXPECT_EQ(count(Kind::synchronize, path), 1) << path;
+    EXPECT_EQ(count(Kind::synchronize, here), 1);
+
+    for (int i = 0; i < 20; ++i) paths.push_back(here / std::to_string(i));
+    for (const Path& path : paths) ASSERT_TRUE(files.appendToFile(path, "more"));
+    recorder.calls.clear();
+    for (const Result<void>& outcome : files.makeAllDurable(paths)) EXPECT_TRUE(outcome);
+    const bool isTogether = std::ranges::count(recorder.calls, Kind::synchronizeVolume, &SystemCall::kind) == 1;
+    for (const Path& path : paths) EXPECT_TRUE(isTogether || count(Kind::synchronize, path) == 1) << path;
+
+    fault = [](const SystemCall& call) {
+        return call.kind == Kind::synchronizeVolume || call.kind == Kind::synchronize ? EIO : 0;
+    };
+    for (const Result<void>& outcome : files.makeAllDurable(paths)) EXPECT_FALSE(outcome);
 }
 
 TEST_F(Durability, aFileIsReplacedByBytesThatAreOnTheDisk) {
