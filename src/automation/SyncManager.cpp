@@ -13,17 +13,6 @@ bool isSettled(Status status) {
     return (isFinished(status) && status != Status::failed) || status == Status::deleting;
 }
 
-namespace {
-
-// A loss of power takes what was not yet on the disk of a file that stays on put.io: all of it, or its end.
-bool hasLostItsFile(const Download& item, FileManager& files) {
-    if (item.status != Status::completed || item.deleteAfterDownload || !item.resolvedURL) return false;
-    const auto size = files.fileSize(*item.resolvedURL);
-    return !size || *size < item.bytesDownloaded;
-}
-
-}  // namespace
-
 SyncManager::SyncManager(const Platform& platform)
     : platform_(platform), store_(platform), rules_(store_.load()), self_(std::make_shared<SyncManager*>(this)) {
     for (SyncRule& rule : rules_) rule.revision = 1;
@@ -148,22 +137,17 @@ void SyncManager::reportDoubt(const Download& item) {
 
 // The previous process may have died, or restoring the queue may have closed an item, before the rule learned of it.
 void SyncManager::settleUnseen() {
-    std::vector<DownloadPointer> lost;
     std::set<std::size_t> changed;
     for (const DownloadPointer& item : downloadManager_->downloads().items()) {
         if (!item->syncRuleID || !isSettled(item->status)) continue;
         const SyncRule* rule = find(*item->syncRuleID);
         if (!rule || rule->knownFileIDs.contains(item->fileID)) continue;
-        if (hasLostItsFile(*item, platform_.files)) {
-            lost.push_back(item);
-            continue;
-        }
+        if (downloadManager_->mayBeLost(*item)) continue;  // told later, or fetched again
         secureArrival(*item);
         std::ranges::copy(settle(rule->id, item->fileID), std::inserter(changed, changed.end()));
     }
     if (!changed.empty()) save();
     for (const std::size_t index : changed) changes_.tell({SyncChange::Kind::ruleChanged, index});
-    for (const DownloadPointer& item : lost) downloadManager_->retry(item);
 }
 
 // --- State ---

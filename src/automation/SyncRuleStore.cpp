@@ -61,7 +61,7 @@ private:
         const auto arrived = std::exchange(arrived_, {});
         handing.unlock();
 
-        for (const std::filesystem::path& path : arrived) (void)files_.makeDurable(path);
+        (void)files_.makeAllDurable(arrived);
         if (mustKeepOldFile_)
             if (Result<void> kept = keepOldFileAside(); !kept) return kept;
         mustKeepOldFile_ = false;

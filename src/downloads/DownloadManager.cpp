@@ -27,6 +27,12 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_}),
       settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
       placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_),
+      durability_({platform.loop, platform.volumes, platform.files, lanes_}, list_, saves_, journal_),
+      recovery_({platform.loop, platform.volumes, platform.files, lanes_}, list_, settlement_, durability_, journal_,
+                {.goesOn = [this](const DownloadPointer& item) { goOn(item); },
+                 .isKnown = [this](PlacementNumber placement) { saver_.noteEnded(placement); },
+                 .isLost = [this](const DownloadPointer& item) { fetchAgain(item); },
+                 .hasEnded = [this] { looksEnded(); }}),
       around_{.loop = platform.loop,
               .files = platform.files,
               .volumes = platform.volumes,
@@ -38,10 +44,12 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
               .settlement = settlement_,
               .saves = saves_,
               .placement = placement_,
+              .durability = durability_,
               .lanes = lanes_,
               .partialFolder = platform.folders.applicationData / "Partial",
               .stagingFolder = store_->stagingDirectory(),
-              .runWaits = [this] { runEnded(); }} {
+              .runWaits = [this] { runEnded(); }},
+      securing_(durability_.onDone([this] { finishSuspending(); })) {
     list_.onForbiddenStep([this](const std::string& fault) { platform_.log.line("[DownloadManager] " + fault); });
 }
 
@@ -240,15 +248,8 @@ void DownloadManager::clearFinished() {
 void DownloadManager::retry(const DownloadPointer& item) {
     abandonRun(*item);
     dropToken(*item);
-    item->progress = 0;
-    item->bytesDownloaded = 0;
+    item->forgetArrival();
     item->speed = 0;
-    item->error.reset();
-    item->stagedURL.reset();
-    item->resolvedURL.reset();
-    item->completedAt.reset();
-    item->arrivedChecksum.reset();
-    item->hasStartedOver = false;
     list_.take(*item, StatusStep::retry);
     conflicts_.dismissConflict(*item);
     processQueue();

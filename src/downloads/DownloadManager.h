@@ -17,7 +17,9 @@
 #include "downloads/deleting/RemoteDeletion.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/placing/ConflictQueue.h"
+#include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
+#include "downloads/restoring/Recovery.h"
 #include "downloads/running/RunSurroundings.h"
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
@@ -123,6 +125,14 @@ public:
     // anything.
     void openForEditing();
 
+    // Whether the machine may have lost the item's file, although it is completed: that is being looked at. If so, it
+    // is queued again.
+    [[nodiscard]] bool mayBeLost(const Download& item) const { return recovery_.mayBeLost(item); }
+
+    // Returns when the files of the previous process have been looked at, which may queue some of them again, and all
+    // that has arrived would survive a loss of power; or why it cannot be made to.
+    Task<Result<void>> secure(std::stop_token stop);
+
     // Writes the queue file before it returns. False, after a diagnostic line, when it could not.
     bool saveNow() { return use_ == Use::none || saver_.saveNow(); }
 
@@ -133,8 +143,8 @@ public:
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saver_.failure(); }
 
     // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done`
-    // runs when all tokens have come and no file is being placed, after two seconds at the latest; then it is time for
-    // saveNow.
+    // runs when all tokens have come, no file is being placed and all that has arrived is durable, after two seconds at
+    // the latest; then it is time for saveNow.
     void suspend(std::function<void()> done);
 
     // --- Sums over the queue, computed on every read ---
@@ -168,7 +178,13 @@ private:
     [[nodiscard]] std::vector<DownloadPointer> loadQueue();
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
     void endInterruptedDeletions();
-    void adoptArrived(std::unordered_map<UUID, std::filesystem::path> arrived);
+    void cleanUp(const std::vector<DownloadPointer>& items, std::vector<PlacementEntry> placements);
+    void lookForLost();
+    [[nodiscard]] MachineStart machineStart() const;
+    void goOn(const DownloadPointer& item);
+    void fetchAgain(const DownloadPointer& item);
+    void looksEnded();
+    [[nodiscard]] DownloadPointer nextInQueue() const;
 
     void scheduleSave() { saves_.request(SaveSchedule::Urgency::soon); }
 
@@ -183,6 +199,7 @@ private:
     SaveSchedule saves_;
     QueueSaver saver_;
     Use use_ = Use::none;
+    std::optional<std::string> bootID_;  // as the queue file has it
 
     bool isProcessing_ = false;        // processQueue() is under way
     std::function<void()> suspended_;  // set from suspend() on, until it has run
@@ -195,7 +212,11 @@ private:
     RemoteDeletion deletion_;
     Settlement settlement_;
     Placement placement_;
+    DurabilityCommit durability_;
+    Recovery recovery_;
+    Signal<> looked_;  // told when the files of the previous process have been looked at
     RunSurroundings around_;
+    Subscription securing_;
     std::unordered_set<DownloadRun*> runs_;  // whose frames the scope owns
     TaskScope scope_;
 };

@@ -38,29 +38,99 @@ void DownloadManager::restoreQueue() {
     store_->removeHalfWritten();
     store_->createStagingDirectory();
     std::vector<DownloadPointer> items = loadQueue();
-    std::set<std::filesystem::path> staged;
-    std::set<std::string> partials;
-    std::vector<DownloadPointer> awaiting;
-    for (const DownloadPointer& item : items) {
-        normalize(*item, around_.isQueuePaused, platform_.files);
-        if (const auto point = item->resumeData ? ResumePoint::parse(*item->resumeData) : std::nullopt)
-            partials.insert(point->partial.text());
-        if (item->status == Status::awaitingConflict) {
-            staged.insert(std::filesystem::path(*item->stagedURL).lexically_normal());
-            awaiting.push_back(item);
-        }
-    }
-    list_.append(std::move(items));
+    for (const DownloadPointer& item : items) normalize(*item, around_.isQueuePaused, platform_.files);
+    list_.append(items);
     endInterruptedDeletions();
-    adoptArrived(journal_->recover());
-    saver_.noteEnded(PlacementJournal::recovered);
-    store_->cleanStaging(staged);
-    scope_.start(removePartialsBut(std::move(partials)));
+    cleanUp(items, journal_->recover());
+    lookForLost();
 
-    for (const DownloadPointer& item : awaiting)
-        if (item->status == Status::awaitingConflict) scope_.start(runFromConflict(item));
+    for (const DownloadPointer& item : items)
+        if (item->status == Status::awaitingConflict && !recovery_.isHeld(*item)) goOn(item);
     processQueue();
     scheduleSave();
+}
+
+// Removes what the previous process had received and nobody will ask for again. What it was placing is looked for
+// first.
+void DownloadManager::cleanUp(const std::vector<DownloadPointer>& items, std::vector<PlacementEntry> placements) {
+    std::set<std::filesystem::path> kept;
+    for (const DownloadPointer& item : items) {
+        if (item->status == Status::awaitingConflict)
+            kept.insert(std::filesystem::path(*item->stagedURL).lexically_normal());
+        if (const auto point = item->resumeData ? ResumePoint::parse(*item->resumeData) : std::nullopt)
+            kept.insert(around_.partialFolder / point->partial.text());
+    }
+    std::set<std::filesystem::path> staged = kept;
+    std::set<std::string> partials;
+    for (const PlacementEntry& placement : placements) staged.insert({placement.staged, witnessPath(placement.staged)});
+    for (const std::filesystem::path& path : staged) partials.insert(path.filename());
+    recovery_.lookForArrived(std::move(placements), kept, machineStart());
+    store_->cleanStaging(staged);
+    scope_.start(removePartialsBut(std::move(partials)));
+}
+
+// What was not durable when the machine stopped may be gone. A queue file of an earlier version does not say which that
+// was; what it has completed is taken as it is.
+void DownloadManager::lookForLost() {
+    std::vector<DownloadPointer> doubtful;
+    for (const DownloadPointer& item : list_.withStatus(Status::completed)) {
+        if (item->durable == true || !item->resolvedURL) continue;
+        if (!bootID_) {
+            item->durable = true;
+        } else if (machineStart() == MachineStart::another) {
+            doubtful.push_back(item);
+        } else if (!item->durable) {
+            durability_.add(item);
+        }
+    }
+    if (doubtful.empty() && !recovery_.isLooking())
+        looksEnded();
+    else
+        recovery_.lookForLost(doubtful);
+}
+
+MachineStart DownloadManager::machineStart() const {
+    const std::string now = platform_.clock.bootID();
+    return bootID_ && !now.empty() && *bootID_ == now ? MachineStart::same : MachineStart::another;
+}
+
+// Goes on with an item of the previous process.
+void DownloadManager::goOn(const DownloadPointer& item) {
+    if (item->status == Status::awaitingConflict && item->stagedURL && !item->run) {
+        scope_.start(runFromConflict(item));
+        return;
+    }
+    if (item->status == Status::queued) processQueue();
+}
+
+void DownloadManager::fetchAgain(const DownloadPointer& item) {
+    platform_.log.line("[DownloadManager] " + *item->resolvedURL +
+                       " did not survive the stop of the machine; fetching it again");
+    item->forgetArrival();
+    list_.take(*item, StatusStep::fetchAgain);
+    if (around_.isQueuePaused) list_.take(*item, StatusStep::pauseWaiting);
+    processQueue();
+    scheduleSave();
+}
+
+// From now on the queue says what this start of the machine has lost: nothing.
+void DownloadManager::looksEnded() {
+    bootID_ = platform_.clock.bootID();
+    looked_.tell();
+    scheduleSave();
+}
+
+Task<Result<void>> DownloadManager::secure(std::stop_token stop) {
+    if (recovery_.isLooking()) {
+        using Ended = std::monostate;
+        Result<Ended> ended = co_await Answer<Ended>(platform_.loop, stop, [this](auto done) {
+            auto tell = std::make_shared<decltype(done)>(std::move(done));
+            return looked_.subscribe([tell] { (*tell)(Ended()); });
+        });
+        if (!ended) co_return failure(ended);
+    }
+    Result<void> secured = co_await durability_.secureAll(stop);
+    co_return secured;
 }
 
 void DownloadManager::openForEditing() {
@@ -73,6 +143,7 @@ void DownloadManager::openForEditing() {
 std::vector<DownloadPointer> DownloadManager::loadQueue() {
     QueueSnapshot snapshot = store_->load();
     saves_.setFileSize(store_->loadedSize());
+    bootID_ = std::move(snapshot.bootID);
     setPaused(snapshot.isPaused);
     groups_.restore(snapshot.folderGroupExpectedCounts);
     std::vector<DownloadPointer> items;
@@ -92,29 +163,11 @@ void DownloadManager::endInterruptedDeletions() {
 QueueSnapshot DownloadManager::makeSnapshot() const {
     QueueSnapshot snapshot;
     snapshot.isPaused = around_.isQueuePaused;
+    snapshot.bootID = bootID_;
     snapshot.downloads.reserve(list_.items().size());
     for (const DownloadPointer& item : list_.items()) snapshot.downloads.push_back(*item);
     snapshot.folderGroupExpectedCounts = groups_.expectedCounts();
     return snapshot;
-}
-
-// Closes items whose files got their names in the moment before the previous process died.
-void DownloadManager::adoptArrived(std::unordered_map<UUID, std::filesystem::path> arrived) {
-    std::vector<DownloadPointer> items;
-    for (const DownloadPointer& item : list_.items())
-        if (!isFinished(item->status) && arrived.contains(item->id)) items.push_back(item);
-    for (const DownloadPointer& item : items) {
-        const std::filesystem::path& path = arrived[item->id];
-        const bool isDeletedLater = item->deleteAfterDownload || item->folderDeleteID;
-        // A loss of power may have left the name without the bytes: then it is fetched once more.
-        const std::optional<ByteCount> size = platform_.files.fileSize(path);
-        const bool isAsItArrived = item->arrivedChecksum && size == item->bytesDownloaded;
-        if (!size || (item->expectedSize() > 0 && size != item->expectedSize() && !isAsItArrived)) continue;
-        if (isDeletedLater && !platform_.files.makeDurable(path)) continue;
-        item->bytesDownloaded = *size;
-        item->stagedURL.reset();
-        settlement_.markCompleted(item, path);
-    }
 }
 
 }  // namespace tovri

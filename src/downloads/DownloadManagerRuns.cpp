@@ -12,11 +12,18 @@ void DownloadManager::processQueue() {
     if (isProcessing_) return;
     isProcessing_ = true;
     while (hasFreeSlot()) {
-        const auto next = list_.withStatus(Status::queued, 1);
-        if (next.empty()) break;
-        start(next.front());
+        const DownloadPointer next = nextInQueue();
+        if (!next) break;
+        start(next);
     }
     isProcessing_ = false;
+}
+
+// The uppermost that waits for nothing but a slot.
+DownloadPointer DownloadManager::nextInQueue() const {
+    for (const DownloadPointer& item : list_.withStatus(Status::queued, 1 + recovery_.heldCount()))
+        if (!recovery_.isHeld(*item)) return item;
+    return nullptr;
 }
 
 bool DownloadManager::hasFreeSlot() const {
@@ -99,6 +106,7 @@ void DownloadManager::suspend(std::function<void()> done) {
     suspended_ = std::move(done);
     const std::vector<DownloadRun*> runs(runs_.begin(), runs_.end());
     for (DownloadRun* run : runs) run->suspend();
+    durability_.hurry();
     // A volume that hangs does not keep the program from ending.
     constexpr std::chrono::seconds patience{2};
     suspendLimit_ = platform_.loop.schedule(patience, [this] {
@@ -108,7 +116,7 @@ void DownloadManager::suspend(std::function<void()> done) {
 }
 
 void DownloadManager::finishSuspending() {
-    if (!around_.isEnding || !suspended_) return;
+    if (!around_.isEnding || !suspended_ || !durability_.isDone()) return;
     if (!std::ranges::all_of(runs_, [](const DownloadRun* run) { return run->isWaitingForUser(); })) return;
     suspendLimit_.reset();
     platform_.loop.post(std::exchange(suspended_, nullptr));

@@ -122,12 +122,12 @@ TEST(Recovery, losesNothingThatWasDeletedWhenThePowerGoes) {
 TEST(Recovery, takesNoFileForArrivedThatLostItsBytes) {
     World world;
     const std::int64_t lost = world.addFile("lost", "all of the bytes");
-    const std::int64_t deleted = world.addFile("deleted", "deleted afterwards");
-    world.link(deleted).rate = 180;
-    world.enqueue(lost);
-    const DownloadPointer last = world.enqueue(deleted, {.deleteAfterDownload = true});
+    world.files.put(World::downloads / "other", "the user's");
+    const DownloadPointer arriving = world.enqueue(lost);
     world.manager().saveNow();
-    ASSERT_TRUE(world.runUntil(last, Download::Status::deleting));  // takes the folder and the journal to the disk
+    ASSERT_TRUE(world.runUntil(arriving, Download::Status::completed));
+    for (const World::Path& path : {World::downloads / "other", World::data / "placements.journal"})
+        ASSERT_TRUE(world.files.makeDurable(path));  // and with it the folder
     world.losePower();
     ASSERT_EQ(world.files.content(World::downloads / "lost"), "");
     world.start();

@@ -187,8 +187,8 @@ private:
             SCOPED_TRACE(item->fileName + " " + World::outcome(item));
             if (item->resumeData) ++tokens;
             EXPECT_TRUE(isFinished(item->status));
-            // What was not going to be deleted need not survive a loss of power.
-            if (item->resolvedURL && !losesPower_)
+            // What the user has given up since need not survive a loss of power.
+            if (item->resolvedURL && (item->status == Status::completed || !losesPower_))
                 EXPECT_EQ(world_.files.content(*item->resolvedURL), contents_[item->fileID]);
         }
         EXPECT_LE(world_.files.files(World::partials).size(), tokens);

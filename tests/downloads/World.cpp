@@ -167,6 +167,22 @@ void World::kill() {
 void World::losePower() {
     kill();
     files.powerLoss();
+    ++clock.starts;
+    checkDurableItems();
+}
+
+void World::checkDurableItems() {
+    const auto saved = files.content(queueFile);
+    const auto queue = saved ? decodeQueue(*saved) : failure(Error(ErrorCase::file, "There is none."));
+    if (!queue) return;
+    for (const DownloadRecord& item : queue->downloads) {
+        if (item.status != DownloadStatus::completed || item.durable != true || !item.resolvedURL) continue;
+        const auto content = files.content(*item.resolvedURL);
+        const bool isWhole =
+            std::ranges::any_of(storage.links, [&](const auto& link) { return content == link.second.content; });
+        EXPECT_TRUE(isWhole || takenAway.contains(*item.resolvedURL))
+            << *item.resolvedURL << " is called durable, but is " << content.value_or("<none>");
+    }
 }
 
 // --- what a user does ---

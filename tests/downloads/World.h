@@ -68,9 +68,12 @@ public:
     // Starts a process, which restores its queue.
     void start();
 
-    // Ends it without a warning, and with it what the machine had not made durable when the power went.
+    // Ends it without a warning, and with it what the machine had not made durable when the power went; fails the test
+    // when that takes a file from the queue that is called durable there.
     void kill();
     void losePower();
+
+    std::set<Path> takenAway;  // of the files that arrived, by the user
 
     [[nodiscard]] bool isRunning() const { return manager_ != nullptr; }
 
@@ -152,6 +155,7 @@ private:
     [[nodiscard]] bool isDurable(std::int64_t file);
     [[nodiscard]] std::vector<std::int64_t> entriesOf(std::int64_t folder) const;
     void remove(std::int64_t entry);
+    void checkDurableItems();
     [[nodiscard]] PutIOFile record(std::int64_t file) const;
 
     std::map<std::int64_t, Entry> remote_;

@@ -16,6 +16,7 @@ Result<void> checkArrival(const Download& item) {
     const std::optional<std::string> difference = arrivalDifference(item);
     if (difference)
         return failure(Error(ErrorCase::file, item.folderGroupID ? name + ": " + *difference : *difference));
+    if (item.durable == false) return failure(unproven("The disk has refused to keep " + name + "."));
     return {};
 }
 

@@ -4,6 +4,18 @@
 
 namespace tovri {
 
+void DownloadRecord::forgetArrival() {
+    progress = 0;
+    bytesDownloaded = 0;
+    error.reset();
+    stagedURL.reset();
+    resolvedURL.reset();
+    completedAt.reset();
+    arrivedChecksum.reset();
+    hasStartedOver = false;
+    durable.reset();
+}
+
 std::string Download::speedText() const {
     return speed < 1 ? "" : formatByteCount(speed) + "/s";
 }

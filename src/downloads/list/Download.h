@@ -43,12 +43,16 @@ struct DownloadRecord {
     std::optional<std::string> resolvedURL;      // path at which the file was placed
     std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
     bool hasStartedOver = false;  // what it had been gone on from did not fit put.io's checksum: once is enough
+    std::optional<bool> durable;  // whether the placed file would survive a loss of power; none: nobody knows yet
 
     // It stands under its name, but is not what put.io has: `error` says what differs.
     [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }
 
     // As far as is known now.
     [[nodiscard]] ByteCount expectedSize() const { return listedSize.value_or(fileSize); }
+
+    // As it was before anything of it had arrived.
+    void forgetArrival();
 };
 
 // One put.io file on its way into one local folder. Owned by the queue, shared with whoever works on it; only the

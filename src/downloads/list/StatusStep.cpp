@@ -56,6 +56,7 @@ constexpr std::array rows = {
     Row{StatusStep::restore, "restore", {downloading, awaitingConflict}, queued},
     Row{StatusStep::restorePaused, "restorePaused", {queued, downloading, awaitingConflict}, paused},
     Row{StatusStep::restoreDeletion, "restoreDeletion", {deleting}, remoteDeleteFailed},
+    Row{StatusStep::fetchAgain, "fetchAgain", {completed}, queued},
 };
 
 static_assert(rows.size() == statusStepCount);

@@ -29,9 +29,10 @@ enum class StatusStep {
     restore,          // the previous process died in the midst of it
     restorePaused,    // the same in a queue that is paused
     restoreDeletion,  // the previous process died while put.io was asked
+    fetchAgain,       // it had arrived, but the machine has lost it
 };
 
-inline constexpr std::size_t statusStepCount = 18;
+inline constexpr std::size_t statusStepCount = 19;
 
 // Where the step leads from `status`; none when it is not to be taken from there.
 [[nodiscard]] std::optional<DownloadStatus> target(StatusStep step, DownloadStatus status);

@@ -31,16 +31,6 @@ Task<Result<std::filesystem::path>> Placement::place(Request request, std::stop_
     return perform(std::move(request), [stop = std::move(stop)](const FilePlacing& step) { return step.place(stop); });
 }
 
-Task<> Placement::secure(Path placed, std::string lane) {
-    auto work = [&files = ports_.files, journal = journal_, placed]() -> Result<bool> {
-        if (!files.makeDurable(placed)) return false;
-        journal->makeDurable();
-        return true;
-    };
-    Result<bool> isDurable = co_await onVolume<bool>(ports_.loop, ports_.volumes, std::move(lane), {}, std::move(work));
-    (void)isDurable;
-}
-
 Task<Result<std::filesystem::path>> Placement::apply(Request request, ConflictChoice choice, std::stop_token stop) {
     return perform(std::move(request),
                    [choice, stop = std::move(stop)](const FilePlacing& step) { return step.apply(choice, stop); });

@@ -49,10 +49,6 @@ public:
     // Where the file stands now; an empty path when it was skipped.
     Task<Result<Path>> apply(Request request, ConflictChoice choice, std::stop_token stop);
 
-    // Returns when the file, its name and the journal would survive a loss of power, or cannot be made to: whoever
-    // deletes anything because of it finds out by itself.
-    Task<> secure(Path placed, std::string lane);
-
     // What became of the run's placements is in its item from now on. Until then the journal alone knows a file that
     // has its name while its bytes are being made durable.
     void runEnded(const DownloadRun* run);

@@ -10,17 +10,10 @@ namespace {
 
 constexpr char separator = '\t';  // never in a file URL, a UUID or a number
 
-struct Entry {
-    UUID item;
-    FileIdentity identity;
-    std::filesystem::path staged;
-    std::filesystem::path target;
-};
-
-std::string line(const Entry& entry) {
-    return entry.item.text() + separator + std::to_string(entry.identity.volume) + separator +
-           std::to_string(entry.identity.number) + separator + fileURLText(entry.staged, FileURLKind::file) +
-           separator + fileURLText(entry.target, FileURLKind::file) + '\n';
+std::string line(const PlacementEntry& entry) {
+    return entry.item.text() + separator + std::to_string(entry.file.volume) + separator +
+           std::to_string(entry.file.number) + separator + fileURLText(entry.staged, FileURLKind::file) + separator +
+           fileURLText(entry.target, FileURLKind::file) + '\n';
 }
 
 std::optional<std::uint64_t> number(std::string_view text) {
@@ -31,7 +24,7 @@ std::optional<std::uint64_t> number(std::string_view text) {
 }
 
 // None for what is not a line of the journal.
-std::optional<Entry> parse(std::string_view text) {
+std::optional<PlacementEntry> parse(std::string_view text) {
     std::vector<std::string_view> fields;
     for (const auto field : std::views::split(text, separator)) fields.emplace_back(field.begin(), field.end());
     if (fields.size() != 5) return std::nullopt;
@@ -41,7 +34,11 @@ std::optional<Entry> parse(std::string_view text) {
     auto staged = parseFileURL(fields[3]);
     auto target = parseFileURL(fields[4]);
     if (!item || !volume || !node || !staged || !target) return std::nullopt;
-    return Entry{*item, {*volume, *node}, std::move(*staged), std::move(*target)};
+    return PlacementEntry{.number = 0,
+                          .item = *item,
+                          .file = {*volume, *node},
+                          .staged = std::move(*staged),
+                          .target = std::move(*target)};
 }
 
 }  // namespace
@@ -51,13 +48,16 @@ PlacementJournal::PlacementJournal(FileManager& files, std::filesystem::path fil
 
 void PlacementJournal::note(PlacementNumber placement, const UUID& item, const FileIdentity& file,
                             const std::filesystem::path& staged, const std::filesystem::path& target) {
-    const std::string text = line({item, file, staged, target});
+    append(placement, line({placement, item, file, staged, target}));
+}
+
+void PlacementJournal::append(PlacementNumber placement, const std::string& line) {
     const std::scoped_lock lock(access_);
-    lines_[placement] += text;
+    lines_[placement] += line;
     if (isTorn_)
         rewrite();
     else
-        isTorn_ = !files_.appendToFile(file_, text);
+        isTorn_ = !files_.appendToFile(file_, line);
 }
 
 void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
@@ -95,36 +95,37 @@ bool PlacementJournal::haveEqualContent(const std::filesystem::path& a, const st
     }
 }
 
-std::unordered_map<UUID, std::filesystem::path> PlacementJournal::recover() {
+std::vector<PlacementEntry> PlacementJournal::recover() {
     const std::scoped_lock lock(access_);
-    std::unordered_map<UUID, std::filesystem::path> arrived;
+    std::vector<PlacementEntry> entries;
     const Result<ByteBlob> text = files_.readFile(file_);
-    if (!text) return arrived;
+    if (!text) return entries;
     std::string_view rest = *text;
     for (std::size_t end = rest.find('\n'); end != std::string_view::npos; end = rest.find('\n')) {
-        const std::optional<Entry> entry = parse(rest.substr(0, end));
+        std::optional<PlacementEntry> entry = parse(rest.substr(0, end));
         rest.remove_prefix(end + 1);
         if (!entry) continue;
-        lines_[recovered] += line(*entry);
-        if (const auto gathered = gatheringPath(entry->staged, entry->target); files_.exists(gathered))
-            (void)files_.removeItem(gathered);
-        const auto identity = files_.identity(entry->target);
-        if (identity == entry->identity) {
-            arrived[entry->item] = entry->target;
-        } else if (identity && (haveEqualContent(entry->staged, entry->target) ||
-                                haveEqualContent(witnessPath(entry->staged), entry->target))) {
-            // Moved between volumes, which makes another file, and killed before that was noted. The staged one, which
-            // shows it, is about to go: note it now, for a process that is killed as well.
-            const std::string moved = line({entry->item, *identity, entry->staged, entry->target});
-            lines_[recovered] += moved;
-            (void)files_.appendToFile(file_, moved);
-            arrived[entry->item] = entry->target;
-        }
+        entry->number = nextNumber();
+        lines_[entry->number] = line(*entry);
+        entries.push_back(std::move(*entry));
     }
     // What a dying process began to note had not happened yet. Nothing may be added to it.
     isTorn_ = !rest.empty();
     if (isTorn_) rewrite();
-    return arrived;
+    return entries;
+}
+
+bool PlacementJournal::hasArrived(const PlacementEntry& entry) {
+    if (const auto gathered = gatheringPath(entry.staged, entry.target); files_.exists(gathered))
+        (void)files_.removeItem(gathered);
+    const auto identity = files_.identity(entry.target);
+    if (identity == entry.file) return true;
+    const bool isCopy = identity && (haveEqualContent(entry.staged, entry.target) ||
+                                     haveEqualContent(witnessPath(entry.staged), entry.target));
+    // Moved between volumes, which makes another file, and killed before that was noted. The staged one, which shows
+    // it, is about to go: note it now, for a process that is killed as well.
+    if (isCopy) append(entry.number, line({entry.number, entry.item, *identity, entry.staged, entry.target}));
+    return isCopy;
 }
 
 }  // namespace tovri

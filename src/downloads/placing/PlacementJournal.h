@@ -21,6 +21,15 @@ using PlacementNumber = std::uint64_t;  // tells an item's placements apart, wit
     return staged.native() + ".moving";
 }
 
+// What the journal remembers: `file`, received as `staged`, was about to become `target`.
+struct PlacementEntry {
+    PlacementNumber number = 0;
+    UUID item;
+    FileIdentity file;
+    std::filesystem::path staged;
+    std::filesystem::path target;
+};
+
 // Remembers which file is about to get which name, from before it has it until the queue file knows. So a process that
 // dies in between neither fetches the file again nor leaves it twice. Survives a kill; after a loss of power a file
 // that was not made durable is fetched again. Any thread: files are placed in the background while the queue is saved.
@@ -43,14 +52,15 @@ public:
     // The queue file says what became of the placements.
     void forget(const std::vector<PlacementNumber>& placements);
 
-    // All that recover() found.
-    static constexpr PlacementNumber recovered = 0;
+    // What the previous process left, in its order; it stays until it is forgotten. Main thread.
+    [[nodiscard]] std::vector<PlacementEntry> recover();
 
-    // What the previous process left: where the files stand, by item, that got their names. Removes what was gathered
-    // beside a name.
-    [[nodiscard]] std::unordered_map<UUID, std::filesystem::path> recover();
+    // Whether the file of such an entry got its name. Removes what was gathered beside the name. Blocks as long as the
+    // target's volume does.
+    [[nodiscard]] bool hasArrived(const PlacementEntry& entry);
 
 private:
+    void append(PlacementNumber placement, const std::string& line);
     [[nodiscard]] bool haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b);
     void rewrite();
 
@@ -60,7 +70,7 @@ private:
     std::unordered_map<PlacementNumber, std::string> lines_;  // several where several names were tried
     std::size_t forgottenBytes_ = 0;                          // in the file still
     bool isTorn_ = false;                                     // the file ends within a line
-    PlacementNumber lastNumber_ = recovered;
+    PlacementNumber lastNumber_ = 0;
 };
 
 }  // namespace tovri

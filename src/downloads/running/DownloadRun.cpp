@@ -141,10 +141,11 @@ Task<Result<void>> DownloadRun::place(Path received) {
     co_return Result<void>();
 }
 
-// What put.io is going to delete is durable before the queue says that it has arrived.
+// What put.io is going to delete is durable before the queue says that it has arrived; or nothing is deleted.
 Task<> DownloadRun::secure(Path placed) {
-    if (item_->deleteAfterDownload || item_->folderDeleteID)
-        co_await around_.placement.secure(std::move(placed), targetLane_);
+    if (!item_->deleteAfterDownload && !item_->folderDeleteID) co_return;
+    Result<void> durable = co_await around_.durability.secure(std::move(placed), targetLane_);
+    if (isCurrent()) item_->durable = durable.has_value();
 }
 
 void DownloadRun::settlePlaced(const Path& placed) {

@@ -6,6 +6,7 @@
 #include "downloads/DownloadService.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/placing/ConflictQueue.h"
+#include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
@@ -31,6 +32,7 @@ struct RunSurroundings {
     Settlement& settlement;
     SaveSchedule& saves;
     Placement& placement;
+    DurabilityCommit& durability;
     VolumeLanes& lanes;
 
     std::filesystem::path partialFolder;

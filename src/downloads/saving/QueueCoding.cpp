@@ -49,6 +49,7 @@ constexpr RecordFormat itemFormat{
     optional("crc32", &DownloadRecord::crc32, TextFormat()),
     required("deleteAfterDownload", &DownloadRecord::deleteAfterDownload, FlagFormat()),
     required("destinationFolder", &DownloadRecord::destinationFolder, SharedFolderFormat()),
+    optional("durable", &DownloadRecord::durable, FlagFormat()),
     optional("error", &DownloadRecord::error, TextFormat()),
     required("fileID", &DownloadRecord::fileID, IntegerFormat()),
     required("fileName", &DownloadRecord::fileName, TextFormat()),
@@ -70,6 +71,7 @@ constexpr RecordFormat itemFormat{
 
 constexpr RecordFormat queueFormat{
     "the queue",
+    optional("bootID", &QueueSnapshot::bootID, TextFormat()),
     required("downloads", &QueueSnapshot::downloads, ListFormat(itemFormat)),
     required("folderGroupExpectedCounts", &QueueSnapshot::folderGroupExpectedCounts, CountsFormat()),
     required("isPaused", &QueueSnapshot::isPaused, FlagFormat()),

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,7 +17,8 @@ namespace tovri {
 struct QueueSnapshot {
     std::int64_t version = 1;
     bool isPaused = false;
-    std::vector<DownloadRecord> downloads;                          // in list order
+    std::optional<std::string> bootID;      // the start of the machine since which nothing that is completed was lost
+    std::vector<DownloadRecord> downloads;  // in list order
     std::map<std::string, std::int64_t> folderGroupExpectedCounts;  // by the text of the group's UUID
 };
 

@@ -1,0 +1,138 @@
+#include "downloads/restoring/Recovery.h"
+
+#include <algorithm>
+#include <map>
+#include <optional>
+
+namespace tovri {
+
+using Status = Download::Status;
+
+// What is done on the volume's thread for one item.
+class Recovery::ArrivalLook {
+public:
+    ArrivalLook(FileManager& files, std::shared_ptr<PlacementJournal> journal, Placements placements)
+        : files_(files), journal_(std::move(journal)), placements_(std::move(placements)) {}
+
+    PlacedCopy expected;  // of what may have arrived; its size is 0 where it is not known
+    bool mustBeDurable = false;
+
+    // A loss of power may have left the name without the bytes: then nothing has arrived.
+    [[nodiscard]] Result<Finding> perform() const {
+        Finding found;
+        for (const PlacementEntry& entry : placements_.entries)
+            if (journal_->hasArrived(entry)) found.arrived = entry.target;
+        for (const Path& leftover : placements_.leftovers)
+            if (files_.exists(leftover)) (void)files_.removeItem(leftover);
+        if (found.arrived.empty()) return found;
+        const auto size = files_.fileSize(found.arrived);
+        if (!size) return Finding();
+        const PlacedCopy copy{
+            .path = found.arrived, .size = expected.size > 0 ? expected.size : *size, .checksum = expected.checksum};
+        if (!copy.isWhole(files_)) return Finding();
+        found.size = *size;
+        if (!mustBeDurable) return found;
+        if (!files_.makeDurable(found.arrived)) return Finding();
+        journal_->makeDurable();
+        found.isDurable = true;
+        return found;
+    }
+
+private:
+    FileManager& files_;
+    std::shared_ptr<PlacementJournal> journal_;
+    Placements placements_;
+};
+
+Recovery::Recovery(Ports ports, DownloadList& list, Settlement& settlement, DurabilityCommit& durability,
+                   std::shared_ptr<PlacementJournal> journal, Observer observer)
+    : ports_(ports),
+      list_(list),
+      settlement_(settlement),
+      durability_(durability),
+      journal_(std::move(journal)),
+      observer_(std::move(observer)) {}
+
+// --- What was being placed ---
+
+void Recovery::lookForArrived(std::vector<PlacementEntry> entries, const std::set<Path>& kept, MachineStart start) {
+    std::map<UUID, Placements> byItem;
+    for (PlacementEntry& entry : entries) {
+        Placements& placements = byItem[entry.item];
+        placements.item = entry.item;
+        placements.leftovers.push_back(witnessPath(entry.staged));
+        const bool isOurs = UUID::parse(entry.staged.filename().native()).has_value();
+        if (isOurs && !kept.contains(entry.staged)) placements.leftovers.push_back(entry.staged);
+        placements.entries.push_back(std::move(entry));
+    }
+    looks_ += static_cast<int>(byItem.size());
+    for (const auto& [item, placements] : byItem) held_.insert(item);
+    for (auto& [item, placements] : byItem) scope_.start(lookForPlacements(std::move(placements), start));
+}
+
+Task<> Recovery::lookForPlacements(Placements placements, MachineStart start) {
+    const DownloadPointer item = list_.find(placements.item);
+    const std::vector<PlacementEntry> entries = placements.entries;
+    ArrivalLook look(ports_.files, journal_, std::move(placements));
+    if (item) look.expected.size = item->arrivedChecksum ? item->bytesDownloaded : item->expectedSize();
+    // A kill alone takes no bytes.
+    if (item && start == MachineStart::another) look.expected.checksum = PlacedCopy::checksumOf(*item);
+    look.mustBeDurable = item && (item->deleteAfterDownload || item->folderDeleteID);
+    Result<std::string> lane = co_await ports_.lanes.laneOf(entries.front().target.parent_path(), {});
+    if (!lane) co_return;
+    Result<Finding> finding = co_await onVolume<Finding>(ports_.loop, ports_.volumes, *lane, {},
+                                                         [look = std::move(look)] { return look.perform(); });
+    if (item && list_.contains(*item) && !isFinished(item->status) && !finding->arrived.empty())
+        complete(item, *finding);
+    for (const PlacementEntry& entry : entries) observer_.isKnown(entry.number);
+    held_.erase(entries.front().item);
+    if (item) observer_.goesOn(item);
+    lookEnded();
+}
+
+// Its file got its name in the moment before the previous process died.
+void Recovery::complete(const DownloadPointer& item, const Finding& finding) {
+    item->bytesDownloaded = finding.size;
+    item->stagedURL.reset();
+    if (finding.isDurable) item->durable = true;
+    settlement_.markCompleted(item, finding.arrived);
+}
+
+// --- What the machine may have lost ---
+
+void Recovery::lookForLost(const std::vector<DownloadPointer>& items) {
+    looks_ += static_cast<int>(items.size());
+    for (const DownloadPointer& item : items) doubtful_.insert(item->id);
+    for (const DownloadPointer& item : items) scope_.start(lookForCopy(item));
+}
+
+Task<> Recovery::lookForCopy(DownloadPointer item) {
+    const PlacedCopy copy = PlacedCopy::of(*item);
+    Result<std::string> lane = co_await ports_.lanes.laneOf(copy.path.parent_path(), {});
+    if (!lane) co_return;
+    auto look = [&files = ports_.files, copy]() -> Result<bool> {
+        const bool isWhole = copy.isWhole(files);
+        // The name without a byte would only stand in the way of the file that is fetched again.
+        if (!isWhole && files.fileSize(copy.path) == 0) (void)files.removeItem(copy.path);
+        return isWhole;
+    };
+    // A long file is not to hold up what is written to the volume meanwhile.
+    Result<bool> isWhole = co_await onVolume<bool>(ports_.loop, ports_.volumes, *lane + " look", {}, std::move(look));
+    doubtful_.erase(item->id);
+    const bool isStillThat = item->status == Status::completed && item->resolvedURL == copy.path.native();
+    if (isStillThat && list_.contains(*item)) {
+        if (*isWhole) {
+            durability_.add(item);
+            settlement_.notifySyncSettled(*item);
+        } else {
+            observer_.isLost(item);
+        }
+    }
+    lookEnded();
+}
+
+void Recovery::lookEnded() {
+    if (--looks_ == 0) observer_.hasEnded();
+}
+
+}  // namespace tovri
