@@ -121,17 +121,31 @@ void DownloadRun::checkSoon() {
 Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
     until_ = until;
     using Ended = std::monostate;
-    Result<Ended> ended = co_await Answer<Ended>(context_.platform.loop, stop, [this](auto done) {
-        ended_ = [done = std::move(done)]() mutable { done(Ended()); };
-        checkSoon();
-        return Subscription([this] { ended_ = nullptr; });
-    });
-    if (!ended) co_return ExitCode::interrupted;
+    bool isSecured = false;
+    while (!isSecured) {
+        Result<Ended> ended = co_await Answer<Ended>(context_.platform.loop, stop, [this](auto done) {
+            ended_ = [done = std::move(done)]() mutable { done(Ended()); };
+            checkSoon();
+            return Subscription([this] { ended_ = nullptr; });
+        });
+        if (!ended) co_return ExitCode::interrupted;
+        isSecured = co_await secure();
+    }
     changes_.reset();
     save();
     reporter_->end();
     tellPause();
     co_return exitCode();
+}
+
+// What has arrived is on the disk before the program says that all is well. False when there is something to do again:
+// the machine may have lost a file since the previous run.
+Task<bool> DownloadRun::secure() {
+    if (isGivingUp_) co_return true;
+    Result<void> secured = co_await downloads_.secure(securing_.get_token());
+    if (!isOver()) co_return false;
+    if (!secured) fail("what has arrived may not survive a loss of power: " + secured.error().description);
+    co_return true;
 }
 
 void DownloadRun::tellPause() {
@@ -169,6 +183,7 @@ void DownloadRun::rest(std::function<void()> done) {
 void DownloadRun::giveUp(std::string reason) {
     if (std::exchange(isGivingUp_, true)) return;
     prompt_.close();
+    securing_.request_stop();
     fail(reason);
     rest([this] { checkSoon(); });
 }

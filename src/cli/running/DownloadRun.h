@@ -36,7 +36,8 @@ public:
         stopped,  // the user ends it
     };
 
-    // Works until then, or until the run has to be given up; says how it ended.
+    // Works until then, or until the run has to be given up; says how it ended. Success means that what has arrived
+    // would survive a loss of power.
     Task<ExitCode> work(Until until, std::stop_token stop);
 
     // Ctrl-C: within 1.5 seconds, also when a transfer does not come to rest in time.
@@ -49,6 +50,7 @@ private:
     void save();
     void checkSoon();
     [[nodiscard]] bool isOver() const;
+    Task<bool> secure();
     void rest(std::function<void()> done);
 
     // Ends the run before it is empty, for this reason.
@@ -67,6 +69,7 @@ private:
     bool isGivingUp_ = false;
     bool isAtRest_ = false;
     std::move_only_function<void()> ended_;
+    std::stop_source securing_;
     Subscription deadline_;
     Subscription check_;
     Subscription signOut_;
