@@ -35,6 +35,8 @@ Result<Path> FilePlacing::moveToFree(const Path& target, const std::stop_token& 
 Result<Path> FilePlacing::place(const std::stop_token& stop) const {
     const ScopedFolderAccess access(folderAccess, bookmark.get());
     if (Result<void> created = files.createDirectories(destination.parent_path()); !created) return failure(created);
+    // A file that is going to wait for the user stays private.
+    if (files.exists(destination)) return failure(Error(ErrorCase::alreadyExists, "The name is taken."));
     return moveToFree(destination, stop);
 }
 

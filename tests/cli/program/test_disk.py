@@ -1,0 +1,246 @@
+"""What stands on a disk: safe from a loss of power, for those who may read it, and in nobody's way when it hangs."""
+
+import json
+import os
+import pathlib
+import random
+import shutil
+import signal
+import stat
+import struct
+import subprocess
+import tempfile
+import time
+import unittest
+
+from support import LIMIT, SANDBOX, ProgramTest, Terminal, tree_of, wait_until
+
+IMAGE_TOOLS = ("mkfs.ext4", "mount", "umount", "fsfreeze", "losetup")
+
+
+def missing_for_images():
+    """What keeps this machine from mounting a file as a disk; none when nothing does."""
+    if os.geteuid() != 0:
+        return "only root mounts disks"
+    for tool in IMAGE_TOOLS:
+        if not shutil.which(tool):
+            return f"{tool} is missing"
+    if subprocess.run(["losetup", "-f"], capture_output=True, check=False).returncode != 0:
+        return "there are no loop devices"
+    with tempfile.TemporaryDirectory() as folder:
+        image = pathlib.Path(folder, "image")
+        with open(image, "wb") as file:
+            file.truncate(1 << 20)
+        subprocess.run(["mkfs.ext4", "-q", str(image)], check=True, capture_output=True)
+        mounted = subprocess.run(["mount", "-o", "loop", str(image), folder], capture_output=True, check=False)
+        if mounted.returncode != 0:
+            return "this machine does not mount loop devices"
+        subprocess.run(["umount", folder], check=True)
+    return None
+
+
+MISSING = missing_for_images()
+
+
+def command(*arguments):
+    subprocess.run(arguments, check=True, capture_output=True, timeout=LIMIT)
+
+
+@unittest.skipIf(MISSING, f"no disk images: {MISSING}")
+class DiskImage(ProgramTest):
+    """The home's folder "disk" is an ext4 file system of its own, in a file."""
+
+    def setUp(self):
+        super().setUp()
+        self.disk = self.home / "disk"
+        self.disk.mkdir()
+        self.image = self.home / "image"
+        with open(self.image, "wb") as file:
+            file.truncate(256 << 20)
+        command("mkfs.ext4", "-q", str(self.image))
+        self.mount(self.image)
+        self.addCleanup(self.unmount)
+
+    def mount(self, image):
+        command("mount", "-o", "loop", str(image), str(self.disk))
+
+    def unmount(self):
+        subprocess.run(["fsfreeze", "-u", str(self.disk)], capture_output=True, check=False)
+        wait_until(lambda: subprocess.run(["umount", str(self.disk)], capture_output=True, check=False).returncode == 0,
+                   "the end of all that uses the disk")
+
+
+class PowerLoss(DiskImage):
+    account = ("--files", "40", "--folders", "5", "--max-size", "1MiB")
+
+    def setUp(self):
+        super().setUp()
+        self.downloads = self.disk / "here"
+        self.data = self.disk / "data" / "Tovri"
+        self.environment["XDG_DATA_HOME"] = str(self.disk / "data")
+
+    def cut_power(self):
+        """The disk is as it was at this moment without what the machine still had in its memory."""
+        left = self.home / "left"
+        command("cp", "--sparse=always", str(self.image), str(left))
+        self.unmount()
+        self.image = left.rename(self.home / "image")
+        self.mount(self.image)
+
+    def pretend_restart(self):
+        """The queue says that it was written before the machine started."""
+        file = self.data / "queue.json"
+        queue = json.loads(file.read_text()) if file.exists() else {}
+        if "bootID" in queue:
+            file.write_text(json.dumps({**queue, "bootID": "an earlier one"}))
+
+    def test_what_get_has_brought_is_there(self):
+        self.serve(*self.account)
+        self.get("/Generated")
+        self.cut_power()
+        self.assert_tree()
+        asked = len(self.sandbox.requests("storage"))
+        self.pretend_restart()
+        self.run_cli("run")
+        self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
+        self.assertEqual(len(self.sandbox.requests("storage")), asked)
+
+    def test_what_is_lost_on_the_way_is_fetched_again(self):
+        seed = int(os.environ.get("TOVRI_TEST_SEED", random.randrange(1 << 30)))
+        chance = random.Random(seed)
+        self.serve(*self.account)
+        self.sandbox.fault("storage:*:rate=4MB")
+        with self.subTest(f"TOVRI_TEST_SEED={seed}"):
+            arguments = ["get", "/Generated", "--to", str(self.downloads)]
+            for _ in range(4):
+                self.kill(chance.randrange(10, 40), *arguments)
+                self.cut_power()
+                self.pretend_restart()
+                if self.queue():
+                    arguments = ["run"]
+            self.sandbox.call("DELETE", "faults")
+            self.run_cli(*arguments)
+            self.cut_power()
+            self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
+            expected = self.home / "expected"
+            command(SANDBOX, *self.account, "--write-tree", str(expected))
+            # What had lost its content may stand beside it.
+            self.assertLessEqual(set(tree_of(expected).values()), set(tree_of(self.downloads).values()))
+
+
+class Hanging(DiskImage):
+    account = ("--files", "2", "--folders", "0", "--min-size", "1MiB", "--max-size", "2MiB")
+
+    @staticmethod
+    def has_ended(process):
+        """Whether all but what the kernel does not let go of is over."""
+        try:
+            state = pathlib.Path(f"/proc/{process.pid}/stat").read_text().rpartition(")")[2].split()[0]
+        except FileNotFoundError:
+            return True
+        return state in "ZX"
+
+    def test_a_disk_that_hangs_holds_up_only_what_goes_there(self):
+        self.serve(*self.account)
+        frozen, other = json.loads(self.run_cli("ls", "/Generated", "--json")[0])["files"]
+        self.sandbox.fault("storage:*:rate=200kB")
+        process = self.start("get", str(frozen["id"]), "--to", str(self.disk))
+        self.wait_for_partial_bytes(1)
+        self.interrupt(process)
+        self.sandbox.call("DELETE", "faults")
+
+        command("fsfreeze", "-f", str(self.disk))
+        process = self.start("get", str(other["id"]), "--to", str(self.downloads))
+        arrived = self.downloads / other["name"]
+        wait_until(lambda: arrived.exists() and arrived.stat().st_size == other["size"], "the other file")
+        self.assertIsNone(process.poll())
+        began = time.monotonic()
+        process.send_signal(signal.SIGINT)
+        wait_until(lambda: self.has_ended(process), "the end")
+        self.assertLess(time.monotonic() - began, 3)
+        command("fsfreeze", "-u", str(self.disk))
+        process.wait(LIMIT)
+
+        self.run_cli("run")
+        self.assertEqual((self.disk / frozen["name"]).stat().st_size, frozen["size"])
+        self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
+
+
+class Permissions(ProgramTest):
+    """A file has those that one newly made in its folder would have."""
+
+    LISTS = ("system.posix_acl_access", "system.posix_acl_default")
+
+    @staticmethod
+    def permissions(path):
+        status = os.stat(path)
+        names = os.listxattr(path)
+        return (stat.filemode(status.st_mode), status.st_gid,
+                os.getxattr(path, "system.posix_acl_access") if "system.posix_acl_access" in names else None)
+
+    def get_as(self, mask, *arguments):
+        process = self.start("get", *arguments, umask=mask)
+        output, messages = process.communicate(timeout=LIMIT)
+        self.assertEqual(process.returncode, 0, output + messages)
+
+    def check(self, folder, mask):
+        """Brings a file into the folder, and compares it with one that another program makes there."""
+        folder.mkdir(exist_ok=True)
+        self.get_as(mask, "/Welcome.txt", "--to", str(folder), "--on-conflict", "replace")
+        mine = folder / "mine"
+        mine.unlink(missing_ok=True)
+        subprocess.run(["touch", str(mine)], umask=mask, check=True)
+        self.assertEqual(self.permissions(folder / "Welcome.txt"), self.permissions(mine), oct(mask))
+
+    def folders(self):
+        """On the program's own volume and, where there is one, on another."""
+        yield self.downloads
+        other = pathlib.Path("/dev/shm")
+        if other.is_dir() and other.stat().st_dev != self.home.stat().st_dev:
+            folder = pathlib.Path(tempfile.mkdtemp(dir=other))
+            self.addCleanup(shutil.rmtree, folder)
+            yield folder
+
+    def test_they_are_the_umasks(self):
+        self.serve("--demo")
+        for folder in self.folders():
+            for mask in (0o022, 0o002, 0o077):
+                self.check(folder, mask)
+
+    def test_they_are_the_folders_group_and_list(self):
+        self.serve("--demo")
+        # The folder's default (linux/posix_acl_xattr.h): the owner may do all, user 1 reads, its group too.
+        nobody = 0xFFFFFFFF
+        entries = ((0x01, 7, nobody), (0x02, 4, 1), (0x04, 5, nobody), (0x10, 5, nobody), (0x20, 0, nobody))
+        default = struct.pack("<I", 2) + b"".join(struct.pack("<HHI", *entry) for entry in entries)
+        for folder in self.folders():
+            folder.mkdir(exist_ok=True)
+            if os.geteuid() == 0:
+                os.chown(folder, -1, 1)
+            folder.chmod(0o2775)
+            self.check(folder, 0o022)
+            try:
+                os.setxattr(folder, "system.posix_acl_default", default)
+            except OSError as refused:
+                print(f"no access lists in {folder}: {refused}")
+                continue
+            self.check(folder, 0o022)
+
+    def test_what_is_on_its_way_is_private(self):
+        self.serve("--demo")
+        self.downloads.mkdir()
+        (self.downloads / "Welcome.txt").write_text("mine")
+        self.sandbox.fault("storage:*.mkv:rate=200kB")
+        terminal = Terminal(["get", "/Welcome.txt", "11", "--to", str(self.downloads), "--on-conflict", "ask"],
+                            self.environment, self.home)
+        self.addCleanup(terminal.close)
+        private = lambda name: [stat.filemode(f.stat().st_mode) for f in self.data.glob(f"{name}/*") if f.exists()]
+        terminal.wait_for("Keep Both")
+        self.wait_for_partial_bytes(1)
+        self.assertEqual(private("Staging"), ["-rw-------"])
+        self.assertIn("-rw-------", private("Partial"))
+        self.assertEqual(set(private("Partial")), {"-rw-------"})
+
+
+if __name__ == "__main__":
+    unittest.main()
