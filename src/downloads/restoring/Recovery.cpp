@@ -1,8 +1,6 @@
 #include "downloads/restoring/Recovery.h"
 
-#include <algorithm>
 #include <map>
-#include <optional>
 
 namespace tovri {
 

@@ -128,6 +128,23 @@ class PowerLoss(DiskImage):
             self.assertLessEqual(set(tree_of(expected).values()), set(tree_of(self.downloads).values()))
 
 
+@unittest.skipUnless("REFUSING_DISK" in os.environ, "no disk refuses here: the program is built with a sanitizer")
+class Refusing(ProgramTest):
+    def setUp(self):
+        super().setUp()
+        self.serve()
+        self.environment.update({"LD_PRELOAD": os.environ["REFUSING_DISK"], "REFUSED": str(self.downloads)})
+
+    def test_get_says_so_and_ends_with_1(self):
+        output, messages = self.get("/Generated", status=1)
+        self.assertIn("12 arrived", output)
+        self.assertRegex(messages, r"may not survive a loss of power: Cannot save \"/.*\n")
+
+    def test_nothing_is_deleted(self):
+        self.get("/Generated", "--delete", status=1)
+        self.assertEqual(self.sandbox.requests(path="/files/delete"), [])
+
+
 class Hanging(DiskImage):
     account = ("--files", "2", "--folders", "0", "--min-size", "1MiB", "--max-size", "2MiB")
 
