@@ -1,5 +1,4 @@
 // How the queue outlives the process.
-#include <algorithm>
 #include <optional>
 #include <set>
 

@@ -125,10 +125,10 @@ TEST_F(Durable, isNotSaidOfAFileThatTheDiskHasRefused) {
 
 TEST_F(Durable, whatTheMachineHasLostIsFetchedAgain) {
     struct Case {
-        const char* what;
+        const char* what = nullptr;
         std::optional<std::string> left;  // of "some bytes"
-        bool isFetchedAgain;
-        const char* tree;
+        bool isFetchedAgain = false;
+        const char* tree = nullptr;
     };
 
     const Case cases[] = {

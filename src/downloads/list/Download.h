@@ -28,7 +28,9 @@ struct DownloadRecord {
     std::optional<ByteCount> listedSize;  // as put.io said when it was asked again, where that is another size
     SharedFolder destinationFolder;
     std::shared_ptr<const ByteBlob> securityScopeBookmark;
-    bool deleteAfterDownload = false;            // delete this one file from put.io once it is placed
+    bool deleteAfterDownload = false;  // delete this one file from put.io once it is placed
+    bool hasStartedOver = false;       // what it was gone on from did not fit put.io's checksum: once is enough
+    std::optional<bool> durable;       // whether the placed file would survive a loss of power; none: nobody knows yet
     std::optional<std::int64_t> folderDeleteID;  // the put.io folder to delete once its whole group has arrived
     std::optional<UUID> folderGroupID;
     std::optional<UUID> syncRuleID;  // the automation rule that queued it
@@ -42,8 +44,6 @@ struct DownloadRecord {
     std::optional<std::string> stagedURL;        // path of the received file while a conflict is open
     std::optional<std::string> resolvedURL;      // path at which the file was placed
     std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
-    bool hasStartedOver = false;  // what it had been gone on from did not fit put.io's checksum: once is enough
-    std::optional<bool> durable;  // whether the placed file would survive a loss of power; none: nobody knows yet
 
     // It stands under its name, but is not what put.io has: `error` says what differs.
     [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }
