@@ -118,13 +118,11 @@ Task<> Recovery::lookForCopy(DownloadPointer item) {
     Result<bool> isWhole = co_await onVolume<bool>(ports_.loop, ports_.volumes, *lane + " look", {}, std::move(look));
     doubtful_.erase(item->id);
     const bool isStillThat = item->status == Status::completed && item->resolvedURL == copy.path.native();
-    if (isStillThat && list_.contains(*item)) {
-        if (*isWhole) {
-            durability_.add(item);
-            settlement_.notifySyncSettled(*item);
-        } else {
-            observer_.isLost(item);
-        }
+    if (isStillThat && !*isWhole && list_.contains(*item)) {
+        observer_.isLost(item);
+    } else if (isStillThat) {
+        durability_.add(item);
+        settlement_.notifySyncSettled(*item);
     }
     lookEnded();
 }
