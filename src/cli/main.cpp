@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -70,7 +71,12 @@ bool needsStoredSecret(CommandName command, bool hasToken) {
 // Runs every 0.95 seconds once the user wants the program to end; the second time it does, whatever hangs.
 void endAtTheLatest(int /*signal*/) {
     static volatile std::sig_atomic_t round = 0;
-    if (round == 1) ::_exit(static_cast<int>(ExitCode::interrupted));
+    constexpr std::string_view text =
+        "tovri-cli: something hangs, so it ended without waiting; what was not saved yet is lost.\n";
+    if (round == 1) {
+        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+        ::_exit(static_cast<int>(ExitCode::interrupted));
+    }
     round = 1;
 }
 

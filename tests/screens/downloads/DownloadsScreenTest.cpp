@@ -95,6 +95,20 @@ TEST_F(Downloads, showsTheQueueInSections) {
     EXPECT_TRUE(screen.placeholder());
 }
 
+TEST_F(Downloads, saysThatTheQueueCannotBeSavedUntilItCan) {
+    EXPECT_FALSE(screen.banner());
+    world.files.failNext("writeFileAtomically", World::queueFile, {ErrorCase::file, "The disk is full."});
+    world.manager().pauseAll();
+    world.loop.advance(1s);
+    ASSERT_TRUE(screen.banner());
+    EXPECT_EQ(screen.banner()->text, "The queue cannot be saved. The disk is full.");
+    changes.clear();
+    screen.retrySaving();
+    world.loop.advance(1s);
+    EXPECT_FALSE(screen.banner());
+    EXPECT_EQ(told(Kind::chrome), 1U);
+}
+
 TEST_F(Downloads, tellsNumbersAFewTimesASecondAndOnlyOnView) {
     const DownloadPointer first = enqueue("first", 60);
     enqueue("second", 60);

@@ -12,6 +12,7 @@
 #include "support/FakeWorkspace.h"
 #include "tests/widgets/Seen.h"
 #include "widgets/downloads/DownloadsView.h"
+#include "widgets/parts/BannerView.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/SummaryLine.h"
 #include "widgets/parts/Toolbar.h"
@@ -139,6 +140,17 @@ public:
     DownloadsScreen screen{world.manager(), workspace, world.platform()};
     DownloadsView view{screen};
 };
+
+TEST_F(DownloadsViewTest, aQueueThatCannotBeSavedIsSeenAndTriedAgain) {
+    world.files.failNext("writeFileAtomically", World::queueFile, {ErrorCase::file, "The disk is full."});
+    world.manager().pauseAll();
+    pass(1s);
+    const auto* const banner = view.findChild<BannerView*>();
+    ASSERT_TRUE(banner && banner->isVisible());
+    QTest::mouseClick(banner->findChild<QToolButton*>(), Qt::LeftButton);
+    pass(1s);
+    EXPECT_FALSE(banner->isVisible());
+}
 
 TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
     EXPECT_TRUE(showsPlaceholder());
