@@ -27,6 +27,15 @@ struct FileIdentity {
     bool operator==(const FileIdentity&) const = default;
 };
 
+// How a file stood at one moment: as long as it stays equal, nobody has touched the file.
+struct FileStamp {
+    FileIdentity identity;
+    ByteCount size = 0;
+    std::int64_t changed = 0;  // when it, or anything about it, was last changed; in the file system's own nanoseconds
+
+    bool operator==(const FileStamp&) const = default;
+};
+
 // The file system. Every operation blocks; any thread. Failures describe the path and the reason in one sentence that
 // says what the user can do.
 class FileManager {
@@ -43,6 +52,12 @@ public:
 
     // None when nothing stands there.
     [[nodiscard]] virtual std::optional<FileIdentity> identity(const Path& path) = 0;
+
+    // Of a regular file; none for anything else.
+    [[nodiscard]] virtual std::optional<FileStamp> stamp(const Path& path) = 0;
+
+    // Whether `path` would be `folder` or something below it, wherever links lead. Neither need exist.
+    [[nodiscard]] virtual bool isWithin(const Path& path, const Path& folder) = 0;
 
     // The volume on which something at the path would be.
     [[nodiscard]] virtual Result<Volume> volume(const Path& path) = 0;
@@ -78,6 +93,10 @@ public:
 
     // The same for files that are there together, at a lower price: the outcome of each, in their order.
     [[nodiscard]] virtual std::vector<Result<void>> makeAllDurable(const std::vector<Path>& paths) = 0;
+
+    // Returns when the folder's entries, its own name and those of the folders above it, up to where its volume begins,
+    // would survive a loss of power, whoever made them.
+    [[nodiscard]] virtual Result<void> makeFolderDurable(const Path& folder) = 0;
 
     [[nodiscard]] virtual Result<ByteBlob> readFile(const Path& path) = 0;
 

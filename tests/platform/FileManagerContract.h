@@ -200,6 +200,27 @@ TEST_P(FileManagerContract, knowsAFileUnderEveryName) {
     EXPECT_THAT(names(here), UnorderedElementsAre("b", "c"));
 }
 
+TEST_P(FileManagerContract, seesThatAFileIsNotWhatItWas) {
+    put(here / "a", "bytes");
+    const auto stamp = files.stamp(here / "a");
+    ASSERT_TRUE(stamp);
+    EXPECT_EQ(stamp->identity, files.identity(here / "a"));
+    EXPECT_EQ(stamp->size, 5);
+    EXPECT_EQ(files.stamp(here / "a"), stamp);
+    put(here / "a", "other");
+    EXPECT_NE(files.stamp(here / "a"), stamp);
+    EXPECT_EQ(files.stamp(here), std::nullopt);
+    EXPECT_EQ(files.stamp(here / "none"), std::nullopt);
+}
+
+TEST_P(FileManagerContract, tellsWhatIsWithinAFolder) {
+    EXPECT_TRUE(files.isWithin(here, here));
+    EXPECT_TRUE(files.isWithin(here / "yet/to be", here / ""));
+    EXPECT_TRUE(files.isWithin(elsewhere / ".." / elsewhere.filename() / "a", elsewhere));
+    EXPECT_FALSE(files.isWithin(here, here / "below"));
+    EXPECT_FALSE(files.isWithin(here.native() + "2", here));
+}
+
 TEST_P(FileManagerContract, namesAreBytes) {
     const std::string longest(255, 'n');
     for (const std::string& name : {std::string("caf\xE9 \xFF"), std::string("line\nbreak"), std::string("a\\b:*?"),
@@ -257,6 +278,8 @@ TEST_P(FileManagerContract, writesReadsAndAppends) {
     EXPECT_FALSE(files.openForReading(here));
     EXPECT_FALSE(files.readFile(here));
     EXPECT_FALSE(files.makeDurable(here));
+    EXPECT_TRUE(files.makeFolderDurable(here));
+    EXPECT_FALSE(files.makeFolderDurable(here / "none"));
     EXPECT_THAT(names(here), UnorderedElementsAre("a", "b", "log"));
 }
 

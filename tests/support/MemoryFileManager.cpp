@@ -54,6 +54,17 @@ std::optional<FileIdentity> MemoryFileManager::identity(const Path& path) {
     return FileIdentity{volumeNumber(path), reinterpret_cast<std::uintptr_t>(node.get())};
 }
 
+std::optional<FileStamp> MemoryFileManager::stamp(const Path& path) {
+    const NodePointer node = find(path);
+    if (!node || node->isFolder) return std::nullopt;
+    const auto changed = static_cast<std::int64_t>(std::hash<std::string>{}(node->bytes));
+    return FileStamp{*identity(path), static_cast<ByteCount>(node->bytes.size()), changed};
+}
+
+bool MemoryFileManager::isWithin(const Path& path, const Path& folder) {
+    return isAtOrBelow(normal(path), normal(folder));
+}
+
 Result<void> MemoryFileManager::createDirectories(const Path& path) {
     if (auto fine = begin("createDirectories", path); !fine) return fine;
     return makeFolders(path);
@@ -181,6 +192,13 @@ std::vector<Result<void>> MemoryFileManager::makeAllDurable(const std::vector<Pa
     std::vector<Result<void>> outcomes;
     for (const Path& path : paths) outcomes.push_back(makeDurable(path));
     return outcomes;
+}
+
+Result<void> MemoryFileManager::makeFolderDurable(const Path& folder) {
+    if (auto fine = begin("makeFolderDurable", folder); !fine) return fine;
+    if (!find(folder)) return failure(missing(folder));
+    makeNameDurable(folder / "any");
+    return {};
 }
 
 Result<ByteBlob> MemoryFileManager::readFile(const Path& path) {

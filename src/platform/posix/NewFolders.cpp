@@ -68,4 +68,17 @@ int NewFolders::makeNameDurable(const Path& path) {
     }
 }
 
+int NewFolders::makeEntriesDurable(Path folder) {
+    struct stat first{};
+    if (::stat(folder.c_str(), &first) != 0) return errno;
+    while (true) {
+        if (const int failed = syncFolder(folder); failed != 0) return failed;
+        if (!folder.has_relative_path()) return 0;
+        folder = parentOf(folder);
+        struct stat above{};
+        if (::stat(folder.c_str(), &above) != 0) return errno == EACCES ? 0 : errno;
+        if (above.st_dev != first.st_dev) return 0;
+    }
+}
+
 }  // namespace tovri

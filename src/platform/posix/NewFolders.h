@@ -8,7 +8,7 @@
 
 namespace tovri {
 
-// Makes folders, and remembers which of their names may not have reached the disk yet. Both operations return 0 or an
+// Makes folders, and remembers which of their names may not have reached the disk yet. All operations return 0 or an
 // errno value. Any thread.
 class NewFolders {
 public:
@@ -17,6 +17,10 @@ public:
 
     // Returns when the path's name in its folder, and the folders above it that are new, would survive a loss of power.
     [[nodiscard]] int makeNameDurable(const std::filesystem::path& path);
+
+    // Returns when the folder's entries, and its name and those of the folders above it on the same volume, would
+    // survive a loss of power, whoever made them.
+    [[nodiscard]] static int makeEntriesDurable(std::filesystem::path folder);
 
 private:
     std::mutex mutex_;

@@ -1,5 +1,6 @@
 #include "platform/posix/PosixFileManager.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 
@@ -72,6 +73,27 @@ std::optional<FileIdentity> PosixFileManager::identity(const Path& path) {
     return FileIdentity{status->st_dev, status->st_ino};
 }
 
+std::optional<FileStamp> PosixFileManager::stamp(const Path& path) {
+    constexpr std::int64_t second = 1'000'000'000;
+    const auto status = statusOf(path);
+    if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
+    // A program can set the time of the last modification, but not this one.
+    return FileStamp{.identity = {status->st_dev, status->st_ino},
+                     .size = status->st_size,
+                     .changed = (status->st_ctim.tv_sec * second) + status->st_ctim.tv_nsec};
+}
+
+bool PosixFileManager::isWithin(const Path& path, const Path& folder) {
+    const auto resolved = [](const Path& each) {
+        std::error_code error;
+        const Path real = std::filesystem::weakly_canonical(each, error);
+        const Path clean = error ? each.lexically_normal() : real;
+        return clean.has_filename() ? clean : clean.parent_path();
+    };
+    const Path above = resolved(folder);
+    return std::ranges::mismatch(above, resolved(path)).in1 == above.end();
+}
+
 Result<Volume> PosixFileManager::volume(const Path& path) {
     return volumeOf(path);
 }
@@ -135,6 +157,10 @@ Result<void> PosixFileManager::makeDurable(const Path& path) {
 
 std::vector<Result<void>> PosixFileManager::makeAllDurable(const std::vector<Path>& paths) {
     return FileSync(paths, newFolders_).perform();
+}
+
+Result<void> PosixFileManager::makeFolderDurable(const Path& folder) {
+    return fileOutcome(NewFolders::makeEntriesDurable(folder), "save", folder);
 }
 
 Result<ByteBlob> PosixFileManager::readFile(const Path& path) {

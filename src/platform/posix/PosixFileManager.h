@@ -15,6 +15,8 @@ public:
     [[nodiscard]] bool exists(const Path& path) override;
     [[nodiscard]] std::optional<ByteCount> fileSize(const Path& path) override;
     [[nodiscard]] std::optional<FileIdentity> identity(const Path& path) override;
+    [[nodiscard]] std::optional<FileStamp> stamp(const Path& path) override;
+    [[nodiscard]] bool isWithin(const Path& path, const Path& folder) override;
     [[nodiscard]] Result<Volume> volume(const Path& path) override;
     [[nodiscard]] Result<void> createDirectories(const Path& path) override;
     [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
@@ -25,6 +27,7 @@ public:
     [[nodiscard]] Result<void> removeItem(const Path& path) override;
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
     [[nodiscard]] std::vector<Result<void>> makeAllDurable(const std::vector<Path>& paths) override;
+    [[nodiscard]] Result<void> makeFolderDurable(const Path& folder) override;
     [[nodiscard]] Result<ByteBlob> readFile(const Path& path) override;
     using FileManager::writeFileAtomically;
     [[nodiscard]] Result<void> writeFileAtomically(const Path& path, const Content& content) override;

@@ -24,6 +24,8 @@ TEST_F(PosixFileManagerTest, symbolicLinksCountByThemselves) {
 
     EXPECT_TRUE(files.exists(here / "dangling"));
     EXPECT_EQ(files.fileSize(here / "linked/kept"), 4);
+    EXPECT_TRUE(files.isWithin(here / "linked/yet to be", here / "folder"));
+    EXPECT_EQ(files.stamp(here / "linked"), std::nullopt);
     const auto moved = files.moveItem(here / "a", here / "dangling", {});
     ASSERT_FALSE(moved);
     EXPECT_EQ(moved.error().code, ErrorCase::alreadyExists);

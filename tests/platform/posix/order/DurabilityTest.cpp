@@ -121,6 +121,15 @@ TEST_F(Durability, filesThatAreMadeDurableTogetherAreAllOnTheDisk) {
     for (const Result<void>& outcome : files.makeAllDurable(paths)) EXPECT_FALSE(outcome);
 }
 
+TEST_F(Durability, aDurableFolderHasAllNamesAboveItOnTheDiskWhoeverMadeThem) {
+    ASSERT_TRUE(std::filesystem::create_directories(here / "a/b"));  // as an earlier process did
+    ASSERT_TRUE(files.makeFolderDurable(here / "a/b"));
+    for (const Path& path : {here / "a/b", here / "a", here, here.parent_path()})
+        EXPECT_TRUE(wereCalled({{Kind::synchronize, path}})) << path;
+    fault = [](const SystemCall& call) { return call.kind == Kind::synchronize ? EIO : 0; };
+    EXPECT_FALSE(files.makeFolderDurable(here / "a/b"));
+}
+
 TEST_F(Durability, aFileIsReplacedByBytesThatAreOnTheDisk) {
     const Path file = here / "new/file";
     ASSERT_TRUE(files.createDirectories(here / "new"));
