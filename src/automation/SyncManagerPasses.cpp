@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "automation/SyncManager.h"
+#include "downloads/PutIODownloadService.h"
 #include "platform/Await.h"
 
 namespace tovri {
@@ -92,7 +93,8 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
     }
 
     const std::uint64_t beginning = beginnings_[id];
-    FolderWalk walk(*api_);
+    PutIODownloadService service(*api_);
+    FolderWalk walk(service);
     Result<std::vector<ListedFile>> listing = co_await walk.collectFiles(rules_[index].putioFolderID, {}, stop);
     if (!listing) {
         if (!listing.error().isCancellation()) reportSyncFailure(name, listing.error());
@@ -228,7 +230,8 @@ Task<bool> SyncManager::initializeRule(UUID id, std::stop_token stop) {
 
     const std::string name = rules_[*index].putioFolderName;
     const std::uint64_t beginning = beginnings_[id];
-    FolderWalk walk(*api_);
+    PutIODownloadService service(*api_);
+    FolderWalk walk(service);
     Result<std::vector<ListedFile>> listing = co_await walk.collectFiles(rules_[*index].putioFolderID, {}, stop);
     if (!listing) {
         if (!listing.error().isCancellation()) reportInventoryFailure(name, listing.error());

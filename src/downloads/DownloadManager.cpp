@@ -106,7 +106,7 @@ DownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOpt
 }
 
 Task<Result<std::vector<DownloadPointer>>> DownloadManager::enqueueFolder(FolderRequest request, std::stop_token stop) {
-    FolderWalk walk(*api_);
+    FolderWalk walk(*service_);
     Result<std::vector<ListedFile>> files =
         co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
     if (walk.cut() && request.onCut) request.onCut(*walk.cut());

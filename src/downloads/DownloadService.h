@@ -6,6 +6,7 @@
 
 #include "base/Result.h"
 #include "base/Task.h"
+#include "service/FolderListing.h"
 #include "service/PutIOFile.h"
 
 namespace tovri {
@@ -17,6 +18,12 @@ public:
 
     // What put.io says of the file now. One that is not there is a failure.
     virtual Task<Result<PutIOFile>> file(std::int64_t fileID, std::stop_token stop) = 0;
+
+    // All that a folder holds, as far as it can be had.
+    virtual Task<Result<FolderListing>> readFolder(std::int64_t folderID, std::stop_token stop) = 0;
+
+    // The name of the account that is signed in.
+    virtual Task<Result<std::string>> account(std::stop_token stop) = 0;
 
     // An address from which the file's bytes come without a token.
     virtual Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) = 0;

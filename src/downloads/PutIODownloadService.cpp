@@ -10,6 +10,23 @@ Task<Result<PutIOFile>> PutIODownloadService::file(std::int64_t fileID, std::sto
     co_return std::move(answer->file);
 }
 
+Task<Result<FolderListing>> PutIODownloadService::readFolder(std::int64_t folderID, std::stop_token stop) {
+    return api_.readFolder(folderID, std::move(stop));
+}
+
+// Asked once for each token.
+Task<Result<std::string>> PutIODownloadService::account(std::stop_token stop) {
+    const std::optional<std::string> token = api_.token();
+    if (token && token == token_) co_return account_;
+    Result<PutIOAccountResponse> answer = co_await api_.get<PutIOAccountResponse>("/account/info", {}, std::move(stop));
+    if (!answer) co_return failure(answer);
+    if (token == api_.token()) {
+        token_ = token;
+        account_ = answer->info.username;
+    }
+    co_return std::move(answer->info.username);
+}
+
 Task<Result<std::string>> PutIODownloadService::downloadLink(std::int64_t fileID, std::stop_token stop) {
     return api_.getDownloadURL(fileID, std::move(stop));
 }

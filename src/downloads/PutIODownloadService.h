@@ -1,5 +1,8 @@
 #pragma once
 
+#include <optional>
+#include <string>
+
 #include "downloads/DownloadService.h"
 #include "service/PutIOAPI.h"
 
@@ -11,11 +14,15 @@ public:
     explicit PutIODownloadService(PutIOAPI& api) : api_(api) {}
 
     Task<Result<PutIOFile>> file(std::int64_t fileID, std::stop_token stop) override;
+    Task<Result<FolderListing>> readFolder(std::int64_t folderID, std::stop_token stop) override;
+    Task<Result<std::string>> account(std::stop_token stop) override;
     Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) override;
     Task<Result<void>> deleteFile(std::int64_t id, std::stop_token stop) override;
 
 private:
     PutIOAPI& api_;
+    std::optional<std::string> token_;  // whose account's name is known
+    std::string account_;
 };
 
 }  // namespace tovri

@@ -267,6 +267,7 @@ std::string encodeJSON(const Record& record) {
 TOVRI_JSON_RECORD(PutIOFile);
 TOVRI_JSON_RECORD(PutIOFileList);
 TOVRI_JSON_RECORD(PutIOAccount);
+TOVRI_JSON_RECORD(PutIOAccountResponse);
 TOVRI_JSON_RECORD(Transfer);
 TOVRI_JSON_RECORD(TransferListResponse);
 TOVRI_JSON_RECORD(TransferAddResponse);

@@ -138,6 +138,9 @@ public:
 
     [[nodiscard]] bool readsLongFolders() const { return !readsLongFolders_ || readsLongFolders_(); }
 
+    // Of who is signed in.
+    [[nodiscard]] const std::optional<std::string>& token() const { return authManager_.token(); }
+
     [[nodiscard]] const std::string& baseURL() const { return baseURL_; }
 
     [[nodiscard]] const ServiceHosts& hosts() const { return hosts_; }

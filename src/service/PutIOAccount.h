@@ -34,4 +34,13 @@ struct PutIOAccount {
     }
 };
 
+// The service's answer to who is signed in.
+struct PutIOAccountResponse {
+    PutIOAccount info;
+
+    bool operator==(const PutIOAccountResponse&) const = default;
+
+    static constexpr auto jsonFields() { return jsonFieldList(JSONField{"info", &PutIOAccountResponse::info}); }
+};
+
 }  // namespace tovri

@@ -9,6 +9,7 @@
 #include "cli/commands/ItemSelection.h"
 #include "cli/commands/SavedQueue.h"
 #include "cli/display/DisplayText.h"
+#include "downloads/PutIODownloadService.h"
 #include "downloads/listing/FolderWalk.h"
 #include "downloads/placing/Destination.h"
 
@@ -71,7 +72,8 @@ void GetCommand::tellGoingOn(const std::string& name, std::size_t waiting, std::
 // The same for a folder. What the queue does not know of it, as when single files of it were asked for before, is
 // added, unless it is on the disk. False when none of the folder's files is on its way.
 Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop) {
-    FolderWalk walk(context().api);
+    PutIODownloadService service(context().api);
+    FolderWalk walk(service);
     Result<std::vector<ListedFile>> listed =
         co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
     if (!listed) co_return failure(listed);

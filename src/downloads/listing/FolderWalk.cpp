@@ -25,7 +25,7 @@ Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t fold
                                                                std::stop_token stop) {
     if (!open_.insert(folderID).second)
         co_return failure(Error(ErrorCase::invalidResponse, "put.io lists a folder inside itself."));
-    Result<FolderListing> listing = co_await api_.readFolder(folderID, stop);
+    Result<FolderListing> listing = co_await service_.readFolder(folderID, stop);
     if (!listing) co_return failure(listing);
     if (Result<void> noted = note(listing->cut); !noted) co_return failure(noted);
 

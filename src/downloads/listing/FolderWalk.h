@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/Task.h"
-#include "service/PutIOAPI.h"
+#include "downloads/DownloadService.h"
 
 namespace tovri {
 
@@ -22,8 +22,8 @@ struct ListedFile {
 // further page of it.
 class FolderWalk {
 public:
-    // `api` outlives the walk.
-    explicit FolderWalk(PutIOAPI& api) : api_(api) {}
+    // `service` outlives the walk.
+    explicit FolderWalk(DownloadService& service) : service_(service) {}
 
     // Files in listing order. Fails as the first request that fails; a folder that is listed below itself is a failure.
     // So is one that cannot be read to its end, unless the user does not want that.
@@ -40,7 +40,7 @@ public:
 private:
     [[nodiscard]] Result<void> note(const std::optional<Error>& cut);
 
-    PutIOAPI& api_;
+    DownloadService& service_;
     std::optional<Error> cut_;
     std::unordered_set<std::int64_t> open_;  // the folders between the top and where the walk is
 };
