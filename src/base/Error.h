@@ -24,6 +24,7 @@ enum class ErrorCase {
     alreadyExists,       // a file system entry stands where a new one should go
     file,                // any other failure of the file system
     credentialStore,     // the secret store refused
+    unproven,            // something is not to be destroyed before more is known to be safe
     turnedOff,           // the user's preferences say not to
 };
 

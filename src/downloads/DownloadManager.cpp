@@ -16,6 +16,7 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       store_(std::make_shared<DownloadStore>(platform)),
       journal_(
           std::make_shared<PlacementJournal>(platform.files, platform.folders.applicationData / "placements.journal")),
+      brought_(std::make_shared<BroughtFiles>(platform.files, platform.folders.applicationData / "brought.list")),
       saves_(platform.loop, [this] { saver_.save(); }),
       saver_(platform, store_, journal_, saves_,
              {.snapshot = [this] { return makeSnapshot(); },
@@ -24,9 +25,9 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       groups_(list_),
       conflicts_(list_),
       lanes_(platform.loop, platform.files, platform.volumes),
-      deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_}),
+      deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_, brought_}),
       settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
-      placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_),
+      placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_, brought_),
       durability_({platform.loop, platform.volumes, platform.files, lanes_}, list_, saves_, journal_),
       recovery_({platform.loop, platform.volumes, platform.files, lanes_}, list_, settlement_, durability_, journal_,
                 {.goesOn = [this](const DownloadPointer& item) { goOn(item); },
@@ -46,6 +47,7 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
               .placement = placement_,
               .durability = durability_,
               .lanes = lanes_,
+              .dataFolder = platform.folders.applicationData,
               .partialFolder = platform.folders.applicationData / "Partial",
               .stagingFolder = store_->stagingDirectory(),
               .runWaits = [this] { runEnded(); }},
@@ -249,6 +251,7 @@ void DownloadManager::retry(const DownloadPointer& item) {
     abandonRun(*item);
     dropToken(*item);
     item->forgetArrival();
+    item->placedAs.reset();
     item->speed = 0;
     list_.take(*item, StatusStep::retry);
     conflicts_.dismissConflict(*item);

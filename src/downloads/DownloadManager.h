@@ -102,6 +102,10 @@ public:
 
     void retryDelete(const DownloadPointer& item) { deletion_.retryDelete(item); }
 
+    // Deletes from put.io although the item's error says what is missing here; the user has read that. Where by now
+    // something else is missing, nothing is deleted and the item says so.
+    void deleteAnyway(const DownloadPointer& item) { deletion_.deleteAnyway(item); }
+
     void moveUp(const DownloadPointer& item);
     void moveDown(const DownloadPointer& item);
     void moveToTop(const DownloadPointer& item);
@@ -196,6 +200,7 @@ private:
 
     std::shared_ptr<DownloadStore> store_;
     std::shared_ptr<PlacementJournal> journal_;
+    std::shared_ptr<BroughtFiles> brought_;
     SaveSchedule saves_;
     QueueSaver saver_;
     Use use_ = Use::none;

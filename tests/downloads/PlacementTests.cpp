@@ -164,6 +164,18 @@ TEST_F(Placing, takesAccessForEachStepAndNoLonger) {
     EXPECT_TRUE(world.folderAccess.open.empty());
 }
 
+TEST_F(Placing, keepsOutOfItsOwnData) {
+    for (const World::Path& folder : {World::data, World::data / "Staging/deep", World::Path("/data")}) {
+        const DownloadPointer item =
+            world.enqueue(world.addFile("Tovri", "x"), {.destination = DestinationFolder{folder, {}}});
+        world.settle();
+        EXPECT_EQ(World::outcome(item), "failed: \"" + (folder / "Tovri").native() +
+                                            "\" belongs to Tovri's own data. Choose another folder, then queue it "
+                                            "again.");
+        EXPECT_EQ(world.transfersOf(item->fileID), 0U);
+    }
+}
+
 // Each failure has its reason, loses nothing on put.io, and a retry after it was mended arrives.
 TEST_F(Placing, failsWithTheReasonOfTheDisk) {
     struct Case {

@@ -137,12 +137,11 @@ TEST(Recovery, takesNoFileForArrivedThatLostItsBytes) {
     EXPECT_EQ(world.files.content(*item->resolvedURL), "all of the bytes");
 }
 
-// What is replaced may be the only copy: put.io has deleted its own.
+// What is replaced may be the only copy.
 TEST(Recovery, losesNeitherTheOldNorTheNewFileWhenThePowerGoes) {
     World world;
     world.preferences.setConflictBehavior(ConflictBehavior::replace);
-    world.enqueue(world.addFile("f", "the only copy"), {.deleteAfterDownload = true});
-    world.settle();
+    world.files.put(World::downloads / "f", "the only copy");
     const DownloadPointer item = world.enqueue(world.addFile("f", "the next one"));
     ASSERT_TRUE(world.runUntil(item, Download::Status::completed));
     world.enqueue(world.addFile("g", "g"), {.deleteAfterDownload = true});  // takes the folder to the disk

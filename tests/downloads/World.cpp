@@ -76,22 +76,27 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
         if (cutListings.contains(folder)) return HTTPResponse{400, ""};
         return HTTPResponse{200, listing(folder, static_cast<std::size_t>(numberAfter(request.body, "-")))};
     }
+    if (request.url.ends_with("/account/info"))
+        return HTTPResponse{200, R"({"info":{"username":")" + account + R"("},"status":"OK"})"};
     const bool deletes = request.url.ends_with("/files/delete");
     const auto id = deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/");
     if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{500, ""};
-    if (!remote_.contains(id)) return HTTPResponse{404, ""};
+    if (!remote_.contains(id) || account != owner) return HTTPResponse{404, ""};
     if (!deletes && !request.url.ends_with("/url"))
         return HTTPResponse{200, R"({"file":)" + recordText(id) + R"(,"status":"OK"})"};
     if (!deletes) return HTTPResponse{200, R"({"url":")" + url(id) + R"(","status":"OK"})"};
+    if (deletes && doesNotConfirm) return HTTPResponse{200, R"({"status":"ERROR"})"};
     deletions.push_back(id);
     remove(id);
+    if (std::exchange(losesAnswer, false)) return failure(Error(ErrorCase::transport, "The connection was lost."));
     return HTTPResponse{200, R"({"status":"OK"})"};
 }
 
 std::string World::recordText(std::int64_t id) const {
     const Entry& entry = remote_.at(id);
     return R"({"id":)" + std::to_string(id) + R"(,"name":)" + jsonText(entry.name) + R"(,"file_type":")" +
-           (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" + std::to_string(entry.announcedSize()) +
+           (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" +
+           (sizeless.contains(id) ? "null" : std::to_string(entry.announcedSize())) +
            (entry.crc32 ? R"(,"crc32":")" + *entry.crc32 + '"' : "") + "}";
 }
 
@@ -110,7 +115,7 @@ std::string World::listing(std::int64_t folder, std::size_t from) const {
 
 void World::remove(std::int64_t entry) {
     for (const std::int64_t id : entriesOf(entry)) remove(id);
-    EXPECT_TRUE(remote_.at(entry).isFolder || isDurable(entry))
+    EXPECT_TRUE(remote_.at(entry).isFolder || isDurable(entry) || mayLose)
         << "put.io was told to delete " << remote_.at(entry).name << " before it was safe";
     gone_.insert(remote_.extract(entry));
 }
@@ -193,7 +198,7 @@ PutIOFile World::record(std::int64_t file) const {
     PutIOFile result;
     result.id = file;
     result.name = entry.name;
-    result.size = entry.announcedSize();
+    if (!sizeless.contains(file)) result.size = entry.announcedSize();
     result.crc32 = entry.crc32;
     return result;
 }

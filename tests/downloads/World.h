@@ -58,6 +58,12 @@ public:
 
     void takeAway(std::int64_t entry);
 
+    static constexpr const char* owner = "ann";
+    std::string account = owner;           // who is signed in; to anybody else there is nothing
+    bool losesAnswer = false;              // the next deletion is carried out, but its answer does not arrive
+    bool mayLose = false;                  // deletions are the user's will, whatever is here
+    std::set<std::int64_t> sizeless;       // files of which the account does not say how large they are
+    bool doesNotConfirm = false;           // deletions are answered, and not done
     std::map<std::int64_t, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
     std::set<std::int64_t> cutListings;    // folders of whose listings the service refuses the rest
     std::size_t pageSize = 1000;           // entries that it lists at once

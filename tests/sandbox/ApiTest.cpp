@@ -82,6 +82,8 @@ TEST_F(ApiTest, listsInPagesThatTheCursorContinues) {
     }
     EXPECT_EQ(names, (std::vector<std::string>{"0", "1", "2", "3", "4", "5", "6"}));
     EXPECT_EQ(get("/files/list?parent_id=77")->status, 404);
+    EXPECT_EQ(get("/files/77")->status, 404);
+    EXPECT_NE(get("/files/1")->body.find(R"("file":{"id":1,"name":"0")"), std::string::npos);
     EXPECT_EQ(post("/files/list/continue", {{"cursor", "nonsense"}})->status, 400);
 
     addFault("api:/v2/files/list*:stale-cursor,after=1,times=1");

@@ -13,6 +13,8 @@ void DownloadRecord::forgetArrival() {
     completedAt.reset();
     arrivedChecksum.reset();
     hasStartedOver = false;
+    deletionAccount.reset();
+    isUnproven = false;
     durable.reset();
 }
 

@@ -9,6 +9,7 @@
 #include "base/Bytes.h"
 #include "base/UUID.h"
 #include "downloads/list/DownloadStatus.h"
+#include "platform/FileManager.h"
 #include "platform/WallClock.h"
 
 namespace tovri {
@@ -44,6 +45,8 @@ struct DownloadRecord {
     std::optional<std::string> stagedURL;        // path of the received file while a conflict is open
     std::optional<std::string> resolvedURL;      // path at which the file was placed
     std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
+    std::optional<std::string> deletionAccount;  // in which put.io may have deleted it, whether we know it or not
+    bool isUnproven = false;                     // its deletion failed because it could not be shown to be safe
 
     // It stands under its name, but is not what put.io has: `error` says what differs.
     [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }
@@ -63,7 +66,8 @@ struct Download : DownloadRecord {
     ByteCount speed = 0;         // bytes per second, last measured
     DownloadRun* run = nullptr;  // what brings it on its way now; null when nothing does
     bool isBegunAgain = false;   // this run is not its first: put.io's record may have changed since it was queued
-    std::int64_t position = 0;   // the list's sort key, smallest on top
+    std::optional<FileStamp> placedAs;  // the file as it took its place, where all its bytes came in this process
+    std::int64_t position = 0;          // the list's sort key, smallest on top
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}
 
@@ -73,6 +77,11 @@ struct Download : DownloadRecord {
     [[nodiscard]] std::optional<double> etaSeconds() const;
     [[nodiscard]] std::string etaText() const;  // "12s left", "3m 4s left", "1h 2m left" or empty
 };
+
+// Whether put.io is to delete its copy once ours is safe.
+[[nodiscard]] inline bool isDeletedLater(const DownloadRecord& item) {
+    return item.deleteAfterDownload || item.folderDeleteID;
+}
 
 using DownloadPointer = std::shared_ptr<Download>;
 

@@ -23,8 +23,9 @@ void ConflictQueue::pruneApplyToAll() {
     if (applyToAllDownloadIDs_.empty()) applyToAllChoice_.reset();
 }
 
-std::optional<ConflictChoice> ConflictQueue::rememberedChoice(const Download& item) const {
-    return applyToAllDownloadIDs_.contains(item.id) ? applyToAllChoice_ : std::nullopt;
+std::optional<ConflictChoice> ConflictQueue::rememberedChoice(const FileConflict& conflict) const {
+    if (conflict.isOnlyCopy && applyToAllChoice_ == ConflictChoice::replace) return std::nullopt;
+    return applyToAllDownloadIDs_.contains(conflict.download->id) ? applyToAllChoice_ : std::nullopt;
 }
 
 void ConflictQueue::show(std::optional<FileConflict> conflict) {
@@ -58,7 +59,7 @@ void ConflictQueue::advanceConflictQueue() {
     while (!pending_ && !queuedConflicts_.empty()) {
         FileConflict next = std::move(queuedConflicts_.front());
         queuedConflicts_.pop_front();
-        const auto remembered = rememberedChoice(*next.download);
+        const auto remembered = rememberedChoice(next);
         if (!remembered) {
             show(std::move(next));
             return;

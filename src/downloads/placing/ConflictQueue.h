@@ -20,9 +20,10 @@ using ConflictResolution = std::optional<ConflictChoice>;
 struct FileConflict {
     UUID id;
     DownloadPointer download;
-    std::filesystem::path existingURL;                               // the entry that has the name
-    std::filesystem::path tempURL;                                   // the staged file
-    std::move_only_function<void(ConflictResolution)> continuation;  // called exactly once
+    std::filesystem::path existingURL;  // the entry that has the name
+    std::filesystem::path tempURL;      // the staged file
+    bool isOnlyCopy = false;            // that entry's original is no longer on put.io
+    std::move_only_function<void(ConflictResolution)> continuation = {};  // called exactly once
 };
 
 // The conflicts that wait for the user: one is shown, the others wait behind it in the order of their arrival. An
@@ -36,8 +37,8 @@ public:
     // The conflict that the dialog shows, or null.
     [[nodiscard]] const FileConflict* pendingConflict() const { return pending_ ? &*pending_ : nullptr; }
 
-    // The answer for all, where it covers the item.
-    [[nodiscard]] std::optional<ConflictChoice> rememberedChoice(const Download& item) const;
+    // The answer for all, where it covers the item. Only who is told replaces what may be the only copy.
+    [[nodiscard]] std::optional<ConflictChoice> rememberedChoice(const FileConflict& conflict) const;
 
     void presentOrQueueConflict(FileConflict conflict);
 

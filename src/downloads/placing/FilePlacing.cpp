@@ -14,14 +14,32 @@ Result<void> FilePlacing::moveTo(const Path& target, Move move) const {
     const bool crossesVolumes = !source || !folder || source->volume != folder->volume;
     // A copy takes on the folder's permissions by itself. A file system that has none keeps the file as it is.
     if (!crossesVolumes) (void)files.adoptFolderPermissions(received, target.parent_path());
+    // Whoever finds the name after a loss of power may rely on the bytes.
+    if (!crossesVolumes && isDeletedLater)
+        if (Result<void> durable = files.makeDurable(received); !durable) return durable;
     if (crossesVolumes) (void)files.cloneFile(received, witnessPath(received));
     if (source) journal->note(placement, item, *source, received, target);
     Result<void> moved = move();
+    if (moved) noteBrought(target);
     if (!crossesVolumes) return moved;
     if (const auto arrived = files.identity(target); moved && arrived)
         journal->note(placement, item, *arrived, received, target);  // the file has become another one
     (void)files.removeItem(witnessPath(received));
     return moved;
+}
+
+void FilePlacing::noteBrought(const Path& target) const {
+    const auto stamp = isDeletedLater ? files.stamp(target) : std::nullopt;
+    if (stamp)
+        (void)brought->note(target, *stamp, BroughtFiles::Original::kept);
+    else
+        brought->forget(target);
+}
+
+bool FilePlacing::mayReplace() const {
+    const auto original = brought->find(destination);
+    if (!original || consent == ReplaceConsent::informed) return true;
+    return consent == ReplaceConsent::user && *original == BroughtFiles::Original::kept;
 }
 
 Result<Path> FilePlacing::moveToFree(const Path& target, const std::stop_token& stop) const {
@@ -46,7 +64,7 @@ Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& st
         return Path();
     }
     const ScopedFolderAccess access(folderAccess, bookmark.get());
-    if (choice == ConflictChoice::keepBoth) return keepBoth(stop);
+    if (choice == ConflictChoice::keepBoth || !mayReplace()) return keepBoth(stop);
     // What it replaces may be the only copy of something.
     if (Result<void> durable = files.makeDurable(received); !durable) return failure(durable);
     Result<void> replaced = moveTo(destination, [&] { return files.replaceItem(received, destination, stop); });

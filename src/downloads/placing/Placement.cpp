@@ -14,7 +14,10 @@ Task<Result<std::filesystem::path>> Placement::perform(Request request, Act act)
                            .item = request.item,
                            .bookmark = std::move(request.bookmark),
                            .received = std::move(request.received),
-                           .destination = std::move(request.destination)};
+                           .destination = std::move(request.destination),
+                           .brought = brought_,
+                           .isDeletedLater = request.isDeletedLater,
+                           .consent = request.consent};
     auto work = [step, act = std::move(act)] { return act(step); };
     // Not given up: a file may have its name by then, and whoever waits has to learn of it.
     Result<Path> placed = co_await onVolume<Path>(ports_.loop, ports_.volumes, request.lane, {}, std::move(work));
@@ -29,6 +32,21 @@ void Placement::runEnded(const DownloadRun* run) {
 
 Task<Result<std::filesystem::path>> Placement::place(Request request, std::stop_token stop) {
     return perform(std::move(request), [stop = std::move(stop)](const FilePlacing& step) { return step.place(stop); });
+}
+
+Task<bool> Placement::isOnlyCopy(Path path, std::string lane) {
+    auto look = [brought = brought_, path]() -> Result<bool> {
+        return brought->find(path) == BroughtFiles::Original::gone;
+    };
+    Result<bool> isOnly = co_await onVolume<bool>(ports_.loop, ports_.volumes, std::move(lane), {}, std::move(look));
+    co_return isOnly.value_or(false);
+}
+
+Task<std::optional<FileStamp>> Placement::stamp(Path placed, std::string lane) {
+    using Stamp = std::optional<FileStamp>;
+    auto look = [&files = ports_.files, placed]() -> Result<Stamp> { return files.stamp(placed); };
+    Result<Stamp> stamp = co_await onVolume<Stamp>(ports_.loop, ports_.volumes, std::move(lane), {}, std::move(look));
+    co_return stamp.value_or(std::nullopt);
 }
 
 Task<Result<std::filesystem::path>> Placement::apply(Request request, ConflictChoice choice, std::stop_token stop) {

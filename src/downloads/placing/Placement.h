@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stop_token>
 #include <string>
 #include <unordered_map>
@@ -30,7 +31,8 @@ public:
         FolderAccess& folderAccess;
     };
 
-    Placement(Ports ports, std::shared_ptr<PlacementJournal> journal) : ports_(ports), journal_(std::move(journal)) {}
+    Placement(Ports ports, std::shared_ptr<PlacementJournal> journal, std::shared_ptr<BroughtFiles> brought)
+        : ports_(ports), journal_(std::move(journal)), brought_(std::move(brought)) {}
 
     // A received file, and where it is to go.
     struct Request {
@@ -39,7 +41,9 @@ public:
         std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
         Path received;
         Path destination;
-        std::string lane;  // of the destination's volume
+        std::string lane;             // of the destination's volume
+        bool isDeletedLater = false;  // put.io is to delete the original
+        ReplaceConsent consent = ReplaceConsent::policy;
     };
 
     // Where the file stands now; `alreadyExists` when the name is taken. A stop ends a copy to another volume: then the
@@ -48,6 +52,12 @@ public:
 
     // Where the file stands now; an empty path when it was skipped.
     Task<Result<Path>> apply(Request request, ConflictChoice choice, std::stop_token stop);
+
+    // Whether what stands at the path may be the only copy of what it holds.
+    Task<bool> isOnlyCopy(Path path, std::string lane);
+
+    // What the placed file is like now.
+    Task<std::optional<FileStamp>> stamp(Path placed, std::string lane);
 
     // What became of the run's placements is in its item from now on. Until then the journal alone knows a file that
     // has its name while its bytes are being made durable.
@@ -62,6 +72,7 @@ private:
 
     Ports ports_;
     std::shared_ptr<PlacementJournal> journal_;  // shared with steps under way
+    std::shared_ptr<BroughtFiles> brought_;      // likewise
     std::unordered_map<const DownloadRun*, std::vector<PlacementNumber>> arrived_;
     std::vector<PlacementNumber> ended_;
 };

@@ -54,10 +54,17 @@ void PlacementJournal::note(PlacementNumber placement, const UUID& item, const F
 void PlacementJournal::append(PlacementNumber placement, const std::string& line) {
     const std::scoped_lock lock(access_);
     lines_[placement] += line;
-    if (isTorn_)
-        rewrite();
+    if (lacksLines_)
+        (void)rewrite();
     else
-        isTorn_ = !files_.appendToFile(file_, line);
+        lacksLines_ = !files_.appendToFile(file_, line);
+}
+
+Result<void> PlacementJournal::makeDurable() {
+    const std::scoped_lock lock(access_);
+    if (lines_.empty()) return {};
+    if (lacksLines_) return rewrite();
+    return files_.makeDurable(file_);
 }
 
 void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
@@ -69,16 +76,16 @@ void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
         forgottenBytes_ += lines->second.size();
         lines_.erase(lines);
     }
-    if (forgottenBytes_ > 0 && (lines_.empty() || forgottenBytes_ > worthRewriting)) rewrite();
+    if (forgottenBytes_ > 0 && (lines_.empty() || forgottenBytes_ > worthRewriting)) (void)rewrite();
 }
 
-void PlacementJournal::rewrite() {
+Result<void> PlacementJournal::rewrite() {
     std::string text;
     for (const std::string& lines : lines_ | std::views::values) text += lines;
-    const bool isWritten =
-        (text.empty() ? files_.removeItem(file_) : files_.writeFileAtomically(file_, text)).has_value();
-    isTorn_ = isTorn_ && !isWritten;
+    Result<void> written = text.empty() ? files_.removeItem(file_) : files_.writeFileAtomically(file_, text);
     forgottenBytes_ = 0;
+    lacksLines_ = lacksLines_ && !written;
+    return written;
 }
 
 bool PlacementJournal::haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b) {
@@ -110,8 +117,8 @@ std::vector<PlacementEntry> PlacementJournal::recover() {
         entries.push_back(std::move(*entry));
     }
     // What a dying process began to note had not happened yet. Nothing may be added to it.
-    isTorn_ = !rest.empty();
-    if (isTorn_) rewrite();
+    lacksLines_ = !rest.empty();
+    if (lacksLines_) (void)rewrite();
     return entries;
 }
 

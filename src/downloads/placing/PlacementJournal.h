@@ -46,8 +46,8 @@ public:
     void note(PlacementNumber placement, const UUID& item, const FileIdentity& file,
               const std::filesystem::path& staged, const std::filesystem::path& target);
 
-    // What was noted survives a loss of power from now on, as far as the disk allows.
-    void makeDurable() { (void)files_.makeDurable(file_); }
+    // What was noted, and the queue file does not say yet, survives a loss of power from now on.
+    Result<void> makeDurable();
 
     // The queue file says what became of the placements.
     void forget(const std::vector<PlacementNumber>& placements);
@@ -62,14 +62,14 @@ public:
 private:
     void append(PlacementNumber placement, const std::string& line);
     [[nodiscard]] bool haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b);
-    void rewrite();
+    Result<void> rewrite();
 
     FileManager& files_;
     std::filesystem::path file_;
     std::mutex access_;
     std::unordered_map<PlacementNumber, std::string> lines_;  // several where several names were tried
     std::size_t forgottenBytes_ = 0;                          // in the file still
-    bool isTorn_ = false;                                     // the file ends within a line
+    bool lacksLines_ = false;                                 // some could not be written, or the last one is torn
     PlacementNumber lastNumber_ = 0;
 };
 

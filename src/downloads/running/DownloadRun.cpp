@@ -66,7 +66,22 @@ Task<Result<void>> DownloadRun::findTarget() {
     Result<std::string> lane = co_await around_.lanes.laneOf(target_.parent_path(), stop_.get_token());
     if (!lane) co_return failure(lane);
     targetLane_ = std::move(*lane);
-    co_return Result<void>();
+    Result<void> isOutside = co_await keepOutOfData();
+    co_return isOutside;
+}
+
+// Nothing comes among what Tovri keeps for itself, and nothing takes the place of a folder above it.
+Task<Result<void>> DownloadRun::keepOutOfData() {
+    auto look = [&files = around_.files, data = around_.dataFolder, target = target_]() -> Result<bool> {
+        return files.isWithin(target, data) || files.isWithin(data, target);
+    };
+    Result<bool> isInside =
+        co_await onVolume<bool>(around_.loop, around_.volumes, targetLane_, stop_.get_token(), std::move(look));
+    if (!isInside) co_return failure(isInside);
+    if (!*isInside) co_return Result<void>();
+    co_return failure(Error(ErrorCase::file, "\"" + target_.native() +
+                                                 "\" belongs to Tovri's own data. Choose another folder, then queue "
+                                                 "it again."));
 }
 
 // put.io may have another file under this ID than when the item was queued.
@@ -119,7 +134,8 @@ Placement::Request DownloadRun::placementOf(const Path& received) const {
             .bookmark = item_->securityScopeBookmark,
             .received = received,
             .destination = target_,
-            .lane = targetLane_};
+            .lane = targetLane_,
+            .isDeletedLater = isDeletedLater(*item_)};
 }
 
 Task<Result<void>> DownloadRun::place(Path received) {
@@ -143,9 +159,14 @@ Task<Result<void>> DownloadRun::place(Path received) {
 
 // What put.io is going to delete is durable before the queue says that it has arrived; or nothing is deleted.
 Task<> DownloadRun::secure(Path placed) {
-    if (!item_->deleteAfterDownload && !item_->folderDeleteID) co_return;
+    if (!isDeletedLater(*item_)) co_return;
+    std::optional<FileStamp> stamp = co_await around_.placement.stamp(placed, targetLane_);
     Result<void> durable = co_await around_.durability.secure(std::move(placed), targetLane_);
-    if (isCurrent()) item_->durable = durable.has_value();
+    if (!isCurrent()) co_return;
+    item_->durable = durable.has_value();
+    const PartialFile* received = reception_.partial();
+    const bool isThatFile = stamp && received && received->begun() == stamp->identity;
+    item_->placedAs = isThatFile ? stamp : std::nullopt;
 }
 
 void DownloadRun::settlePlaced(const Path& placed) {
@@ -156,6 +177,7 @@ void DownloadRun::settlePlaced(const Path& placed) {
 // Follows the preference, the user's answer for all, or the user's answer to this one.
 Task<Result<void>> DownloadRun::resolveConflict(Path received) {
     std::optional<ConflictChoice> choice = effectiveConflictChoice();
+    Placement::Request request = placementOf(received);
     if (!choice) {
         Result<Path> staged = co_await stage(received);
         if (!staged) co_return failure(staged);
@@ -164,7 +186,10 @@ Task<Result<void>> DownloadRun::resolveConflict(Path received) {
             removeOnVolume(received);
             co_return Result<void>();
         }
-        choice = co_await askUser(received);
+        const bool isOnlyCopy = co_await around_.placement.isOnlyCopy(target_, targetLane_);
+        if (isCurrent()) choice = co_await askUser(received, isOnlyCopy);
+        request.received = received;
+        request.consent = isOnlyCopy ? ReplaceConsent::informed : ReplaceConsent::user;
         if (!choice || !isCurrent()) {
             removeOnVolume(received);
             if (isCurrent()) item_->stagedURL.reset();
@@ -172,11 +197,11 @@ Task<Result<void>> DownloadRun::resolveConflict(Path received) {
             co_return Result<void>();
         }
     }
-    Result<Path> placed = co_await around_.placement.apply(placementOf(received), *choice, stop_.get_token());
+    Result<Path> placed = co_await around_.placement.apply(std::move(request), *choice, stop_.get_token());
     if (placed && !placed->empty() && isCurrent()) co_await secure(*placed);
     if (!isCurrent()) {
         // What was replaced is gone: then the new file is better than none.
-        if (!placed || *choice == ConflictChoice::keepBoth) removeOnVolume(placed ? *placed : received);
+        if (!placed || (*placed != target_ && !placed->empty())) removeOnVolume(placed ? *placed : received);
         co_return Result<void>();
     }
     if (!placed) co_return failure(placed);
@@ -219,22 +244,26 @@ Task<Result<std::filesystem::path>> DownloadRun::stage(Path received) {
     co_return moved;
 }
 
-Task<ConflictResolution> DownloadRun::askUser(Path received) {
+Task<ConflictResolution> DownloadRun::askUser(Path received, bool isOnlyCopy) {
     item_->stagedURL = received.native();
     item_->speed = 0;
     around_.list.take(*item_, StatusStep::ask);
     if (!isCurrent()) co_return std::nullopt;
-    const ConflictResolution remembered = around_.conflicts.rememberedChoice(*item_);
+    FileConflict conflict{.id = around_.random.makeUUID(),
+                          .download = item_,
+                          .existingURL = target_,
+                          .tempURL = std::move(received),
+                          .isOnlyCopy = isOnlyCopy};
+    const ConflictResolution remembered = around_.conflicts.rememberedChoice(conflict);
     around_.saves.request(remembered ? Urgency::gathered : Urgency::soon);
     if (remembered) co_return remembered;
     isWaitingForUser_ = true;
     wasUserAsked_ = true;
     around_.runWaits();
     Result<ConflictResolution> answer =
-        co_await Answer<ConflictResolution>(around_.loop, {}, [this, &received](auto done) {
-            around_.conflicts.presentOrQueueConflict(
-                {around_.random.makeUUID(), item_, target_, received,
-                 [done = std::move(done)](ConflictResolution given) mutable { done(given); }});
+        co_await Answer<ConflictResolution>(around_.loop, {}, [this, &conflict](auto done) {
+            conflict.continuation = [done = std::move(done)](ConflictResolution given) mutable { done(given); };
+            around_.conflicts.presentOrQueueConflict(std::move(conflict));
             return Subscription();
         });
     isWaitingForUser_ = false;

@@ -53,13 +53,14 @@ private:
     Task<Result<void>> goTheWay();
     Task<Result<void>> findTarget();
     Task<Result<void>> readRecord();
+    Task<Result<void>> keepOutOfData();
     Task<Result<std::string>> findLink();
     Task<Result<void>> receiveRest();
     Task<Result<void>> prove();
     Task<Result<void>> place(Path received);
     Task<Result<void>> resolveConflict(Path received);
     Task<Result<Path>> stage(Path received);
-    Task<ConflictResolution> askUser(Path received);
+    Task<ConflictResolution> askUser(Path received, bool isOnlyCopy);
 
     Task<> conclude(Result<void> way);
     Task<> keepArrived();

@@ -86,6 +86,7 @@ Result<void> PartialFile::open() {
     if (written_.length > 0) return reopen();
     Result<std::unique_ptr<WritableFile>> file = place_.files.createForWriting(place_.path);
     if (!file) return failure(file);
+    begun_ = place_.files.identity(place_.path);
     file_ = std::move(*file);
     return {};
 }

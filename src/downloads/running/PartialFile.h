@@ -85,6 +85,11 @@ public:
 
     void remove();
 
+    // --- after it was finished ---
+
+    // The file that this one has begun itself, of whose bytes it knows each; none where it went on with an older one.
+    [[nodiscard]] const std::optional<FileIdentity>& begun() const { return begun_; }
+
 private:
     [[nodiscard]] Result<void> open();
     void write();
@@ -107,6 +112,7 @@ private:
     bool isWriting_ = false;  // the lane has work for what waits
 
     // The volume's thread.
+    std::optional<FileIdentity> begun_;
     std::unique_ptr<WritableFile> file_;
     ArrivedBytes written_;
 };

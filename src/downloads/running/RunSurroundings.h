@@ -35,6 +35,7 @@ struct RunSurroundings {
     DurabilityCommit& durability;
     VolumeLanes& lanes;
 
+    std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded
     std::filesystem::path partialFolder;
     std::filesystem::path stagingFolder;
     std::function<void()> runWaits;  // a run has begun to wait for the user

@@ -1,0 +1,150 @@
+#include "downloads/placing/BroughtFiles.h"
+
+#include <charconv>
+#include <ranges>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "base/FileURL.h"
+
+namespace tovri {
+namespace {
+
+constexpr char separator = '\t';  // never in a file URL or a number
+constexpr std::size_t mostEntries = 100'000;
+
+constexpr std::string_view keptWord = "kept";
+constexpr std::string_view goneWord = "gone";
+constexpr std::string_view forgottenWord = "forgotten";
+
+struct Line {
+    std::string_view word;
+    FileIdentity identity;
+    ByteCount size = 0;
+    std::filesystem::path path;
+};
+
+template <class Number>
+bool read(std::string_view text, Number& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size();
+}
+
+// None for a line that a dying process left unfinished.
+std::optional<Line> parse(std::string_view text) {
+    std::vector<std::string_view> fields;
+    for (const auto field : std::views::split(text, separator)) fields.emplace_back(field.begin(), field.end());
+    if (fields.size() != 5) return std::nullopt;
+    Line line;
+    line.word = fields[0];
+    auto path = parseFileURL(fields[4]);
+    const bool isKnown = line.word == keptWord || line.word == goneWord || line.word == forgottenWord;
+    if (!isKnown || !path || !read(fields[1], line.identity.volume) || !read(fields[2], line.identity.number) ||
+        !read(fields[3], line.size))
+        return std::nullopt;
+    line.path = std::move(*path);
+    return line;
+}
+
+std::string lineOf(const Line& line) {
+    const std::string url = fileURLText(line.path, FileURLKind::file);
+    std::string text(line.word);
+    for (const std::string& field :
+         {std::to_string(line.identity.volume), std::to_string(line.identity.number), std::to_string(line.size), url})
+        text += separator + field;
+    return text + '\n';
+}
+
+}  // namespace
+
+BroughtFiles::BroughtFiles(FileManager& files, std::filesystem::path file) : files_(files), file_(std::move(file)) {}
+
+Result<void> BroughtFiles::note(const std::filesystem::path& path, const FileStamp& stamp, Original original) {
+    const std::scoped_lock lock(access_);
+    load();
+    add(path.native(), {stamp.identity, stamp.size, original});
+    return append(lineOf({original == Original::gone ? goneWord : keptWord, stamp.identity, stamp.size, path}));
+}
+
+void BroughtFiles::forget(const std::filesystem::path& path) {
+    const std::scoped_lock lock(access_);
+    load();
+    if (!entries_.contains(path.native())) return;
+    erase(path.native());
+    (void)append(lineOf({forgottenWord, {}, 0, path}));
+}
+
+std::optional<BroughtFiles::Original> BroughtFiles::find(const std::filesystem::path& path) {
+    const std::scoped_lock lock(access_);
+    load();
+    if (const Entry* entry = findItself(path)) return entry->original;
+    const std::string below = path.native() + "/";
+    const auto first = entries_.lower_bound(below);
+    const bool holdsOne = first != entries_.end() && first->first.starts_with(below);
+    return holdsOne ? std::optional(Original::kept) : std::nullopt;
+}
+
+const BroughtFiles::Entry* BroughtFiles::findItself(const std::filesystem::path& path) {
+    if (const auto entry = entries_.find(path.native()); entry != entries_.end()) return &entry->second;
+    const auto stamp = files_.stamp(path);
+    const auto named = stamp ? byNumber_.find(stamp->identity.number) : byNumber_.end();
+    if (named == byNumber_.end()) return nullptr;
+    // The number of a file that is gone is soon another file's.
+    const Entry& entry = entries_.at(named->second);
+    return entry.identity == stamp->identity && entry.size == stamp->size ? &entry : nullptr;
+}
+
+Result<void> BroughtFiles::makeDurable() {
+    const std::scoped_lock lock(access_);
+    return files_.makeDurable(file_);
+}
+
+// The last line about a path counts. A file that has grown far beyond what it says is written anew, without the oldest
+// entries when they are too many.
+void BroughtFiles::load() {
+    constexpr std::size_t slack = 1000;
+    if (std::exchange(isLoaded_, true)) return;
+    const Result<ByteBlob> text = files_.readFile(file_);
+    if (!text || text->empty()) return;
+    std::vector<std::string_view> lines;
+    for (const auto part : std::views::split(std::string_view(*text), '\n'))
+        lines.emplace_back(part.begin(), part.end());
+    std::unordered_set<std::string> seen;
+    std::vector<Line> kept;  // newest first
+    for (const std::string_view each : lines | std::views::reverse) {
+        std::optional<Line> line = parse(each);
+        if (!line || !seen.insert(line->path.native()).second || line->word == forgottenWord) continue;
+        if (kept.size() == mostEntries) break;
+        kept.push_back(std::move(*line));
+    }
+    for (const Line& line : kept | std::views::reverse)
+        add(line.path.native(), {line.identity, line.size, line.word == goneWord ? Original::gone : Original::kept});
+    if (lines.size() > (2 * kept.size()) + slack) {
+        std::string rest;
+        for (const Line& line : kept | std::views::reverse) rest += lineOf(line);
+        (void)files_.writeFileAtomically(file_, rest);
+    } else if (text->back() != '\n') {
+        (void)append("\n");  // what a dying process left unfinished ends here
+    }
+}
+
+void BroughtFiles::add(const std::string& path, const Entry& entry) {
+    erase(path);
+    entries_[path] = entry;
+    byNumber_[entry.identity.number] = path;
+}
+
+void BroughtFiles::erase(const std::string& path) {
+    const auto entry = entries_.find(path);
+    if (entry == entries_.end()) return;
+    const auto number = byNumber_.find(entry->second.identity.number);
+    if (number != byNumber_.end() && number->second == path) byNumber_.erase(number);
+    entries_.erase(entry);
+}
+
+Result<void> BroughtFiles::append(const std::string& line) {
+    return files_.appendToFile(file_, line);
+}
+
+}  // namespace tovri

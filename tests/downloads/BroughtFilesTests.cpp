@@ -1,0 +1,76 @@
+#include <gtest/gtest.h>
+
+#include "downloads/placing/BroughtFiles.h"
+#include "support/MemoryFileManager.h"
+
+namespace tovri::test {
+namespace {
+
+using Original = BroughtFiles::Original;
+
+class Brought : public testing::Test {
+public:
+    // A file that has just come there.
+    void bring(const std::filesystem::path& path, Original original = Original::gone) {
+        files.put(path, path.native());
+        EXPECT_TRUE(brought().note(path, *files.stamp(path), original));
+    }
+
+    // As the next process finds it.
+    [[nodiscard]] BroughtFiles brought() { return {files, "/data/brought.list"}; }
+
+    [[nodiscard]] std::optional<Original> find(const std::filesystem::path& path) { return brought().find(path); }
+
+    MemoryFileManager files;
+    bool isMade = files.createDirectories("/data").has_value();
+};
+
+TEST_F(Brought, areKnownByPathAndByThemselves) {
+    bring("/d/f");
+    bring("/d/deep/g", Original::kept);
+    EXPECT_EQ(find("/d/f"), Original::gone);
+    EXPECT_EQ(find("/d/deep/g"), Original::kept);
+    EXPECT_EQ(find("/d/deep"), Original::kept);  // holds one
+    EXPECT_EQ(find("/d/dee"), std::nullopt);
+    ASSERT_TRUE(files.moveItem("/d/f", "/d/renamed", {}));
+    EXPECT_EQ(find("/d/renamed"), Original::gone);
+    files.put("/d/f", "edited and saved anew");
+    EXPECT_EQ(find("/d/f"), Original::gone);
+    // A number that was given to another file means nothing.
+    ASSERT_TRUE(files.append("/d/renamed", "longer"));
+    EXPECT_EQ(find("/d/renamed"), std::nullopt);
+}
+
+TEST_F(Brought, areForgottenWithTheirPlace) {
+    bring("/d/f");
+    bring("/d/g");
+    brought().forget("/d/f");
+    EXPECT_EQ(find("/d/f"), std::nullopt);
+    bring("/d/f", Original::kept);
+    EXPECT_EQ(find("/d/f"), Original::kept);
+    EXPECT_EQ(find("/d/g"), Original::gone);
+}
+
+TEST_F(Brought, surviveALineThatWasNotFinished) {
+    bring("/d/f");
+    const std::string whole = *files.content("/data/brought.list");
+    for (std::size_t length = 1; length < whole.size(); ++length) {
+        files.put("/data/brought.list", whole + whole.substr(0, length));
+        bring("/d/g");
+        ASSERT_EQ(find("/d/f"), Original::gone) << length;
+        ASSERT_EQ(find("/d/g"), Original::gone) << length;
+    }
+}
+
+TEST_F(Brought, areWrittenAnewWhenTheListSaysTheSameManyTimes) {
+    bring("/d/f");
+    const std::string line = *files.content("/data/brought.list");
+    std::string many;
+    for (int i = 0; i < 2000; ++i) many += line;
+    files.put("/data/brought.list", many);
+    EXPECT_EQ(find("/d/f"), Original::gone);
+    EXPECT_EQ(files.content("/data/brought.list"), line);
+}
+
+}  // namespace
+}  // namespace tovri::test
