@@ -88,7 +88,10 @@ std::vector<CommandDefinition> makeDefinitions() {
          "could not be deleted from put.io is not fetched "
          "again: only the deletion is. Then works until the queue is empty.",
          {items},
-         {onConflict, jobs, jsonEvents},
+         {{"--anyway", "", "Delete ITEM from put.io also where something is missing here, after saying what"},
+          onConflict,
+          jobs,
+          jsonEvents},
          QueueUse::owns},
         {pause,
          "pause",

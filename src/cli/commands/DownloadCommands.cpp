@@ -45,13 +45,36 @@ DestinationFolder GetCommand::destination() {
     return running().downloads().resolveDestination(chosen);
 }
 
+std::string GetCommand::objection() {
+    const Platform& platform = context().platform;
+    if (!context().invocation.value("--to")) return {};
+    const std::filesystem::path folder = destination().folder;
+    if (!platform.files.isWithin(folder, platform.folders.applicationData)) return {};
+    return fmt::format("{} belongs to Tovri's own data; choose another folder.", printable(folder.native()));
+}
+
 // Whoever repeats a command that was interrupted wants it to go on, not its files a second time.
-bool GetCommand::isQueuedAlready(const PutIOFile& file, const std::filesystem::path& destination) {
-    const bool isQueued = std::ranges::any_of(unfinished_, [&](const DownloadPointer& item) {
-        return item->fileID == file.id && *item->destinationFolder == destination;
+bool GetCommand::isQueuedAlready(const PutIOFile& file, bool deletes) {
+    const std::filesystem::path folder = destination().folder;
+    const auto item = std::ranges::find_if(unfinished_, [&](const DownloadPointer& each) {
+        return each->fileID == file.id && *each->destinationFolder == folder;
     });
-    if (isQueued) tellGoingOn(file.name, 1, 0);
-    return isQueued;
+    if (item == unfinished_.end()) return false;
+    tellGoingOn(file.name, 1, 0);
+    if (isDeletedLater(**item) != deletes) tellDeletion(file.name, deletes);
+    return true;
+}
+
+// What is on its way goes on as it was asked for first.
+void GetCommand::tellDeletion(const std::string& name, bool deletes) {
+    running().fail(
+        deletes
+            ? fmt::format("\"{}\" was queued without its deletion from put.io, and what was queued stays there. To "
+                          "have it deleted, remove it from the queue and get it again with --delete.",
+                          printable(name))
+            : fmt::format("\"{}\" was queued with its deletion from put.io, and what was queued is deleted there "
+                          "once it is here. To keep it, remove it from the queue and get it again without --delete.",
+                          printable(name)));
 }
 
 bool GetCommand::hasUnfinishedBelow(const std::filesystem::path& folder) const {
@@ -81,9 +104,15 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     DownloadManager& downloads = running().downloads();
     std::set<std::pair<std::int64_t, std::filesystem::path>> unfinished;
     std::set<std::pair<std::int64_t, std::filesystem::path>> known;
-    for (const DownloadPointer& item : unfinished_) unfinished.emplace(item->fileID, *item->destinationFolder);
+    std::set<std::pair<std::int64_t, std::filesystem::path>> otherwise;  // queued with the opposite of what is asked
+    for (const DownloadPointer& item : unfinished_) {
+        unfinished.emplace(item->fileID, *item->destinationFolder);
+        if (isDeletedLater(*item) != deletes) otherwise.emplace(item->fileID, *item->destinationFolder);
+    }
     for (const DownloadPointer& item : downloads.downloads().items())
         known.emplace(item->fileID, *item->destinationFolder);
+    const bool differs = std::ranges::any_of(
+        *listed, [&](const ListedFile& each) { return otherwise.contains({each.file.id, each.folder}); });
     const auto waiting = std::ranges::count_if(
         *listed, [&](const ListedFile& each) { return unfinished.contains({each.file.id, each.folder}); });
     if (waiting == 0) co_return false;
@@ -93,6 +122,7 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
                (each.file.size && context().platform.files.fileSize(each.folder / each.file.name) == each.file.size);
     });
     tellGoingOn(request.name, static_cast<std::size_t>(waiting), listed->size());
+    if (differs) tellDeletion(request.name, deletes);
     if (walk.cut()) running().fail(withAdvice(*walk.cut()));
     deletes = deletes && walk.isComplete();
     for (const ListedFile& each : *listed)
@@ -126,7 +156,7 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
                                                              "Rename it on put.io, then try again.",
                                                              file.name)));
     if (!file.isFolder()) {
-        if (isQueuedAlready(file, destination().folder)) co_return Result<void>();
+        if (isQueuedAlready(file, deletes)) co_return Result<void>();
         running().downloads().enqueue(file, {destination(), deletes, std::nullopt});
         co_return Result<void>();
     }
@@ -155,7 +185,9 @@ Task<void> RunCommand::prepare(std::stop_token /*stop*/) {
 }
 
 std::string RetryCommand::objection() {
-    if (context().invocation.operands.empty()) return {};
+    if (context().invocation.operands.empty())
+        return context().invocation.has("--anyway") ? "--anyway needs to know which: give the IDs of the downloads."
+                                                    : "";
     const Result<QueueSnapshot> saved = readSavedQueue(context().platform);
     if (!saved) return saved.error().description;
     std::vector<UUID> ids;
@@ -181,10 +213,19 @@ Task<void> RetryCommand::prepare(std::stop_token /*stop*/) {
     co_return;
 }
 
+void RetryCommand::deleteAnyway(const DownloadPointer& item) {
+    context().terminal.message(fmt::format("{}: {} {} from put.io anyway.", printable(item->fileName),
+                                           printable(item->error.value_or("")),
+                                           item->folderDeleteID ? "Deleting its whole folder" : "Deleting it"));
+    running().downloads().deleteAnyway(item);
+}
+
 // A download that runs, or stands on the disk, is not begun anew.
 void RetryCommand::retry(const DownloadPointer& item) {
     DownloadManager& downloads = running().downloads();
-    if (item->status == Status::remoteDeleteFailed)
+    if (item->status == Status::remoteDeleteFailed && item->isUnproven && context().invocation.has("--anyway"))
+        deleteAnyway(item);
+    else if (item->status == Status::remoteDeleteFailed)
         downloads.retryDelete(item);
     else if (item->status == Status::failed || item->status == Status::cancelled || item->status == Status::skipped ||
              item->isDoubtful())

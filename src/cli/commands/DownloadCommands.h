@@ -42,13 +42,15 @@ public:
     explicit GetCommand(CommandContext& context) : DownloadCommand(context), tree_(context.api) {}
 
 private:
+    [[nodiscard]] std::string objection() override;
     Task<void> prepare(std::stop_token stop) override;
     Task<Result<void>> enqueue(PutIOFile file, std::stop_token stop);
     [[nodiscard]] DestinationFolder destination();
-    [[nodiscard]] bool isQueuedAlready(const PutIOFile& file, const std::filesystem::path& destination);
+    [[nodiscard]] bool isQueuedAlready(const PutIOFile& file, bool deletes);
     [[nodiscard]] bool hasUnfinishedBelow(const std::filesystem::path& folder) const;
     Task<Result<bool>> goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop);
     void tellGoingOn(const std::string& name, std::size_t waiting, std::size_t missing);
+    void tellDeletion(const std::string& name, bool deletes);
 
     RemoteTree tree_;
     std::vector<DownloadPointer> unfinished_;  // what the saved queue still had to bring at the start
@@ -70,6 +72,7 @@ private:
     [[nodiscard]] std::string objection() override;
     Task<void> prepare(std::stop_token stop) override;
     void retry(const DownloadPointer& item);
+    void deleteAnyway(const DownloadPointer& item);
 
     std::vector<UUID> items_;  // those that were named
 };

@@ -45,9 +45,10 @@ void ConflictPrompt::askUser(std::string_view remark) {
     const FileConflict& conflict = *downloads_.pendingConflict();
     asked_ = conflict.id;
     const std::string text = fmt::format(
-        "{}File Already Exists\n\"{}\" already exists at this location.\n{}\n"
+        "{}File Already Exists\n\"{}\" already exists at this location.{}\n{}\n"
         "Replace (r), Keep Both (k) or Skip (s)? Add \"a\" for all conflicts: ",
-        remark, printable(conflict.download->fileName), printable(conflict.existingURL.native()));
+        remark, printable(conflict.download->fileName),
+        conflict.isOnlyCopy ? " Its original is no longer on put.io." : "", printable(conflict.existingURL.native()));
     question_ =
         terminal_.ask(text, Terminal::Echo::shown, [this](const std::optional<std::string>& line) { answer(line); });
 }

@@ -87,8 +87,9 @@ void DownloadRun::tellFailure(const Download& item) {
     }();
     if (!words) return;
     const std::string id = shortID(item.id, downloads_.downloads().items().size());
-    context_.terminal.message(fmt::format("{}: {}: {} {}: tovri-cli retry {}", words->what, pathText(item),
-                                          printable(item.error.value_or("Download failed")), words->advice, id));
+    context_.terminal.message(fmt::format("{}: {}: {} {}: tovri-cli retry {}{}", words->what, pathText(item),
+                                          printable(item.error.value_or("Download failed")), words->advice, id,
+                                          item.isUnproven ? ", or in spite of that with --anyway" : ""));
 }
 
 void DownloadRun::tellUnsaved(const std::optional<std::string>& reason) {
