@@ -203,7 +203,16 @@ std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status) {
 std::vector<MenuItem<DownloadAction>> downloadMenu(const DownloadRecord& item) {
     Menu menu = downloadMenu(item.status);
     if (item.isDoubtful()) menu.insert(menu.begin(), {retry, "Retry"});
+    if (canDeleteAnyway(item)) {
+        const auto retrying = std::ranges::find(menu, std::optional(retryDelete), &MenuItem<DownloadAction>::action);
+        menu.insert(std::next(retrying),
+                    {.action = deleteAnyway, .title = "Delete from put.io Anyway", .isDestructive = true});
+    }
     return menu;
+}
+
+bool canDeleteAnyway(const DownloadRecord& item) {
+    return item.status == Status::remoteDeleteFailed && item.isUnproven;
 }
 
 Menu commonMenu(const std::set<DownloadStatus>& statuses) {

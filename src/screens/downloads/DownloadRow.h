@@ -22,6 +22,7 @@ enum class DownloadAction : std::uint8_t {
     cancel,
     retry,
     retryDelete,
+    deleteAnyway,
     moveToTop,
     moveUp,
     moveDown,
@@ -75,6 +76,9 @@ struct DownloadRow {
 
 // Whether the item's row has the action as a button or in its menu.
 [[nodiscard]] bool isOffered(DownloadAction action, const DownloadRecord& item);
+
+// Whether put.io's copy is still there because something is missing here.
+[[nodiscard]] bool canDeleteAnyway(const DownloadRecord& item);
 
 // What a double click or Return does, if anything.
 [[nodiscard]] std::optional<DownloadAction> primaryAction(const DownloadRecord& item);

@@ -34,6 +34,7 @@ DownloadsScreen::DownloadsScreen(DownloadManager& manager, Workspace& workspace,
       workspace_(workspace),
       loop_(platform.loop),
       clock_(platform.clock),
+      random_(platform.random),
       rows_(
           manager.downloads(), platform.loop, [this](const ScreenChange& change) { changes_.tell(change); },
           [this] { updateChrome(); }),
@@ -53,6 +54,7 @@ void DownloadsScreen::disappear() {
     isOnView_ = false;
     numbers_.reset();
     times_.reset();
+    dialogs_.clear();
 }
 
 // --- What is shown ---
@@ -255,6 +257,8 @@ void DownloadsScreen::act(DownloadAction action, const DownloadPointer& item) {
             return manager_.retry(item);
         case DownloadAction::retryDelete:
             return manager_.retryDelete(item);
+        case DownloadAction::deleteAnyway:
+            return askToDeleteAnyway(*item);
         case DownloadAction::moveToTop:
             return manager_.moveToTop(item);
         case DownloadAction::moveUp:
@@ -270,6 +274,21 @@ void DownloadsScreen::act(DownloadAction action, const DownloadPointer& item) {
             if (item->resolvedURL) workspace_.openFile(*item->resolvedURL);
             return;
     }
+}
+
+void DownloadsScreen::askToDeleteAnyway(const Download& item) {
+    const std::string missing = item.error.value_or("");
+    const char* scope = item.folderDeleteID ? " Its whole folder is deleted from put.io, with all that it holds."
+                                            : " It is deleted from put.io all the same.";
+    dialogs_.ask({random_.makeUUID(), "Delete “" + item.fileName + "” from put.io anyway?", missing + scope,
+                  "Delete from put.io", [this, id = item.id, missing] { return deleteAnyway(id, missing); }});
+}
+
+// Only what the user has read is agreed to.
+Task<Result<void>> DownloadsScreen::deleteAnyway(UUID id, std::string missing) {
+    const DownloadPointer item = manager_.downloads().find(id);
+    if (item && canDeleteAnyway(*item) && item->error == missing) manager_.deleteAnyway(item);
+    co_return Result<void>();
 }
 
 }  // namespace tovri

@@ -10,6 +10,7 @@
 #include "base/Signal.h"
 #include "downloads/DownloadManager.h"
 #include "platform/Workspace.h"
+#include "screens/ActionDialogs.h"
 #include "screens/Banner.h"
 #include "screens/Label.h"
 #include "screens/Placeholder.h"
@@ -73,6 +74,10 @@ public:
     // Where the download stands, to find a selection again after a reset. Looks at every row.
     [[nodiscard]] std::optional<std::size_t> rowOf(const UUID& id) const { return rows_.rowOf(id); }
 
+    [[nodiscard]] const ActionDialogs& dialogs() const { return dialogs_; }
+
+    [[nodiscard]] ActionDialogs& dialogs() { return dialogs_; }
+
     // --- What the user does ---
 
     void perform(QueueAction action);
@@ -111,11 +116,14 @@ private:
     [[nodiscard]] std::vector<Label> makeSummary() const;
     [[nodiscard]] std::ptrdiff_t stuckCount(DownloadAction action, const std::vector<DownloadPointer>& items) const;
     void act(DownloadAction action, const DownloadPointer& item);
+    void askToDeleteAnyway(const Download& item);
+    Task<Result<void>> deleteAnyway(UUID id, std::string missing);
 
     DownloadManager& manager_;
     Workspace& workspace_;
     MainLoop& loop_;
     WallClock& clock_;
+    RandomSource& random_;
     bool isOnView_ = false;
     Chrome chrome_;
     std::string remainingTime_;  // of the whole queue, as of the last telling of numbers
@@ -125,6 +133,8 @@ private:
     Subscription numbers_;
     Subscription times_;
     Subscription queue_;
+    ActionDialogs dialogs_{scope_};
+    TaskScope scope_;
 };
 
 }  // namespace tovri

@@ -3,8 +3,9 @@
 namespace tovri {
 
 ConflictSheet conflictSheet(const FileConflict& conflict) {
-    return {conflict.id, "\"" + conflict.download->fileName + "\" already exists at this location.",
-            conflict.existingURL.native()};
+    std::string message = "\"" + conflict.download->fileName + "\" already exists at this location.";
+    if (conflict.isOnlyCopy) message += " Its original is no longer on put.io.";
+    return {conflict.id, std::move(message), conflict.existingURL.native()};
 }
 
 }  // namespace tovri

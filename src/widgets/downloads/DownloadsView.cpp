@@ -3,6 +3,7 @@
 #include "screens/window/SidebarItem.h"
 #include "widgets/parts/BannerView.h"
 #include "widgets/parts/ContentArea.h"
+#include "widgets/parts/DialogPresenter.h"
 #include "widgets/parts/Menus.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/parts/Toolbar.h"
@@ -21,6 +22,7 @@ DownloadsView::DownloadsView(DownloadsScreen& screen, QWidget* parent)
     list_->setModel(&model_);
     connectList();
     showChrome();
+    new DialogPresenter(screen.dialogs(), *this);
 }
 
 void DownloadsView::connectList() {

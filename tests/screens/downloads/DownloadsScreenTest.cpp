@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -65,6 +66,40 @@ public:
     std::vector<ScreenChange> changes;
     Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
 };
+
+TEST_F(Downloads, deletesAnywayWhatTheUserHasReadIsMissing) {
+    const DownloadPointer item = world.enqueue(world.addFile("f", "bytes"), {.deleteAfterDownload = true});
+    world.watch = [this](DownloadManager&, const QueueChange& change) {
+        if (change.item && change.item->status == Status::deleting)
+            (void)world.files.removeItem(World::downloads / "f");
+    };
+    const auto offers = [&] {
+        return std::ranges::any_of(screen.menuAt({screen.rowOf(item->id).value()}),
+                                   [](const auto& entry) { return entry.title == "Delete from put.io Anyway"; });
+    };
+    world.doesNotConfirm = true;
+    world.settle();
+    ASSERT_TRUE(offers());
+    screen.perform(DownloadAction::deleteAnyway, item->id);
+    EXPECT_TRUE(world.deletions.empty());
+    ASSERT_TRUE(screen.dialogs().pendingAction());
+    EXPECT_EQ(screen.dialogs().pendingAction()->message,
+              "\"/home/user/Downloads/f\" is not there any more. Nothing was deleted from put.io. It is deleted from "
+              "put.io all the same.");
+    screen.dialogs().confirm();
+    world.settle();
+    EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: put.io did not confirm the deletion.");
+    EXPECT_FALSE(offers());  // nothing was found missing that time
+    world.doesNotConfirm = false;
+    world.mayLose = true;
+    world.manager().retryDelete(item);
+    world.settle();
+    screen.perform(DownloadAction::deleteAnyway, item->id);
+    screen.dialogs().confirm();
+    world.settle();
+    EXPECT_EQ(World::outcome(item), "completed");
+    EXPECT_EQ(world.deletions.size(), 1U);
+}
 
 TEST_F(Downloads, showsTheQueueInSections) {
     ASSERT_TRUE(screen.placeholder());

@@ -113,6 +113,18 @@ TEST_F(Window, asksAboutOneConflictAfterTheOther) {
     EXPECT_FALSE(window.conflictSheet()->applyToAll);
 }
 
+TEST_F(Window, saysOfTheOnlyCopyThatItsOriginalIsGone) {
+    world.enqueue(world.addFile("f", "only copy"), {.deleteAfterDownload = true});
+    world.settle();
+    const DownloadPointer next = world.enqueue(world.addFile("f", "new"));
+    EXPECT_TRUE(world.runUntil(next, Status::awaitingConflict));
+    world.loop.runUntilIdle();
+    EXPECT_EQ(sheet(), "\"f\" already exists at this location. Its original is no longer on put.io.");
+    window.answer(window.conflictSheet()->id, ConflictChoice::replace);
+    world.settle();
+    EXPECT_EQ(world.tree(), "f=new");
+}
+
 TEST_F(Window, answersAllConflictsAtOnceIfAskedTo) {
     auth.signOut();  // conflicts are asked about even so
     const DownloadPointer first = conflicting("first");
