@@ -1,0 +1,203 @@
+"""put.io loses its copy only when ours is proven to be here; what is missing is said."""
+
+import json
+import os
+import signal
+import urllib.parse
+
+from support import ProgramTest
+
+STRANGERS = "The folder holds files that were not downloaded."
+NOTHING = "Nothing was deleted from put.io."
+
+
+class DeletionTest(ProgramTest):
+    def serve_files(self, files, *more):
+        account = self.home / "account.json"
+        account.write_text(files if isinstance(files, str) else json.dumps({"files": files}))
+        return self.serve("--account", str(account), *more)
+
+    def change(self, action, **fields):
+        self.sandbox.call("POST", f"files/{action}", urllib.parse.urlencode(fields))
+
+    def deletions(self):
+        return self.sandbox.requests(path="/files/delete")
+
+    def statuses(self):
+        return {item["name"]: item["status"] for item in self.queue()}
+
+    def get_half(self, *arguments):
+        """Gets the folder F, and dies when all of it but the file "last" is here."""
+        self.sandbox.fault("storage:last:stall=1")
+        process = self.start("get", "/F", "--to", str(self.downloads), *arguments)
+        self.wait_until(lambda: (self.data / "queue.json").exists() and self.statuses().get("first") == "completed",
+                        "the first file")
+        process.send_signal(signal.SIGKILL)
+        process.wait()
+        self.sandbox.call("DELETE", "faults")
+
+    def assert_kept(self, reason, *command):
+        """The command fails for this reason, and put.io still has everything."""
+        _, messages = self.run_cli(*(command or ("run",)), status=1)
+        self.assertIn("Not deleted from put.io: ", messages)
+        self.assertIn(reason, messages)
+        self.assertEqual(self.deletions(), [])
+
+    def an_item(self):
+        return self.queue()[0]["id"]
+
+
+class Folder(DeletionTest):
+    def setUp(self):
+        super().setUp()
+        self.serve_files({"F": {"first": "5KB", "G": {"second": "6KB"}, "last": "7KB"}}, "--page-size", "3")
+        self.get_half("--delete")
+        self.first = self.downloads / "F" / "first"
+
+    def test_stays_when_a_file_is_not_here_any_more(self):
+        self.first.unlink()
+        reason = f'"{self.first}" is not there any more. {NOTHING}'
+        self.assert_kept(reason)
+        self.assert_kept(reason, "retry", self.an_item())
+        self.assertIn("needs to know which", self.run_cli("retry", "--anyway", status=1)[1])
+        self.assertEqual(self.deletions(), [])
+        _, messages = self.run_cli("retry", self.an_item(), "--anyway")
+        self.assertIn(f"{reason} Deleting its whole folder from put.io anyway.", messages)
+        self.assertEqual(len(self.deletions()), 1)
+        self.assertEqual(set(self.statuses().values()), {"completed"})
+
+    def test_stays_when_a_file_was_changed_here(self):
+        self.first.write_bytes(b"x" * self.first.stat().st_size)
+        self.assert_kept(f'"{self.first}" has changed since it arrived. {NOTHING}')
+
+    def test_goes_when_a_file_was_only_touched(self):
+        os.utime(self.first)
+        self.run_cli("run")
+        self.assertEqual(len(self.deletions()), 1)
+        self.assertEqual(self.run_cli("ls")[0], "")
+
+    def test_stays_when_a_file_came_into_it_meanwhile(self):
+        self.change("add", path="/F/G/new", size="1KB")
+        self.assert_kept(STRANGERS)
+        # What is agreed to is what was named, and nothing else.
+        self.first.unlink()
+        self.assert_kept(f'"{self.first}" is not there any more. {NOTHING} {STRANGERS}', "retry", self.an_item(),
+                         "--anyway")
+        self.run_cli("retry", self.an_item(), "--anyway")
+        self.assertEqual(self.run_cli("ls")[0], "")
+
+    def test_stays_when_a_file_of_it_was_replaced_there(self):
+        self.change("replace", path="/F/first", size="9KB")
+        self.assert_kept(STRANGERS)
+
+    def test_stays_when_it_cannot_be_listed_to_its_end(self):
+        self.change("add", path="/F/one more", size="1KB")
+        self.sandbox.fault("api:/v2/files/list?parent_id=1:stale-cursor")
+        self.assert_kept(f"{STRANGERS} put.io listed only the beginning of a folder. HTTP error 400 from put.io.")
+
+    def test_stays_when_a_member_has_left_the_list(self):
+        self.run_cli("remove", next(item["id"] for item in self.queue() if item["name"] == "second"))
+        self.run_cli("run")
+        self.assertEqual(self.deletions(), [])
+
+
+class File(DeletionTest):
+    def test_stays_until_put_io_confirms(self):
+        self.serve_files({"f": "5KB"}, "--fault", "api:/v2/files/delete:status=200")
+        _, messages = self.get("/f", "--delete", status=1)
+        self.assertIn("put.io did not confirm the deletion.", messages)
+        self.sandbox.call("DELETE", "faults")
+        self.run_cli("retry")
+        self.assertEqual(self.run_cli("ls")[0], "")
+
+    def test_is_looked_up_when_the_answer_is_lost(self):
+        self.serve_files({"f": "5KB"}, "--fault", "api:/v2/files/delete:cut=1")
+        self.get("/f", "--delete")
+        self.assertEqual(len(self.deletions()), 1)
+        self.assertEqual(self.statuses(), {"f": "completed"})
+
+    def test_is_looked_up_when_the_program_was_killed_before_the_answer(self):
+        self.serve_files({"f": "5KB"}, "--fault", "api:/v2/files/delete:stall=1")
+        process = self.start("get", "/f", "--to", str(self.downloads), "--delete")
+        self.wait_until(lambda: self.statuses_on_disk() == ["deleting"] and self.deletions(), "the deletion")
+        self.wait_until(lambda: self.deletions()[0]["status"] == 200, "its answer")
+        process.send_signal(signal.SIGKILL)
+        process.wait()
+        self.run_cli("retry")
+        self.assertEqual(self.statuses(), {"f": "completed"})
+        self.assertEqual(len(self.deletions()), 1)
+        self.assertEqual([r["status"] for r in self.sandbox.requests(path="/files/1")], [404])
+
+    def statuses_on_disk(self):
+        saved = self.data / "queue.json"
+        return [item["status"] for item in json.loads(saved.read_text())["downloads"]] if saved.exists() else []
+
+    def test_stays_when_its_checksum_is_another(self):
+        self.serve_files({"f": ["5KB", {"crc32": "0badc0de"}]})
+        _, messages = self.get("/f", "--delete", status=1)
+        self.assertIn("put.io's is 0badc0de.", messages)
+        self.assertEqual(self.deletions(), [])
+
+    def test_stays_when_nobody_knows_its_size(self):
+        self.serve_files({"f": "5KB", "empty": "0"}, "--fault", "api:/v2/files/list*:listed-size=0")
+        for name in ("f", "empty"):
+            status = 0 if name == "empty" else 1
+            self.get(f"/{name}", "--delete", status=status)
+        self.assertEqual([r["form"] for r in self.deletions()], [{"file_ids": "2"}])
+
+
+class OnlyCopy(DeletionTest):
+    def sizes(self):
+        return {str(path.relative_to(self.downloads)): path.stat().st_size
+                for path in self.downloads.rglob("*") if path.is_file()}
+
+    def test_two_files_of_one_name_are_both_kept(self):
+        self.serve_files('{"files": {"F": {"a": 1000, "a": 2000}}}')
+        self.get("/F", "--delete", "--on-conflict", "replace")
+        self.assertEqual(set(self.sizes()), {"F/a", "F/a (1)"})
+        self.assertEqual(set(self.sizes().values()), {1000, 2000})
+        self.assertEqual(self.run_cli("ls")[0], "")
+
+    def test_a_file_and_a_folder_of_one_name_are_both_kept(self):
+        self.serve_files('{"files": {"F": {"a": 1000, "a": {"b": 2000}}}}')
+        self.get("/F", "--delete", "--on-conflict", "replace", "--jobs", "1")
+        self.assertEqual(self.sizes(), {"F/a/b": 2000, "F/a (1)": 1000})
+        self.assertEqual(self.run_cli("ls")[0], "")
+
+    def test_two_paths_of_one_command_and_a_later_one_are_all_kept(self):
+        self.serve_files({"A": {"f": "1KB"}, "B": {"f": "2KB"}, "C": {"f": "3KB"}})
+        self.get("/A/f", "/B/f", "--delete", "--on-conflict", "replace")
+        self.run_cli("clear")
+        self.get("/C/f", "--on-conflict", "replace")
+        self.assertEqual(set(self.sizes()), {"f", "f (1)", "f (2)"})
+        self.assertEqual(set(self.sizes().values()), {1000, 2000, 3000})
+
+    def test_nothing_comes_into_tovris_own_folder(self):
+        self.serve_files({"f": "5KB"})
+        link = self.home / "link"
+        link.symlink_to(self.data)
+        for folder in (self.data, self.data / "Staging" / "x", link / "x"):
+            _, messages = self.run_cli("get", "/f", "--to", str(folder), status=1)
+            self.assertIn("belongs to Tovri's own data", messages)
+        self.assertEqual(self.sandbox.requests(), [])
+        self.run_cli("config", "defaultDownloadPath", str(self.data / "Partial"))
+        _, messages = self.run_cli("get", "/f", status=1)
+        self.assertIn("belongs to Tovri's own data", messages)
+        self.assertEqual(self.sandbox.requests("storage"), [])
+
+
+class QueuedAlready(DeletionTest):
+    def test_without_its_deletion_is_not_deleted_and_says_so(self):
+        self.serve_files({"F": {"first": "5KB", "last": "7KB"}})
+        self.get_half()
+        _, messages = self.get("/F", "--delete", status=1)
+        self.assertIn('"F" was queued without its deletion from put.io', messages)
+        self.assertEqual(set(self.statuses().values()), {"completed"})
+        self.assertEqual(self.deletions(), [])
+
+    def test_with_its_deletion_is_deleted_and_says_so(self):
+        self.serve_files({"F": {"first": "5KB", "last": "7KB"}})
+        self.get_half("--delete")
+        _, messages = self.get("/F", status=1)
+        self.assertIn('"F" was queued with its deletion from put.io', messages)
+        self.assertEqual(len(self.deletions()), 1)
