@@ -197,14 +197,16 @@ void DownloadManager::setPaused(bool isPaused) {
 void DownloadManager::pauseAll() {
     setPaused(true);
     for (const DownloadPointer& item : list_.withStatus(Status::downloading)) pause(item);
-    for (const DownloadPointer& item : list_.withStatus(Status::queued)) list_.take(*item, StatusStep::pauseWaiting);
+    for (const DownloadPointer& item : list_.withStatus(Status::queued))
+        if (item->status == Status::queued) list_.take(*item, StatusStep::pauseWaiting);  // an observer may have
     scheduleSave();
 }
 
 void DownloadManager::resumeAll() {
     setPaused(false);
     for (DownloadRun* run : runs_) run->goOnAfterPause();
-    for (const DownloadPointer& item : list_.withStatus(Status::paused)) list_.take(*item, StatusStep::resume);
+    for (const DownloadPointer& item : list_.withStatus(Status::paused))
+        if (item->status == Status::paused) list_.take(*item, StatusStep::resume);  // an observer may have
     processQueue();
     scheduleSave();
 }

@@ -262,6 +262,10 @@ TEST_F(Arriving, aFolderStaysWithTheOneThatDiffers) {
     EXPECT_THAT(World::outcome(world.find(good)),
                 testing::AllOf(testing::StartsWith("remoteDeleteFailed: "), testing::HasSubstr("\"bad\"")));
     EXPECT_TRUE(world.deletions.empty());
+    world.mayLose = true;
+    manager.deleteAnyway(world.find(bad));
+    world.settle();
+    EXPECT_EQ(world.deletions, std::vector{folder});
 }
 
 }  // namespace

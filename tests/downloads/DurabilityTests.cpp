@@ -59,7 +59,7 @@ TEST_F(Durable, takesTheFilesOfTwoSecondsToTheDiskTogether) {
     EXPECT_TRUE(isOnDisk("a") && isOnDisk("b"));
     EXPECT_TRUE(first->durable == true && second->durable == true);
     EXPECT_EQ(syncsOf(World::downloads / "a"), 1U);
-    EXPECT_EQ(syncsOf(journal), 1U);
+    EXPECT_LE(syncsOf(journal), 1U) << "none where the queue file says it already";
     world.settle();
     world.kill();
     world.start();

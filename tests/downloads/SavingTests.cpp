@@ -187,6 +187,7 @@ TEST_F(Saving, aLongQueueLosesNothingOfWhatItHasNotWritten) {
             ++known;
         unsaved += completed - known;
         world.start();
+        world.loop.advance(50ms);  // what had arrived is looked for
         EXPECT_GE(manager().downloads().count(Status::completed), completed);
     }
     EXPECT_GT(unsaved, 10U);
@@ -204,8 +205,8 @@ TEST_F(Saving, theJournalForgetsNothingThatCouldNotBeWritten) {
     EXPECT_FALSE(manager().saveNow());
     world.kill();
     world.start();
-    EXPECT_EQ(World::outcome(world.find(item->fileID)), "completed");
     world.loop.advance(1min);
+    EXPECT_EQ(World::outcome(world.find(item->fileID)), "completed");
     EXPECT_EQ(world.tree(), "f=content of f");
     EXPECT_EQ(world.transfersOf(item->fileID), 1U);
     EXPECT_FALSE(world.files.exists(journal));

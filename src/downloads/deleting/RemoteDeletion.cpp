@@ -36,6 +36,13 @@ private:
     std::string text_;
 };
 
+// What is said of a folder when this item alone stands in the way, because it differs from put.io's record.
+std::optional<std::string> ownObjection(const Download& item) {
+    const std::optional<std::string> difference = arrivalDifference(item);
+    if (!difference || !item.folderGroupID) return std::nullopt;
+    return "\"" + item.fileName + "\": " + *difference + " " + nothingDeletedText;
+}
+
 // Whether put.io may have done what it was asked for.
 bool isAnswerLost(const Error& error) {
     constexpr int firstServerError = 500;
@@ -80,7 +87,8 @@ void RemoteDeletion::tryAgain(const DownloadPointer& item, std::optional<std::st
         std::ranges::sort(deletion.members, {}, [](const DownloadPointer& member) { return member->position; });
     }
     deletion.isRetry = true;
-    deletion.accepted = std::move(accepted);
+    deletion.accepted = accepted && accepted == arrivalDifference(*item) && item->folderGroupID ? ownObjection(*item)
+                                                                                                : std::move(accepted);
     scope_.start(deleteRemote(std::move(deletion)));
 }
 
@@ -238,7 +246,7 @@ void RemoteDeletion::end(const std::vector<DownloadPointer>& items, Result<void>
 }
 
 void RemoteDeletion::miss(Download& item, const Error& reason) {
-    item.error = reason.description;
+    item.error = reason.description == ownObjection(item) ? arrivalDifference(item) : reason.description;
     item.isUnproven = reason.code == ErrorCase::unproven;
     list_.take(item, StatusStep::missDeletion);
 }

@@ -2,10 +2,9 @@
 
 import json
 import os
-import signal
 import urllib.parse
 
-from support import ProgramTest
+from support import ProgramTest, wait_until
 
 STRANGERS = "The folder holds files that were not downloaded."
 NOTHING = "Nothing was deleted from put.io."
@@ -30,10 +29,9 @@ class DeletionTest(ProgramTest):
         """Gets the folder F, and dies when all of it but the file "last" is here."""
         self.sandbox.fault("storage:last:stall=1")
         process = self.start("get", "/F", "--to", str(self.downloads), *arguments)
-        self.wait_until(lambda: (self.data / "queue.json").exists() and self.statuses().get("first") == "completed",
+        wait_until(lambda: (self.data / "queue.json").exists() and self.statuses().get("first") == "completed",
                         "the first file")
-        process.send_signal(signal.SIGKILL)
-        process.wait()
+        self.end(process)
         self.sandbox.call("DELETE", "faults")
 
     def assert_kept(self, reason, *command):
@@ -119,10 +117,9 @@ class File(DeletionTest):
     def test_is_looked_up_when_the_program_was_killed_before_the_answer(self):
         self.serve_files({"f": "5KB"}, "--fault", "api:/v2/files/delete:stall=1")
         process = self.start("get", "/f", "--to", str(self.downloads), "--delete")
-        self.wait_until(lambda: self.statuses_on_disk() == ["deleting"] and self.deletions(), "the deletion")
-        self.wait_until(lambda: self.deletions()[0]["status"] == 200, "its answer")
-        process.send_signal(signal.SIGKILL)
-        process.wait()
+        wait_until(lambda: self.statuses_on_disk() == ["deleting"] and self.deletions(), "the deletion")
+        wait_until(lambda: self.deletions()[0]["status"] == 200, "its answer")
+        self.end(process)
         self.run_cli("retry")
         self.assertEqual(self.statuses(), {"f": "completed"})
         self.assertEqual(len(self.deletions()), 1)
@@ -171,6 +168,18 @@ class OnlyCopy(DeletionTest):
         self.get("/C/f", "--on-conflict", "replace")
         self.assertEqual(set(self.sizes()), {"f", "f (1)", "f (2)"})
         self.assertEqual(set(self.sizes().values()), {1000, 2000, 3000})
+
+    def test_files_of_two_rules_are_both_kept(self):
+        self.serve_files({"A": {"G": {}}, "B": {"G": {}}})
+        self.run_cli("config", "conflictBehavior", "replace")
+        for folder in ("/A", "/B"):
+            self.run_cli("rules", "add", folder, str(self.downloads), "--delete")
+        self.change("add", path="/A/f", size="1KB")
+        self.change("add", path="/B/f", size="2KB")
+        self.run_cli("rules", "sync")
+        self.assertEqual(set(self.sizes()), {"f", "f (1)"})
+        self.assertEqual(set(self.sizes().values()), {1000, 2000})
+        self.assertEqual(len(self.deletions()), 2)
 
     def test_nothing_comes_into_tovris_own_folder(self):
         self.serve_files({"f": "5KB"})

@@ -31,10 +31,10 @@ std::string outcome(const ExpectedAnswer& expected, const AnswerHead& answer) {
 
 TEST(AnswerCheck, aWholeFileIsAsLongAsAnnouncedOrElseAsListed) {
     struct Case {
-        const char* what;
-        ByteCount listedSize;
+        const char* what = "";
+        ByteCount listedSize = 0;
         AnswerHead answer;
-        const char* expected;
+        const char* expected = "";
     };
 
     const Case cases[] = {
@@ -66,10 +66,10 @@ TEST(AnswerCheck, aWholeFileIsAsLongAsAnnouncedOrElseAsListed) {
 
 TEST(AnswerCheck, theRestIsExactlyTheRest) {
     struct Case {
-        const char* what;
+        const char* what = "";
         AnswerHead answer;
-        bool isAccepted;
-        bool isAcceptedWithChecksum;
+        bool isAccepted = false;
+        bool isAcceptedWithChecksum = false;
     };
 
     const Case cases[] = {

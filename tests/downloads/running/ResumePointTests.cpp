@@ -24,7 +24,7 @@ TEST(Checksum, isTheSameHoweverTheBytesCome) {
 
 TEST(Checksum, isReadAsTheServiceWritesIt) {
     struct Case {
-        const char* text;
+        const char* text = "";
         std::optional<std::uint32_t> value;
     };
 

@@ -78,7 +78,7 @@ TEST_F(Downloads, deletesAnywayWhatTheUserHasReadIsMissing) {
                                    [](const auto& entry) { return entry.title == "Delete from put.io Anyway"; });
     };
     world.doesNotConfirm = true;
-    world.settle();
+    world.loop.advance(1s);
     ASSERT_TRUE(offers());
     screen.perform(DownloadAction::deleteAnyway, item->id);
     EXPECT_TRUE(world.deletions.empty());
@@ -87,16 +87,16 @@ TEST_F(Downloads, deletesAnywayWhatTheUserHasReadIsMissing) {
               "\"/home/user/Downloads/f\" is not there any more. Nothing was deleted from put.io. It is deleted from "
               "put.io all the same.");
     screen.dialogs().confirm();
-    world.settle();
+    world.loop.advance(1s);
     EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: put.io did not confirm the deletion.");
     EXPECT_FALSE(offers());  // nothing was found missing that time
     world.doesNotConfirm = false;
     world.mayLose = true;
     world.manager().retryDelete(item);
-    world.settle();
+    world.loop.advance(1s);
     screen.perform(DownloadAction::deleteAnyway, item->id);
     screen.dialogs().confirm();
-    world.settle();
+    world.loop.advance(1s);
     EXPECT_EQ(World::outcome(item), "completed");
     EXPECT_EQ(world.deletions.size(), 1U);
 }
