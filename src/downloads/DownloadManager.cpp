@@ -25,6 +25,8 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       groups_(list_),
       conflicts_(list_),
       lanes_(platform.loop, platform.files, platform.volumes),
+      receiving_({platform.loop, platform.volumes, platform.files, platform.random, lanes_},
+                 platform.folders.applicationData),
       deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_, brought_}),
       settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
       placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_, brought_),
@@ -47,8 +49,9 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
               .placement = placement_,
               .durability = durability_,
               .lanes = lanes_,
+              .receiving = receiving_,
+              .kept = kept_,
               .dataFolder = platform.folders.applicationData,
-              .partialFolder = platform.folders.applicationData / "Partial",
               .stagingFolder = store_->stagingDirectory(),
               .runWaits = [this] { runEnded(); }},
       securing_(durability_.onDone([this] { finishSuspending(); })) {
@@ -221,7 +224,7 @@ void DownloadManager::abandon(const DownloadPointer& item) {
     abandonRun(*item);
     settlement_.markCancelled(item);
     conflicts_.dismissConflict(*item);
-    dropToken(*item);
+    dropArrived(*item);
     item->stagedURL.reset();
 }
 
@@ -238,13 +241,13 @@ void DownloadManager::remove(const DownloadPointer& item) {
     const DownloadPointer removed = list_.remove(*item);  // as `item` may be what the list held
     if (!removed) return;
     conflicts_.dismissConflict(*removed);
-    dropToken(*removed);
+    dropArrived(*removed);
     processQueue();
     scheduleSave();
 }
 
 void DownloadManager::clearFinished() {
-    for (const DownloadPointer& item : finishedDownloads()) dropToken(*item);
+    for (const DownloadPointer& item : finishedDownloads()) dropArrived(*item);
     list_.removeFinished();
     scheduleSave();
 }

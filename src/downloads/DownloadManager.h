@@ -5,8 +5,8 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <set>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -20,6 +20,8 @@
 #include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
 #include "downloads/restoring/Recovery.h"
+#include "downloads/running/KeptFiles.h"
+#include "downloads/running/ReceivingFolders.h"
 #include "downloads/running/RunSurroundings.h"
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
@@ -175,8 +177,8 @@ private:
     void abandon(const DownloadPointer& item);
     void pauseAtRest(Download& item);
     void dropToken(Download& item);
-    Task<> removePartial(std::filesystem::path partial);
-    Task<> removePartialsBut(std::set<std::string> kept);
+    void dropArrived(Download& item);
+    void removePartial(std::string_view token);
     void finishSuspending();
 
     [[nodiscard]] std::vector<DownloadPointer> loadQueue();
@@ -214,6 +216,8 @@ private:
     FolderGroups groups_;
     ConflictQueue conflicts_;
     VolumeLanes lanes_;
+    ReceivingFolders receiving_;
+    KeptFiles kept_;
     RemoteDeletion deletion_;
     Settlement settlement_;
     Placement placement_;

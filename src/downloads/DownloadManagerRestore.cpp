@@ -21,11 +21,14 @@ void normalize(Download& item, bool isQueuePaused, FileManager& files) {
         if (item.stagedURL && files.exists(*item.stagedURL)) return;
         item.stagedURL.reset();
         startOver(item);
-    } else if (item.status == Status::downloading && !item.resumeData) {
+    } else if (item.status == Status::downloading && !item.resumeData && !item.receivedFile) {
         startOver(item);
     }
     item.status =
         target(isQueuePaused ? StatusStep::restorePaused : StatusStep::restore, item.status).value_or(item.status);
+    const bool mayBePlaced =
+        item.status == Status::queued || item.status == Status::paused || item.status == Status::failed;
+    if (!mayBePlaced) item.receivedFile.reset();
 }
 
 }  // namespace
@@ -36,6 +39,7 @@ void DownloadManager::restoreQueue() {
     saves_.open();
     store_->removeHalfWritten();
     store_->createStagingDirectory();
+    receiving_.load();
     std::vector<DownloadPointer> items = loadQueue();
     for (const DownloadPointer& item : items) normalize(*item, around_.isQueuePaused, platform_.files);
     list_.append(items);
@@ -53,19 +57,29 @@ void DownloadManager::restoreQueue() {
 // first.
 void DownloadManager::cleanUp(const std::vector<DownloadPointer>& items, std::vector<PlacementEntry> placements) {
     std::set<std::filesystem::path> kept;
+    const auto keep = [&](std::string_view token) {
+        const auto point = ResumePoint::parse(token);
+        if (!point) return;
+        const auto own = platform_.folders.applicationData / "Partial";
+        kept.insert(point->folder.value_or(own) / point->partial.text());
+    };
     for (const DownloadPointer& item : items) {
         if (item->status == Status::awaitingConflict)
             kept.insert(std::filesystem::path(*item->stagedURL).lexically_normal());
-        if (const auto point = item->resumeData ? ResumePoint::parse(*item->resumeData) : std::nullopt)
-            kept.insert(around_.partialFolder / point->partial.text());
+        if (item->resumeData) keep(*item->resumeData);
+        if (item->receivedFile) {
+            keep(*item->receivedFile);
+            kept_.note(item);
+        }
     }
     std::set<std::filesystem::path> staged = kept;
-    std::set<std::string> partials;
+    ReceivingFolders::Names partials;
     for (const PlacementEntry& placement : placements) staged.insert({placement.staged, witnessPath(placement.staged)});
     for (const std::filesystem::path& path : staged) partials.insert(path.filename());
     recovery_.lookForArrived(std::move(placements), kept, machineStart());
     store_->cleanStaging(staged);
-    scope_.start(removePartialsBut(std::move(partials)));
+    receiving_.clean(std::move(partials));
+    for (const std::filesystem::path& folder : receiving_.folders()) scope_.start(receiving_.forgetIfGone(folder));
 }
 
 // What was not durable when the machine stopped may be gone. A queue file of an earlier version does not say which that
@@ -100,6 +114,7 @@ void DownloadManager::goOn(const DownloadPointer& item) {
         return;
     }
     if (item->status == Status::queued) processQueue();
+    if (item->status == Status::completed) dropArrived(*item);
 }
 
 void DownloadManager::fetchAgain(const DownloadPointer& item) {

@@ -71,34 +71,29 @@ void DownloadManager::runEnded() {
 
 // What it awaits, and what has arrived of it, is wanted no more.
 void DownloadManager::abandonRun(Download& item) {
-    if (item.run) item.run->abandon();
+    if (item.run) {
+        item.run->abandon();
+        item.receivedFile.reset();
+    }
     item.stagedURL.reset();
 }
 
 void DownloadManager::dropToken(Download& item) {
     if (use_ == Use::editing || !item.resumeData) return;
-    const auto point = ResumePoint::parse(*item.resumeData);
+    removePartial(*item.resumeData);
     item.resumeData.reset();
-    if (point) scope_.start(removePartial(around_.partialFolder / point->partial.text()));
 }
 
-Task<> DownloadManager::removePartial(std::filesystem::path partial) {
-    Result<std::string> lane = co_await lanes_.laneOf(partial.parent_path(), {});
-    if (lane) platform_.volumes.run(*lane, [&files = platform_.files, partial] { (void)files.removeItem(partial); });
+// As dropToken, and what has arrived whole.
+void DownloadManager::dropArrived(Download& item) {
+    dropToken(item);
+    if (use_ == Use::editing || !item.receivedFile) return;
+    removePartial(*item.receivedFile);
+    item.receivedFile.reset();
 }
 
-// Nobody will ask for these again.
-Task<> DownloadManager::removePartialsBut(std::set<std::string> kept) {
-    Result<std::string> lane = co_await lanes_.laneOf(around_.partialFolder, {});
-    if (!lane) co_return;
-    platform_.volumes.run(*lane, [&files = platform_.files, folder = around_.partialFolder, kept = std::move(kept)] {
-        const auto entries = files.directoryContents(folder);
-        if (!entries) return;
-        for (const std::filesystem::path& entry : *entries) {
-            const std::string name = entry.filename().native().substr(0, UUID::textLength);  // without ".moving"
-            if (UUID::parse(name) && !kept.contains(name)) (void)files.removeItem(entry);
-        }
-    });
+void DownloadManager::removePartial(std::string_view token) {
+    if (const auto point = ResumePoint::parse(token)) receiving_.remove(point->folder, point->partial.text());
 }
 
 void DownloadManager::suspend(std::function<void()> done) {

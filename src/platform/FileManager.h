@@ -65,6 +65,10 @@ public:
     // With all missing parents; an existing folder is fine.
     [[nodiscard]] virtual Result<void> createDirectories(const Path& path) = 0;
 
+    // A folder for its owner alone; only the last part of the path may be missing. An existing one is fine if it
+    // belongs to the user or to whoever owns the folder above it, and is no link.
+    [[nodiscard]] virtual Result<void> createPrivateFolder(const Path& path) = 0;
+
     // The entries of a folder, hidden ones included, in no particular order.
     [[nodiscard]] virtual Result<std::vector<Path>> directoryContents(const Path& path) = 0;
 

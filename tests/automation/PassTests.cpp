@@ -166,6 +166,20 @@ TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
     EXPECT_THAT(home.arrived(), UnorderedElementsAre("new.mkv", "unlucky.mkv"));
 }
 
+TEST_F(Passes, fetchAFileOnceThatCannotBePlaced) {
+    home.watch(shows);
+    const std::int64_t file = world().addFile("new.mkv", "new", shows);
+    world().files.failNext("moveItem", SyncWorld::local / "new.mkv", {ErrorCase::file, "The disk is broken."}, 3);
+    for (int pass = 0; pass < 3; ++pass) {
+        home.pass();
+        EXPECT_EQ(World::outcome(world().find(file)), "failed: The disk is broken.");
+        EXPECT_EQ(world().files.files(World::partials).size(), 1U);
+    }
+    home.pass();
+    EXPECT_THAT(home.arrived(), ElementsAre("new.mkv"));
+    EXPECT_EQ(world().transfersOf(file), 1U);
+}
+
 TEST_F(Passes, doNotQueueAFileTwiceThatLeftTheFolderForAWhile) {
     home.watch(shows);
     world().manager().pauseAll();

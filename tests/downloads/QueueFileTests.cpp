@@ -26,6 +26,7 @@ DownloadRecord fullRecord() {
     item.progress = 0.25;
     item.bytesDownloaded = 250;
     item.error = "no\nway";
+    item.receivedFile = std::make_shared<const ByteBlob>("whole");
     item.resumeData = "token";
     item.startedAt = Timestamp(std::chrono::milliseconds(978'307'200'500));  // half a second after the epoch
     item.completedAt = Timestamp(std::chrono::seconds(978'307'199));
@@ -49,6 +50,7 @@ constexpr std::string_view fullText = R"({
       "folderGroupID": "11111111-2222-4333-8444-555555555555",
       "id": "00112233-4455-6677-8899-AABBCCDDEEFF",
       "progress": 0.25,
+      "receivedFile": "d2hvbGU=",
       "resolvedURL": "file:\/\/\/home\/user\/a%25b",
       "resumeData": "dG9rZW4=",
       "securityScopeBookmark": "Af8\/",

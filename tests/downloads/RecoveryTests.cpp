@@ -9,7 +9,8 @@ namespace {
 // Every way that a file can take: to a free name, to a taken one, alone or with its folder deleted from put.io.
 class Journey : public World {
 public:
-    Journey() {
+    explicit Journey(bool isOnOtherVolume) {
+        if (isOnOtherVolume) files.addVolume("/home");
         storage.latency = std::chrono::milliseconds(300);  // so that saves fall between the steps
         volumes.longestDelays["saves"] = std::chrono::milliseconds(300);
         preferences.setMaxConcurrentDownloads(2);
@@ -55,6 +56,8 @@ public:
     void checkRest() {
         EXPECT_TRUE(files.files(staging).empty());
         EXPECT_TRUE(files.files(partials).empty());
+        for (const auto& [path, content] : files.files("/home"))
+            EXPECT_EQ(path.native().find(".tovri-"), std::string::npos) << path;
         for (const DownloadPointer& item : manager().downloads().items()) {
             const bool mayAsk = item->status == Download::Status::remoteDeleteFailed;
             EXPECT_TRUE(item->status == Download::Status::completed || mayAsk)
@@ -70,10 +73,10 @@ private:
 // Ends a journey after one step, another after two, and so on up to its last one. `stop` lets the journey run up to
 // the step and says whether there was one.
 template <class Stop, class End, class Check>
-void endAtEveryStep(Stop stop, End end, Check check) {
+void endAtEveryStep(bool isOnOtherVolume, Stop stop, End end, Check check) {
     for (int step = 1;; ++step) {
         SCOPED_TRACE("ended after step " + std::to_string(step));
-        Journey journey;
+        Journey journey(isOnOtherVolume);
         const bool hasStopped = stop(journey, step);
         const bool hadAll = journey.hasSavedAll();
         end(journey);
@@ -83,6 +86,13 @@ void endAtEveryStep(Stop stop, End end, Check check) {
         if (hadAll) check(journey);
         if (!hasStopped || testing::Test::HasFailure()) return;
     }
+}
+
+// The same with the downloads on the data folder's volume, and on another one.
+template <class Stop, class End, class Check>
+void endAtEveryStep(Stop stop, End end, Check check) {
+    endAtEveryStep(false, stop, end, check);
+    endAtEveryStep(true, stop, end, check);
 }
 
 bool stopAfterJob(Journey& journey, int count) {

@@ -27,6 +27,9 @@ public:
         world_.http.latency = milliseconds(1 + roll(200));
         world_.volumes.longestDelay = milliseconds(roll(2) * roll(300));
         for (int i = 0; i < 5; ++i) loose_.push_back(addFile("file " + std::to_string(i)));
+        for (std::size_t faults = roll(4); faults > 0; --faults)
+            world_.files.failNext("moveItem", World::downloads / ("file " + std::to_string(roll(5))),
+                                  {ErrorCase::file, "The disk is broken."});
         for (int i = 0; i < 2; ++i) {
             const std::int64_t folder = world_.addFolder("folder " + std::to_string(i));
             for (int k = 0; k < 2; ++k) addFile("member " + std::to_string(k), folder);
@@ -185,7 +188,7 @@ private:
         std::size_t tokens = 0;
         for (const DownloadPointer& item : world_.manager().downloads().items()) {
             SCOPED_TRACE(item->fileName + " " + World::outcome(item));
-            if (item->resumeData) ++tokens;
+            if (item->resumeData || item->receivedFile) ++tokens;
             EXPECT_TRUE(isFinished(item->status));
             // What the user has given up since need not survive a loss of power.
             if (item->resolvedURL && (item->status == Status::completed || !losesPower_))

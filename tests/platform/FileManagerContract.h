@@ -255,6 +255,15 @@ TEST_P(FileManagerContract, makesAndListsFolders) {
     EXPECT_FALSE(files.removeItem(here / "a"));
 }
 
+TEST_P(FileManagerContract, makesAPrivateFolderInOneThatIsThere) {
+    ASSERT_TRUE(files.createPrivateFolder(here / "p"));
+    ASSERT_TRUE(files.createPrivateFolder(here / "p"));
+    put(here / "p/file", "bytes");
+    EXPECT_FALSE(files.createPrivateFolder(here / "p/file"));
+    EXPECT_FALSE(files.createPrivateFolder(here / "none/p"));
+    EXPECT_FALSE(files.exists(here / "none"));
+}
+
 TEST_P(FileManagerContract, writesReadsAndAppends) {
     put(here / "a", "old and long");
     put(here / "a", "new");

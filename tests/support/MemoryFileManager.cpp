@@ -70,6 +70,12 @@ Result<void> MemoryFileManager::createDirectories(const Path& path) {
     return makeFolders(path);
 }
 
+Result<void> MemoryFileManager::createPrivateFolder(const Path& path) {
+    if (auto fine = begin("createPrivateFolder", path); !fine) return fine;
+    if (auto place = slot(path); !place) return failure(place);
+    return makeFolders(path);
+}
+
 Result<void> MemoryFileManager::makeFolders(const Path& path) {
     Path here = "/";
     NodePointer folder = root_;

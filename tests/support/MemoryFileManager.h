@@ -76,6 +76,7 @@ public:
     [[nodiscard]] bool isWithin(const Path& path, const Path& folder) override;
     [[nodiscard]] Result<Volume> volume(const Path& path) override;
     [[nodiscard]] Result<void> createDirectories(const Path& path) override;
+    [[nodiscard]] Result<void> createPrivateFolder(const Path& path) override;
     [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
     [[nodiscard]] Result<void> cloneFile(const Path& from, const Path& to) override;
     [[nodiscard]] Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) override;

@@ -40,6 +40,8 @@ struct DownloadRecord {
     ByteCount bytesDownloaded = 0;
     std::optional<std::string> error;    // why it failed last, as the user sees it
     std::optional<ByteBlob> resumeData;  // the transfer session's token
+    // The token of the whole file, from when it has arrived until it has its place: it is placed without being fetched.
+    std::shared_ptr<const ByteBlob> receivedFile;
     std::optional<Timestamp> startedAt;  // first start; kept across pauses and retries
     std::optional<Timestamp> completedAt;
     std::optional<std::string> stagedURL;        // path of the received file while a conflict is open

@@ -21,10 +21,10 @@ Result<void> FilePlacing::moveTo(const Path& target, Move move) const {
     if (source) journal->note(placement, item, *source, received, target);
     Result<void> moved = move();
     if (moved) noteBrought(target);
-    if (!crossesVolumes) return moved;
-    if (const auto arrived = files.identity(target); moved && arrived)
-        journal->note(placement, item, *arrived, received, target);  // the file has become another one
-    (void)files.removeItem(witnessPath(received));
+    // It has become another one; also within a volume where the system refuses to move it, as between two mounts.
+    if (const auto arrived = files.identity(target); moved && arrived && arrived != source)
+        journal->note(placement, item, *arrived, received, target);
+    if (crossesVolumes) (void)files.removeItem(witnessPath(received));
     return moved;
 }
 

@@ -10,7 +10,7 @@ namespace tovri {
 using Urgency = SaveSchedule::Urgency;
 
 DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
-    : around_(around), item_(std::move(item)), reception_(around, item_) {
+    : around_(around), item_(std::move(item)), reception_(around, item_), staging_(around) {
     item_->run = this;
 }
 
@@ -31,23 +31,26 @@ Task<Result<void>> DownloadRun::goTheWay() {
     if (!step || !isToGoOn()) co_return step;
     if (item_->resumeData)
         stage_ = Stage::transfer;
-    else if (item_->isBegunAgain)
+    else if (item_->isBegunAgain && !item_->receivedFile)
         step = co_await readRecord();
     if (!step || !isToGoOn()) co_return step;
-    step = co_await reception_.open();
+    step = co_await reception_.open(target_.parent_path(), targetLane_, stop_.get_token());
     if (!step || !isToGoOn()) co_return step;
+    if (reception_.isResumed()) stage_ = Stage::transfer;
     if (!reception_.isWhole()) {
         step = co_await receiveRest();
         if (!step || !isToGoOn()) co_return step;
     }
     step = co_await prove();
     if (!step || !isToGoOn()) co_return step;
+    noteWhole();
     step = co_await place(reception_.partial()->path());
     co_return step;
 }
 
 Task<> DownloadRun::tellFromConflict(Path staged) {
     stage_ = Stage::placement;
+    received_ = staged;
     Result<void> way = co_await findTarget();
     if (way && isCurrent()) way = co_await place(staged);
     if (!isCurrent()) {
@@ -114,19 +117,34 @@ Task<Result<std::string>> DownloadRun::findLink() {
 // What has arrived is compared with put.io's record. Bytes that were gone on from and do not fit its checksum are
 // fetched anew, once; any other difference is the user's to judge.
 Task<Result<void>> DownloadRun::prove() {
-    const auto listed = listedChecksum(*item_);
-    Result<ArrivedBytes> arrived = co_await reception_.finish(listed.has_value());
+    const auto expected = expectedChecksum();
+    Result<ArrivedBytes> arrived = co_await reception_.finish(listedChecksum(*item_) || item_->receivedFile);
     if (!arrived) co_return failure(arrived);
     if (!isToGoOn()) co_return Result<void>();
-    if (reception_.isResumed() && listed && listed != arrived->checksum && !std::exchange(item_->hasStartedOver, true))
-        co_return failure(Error(ErrorCase::transport, "Its checksum is " + arrived->checksum->text() +
-                                                          ", put.io's is " + listed->text() + "."));
+    const bool isOther = reception_.isResumed() && expected && expected != arrived->checksum;
+    if (isOther && (item_->receivedFile || !std::exchange(item_->hasStartedOver, true)))
+        co_return failure(Error(ErrorCase::transport, "Its checksum is " + arrived->checksum->text() + " instead of " +
+                                                          expected->text() + "."));
     item_->bytesDownloaded = arrived->length;
     item_->arrivedChecksum = arrived->checksum ? std::optional(arrived->checksum->text()) : std::nullopt;
     co_return Result<void>();
 }
 
+// What the bytes that were gone on from have to give; those of a file that had arrived whole, what they gave then.
+std::optional<Checksum> DownloadRun::expectedChecksum() const {
+    if (item_->receivedFile && reception_.isOnDisk()) return std::nullopt;
+    if (item_->receivedFile && item_->arrivedChecksum) return Checksum::parse(*item_->arrivedChecksum);
+    return listedChecksum(*item_);
+}
+
 // --- The placement ---
+
+// From here on the queue file says that nothing has to be fetched.
+void DownloadRun::noteWhole() {
+    if (item_->receivedFile) return;
+    if (auto token = reception_.tokenOfWhole()) item_->receivedFile = std::make_shared<const ByteBlob>(*token);
+    around_.saves.request(Urgency::gathered);
+}
 
 Placement::Request DownloadRun::placementOf(const Path& received) const {
     return {.run = this,
@@ -140,7 +158,8 @@ Placement::Request DownloadRun::placementOf(const Path& received) const {
 
 Task<Result<void>> DownloadRun::place(Path received) {
     stage_ = Stage::placement;
-    item_->speed = 0;
+    received_ = received;
+    if (std::exchange(item_->speed, 0) != 0) around_.list.tellProgress(*item_);
     Result<Path> placed = co_await around_.placement.place(placementOf(received), stop_.get_token());
     const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
     if (placed && isCurrent()) co_await secure(*placed);
@@ -171,6 +190,7 @@ Task<> DownloadRun::secure(Path placed) {
 
 void DownloadRun::settlePlaced(const Path& placed) {
     item_->stagedURL.reset();
+    item_->receivedFile.reset();
     around_.settlement.markCompleted(item_, placed);
 }
 
@@ -179,17 +199,22 @@ Task<Result<void>> DownloadRun::resolveConflict(Path received) {
     std::optional<ConflictChoice> choice = effectiveConflictChoice();
     Placement::Request request = placementOf(received);
     if (!choice) {
-        Result<Path> staged = co_await stage(received);
-        if (!staged) co_return failure(staged);
-        received = *staged;
+        const bool isOnlyCopy = co_await around_.placement.isOnlyCopy(target_, targetLane_);
+        if (!isCurrent()) co_return Result<void>();
+        choice = around_.conflicts.rememberedChoice(conflictOf(received, isOnlyCopy));
+        request.consent = isOnlyCopy ? ReplaceConsent::informed : ReplaceConsent::user;
+    }
+    if (!choice) {
+        Result<Path> staged = co_await staging_.stage(received, reception_.lane());
+        if (!staged) co_return failure(cannotBeStaged(staged.error()));
+        received = received_ = *staged;
         if (!isCurrent()) {
             removeOnVolume(received);
             co_return Result<void>();
         }
-        const bool isOnlyCopy = co_await around_.placement.isOnlyCopy(target_, targetLane_);
-        if (isCurrent()) choice = co_await askUser(received, isOnlyCopy);
         request.received = received;
-        request.consent = isOnlyCopy ? ReplaceConsent::informed : ReplaceConsent::user;
+        item_->receivedFile.reset();
+        choice = co_await askUser(received, request.consent == ReplaceConsent::informed);
         if (!choice || !isCurrent()) {
             removeOnVolume(received);
             if (isCurrent()) item_->stagedURL.reset();
@@ -206,12 +231,17 @@ Task<Result<void>> DownloadRun::resolveConflict(Path received) {
     }
     if (!placed) co_return failure(placed);
     item_->stagedURL.reset();
+    item_->receivedFile.reset();
     if (placed->empty())
         around_.settlement.markSkipped(item_);
     else
         settlePlaced(*placed);
     if (wasUserAsked_) around_.saves.request(Urgency::soon);
     co_return Result<void>();
+}
+
+Error DownloadRun::cannotBeStaged(const Error& reason) const {
+    return {reason.code, "\"" + item_->fileName + "\" cannot be set aside until you decide: " + reason.description};
 }
 
 std::optional<ConflictChoice> DownloadRun::effectiveConflictChoice() const {
@@ -229,19 +259,13 @@ std::optional<ConflictChoice> DownloadRun::effectiveConflictChoice() const {
     return ConflictChoice::keepBoth;
 }
 
-// The file waits for the user in the staging folder, perhaps for days: its bytes are to survive until then.
-Task<Result<std::filesystem::path>> DownloadRun::stage(Path received) {
-    if (received.parent_path() == around_.stagingFolder) co_return received;
-    const Path staged = around_.stagingFolder / around_.random.makeUUID().text();
-    auto move = [&files = around_.files, received, staged]() -> Result<Path> {
-        if (Result<void> made = files.createDirectories(staged.parent_path()); !made) return failure(made);
-        if (Result<void> moved = files.moveItem(received, staged, {}); !moved) return failure(moved);
-        if (Result<void> durable = files.makeDurable(staged); !durable) return failure(durable);
-        return staged;
-    };
-    Result<Path> moved =
-        co_await onVolume<Path>(around_.loop, around_.volumes, reception_.partial()->lane(), {}, std::move(move));
-    co_return moved;
+FileConflict DownloadRun::conflictOf(Path received, bool isOnlyCopy) const {
+    return {.id = around_.random.makeUUID(),
+            .download = item_,
+            .existingURL = target_,
+            .tempURL = std::move(received),
+            .isOnlyCopy = isOnlyCopy,
+            .continuation = {}};
 }
 
 Task<ConflictResolution> DownloadRun::askUser(Path received, bool isOnlyCopy) {
@@ -249,11 +273,7 @@ Task<ConflictResolution> DownloadRun::askUser(Path received, bool isOnlyCopy) {
     item_->speed = 0;
     around_.list.take(*item_, StatusStep::ask);
     if (!isCurrent()) co_return std::nullopt;
-    FileConflict conflict{.id = around_.random.makeUUID(),
-                          .download = item_,
-                          .existingURL = target_,
-                          .tempURL = std::move(received),
-                          .isOnlyCopy = isOnlyCopy};
+    FileConflict conflict = conflictOf(std::move(received), isOnlyCopy);
     const ConflictResolution remembered = around_.conflicts.rememberedChoice(conflict);
     around_.saves.request(remembered ? Urgency::gathered : Urgency::soon);
     if (remembered) co_return remembered;
@@ -285,19 +305,44 @@ Task<> DownloadRun::conclude(Result<void> way) {
     } else if (stage_ == Stage::transfer) {
         co_await failTransfer(std::move(way.error()));
     } else {
+        co_await keepWhole();
+        if (!isCurrent()) co_return;
         item_->stagedURL.reset();
         around_.settlement.markFailed(item_, way.error().description);
-        reception_.discard();
     }
+}
+
+// What has arrived and cannot be placed stays for the next try, and stays once.
+Task<> DownloadRun::keepWhole() {
+    std::optional<ByteBlob> token;
+    if (staging_.holds(received_)) {
+        Result<Staging::Unstaged> unstaged = co_await staging_.unstage(received_);
+        if (unstaged) received_ = std::move(unstaged->file);
+        if (unstaged) token = std::move(unstaged->token);
+    } else {
+        token = co_await reception_.keepWhole();
+    }
+    if (!isCurrent() || around_.kept.hasAnother(*item_)) token.reset();
+    if (!token) {
+        reception_.discard();
+        if (!staging_.holds(received_)) removeOnVolume(received_);
+    }
+    if (!isCurrent()) co_return;
+    item_->receivedFile = token ? std::make_shared<const ByteBlob>(std::move(*token)) : nullptr;
+    if (item_->receivedFile) around_.kept.note(item_);
 }
 
 // What has arrived reaches the disk before its token counts, unless that takes too long: then the token comes first.
 Task<> DownloadRun::keepArrived() {
-    const bool hasBegun = reception_.partial() != nullptr;
-    std::optional<ByteBlob> token = co_await reception_.keep(std::chrono::seconds(1));
-    if (!token || !isCurrent()) reception_.discard();
-    if (!isCurrent()) co_return;
-    if (hasBegun) item_->resumeData = std::move(token);
+    if (!item_->receivedFile) {
+        const bool hasBegun = reception_.partial() != nullptr;
+        std::optional<ByteBlob> token = co_await reception_.keep(std::chrono::seconds(1));
+        if (!token || !isCurrent()) reception_.discard();
+        if (!isCurrent()) co_return;
+        if (hasBegun) item_->resumeData = std::move(token);
+    } else {
+        around_.kept.note(item_);
+    }
     item_->speed = 0;
     if (wish_ == Wish::pause) around_.list.take(*item_, StatusStep::pause);
     if (wish_ == Wish::goOnLater) around_.list.take(*item_, StatusStep::yieldSlot);
@@ -321,6 +366,7 @@ void DownloadRun::startOver(const Error& error) {
     around_.log.line("[DownloadManager] Resume failed for " + item_->fileName + ", restarting: " + error.description);
     reception_.discard();
     item_->resumeData.reset();
+    item_->receivedFile.reset();
     item_->progress = 0;
     item_->bytesDownloaded = 0;
     item_->speed = 0;

@@ -9,6 +9,7 @@
 
 #include "downloads/running/Reception.h"
 #include "downloads/running/RunSurroundings.h"
+#include "downloads/running/Staging.h"
 
 namespace tovri {
 
@@ -57,12 +58,13 @@ private:
     Task<Result<std::string>> findLink();
     Task<Result<void>> receiveRest();
     Task<Result<void>> prove();
+    void noteWhole();
     Task<Result<void>> place(Path received);
     Task<Result<void>> resolveConflict(Path received);
-    Task<Result<Path>> stage(Path received);
     Task<ConflictResolution> askUser(Path received, bool isOnlyCopy);
 
     Task<> conclude(Result<void> way);
+    Task<> keepWhole();
     Task<> keepArrived();
     Task<> failTransfer(Error error);
     void startOver(const Error& error);
@@ -77,6 +79,9 @@ private:
     [[nodiscard]] bool isToGoOn() const { return isCurrent() && wish_ == Wish::goOn; }
 
     [[nodiscard]] Placement::Request placementOf(const Path& received) const;
+    [[nodiscard]] Error cannotBeStaged(const Error& reason) const;
+    [[nodiscard]] std::optional<Checksum> expectedChecksum() const;
+    [[nodiscard]] FileConflict conflictOf(Path received, bool isOnlyCopy) const;
     [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
 
     RunSurroundings& around_;
@@ -87,8 +92,10 @@ private:
     bool isWaitingForUser_ = false;
     bool wasUserAsked_ = false;
     Reception reception_;
+    Staging staging_;
     Path target_;
     std::string targetLane_;
+    Path received_;  // the whole file, from its placement on
 };
 
 }  // namespace tovri

@@ -26,38 +26,79 @@ std::optional<std::string> Reception::link() const {
     return resumed_ ? std::optional(resumed_->link) : std::nullopt;
 }
 
-Task<Result<void>> Reception::open() {
-    Result<std::string> lane = co_await around_.lanes.laneOf(around_.partialFolder, {});
-    if (!lane) co_return failure(lane);
-    ArrivedBytes arrived;
-    name_ = around_.random.makeUUID();
-    if (item_->resumeData) {
-        resumed_ = ResumePoint::parse(*item_->resumeData);
-        item_->resumeData.reset();
-        around_.saves.request(Urgency::gathered);
-        if (!resumed_) co_return failure(lostToken());
-        name_ = resumed_->partial;
-        arrived = {.length = resumed_->offset, .checksum = resumed_->checksum};
-    }
-    const PartialFile::Place place{around_.files, around_.volumes, std::move(*lane),
-                                   around_.partialFolder / name_.text()};
-    partial_ = std::make_shared<PartialFile>(place, arrived);
-    if (!resumed_) co_return Result<void>();
-    Result<void> reopened = co_await reopen();
-    co_return reopened;
+Reception::~Reception() {
+    if (partial_) around_.receiving.removeIfEmpty(place_);
 }
 
-Task<Result<void>> Reception::reopen() {
-    link_ = resumed_->link;
-    partial_->announce({.length = resumed_->length, .validator = resumed_->validator, .limit = resumed_->length});
+// --- Where it begins ---
+
+Task<Result<void>> Reception::open(std::filesystem::path destination, std::string lane, std::stop_token stop) {
+    if (item_->resumeData) {
+        std::optional<ResumePoint> point = ResumePoint::parse(*item_->resumeData);
+        if (!point) {
+            dropToken();
+            co_return failure(lostToken());
+        }
+        Result<void> opened = co_await goOnFrom(std::move(*point), std::move(stop));
+        co_return opened;
+    }
+    const bool isFound = co_await findWhole(stop);
+    if (isFound) co_return Result<void>();
+    Result<ReceivingFolders::Place> place = co_await around_.receiving.choose(std::move(destination), lane, stop);
+    if (!place) co_return failure(place);
+    receiveIn(std::move(*place), around_.random.makeUUID(), {});
+    co_return Result<void>();
+}
+
+// Takes the item's token once nothing is left that may take long.
+Task<Result<void>> Reception::goOnFrom(ResumePoint point, std::stop_token stop) {
+    Result<ReceivingFolders::Place> place = co_await around_.receiving.find(point.folder, stop);
+    if (stop.stop_requested()) co_return failure(Error::cancelled());
+    if (!place) {
+        dropToken();
+        co_return failure(place);
+    }
+    receiveIn(std::move(*place), point.partial, {.length = point.offset, .checksum = point.checksum});
+    link_ = point.link;
+    partial_->announce({.length = point.length, .validator = point.validator, .limit = point.length});
+    resumed_ = std::move(point);
     auto open = [partial = partial_]() -> Result<ByteCount> {
         if (Result<void> opened = partial->reopen(); !opened) return failure(opened);
         return 0;
     };
     Result<ByteCount> opened =
         co_await onVolume<ByteCount>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(open));
+    if (!stop.stop_requested()) dropToken();
     if (!opened) co_return failure(opened);
     co_return Result<void>();
+}
+
+void Reception::dropToken() {
+    item_->resumeData.reset();
+    around_.saves.request(Urgency::gathered);
+}
+
+// A file that arrived whole and is not there any more is fetched again.
+Task<bool> Reception::findWhole(std::stop_token stop) {
+    if (!item_->receivedFile && !around_.kept.takeOver(*item_)) co_return false;
+    std::optional<ResumePoint> point = ResumePoint::parse(*item_->receivedFile);
+    const std::string damaged = "its token cannot be read";
+    Result<void> opened = failure(Error(ErrorCase::file, damaged));
+    if (point && point->isWhole()) opened = co_await goOnFrom(std::move(*point), stop);
+    if (opened || stop.stop_requested()) co_return true;
+    around_.log.line("[DownloadManager] What had arrived of " + item_->fileName +
+                     " is fetched again: " + opened.error().description);
+    item_->receivedFile.reset();
+    resumed_.reset();
+    partial_.reset();
+    co_return false;
+}
+
+void Reception::receiveIn(ReceivingFolders::Place place, const UUID& name, ArrivedBytes arrived) {
+    name_ = name;
+    place_ = std::move(place);
+    partial_ = std::make_shared<PartialFile>(
+        PartialFile::Place{around_.files, around_.volumes, place_.lane, place_.folder / name_.text()}, arrived);
 }
 
 // --- The transfer ---
@@ -147,8 +188,35 @@ std::optional<ByteBlob> Reception::tokenFor(const ArrivedBytes& arrived) const {
                        .length = *announced.length,
                        .offset = arrived.length,
                        .partial = name_,
-                       .checksum = arrived.checksum}
+                       .checksum = arrived.checksum,
+                       .folder = around_.receiving.tokenOf(place_.folder)}
         .encoded();
+}
+
+std::optional<ByteBlob> Reception::tokenOfWhole(ByteCount length, std::optional<Checksum> checksum) const {
+    if (length < 1) return std::nullopt;
+    ResumePoint point = ResumePoint::ofWhole(name_, length);
+    point.checksum = checksum;
+    point.folder = around_.receiving.tokenOf(place_.folder);
+    return point.encoded();
+}
+
+std::optional<ByteBlob> Reception::tokenOfWhole() const {
+    return tokenOfWhole(partial_->written().length, std::nullopt);
+}
+
+Task<std::optional<ByteBlob>> Reception::keepWhole() {
+    if (!partial_) co_return std::nullopt;
+    auto makeDurable = [partial = partial_, &files = around_.files]() -> Result<ArrivedBytes> {
+        Result<ArrivedBytes> arrived = partial->finish();
+        if (!arrived) return arrived;
+        if (Result<void> durable = files.makeDurable(partial->path()); !durable) return failure(durable);
+        if (files.fileSize(partial->path()) != arrived->length) return failure(lostToken());
+        return arrived;
+    };
+    Result<ArrivedBytes> arrived =
+        co_await onVolume<ArrivedBytes>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(makeDurable));
+    co_return arrived ? tokenOfWhole(arrived->length, arrived->checksum) : std::nullopt;
 }
 
 void Reception::discard() {

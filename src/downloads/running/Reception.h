@@ -21,15 +21,23 @@ class Reception {
 public:
     // `around` outlives this.
     Reception(RunSurroundings& around, DownloadPointer item);
+    Reception(const Reception&) = delete;
+    Reception& operator=(const Reception&) = delete;
+    ~Reception();
 
-    // Takes the item's token, if it has one, and finds what it stands for. Without one nothing is made yet.
-    Task<Result<void>> open();
+    // Takes the item's token, if it has one, and finds what it stands for; else looks for the whole file, which arrived
+    // before and could not be placed. With neither no file is made yet. `destination` is the folder that the file is
+    // bound for, `lane` that of its volume.
+    Task<Result<void>> open(std::filesystem::path destination, std::string lane, std::stop_token stop);
 
     // Whether it goes on from a token: from then on, no longer from the first byte.
     [[nodiscard]] bool isResumed() const { return resumed_.has_value(); }
 
-    // Whether the token stands for all bytes.
+    // Whether what it goes on from are all bytes.
     [[nodiscard]] bool isWhole() const { return resumed_ && resumed_->isWhole(); }
+
+    // Whether what it goes on from reached the disk, and had this checksum, before its token was written.
+    [[nodiscard]] bool isOnDisk() const { return resumed_ && resumed_->checksum; }
 
     // The link that the token goes on with.
     [[nodiscard]] std::optional<std::string> link() const;
@@ -44,14 +52,27 @@ public:
     // then nothing has to be kept. With a limit, the token counts what is written when the volume takes longer.
     Task<std::optional<ByteBlob>> keep(std::optional<std::chrono::milliseconds> limit);
 
+    // The token of the whole file, after finish(). Without a checksum: the bytes need not be on the disk.
+    [[nodiscard]] std::optional<ByteBlob> tokenOfWhole() const;
+
+    // The same with the checksum, once all bytes are on the disk; none when they are not there any more.
+    Task<std::optional<ByteBlob>> keepWhole();
+
     // Ends the reception and removes what has arrived.
     void discard();
+
+    // Of the volume on which the bytes are.
+    [[nodiscard]] const std::string& lane() const { return place_.lane; }
 
     // None before open() was successful.
     [[nodiscard]] const PartialFile* partial() const { return partial_.get(); }
 
 private:
-    Task<Result<void>> reopen();
+    Task<Result<void>> goOnFrom(ResumePoint point, std::stop_token stop);
+    void dropToken();
+    Task<bool> findWhole(std::stop_token stop);
+    void receiveIn(ReceivingFolders::Place place, const UUID& name, ArrivedBytes arrived);
+    [[nodiscard]] std::optional<ByteBlob> tokenOfWhole(ByteCount length, std::optional<Checksum> checksum) const;
     [[nodiscard]] ExpectedAnswer expectedAnswer() const;
     void progressed(ByteCount written);
     [[nodiscard]] std::optional<ByteBlob> tokenFor(const ArrivedBytes& arrived) const;
@@ -62,6 +83,7 @@ private:
     std::optional<ResumePoint> resumed_;
     std::string link_;
     UUID name_;  // of the partial file
+    ReceivingFolders::Place place_;
     std::shared_ptr<PartialFile> partial_;
 };
 

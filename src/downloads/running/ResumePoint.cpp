@@ -5,11 +5,14 @@
 #include <ranges>
 #include <vector>
 
+#include "base/FileURL.h"
+
 namespace tovri {
 namespace {
 
 constexpr std::string_view firstFormat = "tovri-resume-1";
 constexpr std::string_view format = "tovri-resume-2";
+constexpr std::string_view formatWithFolder = "tovri-resume-3";
 
 // What stands between line breaks; none when the last line has no end.
 std::optional<std::vector<std::string_view>> splitLines(std::string_view text) {
@@ -43,12 +46,13 @@ bool isUsable(const ResumePoint& point, bool mayBeWhole) {
 }  // namespace
 
 ByteBlob ResumePoint::encoded() const {
-    ByteBlob text(format);
+    ByteBlob text(folder ? formatWithFolder : format);
     for (const std::string& line : {std::to_string(length), std::to_string(offset), partial.text(), validator, link,
                                     checksum ? checksum->text() : std::string()}) {
         text += '\n';
         text += line;
     }
+    if (folder) text += '\n' + fileURLText(*folder, FileURLKind::folder);
     return text + '\n';
 }
 
@@ -56,8 +60,11 @@ std::optional<ResumePoint> ResumePoint::parse(std::string_view token) {
     const auto lines = splitLines(token);
     if (!lines || lines->size() < 6) return std::nullopt;
     const bool isFirstFormat = lines->front() == firstFormat;
-    if (!isFirstFormat && lines->front() != format) return std::nullopt;
-    if (lines->size() != (isFirstFormat ? 6U : 7U)) return std::nullopt;
+    const bool hasFolder = lines->front() == formatWithFolder;
+    if (!isFirstFormat && !hasFolder && lines->front() != format) return std::nullopt;
+    if (lines->size() != (isFirstFormat ? 6U : hasFolder ? 8U : 7U)) return std::nullopt;
+    const auto folder = hasFolder ? parseFileURL((*lines)[7]) : std::nullopt;
+    if (hasFolder && !folder) return std::nullopt;
 
     const auto length = parseCount((*lines)[1]);
     const auto offset = parseCount((*lines)[2]);
@@ -68,7 +75,8 @@ std::optional<ResumePoint> ResumePoint::parse(std::string_view token) {
                       .length = *length,
                       .offset = *offset,
                       .partial = *partial,
-                      .checksum = isFirstFormat ? std::nullopt : Checksum::parse((*lines)[6])};
+                      .checksum = isFirstFormat ? std::nullopt : Checksum::parse((*lines)[6]),
+                      .folder = folder};
     if (!isUsable(point, !isFirstFormat)) return std::nullopt;
     return point;
 }

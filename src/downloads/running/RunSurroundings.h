@@ -8,6 +8,8 @@
 #include "downloads/placing/ConflictQueue.h"
 #include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
+#include "downloads/running/KeptFiles.h"
+#include "downloads/running/ReceivingFolders.h"
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
 #include "downloads/saving/SaveSchedule.h"
@@ -34,9 +36,10 @@ struct RunSurroundings {
     Placement& placement;
     DurabilityCommit& durability;
     VolumeLanes& lanes;
+    ReceivingFolders& receiving;
+    KeptFiles& kept;
 
     std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded
-    std::filesystem::path partialFolder;
     std::filesystem::path stagingFolder;
     std::function<void()> runWaits;  // a run has begun to wait for the user
 

@@ -3,13 +3,14 @@
 namespace tovri {
 namespace {
 
-// That of the nearest folder that exists.
-std::string volumeLane(FileManager& files, std::filesystem::path folder) {
-    while (true) {
-        if (const auto identity = files.identity(folder)) return "volume " + std::to_string(identity->volume);
-        if (!folder.has_relative_path() || !folder.has_parent_path()) return "volume";
-        folder = folder.parent_path();
-    }
+std::string volumeLane(FileManager& files, const std::filesystem::path& folder) {
+    const Result<Volume> volume = files.volume(folder);
+    return volume ? "volume " + std::to_string(volume->number) : "volume";
+}
+
+// The lane in which that is found out.
+std::string folderLane(const std::filesystem::path& folder) {
+    return "folder " + folder.native();
 }
 
 }  // namespace
@@ -18,9 +19,15 @@ Task<Result<std::string>> VolumeLanes::laneOf(std::filesystem::path folder, std:
     if (const auto known = lanes_.find(folder.native()); known != lanes_.end()) co_return known->second;
     auto look = [&files = files_, folder]() -> Result<std::string> { return volumeLane(files, folder); };
     Result<std::string> lane =
-        co_await onVolume<std::string>(loop_, volumes_, "folder " + folder.native(), std::move(stop), std::move(look));
+        co_await onVolume<std::string>(loop_, volumes_, folderLane(folder), std::move(stop), std::move(look));
     if (lane) lanes_[folder.native()] = *lane;
     co_return lane;
+}
+
+void VolumeLanes::run(const std::filesystem::path& folder, VolumeQueues::Work work) {
+    volumes_.run(folderLane(folder), [&files = files_, &volumes = volumes_, folder, work = std::move(work)]() mutable {
+        volumes.run(volumeLane(files, folder), std::move(work));
+    });
 }
 
 }  // namespace tovri

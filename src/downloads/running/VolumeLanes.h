@@ -23,6 +23,10 @@ public:
     // The folder need not exist yet. ErrorCase::cancelled after a stop request, and nothing else.
     Task<Result<std::string>> laneOf(std::filesystem::path folder, std::stop_token stop);
 
+    // Does the work in the folder's lane, after all work of those who asked for that lane before. Needs nobody who
+    // waits for it, so it is done also when the process is about to end.
+    void run(const std::filesystem::path& folder, VolumeQueues::Work work);
+
 private:
     MainLoop& loop_;
     FileManager& files_;

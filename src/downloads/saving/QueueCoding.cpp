@@ -62,6 +62,7 @@ constexpr RecordFormat itemFormat{
     younger("isUnproven", &DownloadRecord::isUnproven, FlagFormat()),
     optional("listedSize", &DownloadRecord::listedSize, IntegerFormat()),
     required("progress", &DownloadRecord::progress, NumberFormat()),
+    optional("receivedFile", &DownloadRecord::receivedFile, SharedBase64Format()),
     optional("resolvedURL", &DownloadRecord::resolvedURL, FileURLFormat()),
     optional("resumeData", &DownloadRecord::resumeData, Base64Format()),
     optional("securityScopeBookmark", &DownloadRecord::securityScopeBookmark, SharedBase64Format()),

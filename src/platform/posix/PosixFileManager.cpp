@@ -103,6 +103,16 @@ Result<void> PosixFileManager::createDirectories(const Path& path) {
     return fileOutcome(failed == EEXIST ? ENOTDIR : failed, "create the folder", path);
 }
 
+Result<void> PosixFileManager::createPrivateFolder(const Path& path) {
+    if (::mkdir(path.c_str(), S_IRWXU) == 0) return {};
+    if (errno != EEXIST) return fileOutcome(errno, "create the folder", path);
+    const auto status = statusOf(path);
+    if (!status || !S_ISDIR(status->st_mode)) return fileOutcome(ENOTDIR, "create the folder", path);
+    const auto above = statusOf(parentOf(path));
+    const bool isOurs = status->st_uid == ::geteuid() || (above && above->st_uid == status->st_uid);
+    return fileOutcome(isOurs ? 0 : EPERM, "use the folder", path);
+}
+
 Result<std::vector<Path>> PosixFileManager::directoryContents(const Path& path) {
     std::vector<Path> found;
     std::error_code error;

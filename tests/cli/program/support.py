@@ -167,8 +167,8 @@ class ProgramTest(unittest.TestCase):
             subprocess.run([SANDBOX, *(account or self.account), "--write-tree", str(expected)], check=True,
                            stdout=subprocess.DEVNULL, timeout=LIMIT)
         self.assertEqual(tree_of(self.downloads), tree_of(expected))
-        for folder in ("Staging", "Partial"):
-            self.assertEqual(os.listdir(self.data / folder), [], f"orphans in {folder}")
+        left = [*self.data.glob("Staging/*"), *self.data.glob("Partial/*"), *self.downloads.rglob(".tovri-*")]
+        self.assertEqual(left, [], "orphans")
 
 
 def tree_of(folder):

@@ -48,6 +48,17 @@ TEST_F(PosixFileManagerTest, whatItWritesForTheProgramIsForTheOwnerAlone) {
     EXPECT_EQ(mode(here / "new"), 0700U);
     EXPECT_EQ(mode(here / "new/folder"), 0700U);
     EXPECT_EQ(mode(here / "new/folder/part"), 0600U);
+    ASSERT_TRUE(files.createPrivateFolder(here / "private"));
+    EXPECT_EQ(mode(here / "private"), 0700U);
+}
+
+TEST_F(PosixFileManagerTest, takesNobodyElsesFolderForAPrivateOne) {
+    std::filesystem::create_directory(here / "folder");
+    std::filesystem::create_symlink("folder", here / "link");
+    EXPECT_FALSE(files.createPrivateFolder(here / "link"));
+    std::filesystem::create_directory(here / "theirs");
+    if (::chown((here / "theirs").c_str(), 12345, 12345) != 0) GTEST_SKIP() << "needs the right to give folders away";
+    EXPECT_FALSE(files.createPrivateFolder(here / "theirs"));
 }
 
 TEST_F(PosixFileManagerTest, goesOnWithNothingButItsOwnFile) {

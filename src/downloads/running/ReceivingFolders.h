@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "downloads/running/VolumeLanes.h"
+#include "platform/RandomSource.h"
+
+namespace tovri {
+
+// Knows where the bytes of a download gather: on the volume that the file is bound for, so that it takes its place by a
+// rename and no other disk needs room for it. For the volume of the application's data that is `Partial` there; on
+// every other one a private folder, named after the data folder's own identifier, so that several data folders can use
+// one volume. A list of those stands beside the queue file: what it names, and nothing else, is cleaned and gone on
+// from.
+class ReceivingFolders {
+public:
+    using Path = std::filesystem::path;
+    using Names = std::set<std::string>;
+
+    // What it works with; outlives it.
+    struct Ports {
+        MainLoop& loop;
+        VolumeQueues& volumes;
+        FileManager& files;
+        RandomSource& random;
+        VolumeLanes& lanes;
+    };
+
+    // A folder that receives, with the lane of its volume.
+    struct Place {
+        Path folder;
+        std::string lane;
+    };
+
+    ReceivingFolders(Ports ports, const Path& applicationData);
+
+    // Reads the list. Blocks; before anything else.
+    void load();
+
+    // Where a file that is bound for `destination` is received. The folder on another volume is made, and listed before
+    // it is. `lane` is that of the destination's volume.
+    Task<Result<Place>> choose(Path destination, std::string lane, std::stop_token stop);
+
+    // The folder where a reception was begun; none stands for the one on the data's own volume. Fails for any that is
+    // not listed.
+    Task<Result<Place>> find(std::optional<Path> folder, std::stop_token stop);
+
+    // What a token has to say of a folder for `find`.
+    [[nodiscard]] std::optional<Path> tokenOf(const Path& folder) const;
+
+    // Those on other volumes.
+    [[nodiscard]] std::vector<Path> folders() const;
+
+    // Has all of them cleaned: what was received under any other name than these goes, and the folders on other volumes
+    // that are empty then. A volume that is not there keeps what it has. No file that is chosen a place later is
+    // touched.
+    void clean(Names kept);
+
+    // Takes the folder from the list if it is gone; a volume that is not there keeps its place.
+    Task<> forgetIfGone(Path folder);
+
+    // Removes a partial file, and its folder as removeIfEmpty.
+    void remove(const std::optional<Path>& folder, const std::string& name);
+
+    // Removes the folder if it is another volume's and empty.
+    void removeIfEmpty(const Place& place);
+
+private:
+    struct Listed {
+        std::string volume;  // Volume::identity
+        Path folder;
+
+        bool operator==(const Listed&) const = default;
+    };
+
+    // Where a volume's folder is, or is to be.
+    struct Found {
+        bool isOwnVolume = false;
+        Listed entry;
+    };
+
+    [[nodiscard]] static Result<Found> look(FileManager& files, const Path& destination,
+                                            std::optional<std::uint64_t> own, const std::vector<Listed>& listed,
+                                            const std::string& name);
+    [[nodiscard]] static bool isMounted(FileManager& files, const Listed& entry);
+    [[nodiscard]] bool isListed(const Path& folder) const;
+    [[nodiscard]] static bool holds(const std::vector<Listed>& list, const Listed& entry);
+    Task<Result<Listed>> listFor(Path destination, std::string lane, std::stop_token stop);
+    Task<Result<void>> write(std::stop_token stop);
+    [[nodiscard]] std::string folderName();
+
+    Ports ports_;
+    Path own_;
+    Path identifierFile_;
+    Path listFile_;
+    std::optional<std::uint64_t> ownVolume_;
+    std::optional<UUID> identifier_;
+    bool isIdentifierWritten_ = false;
+    std::vector<Listed> listed_;
+    std::vector<Listed> listedOnDisk_;  // for sure, whatever is being written
+    int writes_ = 0;
+    std::set<Path> chosen_;  // by this process
+};
+
+}  // namespace tovri
