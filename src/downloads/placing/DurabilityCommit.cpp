@@ -89,7 +89,7 @@ Task<> DurabilityCommit::commit(std::string lane) {
         for (Result<void>& durable : files.makeAllDurable(paths)) outcomes.push_back({.durable = std::move(durable)});
         for (std::size_t i = 0; i < paths.size(); ++i)
             outcomes[i].isGone = !outcomes[i].durable && !files.exists(paths[i]);
-        journal->makeDurable();
+        (void)journal->makeDurable();  // whoever deletes anything because of it asks again
         return outcomes;
     };
     Result<std::vector<Outcome>> outcomes =

@@ -162,7 +162,7 @@ class Hanging(DiskImage):
         frozen, other = json.loads(self.run_cli("ls", "/Generated", "--json")[0])["files"]
         self.sandbox.fault("storage:*:rate=200kB")
         process = self.start("get", str(frozen["id"]), "--to", str(self.disk))
-        self.wait_for_partial_bytes(1)
+        wait_until(lambda: any(file.stat().st_size for file in self.disk.glob(".tovri-*/*")), "the first bytes")
         self.interrupt(process)
         self.sandbox.call("DELETE", "faults")
 
