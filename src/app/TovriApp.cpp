@@ -20,6 +20,7 @@ void TovriApp::setup() {
     api_.emplace(makeClient());
     preferences_.refreshDownloadFolderBookmark();
     downloadManager_.configure(*api_, preferences_);
+    downloadManager_.setSignedIn(authManager_.isAuthenticated());
     downloadManager_.restoreQueue();
     syncManager_.configure(*api_, downloadManager_);
     fileBrowserState_.configure(*api_);
@@ -38,6 +39,7 @@ PutIOAPI TovriApp::makeClient() {
 // The queue stays as it is; so does the client, which takes the token of whoever signs in next.
 void TovriApp::follow(AuthManager::Change change) {
     if (change != AuthManager::Change::isAuthenticated) return;
+    downloadManager_.setSignedIn(authManager_.isAuthenticated());
     if (authManager_.isAuthenticated()) {
         startPolling();
         return;

@@ -22,6 +22,8 @@ enum class ErrorCase {
     decoding,            // an answer or a file is not the JSON that it should be
     transport,           // the connection failed, timed out or broke off
     alreadyExists,       // a file system entry stands where a new one should go
+    diskFull,            // a file system has no room left
+    otherVolume,         // a folder is on another file system than before
     file,                // any other failure of the file system
     credentialStore,     // the secret store refused
     unproven,            // something is not to be destroyed before more is known to be safe

@@ -27,6 +27,9 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       lanes_(platform.loop, platform.files, platform.volumes),
       receiving_({platform.loop, platform.volumes, platform.files, platform.random, lanes_},
                  platform.folders.applicationData),
+      destinations_(
+          {platform.loop, platform.files, platform.volumes, platform.folders.applicationData / "destinations.list"}),
+      held_(platform.loop, list_, destinations_, lanes_, [this] { processQueue(); }),
       deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_, brought_}),
       settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
       placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_, brought_),
@@ -51,6 +54,7 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
               .lanes = lanes_,
               .receiving = receiving_,
               .kept = kept_,
+              .destinations = destinations_,
               .dataFolder = platform.folders.applicationData,
               .stagingFolder = store_->stagingDirectory(),
               .runWaits = [this] { runEnded(); }},
@@ -66,6 +70,7 @@ void DownloadManager::configure(PutIOAPI& api, const Preferences& preferences) {
     around_.service = &*service_;
     around_.preferences = &preferences;
     deletion_.configure(*service_);
+    destinations_.configure(preferences);
 }
 
 // --- Queueing ---
@@ -207,6 +212,7 @@ void DownloadManager::pauseAll() {
 
 void DownloadManager::resumeAll() {
     setPaused(false);
+    held_.look();
     for (DownloadRun* run : runs_) run->goOnAfterPause();
     for (const DownloadPointer& item : list_.withStatus(Status::paused))
         if (item->status == Status::paused) list_.take(*item, StatusStep::resume);  // an observer may have
@@ -259,21 +265,32 @@ void DownloadManager::retry(const DownloadPointer& item) {
     item->placedAs.reset();
     item->speed = 0;
     list_.take(*item, StatusStep::retry);
+    list_.release(*item);
     conflicts_.dismissConflict(*item);
     processQueue();
     scheduleSave();
 }
 
 void DownloadManager::moveUp(const DownloadPointer& item) {
-    if (list_.moveUp(*item)) scheduleSave();
+    if (list_.moveUp(*item)) moved(*item);
 }
 
 void DownloadManager::moveDown(const DownloadPointer& item) {
-    if (list_.moveDown(*item)) scheduleSave();
+    if (list_.moveDown(*item)) moved(*item);
 }
 
 void DownloadManager::moveToTop(const DownloadPointer& item) {
-    if (list_.moveToTop(*item)) scheduleSave();
+    if (list_.moveToTop(*item)) moved(*item);
+}
+
+void DownloadManager::moved(const Download& item) {
+    if (item.hold) held_.look();
+    scheduleSave();
+}
+
+void DownloadManager::setSignedIn(bool isSignedIn) {
+    isSignedIn_ = isSignedIn;
+    processQueue();
 }
 
 // --- Sums ---
@@ -299,6 +316,11 @@ std::vector<DownloadPointer> DownloadManager::finishedDownloads() const {
 
 bool DownloadManager::hasUnfinishedWork() const {
     return list_.count({Status::downloading, Status::queued, Status::awaitingConflict}) > 0;
+}
+
+bool DownloadManager::canRunNow() const {
+    if (list_.count({Status::downloading, Status::awaitingConflict, Status::deleting}) > 0) return true;
+    return isSignedIn_ && !around_.isQueuePaused && (list_.nextCandidate() || held_.isLooking());
 }
 
 double DownloadManager::overallProgress() const {

@@ -15,6 +15,7 @@
 #include "downloads/PutIODownloadService.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/deleting/RemoteDeletion.h"
+#include "downloads/holding/HeldItems.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/placing/ConflictQueue.h"
 #include "downloads/placing/DurabilityCommit.h"
@@ -119,6 +120,15 @@ public:
     [[nodiscard]] std::unordered_set<std::int64_t> inFlightFileIDs(const UUID& rule,
                                                                    const std::unordered_set<std::int64_t>& candidates);
 
+    // Writes to the folder of a held item although another volume is expected there.
+    void useFolderAnyway(const DownloadPointer& item) { held_.useFolderAnyway(item); }
+
+    // The same for all, from now on.
+    void useFoldersAnyway() { destinations_.acceptAny(); }
+
+    // While nobody is signed in nothing starts. Somebody is until this is told.
+    void setSignedIn(bool isSignedIn);
+
     // --- Keeping ---
 
     // Loads the saved queue, repairs what the previous run left half-done, and goes on. Only the first call does
@@ -160,6 +170,9 @@ public:
     [[nodiscard]] std::vector<DownloadPointer> activeDownloads() const;
     [[nodiscard]] std::vector<DownloadPointer> finishedDownloads() const;
     [[nodiscard]] bool hasUnfinishedWork() const;
+
+    // Whether something runs, or can without anything else than time: not while all that is queued is held.
+    [[nodiscard]] bool canRunNow() const;
     [[nodiscard]] double overallProgress() const;
     [[nodiscard]] std::string queueETAText() const;
 
@@ -175,6 +188,7 @@ private:
     void runEnded();
     static void abandonRun(Download& item);
     void abandon(const DownloadPointer& item);
+    void moved(const Download& item);
     void pauseAtRest(Download& item);
     void dropToken(Download& item);
     void dropArrived(Download& item);
@@ -208,7 +222,9 @@ private:
     Use use_ = Use::none;
     std::optional<std::string> bootID_;  // as the queue file has it
 
-    bool isProcessing_ = false;        // processQueue() is under way
+    bool isProcessing_ = false;  // processQueue() is under way
+    bool isSignedIn_ = true;
+    Subscription processingOn_;
     std::function<void()> suspended_;  // set from suspend() on, until it has run
     Subscription suspendLimit_;
 
@@ -218,6 +234,8 @@ private:
     VolumeLanes lanes_;
     ReceivingFolders receiving_;
     KeptFiles kept_;
+    DestinationCheck destinations_;
+    HeldItems held_;
     RemoteDeletion deletion_;
     Settlement settlement_;
     Placement placement_;

@@ -38,6 +38,7 @@ void DownloadManager::restoreQueue() {
     use_ = Use::running;
     saves_.open();
     store_->removeHalfWritten();
+    destinations_.load();
     store_->createStagingDirectory();
     receiving_.load();
     std::vector<DownloadPointer> items = loadQueue();

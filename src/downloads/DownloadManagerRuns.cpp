@@ -11,23 +11,33 @@ void DownloadManager::processQueue() {
     // A start may fail at once, or an observer of it may come back here: the loop under way looks again after each.
     if (isProcessing_) return;
     isProcessing_ = true;
-    while (hasFreeSlot()) {
+    constexpr int mostHolds = 256;  // in one turn of the loop
+    for (int held = 0; hasFreeSlot();) {
         const DownloadPointer next = nextInQueue();
         if (!next) break;
-        start(next);
+        const HoldPointer hold = destinations_.knownObstacle(*next);
+        if (!hold) {
+            start(next);
+            continue;
+        }
+        list_.hold(*next, hold);
+        if (++held < mostHolds) continue;
+        processingOn_ = platform_.loop.schedule(MainLoop::Duration::zero(), [this] { processQueue(); });
+        break;
     }
     isProcessing_ = false;
 }
 
-// The uppermost that waits for nothing but a slot.
+// The uppermost candidate about whose file all is known.
 DownloadPointer DownloadManager::nextInQueue() const {
-    for (const DownloadPointer& item : list_.withStatus(Status::queued, 1 + recovery_.heldCount()))
+    for (const DownloadPointer& item : list_.candidates(1 + recovery_.heldCount()))
         if (!recovery_.isHeld(*item)) return item;
     return nullptr;
 }
 
 bool DownloadManager::hasFreeSlot() const {
-    if (around_.isQueuePaused || around_.isEnding || use_ == Use::editing || !around_.service) return false;
+    if (around_.isQueuePaused || around_.isEnding || use_ == Use::editing || !around_.service || !isSignedIn_)
+        return false;
     const std::int64_t limit = around_.preferences ? around_.preferences->maxConcurrentDownloads() : 3;
     return static_cast<std::int64_t>(activeCount()) < limit;
 }
@@ -65,6 +75,7 @@ Task<> DownloadManager::runFromConflict(DownloadPointer item) {
 }
 
 void DownloadManager::runEnded() {
+    if (list_.heldCount() > 0) held_.look();  // there may be more room now
     processQueue();
     finishSuspending();
 }

@@ -20,6 +20,7 @@ struct PreferenceValues {
     std::int64_t syncPollIntervalMinutes = 5;
     ConflictBehavior conflictBehavior = ConflictBehavior::keepBoth;
     bool readLongFolders = true;
+    std::int64_t reservedMebibytes = 256;
 };
 
 // What a preference has beside its key and value.
@@ -69,10 +70,16 @@ inline constexpr Preference<bool> readLongFolders{
     "readLongFolders", &PreferenceValues::readLongFolders,
     "true or false; whether a folder that put.io does not list in one answer is read to its end"};
 
+inline constexpr Preference<std::int64_t> reservedMebibytes{
+    "reservedMebibytes",
+    &PreferenceValues::reservedMebibytes,
+    "how many MiB of a disk downloads leave free, but never more than a hundredth of it",
+    {0}};
+
 // In the order in which they are read and listed.
 inline constexpr std::tuple all{defaultDownloadPath,    defaultDownloadBookmark, deleteAfterDownload,
                                 maxConcurrentDownloads, syncPollIntervalMinutes, conflictBehavior,
-                                readLongFolders};
+                                readLongFolders,        reservedMebibytes};
 
 // `visit(preference)` for each of them, whose type says what its value is.
 template <class Visit>

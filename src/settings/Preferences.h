@@ -45,6 +45,8 @@ public:
 
     [[nodiscard]] ConflictBehavior conflictBehavior() const { return values_.conflictBehavior; }
 
+    [[nodiscard]] std::int64_t reservedMebibytes() const { return values_.reservedMebibytes; }
+
     [[nodiscard]] bool readLongFolders() const { return values_.readLongFolders; }
 
     void setDefaultDownloadPath(std::string path) { assign(preference::defaultDownloadPath, std::move(path)); }
@@ -60,6 +62,8 @@ public:
     void setSyncPollIntervalMinutes(std::int64_t minutes) { assign(preference::syncPollIntervalMinutes, minutes); }
 
     void setConflictBehavior(ConflictBehavior behavior) { assign(preference::conflictBehavior, behavior); }
+
+    void setReservedMebibytes(std::int64_t reserve) { assign(preference::reservedMebibytes, reserve); }
 
     void setReadLongFolders(bool reads) { assign(preference::readLongFolders, reads); }
 

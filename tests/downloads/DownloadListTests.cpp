@@ -16,7 +16,7 @@ public:
 
     void step() {
         const DownloadPointer item = naive_.empty() ? nullptr : naive_[roll(naive_.size())];
-        const std::size_t action = roll(9);
+        const std::size_t action = roll(11);
         if (action < 2) return insert(action == 0);
         if (!item) return;
         const auto at = std::ranges::find(naive_, item) - naive_.begin();
@@ -39,6 +39,11 @@ public:
             std::erase_if(naive_, [](const DownloadPointer& each) { return isFinished(each->status); });
         } else if (action == 7) {
             groupCounts_.expect(groups_[roll(2)], static_cast<std::int64_t>(roll(4)));
+        } else if (action == 8) {
+            const bool canWait = item->status == DownloadStatus::queued || item->status == DownloadStatus::downloading;
+            if (canWait) list_.hold(*item, std::make_shared<const Hold>(Hold{.what = roll(2) == 0 ? "a" : "b"}));
+        } else if (action == 9) {
+            list_.release(*item);
         } else {
             list_.take(*item, static_cast<StatusStep>(roll(statusStepCount)));
         }
@@ -53,6 +58,7 @@ public:
                                  [status](const DownloadPointer& item) { return item->status == status; });
             ASSERT_EQ(list_.withStatus(status), expected);
         }
+        checkHolds();
         for (const DownloadPointer& item : naive_) ASSERT_EQ(list_.find(item->id), item);
         for (const DownloadPointer& item : gone_) ASSERT_EQ(list_.find(item->id), nullptr);
         for (const UUID& rule : groups_) {
@@ -70,6 +76,29 @@ public:
 
 private:
     std::size_t roll(std::size_t sides) { return dice_() % sides; }
+
+    void checkHolds() const {
+        const auto those = [this](const auto& condition) {
+            std::vector<DownloadPointer> found;
+            std::ranges::copy_if(naive_, std::back_inserter(found), condition);
+            return found;
+        };
+        const auto candidates =
+            those([](const DownloadPointer& item) { return item->status == DownloadStatus::queued && !item->hold; });
+        ASSERT_EQ(list_.nextCandidate(), candidates.empty() ? nullptr : candidates.front());
+        std::size_t held = 0;
+        for (const std::string& what : list_.holds()) {
+            const auto expected = those([&](const DownloadPointer& item) {
+                return item->status == DownloadStatus::queued && item->hold && item->hold->what == what;
+            });
+            ASSERT_EQ(list_.heldFor(what, [](const Download&) { return true; }), expected);
+            ASSERT_FALSE(expected.empty());
+            held += expected.size();
+        }
+        ASSERT_EQ(list_.heldCount(), held);
+        ASSERT_EQ(std::ranges::count_if(naive_, [](const DownloadPointer& item) { return item->hold != nullptr; }),
+                  static_cast<std::ptrdiff_t>(held));
+    }
 
     void insert(bool onTop) {
         std::vector<DownloadPointer> items(1 + roll(3));

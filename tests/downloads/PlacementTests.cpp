@@ -186,17 +186,9 @@ TEST_F(Placing, failsWithTheReasonOfTheDisk) {
     };
 
     const Case cases[] = {
-        {"read-only",
-         [](auto& files) {
-             files.put("/home/user/Downloads/u", "u");
-             files.setReadOnly("/home/user", true);
-         },
-         [](auto& files) { files.setReadOnly("/home/user", false); }, "read-only"},
         {"a file stands where the folder should go",
          [](auto& files) { files.put("/home/user/Downloads", "not a folder"); },
          [](auto& files) { (void)files.removeItem("/home/user/Downloads"); }, "is not a folder"},
-        {"full", [](auto& files) { files.setCapacity("/", 50); },
-         [](auto& files) { files.setCapacity("/", 1'000'000); }, "full"},
         {"cannot be moved",
          [](auto& files) {
              files.failNext("moveItem", World::downloads / "f", {ErrorCase::file, "The disk is broken."});

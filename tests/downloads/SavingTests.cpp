@@ -76,7 +76,7 @@ TEST_F(Saving, oneSaveRunsAndOneWaits) {
     const std::size_t before = writes();
     for (int i = 0; i < 5; ++i) {
         enqueue("file " + std::to_string(i));
-        world.loop.advance(1s);
+        world.loop.advance(2s);
     }
     EXPECT_EQ(manager().downloads().count(Status::completed), 5U);  // nothing waits for the queue file
     EXPECT_EQ(writes(), before);

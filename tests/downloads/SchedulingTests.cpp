@@ -225,7 +225,7 @@ TEST_F(Scheduling, losesNothingOfWhatIsAskedForWhileItPauses) {
 
     const DownloadPointer resumed = pausing("resumed");
     manager.resumeAll();
-    world.loop.advance(1s);
+    world.loop.advance(2s);
     EXPECT_EQ(World::outcome(resumed), "downloading");
     EXPECT_EQ(world.storage.resumed, 2);
 
@@ -266,17 +266,17 @@ TEST_F(Scheduling, failsWithTheReasonOfTheService) {
 }
 
 // Each start fails at once; a long queue must not fail inside itself.
-TEST_F(Scheduling, failsALongQueueWithoutSignIn) {
+TEST_F(Scheduling, failsALongQueueWithoutLinks) {
     manager.pauseAll();
     const std::int64_t folder = world.addFolder("F");
     for (int i = 0; i < 50'000; ++i) world.addFile("f", "", folder);
     world.enqueueFolder(folder, false);
     world.settle();
-    world.signOut();
+    world.http.handler = [](const HTTPRequest&) { return HTTPResponse{404, ""}; };
     manager.resumeAll();
     world.settle();
     EXPECT_EQ(manager.finishedDownloads().size(), 50'000U);
-    EXPECT_EQ(manager.downloads().items().back()->error, "Not authenticated. Please sign in again.");
+    EXPECT_EQ(manager.downloads().items().back()->error, "HTTP error 404 from put.io.");
 }
 
 TEST_F(Scheduling, putsAFoldersFilesUnderTheirFolders) {

@@ -157,6 +157,8 @@ void World::start() {
             arrived[change.item->fileID].insert(*change.item->resolvedURL);
         if (watch) watch(*manager_, change);
     });
+    signingIn_ = auth_.onChange([this](AuthManager::Change) { manager_->setSignedIn(auth_.isAuthenticated()); });
+    manager_->setSignedIn(auth_.isAuthenticated());
     scope_ = std::make_unique<TaskScope>();
     manager_->restoreQueue();
 }
@@ -164,6 +166,7 @@ void World::start() {
 void World::kill() {
     scope_.reset();
     watching_.reset();
+    signingIn_.reset();
     manager_.reset();
     volumes.drop();
     api_.reset();

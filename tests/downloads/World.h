@@ -172,6 +172,7 @@ private:
     std::unique_ptr<PutIOAPI> api_;
     std::unique_ptr<DownloadManager> manager_;
     Subscription watching_;
+    Subscription signingIn_;
     std::unique_ptr<TaskScope> scope_;
 };
 

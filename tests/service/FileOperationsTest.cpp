@@ -105,7 +105,7 @@ TEST_F(FileOperationsTest, aFailedUploadLeavesNothingBehind) {
     expectNoTemporaryFile();
 
     files.setCapacity("/", 20);
-    EXPECT_EQ(run(upload("/music/a \"b\".ogg")).error().code, ErrorCase::file);
+    EXPECT_EQ(run(upload("/music/a \"b\".ogg")).error().code, ErrorCase::diskFull);
     expectNoTemporaryFile();
     files.setCapacity("/", 1'000'000);
 

@@ -164,7 +164,8 @@ ByteCount MemoryFileManager::used(const Path& mountPoint) const {
 Result<void> MemoryFileManager::checkRoom(const Path& path, ByteCount more) const {
     const Path place = mountPointOf(path);
     const Disk& disk = disks_.at(place);
-    if (disk.capacity && used(place) + more > *disk.capacity) return failure(refused(path, "the disk is full"));
+    if (disk.capacity && used(place) + more > *disk.capacity)
+        return failure(refused(path, "the disk is full", ErrorCase::diskFull));
     return {};
 }
 

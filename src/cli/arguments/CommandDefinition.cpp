@@ -66,6 +66,7 @@ std::vector<CommandDefinition> makeDefinitions() {
           {"--delete", "", "Delete them from put.io once they are safely here"},
           onConflict,
           jobs,
+          useFolderAnyway,
           jsonEvents},
          QueueUse::owns},
         {run,
@@ -73,7 +74,7 @@ std::vector<CommandDefinition> makeDefinitions() {
          "work on the saved queue until it is empty",
          "Goes on where the last run stopped, at the same byte.",
          {},
-         {onConflict, jobs, jsonEvents},
+         {onConflict, jobs, useFolderAnyway, jsonEvents},
          QueueUse::owns},
         {queue,
          "queue",
@@ -85,12 +86,13 @@ std::vector<CommandDefinition> makeDefinitions() {
          "retry",
          "put failed downloads back and work on the queue",
          "Without ITEM, all that failed or arrived otherwise than put.io's record says. A download that arrived but "
-         "could not be deleted from put.io is not fetched "
-         "again: only the deletion is. Then works until the queue is empty.",
+         "could not be deleted from put.io is not fetched again: only the deletion is. Then works until the queue is "
+         "empty.",
          {items},
          {{"--anyway", "", "Delete ITEM from put.io also where something is missing here, after saying what"},
           onConflict,
           jobs,
+          useFolderAnyway,
           jsonEvents},
          QueueUse::owns},
         {pause,
@@ -143,7 +145,7 @@ std::vector<CommandDefinition> makeDefinitions() {
          "service: a line per event, none while nothing happens. Nothing else can change the rules or the queue "
          "meanwhile.",
          {},
-         {onConflict, jobs, jsonEvents},
+         {onConflict, jobs, useFolderAnyway, jsonEvents},
          QueueUse::owns},
         {put,
          "put",

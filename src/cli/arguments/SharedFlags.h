@@ -13,6 +13,8 @@ inline const FlagDefinition onConflict{"--on-conflict",
                                        "What to do when a name is taken, for this run (otherwise: conflictBehavior)",
                                        ValueKind::choice,
                                        {"ask", "keep-both", "replace", "skip"}};
+inline const FlagDefinition useFolderAnyway{"--use-folder-anyway", "",
+                                            "Write to a folder also where another volume is expected"};
 inline const FlagDefinition jobs{"--jobs", "N",
                                  "How many downloads run at once, for this run (otherwise: maxConcurrentDownloads)",
                                  ValueKind::number};

@@ -55,6 +55,7 @@ void DownloadRun::begin() {
                 "put.io does not accept the access token. Sign in with: tovri-cli login. Then go on with: tovri-cli "
                 "retry");
     });
+    if (context_.invocation.has("--use-folder-anyway")) downloads_.useFoldersAnyway();
     context_.app.setup();
 }
 
@@ -104,9 +105,7 @@ void DownloadRun::save() {
 
 bool DownloadRun::isOver() const {
     if (isGivingUp_ || until_ == Until::stopped) return isAtRest_;
-    const DownloadList& list = downloads_.downloads();
-    if (list.count({Status::downloading, Status::awaitingConflict, Status::deleting}) > 0) return false;
-    return downloads_.isPaused() || list.count(Status::queued) == 0;
+    return !downloads_.canRunNow();
 }
 
 // In a turn of its own: a completed item may go on to its deletion in this one.
@@ -136,6 +135,7 @@ Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
     save();
     reporter_->end();
     tellPause();
+    tellHeld();
     co_return exitCode();
 }
 
@@ -150,7 +150,8 @@ Task<bool> DownloadRun::secure() {
 }
 
 void DownloadRun::tellPause() {
-    const std::size_t waiting = downloads_.downloads().count({Status::queued, Status::paused});
+    const DownloadList& list = downloads_.downloads();
+    const std::size_t waiting = list.count({Status::queued, Status::paused}) - list.heldCount();
     if (waiting == 0 || isGivingUp_) return;
     context_.terminal.message(
         downloads_.isPaused()
@@ -160,9 +161,27 @@ void DownloadRun::tellPause() {
             : fmt::format("{} paused. Let them go on with: tovri-cli resume, then tovri-cli run", waiting));
 }
 
-// What was asked for has not arrived while the whole queue is paused.
+// What has to change before these can come is nothing that a run could wait for.
+void DownloadRun::tellHeld() {
+    constexpr std::size_t most = 20;
+    if (isGivingUp_) return;
+    const DownloadList& list = downloads_.downloads();
+    std::size_t told = 0;
+    for (const DownloadPointer& item : list.items()) {
+        if (!item->hold) continue;
+        if (++told > most) break;
+        const bool isElsewhere = item->hold->reason == Hold::Reason::volume;
+        context_.terminal.message(fmt::format("{}: {}. Go on with: tovri-cli run{}", printable(item->hold->text),
+                                              pathText(*item), isElsewhere ? " [--use-folder-anyway]" : ""));
+    }
+    if (told > most) context_.terminal.message(fmt::format("and {} more wait.", list.heldCount() - most));
+}
+
+// What was asked for has not arrived while the whole queue is paused, or while it is held.
 ExitCode DownloadRun::exitCode() const {
-    const bool waits = downloads_.isPaused() && downloads_.downloads().count({Status::queued, Status::paused}) > 0;
+    const DownloadList& list = downloads_.downloads();
+    const bool waits =
+        (downloads_.isPaused() && list.count({Status::queued, Status::paused}) > 0) || list.heldCount() > 0;
     const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 ||
                         tally_.doubtful() > 0 || waits || unsaved_;
     return failed ? ExitCode::failure : ExitCode::success;

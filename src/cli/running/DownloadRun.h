@@ -56,6 +56,7 @@ private:
     // Ends the run before it is empty, for this reason.
     void giveUp(std::string reason);
     void tellPause();
+    void tellHeld();
     [[nodiscard]] ExitCode exitCode() const;
 
     CommandContext& context_;

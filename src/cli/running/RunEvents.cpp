@@ -12,13 +12,16 @@ namespace {
 using Status = Download::Status;
 
 // What a change of status means to the user.
-enum class Event { none, queued, started, arrived, skipped, failed, deleted, deletionFailed };
+enum class Event { none, queued, waiting, started, arrived, skipped, failed, deleted, deletionFailed };
 
 Event eventOf(const QueueChange& change) {
     if (change.kind == QueueChange::Kind::inserted && change.item) return Event::queued;
+    if (change.kind == QueueChange::Kind::hold && change.item && change.item->hold) return Event::waiting;
     if (change.kind != QueueChange::Kind::status) return Event::none;
     const bool wasDeleting = change.previous == Status::deleting;
     switch (change.item->status) {
+        case Status::queued:
+            return change.item->hold ? Event::waiting : Event::none;
         case Status::downloading:
             return Event::started;
         case Status::completed:
@@ -38,6 +41,8 @@ std::string_view nameOf(Event event) {
     switch (event) {
         case Event::queued:
             return "queued";
+        case Event::waiting:
+            return "waiting";
         case Event::started:
             return "started";
         case Event::arrived:
@@ -79,6 +84,8 @@ std::string eventLine(const QueueChange& change) {
                 return fmt::format("Resumed: {} at {} of {}", printable(item.fileName),
                                    formatByteCount(item.bytesDownloaded), size);
             return fmt::format("Started: {} ({})", printable(item.fileName), size);
+        case Event::waiting:
+            return fmt::format("{}: {}", printable(item.hold->text), printable(item.fileName));
         case Event::arrived:
             return fmt::format("Arrived: {} ({})", pathText(item), formatByteCount(item.bytesDownloaded));
         case Event::skipped:
@@ -99,6 +106,7 @@ std::string eventJSON(const QueueChange& change) {
     if (event == Event::queued) json.field("destination", unicodeText(item.destinationFolder->native()));
     if (event == Event::arrived && item.resolvedURL) json.field("path", unicodeText(*item.resolvedURL));
     if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
+    if (event == Event::waiting) json.field("reason", unicodeText(item.hold->text));
     if (item.error) json.field("error", unicodeText(*item.error));
     return std::string(json.endObject().line());
 }
@@ -119,6 +127,7 @@ std::string summaryLine(const RunTally& tally) {
     add(tally.failed, "failed");
     add(tally.doubtful(), "not as put.io has it");
     add(tally.undeleted(), "not deleted from put.io");
+    add(tally.waiting(), "waiting");
     return text;
 }
 
@@ -129,6 +138,7 @@ std::string summaryJSON(const RunTally& tally) {
     json.field("skipped", number(tally.skipped)).field("failed", number(tally.failed));
     json.field("notDeleted", number(tally.undeleted()));
     if (tally.doubtful() > 0) json.field("doubtful", number(tally.doubtful()));
+    if (tally.waiting() > 0) json.field("waiting", number(tally.waiting()));
     json.endObject();
     return std::string(json.line());
 }

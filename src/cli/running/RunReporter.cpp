@@ -2,6 +2,8 @@
 
 #include <unordered_set>
 
+#include <fmt/format.h>
+
 #include "base/ByteCountFormat.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/ProgressLayout.h"
@@ -107,6 +109,8 @@ private:
     [[nodiscard]] ProgressPicture picture() const {
         ProgressPicture result;
         for (const DownloadPointer& item : view_.downloads.activeDownloads()) result.rows.push_back(row(*item));
+        const DownloadList& list = view_.downloads.downloads();
+        for (const std::string& what : list.holds()) result.rows.push_back(heldRow(list, what));
         const RunTally& tally = view_.tally;
         const ByteCount arrived = tally.finishedBytes() + tally.runningBytes();
         const ByteCount all = tally.finishedBytes() + tally.unfinishedBytes();
@@ -120,6 +124,17 @@ private:
             result.total.remaining =
                 durationText(static_cast<double>(all - arrived) / static_cast<double>(speed)) + " left";
         return result;
+    }
+
+    // One for all that wait for the same.
+    static ProgressRow heldRow(const DownloadList& list, const std::string& what) {
+        const DownloadPointer first = list.firstHeldFor(what);
+        const std::size_t count = list.heldCount(what);
+        ProgressRow row;
+        row.name = printable(first->fileName);
+        if (count > 1) row.name += fmt::format(" and {} more", count - 1);
+        row.state = printable(first->hold->text);
+        return row;
     }
 
     static ProgressRow row(const Download& item) {

@@ -28,6 +28,9 @@ public:
 
     [[nodiscard]] std::size_t finished() const { return arrived + skipped + failed; }
 
+    // Queued, but held.
+    [[nodiscard]] std::size_t waiting() const { return downloads_.downloads().heldCount(); }
+
     // Paused downloads do not count.
     [[nodiscard]] std::size_t unfinished() const;
 

@@ -9,6 +9,7 @@
 #include "base/Bytes.h"
 #include "base/UUID.h"
 #include "downloads/list/DownloadStatus.h"
+#include "downloads/list/Hold.h"
 #include "platform/FileManager.h"
 #include "platform/WallClock.h"
 
@@ -70,6 +71,7 @@ struct Download : DownloadRecord {
     bool isBegunAgain = false;   // this run is not its first: put.io's record may have changed since it was queued
     std::optional<FileStamp> placedAs;  // the file as it took its place, where all its bytes came in this process
     std::int64_t position = 0;          // the list's sort key, smallest on top
+    HoldPointer hold;                   // only of a queued item, and changed by the list alone
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}
 

@@ -13,7 +13,7 @@ ItemOrder::Iterator DownloadList::placeOf(const Download& item) const {
     return place == items_.end() || place->get() != &item ? items_.end() : place;
 }
 
-std::vector<DownloadPointer> DownloadList::pointersTo(const auto& range) const {
+std::vector<DownloadPointer> DownloadList::pointersTo(auto&& range) const {
     std::vector<DownloadPointer> found;
     for (const Download* item : range) found.push_back(*placeOf(*item));
     return found;
@@ -37,7 +37,12 @@ std::vector<DownloadPointer> DownloadList::ofRule(const UUID& rule, std::int64_t
 }
 
 std::vector<DownloadPointer> DownloadList::withStatus(Download::Status status, std::size_t limit) const {
-    return pointersTo(indexFor(status) | std::views::take(limit));
+    if (status != Download::Status::queued || held_.empty())
+        return pointersTo(indexFor(status) | std::views::take(limit));
+    std::vector<Download*> found(indexFor(status).begin(), indexFor(status).end());
+    for (const auto& [what, items] : held_) found.insert(found.end(), items.begin(), items.end());
+    std::ranges::sort(found, HigherUp{});
+    return pointersTo(found | std::views::take(limit));
 }
 
 std::vector<DownloadPointer> DownloadList::withStatus(std::initializer_list<Download::Status> statuses) const {
@@ -51,14 +56,14 @@ std::vector<DownloadPointer> DownloadList::withStatus(std::initializer_list<Down
 // --- Coming and going ---
 
 void DownloadList::addToIndices(Download* item) {
-    indexFor(item->status).insert(item);
+    indexFor(*item).insert(item);
     byID_.emplace(item->id, item);
     if (item->syncRuleID) byRuleFile_.emplace(RuleFile{*item->syncRuleID, item->fileID}, item);
 }
 
 DownloadPointer DownloadList::takeOut(ItemOrder::Iterator place) {
     DownloadPointer taken = items_.erase(place);
-    indexFor(taken->status).erase(taken.get());
+    leaveIndex(*taken);
     const auto erase = [&taken](auto& index, const auto& key) {
         const auto [first, last] = index.equal_range(key);
         index.erase(std::ranges::find(first, last, taken.get(), [](const auto& entry) { return entry.second; }));
@@ -110,9 +115,9 @@ void DownloadList::removeFinished() {
 // --- Order ---
 
 void DownloadList::swap(ItemOrder::Iterator a, ItemOrder::Iterator b) {
-    for (const auto place : {a, b}) indexFor((*place)->status).erase(place->get());
+    for (const auto place : {a, b}) leaveIndex(**place);
     items_.swap(a, b);
-    for (const auto place : {a, b}) indexFor((*place)->status).insert(place->get());
+    for (const auto place : {a, b}) indexFor(**place).insert(place->get());
 }
 
 bool DownloadList::moveUp(const Download& item) {
@@ -139,10 +144,9 @@ bool DownloadList::moveToTop(const Download& item) {
     const auto place = placeOf(item);
     if (place == items_.end() || place == items_.begin()) return false;
     const std::int64_t previous = item.position;
-    Index& index = indexFor(item.status);
-    index.erase(place->get());
+    leaveIndex(**place);
     items_.pushFront(items_.erase(place));
-    index.insert(items_.front().get());
+    indexFor(*items_.front()).insert(items_.front().get());
     changes_.tell({.kind = QueueChange::Kind::moved, .item = items_.front(), .previousPosition = previous});
     return true;
 }
@@ -154,11 +158,78 @@ void DownloadList::take(Download& item, StatusStep step) {
     if (!status && forbidden_)
         forbidden_("No step \"" + std::string(name(step)) + "\" leads on from " + std::string(rawValue(item.status)));
     if (!status || item.status == *status) return;
-    const Download::Status previous = std::exchange(item.status, *status);
     const auto place = placeOf(item);
+    if (place != items_.end()) leaveIndex(item);
+    const Download::Status previous = std::exchange(item.status, *status);
+    if (item.status != Download::Status::queued) item.hold.reset();
     if (place == items_.end()) return;
-    indexFor(*status).insert(indexFor(previous).extract(&item));
+    indexFor(item).insert(&item);
     changes_.tell({QueueChange::Kind::status, *place, previous});
+}
+
+// --- Holds ---
+
+void DownloadList::hold(Download& item, HoldPointer why) {
+    if (item.status == Download::Status::queued) return setHold(item, std::move(why));
+    item.hold = std::move(why);
+    take(item, StatusStep::hold);
+}
+
+void DownloadList::release(Download& item) {
+    if (isHeld(item)) setHold(item, nullptr);
+}
+
+void DownloadList::setHold(Download& item, HoldPointer why) {
+    const auto place = placeOf(item);
+    if (place != items_.end()) leaveIndex(item);
+    item.hold = std::move(why);
+    if (place == items_.end()) return;
+    indexFor(item).insert(&item);
+    changes_.tell({QueueChange::Kind::hold, *place});
+}
+
+void DownloadList::leaveIndex(Download& item) {
+    Index& index = indexFor(item);
+    index.erase(&item);
+    if (isHeld(item) && index.empty()) held_.erase(item.hold->what);
+}
+
+DownloadPointer DownloadList::nextCandidate() const {
+    const Index& queued = indexFor(Download::Status::queued);
+    return queued.empty() ? nullptr : *placeOf(**queued.begin());
+}
+
+std::vector<DownloadPointer> DownloadList::candidates(std::size_t limit) const {
+    return pointersTo(indexFor(Download::Status::queued) | std::views::take(limit));
+}
+
+std::vector<std::string> DownloadList::holds() const {
+    const auto whats = std::views::keys(held_);
+    return {whats.begin(), whats.end()};
+}
+
+std::vector<DownloadPointer> DownloadList::heldFor(const std::string& what,
+                                                   const std::function<bool(const Download&)>& condition) const {
+    const auto found = held_.find(what);
+    if (found == held_.end()) return {};
+    const auto fulfils = [&](const Download* item) { return condition(*item); };
+    return pointersTo(found->second | std::views::filter(fulfils));
+}
+
+DownloadPointer DownloadList::firstHeldFor(const std::string& what) const {
+    const auto found = held_.find(what);
+    return found == held_.end() ? nullptr : *placeOf(**found->second.begin());
+}
+
+std::size_t DownloadList::heldCount(const std::string& what) const {
+    const auto found = held_.find(what);
+    return found == held_.end() ? 0 : found->second.size();
+}
+
+std::size_t DownloadList::heldCount() const {
+    std::size_t sum = 0;
+    for (const auto& [what, items] : held_) sum += items.size();
+    return sum;
 }
 
 void DownloadList::tellProgress(const Download& item) const {
@@ -168,7 +239,7 @@ void DownloadList::tellProgress(const Download& item) const {
 }
 
 std::size_t DownloadList::count(Download::Status status) const {
-    return indexFor(status).size();
+    return indexFor(status).size() + (status == Download::Status::queued ? heldCount() : 0);
 }
 
 std::size_t DownloadList::count(std::initializer_list<Download::Status> statuses) const {

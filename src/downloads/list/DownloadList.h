@@ -24,6 +24,7 @@ struct QueueChange {
         moved,
         status,    // told after the item is consistent, with `previous`
         progress,  // bytes, progress or speed of one item
+        hold,      // why a queued item waits, or, with no item, what the held ones wait for was looked at
         isPaused,
         conflict,  // another conflict, or none, is shown
         saving,    // whether the queue can be saved, or why not
@@ -34,9 +35,9 @@ struct QueueChange {
     std::int64_t previousPosition = 0;  // with `moved`; in a swap the neighbour has it now
 };
 
-// The ordered items, indexed by ID, by status and by the rule and file that they are there for: what is asked or
-// changed of one item costs about the same in a queue of ten and of a hundred thousand. The only place that changes the
-// order or a status. Does not start, save or delete anything.
+// The ordered items, indexed by ID, by status, by what they wait for and by the rule and file that they are there for:
+// what is asked or changed of one item costs about the same in a queue of ten and of a hundred thousand. The only place
+// that changes the order or a status. Does not start, save or delete anything.
 class DownloadList {
 public:
     // Told after the list is consistent, once per call below that changed something.
@@ -74,6 +75,28 @@ public:
     // Given a sentence about the fault; without an observer it is only refused.
     void onForbiddenStep(std::function<void(const std::string&)> tell) { forbidden_ = std::move(tell); }
 
+    // Makes an item that is queued or downloading one that is queued and held for this reason.
+    void hold(Download& item, HoldPointer why);
+
+    // Makes a held item a candidate again.
+    void release(Download& item);
+
+    // The uppermost that is queued and not held, or null.
+    [[nodiscard]] DownloadPointer nextCandidate() const;
+
+    // The uppermost of them, at most `limit`.
+    [[nodiscard]] std::vector<DownloadPointer> candidates(std::size_t limit) const;
+
+    // What items are held for.
+    [[nodiscard]] std::vector<std::string> holds() const;
+
+    // Those that are held for it and fulfil the condition, which is asked in list order.
+    [[nodiscard]] std::vector<DownloadPointer> heldFor(const std::string& what,
+                                                       const std::function<bool(const Download&)>& condition) const;
+    [[nodiscard]] DownloadPointer firstHeldFor(const std::string& what) const;
+    [[nodiscard]] std::size_t heldCount() const;
+    [[nodiscard]] std::size_t heldCount(const std::string& what) const;
+
     void tellProgress(const Download& item) const;
 
     void tell(QueueChange::Kind kind) const { changes_.tell({kind, nullptr}); }
@@ -99,20 +122,30 @@ private:
     };
 
     [[nodiscard]] ItemOrder::Iterator placeOf(const Download& item) const;
-    [[nodiscard]] std::vector<DownloadPointer> pointersTo(const auto& range) const;
+    [[nodiscard]] std::vector<DownloadPointer> pointersTo(auto&& range) const;
 
-    [[nodiscard]] Index& indexFor(Download::Status status) { return byStatus_[static_cast<std::size_t>(status)]; }
+    // Where the item stands by its status and by what it waits for.
+    [[nodiscard]] Index& indexFor(const Download& item) {
+        return isHeld(item) ? held_[item.hold->what] : byStatus_[static_cast<std::size_t>(item.status)];
+    }
 
     [[nodiscard]] const Index& indexFor(Download::Status status) const {
         return byStatus_[static_cast<std::size_t>(status)];
     }
 
+    [[nodiscard]] static bool isHeld(const Download& item) {
+        return item.hold && item.status == Download::Status::queued;
+    }
+
+    void setHold(Download& item, HoldPointer why);
+    void leaveIndex(Download& item);
     void addToIndices(Download* item);
     DownloadPointer takeOut(ItemOrder::Iterator place);
     void swap(ItemOrder::Iterator a, ItemOrder::Iterator b);
 
     ItemOrder items_;
-    std::array<Index, downloadStatusCount> byStatus_;
+    std::array<Index, downloadStatusCount> byStatus_;  // without the held ones
+    std::map<std::string, Index> held_;                // by what they wait for; none is empty
     std::unordered_multimap<UUID, Download*> byID_;
     std::multimap<RuleFile, Download*> byRuleFile_;  // those that a rule has queued
     Signal<const QueueChange&> changes_;

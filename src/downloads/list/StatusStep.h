@@ -17,6 +17,7 @@ enum class StatusStep {
     pauseWaiting,     // the whole queue is paused before it had a slot
     pause,            // its transfer has stopped, its token is kept
     yieldSlot,        // as pause, but it goes on as soon as a slot is free
+    hold,             // its destination cannot take it now; it goes on by itself when that has changed
     resume,           // the user, or the whole queue, goes on
     ask,              // the name is taken, the user decides
     complete,         // the file stands under its name
@@ -32,7 +33,7 @@ enum class StatusStep {
     fetchAgain,       // it had arrived, but the machine has lost it
 };
 
-inline constexpr std::size_t statusStepCount = 19;
+inline constexpr std::size_t statusStepCount = 20;
 
 // Where the step leads from `status`; none when it is not to be taken from there.
 [[nodiscard]] std::optional<DownloadStatus> target(StatusStep step, DownloadStatus status);

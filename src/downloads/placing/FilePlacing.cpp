@@ -50,8 +50,20 @@ Result<Path> FilePlacing::moveToFree(const Path& target, const std::stop_token& 
     return failure(Error::cancelled());
 }
 
+// A disk that went away while the file came is no reason to make its folders anew beneath its mount point.
+Result<void> FilePlacing::checkVolume() const {
+    if (!volume) return {};
+    Path folder = destination.parent_path();
+    auto identity = files.identity(folder);
+    for (; !identity && folder.has_relative_path(); identity = files.identity(folder)) folder = folder.parent_path();
+    if (!identity || identity->volume == *volume) return {};
+    return failure(Error(ErrorCase::otherVolume, "The disk of \"" + destination.parent_path().native() +
+                                                     "\" is gone; connect it again and try once more."));
+}
+
 Result<Path> FilePlacing::place(const std::stop_token& stop) const {
     const ScopedFolderAccess access(folderAccess, bookmark.get());
+    if (Result<void> expected = checkVolume(); !expected) return failure(expected);
     if (Result<void> created = files.createDirectories(destination.parent_path()); !created) return failure(created);
     // A file that is going to wait for the user stays private.
     if (files.exists(destination)) return failure(Error(ErrorCase::alreadyExists, "The name is taken."));
@@ -64,6 +76,7 @@ Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& st
         return Path();
     }
     const ScopedFolderAccess access(folderAccess, bookmark.get());
+    if (Result<void> expected = checkVolume(); !expected) return failure(expected);
     if (choice == ConflictChoice::keepBoth || !mayReplace()) return keepBoth(stop);
     // What it replaces may be the only copy of something.
     if (Result<void> durable = files.makeDurable(received); !durable) return failure(durable);

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stop_token>
 
 #include "base/Result.h"
@@ -34,14 +36,16 @@ struct FilePlacing {
     std::shared_ptr<BroughtFiles> brought;
     bool isDeletedLater = false;  // put.io is to delete the original
     ReplaceConsent consent = ReplaceConsent::policy;
+    std::optional<std::uint64_t> volume;  // the destination's number, where it is known
 
-    // Where the file stands now; `alreadyExists` when the name is taken.
+    // Where the file stands now; `alreadyExists` when the name is taken, `otherVolume` when the volume is another.
     [[nodiscard]] Result<std::filesystem::path> place(const std::stop_token& stop) const;
 
     // Where the file stands now; an empty path when it was skipped. What must not be replaced is kept beside it.
     [[nodiscard]] Result<std::filesystem::path> apply(ConflictChoice choice, const std::stop_token& stop) const;
 
 private:
+    [[nodiscard]] Result<void> checkVolume() const;
     [[nodiscard]] Result<std::filesystem::path> moveToFree(const std::filesystem::path& target,
                                                            const std::stop_token& stop) const;
     [[nodiscard]] Result<std::filesystem::path> keepBoth(const std::stop_token& stop) const;

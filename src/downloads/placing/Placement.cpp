@@ -17,7 +17,8 @@ Task<Result<std::filesystem::path>> Placement::perform(Request request, Act act)
                            .destination = std::move(request.destination),
                            .brought = brought_,
                            .isDeletedLater = request.isDeletedLater,
-                           .consent = request.consent};
+                           .consent = request.consent,
+                           .volume = request.volume};
     auto work = [step, act = std::move(act)] { return act(step); };
     // Not given up: a file may have its name by then, and whoever waits has to learn of it.
     Result<Path> placed = co_await onVolume<Path>(ports_.loop, ports_.volumes, request.lane, {}, std::move(work));

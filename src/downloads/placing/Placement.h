@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -41,13 +42,14 @@ public:
         std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
         Path received;
         Path destination;
-        std::string lane;             // of the destination's volume
-        bool isDeletedLater = false;  // put.io is to delete the original
+        std::string lane;                     // of the destination's volume
+        bool isDeletedLater = false;          // put.io is to delete the original
+        std::optional<std::uint64_t> volume;  // the destination's number, where it is known
         ReplaceConsent consent = ReplaceConsent::policy;
     };
 
-    // Where the file stands now; `alreadyExists` when the name is taken. A stop ends a copy to another volume: then the
-    // failure is a cancellation.
+    // Where the file stands now; `alreadyExists` when the name is taken, `otherVolume` when the volume is another. A
+    // stop ends a copy to another volume: then the failure is a cancellation.
     Task<Result<Path>> place(Request request, std::stop_token stop);
 
     // Where the file stands now; an empty path when it was skipped.

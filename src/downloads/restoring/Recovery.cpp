@@ -79,8 +79,8 @@ Task<> Recovery::lookForPlacements(Placements placements, MachineStart start) {
     if (!lane) co_return;
     Result<Finding> finding = co_await onVolume<Finding>(ports_.loop, ports_.volumes, *lane, {},
                                                          [look = std::move(look)] { return look.perform(); });
-    const bool isUnderWay = item && !isFinished(item->status) && item->status != Status::deleting;
-    if (isUnderWay && list_.contains(*item) && !finding->arrived.empty()) complete(item, *finding);
+    const bool isOpen = item && list_.contains(*item) && !isFinished(item->status) && item->status != Status::deleting;
+    if (isOpen && !finding->arrived.empty()) complete(item, *finding);
     for (const PlacementEntry& entry : entries) observer_.isKnown(entry.number);
     held_.erase(entries.front().item);
     if (item) observer_.goesOn(item);

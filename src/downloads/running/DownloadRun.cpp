@@ -29,6 +29,8 @@ Task<> DownloadRun::tell() {
 Task<Result<void>> DownloadRun::goTheWay() {
     Result<void> step = co_await findTarget();
     if (!step || !isToGoOn()) co_return step;
+    step = co_await checkDestination();
+    if (!step || !isToGoOn()) co_return step;
     if (item_->resumeData)
         stage_ = Stage::transfer;
     else if (item_->isBegunAgain && !item_->receivedFile)
@@ -95,6 +97,22 @@ Task<Result<void>> DownloadRun::readRecord() {
     co_return Result<void>();
 }
 
+// Whether the file can go there now; else `hold_` says what it waits for.
+Task<Result<void>> DownloadRun::checkDestination() {
+    const Path folder = target_.parent_path();
+    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, targetLane_, stop_.get_token());
+    if (!facts && facts.error().isCancellation()) co_return failure(facts);
+    if (!isToGoOn()) co_return Result<void>();
+    if (!facts) {
+        hold_ = DestinationCheck::unreachable(folder);
+        co_return Result<void>();
+    }
+    facts_ = std::move(*facts);
+    hold_ = around_.destinations.obstacle(*item_, *facts_);
+    if (!hold_) claim_ = around_.destinations.claim(item_, *facts_);
+    co_return Result<void>();
+}
+
 Task<Result<void>> DownloadRun::receiveRest() {
     std::optional<std::string> link = reception_.link();
     if (!link) {
@@ -153,7 +171,8 @@ Placement::Request DownloadRun::placementOf(const Path& received) const {
             .received = received,
             .destination = target_,
             .lane = targetLane_,
-            .isDeletedLater = isDeletedLater(*item_)};
+            .isDeletedLater = isDeletedLater(*item_),
+            .volume = facts_ ? std::optional(facts_->volume.number) : std::nullopt};
 }
 
 Task<Result<void>> DownloadRun::place(Path received) {
@@ -191,6 +210,7 @@ Task<> DownloadRun::secure(Path placed) {
 void DownloadRun::settlePlaced(const Path& placed) {
     item_->stagedURL.reset();
     item_->receivedFile.reset();
+    if (facts_) around_.destinations.notePlaced(target_.parent_path(), *facts_);
     around_.settlement.markCompleted(item_, placed);
 }
 
@@ -240,8 +260,9 @@ Task<Result<void>> DownloadRun::resolveConflict(Path received) {
     co_return Result<void>();
 }
 
+// No case that says something of the destination: this disk is another.
 Error DownloadRun::cannotBeStaged(const Error& reason) const {
-    return {reason.code, "\"" + item_->fileName + "\" cannot be set aside until you decide: " + reason.description};
+    return {ErrorCase::file, "\"" + item_->fileName + "\" cannot be set aside until you decide: " + reason.description};
 }
 
 std::optional<ConflictChoice> DownloadRun::effectiveConflictChoice() const {
@@ -297,11 +318,18 @@ Task<> DownloadRun::conclude(Result<void> way) {
         reception_.discard();
     } else if (wish_ != Wish::goOn && stage_ != Stage::placement) {
         co_await keepArrived();
+    } else if (hold_) {
+        hold();
     } else if (way) {
         co_return;
     } else if (stage_ == Stage::lookUp) {
         item_->error = way.error().description;
         around_.list.take(*item_, StatusStep::fail);
+    } else if (isForLater(way.error())) {
+        if (stage_ == Stage::transfer)
+            co_await holdWithBytes();
+        else
+            co_await holdWhole(way.error().code);
     } else if (stage_ == Stage::transfer) {
         co_await failTransfer(std::move(way.error()));
     } else {
@@ -310,6 +338,14 @@ Task<> DownloadRun::conclude(Result<void> way) {
         item_->stagedURL.reset();
         around_.settlement.markFailed(item_, way.error().description);
     }
+}
+
+// Whether the disk has to change before it makes sense to go on. An answer that the user gave would be forgotten: then
+// it is for the user to go on.
+bool DownloadRun::isForLater(const Error& error) const {
+    if (item_->status != DownloadStatus::downloading) return false;
+    if (stage_ == Stage::transfer) return error.code == ErrorCase::diskFull && reception_.partial();
+    return error.code == ErrorCase::diskFull || error.code == ErrorCase::otherVolume;
 }
 
 // What has arrived and cannot be placed stays for the next try, and stays once.
@@ -359,6 +395,52 @@ Task<> DownloadRun::failTransfer(Error error) {
     if (!isCurrent()) co_return;
     item_->resumeData = std::move(token);
     around_.settlement.markFailed(item_, error.description);
+    around_.saves.request(Urgency::gathered);
+}
+
+// What has arrived stays, and the item waits until the partial file's volume has room for the rest.
+Task<> DownloadRun::holdWithBytes() {
+    std::optional<ByteBlob> token = co_await reception_.keep(std::nullopt);
+    claim_.reset();
+    const Path folder = reception_.partial()->path().parent_path();
+    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, reception_.lane(), std::stop_token());
+    if (!token || !isCurrent()) reception_.discard();
+    if (!isCurrent()) co_return;
+    const auto kept = token ? ResumePoint::parse(*token) : std::nullopt;
+    item_->bytesDownloaded = kept ? kept->offset : 0;
+    if (!kept) item_->progress = 0;
+    item_->resumeData = std::move(token);
+    const ByteCount missing = DestinationCheck::missing(*item_);
+    hold_ = facts ? around_.destinations.refusal(missing, folder, *facts) : DestinationCheck::unreachable(folder);
+    hold();
+}
+
+// The whole file stays, and the item waits until the destination's volume has room for it, or is back. With a volume
+// that is away the file may be away too: then the token from before the placement goes on standing for it.
+Task<> DownloadRun::holdWhole(ErrorCase reason) {
+    if (reason == ErrorCase::diskFull) co_await keepWhole();
+    claim_.reset();
+    const Path folder = target_.parent_path();
+    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, targetLane_, std::stop_token());
+    if (!isCurrent()) co_return;
+    if (item_->receivedFile) around_.kept.note(item_);
+    if (!item_->receivedFile) item_->forgetArrival();
+    const bool isCopy = reception_.lane() != targetLane_;
+    if (reason == ErrorCase::otherVolume) around_.destinations.notePlaced(folder, *facts_);
+    if (facts && reason == ErrorCase::otherVolume) hold_ = around_.destinations.obstacle(*item_, *facts);
+    if (facts && reason == ErrorCase::diskFull)
+        hold_ = around_.destinations.refusal(isCopy ? item_->expectedSize() : 0, folder, *facts);
+    if (!hold_) hold_ = DestinationCheck::unreachable(folder);
+    hold();
+}
+
+void DownloadRun::hold() {
+    claim_.reset();
+    item_->speed = 0;
+    if (around_.isQueuePaused)
+        around_.list.take(*item_, StatusStep::pause);
+    else
+        around_.list.hold(*item_, hold_);
     around_.saves.request(Urgency::gathered);
 }
 

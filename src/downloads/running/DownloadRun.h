@@ -55,6 +55,7 @@ private:
     Task<Result<void>> findTarget();
     Task<Result<void>> readRecord();
     Task<Result<void>> keepOutOfData();
+    Task<Result<void>> checkDestination();
     Task<Result<std::string>> findLink();
     Task<Result<void>> receiveRest();
     Task<Result<void>> prove();
@@ -67,6 +68,9 @@ private:
     Task<> keepWhole();
     Task<> keepArrived();
     Task<> failTransfer(Error error);
+    Task<> holdWithBytes();
+    Task<> holdWhole(ErrorCase reason);
+    void hold();
     void startOver(const Error& error);
     Task<> secure(Path placed);
     void settlePlaced(const Path& placed);
@@ -76,9 +80,10 @@ private:
 
     [[nodiscard]] bool isCurrent() const { return item_->run == this; }
 
-    [[nodiscard]] bool isToGoOn() const { return isCurrent() && wish_ == Wish::goOn; }
+    [[nodiscard]] bool isToGoOn() const { return isCurrent() && wish_ == Wish::goOn && !hold_; }
 
     [[nodiscard]] Placement::Request placementOf(const Path& received) const;
+    [[nodiscard]] bool isForLater(const Error& error) const;
     [[nodiscard]] Error cannotBeStaged(const Error& reason) const;
     [[nodiscard]] std::optional<Checksum> expectedChecksum() const;
     [[nodiscard]] FileConflict conflictOf(Path received, bool isOnlyCopy) const;
@@ -95,7 +100,10 @@ private:
     Staging staging_;
     Path target_;
     std::string targetLane_;
-    Path received_;  // the whole file, from its placement on
+    Path received_;                          // the whole file, from its placement on
+    std::optional<DestinationFacts> facts_;  // of the target, before anything was placed there
+    HoldPointer hold_;                       // why the item has to wait
+    Subscription claim_;                     // to the room that it needs there
 };
 
 }  // namespace tovri

@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "downloads/DownloadService.h"
+#include "downloads/holding/DestinationCheck.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/placing/ConflictQueue.h"
 #include "downloads/placing/DurabilityCommit.h"
@@ -38,6 +39,7 @@ struct RunSurroundings {
     VolumeLanes& lanes;
     ReceivingFolders& receiving;
     KeptFiles& kept;
+    DestinationCheck& destinations;
 
     std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded
     std::filesystem::path stagingFolder;

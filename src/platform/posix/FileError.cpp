@@ -44,6 +44,11 @@ std::string reasonFor(int number) {
     return "the system reports \"" + std::generic_category().message(number) + "\"; try again later.";
 }
 
+ErrorCase caseOf(int number) {
+    if (number == EEXIST) return ErrorCase::alreadyExists;
+    return number == ENOSPC || number == EDQUOT ? ErrorCase::diskFull : ErrorCase::file;
+}
+
 // Length of the well-formed UTF-8 sequence at the start of the text; 0 when there is none.
 std::size_t sequenceLength(std::string_view text) {
     const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -78,8 +83,7 @@ std::string displayText(const std::filesystem::path& path) {
 }
 
 Error fileError(std::string_view action, const std::filesystem::path& path, int number) {
-    return {number == EEXIST ? ErrorCase::alreadyExists : ErrorCase::file,
-            "Cannot " + std::string(action) + " \"" + displayText(path) + "\": " + reasonFor(number)};
+    return {caseOf(number), "Cannot " + std::string(action) + " \"" + displayText(path) + "\": " + reasonFor(number)};
 }
 
 Result<void> fileOutcome(int number, std::string_view action, const std::filesystem::path& path) {

@@ -12,7 +12,7 @@ namespace tovri {
 [[nodiscard]] std::string displayText(const std::filesystem::path& path);
 
 // A failure of the file system in one sentence: `Cannot ACTION "PATH": REASON; WHAT TO DO.` `number` is an errno value;
-// EEXIST gives alreadyExists.
+// EEXIST gives alreadyExists, a disk without room diskFull.
 [[nodiscard]] Error fileError(std::string_view action, const std::filesystem::path& path, int number);
 
 // How a system call ended: success for 0, cancelled for ECANCELED, a fileError for every other errno value.

@@ -23,7 +23,7 @@ constexpr ByteCount writebackStep = 8 * 1024 * 1024;
 Error writeError(const Path& path, int number) {
     const std::string folder = displayText(path.parent_path());
     if (number == ENOSPC || number == EDQUOT)
-        return {ErrorCase::file,
+        return {ErrorCase::diskFull,
                 "The disk is full: no room for the download in " + folder + "; free some space and retry."};
     return {ErrorCase::file, "Could not write the download in " + folder + ": " + std::strerror(number) + "."};
 }

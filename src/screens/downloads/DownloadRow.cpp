@@ -81,6 +81,7 @@ Label part(std::string text, Tint tint = Tint::secondary) {
 }
 
 std::vector<Label> queuedStatus(const Download& item) {
+    if (item.hold) return {part(item.hold->text, Tint::attention)};
     if (item.expectedSize() < 1) return {part("Queued")};
     return {part("Queued"), part(formatByteCount(item.expectedSize()))};
 }
@@ -200,8 +201,10 @@ std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status) {
     return menu;
 }
 
-std::vector<MenuItem<DownloadAction>> downloadMenu(const DownloadRecord& item) {
+std::vector<MenuItem<DownloadAction>> downloadMenu(const Download& item) {
     Menu menu = downloadMenu(item.status);
+    if (item.hold && item.hold->reason == Hold::Reason::volume)
+        menu.insert(menu.begin(), {{useFolderAnyway, "Use This Folder Anyway"}, MenuItem<DownloadAction>::separator()});
     if (item.isDoubtful()) menu.insert(menu.begin(), {retry, "Retry"});
     if (canDeleteAnyway(item)) {
         const auto retrying = std::ranges::find(menu, std::optional(retryDelete), &MenuItem<DownloadAction>::action);
@@ -232,14 +235,14 @@ Menu commonMenu(const std::set<DownloadStatus>& statuses) {
     return menu;
 }
 
-bool isOffered(DownloadAction action, const DownloadRecord& item) {
+bool isOffered(DownloadAction action, const Download& item) {
     const auto buttons = buttonsOf(item.status);
     const auto menu = downloadMenu(item);
     return std::ranges::any_of(buttons, [action](const Button& button) { return button.action == action; }) ||
            std::ranges::any_of(menu, [action](const auto& entry) { return entry.action == action; });
 }
 
-std::optional<DownloadAction> primaryAction(const DownloadRecord& item) {
+std::optional<DownloadAction> primaryAction(const Download& item) {
     return isOffered(open, item) ? std::optional(open) : std::nullopt;
 }
 

@@ -23,6 +23,7 @@ enum class DownloadAction : std::uint8_t {
     retry,
     retryDelete,
     deleteAnyway,
+    useFolderAnyway,  // although another volume is expected there
     moveToTop,
     moveUp,
     moveDown,
@@ -68,19 +69,21 @@ struct DownloadRow {
 }
 
 // The context menu of a row.
+[[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(const Download& item);
+
+// What of it every row of that status has.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status);
-[[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(const DownloadRecord& item);
 
 // That of several rows together: what each of them has and what makes sense for more than one.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> commonMenu(const std::set<DownloadStatus>& statuses);
 
 // Whether the item's row has the action as a button or in its menu.
-[[nodiscard]] bool isOffered(DownloadAction action, const DownloadRecord& item);
+[[nodiscard]] bool isOffered(DownloadAction action, const Download& item);
 
 // Whether put.io's copy is still there because something is missing here.
 [[nodiscard]] bool canDeleteAnyway(const DownloadRecord& item);
 
 // What a double click or Return does, if anything.
-[[nodiscard]] std::optional<DownloadAction> primaryAction(const DownloadRecord& item);
+[[nodiscard]] std::optional<DownloadAction> primaryAction(const Download& item);
 
 }  // namespace tovri

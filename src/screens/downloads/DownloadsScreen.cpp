@@ -259,6 +259,8 @@ void DownloadsScreen::act(DownloadAction action, const DownloadPointer& item) {
             return manager_.retryDelete(item);
         case DownloadAction::deleteAnyway:
             return askToDeleteAnyway(*item);
+        case DownloadAction::useFolderAnyway:
+            return manager_.useFolderAnyway(item);
         case DownloadAction::moveToTop:
             return manager_.moveToTop(item);
         case DownloadAction::moveUp:

@@ -90,6 +90,7 @@ std::optional<std::size_t> QueueRows::indexOf(const DownloadPointer& item, Downl
 void QueueRows::follow(const QueueChange& change) {
     using enum QueueChange::Kind;
     if (change.kind == isPaused || change.kind == conflict || change.kind == saving || change.kind == progress) return;
+    if (change.kind == hold && !change.item) return;
     if (!change.item || isCatchingUp_) return needReset();
     const DownloadPointer& item = change.item;
     const DownloadSection section = downloadSection(item->status);
@@ -101,6 +102,7 @@ void QueueRows::follow(const QueueChange& change) {
         strayAfterMove(change);
     } else {
         markLook(item);
+        if (change.kind == hold) return scheduleCatchUp();
         const DownloadSection previous = downloadSection(change.previous);
         if (previous != section) stray(item, previous, item->position);
     }

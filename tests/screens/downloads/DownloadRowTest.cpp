@@ -1,3 +1,4 @@
+#include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -39,6 +40,17 @@ std::string menuText(Status status) {
     std::string text;
     for (const auto& item : downloadMenu(status)) text += (item.isSeparator() ? "-" : item.title) + "|";
     return text;
+}
+
+TEST(DownloadRow, saysWhatAHeldOneWaitsForAndOffersItsFolderAnyway) {
+    Download item = sample(Status::queued);
+    item.hold = std::make_shared<const Hold>(Hold{.reason = Hold::Reason::room, .text = "Waiting for 2 MB on Archive"});
+    EXPECT_EQ(downloadRow(item, now).statusText(), "Waiting for 2 MB on Archive");
+    EXPECT_FALSE(isOffered(DownloadAction::useFolderAnyway, item));
+    EXPECT_EQ(downloadMenu(item).size(), downloadMenu(Status::queued).size());
+    item.hold = std::make_shared<const Hold>(Hold{.reason = Hold::Reason::volume, .text = "Waiting for Archive"});
+    EXPECT_TRUE(isOffered(DownloadAction::useFolderAnyway, item));
+    EXPECT_EQ(downloadMenu(item).front().title, "Use This Folder Anyway");
 }
 
 TEST(DownloadRow, looksAsItsStatusSays) {

@@ -1,0 +1,119 @@
+"""Destinations that cannot take a file now: it waits, says why, and the others come."""
+
+import os
+import shutil
+import signal
+import subprocess
+import urllib.parse
+
+from support import LIMIT, ProgramTest, wait_until
+
+MEGABYTE = 1_000_000
+
+
+class Holding(ProgramTest):
+    account = ("--demo",)
+
+    def setUp(self):
+        super().setUp()
+        self.serve()
+        self.disk = self.home / "Archive"
+        self.disk.mkdir()
+
+    def add(self, name, size):
+        self.sandbox.call("POST", "files/add", urllib.parse.urlencode({"path": f"/News/{name}", "text": "x" * size}))
+
+    def mount(self, size, *options):
+        made = subprocess.run(["mount", "-t", "tmpfs", "-o", ",".join([f"size={size}", *options]), "tmpfs", self.disk],
+                              capture_output=True, text=True, check=False)
+        if made.returncode != 0:
+            self.skipTest(f"no disk can be mounted here: {made.stderr.strip()}")
+        self.addCleanup(subprocess.run, ["umount", "--lazy", self.disk], check=False, capture_output=True)
+
+    def remount(self, *options):
+        subprocess.run(["mount", "-o", ",".join(["remount", *options]), self.disk], check=True)
+
+    def unmount(self):
+        subprocess.run(["umount", self.disk], check=True)
+
+    def get_news(self, folder=None, status=1):
+        return self.run_cli("get", "/News", "--to", str(folder or self.disk), status=status)
+
+    def test_a_full_disk_keeps_the_others_coming_and_goes_on_when_there_is_room(self):
+        self.mount("3m")
+        self.add("small.txt", 1000)
+        self.add("large.bin", 4 * MEGABYTE)
+        self.add("tiny.txt", 10)
+        output, messages = self.get_news()
+        self.assertIn("Waiting for 4 MB on Archive: large.bin\n", output)
+        self.assertIn("2 arrived, 1 waiting\n", output)
+        self.assertEqual(messages, f"Waiting for 4 MB on Archive: {self.disk}/News/large.bin. "
+                                   "Go on with: tovri-cli run\n")
+        self.assertEqual(sorted(os.listdir(self.disk / "News")), ["small.txt", "tiny.txt"])
+        self.assertEqual([i["status"] for i in self.queue() if i["name"] == "large.bin"], ["queued"])
+
+        # It comes by itself, in a process that goes on.
+        self.run_cli("rules", "add", "/Films", str(self.downloads))
+        said = self.home / "said"
+        with open(said, "w") as file:
+            watching = self.start("watch", stdout=file, stderr=file)
+        wait_until(lambda: "Waiting for 4 MB on Archive: large.bin" in said.read_text(), "the wait")
+        self.assertEqual(self.sandbox.requests("storage", "large.bin"), [])
+        self.remount("size=10m")
+        wait_until(lambda: f"Arrived: {self.disk}/News/large.bin" in said.read_text(), "the file to arrive")
+        watching.send_signal(signal.SIGINT)
+        self.assertEqual(watching.wait(LIMIT), 130)
+
+    def test_a_disk_that_fills_up_on_the_way_keeps_what_has_arrived(self):
+        self.mount("9m")
+        self.environment["XDG_DATA_HOME"] = str(self.disk / "data")
+        self.data = self.disk / "data" / "Tovri"
+        self.sandbox.fault("storage:*large.bin:rate=1MiB")
+        self.add("large.bin", 6 * MEGABYTE)
+        run = self.start("get", "/News", "--to", str(self.disk / "here"))
+        others = self.disk / "others"
+        received = lambda: sum(f.stat().st_size for f in self.disk.rglob("*") if f.is_file() and f != others)
+        wait_until(lambda: received() > MEGABYTE, "the first bytes")
+        free = shutil.disk_usage(self.disk).free
+        others.write_bytes(b"." * (free - MEGABYTE))
+        output, messages = run.communicate(timeout=LIMIT)
+        self.assertEqual(run.returncode, 1, output + messages)
+        self.assertRegex(messages, r"Waiting for [1-5](\.\d)? MB on Archive: .*large\.bin\. Go on with")
+        self.assertGreater(received(), 1.5 * MEGABYTE)
+
+        others.unlink()
+        self.run_cli("run")
+        self.assertEqual((self.disk / "here/News/large.bin").stat().st_size, 6 * MEGABYTE)
+
+    def test_a_name_that_is_too_long_is_not_fetched_at_all(self):
+        name = "n" * 300
+        self.add(name, 10)
+        self.add("short.txt", 10)
+        _, messages = self.get_news(self.home)
+        self.assertRegex(messages, r"^Waiting: its name has 300 bytes, .* allows 255: .*n\. Go on with: tovri-cli run\n$")
+        self.assertEqual(self.sandbox.requests("storage", name), [])
+        self.assertEqual(os.listdir(self.home / "News"), ["short.txt"])
+
+    def test_a_folder_that_cannot_be_written_to_is_waited_for(self):
+        self.mount("3m")
+        self.add("a.txt", 10)
+        self.remount("ro")
+        _, messages = self.get_news()
+        self.assertIn(f"Waiting: cannot write to {self.disk}: {self.disk}/News/a.txt. ", messages)
+        self.assertEqual(self.sandbox.requests("storage"), [])
+        self.remount("rw")
+        self.assertIn("1 arrived", self.run_cli("run")[0])
+
+    def test_nothing_is_created_beneath_a_mount_point_that_is_empty(self):
+        self.mount("3m")
+        self.add("first.txt", 10)
+        self.get_news(status=0)
+        self.unmount()
+        self.add("second.txt", 10)
+        output, messages = self.run_cli("get", "/News/second.txt", "--to", str(self.disk / "Series"), status=1)
+        self.assertRegex(messages, rf"^Waiting for Archive: {self.disk} is on .* now: .*second\.txt\. "
+                                   r"Go on with: tovri-cli run \[--use-folder-anyway\]\n$")
+        self.assertEqual(os.listdir(self.disk), [])
+        self.run_cli("run", status=1)
+        self.run_cli("run", "--use-folder-anyway")
+        self.assertEqual(os.listdir(self.disk / "Series"), ["second.txt"])
