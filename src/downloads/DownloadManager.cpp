@@ -65,7 +65,6 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
 DownloadManager::~DownloadManager() = default;
 
 void DownloadManager::configure(PutIOAPI& api, const Preferences& preferences) {
-    api_ = &api;
     service_.emplace(api);
     around_.service = &*service_;
     around_.preferences = &preferences;

@@ -211,7 +211,6 @@ private:
     void setPaused(bool isPaused);
 
     Platform platform_;
-    PutIOAPI* api_ = nullptr;
     std::optional<PutIODownloadService> service_;
 
     std::shared_ptr<DownloadStore> store_;

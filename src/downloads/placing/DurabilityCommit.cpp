@@ -6,7 +6,7 @@ namespace tovri {
 
 using Status = Download::Status;
 
-DurabilityCommit::DurabilityCommit(Ports ports, DownloadList& list, SaveSchedule& saves,
+DurabilityCommit::DurabilityCommit(VolumePorts ports, DownloadList& list, SaveSchedule& saves,
                                    std::shared_ptr<PlacementJournal> journal)
     : ports_(ports),
       list_(list),

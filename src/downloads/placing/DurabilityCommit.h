@@ -25,16 +25,9 @@ namespace tovri {
 // up.
 class DurabilityCommit {
 public:
-    // What it works with; outlives it.
-    struct Ports {
-        MainLoop& loop;
-        VolumeQueues& volumes;
-        FileManager& files;
-        VolumeLanes& lanes;
-    };
-
     // Follows `list`: what becomes completed is added by itself. All references outlive this.
-    DurabilityCommit(Ports ports, DownloadList& list, SaveSchedule& saves, std::shared_ptr<PlacementJournal> journal);
+    DurabilityCommit(VolumePorts ports, DownloadList& list, SaveSchedule& saves,
+                     std::shared_ptr<PlacementJournal> journal);
 
     // How long a file that has arrived may wait for others.
     static constexpr std::chrono::seconds patience{2};
@@ -87,7 +80,7 @@ private:
     void conclude(Arrival arrival, const Outcome& outcome);
     void concludeItem(Download& item, const Path& path, const Outcome& outcome);
 
-    Ports ports_;
+    VolumePorts ports_;
     DownloadList& list_;
     SaveSchedule& saves_;
     std::shared_ptr<PlacementJournal> journal_;        // shared with work under way

@@ -41,7 +41,7 @@ private:
     Placements placements_;
 };
 
-Recovery::Recovery(Ports ports, DownloadList& list, Settlement& settlement, DurabilityCommit& durability,
+Recovery::Recovery(VolumePorts ports, DownloadList& list, Settlement& settlement, DurabilityCommit& durability,
                    std::shared_ptr<PlacementJournal> journal, Observer observer)
     : ports_(ports),
       list_(list),

@@ -13,6 +13,7 @@
 #include "downloads/placing/PlacementJournal.h"
 #include "downloads/restoring/PlacedCopy.h"
 #include "downloads/running/Settlement.h"
+#include "downloads/running/VolumeLanes.h"
 
 namespace tovri {
 
@@ -23,14 +24,6 @@ enum class MachineStart { same, another };
 // may have lost since. Each is looked at on the thread of its volume: one that hangs holds up only its own items.
 class Recovery {
 public:
-    // What it works with; outlives it.
-    struct Ports {
-        MainLoop& loop;
-        VolumeQueues& volumes;
-        FileManager& files;
-        VolumeLanes& lanes;
-    };
-
     // Told on the main thread.
     struct Observer {
         std::function<void(const DownloadPointer&)> goesOn;  // an item that was held is free, or has arrived
@@ -41,7 +34,7 @@ public:
     };
 
     // The references outlive this.
-    Recovery(Ports ports, DownloadList& list, Settlement& settlement, DurabilityCommit& durability,
+    Recovery(VolumePorts ports, DownloadList& list, Settlement& settlement, DurabilityCommit& durability,
              std::shared_ptr<PlacementJournal> journal, Observer observer);
 
     // Looks for what the journal says, and completes the items whose files have got their names. A file that the
@@ -84,7 +77,7 @@ private:
     void complete(const DownloadPointer& item, const Finding& finding);
     void lookEnded();
 
-    Ports ports_;
+    VolumePorts ports_;
     DownloadList& list_;
     Settlement& settlement_;
     DurabilityCommit& durability_;

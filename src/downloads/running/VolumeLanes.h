@@ -34,4 +34,12 @@ private:
     std::unordered_map<std::string, std::string> lanes_;  // by folder
 };
 
+// What those work with who look at files, or sync them, on the threads of their volumes; outlives them.
+struct VolumePorts {
+    MainLoop& loop;
+    VolumeQueues& volumes;
+    FileManager& files;
+    VolumeLanes& lanes;
+};
+
 }  // namespace tovri
