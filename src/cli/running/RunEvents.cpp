@@ -17,13 +17,12 @@ enum class Event { none, queued, waiting, started, arrived, skipped, failed, del
 Event eventOf(const QueueChange& change) {
     if (change.kind == QueueChange::Kind::inserted && change.item) return Event::queued;
     if (change.kind == QueueChange::Kind::hold && change.item && change.item->hold) return Event::waiting;
+    if (change.kind == QueueChange::Kind::begun) return Event::started;
     if (change.kind != QueueChange::Kind::status) return Event::none;
     const bool wasDeleting = change.previous == Status::deleting;
     switch (change.item->status) {
         case Status::queued:
             return change.item->hold ? Event::waiting : Event::none;
-        case Status::downloading:
-            return Event::started;
         case Status::completed:
             return wasDeleting ? Event::deleted : Event::arrived;
         case Status::skipped:

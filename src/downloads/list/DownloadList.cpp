@@ -232,10 +232,10 @@ std::size_t DownloadList::heldCount() const {
     return sum;
 }
 
-void DownloadList::tellProgress(const Download& item) const {
+void DownloadList::tellOf(const Download& item, QueueChange::Kind kind) const {
     if (!changes_.hasObservers()) return;
     const auto place = placeOf(item);
-    if (place != items_.end()) changes_.tell({QueueChange::Kind::progress, *place});
+    if (place != items_.end()) changes_.tell({kind, *place});
 }
 
 std::size_t DownloadList::count(Download::Status status) const {

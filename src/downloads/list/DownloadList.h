@@ -23,6 +23,7 @@ struct QueueChange {
         removed,   // likewise; a removed item is told after it left
         moved,
         status,    // told after the item is consistent, with `previous`
+        begun,     // nothing keeps a downloading item's bytes from being asked for
         progress,  // bytes, progress or speed of one item
         hold,      // why a queued item waits, or, with no item, what the held ones wait for was looked at
         isPaused,
@@ -97,7 +98,9 @@ public:
     [[nodiscard]] std::size_t heldCount() const;
     [[nodiscard]] std::size_t heldCount(const std::string& what) const;
 
-    void tellProgress(const Download& item) const;
+    void tellBegun(const Download& item) const { tellOf(item, QueueChange::Kind::begun); }
+
+    void tellProgress(const Download& item) const { tellOf(item, QueueChange::Kind::progress); }
 
     void tell(QueueChange::Kind kind) const { changes_.tell({kind, nullptr}); }
 
@@ -139,6 +142,7 @@ private:
 
     void setHold(Download& item, HoldPointer why);
     void leaveIndex(Download& item);
+    void tellOf(const Download& item, QueueChange::Kind kind) const;
     void addToIndices(Download* item);
     DownloadPointer takeOut(ItemOrder::Iterator place);
     void swap(ItemOrder::Iterator a, ItemOrder::Iterator b);

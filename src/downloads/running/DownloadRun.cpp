@@ -31,6 +31,8 @@ Task<Result<void>> DownloadRun::goTheWay() {
     if (!step || !isToGoOn()) co_return step;
     step = co_await checkDestination();
     if (!step || !isToGoOn()) co_return step;
+    around_.list.tellBegun(*item_);
+    if (!isToGoOn()) co_return step;
     if (item_->resumeData)
         stage_ = Stage::transfer;
     else if (item_->isBegunAgain && !item_->receivedFile)
@@ -437,7 +439,7 @@ Task<> DownloadRun::holdWhole(ErrorCase reason) {
 void DownloadRun::hold() {
     claim_.reset();
     item_->speed = 0;
-    if (around_.isQueuePaused)
+    if (around_.isQueuePaused || wish_ == Wish::pause)
         around_.list.take(*item_, StatusStep::pause);
     else
         around_.list.hold(*item_, hold_);

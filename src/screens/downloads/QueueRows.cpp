@@ -89,7 +89,8 @@ std::optional<std::size_t> QueueRows::indexOf(const DownloadPointer& item, Downl
 
 void QueueRows::follow(const QueueChange& change) {
     using enum QueueChange::Kind;
-    if (change.kind == isPaused || change.kind == conflict || change.kind == saving || change.kind == progress) return;
+    if (change.kind == isPaused || change.kind == conflict || change.kind == saving) return;
+    if (change.kind == begun || change.kind == progress) return;
     if (change.kind == hold && !change.item) return;
     if (!change.item || isCatchingUp_) return needReset();
     const DownloadPointer& item = change.item;
