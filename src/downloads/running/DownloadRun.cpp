@@ -10,7 +10,7 @@ namespace tovri {
 using Urgency = SaveSchedule::Urgency;
 
 DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
-    : around_(around), item_(std::move(item)), reception_(around, item_), staging_(around) {
+    : around_(around), item_(std::move(item)), reception_(around, item_), placement_(around, item_, *this, reception_) {
     item_->run = this;
 }
 
@@ -38,7 +38,7 @@ Task<Result<void>> DownloadRun::goTheWay() {
     else if (item_->isBegunAgain && !item_->receivedFile)
         step = co_await readRecord();
     if (!step || !isToGoOn()) co_return step;
-    step = co_await reception_.open(target_.parent_path(), targetLane_, stop_.get_token());
+    step = co_await reception_.open(target_.path.parent_path(), target_.lane, stop_.get_token());
     if (!step || !isToGoOn()) co_return step;
     if (reception_.isResumed()) stage_ = Stage::transfer;
     if (!reception_.isWhole()) {
@@ -48,17 +48,18 @@ Task<Result<void>> DownloadRun::goTheWay() {
     step = co_await prove();
     if (!step || !isToGoOn()) co_return step;
     noteWhole();
-    step = co_await place(reception_.partial()->path());
+    stage_ = Stage::placement;
+    step = co_await placement_.place(target_, reception_.partial()->path(), stop_.get_token());
     co_return step;
 }
 
 Task<> DownloadRun::tellFromConflict(Path staged) {
     stage_ = Stage::placement;
-    received_ = staged;
+    placement_.takeStaged(staged);
     Result<void> way = co_await findTarget();
-    if (way && isCurrent()) way = co_await place(staged);
+    if (way && isCurrent()) way = co_await placement_.place(target_, staged, stop_.get_token());
     if (!isCurrent()) {
-        removeOnVolume(staged);
+        placement_.removeReceived();
         co_return;
     }
     co_await conclude(std::move(way));
@@ -69,24 +70,24 @@ Task<> DownloadRun::tellFromConflict(Path staged) {
 Task<Result<void>> DownloadRun::findTarget() {
     Result<Path> target = destination(*item_);
     if (!target) co_return failure(target);
-    target_ = std::move(*target);
-    Result<std::string> lane = co_await around_.lanes.laneOf(target_.parent_path(), stop_.get_token());
+    target_.path = std::move(*target);
+    Result<std::string> lane = co_await around_.lanes.laneOf(target_.path.parent_path(), stop_.get_token());
     if (!lane) co_return failure(lane);
-    targetLane_ = std::move(*lane);
+    target_.lane = std::move(*lane);
     Result<void> isOutside = co_await keepOutOfData();
     co_return isOutside;
 }
 
 // Nothing comes among what Tovri keeps for itself, and nothing takes the place of a folder above it.
 Task<Result<void>> DownloadRun::keepOutOfData() {
-    auto look = [&files = around_.files, data = around_.dataFolder, target = target_]() -> Result<bool> {
+    auto look = [&files = around_.files, data = around_.dataFolder, target = target_.path]() -> Result<bool> {
         return files.isWithin(target, data) || files.isWithin(data, target);
     };
     Result<bool> isInside =
-        co_await onVolume<bool>(around_.loop, around_.volumes, targetLane_, stop_.get_token(), std::move(look));
+        co_await onVolume<bool>(around_.loop, around_.volumes, target_.lane, stop_.get_token(), std::move(look));
     if (!isInside) co_return failure(isInside);
     if (!*isInside) co_return Result<void>();
-    co_return failure(Error(ErrorCase::file, "\"" + target_.native() +
+    co_return failure(Error(ErrorCase::file, "\"" + target_.path.native() +
                                                  "\" belongs to Tovri's own data. Choose another folder, then queue "
                                                  "it again."));
 }
@@ -101,17 +102,17 @@ Task<Result<void>> DownloadRun::readRecord() {
 
 // Whether the file can go there now; else `hold_` says what it waits for.
 Task<Result<void>> DownloadRun::checkDestination() {
-    const Path folder = target_.parent_path();
-    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, targetLane_, stop_.get_token());
+    const Path folder = target_.path.parent_path();
+    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, target_.lane, stop_.get_token());
     if (!facts && facts.error().isCancellation()) co_return failure(facts);
     if (!isToGoOn()) co_return Result<void>();
     if (!facts) {
         hold_ = DestinationCheck::unreachable(folder);
         co_return Result<void>();
     }
-    facts_ = std::move(*facts);
-    hold_ = around_.destinations.obstacle(*item_, *facts_);
-    if (!hold_) claim_ = around_.destinations.claim(item_, *facts_);
+    target_.facts = std::move(*facts);
+    hold_ = around_.destinations.obstacle(*item_, *target_.facts);
+    if (!hold_) claim_ = around_.destinations.claim(item_, *target_.facts);
     co_return Result<void>();
 }
 
@@ -157,160 +158,11 @@ std::optional<Checksum> DownloadRun::expectedChecksum() const {
     return listedChecksum(*item_);
 }
 
-// --- The placement ---
-
 // From here on the queue file says that nothing has to be fetched.
 void DownloadRun::noteWhole() {
     if (item_->receivedFile) return;
     if (auto token = reception_.tokenOfWhole()) item_->receivedFile = std::make_shared<const ByteBlob>(*token);
     around_.saves.request(Urgency::gathered);
-}
-
-Placement::Request DownloadRun::placementOf(const Path& received) const {
-    return {.run = this,
-            .item = item_->id,
-            .bookmark = item_->securityScopeBookmark,
-            .received = received,
-            .destination = target_,
-            .lane = targetLane_,
-            .isDeletedLater = isDeletedLater(*item_),
-            .volume = facts_ ? std::optional(facts_->volume.number) : std::nullopt};
-}
-
-Task<Result<void>> DownloadRun::place(Path received) {
-    stage_ = Stage::placement;
-    received_ = received;
-    if (std::exchange(item_->speed, 0) != 0) around_.list.tellProgress(*item_);
-    Result<Path> placed = co_await around_.placement.place(placementOf(received), stop_.get_token());
-    const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
-    if (placed && isCurrent()) co_await secure(*placed);
-    if (!isCurrent()) {
-        if (placed) removeOnVolume(*placed);
-        co_return Result<void>();
-    }
-    if (isTaken) {
-        Result<void> resolved = co_await resolveConflict(received);
-        co_return resolved;
-    }
-    if (!placed) co_return failure(placed);
-    settlePlaced(*placed);
-    co_return Result<void>();
-}
-
-// What put.io is going to delete is durable before the queue says that it has arrived; or nothing is deleted.
-Task<> DownloadRun::secure(Path placed) {
-    if (!isDeletedLater(*item_)) co_return;
-    std::optional<FileStamp> stamp = co_await around_.placement.stamp(placed, targetLane_);
-    Result<void> durable = co_await around_.durability.secure(std::move(placed), targetLane_);
-    if (!isCurrent()) co_return;
-    item_->durable = durable.has_value();
-    const PartialFile* received = reception_.partial();
-    const bool isThatFile = stamp && received && received->begun() == stamp->identity;
-    item_->placedAs = isThatFile ? stamp : std::nullopt;
-}
-
-void DownloadRun::settlePlaced(const Path& placed) {
-    item_->stagedURL.reset();
-    item_->receivedFile.reset();
-    if (facts_) around_.destinations.notePlaced(target_.parent_path(), *facts_);
-    around_.settlement.markCompleted(item_, placed);
-}
-
-// Follows the preference, the user's answer for all, or the user's answer to this one.
-Task<Result<void>> DownloadRun::resolveConflict(Path received) {
-    std::optional<ConflictChoice> choice = effectiveConflictChoice();
-    Placement::Request request = placementOf(received);
-    if (!choice) {
-        const bool isOnlyCopy = co_await around_.placement.isOnlyCopy(target_, targetLane_);
-        if (!isCurrent()) co_return Result<void>();
-        choice = around_.conflicts.rememberedChoice(conflictOf(received, isOnlyCopy));
-        request.consent = isOnlyCopy ? ReplaceConsent::informed : ReplaceConsent::user;
-    }
-    if (!choice) {
-        Result<Path> staged = co_await staging_.stage(received, reception_.lane());
-        if (!staged) co_return failure(cannotBeStaged(staged.error()));
-        received = received_ = *staged;
-        if (!isCurrent()) {
-            removeOnVolume(received);
-            co_return Result<void>();
-        }
-        request.received = received;
-        item_->receivedFile.reset();
-        choice = co_await askUser(received, request.consent == ReplaceConsent::informed);
-        if (!choice || !isCurrent()) {
-            removeOnVolume(received);
-            if (isCurrent()) item_->stagedURL.reset();
-            around_.saves.request(Urgency::soon);
-            co_return Result<void>();
-        }
-    }
-    Result<Path> placed = co_await around_.placement.apply(std::move(request), *choice, stop_.get_token());
-    if (placed && !placed->empty() && isCurrent()) co_await secure(*placed);
-    if (!isCurrent()) {
-        // What was replaced is gone: then the new file is better than none.
-        if (!placed || (*placed != target_ && !placed->empty())) removeOnVolume(placed ? *placed : received);
-        co_return Result<void>();
-    }
-    if (!placed) co_return failure(placed);
-    item_->stagedURL.reset();
-    item_->receivedFile.reset();
-    if (placed->empty())
-        around_.settlement.markSkipped(item_);
-    else
-        settlePlaced(*placed);
-    if (wasUserAsked_) around_.saves.request(Urgency::soon);
-    co_return Result<void>();
-}
-
-// No case that says something of the destination: this disk is another.
-Error DownloadRun::cannotBeStaged(const Error& reason) const {
-    return {ErrorCase::file, "\"" + item_->fileName + "\" cannot be set aside until you decide: " + reason.description};
-}
-
-std::optional<ConflictChoice> DownloadRun::effectiveConflictChoice() const {
-    if (!around_.preferences) return ConflictChoice::keepBoth;
-    switch (around_.preferences->conflictBehavior()) {
-        case ConflictBehavior::ask:
-            return std::nullopt;
-        case ConflictBehavior::keepBoth:
-            return ConflictChoice::keepBoth;
-        case ConflictBehavior::replace:
-            return ConflictChoice::replace;
-        case ConflictBehavior::skip:
-            return ConflictChoice::skip;
-    }
-    return ConflictChoice::keepBoth;
-}
-
-FileConflict DownloadRun::conflictOf(Path received, bool isOnlyCopy) const {
-    return {.id = around_.random.makeUUID(),
-            .download = item_,
-            .existingURL = target_,
-            .tempURL = std::move(received),
-            .isOnlyCopy = isOnlyCopy,
-            .continuation = {}};
-}
-
-Task<ConflictResolution> DownloadRun::askUser(Path received, bool isOnlyCopy) {
-    item_->stagedURL = received.native();
-    item_->speed = 0;
-    around_.list.take(*item_, StatusStep::ask);
-    if (!isCurrent()) co_return std::nullopt;
-    FileConflict conflict = conflictOf(std::move(received), isOnlyCopy);
-    const ConflictResolution remembered = around_.conflicts.rememberedChoice(conflict);
-    around_.saves.request(remembered ? Urgency::gathered : Urgency::soon);
-    if (remembered) co_return remembered;
-    isWaitingForUser_ = true;
-    wasUserAsked_ = true;
-    around_.runWaits();
-    Result<ConflictResolution> answer =
-        co_await Answer<ConflictResolution>(around_.loop, {}, [this, &conflict](auto done) {
-            conflict.continuation = [done = std::move(done)](ConflictResolution given) mutable { done(given); };
-            around_.conflicts.presentOrQueueConflict(std::move(conflict));
-            return Subscription();
-        });
-    isWaitingForUser_ = false;
-    co_return *answer;
 }
 
 // --- How it ends ---
@@ -335,7 +187,7 @@ Task<> DownloadRun::conclude(Result<void> way) {
     } else if (stage_ == Stage::transfer) {
         co_await failTransfer(std::move(way.error()));
     } else {
-        co_await keepWhole();
+        co_await placement_.keepWhole();
         if (!isCurrent()) co_return;
         item_->stagedURL.reset();
         around_.settlement.markFailed(item_, way.error().description);
@@ -348,26 +200,6 @@ bool DownloadRun::isForLater(const Error& error) const {
     if (item_->status != DownloadStatus::downloading) return false;
     if (stage_ == Stage::transfer) return error.code == ErrorCase::diskFull && reception_.partial();
     return error.code == ErrorCase::diskFull || error.code == ErrorCase::otherVolume;
-}
-
-// What has arrived and cannot be placed stays for the next try, and stays once.
-Task<> DownloadRun::keepWhole() {
-    std::optional<ByteBlob> token;
-    if (staging_.holds(received_)) {
-        Result<Staging::Unstaged> unstaged = co_await staging_.unstage(received_);
-        if (unstaged) received_ = std::move(unstaged->file);
-        if (unstaged) token = std::move(unstaged->token);
-    } else {
-        token = co_await reception_.keepWhole();
-    }
-    if (!isCurrent() || around_.kept.hasAnother(*item_)) token.reset();
-    if (!token) {
-        reception_.discard();
-        if (!staging_.holds(received_)) removeOnVolume(received_);
-    }
-    if (!isCurrent()) co_return;
-    item_->receivedFile = token ? std::make_shared<const ByteBlob>(std::move(*token)) : nullptr;
-    if (item_->receivedFile) around_.kept.note(item_);
 }
 
 // What has arrived reaches the disk before its token counts, unless that takes too long: then the token comes first.
@@ -420,15 +252,15 @@ Task<> DownloadRun::holdWithBytes() {
 // The whole file stays, and the item waits until the destination's volume has room for it, or is back. With a volume
 // that is away the file may be away too: then the token from before the placement goes on standing for it.
 Task<> DownloadRun::holdWhole(ErrorCase reason) {
-    if (reason == ErrorCase::diskFull) co_await keepWhole();
+    if (reason == ErrorCase::diskFull) co_await placement_.keepWhole();
     claim_.reset();
-    const Path folder = target_.parent_path();
-    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, targetLane_, std::stop_token());
+    const Path folder = target_.path.parent_path();
+    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, target_.lane, std::stop_token());
     if (!isCurrent()) co_return;
     if (item_->receivedFile) around_.kept.note(item_);
     if (!item_->receivedFile) item_->forgetArrival();
-    const bool isCopy = reception_.lane() != targetLane_;
-    if (reason == ErrorCase::otherVolume) around_.destinations.notePlaced(folder, *facts_);
+    const bool isCopy = reception_.lane() != target_.lane;
+    if (reason == ErrorCase::otherVolume) around_.destinations.notePlaced(folder, *target_.facts);
     if (facts && reason == ErrorCase::otherVolume) hold_ = around_.destinations.obstacle(*item_, *facts);
     if (facts && reason == ErrorCase::diskFull)
         hold_ = around_.destinations.refusal(isCopy ? item_->expectedSize() : 0, folder, *facts);
@@ -456,11 +288,6 @@ void DownloadRun::startOver(const Error& error) {
     item_->speed = 0;
     around_.list.take(*item_, StatusStep::startOver);
     around_.saves.request(Urgency::gathered);
-}
-
-void DownloadRun::removeOnVolume(Path file) {
-    around_.volumes.run(targetLane_,
-                        [&files = around_.files, file = std::move(file)] { (void)files.removeItem(file); });
 }
 
 // --- What is wanted meanwhile ---

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "downloads/running/Reception.h"
+#include "downloads/running/RunPlacement.h"
 #include "downloads/running/RunSurroundings.h"
-#include "downloads/running/Staging.h"
 
 namespace tovri {
 
@@ -44,7 +44,7 @@ public:
     // The item has another future: what has arrived goes.
     void abandon();
 
-    [[nodiscard]] bool isWaitingForUser() const { return isWaitingForUser_; }
+    [[nodiscard]] bool isWaitingForUser() const { return placement_.isWaitingForUser(); }
 
 private:
     enum class Stage { lookUp, transfer, placement };
@@ -60,21 +60,14 @@ private:
     Task<Result<void>> receiveRest();
     Task<Result<void>> prove();
     void noteWhole();
-    Task<Result<void>> place(Path received);
-    Task<Result<void>> resolveConflict(Path received);
-    Task<ConflictResolution> askUser(Path received, bool isOnlyCopy);
 
     Task<> conclude(Result<void> way);
-    Task<> keepWhole();
     Task<> keepArrived();
     Task<> failTransfer(Error error);
     Task<> holdWithBytes();
     Task<> holdWhole(ErrorCase reason);
     void hold();
     void startOver(const Error& error);
-    Task<> secure(Path placed);
-    void settlePlaced(const Path& placed);
-    void removeOnVolume(Path file);
 
     void wish(Wish wish);
 
@@ -82,28 +75,19 @@ private:
 
     [[nodiscard]] bool isToGoOn() const { return isCurrent() && wish_ == Wish::goOn && !hold_; }
 
-    [[nodiscard]] Placement::Request placementOf(const Path& received) const;
     [[nodiscard]] bool isForLater(const Error& error) const;
-    [[nodiscard]] Error cannotBeStaged(const Error& reason) const;
     [[nodiscard]] std::optional<Checksum> expectedChecksum() const;
-    [[nodiscard]] FileConflict conflictOf(Path received, bool isOnlyCopy) const;
-    [[nodiscard]] std::optional<ConflictChoice> effectiveConflictChoice() const;
 
     RunSurroundings& around_;
     DownloadPointer item_;
     Stage stage_ = Stage::lookUp;
     Wish wish_ = Wish::goOn;
     std::stop_source stop_;  // of what the wish ends
-    bool isWaitingForUser_ = false;
-    bool wasUserAsked_ = false;
     Reception reception_;
-    Staging staging_;
-    Path target_;
-    std::string targetLane_;
-    Path received_;                          // the whole file, from its placement on
-    std::optional<DestinationFacts> facts_;  // of the target, before anything was placed there
-    HoldPointer hold_;                       // why the item has to wait
-    Subscription claim_;                     // to the room that it needs there
+    RunPlacement placement_;
+    RunTarget target_;
+    HoldPointer hold_;    // why the item has to wait
+    Subscription claim_;  // to the room that it needs there
 };
 
 }  // namespace tovri
