@@ -3,7 +3,6 @@
 #include "screens/window/SidebarItem.h"
 #include "widgets/automation/SyncRuleEditor.h"
 #include "widgets/automation/SyncRuleTable.h"
-#include "widgets/parts/BannerView.h"
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/Menus.h"
 #include "widgets/parts/Texts.h"
@@ -37,18 +36,7 @@ void SyncRulesView::followEditor() {
 void SyncRulesView::showChrome() {
     toolbar().show(toolbarEntries(screen_.toolbar()));
     content().show(screen_.placeholder());
-    showBanner();
-}
-
-void SyncRulesView::showBanner() {
-    const std::optional<Banner> banner = screen_.banner();
-    if (banner && !banner_) {
-        banner_ = new BannerView(textOf(banner->button));
-        connect(banner_, &BannerView::buttonPressed, this, [this] { screen_.dismissBanner(); });
-        addStrip(banner_);
-    }
-    if (banner) banner_->show({banner->symbol, banner->text, banner->tint});
-    if (!banner && banner_) banner_->hide();
+    showBanner(screen_.banner());
 }
 
 void SyncRulesView::showMenu(int row, const QPoint& globalPosition) {

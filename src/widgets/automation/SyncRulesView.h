@@ -5,7 +5,6 @@
 
 namespace tovri {
 
-class BannerView;
 class SyncRuleTable;
 
 // The automation screen: a toolbar, what went wrong last, and the rules in columns; or a placeholder. Return and double
@@ -30,18 +29,18 @@ protected:
 
     void pressPlaceholder() override { screen_.openPlaceholder(); }
 
+    void pressBanner() override { screen_.dismissBanner(); }
+
     void pressDelete() override;
 
 private:
     void follow(const ScreenChange& change);
     void followEditor();
     void showChrome();
-    void showBanner();
     void showMenu(int row, const QPoint& globalPosition);
 
     SyncRulesScreen& screen_;
     SyncRuleModel model_;
-    BannerView* banner_ = nullptr;  // made for the first one
     SyncRuleTable* table_;
     Subscription following_;
     Subscription followingEditor_;

@@ -1,7 +1,6 @@
 #include "widgets/downloads/DownloadsView.h"
 
 #include "screens/window/SidebarItem.h"
-#include "widgets/parts/BannerView.h"
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/DialogPresenter.h"
 #include "widgets/parts/Menus.h"
@@ -43,18 +42,7 @@ void DownloadsView::showChrome() {
     toolbar().show(toolbarEntries(screen_.toolbar()));
     showSummary(screen_.summary());
     content().show(screen_.placeholder());
-    showBanner();
-}
-
-void DownloadsView::showBanner() {
-    const std::optional<Banner> banner = screen_.banner();
-    if (banner && !banner_) {
-        banner_ = new BannerView(textOf(banner->button));
-        connect(banner_, &BannerView::buttonPressed, this, [this] { screen_.retrySaving(); });
-        addStrip(banner_);
-    }
-    if (banner) banner_->show({banner->symbol, banner->text, banner->tint});
-    if (!banner && banner_) banner_->hide();
+    showBanner(screen_.banner());
 }
 
 std::vector<std::size_t> DownloadsView::selectedRows() const {

@@ -6,7 +6,6 @@
 
 namespace tovri {
 
-class BannerView;
 class RowListView;
 
 // The downloads screen: a toolbar, what is running in sum, and the queue in its sections; or a placeholder. Return and
@@ -25,13 +24,14 @@ protected:
 
     void pressToolbar(int action) override { screen_.perform(static_cast<QueueAction>(action)); }
 
+    void pressBanner() override { screen_.retrySaving(); }
+
     void pressDelete() override;
 
 private:
     void connectList();
     void follow(const ScreenChange& change);
     void showChrome();
-    void showBanner();
     void showMenu(const QPoint& globalPosition);
     [[nodiscard]] std::vector<std::size_t> selectedRows() const;
     [[nodiscard]] std::vector<UUID> selectedIDs() const;
@@ -40,7 +40,6 @@ private:
     DownloadRows rows_;
     RowModel model_;
     RowListView* list_;
-    BannerView* banner_ = nullptr;  // made for the first one
     Subscription following_;
 };
 

@@ -4,7 +4,6 @@
 
 #include "screens/window/SidebarItem.h"
 #include "widgets/files/FileListView.h"
-#include "widgets/parts/BannerView.h"
 #include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/DialogPresenter.h"
@@ -63,19 +62,8 @@ void FileBrowserView::showChrome() {
     for (const Breadcrumb& folder : screen_.breadcrumbs()) names << textOf(folder.name);
     breadcrumbs_->show(names);
     content().show(screen_.placeholder());
-    showBanner();
+    showBanner(screen_.banner());
     showSelection();
-}
-
-void FileBrowserView::showBanner() {
-    const std::optional<Banner> banner = screen_.banner();
-    if (banner && !banner_) {
-        banner_ = new BannerView(textOf(banner->button));
-        connect(banner_, &BannerView::buttonPressed, this, [this] { screen_.dismissBanner(); });
-        addStrip(banner_);
-    }
-    if (banner) banner_->show({banner->symbol, banner->text, banner->tint});
-    if (!banner && banner_) banner_->hide();
 }
 
 void FileBrowserView::showSelection() {

@@ -7,7 +7,6 @@
 
 namespace tovri {
 
-class BannerView;
 class Breadcrumbs;
 class FileListView;
 
@@ -33,13 +32,14 @@ protected:
 
     void pressPlaceholder() override { screen_.openPlaceholder(); }
 
+    void pressBanner() override { screen_.dismissBanner(); }
+
     void pressDelete() override { screen_.deleteSelection(); }
 
 private:
     void connectParts();
     void follow(const ScreenChange& change);
     void showChrome();
-    void showBanner();
     void showSelection();
     void takeSelection();
     void showMenu(const QPoint& globalPosition);
@@ -49,7 +49,6 @@ private:
     FileModel model_;
     Breadcrumbs* breadcrumbs_;
     FileListView* list_;
-    BannerView* banner_ = nullptr;  // made for the first one
     FileIDs selection_;             // the screen's, as the list shows it
     bool haveRowsChanged_ = false;  // since then
     bool isSelectionOurs_ = false;  // the list's selection changes with the screen, not by the user

@@ -5,9 +5,11 @@
 #include <QShowEvent>
 #include <QVBoxLayout>
 
+#include "widgets/parts/BannerView.h"
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/SummaryLine.h"
+#include "widgets/parts/Texts.h"
 #include "widgets/parts/Toolbar.h"
 
 namespace tovri {
@@ -63,6 +65,16 @@ bool SectionView::canSearch() const {
 
 void SectionView::focusSearch() {
     toolbar_->focusSearch();
+}
+
+void SectionView::showBanner(const std::optional<Banner>& banner) {
+    if (banner && !banner_) {
+        banner_ = new BannerView(textOf(banner->button));
+        connect(banner_, &BannerView::buttonPressed, this, [this] { pressBanner(); });
+        addStrip(banner_);
+    }
+    if (banner) banner_->show({banner->symbol, banner->text, banner->tint});
+    if (!banner && banner_) banner_->hide();
 }
 
 void SectionView::showSummary(const std::vector<Label>& summary) {

@@ -3,8 +3,10 @@
 #include <QPointer>
 #include <QWidget>
 #include <functional>
+#include <optional>
 #include <vector>
 
+#include "screens/Banner.h"
 #include "screens/Label.h"
 
 class QAbstractItemView;
@@ -12,6 +14,7 @@ class QVBoxLayout;
 
 namespace tovri {
 
+class BannerView;
 class ContentArea;
 class Sheet;
 class SummaryLine;
@@ -46,6 +49,9 @@ protected:
 
     [[nodiscard]] ContentArea& content() const { return *content_; }
 
+    // Below the toolbar, or nowhere.
+    void showBanner(const std::optional<Banner>& banner);
+
     // Above the list.
     void showSummary(const std::vector<Label>& summary);
 
@@ -56,10 +62,12 @@ protected:
     virtual void appear() = 0;
     virtual void disappear() = 0;
 
-    // What the user presses: a button of the toolbar, the placeholder's, the Delete key in the list.
+    // What the user presses: a button of the toolbar, the placeholder's, the banner's, the Delete key in the list.
     virtual void pressToolbar(int action) = 0;
 
     virtual void pressPlaceholder() {}
+
+    virtual void pressBanner() {}
 
     virtual void pressDelete() = 0;
 
@@ -70,6 +78,7 @@ private:
     QVBoxLayout* column_;
     Toolbar* toolbar_;
     SummaryLine* summary_;
+    BannerView* banner_ = nullptr;  // made for the first one
     ContentArea* content_ = nullptr;
     QPointer<Sheet> sheet_;
 };
