@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/Bytes.h"
+#include "base/RetryHints.h"
 
 namespace tovri {
 
@@ -30,14 +31,30 @@ enum class ErrorCase {
     turnedOff,           // the user's preferences say not to
 };
 
+// What happened to a connection, for whoever may ask again.
+enum class TransportFault {
+    none,          // nothing that asking again would mend by itself: the answer is at fault, or this computer
+    unresolved,    // the host's name was not found
+    unreachable,   // no connection came about: refused, no route, or no answer in time
+    brokenOff,     // the connection ended before the answer did
+    silent,        // it stood, and nothing came for too long
+    machineSlept,  // given up here after this computer was asleep; a new one is worth trying at once
+};
+
 // A failure: which case it is, and the description that the user sees as it stands.
 struct Error {
     ErrorCase code = ErrorCase::file;
     std::string description;
-    int httpStatus = 0;    // with ErrorCase::httpStatus: the status code
+    int httpStatus = 0;                                    // with ErrorCase::httpStatus: the status code
+    TransportFault transportFault = TransportFault::none;  // with ErrorCase::transport
+    RetryHints retryHints;                                 // with ErrorCase::httpStatus and rateLimited
     ByteBlob resumeToken;  // with a broken transfer: how to go on, empty when there is no way
 
     Error(ErrorCase errorCase, std::string text) : code(errorCase), description(std::move(text)) {}
+
+    // ErrorCase::transport.
+    Error(TransportFault fault, std::string text)
+        : code(ErrorCase::transport), description(std::move(text)), transportFault(fault) {}
 
     [[nodiscard]] bool isCancellation() const { return code == ErrorCase::cancelled; }
 

@@ -10,6 +10,7 @@
 
 #include "base/Bytes.h"
 #include "base/Result.h"
+#include "base/RetryHints.h"
 #include "base/Subscription.h"
 
 namespace tovri {
@@ -27,6 +28,7 @@ struct HTTPRequest {
 struct HTTPResponse {
     int status = 0;  // 0 when the answer was not HTTP
     std::string body;
+    RetryHints retryHints = {};
 };
 
 // Sends requests and gathers whole answers. Follows redirects: never from https to http, and an "Authorization" header
@@ -37,8 +39,8 @@ public:
 
     virtual ~HTTPSession() = default;
 
-    // `done` runs on the main thread, with ErrorCase::transport or invalidURL when no answer came. Taking the
-    // subscription back ends the request, and `done` does not run.
+    // `done` runs on the main thread, with ErrorCase::transport, which tells its TransportFault, or invalidURL when no
+    // answer came. Taking the subscription back ends the request, and `done` does not run.
     virtual Subscription send(HTTPRequest request, Done done) = 0;
 };
 

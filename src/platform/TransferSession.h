@@ -9,6 +9,7 @@
 
 #include "base/Bytes.h"
 #include "base/Result.h"
+#include "base/RetryHints.h"
 #include "base/Subscription.h"
 
 namespace tovri {
@@ -30,6 +31,7 @@ struct AnswerHead {
     std::string contentEncoding;               // empty when the bytes are the file's own
     std::string validator;  // a strong entity tag, else the date of the last change; empty without either (RFC 9110,
                             // section 13.1.5)
+    RetryHints retryHints;
 };
 
 // Takes an attempt's bytes in their order. On the session's thread; never blocks.

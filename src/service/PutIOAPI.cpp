@@ -26,12 +26,13 @@ PutIOAPI::PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platfor
 Result<void> PutIOAPI::validate(const HTTPResponse& response, const std::string& sentToken) {
     if (response.status == 0) return failure(APIError::invalidResponse());
     if (response.status >= 200 && response.status <= 299) return {};
-    if (response.status == 429) return failure(APIError::rateLimited());
     if (response.status == 401) {
         if (authManager_.token() == sentToken) authManager_.signOut();
         return failure(APIError::notAuthenticated());
     }
-    return failure(APIError::httpError(response.status));
+    Error refused = response.status == 429 ? APIError::rateLimited() : APIError::httpError(response.status);
+    refused.retryHints = response.retryHints;
+    return failure(std::move(refused));
 }
 
 Task<Result<void>> PutIOAPI::command(std::string path, Parameters parameters, std::stop_token stop) {

@@ -88,7 +88,7 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
     if (deletes && doesNotConfirm) return HTTPResponse{200, R"({"status":"ERROR"})"};
     deletions.push_back(id);
     remove(id);
-    if (std::exchange(losesAnswer, false)) return failure(Error(ErrorCase::transport, "The connection was lost."));
+    if (std::exchange(losesAnswer, false)) return failure(Error(TransportFault::brokenOff, "The connection was lost."));
     return HTTPResponse{200, R"({"status":"OK"})"};
 }
 

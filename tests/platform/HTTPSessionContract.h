@@ -72,11 +72,12 @@ TEST_P(HTTPSessionContract, saysWhyNoAnswerCame) {
     struct Case {
         std::string url;
         ErrorCase error;
+        TransportFault fault = TransportFault::none;
     };
 
     const Case cases[] = {
-        {world->url("/break"), ErrorCase::transport},
-        {world->url("/silent"), ErrorCase::transport},
+        {world->url("/break"), ErrorCase::transport, TransportFault::brokenOff},
+        {world->url("/silent"), ErrorCase::transport, TransportFault::silent},
         {"http://put.io/v2/files/list", ErrorCase::invalidURL},   // the token would travel in the clear
         {"http://127.0.0.1.put.io/list", ErrorCase::invalidURL},  // no loopback address
         {"http://localhost@put.io/list", ErrorCase::invalidURL},  // nor this
@@ -90,6 +91,7 @@ TEST_P(HTTPSessionContract, saysWhyNoAnswerCame) {
         const Result<HTTPResponse> answer = answerTo(std::move(sent));
         ASSERT_FALSE(answer);
         EXPECT_EQ(answer.error().code, c.error);
+        EXPECT_EQ(answer.error().transportFault, c.fault);
         EXPECT_NE(answer.error().description, "");
     }
 }

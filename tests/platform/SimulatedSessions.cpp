@@ -13,7 +13,7 @@ public:
     ScriptedHTTPWorld() {
         session_->handler = [this](const HTTPRequest& request) -> Result<HTTPResponse> {
             const std::string what = request.url.substr(request.url.rfind('/') + 1);
-            if (what == "break") return failure({ErrorCase::transport, "The connection broke."});
+            if (what == "break") return failure({TransportFault::brokenOff, "The connection broke."});
             const std::string body = request.bodyFile.empty() ? request.body : *files_.content(request.bodyFile);
             return HTTPResponse{std::stoi(what), request.method + " " + body};
         };

@@ -197,6 +197,7 @@ TEST_P(TransferSessionContract, saysHowFarItCameBeforeTheConnectionBroke) {
     const auto broken = fetch(request(link));
     const TransferEnd end = endOf(*broken);
     EXPECT_EQ(end.error.value().code, ErrorCase::transport);
+    EXPECT_EQ(end.error->transportFault, TransportFault::brokenOff);
     EXPECT_EQ(end.received, 400'000);
     EXPECT_EQ(broken->progress.back(), 400'000);
     EXPECT_EQ(end.head.value().bodyLength, 1'000'000);

@@ -62,6 +62,10 @@ TEST_F(PutIOAPITest, judgesAnAnswerByItsStatus) {
     EXPECT_EQ(http.requests.size(), sent);
 
     EXPECT_TRUE(auth.signInWithToken("secret"));
+    for (const int status : {429, 503}) {
+        answer = HTTPResponse{status, "", {.retryAfter = "120", .date = {}, .rateLimitReset = {}}};
+        EXPECT_EQ(run(api.get<StatusResponse>("/x", {}, never())).error().retryHints.retryAfter, "120");
+    }
     answerWith(299, R"({"status":"OK"})");
     EXPECT_TRUE(run(api.get<StatusResponse>("/x", {}, never())));
     answer = failure({ErrorCase::transport, "No route to put.io."});

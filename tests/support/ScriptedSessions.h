@@ -60,8 +60,8 @@ private:
     Result<HTTPResponse> ask(const HTTPRequest& request) {
         if (!request.url.starts_with("https://"))
             return failure({ErrorCase::invalidURL, "The address is not encrypted."});
-        if (isSilent(request)) return failure({ErrorCase::transport, "Nothing came."});
-        return handler ? handler(request) : failure({ErrorCase::transport, "Nobody answers."});
+        if (isSilent(request)) return failure({TransportFault::silent, "Nothing came."});
+        return handler ? handler(request) : failure({TransportFault::unreachable, "Nobody answers."});
     }
 
     VirtualLoop& loop_;

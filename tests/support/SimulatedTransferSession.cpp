@@ -108,7 +108,7 @@ void SimulatedTransferSession::step(std::int64_t id) {
     Attempt& attempt = *attempts_.at(id);
     const SimulatedStorage::Link& link = storage_.links.at(attempt.request.url);
     if (attempt.breaks != nullptr && attempt.at >= attempt.breaks->at)
-        return end(id, Error(ErrorCase::transport, "The connection broke."));
+        return end(id, Error(TransportFault::brokenOff, "The connection broke."));
     const auto& range = attempt.end.head->contentRange;
     const ByteCount size = range ? range->last + 1 : static_cast<ByteCount>(link.content.size());
     if (attempt.at >= size) return end(id, std::nullopt);

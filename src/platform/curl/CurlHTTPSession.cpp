@@ -53,6 +53,7 @@ public:
 private:
     Result<void> didReceiveHead(const ResponseHead& head) override {
         response_.status = head.status;
+        response_.retryHints = head.retryHints;
         return {};
     }
 

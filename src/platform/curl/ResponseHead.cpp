@@ -16,6 +16,9 @@ void ResponseHead::read(std::string_view line) {
     if (equalIgnoringCase(name, "Last-Modified")) lastModified = value;
     if (equalIgnoringCase(name, "Content-Range")) contentRange = value;
     if (equalIgnoringCase(name, "Content-Encoding") && !equalIgnoringCase(value, "identity")) contentEncoding = value;
+    if (equalIgnoringCase(name, "Retry-After")) retryHints.retryAfter = value;
+    if (equalIgnoringCase(name, "Date")) retryHints.date = value;
+    if (equalIgnoringCase(name, "X-RateLimit-Reset")) retryHints.rateLimitReset = value;
     if (equalIgnoringCase(name, "Content-Length")) contentLength = parseByteCount(value);
     if (equalIgnoringCase(name, "Transfer-Encoding")) hasTransferCoding = true;
 }
@@ -32,7 +35,8 @@ AnswerHead ResponseHead::answer() const {
             .bodyLength = bodyLength(),
             .contentRange = parseContentRange(contentRange),
             .contentEncoding = contentEncoding,
-            .validator = isStrong ? entityTag : lastModified};
+            .validator = isStrong ? entityTag : lastModified,
+            .retryHints = retryHints};
 }
 
 }  // namespace tovri

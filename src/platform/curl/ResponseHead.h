@@ -17,6 +17,7 @@ struct ResponseHead {
     std::string lastModified;
     std::string contentRange;
     std::string contentEncoding;  // all of them, but "identity", which stands for none
+    RetryHints retryHints;
     std::optional<ByteCount> contentLength;
     bool hasTransferCoding = false;
 

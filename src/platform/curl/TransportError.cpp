@@ -38,19 +38,38 @@ std::string describe(int code, const std::string& host) {
     }
 }
 
+TransportFault faultOf(int code) {
+    switch (code) {
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return TransportFault::unresolved;
+        case CURLE_COULDNT_CONNECT:
+        case CURLE_OPERATION_TIMEDOUT:  // while connecting: any other time is kept by whoever reads
+            return TransportFault::unreachable;
+        case CURLE_SSL_CONNECT_ERROR:  // how a connection that ends in the handshake is told, too
+        case CURLE_PARTIAL_FILE:
+        case CURLE_GOT_NOTHING:
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+            return TransportFault::brokenOff;
+        default:
+            return TransportFault::none;
+    }
+}
+
 }  // namespace
 
 Error transportError(int code, const std::string& host) {
     if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_WEIRD_SERVER_REPLY)
         return {ErrorCase::invalidResponse, host + " gave an answer that is not HTTP; retry later."};
-    return {ErrorCase::transport, describe(code, host)};
+    return {faultOf(code), describe(code, host)};
 }
 
 Error silenceError(const std::string& host, std::chrono::milliseconds limit) {
     const auto seconds = std::chrono::ceil<std::chrono::seconds>(limit).count();
-    return {ErrorCase::transport, "Nothing came from " + host + " for " + std::to_string(seconds) +
-                                      (seconds == 1 ? " second" : " seconds") +
-                                      "; check the internet connection and retry."};
+    return {TransportFault::silent, "Nothing came from " + host + " for " + std::to_string(seconds) +
+                                        (seconds == 1 ? " second" : " seconds") +
+                                        "; check the internet connection and retry."};
 }
 
 Error excessError(const std::string& host) {

@@ -55,12 +55,14 @@ protected:
 
 TEST_F(CurlHTTPSessionTest, sendsWhatItIsGivenAndGathersTheAnswer) {
     const ScriptedServer server([](const std::string&) {
-        return "HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + answerWith("418 Other", "X: y\r\n", "the body");
+        return "HTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" +
+               answerWith("418 Other", "Retry-After: 7\r\n", "the body");
     });
     const auto answer = send(authorized("POST", server.url("/v2/x?a=%20b"), std::string(2'000'000, 'x')));
     ASSERT_TRUE(answer) << answer.error().description;
     EXPECT_EQ(answer->status, 418);
     EXPECT_EQ(answer->body, "the body");
+    EXPECT_EQ(answer->retryHints.retryAfter, "7");
 
     const std::string request = server.requests().at(0);
     EXPECT_THAT(request, StartsWith("POST /v2/x?a=%20b HTTP/1.1\r\n"));
@@ -131,6 +133,10 @@ TEST_F(CurlHTTPSessionTest, saysWhatFailedWithoutTellingSecrets) {
     const auto unheard = send(authorized("GET", "http://127.0.0.1:1/?secret"));
     ASSERT_FALSE(unheard);
     EXPECT_EQ(unheard.error().description, "Could not connect to 127.0.0.1; check the internet connection and retry.");
+    EXPECT_EQ(unheard.error().transportFault, TransportFault::unreachable);
+    const auto nameless = send(authorized("GET", "https://name.invalid/?secret"));
+    ASSERT_FALSE(nameless);
+    EXPECT_EQ(nameless.error().transportFault, TransportFault::unresolved);
 }
 
 TEST_F(CurlHTTPSessionTest, givesStatusZeroToWhatIsNotHTTP) {

@@ -46,4 +46,16 @@ TEST(ResponseHead, namesTheEncodingOfBytesThatAreNotTheFilesOwn) {
     EXPECT_EQ(head.answer().contentEncoding, "gzip");
 }
 
+TEST(ResponseHead, passesOnWhenToAskAgain) {
+    ResponseHead head;
+    EXPECT_EQ(head.answer().retryHints.retryAfter, "");
+    head.read("retry-after:  120 \r\n");
+    head.read("Date: Sat, 07 Sep 2013 21:32:03 GMT\r\n");
+    head.read("X-RateLimit-Reset: 1378589523\r\n");
+    const RetryHints hints = head.answer().retryHints;
+    EXPECT_EQ(hints.retryAfter, "120");
+    EXPECT_EQ(hints.date, "Sat, 07 Sep 2013 21:32:03 GMT");
+    EXPECT_EQ(hints.rateLimitReset, "1378589523");
+}
+
 }  // namespace tovri
