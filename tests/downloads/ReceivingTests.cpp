@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "downloads/World.h"
-#include "downloads/running/ResumePoint.h"
+#include "downloads/partials/ResumePoint.h"
 
 namespace tovri::test {
 namespace {

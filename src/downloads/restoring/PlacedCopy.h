@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "downloads/list/Download.h"
-#include "downloads/running/Checksum.h"
+#include "downloads/partials/Checksum.h"
 #include "platform/FileManager.h"
 
 namespace tovri {

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "base/Result.h"
-#include "downloads/running/PartialFile.h"
+#include "downloads/partials/PartialFile.h"
 #include "platform/TransferSession.h"
 
 namespace tovri {

@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "downloads/list/Download.h"
-#include "downloads/running/Checksum.h"
+#include "downloads/partials/Checksum.h"
 #include "service/PutIOFile.h"
 
 namespace tovri {

@@ -7,9 +7,9 @@
 #include <stop_token>
 #include <string>
 
+#include "downloads/partials/PartialFile.h"
+#include "downloads/partials/ResumePoint.h"
 #include "downloads/running/AnswerCheck.h"
-#include "downloads/running/PartialFile.h"
-#include "downloads/running/ResumePoint.h"
 #include "downloads/running/RunSurroundings.h"
 #include "downloads/running/SpeedMeter.h"
 

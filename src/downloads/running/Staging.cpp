@@ -1,6 +1,6 @@
 #include "downloads/running/Staging.h"
 
-#include "downloads/running/ResumePoint.h"
+#include "downloads/partials/ResumePoint.h"
 
 namespace tovri {
 

@@ -1,4 +1,4 @@
-#include "downloads/running/PartialFile.h"
+#include "downloads/partials/PartialFile.h"
 
 #include <algorithm>
 #include <utility>

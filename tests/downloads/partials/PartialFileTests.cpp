@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "downloads/running/PartialFile.h"
+#include "downloads/partials/PartialFile.h"
 #include "support/MemoryFileManager.h"
 #include "support/VirtualVolumeQueues.h"
 

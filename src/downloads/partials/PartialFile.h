@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "downloads/running/Checksum.h"
+#include "downloads/partials/Checksum.h"
 #include "platform/FileManager.h"
 #include "platform/TransferSession.h"
 #include "platform/VolumeQueues.h"

@@ -1,7 +1,7 @@
 // What a token holds and which texts are none, with the checksum that stands in it.
 #include <gtest/gtest.h>
 
-#include "downloads/running/ResumePoint.h"
+#include "downloads/partials/ResumePoint.h"
 
 namespace tovri::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "downloads/running/ResumePoint.h"
+#include "downloads/partials/ResumePoint.h"
 
 #include <algorithm>
 #include <charconv>

@@ -7,7 +7,7 @@
 
 #include "base/Bytes.h"
 #include "base/UUID.h"
-#include "downloads/running/Checksum.h"
+#include "downloads/partials/Checksum.h"
 
 namespace tovri {
 

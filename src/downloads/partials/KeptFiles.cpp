@@ -1,4 +1,4 @@
-#include "downloads/running/KeptFiles.h"
+#include "downloads/partials/KeptFiles.h"
 
 #include <iterator>
 #include <utility>

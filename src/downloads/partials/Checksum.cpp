@@ -1,4 +1,4 @@
-#include "downloads/running/Checksum.h"
+#include "downloads/partials/Checksum.h"
 
 #include <charconv>
 
