@@ -5,6 +5,7 @@
 #include <set>
 #include <variant>
 
+#include "downloads/partials/FileChecksum.h"
 #include "downloads/running/ArrivalProof.h"
 
 namespace tovri {
@@ -57,22 +58,14 @@ struct LocalCopy {
 
 private:
     [[nodiscard]] Result<void> readAgain() const {
-        constexpr std::size_t step = std::size_t{1} << 20U;
         if (!arrived && !listed) {
             if (!asPlaced) return {};  // its size is all that there is to compare
             return failure(changed(path));
         }
-        auto file = files.openForReading(path);
-        if (!file) return failure(file);
-        Checksum checksum;
-        while (true) {
-            const Result<ByteBlob> bytes = (*file)->read(step);
-            if (!bytes) return failure(Error(bytes.error()));
-            if (bytes->empty()) break;
-            checksum.add(*bytes);
-        }
-        if (arrived && *arrived != checksum) return failure(changed(path));
-        if (listed && *listed != checksum)
+        const Result<Checksum> checksum = readChecksum(files, path);
+        if (!checksum) return failure(Error(checksum.error()));
+        if (arrived && *arrived != *checksum) return failure(changed(path));
+        if (listed && *listed != *checksum)
             return failure(unproven("The checksum of \"" + path.native() + "\" is not put.io's."));
         return {};
     }
