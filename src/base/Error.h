@@ -37,7 +37,7 @@ enum class TransportFault {
     unresolved,    // the host's name was not found
     unreachable,   // no connection came about: refused, no route, or no answer in time
     brokenOff,     // the connection ended before the answer did
-    silent,        // it stood, and nothing came for too long
+    silent,        // it stood, and nothing came for too long, or not all of an answer
     machineSlept,  // given up here after this computer was asleep; a new one is worth trying at once
 };
 

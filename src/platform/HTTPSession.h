@@ -22,6 +22,8 @@ struct HTTPRequest {
     std::string body;
     std::filesystem::path bodyFile;    // when set, its content is the body
     std::chrono::seconds timeout{60};  // the longest time without any byte moving in either direction
+    std::chrono::milliseconds timeLimit = std::chrono::minutes(5);    // for all of it, but the sending of `bodyFile`
+    ByteCount answerLimit = 256LL << 20;                              // of the answer's body, decoded
     std::function<void(ByteCount sent, ByteCount total)> onBodySent;  // may be empty; main thread
 };
 
@@ -32,7 +34,8 @@ struct HTTPResponse {
 };
 
 // Sends requests and gathers whole answers. Follows redirects: never from https to http, and an "Authorization" header
-// goes to the first address's origin alone. Plain http is refused unless the host is a loopback address.
+// goes to the first address's origin alone, and so does all that is sent with another method than GET. Plain http is
+// refused unless the host is a loopback address. No name and password that a redirect brings along are used.
 class HTTPSession {
 public:
     using Done = std::move_only_function<void(Result<HTTPResponse>)>;

@@ -68,6 +68,8 @@ Result<Address> Address::redirected(const std::string& location) const {
     const URLHandle target = makeURL(url);
     if (!target || curl_url_set(target.get(), CURLUPART_URL, location.c_str(), CURLU_URLENCODE) != CURLUE_OK)
         return failure(invalid(host + " redirects to an address that is not valid; retry later."));
+    for (const CURLUPart credential : {CURLUPART_USER, CURLUPART_PASSWORD, CURLUPART_OPTIONS})
+        curl_url_set(target.get(), credential, nullptr, 0);
     Result<Address> next = checked(target);
     if (next && isSecure() && !next->isSecure())
         return failure(invalid(host + " redirects to an address that is not encrypted; nothing was sent there."));

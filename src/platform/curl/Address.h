@@ -26,7 +26,8 @@ struct Address {
     // ErrorCase::invalidURL for what is no address or against the rules.
     [[nodiscard]] static Result<Address> parse(const std::string& url);
 
-    // Where a redirect leads from here; never from https to http.
+    // Where a redirect leads from here: never from https to http, and without the name and the password that it may
+    // bring along.
     [[nodiscard]] Result<Address> redirected(const std::string& location) const;
 };
 

@@ -38,6 +38,8 @@ public:
                                  .headers = std::move(request.headers),
                                  .body = {},
                                  .idleLimit = request.timeout,
+                                 .timeLimit = request.timeLimit,
+                                 .bodyLimit = request.answerLimit,
                                  .acceptsCompression = true};
         if (!request.bodyFile.empty()) {
             Result<RequestBody> body = RequestBody::ofFile(request.bodyFile);

@@ -148,11 +148,12 @@ void CurlLoop::giveBack(EasyHandle handle) {
     if (spareHandles_.size() < spareHandleLimit) spareHandles_.push_back(std::move(handle));
 }
 
-void CurlLoop::add(CurlLoopClient& client) {
+bool CurlLoop::add(CurlLoopClient& client) {
     curl_easy_setopt(client.handle(), CURLOPT_PRIVATE, &client);
-    curl_multi_add_handle(multi_.get(), client.handle());
+    if (curl_multi_add_handle(multi_.get(), client.handle()) != CURLM_OK) return false;
     clients_.insert(&client);
     if (!nextTick_) nextTick_ = std::chrono::steady_clock::now() + tickInterval;
+    return true;
 }
 
 void CurlLoop::remove(CurlLoopClient& client) {

@@ -55,8 +55,9 @@ public:
     // Whoever is told of a new socket enters it here; its end is noticed by the loop.
     [[nodiscard]] OpenSockets& sockets() { return sockets_; }
 
-    // From now on the client is told, until it has finished or is removed. It stays alive until then.
-    void add(CurlLoopClient& client);
+    // From now on the client is told, until it has finished or is removed. It stays alive until then. False, and
+    // nothing is told, when the library has no memory left for it.
+    [[nodiscard]] bool add(CurlLoopClient& client);
     void remove(CurlLoopClient& client);
 
 private:

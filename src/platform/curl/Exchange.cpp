@@ -6,7 +6,6 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
-#include "base/Trimmed.h"
 #include "platform/curl/HeaderText.h"
 #include "platform/curl/TransportError.h"
 
@@ -15,6 +14,7 @@ namespace {
 
 constexpr int redirectLimit = 10;
 constexpr int keepAliveProbes = 3;
+constexpr std::chrono::seconds unwantedBodyTime{1};  // until a new connection is the better way
 
 }  // namespace
 
@@ -99,7 +99,7 @@ struct Exchange::Callbacks {
 };
 
 Exchange::Exchange(CurlLoop& loop, ExchangeReceiver& receiver, ExchangeRequest request)
-    : loop_(loop), receiver_(receiver), request_(std::move(request)) {}
+    : loop_(loop), receiver_(receiver), request_(std::move(request)), staysAtOrigin_(request_.method != "GET") {}
 
 Exchange::~Exchange() {
     if (!handle_) return;
@@ -111,14 +111,15 @@ Result<void> Exchange::start() {
     Result<Address> address = Address::parse(request_.url);
     if (!address) return failure(address);
     address_ = std::move(*address);
-    send();
-    return {};
+    begin_ = std::chrono::steady_clock::now();
+    return send();
 }
 
-void Exchange::send() {
+Result<void> Exchange::send() {
     if (handle_) loop_.giveBack(std::move(handle_));
     handle_ = loop_.takeHandle();
     head_ = {};
+    headLength_ = 0;
     isHeadComplete_ = false;
     bodyOnWire_ = 0;
     bodyRead_ = 0;
@@ -134,11 +135,12 @@ void Exchange::send() {
     if (address_.isLoopback()) curl_easy_setopt(curl, CURLOPT_PROXY, "");
     // Each address of a host gets its share of this time.
     curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(request_.idleLimit.count()));
-    if (request_.acceptsCompression) curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "");
+    if (request_.acceptsCompression) curl_easy_setopt(curl, CURLOPT_ACCEPT_ENCODING, "gzip");
     configureHeaders();
     configureBody();
     configureCallbacks();
-    loop_.add(*this);
+    if (!loop_.add(*this)) return failure(memoryError(address_.host));
+    return {};
 }
 
 void Exchange::configureHeaders() {
@@ -184,48 +186,6 @@ void Exchange::configureCallbacks() {
     curl_easy_setopt(handle_.get(), CURLOPT_VERBOSE, 1L);  // without it the debug function is not called
 }
 
-bool Exchange::readHeaderLine(std::string_view line) {
-    if (isHeadComplete_) return true;  // a trailer
-    if (line.starts_with("HTTP/")) {
-        head_ = {};
-    } else if (trimmed(line).empty()) {
-        return readHeadEnd();
-    } else {
-        head_.read(line);
-    }
-    return true;
-}
-
-bool Exchange::readHeadEnd() {
-    long status = 0;
-    curl_easy_getinfo(handle_.get(), CURLINFO_RESPONSE_CODE, &status);
-    if (status < 200) return true;  // the answer proper is yet to come
-    head_.status = static_cast<int>(status);
-    isHeadComplete_ = true;
-    if (head_.isRedirect()) return true;
-    if (Result<void> accepted = receiver_.didReceiveHead(head_); !accepted) refusal_ = std::move(accepted.error());
-    return !refusal_;
-}
-
-// How many of the bytes the library may count as taken, or what else is to become of them.
-std::size_t Exchange::readBody(std::string_view bytes) {
-    if (!head_.isRedirect() && !bytes.empty()) {
-        Result<BodyFlow> flow = receiver_.didReceiveBytes(bytes);
-        if (!flow) {
-            refusal_ = std::move(flow.error());
-            return CURL_WRITEFUNC_ERROR;
-        }
-        isPaused_ = *flow == BodyFlow::pauses;
-        if (isPaused_) return CURL_WRITEFUNC_PAUSE;
-    }
-    bodyRead_ += static_cast<ByteCount>(bytes.size());
-    if (!hasExcess_ && hasExcess()) {
-        hasExcess_ = true;
-        curl_easy_setopt(handle_.get(), CURLOPT_FORBID_REUSE, 1L);  // the next answer would begin with the excess
-    }
-    return bytes.size();
-}
-
 // The library hands on what it has kept before this returns, and reports a failure of that only here.
 void Exchange::resume() {
     if (!std::exchange(isPaused_, false)) return;
@@ -238,22 +198,10 @@ void Exchange::didFinish(CURLcode code) {
     loop_.remove(*this);
     if (hasThrown_) return end(failure(memoryError(address_.host)));
     if (refusal_) return end(failure(std::move(*refusal_)));
+    if (isHeadComplete_ && head_.isRedirect()) return follow();  // even where its body could not be read to the end
     if (code != CURLE_OK) return end(failure(transportError(code, address_.host)));
-    if (head_.isRedirect()) return follow();
     if (hasExcess_) return end(failure(excessError(address_.host)));
     end({});
-}
-
-// The library silently leaves what follows the announced length: in the read that held the head, or in the socket. To
-// be asked while the body arrives: later the connection may already carry another exchange's answer.
-bool Exchange::hasExcess() const {
-    const std::optional<ByteCount> announced = head_.bodyLength();
-    if (!announced || bodyOnWire_ < *announced) return false;
-    if (bodyOnWire_ > *announced) return true;
-    const bool mayFollow = bodyRead_ < *announced && !request_.acceptsCompression;
-    if (mayFollow || address_.isSecure()) return false;
-    char byte = 0;
-    return socket_ >= 0 && ::recv(socket_, &byte, 1, MSG_PEEK | MSG_DONTWAIT) > 0;
 }
 
 void Exchange::follow() {
@@ -261,13 +209,15 @@ void Exchange::follow() {
     Result<Address> next = address_.redirected(head_.location);
     if (!next) return end(failure(next));
 
-    if (!next->hasOriginOf(address_))
+    const bool leavesOrigin = !next->hasOriginOf(address_);
+    if (leavesOrigin && staysAtOrigin_) return end(failure(leavingError(address_.host)));
+    if (leavesOrigin)
         std::erase_if(request_.headers,
                       [](const auto& header) { return equalIgnoringCase(header.first, "Authorization"); });
     const bool repeats = head_.status == 307 || head_.status == 308;
     if (!repeats && request_.body) dropBody();
     address_ = std::move(*next);
-    send();
+    if (Result<void> sent = send(); !sent) end(std::move(sent));
 }
 
 // The answer to what was sent lies elsewhere, and is asked for there (RFC 9110, section 15.4).
@@ -283,15 +233,23 @@ void Exchange::end(Result<void> result) {
 
 void Exchange::tick(TimePoint now) {
     receiver_.tick(now);
+    if (request_.body && request_.body->isFile() && (!request_.body->isAtEnd() || unsentBytes() > 0)) begin_ = now;
+    if (request_.timeLimit && now - begin_ >= *request_.timeLimit)
+        return giveUp(slownessError(address_.host, *request_.timeLimit));
+    if (isHeadComplete_ && isUnwanted() && now - headEnd_ >= unwantedBodyTime) return didFinish(CURLE_OK);
     if (!hasBegun_ || isPaused_) return;
     const ByteCount moved = movedBytes();
     if (moved != movedAtLastLook_) {
         movedAtLastLook_ = moved;
         lastMovement_ = now;
     } else if (now - lastMovement_ >= request_.idleLimit) {
-        loop_.remove(*this);
-        end(failure(silenceError(address_.host, request_.idleLimit)));
+        giveUp(silenceError(address_.host, request_.idleLimit));
     }
+}
+
+void Exchange::giveUp(Error why) {
+    loop_.remove(*this);
+    end(failure(std::move(why)));
 }
 
 // In both directions. What lies in the socket's send buffer has not moved yet, and that may be minutes of a slow line.
@@ -302,9 +260,13 @@ ByteCount Exchange::movedBytes() const {
     curl_easy_getinfo(handle_.get(), CURLINFO_SIZE_DOWNLOAD_T, &received);
     curl_easy_getinfo(handle_.get(), CURLINFO_SIZE_UPLOAD_T, &sent);
     curl_easy_getinfo(handle_.get(), CURLINFO_HEADER_SIZE, &heads);
+    return received + sent + heads - unsentBytes();
+}
+
+int Exchange::unsentBytes() const {
     int unsent = 0;
     if (request_.body && socket_ >= 0) ::ioctl(socket_, SIOCOUTQ, &unsent);
-    return received + sent + heads - unsent;
+    return unsent;
 }
 
 }  // namespace tovri

@@ -22,7 +22,9 @@ struct ExchangeRequest {
     std::vector<std::pair<std::string, std::string>> headers;
     std::optional<RequestBody> body;
     std::chrono::milliseconds idleLimit{60'000};  // the longest time without any byte moving in either direction
-    bool acceptsCompression = false;              // whether the answer may travel compressed
+    std::optional<std::chrono::milliseconds> timeLimit = {};  // for all of it, but the sending of a file
+    std::optional<ByteCount> bodyLimit = {};                  // of the answer, decompressed
+    bool acceptsCompression = false;                          // whether the answer may travel compressed
 };
 
 // What becomes of a piece of a body.
@@ -48,8 +50,9 @@ public:
 };
 
 // One request and its answer, over as many redirects as are allowed. Ends by itself when nothing moves for too long;
-// the time that it waits for one of the host's connections or is paused does not count. Destroying it withdraws the
-// request. An exception of its receiver ends it as a failure. All on the loop's thread.
+// the time that it waits for one of the host's connections or is paused does not count. A short body that nobody wants
+// is read to its end, so that its connection can be kept. Destroying the exchange withdraws the request. An exception
+// of its receiver ends it as a failure. All on the loop's thread.
 class Exchange final : private CurlLoopClient {
 public:
     // Both outlive the exchange.
@@ -73,19 +76,26 @@ private:
     void didFinish(CURLcode code) override;
     void tick(TimePoint now) override;
 
-    void send();
+    [[nodiscard]] Result<void> send();
     void configureHeaders();
     void configureBody();
     void configureCallbacks();
     void follow();
     void dropBody();
+    void giveUp(Error why);
     void end(Result<void> result);
 
     [[nodiscard]] bool readHeaderLine(std::string_view line);
     [[nodiscard]] bool readHeadEnd();
+    [[nodiscard]] bool hasKnownCodings() const;
+
+    [[nodiscard]] bool isUnwanted() const { return refusal_ || head_.isRedirect(); }
+
+    [[nodiscard]] bool refuse(Error why);
     [[nodiscard]] std::size_t readBody(std::string_view bytes);
     [[nodiscard]] bool hasExcess() const;
     [[nodiscard]] ByteCount movedBytes() const;
+    [[nodiscard]] int unsentBytes() const;
 
     CurlLoop& loop_;
     ExchangeReceiver& receiver_;
@@ -94,8 +104,12 @@ private:
     EasyHandle handle_;
     HeaderList headers_;
     int redirects_ = 0;
+    const bool staysAtOrigin_;  // whatever a redirect says
+    TimePoint begin_;
 
     ResponseHead head_;
+    ByteCount headLength_ = 0;
+    TimePoint headEnd_;
     bool isHeadComplete_ = false;
     ByteCount bodyOnWire_ = 0;      // as it arrived, before the library cuts it to the announced length
     ByteCount bodyRead_ = 0;        // as the receiver gets it, decompressed

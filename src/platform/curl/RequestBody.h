@@ -24,6 +24,11 @@ public:
     // `length` bytes is a failure.
     [[nodiscard]] Result<std::size_t> read(char* buffer, std::size_t size);
 
+    [[nodiscard]] bool isFile() const { return descriptor_ >= 0; }
+
+    // Whether all of it has been read.
+    [[nodiscard]] bool isAtEnd() const { return offset_ == length_; }
+
     void moveTo(ByteCount offset) { offset_ = offset; }
 
 private:

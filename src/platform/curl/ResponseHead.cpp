@@ -5,6 +5,16 @@
 #include "platform/curl/HeaderText.h"
 
 namespace tovri {
+namespace {
+
+// A list may stand in one header or in several of the same name (RFC 9110, section 5.3).
+void addCoding(std::string& list, std::string_view value) {
+    if (equalIgnoringCase(value, "identity")) return;
+    if (!list.empty()) list += ", ";
+    list += value;
+}
+
+}  // namespace
 
 void ResponseHead::read(std::string_view line) {
     const std::size_t colon = line.find(':');
@@ -15,12 +25,12 @@ void ResponseHead::read(std::string_view line) {
     if (equalIgnoringCase(name, "ETag")) entityTag = value;
     if (equalIgnoringCase(name, "Last-Modified")) lastModified = value;
     if (equalIgnoringCase(name, "Content-Range")) contentRange = value;
-    if (equalIgnoringCase(name, "Content-Encoding") && !equalIgnoringCase(value, "identity")) contentEncoding = value;
+    if (equalIgnoringCase(name, "Content-Encoding")) addCoding(contentEncoding, value);
+    if (equalIgnoringCase(name, "Transfer-Encoding")) addCoding(transferCoding, value);
     if (equalIgnoringCase(name, "Retry-After")) retryHints.retryAfter = value;
     if (equalIgnoringCase(name, "Date")) retryHints.date = value;
     if (equalIgnoringCase(name, "X-RateLimit-Reset")) retryHints.rateLimitReset = value;
     if (equalIgnoringCase(name, "Content-Length")) contentLength = parseByteCount(value);
-    if (equalIgnoringCase(name, "Transfer-Encoding")) hasTransferCoding = true;
 }
 
 bool ResponseHead::isRedirect() const {

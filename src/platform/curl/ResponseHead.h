@@ -17,9 +17,9 @@ struct ResponseHead {
     std::string lastModified;
     std::string contentRange;
     std::string contentEncoding;  // all of them, but "identity", which stands for none
+    std::string transferCoding;   // likewise
     RetryHints retryHints;
     std::optional<ByteCount> contentLength;
-    bool hasTransferCoding = false;
 
     // Takes in one header line, with or without its line end.
     void read(std::string_view line);
@@ -29,7 +29,7 @@ struct ResponseHead {
 
     // Length of the body as announced; none when only the end of the body tells it.
     [[nodiscard]] std::optional<ByteCount> bodyLength() const {
-        return hasTransferCoding ? std::nullopt : contentLength;
+        return transferCoding.empty() ? contentLength : std::nullopt;
     }
 
     [[nodiscard]] AnswerHead answer() const;

@@ -32,10 +32,17 @@ std::string describe(int code, const std::string& host) {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
             return "The connection to " + host + " broke off; retry.";
+        case CURLE_OUT_OF_MEMORY:  // how the library tells a header line beyond 100 KB, too
+            return host + " sent headers that are too long, or this computer has no memory left; retry later.";
         default:
             return std::string("The connection to ") + host +
                    " failed: " + curl_easy_strerror(static_cast<CURLcode>(code)) + "; retry.";
     }
+}
+
+std::string inSeconds(std::chrono::milliseconds time) {
+    const auto seconds = std::chrono::ceil<std::chrono::seconds>(time).count();
+    return std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
 }
 
 TransportFault faultOf(int code) {
@@ -66,10 +73,26 @@ Error transportError(int code, const std::string& host) {
 }
 
 Error silenceError(const std::string& host, std::chrono::milliseconds limit) {
-    const auto seconds = std::chrono::ceil<std::chrono::seconds>(limit).count();
-    return {TransportFault::silent, "Nothing came from " + host + " for " + std::to_string(seconds) +
-                                        (seconds == 1 ? " second" : " seconds") +
-                                        "; check the internet connection and retry."};
+    return {TransportFault::silent,
+            "Nothing came from " + host + " for " + inSeconds(limit) + "; check the internet connection and retry."};
+}
+
+Error slownessError(const std::string& host, std::chrono::milliseconds limit) {
+    return {TransportFault::silent,
+            host + " took longer than " + inSeconds(limit) + " to answer; check the internet connection and retry."};
+}
+
+Error oversizeError(const std::string& host, const std::string& what) {
+    return {ErrorCase::transport, host + " sent " + what + ", which cannot be meant; retry later."};
+}
+
+Error encodingError(const std::string& host) {
+    return {ErrorCase::transport, host + " sent an answer in an encoding that was not asked for; retry later."};
+}
+
+// It may have done before what it was asked for.
+Error leavingError(const std::string& host) {
+    return {ErrorCase::transport, host + " redirects to another server, and nothing was sent there; retry later."};
 }
 
 Error excessError(const std::string& host) {

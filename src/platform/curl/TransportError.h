@@ -20,6 +20,18 @@ namespace tovri {
 // For an answer that could not be taken in.
 [[nodiscard]] Error memoryError(const std::string& host);
 
+// For a request that took longer than `limit`, although something came now and then.
+[[nodiscard]] Error slownessError(const std::string& host, std::chrono::milliseconds limit);
+
+// For headers or a body beyond all measure; `what` names them.
+[[nodiscard]] Error oversizeError(const std::string& host, const std::string& what);
+
+// For a body that is packed in a way that was not asked for.
+[[nodiscard]] Error encodingError(const std::string& host);
+
+// For a redirect that would take what was sent to somebody else.
+[[nodiscard]] Error leavingError(const std::string& host);
+
 [[nodiscard]] Error redirectLoopError(const std::string& host);
 
 }  // namespace tovri

@@ -44,6 +44,8 @@ TEST(ResponseHead, namesTheEncodingOfBytesThatAreNotTheFilesOwn) {
     head.read("content-encoding: gzip\r\n");
     head.read("Content-Encoding: identity\r\n");
     EXPECT_EQ(head.answer().contentEncoding, "gzip");
+    head.read("Content-Encoding: br\r\n");
+    EXPECT_EQ(head.answer().contentEncoding, "gzip, br");
 }
 
 TEST(ResponseHead, passesOnWhenToAskAgain) {
