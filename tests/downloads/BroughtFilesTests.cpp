@@ -42,13 +42,36 @@ TEST_F(Brought, areKnownByPathAndByThemselves) {
 }
 
 TEST_F(Brought, areForgottenWithTheirPlace) {
-    bring("/d/f");
+    bring("/d/f", Original::kept);
     bring("/d/g");
     brought().forget("/d/f");
     EXPECT_EQ(find("/d/f"), std::nullopt);
     bring("/d/f", Original::kept);
     EXPECT_EQ(find("/d/f"), Original::kept);
     EXPECT_EQ(find("/d/g"), Original::gone);
+}
+
+TEST_F(Brought, areKnownByThemselvesWhenAnotherFileHasTheirName) {
+    bring("/d/f");
+    bring("/d/other");
+    ASSERT_TRUE(files.moveItem("/d/f", "/d/g", {}));
+    ASSERT_TRUE(files.moveItem("/d/other", "/d/h", {}));
+    bring("/d/f", Original::kept);
+    brought().forget("/d/other");
+    files.put("/d/other", "not brought");
+    EXPECT_EQ(find("/d/f"), Original::kept);
+    EXPECT_EQ(find("/d/g"), Original::gone);
+    EXPECT_EQ(find("/d/h"), Original::gone);
+    EXPECT_EQ(find("/d/other"), std::nullopt);
+    // Nor does the list lose that when it is written anew.
+    const std::string lines = *files.content("/data/brought.list");
+    files.put("/data/brought.list", lines + std::string(5000, '\n'));
+    EXPECT_EQ(find("/d/g"), Original::gone);
+    EXPECT_LT(files.content("/data/brought.list")->size(), 5000);
+    EXPECT_EQ(find("/d/f"), Original::kept);
+    EXPECT_EQ(find("/d/g"), Original::gone);
+    EXPECT_EQ(find("/d/h"), Original::gone);
+    EXPECT_EQ(find("/d/other"), std::nullopt);
 }
 
 TEST_F(Brought, surviveALineThatWasNotFinished) {

@@ -1,7 +1,9 @@
 #include "downloads/placing/BroughtFiles.h"
 
+#include <algorithm>
 #include <charconv>
 #include <ranges>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -56,6 +58,29 @@ std::string lineOf(const Line& line) {
     return text + '\n';
 }
 
+// The last line about a path counts, and the last one about each file of which it says that its original is gone: the
+// file may have another name by now. In their order, and without the oldest when they are too many.
+std::vector<Line> linesThatCount(const std::vector<std::string_view>& lines) {
+    std::unordered_map<std::string, std::string_view> newestWords;  // by path
+    std::unordered_set<std::string> seen;
+    std::vector<Line> counting;
+    for (const std::string_view each : lines | std::views::reverse) {
+        std::optional<Line> line = parse(each);
+        if (!line) continue;
+        const auto [newest, isNewest] = newestWords.try_emplace(line->path.native(), line->word);
+        if (line->word == forgottenWord) continue;
+        const std::string file = std::to_string(line->identity.number) + separator + std::to_string(line->size);
+        if (!seen.insert(line->path.native() + separator + file).second) continue;
+        if (!isNewest && line->word == keptWord) continue;
+        if (newest->second == forgottenWord) counting.push_back({forgottenWord, {}, 0, line->path});
+        newest->second = line->word;
+        if (counting.size() >= mostEntries) break;
+        counting.push_back(std::move(*line));
+    }
+    std::ranges::reverse(counting);
+    return counting;
+}
+
 }  // namespace
 
 BroughtFiles::BroughtFiles(FileManager& files, std::filesystem::path file) : files_(files), file_(std::move(file)) {}
@@ -78,21 +103,19 @@ void BroughtFiles::forget(const std::filesystem::path& path) {
 std::optional<BroughtFiles::Original> BroughtFiles::find(const std::filesystem::path& path) {
     const std::scoped_lock lock(access_);
     load();
-    if (const Entry* entry = findItself(path)) return entry->original;
+    if (const auto original = findItself(path)) return original;
     const std::string below = path.native() + "/";
     const auto first = entries_.lower_bound(below);
     const bool holdsOne = first != entries_.end() && first->first.starts_with(below);
     return holdsOne ? std::optional(Original::kept) : std::nullopt;
 }
 
-const BroughtFiles::Entry* BroughtFiles::findItself(const std::filesystem::path& path) {
-    if (const auto entry = entries_.find(path.native()); entry != entries_.end()) return &entry->second;
+std::optional<BroughtFiles::Original> BroughtFiles::findItself(const std::filesystem::path& path) {
+    if (const auto entry = entries_.find(path.native()); entry != entries_.end()) return entry->second.original;
     const auto stamp = files_.stamp(path);
-    const auto named = stamp ? byNumber_.find(stamp->identity.number) : byNumber_.end();
-    if (named == byNumber_.end()) return nullptr;
-    // The number of a file that is gone is soon another file's.
-    const Entry& entry = entries_.at(named->second);
-    return entry.identity == stamp->identity && entry.size == stamp->size ? &entry : nullptr;
+    // The number of a file that is gone is soon another file's, but hardly one of its size.
+    const auto known = stamp ? originals_.find({stamp->identity.number, stamp->size}) : originals_.end();
+    return known != originals_.end() ? std::optional(known->second) : std::nullopt;
 }
 
 Result<void> BroughtFiles::makeDurable() {
@@ -100,8 +123,6 @@ Result<void> BroughtFiles::makeDurable() {
     return files_.makeDurable(file_);
 }
 
-// The last line about a path counts. A file that has grown far beyond what it says is written anew, without the oldest
-// entries when they are too many.
 void BroughtFiles::load() {
     constexpr std::size_t slack = 1000;
     if (std::exchange(isLoaded_, true)) return;
@@ -110,19 +131,16 @@ void BroughtFiles::load() {
     std::vector<std::string_view> lines;
     for (const auto part : std::views::split(std::string_view(*text), '\n'))
         lines.emplace_back(part.begin(), part.end());
-    std::unordered_set<std::string> seen;
-    std::vector<Line> kept;  // newest first
-    for (const std::string_view each : lines | std::views::reverse) {
-        std::optional<Line> line = parse(each);
-        if (!line || !seen.insert(line->path.native()).second || line->word == forgottenWord) continue;
-        if (kept.size() == mostEntries) break;
-        kept.push_back(std::move(*line));
-    }
-    for (const Line& line : kept | std::views::reverse)
-        add(line.path.native(), {line.identity, line.size, line.word == goneWord ? Original::gone : Original::kept});
-    if (lines.size() > (2 * kept.size()) + slack) {
+    const std::vector<Line> counting = linesThatCount(lines);
+    for (const Line& line : counting)
+        if (line.word == forgottenWord)
+            erase(line.path.native());
+        else
+            add(line.path.native(),
+                {line.identity, line.size, line.word == goneWord ? Original::gone : Original::kept});
+    if (lines.size() > (2 * counting.size()) + slack) {
         std::string rest;
-        for (const Line& line : kept | std::views::reverse) rest += lineOf(line);
+        for (const Line& line : counting) rest += lineOf(line);
         (void)files_.writeFileAtomically(file_, rest);
     } else if (text->back() != '\n') {
         (void)append("\n");  // what a dying process left unfinished ends here
@@ -130,17 +148,15 @@ void BroughtFiles::load() {
 }
 
 void BroughtFiles::add(const std::string& path, const Entry& entry) {
-    erase(path);
+    if (const auto before = entries_.find(path); before != entries_.end() && keyOf(before->second) != keyOf(entry))
+        erase(path);
     entries_[path] = entry;
-    byNumber_[entry.identity.number] = path;
+    originals_[keyOf(entry)] = entry.original;
 }
 
 void BroughtFiles::erase(const std::string& path) {
-    const auto entry = entries_.find(path);
-    if (entry == entries_.end()) return;
-    const auto number = byNumber_.find(entry->second.identity.number);
-    if (number != byNumber_.end() && number->second == path) byNumber_.erase(number);
-    entries_.erase(entry);
+    const auto entry = entries_.extract(path);
+    if (entry && entry.mapped().original == Original::kept) originals_.erase(keyOf(entry.mapped()));
 }
 
 Result<void> BroughtFiles::append(const std::string& line) {

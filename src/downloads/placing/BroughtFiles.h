@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <utility>
 
 #include "base/Result.h"
 #include "platform/FileManager.h"
@@ -27,7 +27,8 @@ public:
     // The file has just got this name, or what is known of its original has changed.
     Result<void> note(const std::filesystem::path& path, const FileStamp& stamp, Original original);
 
-    // Another file has the name now, or put.io keeps the original for good.
+    // Another file has the name now, or put.io keeps the original for good. A file whose original is gone goes on being
+    // known by itself: it may have another name.
     void forget(const std::filesystem::path& path);
 
     // None when what stands there did not come so. A folder that holds such a file counts as kept: it would only leave
@@ -44,18 +45,24 @@ private:
         Original original = Original::kept;
     };
 
+    // A file's number on its volume, and its size. Not the volume's number, which is another one whenever a disk is
+    // connected anew.
+    using FileKey = std::pair<std::uint64_t, ByteCount>;
+
+    static FileKey keyOf(const Entry& entry) { return {entry.identity.number, entry.size}; }
+
     void load();
     void add(const std::string& path, const Entry& entry);
     void erase(const std::string& path);
-    [[nodiscard]] const Entry* findItself(const std::filesystem::path& path);
+    [[nodiscard]] std::optional<Original> findItself(const std::filesystem::path& path);
     [[nodiscard]] Result<void> append(const std::string& line);
 
     FileManager& files_;
     std::filesystem::path file_;
     std::mutex access_;
     bool isLoaded_ = false;
-    std::map<std::string, Entry> entries_;                     // by path
-    std::unordered_map<std::uint64_t, std::string> byNumber_;  // the path, by the file's number on its volume
+    std::map<std::string, Entry> entries_;  // by path
+    std::map<FileKey, Original> originals_;
 };
 
 }  // namespace tovri

@@ -169,6 +169,16 @@ class OnlyCopy(DeletionTest):
         self.assertEqual(set(self.sizes()), {"f", "f (1)", "f (2)"})
         self.assertEqual(set(self.sizes().values()), {1000, 2000, 3000})
 
+    def test_a_renamed_one_is_known_when_another_file_has_its_name(self):
+        self.serve_files({"A": {"f": "1KB", "F": {"f": "4KB"}}, "B": {"f": "2KB", "F": {"f": "5KB"}},
+                          "C": {"g": "3KB", "G": {"f": "6KB"}}})
+        self.get("/A/f", "/A/F", "--delete")
+        (self.downloads / "f").rename(self.downloads / "g")
+        (self.downloads / "F").rename(self.downloads / "G")
+        self.get("/B/f", "/B/F", "--delete")
+        self.get("/C/g", "/C/G", "--on-conflict", "replace")
+        self.assertEqual(self.sizes(), {"f": 2000, "g": 1000, "g (1)": 3000, "F/f": 5000, "G/f": 4000, "G/f (1)": 6000})
+
     def test_files_of_two_rules_are_both_kept(self):
         self.serve_files({"A": {"G": {}}, "B": {"G": {}}})
         self.run_cli("config", "conflictBehavior", "replace")
