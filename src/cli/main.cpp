@@ -68,16 +68,12 @@ bool needsStoredSecret(CommandName command, bool hasToken) {
     }
 }
 
-// Runs every 0.95 seconds once the user wants the program to end; the second time it does, whatever hangs.
+// Runs two seconds after the user wanted the program to end: then something else than a volume's thread hangs.
 void endAtTheLatest(int /*signal*/) {
-    static volatile std::sig_atomic_t round = 0;
     constexpr std::string_view text =
         "tovri-cli: something hangs, so it ended without waiting; what was not saved yet is lost.\n";
-    if (round == 1) {
-        [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
-        ::_exit(static_cast<int>(ExitCode::interrupted));
-    }
-    round = 1;
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+    ::_exit(static_cast<int>(ExitCode::interrupted));
 }
 
 // The adapters of this machine and the core on top of them, for one command.
@@ -190,9 +186,9 @@ private:
         });
     }
 
-    // What still runs on a volume after two seconds uses what would be taken down here.
+    // What still runs on a volume after that uses what would be taken down here.
     void leaveHangingVolumes() {
-        if (volumes_.finish(std::chrono::seconds(2))) return;
+        if (volumes_.finish(VolumeQueues::patienceAtEnd)) return;
         terminal_.restore();
         std::_Exit(static_cast<int>(code_));
     }
@@ -205,7 +201,8 @@ private:
             std::_Exit(static_cast<int>(ExitCode::interrupted));
         }
         std::signal(SIGALRM, endAtTheLatest);
-        ::ualarm(950'000, 950'000);
+        ::alarm(2);
+        volumes_.limitWaits(VolumeQueues::patienceAtEnd);
         if (hasEnded_) return end(ExitCode::interrupted);
         command_->interrupt([this] { end(ExitCode::interrupted); });
     }

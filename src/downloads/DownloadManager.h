@@ -159,8 +159,8 @@ public:
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saver_.failure(); }
 
     // Ends every transfer, keeps its token in its item, which stays downloading, and starts nothing any more. `done`
-    // runs when all tokens have come, no file is being placed and all that has arrived is durable, after two seconds at
-    // the latest; then it is time for saveNow.
+    // runs when all tokens have come, no file is being placed and all that has arrived is durable, after 1.2 seconds at
+    // the latest; then it is time for saveNow, which waits no longer than VolumeQueues::patienceAtEnd from this call.
     void suspend(std::function<void()> done);
 
     // --- Sums over the queue, computed on every read ---

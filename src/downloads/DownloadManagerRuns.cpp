@@ -113,8 +113,9 @@ void DownloadManager::suspend(std::function<void()> done) {
     const std::vector<DownloadRun*> runs(runs_.begin(), runs_.end());
     for (DownloadRun* run : runs) run->suspend();
     durability_.hurry();
-    // A volume that hangs does not keep the program from ending.
-    constexpr std::chrono::seconds patience{2};
+    // A volume that hangs does not keep the program from ending. What it leaves of the time is for the save.
+    constexpr std::chrono::milliseconds patience{1200};
+    platform_.volumes.limitWaits(VolumeQueues::patienceAtEnd);
     suspendLimit_ = platform_.loop.schedule(patience, [this] {
         if (suspended_) std::exchange(suspended_, nullptr)();
     });

@@ -27,6 +27,13 @@ public:
     // when the time was too short: nothing begins any more, and the process must end without taking down what the work
     // under way may use.
     [[nodiscard]] virtual bool finish(std::chrono::milliseconds limit) = 0;
+
+    // How long the end of a process waits for volumes, in all.
+    static constexpr std::chrono::milliseconds patienceAtEnd{1700};
+
+    // From now on none of the waits above lasts longer than until so much later: the process is about to end, and what
+    // hangs keeps it once, not at each step. A later call does not put the end off.
+    virtual void limitWaits(std::chrono::milliseconds limit) = 0;
 };
 
 }  // namespace tovri

@@ -79,8 +79,8 @@ public:
         });
         QTimer::singleShot(keyringPatience, qApp, [this] { showWaiting(); });
         const int code = QApplication::exec();
-        // What still runs on a volume after two seconds uses what would be taken down here.
-        if (!volumes_.finish(std::chrono::seconds(2))) std::_Exit(code);
+        // What still runs on a volume after that uses what would be taken down here.
+        if (!volumes_.finish(VolumeQueues::patienceAtEnd)) std::_Exit(code);
         return code;
     }
 

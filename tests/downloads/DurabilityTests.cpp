@@ -92,7 +92,7 @@ TEST_F(Durable, isHeldUpByItsOwnVolumeOnly) {
     EXPECT_FALSE(slow->durable);
     bool isDone = false;
     world.manager().suspend([&] { isDone = true; });
-    world.loop.advance(1900ms);
+    world.loop.advance(1100ms);
     EXPECT_FALSE(isDone);
     ASSERT_TRUE(world.loop.runUntil([&] { return isDone; }, 200ms));
 }

@@ -96,6 +96,18 @@ TEST_P(VolumeQueuesContract, oneLaneIsWaitedForByItself) {
     EXPECT_THAT(toldBy('a'), ElementsAre("a1"));
 }
 
+TEST_P(VolumeQueuesContract, whenTheProcessEndsOneLimitHoldsForAllWaits) {
+    constexpr std::chrono::hours never{1000};  // the test would not end
+    world->hang("a");
+    for (const char lane : {'a', 'b'}) add(lane, "1");
+    ASSERT_TRUE(queues.waitFor("b", patience));
+    queues.limitWaits(std::chrono::milliseconds(1));
+    queues.limitWaits(never);
+    EXPECT_FALSE(queues.waitFor("a", never));
+    EXPECT_TRUE(queues.waitFor("b", never));
+    EXPECT_FALSE(queues.finish(never));
+}
+
 TEST_P(VolumeQueuesContract, finishingLeavesAHungLaneAndDropsItsWork) {
     const auto held = std::make_shared<int>(1);
     world->hang("a");

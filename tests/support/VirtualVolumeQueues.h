@@ -24,6 +24,8 @@ public:
     [[nodiscard]] bool waitFor(const std::string& lane, std::chrono::milliseconds limit) override;
     [[nodiscard]] bool finish(std::chrono::milliseconds limit) override;
 
+    void limitWaits(std::chrono::milliseconds /*limit*/) override {}
+
     // No lane has work any more: the process that gave it has died.
     void drop() { lanes_.clear(); }
 

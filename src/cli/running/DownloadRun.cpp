@@ -1,7 +1,5 @@
 #include "cli/running/DownloadRun.h"
 
-#include <chrono>
-
 #include <fmt/format.h>
 
 #include "cli/display/DisplayText.h"
@@ -188,16 +186,12 @@ ExitCode DownloadRun::exitCode() const {
 }
 
 void DownloadRun::rest(std::function<void()> done) {
-    using namespace std::chrono_literals;
-    const auto finish = [this, done = std::move(done)] {
+    context_.app.syncManager().stopPolling();
+    downloads_.suspend([this, done = std::move(done)] {
         if (std::exchange(isAtRest_, true)) return;
-        deadline_.reset();
         save();
         done();
-    };
-    context_.app.syncManager().stopPolling();
-    deadline_ = context_.platform.loop.schedule(1500ms, finish);
-    downloads_.suspend(finish);
+    });
 }
 
 void DownloadRun::giveUp(std::string reason) {

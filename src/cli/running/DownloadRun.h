@@ -40,7 +40,7 @@ public:
     // would survive a loss of power.
     Task<ExitCode> work(Until until, std::stop_token stop);
 
-    // Ctrl-C: within 1.5 seconds, also when a transfer does not come to rest in time.
+    // Ctrl-C: soon, also when a transfer does not come to rest in time.
     void interrupt(std::function<void()> done);
 
 private:
@@ -71,7 +71,6 @@ private:
     bool isAtRest_ = false;
     std::move_only_function<void()> ended_;
     std::stop_source securing_;
-    Subscription deadline_;
     Subscription check_;
     Subscription signOut_;
     Subscription changes_;

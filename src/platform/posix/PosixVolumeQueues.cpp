@@ -1,5 +1,6 @@
 #include "platform/posix/PosixVolumeQueues.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <map>
@@ -31,7 +32,7 @@ public:
 
     bool waitFor(const std::string& name, std::chrono::milliseconds limit) {
         std::unique_lock lock(mutex_);
-        return changed_.wait_for(lock, limit, [&] {
+        return changed_.wait_until(lock, end(limit), [&] {
             const auto lane = lanes_.find(name);
             return lane == lanes_.end() || lane->second.unfinished == 0;
         });
@@ -40,7 +41,7 @@ public:
     bool finish(std::chrono::milliseconds limit) {
         std::vector<std::deque<Work>> dropped;  // goes when the lock is free: what work holds may come back here
         std::unique_lock lock(mutex_);
-        if (changed_.wait_for(lock, limit, [this] { return unfinished_ == 0; })) return true;
+        if (changed_.wait_until(lock, end(limit), [this] { return unfinished_ == 0; })) return true;
         isOver_ = true;
         for (auto& [name, lane] : lanes_) {
             unfinished_ -= lane.waiting.size();
@@ -50,8 +51,13 @@ public:
         return false;
     }
 
+    void limitWaits(std::chrono::milliseconds limit) {
+        const std::scoped_lock lock(mutex_);
+        latestEnd_ = end(limit);
+    }
+
     // Sends the idle threads home.
-    void end(std::chrono::milliseconds limit) {
+    void dismiss(std::chrono::milliseconds limit) {
         std::unique_lock lock(mutex_);
         isOver_ = true;
         for (auto& [name, lane] : lanes_) lane.hasMore.notify_one();
@@ -59,6 +65,13 @@ public:
     }
 
 private:
+    using Clock = std::chrono::steady_clock;
+
+    // Of a wait that begins now.
+    [[nodiscard]] Clock::time_point end(std::chrono::milliseconds limit) const {
+        return std::min(Clock::now() + limit, latestEnd_);
+    }
+
     struct Lane {
         std::deque<Work> waiting;
         std::size_t unfinished = 0;  // work that waits or is under way
@@ -91,7 +104,8 @@ private:
     std::condition_variable changed_;
     std::map<std::string, Lane> lanes_;
     std::size_t unfinished_ = 0;  // work that waits or is under way
-    bool isOver_ = false;         // nothing is taken or begun any more
+    Clock::time_point latestEnd_ = Clock::time_point::max();
+    bool isOver_ = false;  // nothing is taken or begun any more
 };
 
 PosixVolumeQueues::PosixVolumeQueues(Patience patience)
@@ -99,7 +113,7 @@ PosixVolumeQueues::PosixVolumeQueues(Patience patience)
 
 PosixVolumeQueues::~PosixVolumeQueues() {
     static_cast<void>(lanes_->finish(patienceAtEnd_));
-    lanes_->end(patienceAtEnd_);
+    lanes_->dismiss(patienceAtEnd_);
 }
 
 void PosixVolumeQueues::run(const std::string& lane, Work work) {
@@ -112,6 +126,10 @@ bool PosixVolumeQueues::waitFor(const std::string& lane, std::chrono::millisecon
 
 bool PosixVolumeQueues::finish(std::chrono::milliseconds limit) {
     return lanes_->finish(limit);
+}
+
+void PosixVolumeQueues::limitWaits(std::chrono::milliseconds limit) {
+    lanes_->limitWaits(limit);
 }
 
 }  // namespace tovri

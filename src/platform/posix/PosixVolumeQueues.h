@@ -23,6 +23,7 @@ public:
     void run(const std::string& lane, Work work) override;
     [[nodiscard]] bool waitFor(const std::string& lane, std::chrono::milliseconds limit) override;
     [[nodiscard]] bool finish(std::chrono::milliseconds limit) override;
+    void limitWaits(std::chrono::milliseconds limit) override;
 
 private:
     class Lanes;

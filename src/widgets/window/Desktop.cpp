@@ -34,7 +34,7 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
       presence_({surroundings_.platform.loop, surroundings_.inhibitor, surroundings_.notifications,
                  [] { return QApplication::activeWindow() != nullptr; }},
                 surroundings_.app.downloadManager(), surroundings_.app.fileBrowserState(), preferences_),
-      ending_(surroundings_.app, surroundings_.platform.loop) {
+      ending_(surroundings_.app) {
     connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
     connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);
     connect(&window_, &MainWindow::quitWanted, this, &Desktop::quit);

@@ -7,11 +7,11 @@
 namespace tovri {
 
 // Brings the application to rest when it is to end: transfers hand over their resume tokens, then the queue and the
-// rules are written. At the latest after 1.5 seconds, whatever hangs.
+// rules are written. What hangs is waited for no longer than DownloadManager::suspend says.
 class Ending {
 public:
-    // Both outlive the ending.
-    Ending(TovriApp& app, MainLoop& loop) : app_(app), loop_(loop) {}
+    // `app` outlives the ending.
+    explicit Ending(TovriApp& app) : app_(app) {}
 
     // Told once everything is written, or what could not be.
     using Done = std::function<void(const Result<void>& saved)>;
@@ -22,13 +22,8 @@ public:
     [[nodiscard]] bool hasBegun() const { return hasBegun_; }
 
 private:
-    void finish();
-
     TovriApp& app_;
-    MainLoop& loop_;
-    Done done_;
     bool hasBegun_ = false;
-    Subscription deadline_;
 };
 
 }  // namespace tovri
