@@ -29,7 +29,11 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
                  platform.folders.applicationData),
       destinations_(
           {platform.loop, platform.files, platform.volumes, platform.folders.applicationData / "destinations.list"}),
-      held_(platform.loop, list_, destinations_, lanes_, [this] { processQueue(); }),
+      held_(platform.loop, list_, destinations_, lanes_,
+            [this] {
+                saves_.request(SaveSchedule::Urgency::gathered);
+                processQueue();
+            }),
       deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_, brought_}),
       settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
       placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_, brought_),

@@ -17,6 +17,7 @@ void startOver(Download& item) {
 
 // Puts an item that the previous run left half-done into a state from which this run can go on.
 void normalize(Download& item, bool isQueuePaused, FileManager& files) {
+    item.hold.reset();
     if (item.status == Status::awaitingConflict) {
         if (item.stagedURL && files.exists(*item.stagedURL)) return;
         item.stagedURL.reset();

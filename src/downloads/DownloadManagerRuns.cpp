@@ -21,6 +21,7 @@ void DownloadManager::processQueue() {
             continue;
         }
         list_.hold(*next, hold);
+        saves_.request(SaveSchedule::Urgency::gathered);
         if (++held < mostHolds) continue;
         processingOn_ = platform_.loop.schedule(MainLoop::Duration::zero(), [this] { processQueue(); });
         break;

@@ -192,6 +192,69 @@ TEST_F(Holding, keepsAFileThatADiskTakesNoMore) {
     EXPECT_EQ(world.transfersOf(item->fileID), 1U);
 }
 
+TEST_F(Holding, waitsForRoomForTheFolderThatReceivesAFileOfUnknownSize) {
+    world.files.failNext("createPrivateFolder", {}, {ErrorCase::diskFull, "The disk is full."});
+    world.files.setCapacity(archive, 0);
+    const std::int64_t file = world.addFile("f", "f");
+    world.sizeless.insert(file);
+    const DownloadPointer item = world.enqueue(file, {.destination = {{archive, {}}}});
+    world.loop.advance(1min);
+    EXPECT_EQ(state(item), "queued: Waiting for room on Archive");
+    world.files.setCapacity(archive, 100'000'000);
+    expectArrived(item);
+}
+
+TEST_F(Holding, asksAboutATakenNameOnlyOnTheVolumeThatIsExpected) {
+    world.preferences.setConflictBehavior(ConflictBehavior::ask);
+    expectArrived(enqueue("f", 10, archive / "Films"));
+    const DownloadPointer before = enqueue("f", 20, archive / "Films");
+    ASSERT_TRUE(world.runUntil(before, Status::awaitingConflict));
+    manager.saveNow();
+    world.kill();
+    world.files.unmount(archive);
+    world.start();
+    world.loop.advance(20s);
+    DownloadPointer item = world.find(before->fileID);
+    EXPECT_EQ(state(item), "queued: Waiting for Archive: /mnt/Archive is on / now");
+    EXPECT_FALSE(world.files.exists(archive / "Films"));
+
+    world.manager().saveNow();
+    world.kill();
+    world.start();
+    world.files.mount(archive);
+    item = world.find(before->fileID);
+    ASSERT_TRUE(world.runUntil(item, Status::awaitingConflict)) << state(item);
+    world.manager().resolveConflict(ConflictChoice::replace, false);
+    expectArrived(item);
+    EXPECT_EQ(world.transfersOf(item->fileID), 1U);
+}
+
+TEST_F(Holding, isToldToWhoeverReadsTheQueueFile) {
+    const auto saved = [&] {
+        const auto queue = decodeQueue(world.files.content(World::queueFile).value_or(""));
+        const HoldPointer hold = queue && !queue->downloads.empty() ? queue->downloads.front().hold : nullptr;
+        return hold ? hold->text : "";
+    };
+    world.files.setCapacity(archive, 10);
+    const DownloadPointer item = enqueue("f", 100, archive);
+    world.loop.advance(2s);
+    EXPECT_EQ(saved(), "Waiting for 100 bytes on Archive");
+    world.kill();
+    {
+        DownloadManager editing(world.platform(), world.transfers);
+        editing.openForEditing();
+        editing.moveToTop(editing.downloads().items().front());
+        world.loop.advance(20s);
+        editing.saveNow();
+        EXPECT_EQ(saved(), "Waiting for 100 bytes on Archive");
+    }
+    world.files.setCapacity(archive, 1000);
+    world.start();
+    expectArrived(world.find(item->fileID));
+    world.loop.advance(2s);
+    EXPECT_EQ(saved(), "");
+}
+
 TEST_F(Holding, usesAFolderOnAnotherVolumeWhenTheUserSaysSo) {
     expectArrived(enqueue("first", 10, archive));
     world.files.unmount(archive);

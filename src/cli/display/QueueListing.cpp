@@ -55,6 +55,7 @@ std::string arrivedText(const DownloadRecord& item, Timestamp now) {
 std::string statusText(const DownloadRecord& item, Timestamp now) {
     switch (item.status) {
         case queued:
+            if (item.hold) return printable(item.hold->text);
             return item.expectedSize() > 0 ? "Queued \xC2\xB7 " + formatByteCount(item.expectedSize()) : "Queued";
         case downloading:
             return sizesText(item) + " \xC2\xB7 " + percentText(item);
@@ -89,6 +90,7 @@ void addItem(JSON& json, const DownloadRecord& item) {
     json.field("destination", unicodeText(item.destinationFolder->native()));
     addOptional(json, "path", item.resolvedURL);
     if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
+    if (item.hold) json.field("waiting", unicodeText(item.hold->text));
     addOptional(json, "error", item.error);
     json.endObject();
 }

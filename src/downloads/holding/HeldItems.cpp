@@ -32,6 +32,7 @@ void HeldItems::follow(const QueueChange& change) {
 
 void HeldItems::look() {
     for (const std::string& what : list_.holds()) {
+        if (what.empty()) continue;  // of another process
         if (looking_.insert(what).second)
             scope_.start(lookAt(what));
         else

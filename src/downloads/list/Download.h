@@ -50,6 +50,7 @@ struct DownloadRecord {
     std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
     std::optional<std::string> deletionAccount;  // in which put.io may have deleted it, whether we know it or not
     bool isUnproven = false;                     // its deletion failed because it could not be shown to be safe
+    HoldPointer hold;                            // only of a queued item, and changed by the list alone
 
     // It stands under its name, but is not what put.io has: `error` says what differs.
     [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }
@@ -71,7 +72,6 @@ struct Download : DownloadRecord {
     bool isBegunAgain = false;   // this run is not its first: put.io's record may have changed since it was queued
     std::optional<FileStamp> placedAs;  // the file as it took its place, where all its bytes came in this process
     std::int64_t position = 0;          // the list's sort key, smallest on top
-    HoldPointer hold;                   // only of a queued item, and changed by the list alone
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}
 

@@ -76,7 +76,8 @@ public:
     // Given a sentence about the fault; without an observer it is only refused.
     void onForbiddenStep(std::function<void(const std::string&)> tell) { forbidden_ = std::move(tell); }
 
-    // Makes an item that is queued or downloading one that is queued and held for this reason.
+    // Makes an item one that is queued and held for this reason: a queued one, or one from which StatusStep::hold
+    // leads.
     void hold(Download& item, HoldPointer why);
 
     // Makes a held item a candidate again.

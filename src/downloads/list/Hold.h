@@ -10,6 +10,7 @@
 namespace tovri {
 
 // Why a queued item is no candidate for a slot. Never changed: an item that waits for something else gets another one.
+// One that was read from the queue file has a text and nothing else.
 struct Hold {
     enum class Reason : std::uint8_t {
         name,    // longer than the volume allows

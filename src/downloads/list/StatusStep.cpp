@@ -44,7 +44,7 @@ constexpr std::array rows = {
     Row{StatusStep::pauseWaiting, "pauseWaiting", {queued}, paused},
     Row{StatusStep::pause, "pause", {downloading}, paused},
     Row{StatusStep::yieldSlot, "yieldSlot", {downloading}, queued},
-    Row{StatusStep::hold, "hold", {downloading}, queued},
+    Row{StatusStep::hold, "hold", {downloading, awaitingConflict}, queued},
     Row{StatusStep::resume, "resume", {paused}, queued},
     Row{StatusStep::ask, "ask", {downloading, awaitingConflict}, awaitingConflict},
     Row{StatusStep::complete, "complete", {downloading, awaitingConflict, queued, paused}, completed},

@@ -17,7 +17,8 @@ enum class StatusStep {
     pauseWaiting,     // the whole queue is paused before it had a slot
     pause,            // its transfer has stopped, its token is kept
     yieldSlot,        // as pause, but it goes on as soon as a slot is free
-    hold,             // its destination cannot take it now; it goes on by itself when that has changed
+    hold,             // its destination cannot take it now, or a question from before the last start would be about
+                      // another volume; it goes on by itself when that has changed
     resume,           // the user, or the whole queue, goes on
     ask,              // the name is taken, the user decides
     complete,         // the file stands under its name

@@ -57,7 +57,8 @@ Task<> DownloadRun::tellFromConflict(Path staged) {
     stage_ = Stage::placement;
     placement_.takeStaged(staged);
     Result<void> way = co_await findTarget();
-    if (way && isCurrent()) way = co_await placement_.place(target_, staged, stop_.get_token());
+    if (way && isToGoOn()) way = co_await checkDestination();
+    if (way && isToGoOn()) way = co_await placement_.place(target_, staged, stop_.get_token());
     if (!isCurrent()) {
         placement_.removeReceived();
         co_return;
@@ -172,18 +173,22 @@ Task<> DownloadRun::conclude(Result<void> way) {
         reception_.discard();
     } else if (wish_ != Wish::goOn && stage_ != Stage::placement) {
         co_await keepArrived();
+    } else if (hold_ && stage_ == Stage::placement) {
+        co_await holdStaged();
     } else if (hold_) {
         hold();
     } else if (way) {
         co_return;
-    } else if (stage_ == Stage::lookUp) {
-        item_->error = way.error().description;
-        around_.list.take(*item_, StatusStep::fail);
     } else if (isForLater(way.error())) {
-        if (stage_ == Stage::transfer)
+        if (stage_ == Stage::lookUp)
+            co_await holdWithoutBytes();
+        else if (stage_ == Stage::transfer)
             co_await holdWithBytes();
         else
             co_await holdWhole(way.error().code);
+    } else if (stage_ == Stage::lookUp) {
+        item_->error = way.error().description;
+        around_.list.take(*item_, StatusStep::fail);
     } else if (stage_ == Stage::transfer) {
         co_await failTransfer(std::move(way.error()));
     } else {
@@ -198,6 +203,7 @@ Task<> DownloadRun::conclude(Result<void> way) {
 // it is for the user to go on.
 bool DownloadRun::isForLater(const Error& error) const {
     if (item_->status != DownloadStatus::downloading) return false;
+    if (stage_ == Stage::lookUp) return error.code == ErrorCase::diskFull;
     if (stage_ == Stage::transfer) return error.code == ErrorCase::diskFull && reception_.partial();
     return error.code == ErrorCase::diskFull || error.code == ErrorCase::otherVolume;
 }
@@ -230,6 +236,17 @@ Task<> DownloadRun::failTransfer(Error error) {
     item_->resumeData = std::move(token);
     around_.settlement.markFailed(item_, error.description);
     around_.saves.request(Urgency::gathered);
+}
+
+// Not even the folder that receives the file could be made.
+Task<> DownloadRun::holdWithoutBytes() {
+    claim_.reset();
+    const Path folder = target_.path.parent_path();
+    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, target_.lane, std::stop_token());
+    if (!isCurrent()) co_return;
+    const ByteCount missing = DestinationCheck::missing(*item_);
+    hold_ = facts ? around_.destinations.refusal(missing, folder, *facts) : DestinationCheck::unreachable(folder);
+    hold();
 }
 
 // What has arrived stays, and the item waits until the partial file's volume has room for the rest.
@@ -268,10 +285,20 @@ Task<> DownloadRun::holdWhole(ErrorCase reason) {
     hold();
 }
 
+// The question is asked again when the destination is there, or takes files, again.
+Task<> DownloadRun::holdStaged() {
+    co_await placement_.keepWhole();
+    if (!isCurrent()) co_return;
+    item_->stagedURL.reset();
+    if (!item_->receivedFile) item_->forgetArrival();
+    hold();
+}
+
 void DownloadRun::hold() {
     claim_.reset();
     item_->speed = 0;
-    if (around_.isQueuePaused || wish_ == Wish::pause)
+    const bool isPaused = around_.isQueuePaused || wish_ == Wish::pause;
+    if (isPaused && item_->status == DownloadStatus::downloading)
         around_.list.take(*item_, StatusStep::pause);
     else
         around_.list.hold(*item_, hold_);

@@ -64,8 +64,10 @@ private:
     Task<> conclude(Result<void> way);
     Task<> keepArrived();
     Task<> failTransfer(Error error);
+    Task<> holdWithoutBytes();
     Task<> holdWithBytes();
     Task<> holdWhole(ErrorCase reason);
+    Task<> holdStaged();
     void hold();
     void startOver(const Error& error);
 

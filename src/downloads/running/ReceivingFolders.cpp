@@ -171,6 +171,7 @@ Task<Result<ReceivingFolders::Listed>> ReceivingFolders::listFor(Path destinatio
         chosen_.insert(found->entry.folder);
         if (holds(listedOnDisk_, found->entry)) co_return std::move(found->entry);
         Result<void> written = co_await write(stop);
+        if (!written && written.error().code == ErrorCase::diskFull) written.error().code = ErrorCase::file;
         if (!written) co_return failure(written);
         co_return std::move(found->entry);
     }

@@ -19,6 +19,15 @@ struct StatusFormat {
     }
 };
 
+// For whoever looks at the queue. The next process that works on it finds out for itself.
+struct HoldFormat {
+    static void write(auto& json, const Hold& hold) { TextFormat::write(json, hold.text); }
+
+    static HoldPointer read(const SavedValue& saved) {
+        return std::make_shared<const Hold>(Hold{.text = TextFormat::read(saved)});
+    }
+};
+
 // An object with a number under each name.
 struct CountsFormat {
     static void write(auto& json, const std::map<std::string, std::int64_t>& counts) {
@@ -70,6 +79,7 @@ constexpr RecordFormat itemFormat{
     optional("startedAt", &DownloadRecord::startedAt, DateFormat()),
     required("status", &DownloadRecord::status, StatusFormat()),
     optional("syncRuleID", &DownloadRecord::syncRuleID, UUIDFormat()),
+    optional("waiting", &DownloadRecord::hold, HoldFormat()),
 };
 
 constexpr RecordFormat queueFormat{

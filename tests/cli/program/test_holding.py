@@ -50,7 +50,9 @@ class Holding(ProgramTest):
         self.assertEqual(messages, f"Waiting for 4 MB on Archive: {self.disk}/News/large.bin. "
                                    "Go on with: tovri-cli run\n")
         self.assertEqual(sorted(os.listdir(self.disk / "News")), ["small.txt", "tiny.txt"])
-        self.assertEqual([i["status"] for i in self.queue() if i["name"] == "large.bin"], ["queued"])
+        waiting = [(i["name"], i["status"], i["waiting"]) for i in self.queue() if "waiting" in i]
+        self.assertEqual(waiting, [("large.bin", "queued", "Waiting for 4 MB on Archive")])
+        self.assertRegex(self.run_cli("queue")[0], r"  large\.bin  Waiting for 4 MB on Archive\n")
 
         # It comes by itself, in a process that goes on.
         self.run_cli("rules", "add", "/Films", str(self.downloads))
