@@ -53,7 +53,7 @@ void writeQueue(const std::filesystem::path& folder, int items, RandomSource& ra
                                                                         std::to_string(i / 200));
         DownloadRecord record;
         record.id = random.makeUUID();
-        record.fileID = 1'000'000 + i;
+        record.fileID = FileID(1'000'000 + i);
         record.fileName = "Some episode with a name of usual length - " + std::to_string(i) + ".mkv";
         record.fileSize = 734'003'200;
         record.destinationFolder = destination;
@@ -94,7 +94,7 @@ Clock::duration enqueue(DownloadManager& manager, int items) {
     file.name = "Some episode.mkv";
     const DownloadManager::EnqueueOptions options{.destination = DestinationFolder{"/home/somebody/Downloads", {}}};
     const auto start = Clock::now();
-    for (file.id = 1; file.id <= items; ++file.id) manager.enqueue(file, options);
+    for (file.id = FileID(1); file.id.number <= items; ++file.id.number) manager.enqueue(file, options);
     return Clock::now() - start;
 }
 

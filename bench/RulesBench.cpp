@@ -27,8 +27,8 @@ namespace {
 constexpr std::int64_t firstFile = 1'000'000'000;
 constexpr std::int64_t step = 7;
 
-[[nodiscard]] std::int64_t nextUnknown(std::int64_t file) {
-    return (file + 1 - firstFile) % step == 0 ? file + 2 : file + 1;
+[[nodiscard]] FileID nextUnknown(FileID file) {
+    return FileID((file.number + 1 - firstFile) % step == 0 ? file.number + 2 : file.number + 1);
 }
 
 SyncRule longWatched(std::int64_t files, RandomSource& random) {
@@ -37,8 +37,8 @@ SyncRule longWatched(std::int64_t files, RandomSource& random) {
     rule.putioFolderName = "Shows";
     rule.localFolderPath = "/home/somebody/Shows";
     rule.isInitialized = true;
-    std::vector<std::int64_t> known;
-    for (std::int64_t i = 0; i < files; ++i) known.push_back(firstFile + i * step);
+    std::vector<FileID> known;
+    for (std::int64_t i = 0; i < files; ++i) known.emplace_back(firstFile + i * step);
     rule.knownFileIDs = FileIDSet(std::move(known));
     return rule;
 }
@@ -84,7 +84,7 @@ void settle(benchmark::State& state) {
     Machine machine(state.range(0));
     SyncManager manager(machine.platform());
     const UUID rule = manager.rules().at(0).id;
-    std::int64_t file = firstFile + 1;  // in front of the others, which an insertion moves
+    FileID file(firstFile + 1);  // in front of the others, which an insertion moves
     double longest = 0;
     for (auto _ : state) {
         const auto start = std::chrono::steady_clock::now();
@@ -100,7 +100,7 @@ void write(benchmark::State& state) {
     Machine machine(state.range(0));
     SyncManager manager(machine.platform());
     const UUID rule = manager.rules().at(0).id;
-    std::int64_t file = firstFile + 1;
+    FileID file(firstFile + 1);
     for (auto _ : state) {
         manager.fileSettled(rule, file);
         file = nextUnknown(file);

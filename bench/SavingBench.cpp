@@ -22,7 +22,7 @@ int main(int count, char** arguments) {
     World world;
     for (int i = 0; i < items; ++i) {
         const std::string name = "Some episode with a name of usual length - " + std::to_string(i) + ".mkv";
-        const std::int64_t file = world.addFile(name, std::string(1000, 'x'));
+        const FileID file = world.addFile(name, std::string(1000, 'x'));
         world.link(file).rate = 1000;
         world.enqueue(file);
     }

@@ -17,10 +17,10 @@ constexpr int itemCount = 100'000;
 class LongQueue {
 public:
     LongQueue() {
-        const std::int64_t folder = world.addFolder("Series");
+        const FolderID folder = world.addFolder("Series");
         for (int i = 0; i < itemCount; ++i) {
             const std::string number = std::to_string(i);
-            const std::int64_t file = world.addFile("Some episode with a name of usual length - " + number, "", folder);
+            const FileID file = world.addFile("Some episode with a name of usual length - " + number, "", folder);
             world.announceSize(file, 734'003'200);
         }
         world.manager().pauseAll();

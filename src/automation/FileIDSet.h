@@ -1,10 +1,11 @@
 #pragma once
 
 #include <algorithm>
-#include <cstdint>
 #include <initializer_list>
 #include <utility>
 #include <vector>
+
+#include "service/FileID.h"
 
 namespace tovri {
 
@@ -14,19 +15,19 @@ class FileIDSet {
 public:
     FileIDSet() = default;
 
-    FileIDSet(std::initializer_list<std::int64_t> ids) : FileIDSet(std::vector(ids)) {}
+    FileIDSet(std::initializer_list<FileID> ids) : FileIDSet(std::vector(ids)) {}
 
     // In any order; an ID that occurs twice counts once.
-    explicit FileIDSet(std::vector<std::int64_t> ids) : ids_(std::move(ids)) {
+    explicit FileIDSet(std::vector<FileID> ids) : ids_(std::move(ids)) {
         if (!std::ranges::is_sorted(ids_)) std::ranges::sort(ids_);
         const auto repeated = std::ranges::unique(ids_);
         ids_.erase(repeated.begin(), repeated.end());
     }
 
-    [[nodiscard]] bool contains(std::int64_t id) const { return std::ranges::binary_search(ids_, id); }
+    [[nodiscard]] bool contains(FileID id) const { return std::ranges::binary_search(ids_, id); }
 
     // Whether it was not there yet.
-    bool insert(std::int64_t id) {
+    bool insert(FileID id) {
         const auto place = std::ranges::lower_bound(ids_, id);
         if (place != ids_.end() && *place == id) return false;
         ids_.insert(place, id);
@@ -34,7 +35,7 @@ public:
     }
 
     // Whether it was there.
-    bool erase(std::int64_t id) {
+    bool erase(FileID id) {
         const auto place = std::ranges::lower_bound(ids_, id);
         if (place == ids_.end() || *place != id) return false;
         ids_.erase(place);
@@ -54,7 +55,7 @@ public:
     bool operator==(const FileIDSet&) const = default;
 
 private:
-    std::vector<std::int64_t> ids_;
+    std::vector<FileID> ids_;
 };
 
 }  // namespace tovri

@@ -29,7 +29,7 @@ SyncManager::~SyncManager() {
 void SyncManager::configure(PutIOAPI& api, DownloadManager& downloadManager) {
     api_ = &api;
     downloadManager_ = &downloadManager;
-    downloadManager.setOnSyncFileSettled([held = std::weak_ptr(self_)](const UUID& rule, std::int64_t fileID) {
+    downloadManager.setOnSyncFileSettled([held = std::weak_ptr(self_)](const UUID& rule, FileID fileID) {
         if (const auto self = held.lock()) (*self)->fileSettled(rule, fileID);
     });
     watching_ = downloadManager.onChange([this](const QueueChange& change) {
@@ -102,7 +102,7 @@ void SyncManager::deleteRule(const UUID& id) {
 
 // --- What settles ---
 
-void SyncManager::fileSettled(const UUID& rule, std::int64_t fileID) {
+void SyncManager::fileSettled(const UUID& rule, FileID fileID) {
     const std::vector<std::size_t> changed = settle(rule, fileID);
     if (changed.empty()) return;
     save();
@@ -110,7 +110,7 @@ void SyncManager::fileSettled(const UUID& rule, std::int64_t fileID) {
 }
 
 // The places of the rules that did not know it: the first of that ID, and others of it that wait for the file.
-std::vector<std::size_t> SyncManager::settle(const UUID& rule, std::int64_t fileID) {
+std::vector<std::size_t> SyncManager::settle(const UUID& rule, FileID fileID) {
     std::vector<std::size_t> changed;
     bool isFirst = true;
     for (std::size_t index = 0; index < rules_.size(); ++index) {

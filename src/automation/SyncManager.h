@@ -83,7 +83,7 @@ public:
     void deleteRule(const UUID& id);
 
     // The file will not be downloaded again for the rule.
-    void fileSettled(const UUID& rule, std::int64_t fileID);
+    void fileSettled(const UUID& rule, FileID fileID);
 
     // --- Passes ---
 
@@ -117,7 +117,7 @@ public:
 
 private:
     class RunningPass;
-    using FileIDs = std::unordered_set<std::int64_t>;
+    using FileIDs = std::unordered_set<FileID>;
 
     // How much of a rule's folder a listing has.
     enum class Extent { whole, beginning };
@@ -143,7 +143,7 @@ private:
     void reportInventoryFailure(const std::string& name, const Error& error);
 
     [[nodiscard]] std::optional<std::size_t> indexOf(const UUID& id) const;
-    [[nodiscard]] std::vector<std::size_t> settle(const UUID& rule, std::int64_t fileID);
+    [[nodiscard]] std::vector<std::size_t> settle(const UUID& rule, FileID fileID);
     void secureArrival(const Download& item);
     void reportDoubt(const Download& item);
     void settleUnseen();

@@ -153,7 +153,7 @@ void SyncManager::takeIn(std::size_t index, std::vector<ListedFile> listing, Ext
 
 void SyncManager::noteSynced(std::size_t index, FileIDs inFlight, Timestamp passTime) {
     SyncRule& current = rules_[index];
-    std::erase_if(inFlight, [&](std::int64_t fileID) { return current.knownFileIDs.contains(fileID); });
+    std::erase_if(inFlight, [&](FileID fileID) { return current.knownFileIDs.contains(fileID); });
     current.pendingFileIDs = FileIDSet(std::vector(inFlight.begin(), inFlight.end()));
     current.lastSyncDate = passTime;
     ++current.revision;
@@ -168,11 +168,11 @@ void SyncManager::completeStock(std::size_t index, const std::vector<ListedFile>
     FileIDs rest;
     for (const ListedFile& entry : listing)
         if (entry.wasKeptBack && !rule.knownFileIDs.contains(entry.file.id)) rest.insert(entry.file.id);
-    for (const std::int64_t fileID : filesAskedFor(rule, rest)) rest.erase(fileID);
+    for (const FileID fileID : filesAskedFor(rule, rest)) rest.erase(fileID);
     rule.stockIsWhole = true;
     ++rule.revision;
     if (rest.empty()) return;
-    std::vector<std::int64_t> known(rule.knownFileIDs.begin(), rule.knownFileIDs.end());
+    std::vector<FileID> known(rule.knownFileIDs.begin(), rule.knownFileIDs.end());
     known.insert(known.end(), rest.begin(), rest.end());
     rule.knownFileIDs = FileIDSet(std::move(known));
     platform_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(rest.size()) +
@@ -189,7 +189,7 @@ SyncManager::FileIDs SyncManager::filesInFlight(const SyncRule& rule, const File
 // folder for a while is no longer pending, and one that was queued just before the process died not yet.
 SyncManager::FileIDs SyncManager::filesAskedFor(const SyncRule& rule, const FileIDs& unknown) const {
     FileIDs candidates;
-    for (const std::int64_t fileID : unknown) {
+    for (const FileID fileID : unknown) {
         const auto queued = downloadManager_->downloads().ofRule(rule.id, fileID);
         const bool isUnsettled =
             std::ranges::any_of(queued, [](const DownloadPointer& item) { return !isSettled(item->status); });
@@ -246,7 +246,7 @@ Task<bool> SyncManager::initializeRule(UUID id, std::stop_token stop) {
 }
 
 void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile>& listing, Extent extent) {
-    std::vector<std::int64_t> present;
+    std::vector<FileID> present;
     present.reserve(listing.size());
     for (const ListedFile& entry : listing) present.push_back(entry.file.id);
     SyncRule& rule = rules_[index];

@@ -17,9 +17,9 @@ namespace tovri {
 // downloaded into the other. A value; SyncManager keeps the rules. The identity is `id`.
 struct SyncRule {
     UUID id;
-    std::int64_t putioFolderID = 0;  // 0 is the root folder
-    std::string putioFolderName;     // for lines and screens
-    std::string localFolderPath;     // absolute
+    FolderID putioFolderID;
+    std::string putioFolderName;  // for lines and screens
+    std::string localFolderPath;  // absolute
     std::optional<ByteBlob> localFolderBookmark;
     bool deleteAfterDownload = false;  // from put.io, once a file has arrived
     bool isEnabled = true;             // whether automatic passes look at it

@@ -10,14 +10,14 @@ namespace {
 
 using namespace saved;
 
-struct IDSetFormat : ListFormat<IntegerFormat> {
+struct IDSetFormat : ListFormat<IdentifierFormat<FileID>> {
     FileIDSet read(const SavedValue& saved) const { return FileIDSet(ListFormat::read(saved)); }
 };
 
 constexpr RecordFormat ruleFormat{
     "a rule",
     required("id", &SyncRule::id, UUIDFormat()),
-    required("putioFolderID", &SyncRule::putioFolderID, IntegerFormat()),
+    required("putioFolderID", &SyncRule::putioFolderID, IdentifierFormat<FolderID>()),
     required("putioFolderName", &SyncRule::putioFolderName, TextFormat()),
     required("localFolderPath", &SyncRule::localFolderPath, TextFormat()),
     optional("localFolderBookmark", &SyncRule::localFolderBookmark, Base64Format()),

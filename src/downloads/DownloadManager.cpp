@@ -40,7 +40,7 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       durability_({platform.loop, platform.volumes, platform.files, lanes_}, list_, saves_, journal_),
       recovery_({platform.loop, platform.volumes, platform.files, lanes_}, list_, settlement_, durability_, journal_,
                 {.goesOn = [this](const DownloadPointer& item) { goOn(item); },
-                 .isKnown = [this](PlacementNumber placement) { saver_.noteEnded(placement); },
+                 .isKnown = [this](PlacementID placement) { saver_.noteEnded(placement); },
                  .isLost = [this](const DownloadPointer& item) { fetchAgain(item); },
                  .hasEnded = [this] { looksEnded(); }}),
       around_{.loop = platform.loop,
@@ -160,11 +160,11 @@ Task<Result<std::vector<DownloadPointer>>> DownloadManager::enqueueFolder(Folder
     co_return items;
 }
 
-std::unordered_set<std::int64_t> DownloadManager::inFlightFileIDs(const UUID& rule,
-                                                                  const std::unordered_set<std::int64_t>& candidates) {
-    std::unordered_set<std::int64_t> inFlight;
+std::unordered_set<FileID> DownloadManager::inFlightFileIDs(const UUID& rule,
+                                                            const std::unordered_set<FileID>& candidates) {
+    std::unordered_set<FileID> inFlight;
     std::vector<DownloadPointer> failed;
-    for (const std::int64_t fileID : candidates) {
+    for (const FileID fileID : candidates) {
         for (const DownloadPointer& item : list_.ofRule(rule, fileID)) {
             if (item->status == Status::failed) failed.push_back(item);
             inFlight.insert(fileID);

@@ -77,7 +77,7 @@ public:
     DownloadPointer enqueue(const PutIOFile& file, const EnqueueOptions& options);
 
     struct FolderRequest {
-        std::int64_t folderID = 0;
+        FolderID folderID;
         std::string name;               // as put.io has it, for diagnostic lines
         DestinationFolder destination;  // receives the folder's content
         bool deleteAfterDownload = false;
@@ -117,8 +117,8 @@ public:
     void resolveConflict(ConflictChoice choice, bool applyToAll) { conflicts_.resolveConflict(choice, applyToAll); }
 
     // Of `candidates`, the files that the rule has in the queue; a failed one among them is retried.
-    [[nodiscard]] std::unordered_set<std::int64_t> inFlightFileIDs(const UUID& rule,
-                                                                   const std::unordered_set<std::int64_t>& candidates);
+    [[nodiscard]] std::unordered_set<FileID> inFlightFileIDs(const UUID& rule,
+                                                             const std::unordered_set<FileID>& candidates);
 
     // Writes to the folder of a held item although another volume is expected there.
     void useFolderAnyway(const DownloadPointer& item) { held_.useFolderAnyway(item); }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <stop_token>
 #include <string>
 
@@ -17,19 +16,19 @@ public:
     virtual ~DownloadService() = default;
 
     // What put.io says of the file now. One that is not there is a failure.
-    virtual Task<Result<PutIOFile>> file(std::int64_t fileID, std::stop_token stop) = 0;
+    virtual Task<Result<PutIOFile>> file(FileID fileID, std::stop_token stop) = 0;
 
     // All that a folder holds, as far as it can be had.
-    virtual Task<Result<FolderListing>> readFolder(std::int64_t folderID, std::stop_token stop) = 0;
+    virtual Task<Result<FolderListing>> readFolder(FolderID folderID, std::stop_token stop) = 0;
 
     // The name of the account that is signed in.
     virtual Task<Result<std::string>> account(std::stop_token stop) = 0;
 
     // An address from which the file's bytes come without a token.
-    virtual Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) = 0;
+    virtual Task<Result<std::string>> downloadLink(FileID fileID, std::stop_token stop) = 0;
 
     // A file, or a folder with all that it holds. A failure unless put.io confirms it.
-    virtual Task<Result<void>> deleteFile(std::int64_t id, std::stop_token stop) = 0;
+    virtual Task<Result<void>> deleteFile(FileID entry, std::stop_token stop) = 0;
 };
 
 }  // namespace tovri

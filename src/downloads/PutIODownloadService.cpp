@@ -2,15 +2,15 @@
 
 namespace tovri {
 
-Task<Result<PutIOFile>> PutIODownloadService::file(std::int64_t fileID, std::stop_token stop) {
+Task<Result<PutIOFile>> PutIODownloadService::file(FileID fileID, std::stop_token stop) {
     // The answer has the form of an upload's.
     Result<PutIOAPI::UploadResponse> answer =
-        co_await api_.get<PutIOAPI::UploadResponse>("/files/" + std::to_string(fileID), {}, std::move(stop));
+        co_await api_.get<PutIOAPI::UploadResponse>("/files/" + fileID.text(), {}, std::move(stop));
     if (!answer) co_return failure(answer);
     co_return std::move(answer->file);
 }
 
-Task<Result<FolderListing>> PutIODownloadService::readFolder(std::int64_t folderID, std::stop_token stop) {
+Task<Result<FolderListing>> PutIODownloadService::readFolder(FolderID folderID, std::stop_token stop) {
     return api_.readFolder(folderID, std::move(stop));
 }
 
@@ -27,13 +27,13 @@ Task<Result<std::string>> PutIODownloadService::account(std::stop_token stop) {
     co_return std::move(answer->info.username);
 }
 
-Task<Result<std::string>> PutIODownloadService::downloadLink(std::int64_t fileID, std::stop_token stop) {
+Task<Result<std::string>> PutIODownloadService::downloadLink(FileID fileID, std::stop_token stop) {
     return api_.getDownloadURL(fileID, std::move(stop));
 }
 
-Task<Result<void>> PutIODownloadService::deleteFile(std::int64_t id, std::stop_token stop) {
-    Result<PutIOAPI::StatusResponse> answer = co_await api_.post<PutIOAPI::StatusResponse>(
-        "/files/delete", {{"file_ids", std::to_string(id)}}, std::move(stop));
+Task<Result<void>> PutIODownloadService::deleteFile(FileID entry, std::stop_token stop) {
+    Result<PutIOAPI::StatusResponse> answer =
+        co_await api_.post<PutIOAPI::StatusResponse>("/files/delete", {{"file_ids", entry.text()}}, std::move(stop));
     if (!answer) co_return failure(answer);
     if (answer->status != "OK")
         co_return failure(Error(ErrorCase::invalidResponse, "put.io did not confirm the deletion."));

@@ -13,11 +13,11 @@ class PutIODownloadService final : public DownloadService {
 public:
     explicit PutIODownloadService(PutIOAPI& api) : api_(api) {}
 
-    Task<Result<PutIOFile>> file(std::int64_t fileID, std::stop_token stop) override;
-    Task<Result<FolderListing>> readFolder(std::int64_t folderID, std::stop_token stop) override;
+    Task<Result<PutIOFile>> file(FileID fileID, std::stop_token stop) override;
+    Task<Result<FolderListing>> readFolder(FolderID folderID, std::stop_token stop) override;
     Task<Result<std::string>> account(std::stop_token stop) override;
-    Task<Result<std::string>> downloadLink(std::int64_t fileID, std::stop_token stop) override;
-    Task<Result<void>> deleteFile(std::int64_t id, std::stop_token stop) override;
+    Task<Result<std::string>> downloadLink(FileID fileID, std::stop_token stop) override;
+    Task<Result<void>> deleteFile(FileID entry, std::stop_token stop) override;
 
 private:
     PutIOAPI& api_;

@@ -9,8 +9,8 @@ const char* textOf(bool value) {
     return value ? "true" : "false";
 }
 
-PutIOAPI::Parameters onlyID(std::int64_t feedID) {
-    return {{"id", std::to_string(feedID)}};
+PutIOAPI::Parameters onlyID(FeedID feedID) {
+    return {{"id", feedID.text()}};
 }
 
 }  // namespace
@@ -24,7 +24,7 @@ Task<Result<std::vector<RSSFeed>>> PutIOAPI::listFeeds(std::stop_token stop) {
 Task<Result<RSSFeed>> PutIOAPI::createFeed(NewRSSFeed feed, std::stop_token stop) {
     Parameters parameters{{"title", std::move(feed.title)},
                           {"rss_source_url", std::move(feed.rssSourceURL)},
-                          {"parent_dir_id", std::to_string(feed.parentDirID)}};
+                          {"parent_dir_id", feed.parentDirID.text()}};
     if (!feed.keyword.empty()) parameters["keyword"] = std::move(feed.keyword);
     if (feed.dontProcessWholeFeed) parameters["dont_process_whole_feed"] = "true";
     if (feed.deleteOldFiles) parameters["delete_old_files"] = "true";
@@ -35,7 +35,7 @@ Task<Result<RSSFeed>> PutIOAPI::createFeed(NewRSSFeed feed, std::stop_token stop
 }
 
 Task<Result<void>> PutIOAPI::updateFeed(RSSFeedUpdate update, std::stop_token stop) {
-    Parameters parameters{{"id", std::to_string(update.id)},
+    Parameters parameters{{"id", update.id.text()},
                           {"keyword", std::move(update.keyword)},
                           {"dont_process_whole_feed", textOf(update.dontProcessWholeFeed)},
                           {"delete_old_files", textOf(update.deleteOldFiles)}};
@@ -43,15 +43,15 @@ Task<Result<void>> PutIOAPI::updateFeed(RSSFeedUpdate update, std::stop_token st
     return command("/rss/update", std::move(parameters), std::move(stop));
 }
 
-Task<Result<void>> PutIOAPI::deleteFeed(std::int64_t feedID, std::stop_token stop) {
+Task<Result<void>> PutIOAPI::deleteFeed(FeedID feedID, std::stop_token stop) {
     return command("/rss/delete", onlyID(feedID), std::move(stop));
 }
 
-Task<Result<void>> PutIOAPI::pauseFeed(std::int64_t feedID, std::stop_token stop) {
+Task<Result<void>> PutIOAPI::pauseFeed(FeedID feedID, std::stop_token stop) {
     return command("/rss/pause", onlyID(feedID), std::move(stop));
 }
 
-Task<Result<void>> PutIOAPI::resumeFeed(std::int64_t feedID, std::stop_token stop) {
+Task<Result<void>> PutIOAPI::resumeFeed(FeedID feedID, std::stop_token stop) {
     return command("/rss/resume", onlyID(feedID), std::move(stop));
 }
 

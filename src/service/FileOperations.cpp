@@ -22,12 +22,12 @@ Error uploadFailure(Error decoderError, std::string_view body) {
 
 }  // namespace
 
-Task<Result<PutIOFileList>> PutIOAPI::listFolder(std::int64_t parentID, std::stop_token stop) {
-    Parameters parameters{{"parent_id", std::to_string(parentID)}};
+Task<Result<PutIOFileList>> PutIOAPI::listFolder(FolderID parentID, std::stop_token stop) {
+    Parameters parameters{{"parent_id", parentID.text()}};
     return get<PutIOFileList>("/files/list", std::move(parameters), std::move(stop));
 }
 
-Task<Result<std::vector<PutIOFile>>> PutIOAPI::listFiles(std::int64_t parentID, std::stop_token stop) {
+Task<Result<std::vector<PutIOFile>>> PutIOAPI::listFiles(FolderID parentID, std::stop_token stop) {
     Result<PutIOFileList> list = co_await listFolder(parentID, std::move(stop));
     if (!list) co_return failure(list);
     co_return std::move(list->files);
@@ -38,24 +38,24 @@ Task<Result<PutIOFileList>> PutIOAPI::continueListing(std::string cursor, std::s
     return post<PutIOFileList>("/files/list/continue", std::move(parameters), std::move(stop));
 }
 
-Task<Result<std::string>> PutIOAPI::getDownloadURL(std::int64_t fileID, std::stop_token stop) {
-    std::string path = "/files/" + std::to_string(fileID) + "/url";
+Task<Result<std::string>> PutIOAPI::getDownloadURL(FileID fileID, std::stop_token stop) {
+    std::string path = "/files/" + fileID.text() + "/url";
     Result<DownloadURLResponse> link = co_await get<DownloadURLResponse>(std::move(path), {}, std::move(stop));
     if (!link) co_return failure(link);
     if (!parseWebURL(link->url)) co_return failure(APIError::invalidDownloadURL());
     co_return std::move(link->url);
 }
 
-Task<Result<void>> PutIOAPI::deleteFiles(std::vector<std::int64_t> fileIDs, std::stop_token stop) {
+Task<Result<void>> PutIOAPI::deleteFiles(std::vector<FileID> fileIDs, std::stop_token stop) {
     return command("/files/delete", {{"file_ids", joinedIDs(fileIDs)}}, std::move(stop));
 }
 
-Task<Result<void>> PutIOAPI::moveFiles(std::vector<std::int64_t> fileIDs, std::int64_t parentID, std::stop_token stop) {
-    Parameters parameters{{"file_ids", joinedIDs(fileIDs)}, {"parent_id", std::to_string(parentID)}};
+Task<Result<void>> PutIOAPI::moveFiles(std::vector<FileID> fileIDs, FolderID parentID, std::stop_token stop) {
+    Parameters parameters{{"file_ids", joinedIDs(fileIDs)}, {"parent_id", parentID.text()}};
     return command("/files/move", std::move(parameters), std::move(stop));
 }
 
-Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, std::int64_t parentID, UploadProgress progress,
+Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, FolderID parentID, UploadProgress progress,
                                              std::stop_token stop) {
     // Both are asked before a byte is copied.
     if (!authManager_.token()) co_return failure(APIError::notAuthenticated());

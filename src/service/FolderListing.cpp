@@ -44,7 +44,7 @@ Result<std::vector<PutIOFile>> ListingContinuation::accept(PutIOFileList page) {
 
 // --- As a whole ---
 
-Task<Result<FolderListing>> PutIOAPI::readFolder(std::int64_t folderID, std::stop_token stop) {
+Task<Result<FolderListing>> PutIOAPI::readFolder(FolderID folderID, std::stop_token stop) {
     Result<PutIOFileList> first = co_await listFolder(folderID, stop);
     if (!first) co_return failure(first);
     ListingContinuation rest(*this, *first);

@@ -1,17 +1,20 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "base/Identifier.h"
 
 namespace tovri {
 
 // "5,17,3", as the service takes several IDs in one field.
-[[nodiscard]] inline std::string joinedIDs(const std::vector<std::int64_t>& ids) {
+template <class Kind>
+[[nodiscard]] std::string joinedIDs(const std::vector<Identifier<Kind>>& ids, std::string_view separator = ",") {
     std::string text;
-    for (const std::int64_t id : ids) {
-        if (!text.empty()) text += ',';
-        text += std::to_string(id);
+    for (const Identifier<Kind> id : ids) {
+        if (!text.empty()) text += separator;
+        text += id.text();
     }
     return text;
 }

@@ -70,8 +70,14 @@ template <class T>
 struct IsOptional<std::optional<T>> : std::true_type {};
 
 template <class T>
+struct IsIdentifier : std::false_type {};
+
+template <class Kind>
+struct IsIdentifier<Identifier<Kind>> : std::true_type {};
+
+template <class T>
 constexpr std::string_view expectedKind() {
-    if constexpr (std::is_same_v<T, std::int64_t>) return "a 64-bit integer";
+    if constexpr (std::is_same_v<T, std::int64_t> || IsIdentifier<T>::value) return "a 64-bit integer";
     if constexpr (std::is_same_v<T, double>) return "a number";
     if constexpr (std::is_same_v<T, bool>) return "true or false";
     if constexpr (std::is_same_v<T, std::string> || std::is_same_v<T, PutIOFile::FileType>) return "a string";
@@ -95,6 +101,11 @@ bool decodeScalar(element from, std::int64_t& to) {
     if (std::abs(number) >= exactBelow || std::trunc(number) != number) return false;
     to = static_cast<std::int64_t>(number);
     return true;
+}
+
+template <class Kind>
+bool decodeScalar(element from, Identifier<Kind>& to) {
+    return decodeScalar(from, to.number);
 }
 
 bool decodeScalar(element from, double& to) {
@@ -214,6 +225,8 @@ void writeValue(Writer& writer, const T& value) {
         writer.Bool(value);
     } else if constexpr (std::is_same_v<T, std::int64_t>) {
         writer.Int64(value);
+    } else if constexpr (IsIdentifier<T>::value) {
+        writer.Int64(value.number);
     } else if constexpr (std::is_same_v<T, double>) {
         writer.Double(value);
     } else if constexpr (requires { T::jsonFields(); }) {

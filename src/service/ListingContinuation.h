@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <stop_token>
 #include <string>
 #include <unordered_set>
@@ -43,7 +42,7 @@ private:
 
     PutIOAPI& api_;
     std::string cursor_;
-    std::unordered_set<std::int64_t> seen_;
+    std::unordered_set<FileID> seen_;
     std::size_t pages_ = 0;
 };
 

@@ -25,7 +25,7 @@ std::string headerFileName(const std::filesystem::path& file) {
 std::string partHeaders(const MultipartUpload& upload) {
     const std::string delimiter = "--" + upload.boundary + "\r\n";
     return delimiter + "Content-Disposition: form-data; name=\"parent_id\"\r\n\r\n" +  //
-           std::to_string(upload.parentID) + "\r\n" +                                  //
+           upload.parentID.text() + "\r\n" +                                           //
            delimiter + "Content-Disposition: form-data; name=\"file\"; filename=\"" + headerFileName(upload.file) +
            "\"\r\nContent-Type: application/octet-stream\r\n\r\n";
 }

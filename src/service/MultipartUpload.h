@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <stop_token>
@@ -9,6 +8,7 @@
 
 #include "base/Result.h"
 #include "platform/FileManager.h"
+#include "service/FileID.h"
 
 namespace tovri {
 
@@ -35,7 +35,7 @@ private:
 // What goes into the body of an upload request (RFC 7578).
 struct MultipartUpload {
     std::string boundary;
-    std::int64_t parentID = 0;
+    FolderID parentID;
     std::filesystem::path file;
 };
 

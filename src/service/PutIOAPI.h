@@ -87,38 +87,38 @@ public:
     Result<void> validate(const HTTPResponse& response, const std::string& sentToken);
 
     // The first page of a folder's entries, in the service's order, and whether it is all of them. The root is 0.
-    Task<Result<PutIOFileList>> listFolder(std::int64_t parentID, std::stop_token stop);
+    Task<Result<PutIOFileList>> listFolder(FolderID parentID, std::stop_token stop);
 
     // The entries alone.
-    Task<Result<std::vector<PutIOFile>>> listFiles(std::int64_t parentID, std::stop_token stop);
+    Task<Result<std::vector<PutIOFile>>> listFiles(FolderID parentID, std::stop_token stop);
 
     // The page behind a cursor, of up to ListingContinuation::pageSize entries; without a cursor it is the last.
     Task<Result<PutIOFileList>> continueListing(std::string cursor, std::stop_token stop);
 
     // All pages. Fails as the first of them; whatever stands in the way of the others cuts the listing.
-    Task<Result<FolderListing>> readFolder(std::int64_t folderID, std::stop_token stop);
+    Task<Result<FolderListing>> readFolder(FolderID folderID, std::stop_token stop);
 
     // An http or https address from which the file's bytes come without a token.
-    Task<Result<std::string>> getDownloadURL(std::int64_t fileID, std::stop_token stop);
+    Task<Result<std::string>> getDownloadURL(FileID fileID, std::stop_token stop);
 
-    Task<Result<void>> deleteFiles(std::vector<std::int64_t> fileIDs, std::stop_token stop);
+    Task<Result<void>> deleteFiles(std::vector<FileID> fileIDs, std::stop_token stop);
 
-    Task<Result<void>> moveFiles(std::vector<std::int64_t> fileIDs, std::int64_t parentID, std::stop_token stop);
+    Task<Result<void>> moveFiles(std::vector<FileID> fileIDs, FolderID parentID, std::stop_token stop);
 
     // Sends a local file into a folder by way of a temporary file, which is gone afterwards however it ends. A file
     // that the service takes as a torrent is not kept there; that is a failure that says so.
-    Task<Result<PutIOFile>> uploadFile(std::filesystem::path file, std::int64_t parentID, UploadProgress progress,
+    Task<Result<PutIOFile>> uploadFile(std::filesystem::path file, FolderID parentID, UploadProgress progress,
                                        std::stop_token stop);
 
     // In the service's order.
     Task<Result<std::vector<Transfer>>> listTransfers(std::stop_token stop);
 
     // Has the service fetch a magnet link or an address into a folder, and unpack the archives among what came.
-    Task<Result<Transfer>> addTransfer(std::string url, std::int64_t saveParentID, bool extract, std::stop_token stop);
+    Task<Result<Transfer>> addTransfer(std::string url, FolderID saveParentID, bool extract, std::stop_token stop);
 
-    Task<Result<void>> cancelTransfers(std::vector<std::int64_t> transferIDs, std::stop_token stop);
+    Task<Result<void>> cancelTransfers(std::vector<TransferID> transferIDs, std::stop_token stop);
 
-    Task<Result<Transfer>> retryTransfer(std::int64_t transferID, std::stop_token stop);
+    Task<Result<Transfer>> retryTransfer(TransferID transferID, std::stop_token stop);
 
     // Takes the finished ones off the list; what they fetched stays.
     Task<Result<void>> cleanTransfers(std::stop_token stop);
@@ -130,11 +130,11 @@ public:
 
     Task<Result<void>> updateFeed(RSSFeedUpdate update, std::stop_token stop);
 
-    Task<Result<void>> deleteFeed(std::int64_t feedID, std::stop_token stop);
+    Task<Result<void>> deleteFeed(FeedID feedID, std::stop_token stop);
 
-    Task<Result<void>> pauseFeed(std::int64_t feedID, std::stop_token stop);
+    Task<Result<void>> pauseFeed(FeedID feedID, std::stop_token stop);
 
-    Task<Result<void>> resumeFeed(std::int64_t feedID, std::stop_token stop);
+    Task<Result<void>> resumeFeed(FeedID feedID, std::stop_token stop);
 
     [[nodiscard]] bool readsLongFolders() const { return !readsLongFolders_ || readsLongFolders_(); }
 

@@ -7,19 +7,20 @@
 #include <string_view>
 
 #include "base/Bytes.h"
+#include "service/FileID.h"
 #include "service/JSONField.h"
 
 namespace tovri {
 
-// A file or folder in the user's put.io account, as the service describes it. The root folder has the ID 0.
+// A file or folder in the user's put.io account, as the service describes it.
 struct PutIOFile {
     enum class FileType { folder, file, audio, video, image, archive, pdf, text };
 
-    std::int64_t id = 0;
+    FileID id;
     std::string name;  // data, not a path: any bytes that JSON can carry
     std::optional<ByteCount> size;
     std::optional<std::string> contentType;
-    std::optional<std::int64_t> parentID;
+    std::optional<FolderID> parentID;
     std::optional<std::string> createdAt;
     std::optional<std::string> updatedAt;
     std::optional<FileType> fileType;

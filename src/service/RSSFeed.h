@@ -1,21 +1,24 @@
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/Identifier.h"
+#include "service/FileID.h"
 #include "service/JSONField.h"
 
 namespace tovri {
 
+using FeedID = Identifier<struct FeedKind>;
+
 // A feed that the service polls for the user. Everything but the ID can be edited.
 struct RSSFeed {
-    std::int64_t id = 0;
+    FeedID id;
     std::optional<std::string> title;
     std::optional<std::string> rssSourceURL;
     std::optional<std::string> keyword;
-    std::optional<std::int64_t> parentDirID;  // the folder that receives what is found
+    std::optional<FolderID> parentDirID;  // the folder that receives what is found
     std::optional<bool> paused;
     std::optional<bool> dontProcessWholeFeed;
     std::optional<bool> deleteOldFiles;
@@ -39,7 +42,7 @@ struct RSSFeed {
 struct NewRSSFeed {
     std::string title;
     std::string rssSourceURL;
-    std::int64_t parentDirID = 0;
+    FolderID parentDirID = {};
     std::string keyword = {};
     bool dontProcessWholeFeed = false;
     bool deleteOldFiles = false;
@@ -48,7 +51,7 @@ struct NewRSSFeed {
 // What the service changes of a feed. All of it is sent, so what shall stay is given as it is; only the title may be
 // left out.
 struct RSSFeedUpdate {
-    std::int64_t id = 0;
+    FeedID id;
     std::optional<std::string> title = std::nullopt;
     std::string keyword = {};
     bool dontProcessWholeFeed = false;

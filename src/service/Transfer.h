@@ -6,13 +6,17 @@
 #include <vector>
 
 #include "base/Bytes.h"
+#include "base/Identifier.h"
+#include "service/FileID.h"
 #include "service/JSONField.h"
 
 namespace tovri {
 
+using TransferID = Identifier<struct TransferKind>;
+
 // What the service itself fetches into the account: a torrent, a magnet link or a URL. Not a download of ours.
 struct Transfer {
-    std::int64_t id = 0;
+    TransferID id;
     std::optional<std::string> name;
     std::optional<ByteCount> size;
     std::optional<std::string> status;
@@ -30,8 +34,8 @@ struct Transfer {
     std::optional<std::int64_t> peersSendingToUs;
     std::optional<std::int64_t> peersGettingFromUs;
     std::optional<std::int64_t> availability;
-    std::optional<std::int64_t> fileID;
-    std::optional<std::int64_t> saveParentID;
+    std::optional<FileID> fileID;
+    std::optional<FolderID> saveParentID;
     std::optional<bool> extract;
     std::optional<double> currentRatio;
     std::optional<std::string> createdAt;

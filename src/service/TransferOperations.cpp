@@ -11,10 +11,10 @@ Task<Result<std::vector<Transfer>>> PutIOAPI::listTransfers(std::stop_token stop
     co_return std::move(list->transfers);
 }
 
-Task<Result<Transfer>> PutIOAPI::addTransfer(std::string url, std::int64_t saveParentID, bool extract,
+Task<Result<Transfer>> PutIOAPI::addTransfer(std::string url, FolderID saveParentID, bool extract,
                                              std::stop_token stop) {
     Parameters parameters{{"url", std::move(url)}};
-    if (saveParentID != 0) parameters["save_parent_id"] = std::to_string(saveParentID);
+    if (saveParentID != rootFolderID) parameters["save_parent_id"] = saveParentID.text();
     if (extract) parameters["extract"] = "true";
     Result<TransferAddResponse> added =
         co_await post<TransferAddResponse>("/transfers/add", std::move(parameters), std::move(stop));
@@ -22,12 +22,12 @@ Task<Result<Transfer>> PutIOAPI::addTransfer(std::string url, std::int64_t saveP
     co_return std::move(added->transfer);
 }
 
-Task<Result<void>> PutIOAPI::cancelTransfers(std::vector<std::int64_t> transferIDs, std::stop_token stop) {
+Task<Result<void>> PutIOAPI::cancelTransfers(std::vector<TransferID> transferIDs, std::stop_token stop) {
     return command("/transfers/cancel", {{"transfer_ids", joinedIDs(transferIDs)}}, std::move(stop));
 }
 
-Task<Result<Transfer>> PutIOAPI::retryTransfer(std::int64_t transferID, std::stop_token stop) {
-    Parameters parameters{{"id", std::to_string(transferID)}};
+Task<Result<Transfer>> PutIOAPI::retryTransfer(TransferID transferID, std::stop_token stop) {
+    Parameters parameters{{"id", transferID.text()}};
     Result<TransferAddResponse> retried =
         co_await post<TransferAddResponse>("/transfers/retry", std::move(parameters), std::move(stop));
     if (!retried) co_return failure(retried);

@@ -50,7 +50,7 @@ TEST_F(DesktopPresenceTest, staysAwakeWhileBytesMoveAndTellsTheEndOnce) {
 }
 
 TEST_F(DesktopPresenceTest, saysWhatArrivedOtherwiseThanPutIOHasIt) {
-    const std::int64_t file = world.addFile("a.mkv", "abc");
+    const FileID file = world.addFile("a.mkv", "abc");
     world.announceSize(file, 5);
     world.enqueue(file);
     world.enqueue(world.addFile("b.mkv", "abc"));
@@ -61,7 +61,7 @@ TEST_F(DesktopPresenceTest, saysWhatArrivedOtherwiseThanPutIOHasIt) {
 
 TEST_F(DesktopPresenceTest, staysAwakeForUploadsToo) {
     uploads.configure(world.api());
-    uploads.uploadFiles({"/home/user/a.mkv"}, 0);
+    uploads.uploadFiles({"/home/user/a.mkv"}, rootFolderID);
     world.settle();
     EXPECT_EQ(inhibitor.asked, 1);
     EXPECT_EQ(inhibitor.held, 0);
@@ -69,11 +69,11 @@ TEST_F(DesktopPresenceTest, staysAwakeForUploadsToo) {
 }
 
 TEST_F(DesktopPresenceTest, tellsTheFirstFailureAtOnceAndAllAtTheEnd) {
-    const std::int64_t broken[] = {world.addFile("broken.mkv", "abc"), world.addFile("lost.mkv", "abc")};
-    const std::int64_t slow = world.addFile("slow.mkv", std::string(1000, 'x'));
+    const FileID broken[] = {world.addFile("broken.mkv", "abc"), world.addFile("lost.mkv", "abc")};
+    const FileID slow = world.addFile("slow.mkv", std::string(1000, 'x'));
     world.link(slow).rate = 10;
     world.enqueue(slow);
-    for (const std::int64_t file : broken) {
+    for (const FileID file : broken) {
         world.refusals[file] = 1000;
         world.enqueue(file);
     }
@@ -84,11 +84,11 @@ TEST_F(DesktopPresenceTest, tellsTheFirstFailureAtOnceAndAllAtTheEnd) {
 }
 
 TEST_F(DesktopPresenceTest, tellsAFailureAfterThoseThatWereSeen) {
-    const std::int64_t slow = world.addFile("slow.mkv", std::string(1000, 'x'));
+    const FileID slow = world.addFile("slow.mkv", std::string(1000, 'x'));
     world.link(slow).rate = 10;
     world.enqueue(slow);
     for (const char* name : {"seen.mkv", "missed.mkv"}) {
-        const std::int64_t broken = world.addFile(name, "abc");
+        const FileID broken = world.addFile(name, "abc");
         world.refusals[broken] = 1000;
         isInFront = std::string_view(name) == "seen.mkv";
         ASSERT_TRUE(world.runUntil(world.enqueue(broken), Download::Status::failed));

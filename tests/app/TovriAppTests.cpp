@@ -54,7 +54,7 @@ public:
     static SyncRule watchedFolder() {
         SyncRule rule;
         rule.id = *UUID::parse("00000000-0000-4000-8000-000000000007");
-        rule.putioFolderID = 7;
+        rule.putioFolderID = FolderID(7);
         rule.putioFolderName = "Films";
         rule.localFolderPath = "/home/user/Films";
         rule.pollIntervalMinutes = 1;
@@ -123,12 +123,12 @@ TEST_F(TovriAppTest, anAnswerThatTheTokenIsRefusedEndsPollingAndEmptiesTheFileBr
     app->setup();
     app->syncManager().addRule(watchedFolder());
     PutIOFile folder;
-    folder.id = 9;
+    folder.id = FileID(9);
     folder.name = "Shows";
     app->fileBrowserState().navigateInto(folder);
     app->fileBrowserState().setSearchText("mov");
     PutIOFile file;
-    file.id = 11;
+    file.id = FileID(11);
     app->downloadManager().pauseAll();
     app->downloadManager().enqueue(file, {});
     loop.advance(1min);
@@ -139,7 +139,7 @@ TEST_F(TovriAppTest, anAnswerThatTheTokenIsRefusedEndsPollingAndEmptiesTheFileBr
     EXPECT_EQ(passesIn(10min), 0);
     const auto& breadcrumbs = app->fileBrowserState().breadcrumbs();
     ASSERT_EQ(breadcrumbs.size(), 1U);
-    EXPECT_EQ(breadcrumbs[0], (Breadcrumb{0, "Your Files"}));
+    EXPECT_EQ(breadcrumbs[0], (Breadcrumb{rootFolderID, "Your Files"}));
     EXPECT_FALSE(app->fileBrowserState().hasLoaded());
     EXPECT_EQ(app->fileBrowserState().searchText(), "mov");
     EXPECT_EQ(app->downloadManager().downloads().items().size(), 1U);

@@ -39,8 +39,8 @@ public:
     SyncManager& sync() { return *home.sync; }
 
     SyncWorld home;
-    std::int64_t folder = 0;
-    std::vector<std::int64_t> files;
+    FolderID folder;
+    std::vector<FileID> files;
 };
 
 TEST_F(LongFolders, theRestOfACutStockIsKnownOnceAndNotBrought) {

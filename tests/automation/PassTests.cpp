@@ -21,9 +21,9 @@ public:
     SyncManager& sync() { return *home.sync; }
 
     SyncWorld home;
-    std::int64_t shows = world().addFolder("Shows");
-    std::int64_t season = world().addFolder("Season 1", shows);
-    std::int64_t old = world().addFile("old.mkv", "old", shows);
+    FolderID shows = world().addFolder("Shows");
+    FolderID season = world().addFolder("Season 1", shows);
+    FileID old = world().addFile("old.mkv", "old", shows);
 };
 
 TEST_F(Passes, takeStockThenBringWhatIsNew) {
@@ -33,9 +33,9 @@ TEST_F(Passes, takeStockThenBringWhatIsNew) {
     home.pass();
     EXPECT_THAT(home.lines(), ElementsAre("Shows: 2 files total, 0 new, 0 in flight"));
 
-    const std::int64_t extras = world().addFolder("Extras", season);
-    const std::int64_t fresh = world().addFile("e02.mkv", "two", season);
-    const std::int64_t deep = world().addFile("making of.mkv", "deep", extras);
+    const FolderID extras = world().addFolder("Extras", season);
+    const FileID fresh = world().addFile("e02.mkv", "two", season);
+    const FileID deep = world().addFile("making of.mkv", "deep", extras);
     home.pass();
     EXPECT_THAT(home.lines(), ElementsAre("Shows: 4 files total, 2 new, 0 in flight", "Enqueued 2 files for download"));
     EXPECT_THAT(home.arrived(), UnorderedElementsAre("Season 1/e02.mkv", "Season 1/Extras/making of.mkv"));
@@ -122,12 +122,12 @@ TEST_F(Passes, sayWhatArrivedOtherwiseThanPutIOHasIt) {
     for (const bool deletes : {false, true}) {
         SCOPED_TRACE(deletes);
         SyncWorld other;
-        const std::int64_t folder = other.world.addFolder("Shows");
+        const FolderID folder = other.world.addFolder("Shows");
         SyncRule rule = other.newRule(folder, "Shows");
         rule.deleteAfterDownload = deletes;
         other.sync->addRule(rule);
         other.settle();
-        const std::int64_t file = other.world.addFile("new.mkv", "new", folder);
+        const FileID file = other.world.addFile("new.mkv", "new", folder);
         other.world.announceSize(file, 1'000);
         other.pass();
         EXPECT_EQ(other.sync->lastError(),
@@ -141,7 +141,7 @@ TEST_F(Passes, sayWhatArrivedOtherwiseThanPutIOHasIt) {
 
 TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
     const UUID id = home.watch(shows);
-    const std::int64_t file = world().addFile("new.mkv", "new", shows);
+    const FileID file = world().addFile("new.mkv", "new", shows);
     world().refusals[file] = 1;
     home.pass();
     EXPECT_EQ(world().find(file)->status, Status::failed);
@@ -152,12 +152,12 @@ TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
     EXPECT_THAT(home.arrived(), ElementsAre("new.mkv"));
 
     // A failed item that was removed is asked for anew, one that was waiting is not.
-    const std::int64_t unlucky = world().addFile("unlucky.mkv", "unlucky", shows);
+    const FileID unlucky = world().addFile("unlucky.mkv", "unlucky", shows);
     world().refusals[unlucky] = 1;
     home.pass();
     world().manager().remove(world().find(unlucky));
     world().manager().pauseAll();
-    const std::int64_t unwanted = world().addFile("unwanted.mkv", "unwanted", shows);
+    const FileID unwanted = world().addFile("unwanted.mkv", "unwanted", shows);
     home.pass();
     world().manager().remove(world().find(unwanted));
     EXPECT_TRUE(home.rule(id).knownFileIDs.contains(unwanted));
@@ -168,7 +168,7 @@ TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
 
 TEST_F(Passes, fetchAFileOnceThatCannotBePlaced) {
     home.watch(shows);
-    const std::int64_t file = world().addFile("new.mkv", "new", shows);
+    const FileID file = world().addFile("new.mkv", "new", shows);
     world().files.failNext("moveItem", SyncWorld::local / "new.mkv", {ErrorCase::file, "The disk is broken."}, 3);
     for (int pass = 0; pass < 3; ++pass) {
         home.pass();
@@ -183,9 +183,9 @@ TEST_F(Passes, fetchAFileOnceThatCannotBePlaced) {
 TEST_F(Passes, doNotQueueAFileTwiceThatLeftTheFolderForAWhile) {
     home.watch(shows);
     world().manager().pauseAll();
-    const std::int64_t file = world().addFile("new.mkv", "new", shows);
+    const FileID file = world().addFile("new.mkv", "new", shows);
     home.pass();
-    world().move(file, 0);
+    world().move(file, rootFolderID);
     home.pass();
     world().move(file, season);
     home.pass();
@@ -209,7 +209,7 @@ TEST_F(Passes, copeWithRulesThatChangeWhileTheirFoldersAreListed) {
          0},
         {"led to another folder and back: what came before that is no news",
          [](SyncWorld& it, SyncRule first, const SyncRule& second) {
-             const std::int64_t folder = std::exchange(first.putioFolderID, second.putioFolderID);
+             const FolderID folder = std::exchange(first.putioFolderID, second.putioFolderID);
              it.sync->updateRule(first);
              first.putioFolderID = folder;
              it.sync->updateRule(first);
@@ -225,8 +225,8 @@ TEST_F(Passes, copeWithRulesThatChangeWhileTheirFoldersAreListed) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.why);
         SyncWorld it;
-        const std::int64_t one = it.world.addFolder("One");
-        const std::int64_t two = it.world.addFolder("Two");
+        const FolderID one = it.world.addFolder("One");
+        const FolderID two = it.world.addFolder("Two");
         const UUID first = it.watch(one);
         const UUID second = it.watch(two);
         it.world.manager().pauseAll();

@@ -36,12 +36,12 @@ std::string written(const std::string& members) {
 TEST(RulesFile, hasItsFormat) {
     SyncRule rule;
     rule.id = someID;
-    rule.putioFolderID = 9;
+    rule.putioFolderID = FolderID(9);
     rule.putioFolderName = "A/B";
     rule.localFolderPath = "/home/user";
     rule.localFolderBookmark = "bookmark";
     rule.deleteAfterDownload = true;
-    rule.knownFileIDs = {3, 1, INT64_MAX};
+    rule.knownFileIDs = {FileID(3), FileID(1), FileID(INT64_MAX)};
     rule.isInitialized = true;
     rule.lastSyncDate = Timestamp(std::chrono::sys_days{std::chrono::year{2001} / 1 / 2}) + 500ms;
     EXPECT_EQ(rulesText({rule}),
@@ -66,7 +66,7 @@ TEST(RulesFile, isReadWithWhatIsMissing) {
     EXPECT_FALSE(bare.stockIsWhole);
     EXPECT_TRUE(bare.pendingFileIDs.isEmpty());
     EXPECT_EQ(bare.lastSyncDate, std::nullopt);
-    EXPECT_EQ(bare.knownFileIDs, (FileIDSet{1, 2, 3}));
+    EXPECT_EQ(bare.knownFileIDs, (FileIDSet{FileID(1), FileID(2), FileID(3)}));
     EXPECT_EQ(bare.putioFolderName, "A/B");
     const SyncRule whole = decodeRules(written(R"(,"new":{"a":[1]},"lastSyncDate":1e300,"isInitialized":false,)"
                                                R"("localFolderBookmark":"Ym9va21hcms=","pendingFileIDs":[7],)"
@@ -76,7 +76,7 @@ TEST(RulesFile, isReadWithWhatIsMissing) {
     EXPECT_FALSE(whole.isInitialized);
     EXPECT_TRUE(whole.stockIsWhole);
     EXPECT_EQ(whole.localFolderBookmark, "bookmark");
-    EXPECT_EQ(whole.pendingFileIDs, FileIDSet{7});
+    EXPECT_EQ(whole.pendingFileIDs, FileIDSet{FileID(7)});
 }
 
 TEST(RulesFile, isRefusedAsAWhole) {
@@ -113,8 +113,8 @@ TEST(Rules, keepADamagedFileAsideBeforeTheyReplaceIt) {
         EXPECT_THAT(home.lines(), testing::Contains(HasSubstr("Ignoring unreadable rules at ")));
         EXPECT_EQ(home.world.files.content(file), "damaged " + std::to_string(round));
         home.world.files.failNext("cloneFile", file, {ErrorCase::file, "The disk is full."});
-        home.watch(0);
-        home.watch(0);
+        home.watch(rootFolderID);
+        home.watch(rootFolderID);
         const auto aside = "sync-rules.unreadable-" + std::to_string(round) + ".json";
         EXPECT_EQ(home.world.files.content(World::data / aside), "damaged " + std::to_string(round));
         EXPECT_EQ(home.savedRules().size(), 2U);
@@ -123,8 +123,8 @@ TEST(Rules, keepADamagedFileAsideBeforeTheyReplaceIt) {
 
 TEST(Rules, areChangedAsTheirEditorSays) {
     SyncWorld home;
-    const std::int64_t shows = home.world.addFolder("Shows");
-    const std::int64_t file = home.world.addFile("old", "old", shows);
+    const FolderID shows = home.world.addFolder("Shows");
+    const FileID file = home.world.addFile("old", "old", shows);
     std::vector<std::pair<SyncChange::Kind, std::size_t>> told;
     home.told = [&](const SyncChange& change) { told.emplace_back(change.kind, change.index); };
     SyncRule rule = home.newRule(shows, "Shows");
@@ -136,25 +136,25 @@ TEST(Rules, areChangedAsTheirEditorSays) {
     EXPECT_THAT(told, ElementsAre(std::pair(Kind::ruleAdded, 0), std::pair(Kind::ruleChanged, 0)));
 
     SyncRule edited = home.rule(rule.id);
-    edited.knownFileIDs = {1};
-    edited.pendingFileIDs = {2};
+    edited.knownFileIDs = {FileID(1)};
+    edited.pendingFileIDs = {FileID(2)};
     edited.isEnabled = false;
     edited.lastSyncDate = home.world.clock.now();
     home.sync->updateRule(edited);
     home.settle();
-    EXPECT_EQ(home.savedRules().at(0).knownFileIDs, FileIDSet{1});
-    EXPECT_EQ(home.savedRules().at(0).pendingFileIDs, FileIDSet{2});
+    EXPECT_EQ(home.savedRules().at(0).knownFileIDs, FileIDSet{FileID(1)});
+    EXPECT_EQ(home.savedRules().at(0).pendingFileIDs, FileIDSet{FileID(2)});
     EXPECT_FALSE(home.savedRules().at(0).isEnabled);
 
     // What settled while the editor was open is not undone by what it kept.
     const SyncRule opened = home.rule(rule.id);
-    home.sync->fileSettled(rule.id, 2);
+    home.sync->fileSettled(rule.id, FileID(2));
     home.sync->updateRule(opened);
-    EXPECT_EQ(home.rule(rule.id).knownFileIDs, (FileIDSet{1, 2}));
+    EXPECT_EQ(home.rule(rule.id).knownFileIDs, (FileIDSet{FileID(1), FileID(2)}));
     EXPECT_TRUE(home.rule(rule.id).pendingFileIDs.isEmpty());
 
     edited = home.rule(rule.id);
-    edited.putioFolderID = 0;
+    edited.putioFolderID = rootFolderID;
     home.sync->updateRule(edited);
     EXPECT_TRUE(home.rule(rule.id).knownFileIDs.isEmpty());
     EXPECT_EQ(home.rule(rule.id).lastSyncDate, std::nullopt);
@@ -164,7 +164,7 @@ TEST(Rules, areChangedAsTheirEditorSays) {
     edited.id = someID;
     home.sync->updateRule(edited);
     home.sync->deleteRule(someID);
-    home.sync->fileSettled(someID, 5);
+    home.sync->fileSettled(someID, FileID(5));
     EXPECT_EQ(home.sync->rules().size(), 1U);
     home.sync->deleteRule(rule.id);
     home.settle();
@@ -173,7 +173,7 @@ TEST(Rules, areChangedAsTheirEditorSays) {
 
 TEST(Rules, ofOneIDAreNoHarm) {
     SyncWorld home;
-    const std::int64_t shows = home.world.addFolder("Shows");
+    const FolderID shows = home.world.addFolder("Shows");
     const UUID id = home.watch(shows);
     const SyncRule twin = home.rule(id);
     home.sync->saveNow().value();
@@ -198,7 +198,7 @@ TEST(Rules, bringAFileOnceWheneverTheProcessDies) {
             SCOPED_TRACE(std::to_string(moment) + (losesPower ? ", without power" : ""));
             SyncWorld home;
             for (const char* lane : {"rules", "saves"}) home.world.volumes.longestDelays[lane] = 14ms;
-            const std::int64_t shows = home.world.addFolder("Shows");
+            const FolderID shows = home.world.addFolder("Shows");
             home.watch(shows);
             home.world.addFile("new.mkv", "new", shows);
             home.sync->startSyncAll(SyncUrgency::forced);
@@ -237,9 +237,9 @@ TEST(Rules, areWrittenInTheirOrder) {
                         background, volumes,        platform.log,    platform.folders};
     for (std::int64_t round = 0; round < 20; ++round) {
         SyncRuleStore store(real);
-        SyncRule rule = fakes.newRule(round, "Shows");
+        SyncRule rule = fakes.newRule(FolderID(round), "Shows");
         for (std::int64_t settled = 0; settled < 50; ++settled) {
-            rule.knownFileIDs.insert(settled);
+            rule.knownFileIDs.insert(FileID(settled));
             store.save({rule});
         }
         store.finish().value();
@@ -251,16 +251,16 @@ TEST(Rules, sayThatTheyCannotBeWritten) {
     SyncWorld home;
     const UUID id = home.watch(home.world.addFolder("Shows"));
     home.world.files.failNext("writeFileAtomically", home.sync->storageURL(), {ErrorCase::file, "The disk is full."});
-    home.sync->fileSettled(id, 1);
+    home.sync->fileSettled(id, FileID(1));
     home.settle();
     EXPECT_EQ(home.sync->lastError(), "The rules cannot be saved. The disk is full.");
     EXPECT_FALSE(home.sync->saveNow());
-    home.sync->fileSettled(id, 2);  // brings all of them
+    home.sync->fileSettled(id, FileID(2));  // brings all of them
     EXPECT_TRUE(home.sync->saveNow());
     EXPECT_EQ(home.savedRules().at(0).knownFileIDs.size(), 2U);
 
     home.world.volumes.hang("rules");
-    home.sync->fileSettled(id, 3);
+    home.sync->fileSettled(id, FileID(3));
     EXPECT_FALSE(home.sync->saveNow());  // returns
     home.world.volumes.goOn("rules");
 }

@@ -14,12 +14,12 @@ namespace {
 
 using Status = Download::Status;
 using std::chrono::milliseconds;
-using Files = std::set<std::int64_t>;
+using Files = std::set<FileID>;
 
 // What a rule owes since it was made, or led to another folder: each such beginning has a local folder of its own.
 struct Promise {
     UUID rule;
-    std::int64_t folder = 0;
+    FolderID folder;
     SyncWorld::Path local;
     bool isInventoried = false;
     Files old;   // in one place from before the beginning until the inventory had ended
@@ -36,9 +36,9 @@ public:
             world().volumes.longestDelays[lane] = milliseconds(roll(2) * roll(2000));
         world().http.latency = milliseconds(1 + roll(200));
         for (const char* name : {"Shows", "Films"}) {
-            const std::int64_t folder = world().addFolder(name);
+            const FolderID folder = world().addFolder(name);
             roots_.push_back(folder);
-            folders_[folder] = 0;
+            folders_[folder] = rootFolderID;
             folders_[world().addFolder("inside", folder)] = folder;
         }
         for (int i = 0; i < 6; ++i) addFile();
@@ -70,10 +70,10 @@ private:
     // --- put.io ---
 
     void addFile() {
-        const std::int64_t folder = any(folders_).first;
-        const std::int64_t file = world().addFile("file " + std::to_string(++fileCount_), "", folder);
+        const FolderID folder = any(folders_).first;
+        const FileID file = world().addFile("file " + std::to_string(++fileCount_), "", folder);
         SimulatedStorage::Link& link = world().link(file);
-        link.content = "content of " + std::to_string(file) + std::string(roll(3000), '.');
+        link.content = "content of " + file.text() + std::string(roll(3000), '.');
         link.rate = static_cast<ByteCount>(500 + roll(5000));
         if (roll(3) == 0)
             link.breaks.push_back({.at = static_cast<ByteCount>(roll(2000)), .isResumable = roll(2) == 0});
@@ -82,7 +82,7 @@ private:
         present_[file] = folder;
     }
 
-    [[nodiscard]] Files below(std::int64_t folder) const {
+    [[nodiscard]] Files below(FolderID folder) const {
         Files files;
         for (const auto& [file, place] : present_)
             if (place == folder || folders_.at(place) == folder) files.insert(file);
@@ -91,13 +91,13 @@ private:
 
     // Looks where the files are now.
     void follow() {
-        for (const std::int64_t file : world().deletions) present_.erase(file);
+        for (const FileID file : world().deletions) present_.erase(file);
         for (Promise& promise : promises_) {
             if (!isKept(promise)) continue;
-            for (const std::int64_t file : below(promise.folder))
+            for (const FileID file : below(promise.folder))
                 if (promise.seen.insert(file).second && promise.isInventoried) promise.news.insert(file);
             if (!promise.isInventoried)
-                std::erase_if(promise.old, [&](std::int64_t file) { return !below(promise.folder).contains(file); });
+                std::erase_if(promise.old, [&](FileID file) { return !below(promise.folder).contains(file); });
         }
     }
 
@@ -109,14 +109,14 @@ private:
         return home_.sync->find(promise.rule) && &*latest == &promise;
     }
 
-    void promise(const UUID& rule, std::int64_t folder, const SyncWorld::Path& local) {
+    void promise(const UUID& rule, FolderID folder, const SyncWorld::Path& local) {
         promises_.push_back({rule, folder, local, false, below(folder), below(folder), {}});
     }
 
     [[nodiscard]] SyncWorld::Path newLocalFolder() const { return World::downloads / std::to_string(promises_.size()); }
 
     void addRule() {
-        const std::int64_t folder = any(folders_).first;
+        const FolderID folder = any(folders_).first;
         SyncRule rule = home_.newRule(folder, "rule " + std::to_string(promises_.size()));
         rule.localFolderPath = newLocalFolder().native();
         rule.deleteAfterDownload = roll(2) == 0;
@@ -167,13 +167,13 @@ private:
         const std::size_t action = roll(20);
         if (action < 6) return addFile();
         if (action == 6 && !present_.empty()) {
-            const std::int64_t file = any(present_).first;
+            const FileID file = any(present_).first;
             present_.erase(file);
             world().takeAway(file);
         } else if (action == 7 && !present_.empty()) {
             world().rename(any(present_).first, "renamed " + std::to_string(++fileCount_));
         } else if (action == 8 && !present_.empty()) {
-            const std::int64_t file = any(present_).first;
+            const FileID file = any(present_).first;
             world().move(file, present_[file] = any(folders_).first);
             for (Promise& promise : promises_)  // from where is still to be listed to where has been
                 if (!promise.isInventoried) promise.old.erase(file);
@@ -269,7 +269,7 @@ private:
     // --- what must hold ---
 
     // How often the file stands below the folder, under whatever name.
-    [[nodiscard]] std::size_t copies(std::int64_t file, const SyncWorld::Path& folder) {
+    [[nodiscard]] std::size_t copies(FileID file, const SyncWorld::Path& folder) {
         return static_cast<std::size_t>(std::ranges::count(world().files.files(folder), world().link(file).content,
                                                            [](const auto& entry) { return entry.second; }));
     }
@@ -277,21 +277,21 @@ private:
     void check() {
         for (const Promise& promise : promises_) {
             SCOPED_TRACE("promise in " + promise.local.native());
-            for (const std::int64_t file : promise.old)
-                EXPECT_EQ(copies(file, promise.local), 0U) << file << " was there before";
-            for (const std::int64_t file : promise.seen)
-                EXPECT_LE(copies(file, promise.local), 1U + powerLosses_) << file << " came twice";
+            for (const FileID file : promise.old)
+                EXPECT_EQ(copies(file, promise.local), 0U) << file.text() << " was there before";
+            for (const FileID file : promise.seen)
+                EXPECT_LE(copies(file, promise.local), 1U + powerLosses_) << file.text() << " came twice";
             if (!isKept(promise)) continue;
             const Files present = below(promise.folder);
-            for (const std::int64_t file : promise.news)
+            for (const FileID file : promise.news)
                 if (present.contains(file) && !unwanted_.contains({promise.rule, file}))
-                    EXPECT_TRUE(hasArrived(file, promise.rule)) << file << " was missed";
-            for (const std::int64_t file : home_.rule(promise.rule).pendingFileIDs)
-                EXPECT_FALSE(home_.rule(promise.rule).knownFileIDs.contains(file)) << file;
+                    EXPECT_TRUE(hasArrived(file, promise.rule)) << file.text() << " was missed";
+            for (const FileID file : home_.rule(promise.rule).pendingFileIDs)
+                EXPECT_FALSE(home_.rule(promise.rule).knownFileIDs.contains(file)) << file.text();
         }
     }
 
-    [[nodiscard]] bool hasArrived(std::int64_t file, const UUID& rule) {
+    [[nodiscard]] bool hasArrived(FileID file, const UUID& rule) {
         return std::ranges::any_of(
             promises_, [&](const Promise& promise) { return promise.rule == rule && copies(file, promise.local) > 0; });
     }
@@ -300,12 +300,12 @@ private:
     bool losesPower_;
     std::size_t powerLosses_ = 0;
     int fileCount_ = 0;
-    std::vector<std::int64_t> roots_;
-    std::map<std::int64_t, std::int64_t> folders_;  // with the one above
-    std::map<std::int64_t, std::int64_t> present_;  // files with their folder
+    std::vector<FolderID> roots_;
+    std::map<FolderID, FolderID> folders_;  // with the one above
+    std::map<FileID, FolderID> present_;    // files with their folder
     std::vector<Promise> promises_;
-    std::vector<SyncRule> opened_;                      // copies that an editor has kept for a while
-    std::set<std::pair<UUID, std::int64_t>> unwanted_;  // the user took them out of the queue
+    std::vector<SyncRule> opened_;                // copies that an editor has kept for a while
+    std::set<std::pair<UUID, FileID>> unwanted_;  // the user took them out of the queue
     SyncWorld home_;
     Subscription watching_;
 };

@@ -22,7 +22,7 @@ public:
     SyncWorld() {
         world.http.handler = [this, usual = world.http.handler](const HTTPRequest& request) -> Result<HTTPResponse> {
             const auto at = request.url.find("parent_id=");
-            if (at != std::string::npos) ++listings[std::stoll(request.url.substr(at + 10))];
+            if (at != std::string::npos) ++listings[FolderID(std::stoll(request.url.substr(at + 10)))];
             if (refusal) return HTTPResponse{*refusal, ""};
             return usual(request);
         };
@@ -52,7 +52,7 @@ public:
     }
 
     // A rule over the folder, as its editor makes it.
-    [[nodiscard]] SyncRule newRule(std::int64_t folder, const std::string& name) {
+    [[nodiscard]] SyncRule newRule(FolderID folder, const std::string& name) {
         SyncRule rule;
         rule.id = world.random.makeUUID();
         rule.putioFolderID = folder;
@@ -62,7 +62,7 @@ public:
     }
 
     // Adds it and waits for its inventory.
-    UUID watch(std::int64_t folder, const std::string& name = "Shows") {
+    UUID watch(FolderID folder, const std::string& name = "Shows") {
         const SyncRule rule = newRule(folder, name);
         sync->addRule(rule);
         settle();
@@ -104,8 +104,8 @@ public:
     static inline const Path local = World::downloads / "Shows";
 
     World world;
-    std::optional<int> refusal;            // the status of every answer of the service
-    std::map<std::int64_t, int> listings;  // by folder: how often it was asked for
+    std::optional<int> refusal;        // the status of every answer of the service
+    std::map<FolderID, int> listings;  // by folder: how often it was asked for
     std::unique_ptr<SyncManager> sync;
     std::function<void(const SyncChange&)> told;  // of every change
 

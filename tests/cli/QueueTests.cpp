@@ -85,7 +85,7 @@ TEST(QueueListing, tellsWhatArrivedAndHowItWasProven) {
 }
 
 TEST(RemotePath, tellsIDsFromNames) {
-    EXPECT_EQ(parseRemotePath("42").id, 42);
+    EXPECT_EQ(parseRemotePath("42").id, FileID(42));
     EXPECT_FALSE(parseRemotePath("99999999999999999999").id) << "no ID has 20 digits";
     EXPECT_THAT(parseRemotePath("/42").names, ElementsAre("42"));
     EXPECT_THAT(parseRemotePath("/Films//Season 1/").names, ElementsAre("Films", "Season 1"));

@@ -14,7 +14,7 @@ using testing::ElementsAre;
 
 Transfer transfer(std::int64_t id, std::string status) {
     Transfer result;
-    result.id = id;
+    result.id = TransferID(id);
     result.status = std::move(status);
     return result;
 }
@@ -28,7 +28,7 @@ TEST(TransferListing, groupsByStatusInTheServicesOrder) {
     Transfer failed = transfer(10, "ERROR");
     failed.errorMessage = "gone";
     Transfer without;
-    without.id = 3;
+    without.id = TransferID(3);
     EXPECT_THAT(transferLines({without, transfer(5, "COMPLETED"), failed, transfer(7, "Error"), seeding,
                                transfer(8, "IN_QUEUE"), transfer(6, "STOPPING")},
                               std::nullopt),
@@ -44,8 +44,8 @@ TEST(TransferListing, groupsByStatusInTheServicesOrder) {
 }
 
 TEST(FeedListing, saysWhatApplies) {
-    const RSSFeed full{1, "t", "r", "k", 2, true, true, true, "2026-01-01", true};
-    const RSSFeed off{2, "", "r", "", 2, false, false, false, std::nullopt, false};
+    const RSSFeed full{FeedID(1), "t", "r", "k", FolderID(2), true, true, true, "2026-01-01", true};
+    const RSSFeed off{FeedID(2), "", "r", "", FolderID(2), false, false, false, std::nullopt, false};
     EXPECT_THAT(feedLines({full, off}, std::nullopt),
                 ElementsAre("1  t         Keyword: k · Auto-delete · Paused · Last: 2026-01-01", "2  Untitled"));
 }

@@ -20,7 +20,7 @@ public:
     }
 
     // Queues it and waits until the end.
-    DownloadPointer arrive(std::int64_t file, const DownloadManager::EnqueueOptions& options = {}) {
+    DownloadPointer arrive(FileID file, const DownloadManager::EnqueueOptions& options = {}) {
         DownloadPointer item = world.enqueue(file, options);
         world.settle();
         return item;
@@ -28,7 +28,7 @@ public:
 
     // A file in the midst of its transfer, paused there. What it would hold in the end has the listed checksum.
     DownloadPointer paused(const std::string& content) {
-        const std::int64_t file = world.addFile("f", content);
+        const FileID file = world.addFile("f", content);
         world.announceChecksum(file, checksumOf(content));
         world.link(file).rate = static_cast<ByteCount>(content.size()) / 10;
         world.link(file).validator = "\"first\"";
@@ -98,7 +98,7 @@ TEST_F(Arriving, isProvenByWhatPutIOSaysOfIt) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        const std::int64_t file = world.addFile(c.what, c.content);
+        const FileID file = world.addFile(c.what, c.content);
         if (c.size) world.announceSize(file, *c.size);
         if (c.checksum) world.announceChecksum(file, *c.checksum);
         const DownloadPointer item = arrive(file);
@@ -127,7 +127,7 @@ TEST_F(Arriving, aRetryAsksForTheRecordFirst) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         World other;
-        const std::int64_t file = other.addFile("f", "content");
+        const FileID file = other.addFile("f", "content");
         other.link(file).announcesLength = c.isAnnounced;
         other.announceSize(file, c.listed);
         other.preferences.setConflictBehavior(ConflictBehavior::replace);
@@ -150,7 +150,7 @@ TEST_F(Arriving, aRetryAsksForTheRecordFirst) {
         EXPECT_EQ(item->fileSize, c.listed) << "stays";
         EXPECT_EQ(item->listedSize, 7);
         EXPECT_EQ(item->progressText(), "7 bytes / 7 bytes");
-        EXPECT_TRUE(other.http.requests.at(0).url.ends_with("/v2/files/" + std::to_string(file)));
+        EXPECT_TRUE(other.http.requests.at(0).url.ends_with("/v2/files/" + file.text()));
         EXPECT_EQ(other.tree(), "f=content");
 
         other.kill();
@@ -160,7 +160,7 @@ TEST_F(Arriving, aRetryAsksForTheRecordFirst) {
 }
 
 TEST_F(Arriving, aRecordThatCannotBeHadFailsTheRetry) {
-    const std::int64_t file = world.addFile("f", "content");
+    const FileID file = world.addFile("f", "content");
     world.announceSize(file, 3);
     const DownloadPointer item = arrive(file);
     world.refusals[file] = 1;
@@ -187,7 +187,7 @@ TEST_F(Arriving, neverSplicesTwoFiles) {
     for (const char* checksum : {"", "n/a"}) {
         SCOPED_TRACE(checksum);
         World other;
-        const std::int64_t file = other.addFile("f", std::string(1000, 'a'));
+        const FileID file = other.addFile("f", std::string(1000, 'a'));
         if (*checksum != '\0') other.announceChecksum(file, checksum);
         other.link(file).rate = 100;
         const DownloadPointer item = other.enqueue(file);
@@ -204,7 +204,7 @@ TEST_F(Arriving, neverSplicesTwoFiles) {
 
 TEST_F(Arriving, aChecksumThatDoesNotFitStartsTheFileOverOnce) {
     const DownloadPointer item = paused(std::string(1000, 'a'));
-    const std::int64_t file = item->fileID;
+    const FileID file = item->fileID;
     const std::string other(1000, 'b');
     world.link(file).content = other;
     world.link(file).validator = "\"second\"";
@@ -232,7 +232,7 @@ TEST_F(Arriving, aChecksumThatDoesNotFitStartsTheFileOverOnce) {
 }
 
 TEST_F(Arriving, whatDiffersStaysOnPutIOUntilItsRecordFits) {
-    const std::int64_t file = world.addFile("f", "content");
+    const FileID file = world.addFile("f", "content");
     world.announceSize(file, 9);
     const DownloadPointer item = arrive(file, {.deleteAfterDownload = true});
     const std::string outcome = std::string("remoteDeleteFailed: ") + differs + "7 bytes instead of 9.";
@@ -251,9 +251,9 @@ TEST_F(Arriving, whatDiffersStaysOnPutIOUntilItsRecordFits) {
 }
 
 TEST_F(Arriving, aFolderStaysWithTheOneThatDiffers) {
-    const std::int64_t folder = world.addFolder("F");
-    const std::int64_t good = world.addFile("good", "good", folder);
-    const std::int64_t bad = world.addFile("bad", "bad", folder);
+    const FolderID folder = world.addFolder("F");
+    const FileID good = world.addFile("good", "good", folder);
+    const FileID bad = world.addFile("bad", "bad", folder);
     world.announceSize(bad, 1'000);
     world.enqueueFolder(folder, true);
     world.settle();
@@ -265,7 +265,7 @@ TEST_F(Arriving, aFolderStaysWithTheOneThatDiffers) {
     world.mayLose = true;
     manager.deleteAnyway(world.find(bad));
     world.settle();
-    EXPECT_EQ(world.deletions, std::vector{folder});
+    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
 }
 
 }  // namespace

@@ -36,15 +36,15 @@ public:
 
     [[nodiscard]] std::string outcomes() {
         std::string text;
-        for (const std::int64_t id : members) text += World::outcome(world.find(id)) + " ";
+        for (const FileID id : members) text += World::outcome(world.find(id)) + " ";
         return text;
     }
 
     World world;
     DownloadManager& manager = world.manager();
-    std::int64_t folder = 0;
-    std::int64_t subfolder = 0;
-    std::vector<std::int64_t> members;
+    FolderID folder;
+    FolderID subfolder;
+    std::vector<FileID> members;
 
 private:
     bool isSpoilt_ = false;
@@ -59,7 +59,7 @@ TEST_F(Deleting, deletesAFolderOnceWhenAllOfItHasArrived) {
     };
     world.settle();
     EXPECT_EQ(outcomes(), "completed completed completed ");
-    EXPECT_EQ(world.deletions, std::vector{folder});
+    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
     EXPECT_EQ(deleting, 3U);
 }
 
@@ -85,9 +85,9 @@ TEST_F(Deleting, keepsAFolderOfWhichSomethingIsMissing) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         World other;
-        const std::int64_t id = other.addFolder("F");
-        const std::int64_t a = other.addFile("a", "a", id);
-        const std::int64_t b = other.addFile("b", "b", id);
+        const FolderID id = other.addFolder("F");
+        const FileID a = other.addFile("a", "a", id);
+        const FileID b = other.addFile("b", "b", id);
         other.enqueueFolder(id, true);
         ASSERT_TRUE(other.loop.runUntil([&] { return other.find(a) != nullptr; }));
         const DownloadPointer item = other.find(a);
@@ -107,7 +107,7 @@ TEST_F(Deleting, countsAMemberThatArrivedOnItsSecondTry) {
     manager.retry(member(0));  // before the others have arrived
     world.settle();
     EXPECT_EQ(outcomes(), "completed completed completed ");
-    EXPECT_EQ(world.deletions, std::vector{folder});
+    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
 }
 
 TEST_F(Deleting, keepsAFolderThatWasNotListedToItsEnd) {
@@ -123,7 +123,7 @@ TEST_F(Deleting, keepsAFolderThatWasNotListedToItsEnd) {
 }
 
 TEST_F(Deleting, ignoresAnEmptyFolder) {
-    const std::int64_t empty = world.addFolder("empty");
+    const FolderID empty = world.addFolder("empty");
     world.enqueueFolder(empty, true);
     world.settle();
     world.kill();
@@ -134,7 +134,7 @@ TEST_F(Deleting, ignoresAnEmptyFolder) {
 
 TEST_F(Deleting, asksAgainForAFolderWhoseDeletionFailed) {
     enqueueFolder();
-    world.refusals[folder] = 1;
+    world.refusals[fileOf(folder)] = 1;
     world.settle();
     const std::string failed = "remoteDeleteFailed: HTTP error 500 from put.io. ";
     EXPECT_EQ(outcomes(), failed + failed + failed);
@@ -147,7 +147,7 @@ TEST_F(Deleting, asksAgainForAFolderWhoseDeletionFailed) {
     EXPECT_EQ(outcomes(), "deleting completed deleting ");
     world.settle();
     EXPECT_EQ(outcomes(), "completed completed completed ");
-    EXPECT_EQ(world.deletions, std::vector{folder});
+    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
 }
 
 // A deletion whose answer nobody heard was done when put.io says so to the same account.
@@ -226,7 +226,7 @@ TEST_F(Deleting, keepsWhatIsNotHereAnyMoreAsItArrived) {
         for (const bool isRestarted : {false, true}) {
             SCOPED_TRACE(std::string(c.what) + (isRestarted ? ", after a restart" : ""));
             World other;
-            const std::int64_t file = other.addFile("f", "bytes");
+            const FileID file = other.addFile("f", "bytes");
             bool isToBeSpoilt = !isRestarted;
             other.watch = [&](DownloadManager&, const QueueChange& change) {
                 const bool isDeleting = change.item && change.item->status == Status::deleting;
@@ -264,13 +264,13 @@ TEST_F(Deleting, keepsWhatALossOfPowerWouldMakeTheQueueForget) {
 }
 
 TEST_F(Deleting, keepsWhatItDoesNotKnowTheSizeOf) {
-    const std::int64_t unknown = world.addFile("unknown", "bytes");
-    const std::int64_t empty = world.addFile("empty", "");
-    const std::int64_t trulyEmpty = world.addFile("truly empty", "");
+    const FileID unknown = world.addFile("unknown", "bytes");
+    const FileID empty = world.addFile("empty", "");
+    const FileID trulyEmpty = world.addFile("truly empty", "");
     world.sizeless = {unknown, empty};
-    for (const std::int64_t file : {unknown, empty, trulyEmpty}) world.enqueue(file, {.deleteAfterDownload = true});
+    for (const FileID file : {unknown, empty, trulyEmpty}) world.enqueue(file, {.deleteAfterDownload = true});
     world.settle();
-    for (const std::int64_t file : {unknown, empty})
+    for (const FileID file : {unknown, empty})
         EXPECT_THAT(World::outcome(world.find(file)),
                     testing::StartsWith("remoteDeleteFailed: put.io did not say how large"));
     EXPECT_EQ(World::outcome(world.find(trulyEmpty)), "completed");
@@ -333,7 +333,7 @@ TEST_F(Deleting, keepsAFolderThatHasChangedMeanwhile) {
         other.manager.deleteAnyway(item);
         other.world.settle();
         EXPECT_EQ(other.outcomes(), "completed completed completed ");
-        EXPECT_EQ(other.world.deletions, std::vector{other.folder});
+        EXPECT_EQ(other.world.deletions, std::vector{fileOf(other.folder)});
     }
 }
 
@@ -387,7 +387,7 @@ TEST_F(Deleting, replacesMembersOfAFolderThatStays) {
     world.enqueueFolder(folder, true);
     world.settle();
     EXPECT_EQ(world.tree(), "F/G/c=c F/a=a F/b=b");
-    EXPECT_EQ(world.deletions, std::vector{folder});
+    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
 }
 
 TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
@@ -427,7 +427,7 @@ TEST_F(Deleting, leavesAnItemAloneThatIsFetchedAnew) {
 }
 
 TEST_F(Deleting, saysThatNobodyIsSignedIn) {
-    const std::int64_t file = world.addFile("f", "f");
+    const FileID file = world.addFile("f", "f");
     ASSERT_TRUE(world.runUntil(world.enqueue(file, {.deleteAfterDownload = true}), Status::deleting));
     manager.saveNow();
     world.kill();

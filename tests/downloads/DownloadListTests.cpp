@@ -62,7 +62,7 @@ public:
         for (const DownloadPointer& item : naive_) ASSERT_EQ(list_.find(item->id), item);
         for (const DownloadPointer& item : gone_) ASSERT_EQ(list_.find(item->id), nullptr);
         for (const UUID& rule : groups_) {
-            for (std::int64_t fileID = 0; fileID < 3; ++fileID) {
+            for (const FileID fileID : {FileID(0), FileID(1), FileID(2)}) {
                 const auto isItsFile = [&](const DownloadPointer& item) {
                     return item->syncRuleID == rule && item->fileID == fileID;
                 };
@@ -107,7 +107,7 @@ private:
             item->status = static_cast<DownloadStatus>(roll(downloadStatusCount));
             item->id.bytes[0] = static_cast<std::uint8_t>(++lastID_);
             item->id.bytes[8] = static_cast<std::uint8_t>(lastID_ / 256);
-            item->fileID = static_cast<std::int64_t>(roll(3));
+            item->fileID = FileID(static_cast<std::int64_t>(roll(3)));
             if (roll(3) > 0) item->syncRuleID = groups_[roll(2)];
             if (roll(3) > 0) item->folderGroupID = groups_[roll(2)];
         }

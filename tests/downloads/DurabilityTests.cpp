@@ -213,8 +213,8 @@ TEST_F(Durable, whatAnEarlierVersionHasCompletedIsTakenAsItIs) {
 TEST_F(Durable, aFolderThatHangsHoldsUpTheStartOfItsOwnItemsOnly) {
     world.files.addVolume("/mnt/slow");
     const DownloadManager::EnqueueOptions there = {.destination = DestinationFolder{"/mnt/slow", std::nullopt}};
-    const std::int64_t placed = world.addFile("placed", "placed bytes");
-    const std::int64_t completed = world.addFile("completed", "completed bytes");
+    const FileID placed = world.addFile("placed", "placed bytes");
+    const FileID completed = world.addFile("completed", "completed bytes");
     ASSERT_TRUE(world.runUntil(world.enqueue(completed, there), Status::completed));
     const DownloadPointer last = world.enqueue(placed, there);
     world.manager().saveNow();
@@ -224,7 +224,7 @@ TEST_F(Durable, aFolderThatHangsHoldsUpTheStartOfItsOwnItemsOnly) {
     for (int i = 0; i < 2; ++i) {
         world.volumes.hang("folder /mnt/slow");
         world.start();
-        const std::int64_t other = world.addFile("other", "o");
+        const FileID other = world.addFile("other", "o");
         ASSERT_TRUE(world.runUntil(world.enqueue(other), Status::completed));
         world.loop.advance(10s);
         EXPECT_EQ(World::outcome(world.find(placed)), "queued");

@@ -64,7 +64,7 @@ TEST_F(Editing, leavesAllButTheQueueFileToTheNextProcess) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
     world.files.put(World::downloads / "taken", "old");
     world.enqueue(world.addFile("taken", "new"));
-    const std::int64_t slow = world.addFile("slow", std::string(1000, 'x'));
+    const FileID slow = world.addFile("slow", std::string(1000, 'x'));
     world.link(slow).rate = 100;
     const DownloadPointer item = world.enqueue(slow);
     world.loop.advance(5s);

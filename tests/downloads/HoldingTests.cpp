@@ -23,7 +23,7 @@ public:
 
     // So many bytes in so many seconds.
     DownloadPointer enqueueSlow(const std::string& name, std::size_t size, int seconds, const Path& folder) {
-        const std::int64_t file = world.addFile(name, std::string(size, 'x'));
+        const FileID file = world.addFile(name, std::string(size, 'x'));
         world.link(file).rate = static_cast<ByteCount>(size) / seconds;
         return world.enqueue(file, {.destination = DestinationFolder{folder, std::nullopt}});
     }

@@ -211,7 +211,7 @@ TEST_F(Persistence, keepsAnUnreadableQueueAside) {
 }
 
 TEST_F(Persistence, removesWhatNobodyNames) {
-    const std::int64_t file = world.addFile("f", std::string(1000, 'x'));
+    const FileID file = world.addFile("f", std::string(1000, 'x'));
     world.link(file).rate = 100;
     const DownloadPointer item = world.enqueue(file);
     world.loop.advance(5s);

@@ -120,9 +120,9 @@ TEST_F(Placing, withdrawsTheConflictOfAnItemThatGoes) {
 
 TEST_F(Placing, asksAgainAfterARestart) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
-    const std::int64_t taken = conflicting("taken")->fileID;
-    const std::int64_t freed = conflicting("freed")->fileID;
-    const std::int64_t lost = conflicting("lost")->fileID;
+    const FileID taken = conflicting("taken")->fileID;
+    const FileID freed = conflicting("freed")->fileID;
+    const FileID lost = conflicting("lost")->fileID;
     world.settle();
     EXPECT_TRUE(world.files.removeItem(World::downloads / "freed"));
     EXPECT_TRUE(world.files.removeItem(*world.find(lost)->stagedURL));
@@ -216,7 +216,7 @@ TEST_F(Placing, failsWithTheReasonOfTheDisk) {
 }
 
 TEST_F(Placing, deletesNothingWhoseSizeIsNotTheAnnouncedOne) {
-    const std::int64_t file = world.addFile("f", "short");
+    const FileID file = world.addFile("f", "short");
     world.announceSize(file, 6);
     const DownloadPointer deleting = world.enqueue(file, {.deleteAfterDownload = true});
     world.settle();

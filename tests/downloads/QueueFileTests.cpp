@@ -13,13 +13,13 @@ namespace {
 DownloadRecord fullRecord() {
     DownloadRecord item;
     item.id = *UUID::parse("00112233-4455-6677-8899-aabbccddeeff");
-    item.fileID = 9'007'199'254'740'993;  // more than a double holds
+    item.fileID = FileID(9'007'199'254'740'993);  // more than a double holds
     item.fileName = "AC/DC \"Live\".mp3";
     item.fileSize = 1000;
     item.destinationFolder = std::make_shared<const std::filesystem::path>("/home/user/Down loads");
     item.securityScopeBookmark = std::make_shared<const ByteBlob>("\x01\xff?");
     item.deleteAfterDownload = true;
-    item.folderDeleteID = 7;
+    item.folderDeleteID = FolderID(7);
     item.folderGroupID = UUID::parse("11111111-2222-4333-8444-555555555555");
     item.syncRuleID = UUID::parse("66666666-7777-4888-9999-AAAAAAAAAAAA");
     item.status = DownloadStatus::awaitingConflict;

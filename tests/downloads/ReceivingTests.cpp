@@ -106,7 +106,7 @@ TEST_F(Receiving, usesOneFolderForEachVolume) {
 }
 
 TEST_F(Receiving, goesOnInTheFolderWhereItBegan) {
-    const std::int64_t file = enqueueSlowly(usb / "Shows", "file")->fileID;
+    const FileID file = enqueueSlowly(usb / "Shows", "file")->fileID;
     world.loop.advance(10s);
     quit();
     ASSERT_THAT(receivingFolders(usb / "Shows"), SizeIs(1));
@@ -225,7 +225,7 @@ TEST_F(Keeping, fetchesNothingAgainForARetry) {
 }
 
 TEST_F(Keeping, findsTheFileInTheNextProcess) {
-    const std::int64_t file = unplaced("f")->fileID;
+    const FileID file = unplaced("f")->fileID;
     world.manager().saveNow();
     world.files.put(World::partials / world.random.makeUUID().text(), "nobody's");
     world.losePower();
@@ -289,7 +289,7 @@ TEST_F(Keeping, fetchesAgainWhatWasLostOrChanged) {
 TEST_F(Keeping, fetchesNothingAgainAfterAQuitDuringThePlacement) {
     for (const bool isKilled : {false, true}) {
         World other;
-        const std::int64_t file = other.addFile("f", "content of f");
+        const FileID file = other.addFile("f", "content of f");
         DownloadPointer item = other.enqueue(file);
         ASSERT_TRUE(other.loop.runUntil([&] { return item->receivedFile != nullptr; }));
         const std::string lane = "volume " + std::to_string(other.files.identity("/")->volume);

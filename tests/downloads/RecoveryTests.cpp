@@ -16,9 +16,9 @@ public:
         preferences.setMaxConcurrentDownloads(2);
         preferences.setConflictBehavior(ConflictBehavior::keepBoth);
         files.put(downloads / "taken.txt", "the user's");
-        const std::int64_t slow = addFile("slow", "slow bytes");
+        const FileID slow = addFile("slow", "slow bytes");
         link(slow).rate = 10;
-        const std::int64_t folder = addFolder("F");
+        const FolderID folder = addFolder("F");
         addFile("one", "1", folder);
         addFile("two", "22", addFolder("G", folder));
         paused_ = enqueue(slow)->id;
@@ -131,7 +131,7 @@ TEST(Recovery, losesNothingThatWasDeletedWhenThePowerGoes) {
 // The name and the journal may survive a loss of power without the file's bytes.
 TEST(Recovery, takesNoFileForArrivedThatLostItsBytes) {
     World world;
-    const std::int64_t lost = world.addFile("lost", "all of the bytes");
+    const FileID lost = world.addFile("lost", "all of the bytes");
     world.files.put(World::downloads / "other", "the user's");
     const DownloadPointer arriving = world.enqueue(lost);
     world.manager().saveNow();

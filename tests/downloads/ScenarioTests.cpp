@@ -31,7 +31,7 @@ public:
             world_.files.failNext("moveItem", World::downloads / ("file " + std::to_string(roll(5))),
                                   {ErrorCase::file, "The disk is broken."});
         for (int i = 0; i < 2; ++i) {
-            const std::int64_t folder = world_.addFolder("folder " + std::to_string(i));
+            const FolderID folder = world_.addFolder("folder " + std::to_string(i));
             for (int k = 0; k < 2; ++k) addFile("member " + std::to_string(k), folder);
             addFile("deep", world_.addFolder("inside", folder));
             folders_.push_back(folder);
@@ -55,10 +55,10 @@ public:
 private:
     std::size_t roll(std::size_t sides) { return dice_() % sides; }
 
-    std::int64_t addFile(const std::string& name, std::int64_t folder = 0) {
-        const std::int64_t file = world_.addFile(name, "", folder);
+    FileID addFile(const std::string& name, FolderID folder = rootFolderID) {
+        const FileID file = world_.addFile(name, "", folder);
         SimulatedStorage::Link& link = world_.link(file);
-        link.content = "content of " + std::to_string(file) + std::string(roll(3000), '.');
+        link.content = "content of " + file.text() + std::string(roll(3000), '.');
         link.rate = static_cast<ByteCount>(1000 + roll(10'000));
         if (roll(3) == 0)
             link.breaks.push_back({.at = static_cast<ByteCount>(roll(2000)), .isResumable = roll(2) == 0});
@@ -217,9 +217,9 @@ private:
     bool isMeddling_ = false;
     bool mayReplace_ = false;
     std::int64_t limit_ = 0;
-    std::vector<std::int64_t> loose_;
-    std::vector<std::int64_t> folders_;
-    std::map<std::int64_t, std::string> contents_;
+    std::vector<FileID> loose_;
+    std::vector<FolderID> folders_;
+    std::map<FileID, std::string> contents_;
     std::map<World::Path, std::string> usersFiles_;
     World world_;
 };

@@ -13,8 +13,8 @@ using namespace std::chrono_literals;
 class Scheduling : public testing::Test {
 public:
     // A file of so many bytes that takes so many seconds.
-    std::int64_t slowFile(const std::string& name, int seconds = 10) {
-        const std::int64_t file = world.addFile(name, name + std::string(1000, '.'));
+    FileID slowFile(const std::string& name, int seconds = 10) {
+        const FileID file = world.addFile(name, name + std::string(1000, '.'));
         world.link(file).rate = static_cast<ByteCount>(1000 + name.size()) / seconds;
         return file;
     }
@@ -110,7 +110,7 @@ TEST_F(Scheduling, startsOverWhenAResumedTransferFails) {
 }
 
 TEST_F(Scheduling, keepsTheTokenOfABrokenTransferUntilARetry) {
-    const std::int64_t file = slowFile("movie");
+    const FileID file = slowFile("movie");
     world.link(file).breaks = {{.at = 300}};
     const DownloadPointer item = world.enqueue(file);
     world.settle();
@@ -167,7 +167,7 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
             SCOPED_TRACE(std::string(c.control) + " at moment " + std::to_string(static_cast<int>(moment)));
             World other;
             DownloadManager& queue = other.manager();
-            const std::int64_t file = other.addFile("f", "some bytes");
+            const FileID file = other.addFile("f", "some bytes");
             other.link(file).rate = 10;
             if (moment == Moment::conflict) {
                 other.preferences.setConflictBehavior(ConflictBehavior::ask);
@@ -253,7 +253,7 @@ TEST_F(Scheduling, givesUpTheStartWhoseLinkComesTooLate) {
 }
 
 TEST_F(Scheduling, failsWithTheReasonOfTheService) {
-    const std::int64_t file = slowFile("refused");
+    const FileID file = slowFile("refused");
     world.refusals[file] = 1;
     const DownloadPointer refused = world.enqueue(file);
     const DownloadPointer missing = world.enqueue(slowFile("missing"));
@@ -268,7 +268,7 @@ TEST_F(Scheduling, failsWithTheReasonOfTheService) {
 // Each start fails at once; a long queue must not fail inside itself.
 TEST_F(Scheduling, failsALongQueueWithoutLinks) {
     manager.pauseAll();
-    const std::int64_t folder = world.addFolder("F");
+    const FolderID folder = world.addFolder("F");
     for (int i = 0; i < 50'000; ++i) world.addFile("f", "", folder);
     world.enqueueFolder(folder, false);
     world.settle();
@@ -280,9 +280,9 @@ TEST_F(Scheduling, failsALongQueueWithoutLinks) {
 }
 
 TEST_F(Scheduling, putsAFoldersFilesUnderTheirFolders) {
-    const std::int64_t folder = world.addFolder("F");
+    const FolderID folder = world.addFolder("F");
     world.addFile("1", "one", folder);
-    const std::int64_t a = world.addFolder("A", folder);
+    const FolderID a = world.addFolder("A", folder);
     world.addFile("2", "two", world.addFolder("B", a));
     world.addFile("3", "three", a);
     world.addFolder("empty", folder);
@@ -303,7 +303,7 @@ TEST_F(Scheduling, putsAFoldersFilesUnderTheirFolders) {
 }
 
 TEST_F(Scheduling, neverLeavesTheDestinationByAName) {
-    const std::int64_t folder = world.addFolder("F");
+    const FolderID folder = world.addFolder("F");
     const std::string names[] = {"..", ".", "", "../up", "/etc/passwd", "a/b", std::string("nul\0x", 5)};
     for (const std::string& name : names) {
         world.addFile(name, "bad", folder);
@@ -328,29 +328,29 @@ TEST_F(Scheduling, neverLeavesTheDestinationByAName) {
 
 TEST_F(Scheduling, tellsTheRuleWhenAFileHasSettled) {
     std::string told;
-    manager.setOnSyncFileSettled([&](const UUID&, std::int64_t file) { told += std::to_string(file) + " "; });
+    manager.setOnSyncFileSettled([&](const UUID&, FileID file) { told += file.text() + " "; });
     const UUID rule = world.random.makeUUID();
-    const std::int64_t done = world.addFile("done", "x");        // 100
-    const std::int64_t cancelled = slowFile("cancelled");        // 101
-    const std::int64_t removed = slowFile("removed");            // 102
-    const std::int64_t failing = world.addFile("failing", "x");  // 103
+    const FileID done = world.addFile("done", "x");        // 100
+    const FileID cancelled = slowFile("cancelled");        // 101
+    const FileID removed = slowFile("removed");            // 102
+    const FileID failing = world.addFile("failing", "x");  // 103
     world.refusals[failing] = 1;
     world.enqueue(done, {.deleteAfterDownload = true, .syncRuleID = rule});
-    for (const std::int64_t file : {cancelled, removed, failing}) world.enqueue(file, {.syncRuleID = rule});
+    for (const FileID file : {cancelled, removed, failing}) world.enqueue(file, {.syncRuleID = rule});
     world.enqueue(done);  // nobody's rule
     world.loop.advance(1s);
     EXPECT_EQ(told, "100 ");
     manager.cancel(world.find(cancelled));
     manager.remove(world.find(removed));
     EXPECT_EQ(told, "100 101 102 ");
-    const auto inFlight = manager.inFlightFileIDs(rule, {cancelled, failing, 999});
-    EXPECT_EQ(inFlight, (std::unordered_set<std::int64_t>{cancelled, failing}));
+    const auto inFlight = manager.inFlightFileIDs(rule, {cancelled, failing, FileID(999)});
+    EXPECT_EQ(inFlight, (std::unordered_set<FileID>{cancelled, failing}));
     world.settle();
     EXPECT_EQ(told, "100 101 102 103 ");  // a failed file was retried
 }
 
 TEST_F(Scheduling, measuresSpeedEveryHalfSecond) {
-    const std::int64_t file = world.addFile("f", std::string(10'000, 'x'));
+    const FileID file = world.addFile("f", std::string(10'000, 'x'));
     world.link(file).rate = 1000;
     const DownloadPointer item = world.enqueue(file);
     world.loop.advance(300ms);

@@ -47,20 +47,24 @@ World::~World() {
 
 // --- put.io ---
 
-std::int64_t World::addFile(std::string name, std::string content, std::int64_t folder) {
-    const auto id = static_cast<std::int64_t>(remote_.size() + gone_.size()) + 100;
+FileID World::nextID() const {
+    return FileID(static_cast<std::int64_t>(remote_.size() + gone_.size()) + 100);
+}
+
+FileID World::addFile(std::string name, std::string content, FolderID folder) {
+    const FileID id = nextID();
     storage.links[url(id)].content = content;
     remote_[id] = {std::move(name), false, std::move(content), folder};
     return id;
 }
 
-std::int64_t World::addFolder(std::string name, std::int64_t folder) {
-    const auto id = static_cast<std::int64_t>(remote_.size() + gone_.size()) + 100;
+FolderID World::addFolder(std::string name, FolderID folder) {
+    const FileID id = nextID();
     remote_[id] = {std::move(name), true, "", folder};
-    return id;
+    return folderOf(id);
 }
 
-SimulatedStorage::Link& World::link(std::int64_t file) {
+SimulatedStorage::Link& World::link(FileID file) {
     return storage.links.at(url(file));
 }
 
@@ -70,16 +74,16 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
         return at == std::string::npos ? -1 : std::stoll(text.substr(at + mark.size()));
     };
     if (const auto folder = numberAfter(request.url, "parent_id="); folder >= 0)
-        return HTTPResponse{200, listing(folder)};
+        return HTTPResponse{200, listing(FolderID(folder))};
     if (request.url.ends_with("/files/list/continue")) {
-        const std::int64_t folder = numberAfter(request.body, "cursor=");
+        const FolderID folder(numberAfter(request.body, "cursor="));
         if (cutListings.contains(folder)) return HTTPResponse{400, ""};
         return HTTPResponse{200, listing(folder, static_cast<std::size_t>(numberAfter(request.body, "-")))};
     }
     if (request.url.ends_with("/account/info"))
         return HTTPResponse{200, R"({"info":{"username":")" + account + R"("},"status":"OK"})"};
     const bool deletes = request.url.ends_with("/files/delete");
-    const auto id = deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/");
+    const FileID id(deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/"));
     if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{500, ""};
     if (!remote_.contains(id) || account != owner) return HTTPResponse{404, ""};
     if (!deletes && !request.url.ends_with("/url"))
@@ -92,15 +96,15 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
     return HTTPResponse{200, R"({"status":"OK"})"};
 }
 
-std::string World::recordText(std::int64_t id) const {
+std::string World::recordText(FileID id) const {
     const Entry& entry = remote_.at(id);
-    return R"({"id":)" + std::to_string(id) + R"(,"name":)" + jsonText(entry.name) + R"(,"file_type":")" +
+    return R"({"id":)" + id.text() + R"(,"name":)" + jsonText(entry.name) + R"(,"file_type":")" +
            (entry.isFolder ? "FOLDER" : "FILE") + R"(","size":)" +
            (sizeless.contains(id) ? "null" : std::to_string(entry.announcedSize())) +
            (entry.crc32 ? R"(,"crc32":")" + *entry.crc32 + '"' : "") + "}";
 }
 
-std::string World::listing(std::int64_t folder, std::size_t from) const {
+std::string World::listing(FolderID folder, std::size_t from) const {
     std::string entries;
     std::size_t position = 0;
     for (const auto& [id, entry] : remote_) {
@@ -109,30 +113,30 @@ std::string World::listing(std::int64_t folder, std::size_t from) const {
         entries += (entries.empty() ? "" : ",") + recordText(id);
     }
     const bool goesOn = position > from + pageSize || cutListings.contains(folder);
-    const std::string cursor = std::to_string(folder) + "-" + std::to_string(from + pageSize);
+    const std::string cursor = folder.text() + "-" + std::to_string(from + pageSize);
     return R"({"cursor":")" + (goesOn ? cursor : "") + R"(","files":[)" + entries + R"(],"status":"OK"})";
 }
 
-void World::remove(std::int64_t entry) {
-    for (const std::int64_t id : entriesOf(entry)) remove(id);
+void World::remove(FileID entry) {
+    for (const FileID id : entriesOf(folderOf(entry))) remove(id);
     EXPECT_TRUE(remote_.at(entry).isFolder || isDurable(entry) || mayLose)
         << "put.io was told to delete " << remote_.at(entry).name << " before it was safe";
     gone_.insert(remote_.extract(entry));
 }
 
-void World::takeAway(std::int64_t entry) {
-    for (const std::int64_t id : entriesOf(entry)) takeAway(id);
+void World::takeAway(FileID entry) {
+    for (const FileID id : entriesOf(folderOf(entry))) takeAway(id);
     gone_.insert(remote_.extract(entry));
 }
 
-std::vector<std::int64_t> World::entriesOf(std::int64_t folder) const {
-    std::vector<std::int64_t> entries;
+std::vector<FileID> World::entriesOf(FolderID folder) const {
+    std::vector<FileID> entries;
     for (const auto& [id, entry] : remote_)
         if (entry.folder == folder) entries.push_back(id);
     return entries;
 }
 
-bool World::isDurable(std::int64_t file) {
+bool World::isDurable(FileID file) {
     const auto durable = files.durableFiles();
     return std::ranges::any_of(arrived[file], [&](const Path& path) {
         const auto found = durable.find(path);
@@ -195,7 +199,7 @@ void World::checkDurableItems() {
 
 // --- what a user does ---
 
-PutIOFile World::record(std::int64_t file) const {
+PutIOFile World::record(FileID file) const {
     const auto found = remote_.find(file);
     const Entry& entry = found == remote_.end() ? gone_.at(file) : found->second;
     PutIOFile result;
@@ -206,12 +210,12 @@ PutIOFile World::record(std::int64_t file) const {
     return result;
 }
 
-DownloadPointer World::enqueue(std::int64_t file, const DownloadManager::EnqueueOptions& options) {
+DownloadPointer World::enqueue(FileID file, const DownloadManager::EnqueueOptions& options) {
     return manager_->enqueue(record(file), options);
 }
 
-void World::enqueueFolder(std::int64_t folder, bool deletes) {
-    const auto found = remote_.find(folder);
+void World::enqueueFolder(FolderID folder, bool deletes) {
+    const auto found = remote_.find(fileOf(folder));
     if (found == remote_.end()) return;
     DestinationFolder destination = manager_->resolveDestination(std::nullopt);
     destination.folder /= found->second.name;
@@ -243,13 +247,13 @@ std::string World::tree() {
     return text;
 }
 
-DownloadPointer World::find(std::int64_t file) {
+DownloadPointer World::find(FileID file) {
     const ItemOrder& items = manager_->downloads().items();
     const auto found = std::ranges::find(items, file, [](const DownloadPointer& item) { return item->fileID; });
     return found == items.end() ? nullptr : *found;
 }
 
-std::size_t World::transfersOf(std::int64_t file) const {
+std::size_t World::transfersOf(FileID file) const {
     return static_cast<std::size_t>(std::ranges::count(storage.started, url(file)));
 }
 

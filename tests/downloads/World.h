@@ -39,35 +39,35 @@ public:
 
     // --- put.io ---
 
-    std::int64_t addFile(std::string name, std::string content, std::int64_t folder = 0);
-    std::int64_t addFolder(std::string name, std::int64_t folder = 0);
+    FileID addFile(std::string name, std::string content, FolderID folder = rootFolderID);
+    FolderID addFolder(std::string name, FolderID folder = rootFolderID);
 
     // What the file's link serves.
-    [[nodiscard]] SimulatedStorage::Link& link(std::int64_t file);
+    [[nodiscard]] SimulatedStorage::Link& link(FileID file);
 
     // What the account calls the file's size, whatever it serves.
-    void announceSize(std::int64_t file, ByteCount size) { remote_.at(file).size = size; }
+    void announceSize(FileID file, ByteCount size) { remote_.at(file).size = size; }
 
     // And its checksum, which it does not tell otherwise.
-    void announceChecksum(std::int64_t file, std::string crc32) { remote_.at(file).crc32 = std::move(crc32); }
+    void announceChecksum(FileID file, std::string crc32) { remote_.at(file).crc32 = std::move(crc32); }
 
     // What somebody does to the account from elsewhere. A folder goes with all that it holds.
-    void rename(std::int64_t entry, std::string name) { remote_.at(entry).name = std::move(name); }
+    void rename(FileID entry, std::string name) { remote_.at(entry).name = std::move(name); }
 
-    void move(std::int64_t entry, std::int64_t folder) { remote_.at(entry).folder = folder; }
+    void move(FileID entry, FolderID folder) { remote_.at(entry).folder = folder; }
 
-    void takeAway(std::int64_t entry);
+    void takeAway(FileID entry);
 
     static constexpr const char* owner = "ann";
-    std::string account = owner;           // who is signed in; to anybody else there is nothing
-    bool losesAnswer = false;              // the next deletion is carried out, but its answer does not arrive
-    bool mayLose = false;                  // deletions are the user's will, whatever is here
-    std::set<std::int64_t> sizeless;       // files of which the account does not say how large they are
-    bool doesNotConfirm = false;           // deletions are answered, and not done
-    std::map<std::int64_t, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
-    std::set<std::int64_t> cutListings;    // folders of whose listings the service refuses the rest
-    std::size_t pageSize = 1000;           // entries that it lists at once
-    std::vector<std::int64_t> deletions;   // that were carried out
+    std::string account = owner;     // who is signed in; to anybody else there is nothing
+    bool losesAnswer = false;        // the next deletion is carried out, but its answer does not arrive
+    bool mayLose = false;            // deletions are the user's will, whatever is here
+    std::set<FileID> sizeless;       // files of which the account does not say how large they are
+    bool doesNotConfirm = false;     // deletions are answered, and not done
+    std::map<FileID, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
+    std::set<FolderID> cutListings;  // folders of whose listings the service refuses the rest
+    std::size_t pageSize = 1000;     // entries that it lists at once
+    std::vector<FileID> deletions;   // that were carried out
 
     // --- processes ---
 
@@ -91,8 +91,8 @@ public:
 
     // --- what a user does ---
 
-    DownloadPointer enqueue(std::int64_t file, const DownloadManager::EnqueueOptions& options = {});
-    void enqueueFolder(std::int64_t folder, bool deletes);
+    DownloadPointer enqueue(FileID file, const DownloadManager::EnqueueOptions& options = {});
+    void enqueueFolder(FolderID folder, bool deletes);
 
     void signIn() { (void)auth_.signInWithToken("secret"); }
 
@@ -114,10 +114,10 @@ public:
     // "name=content name=content", below the download folder.
     [[nodiscard]] std::string tree();
 
-    [[nodiscard]] DownloadPointer find(std::int64_t file);
-    [[nodiscard]] std::size_t transfersOf(std::int64_t file) const;
+    [[nodiscard]] DownloadPointer find(FileID file);
+    [[nodiscard]] std::size_t transfersOf(FileID file) const;
 
-    [[nodiscard]] const std::string& contentOf(std::int64_t file) const { return remote_.at(file).content; }
+    [[nodiscard]] const std::string& contentOf(FileID file) const { return remote_.at(file).content; }
 
     static inline const Path downloads = "/home/user/Downloads";
     static inline const Path data = "/data/Tovri";
@@ -138,7 +138,7 @@ public:
     ScriptedHTTPSession http{loop};
     SimulatedStorage storage;
     SimulatedTransferSession transfers{loop, storage};
-    std::map<std::int64_t, std::set<Path>> arrived;                   // by file: where an item said that it was placed
+    std::map<FileID, std::set<Path>> arrived;                         // by file: where an item said that it was placed
     std::function<void(DownloadManager&, const QueueChange&)> watch;  // told of every change
 
 private:
@@ -146,26 +146,27 @@ private:
         std::string name;
         bool isFolder = false;
         std::string content;
-        std::int64_t folder = 0;
+        FolderID folder;
         std::optional<ByteCount> size = std::nullopt;  // unless it is the content's
         std::optional<std::string> crc32 = std::nullopt;
 
         [[nodiscard]] ByteCount announcedSize() const { return size.value_or(static_cast<ByteCount>(content.size())); }
     };
 
-    [[nodiscard]] static std::string url(std::int64_t file) { return "https://storage.put.io/" + std::to_string(file); }
+    [[nodiscard]] static std::string url(FileID file) { return "https://storage.put.io/" + file.text(); }
 
+    [[nodiscard]] FileID nextID() const;
     [[nodiscard]] Result<HTTPResponse> answer(const HTTPRequest& request);
-    [[nodiscard]] std::string recordText(std::int64_t id) const;
-    [[nodiscard]] std::string listing(std::int64_t folder, std::size_t from = 0) const;
-    [[nodiscard]] bool isDurable(std::int64_t file);
-    [[nodiscard]] std::vector<std::int64_t> entriesOf(std::int64_t folder) const;
-    void remove(std::int64_t entry);
+    [[nodiscard]] std::string recordText(FileID id) const;
+    [[nodiscard]] std::string listing(FolderID folder, std::size_t from = 0) const;
+    [[nodiscard]] bool isDurable(FileID file);
+    [[nodiscard]] std::vector<FileID> entriesOf(FolderID folder) const;
+    void remove(FileID entry);
     void checkDurableItems();
-    [[nodiscard]] PutIOFile record(std::int64_t file) const;
+    [[nodiscard]] PutIOFile record(FileID file) const;
 
-    std::map<std::int64_t, Entry> remote_;
-    std::map<std::int64_t, Entry> gone_;
+    std::map<FileID, Entry> remote_;
+    std::map<FileID, Entry> gone_;
     MemoryCredentialStore credentials_;
     ScriptedWebAuthentication web_{loop};
     AuthManager auth_{credentials_, web_, loop, ServiceHosts{}};

@@ -20,7 +20,7 @@ public:
     }
 
     [[nodiscard]] auto upload(const std::filesystem::path& file, std::stop_token stop = {}) {
-        return api.uploadFile(file, 42, {}, std::move(stop));
+        return api.uploadFile(file, FolderID(42), {}, std::move(stop));
     }
 
     void expectNoTemporaryFile() {
@@ -32,18 +32,18 @@ public:
 
 TEST_F(FileOperationsTest, askWithExactlyOneRequest) {
     answerWith(200, R"({"files":[{"id":2,"name":"z"},{"id":1,"name":"a"}],"cursor":"more","status":"OK"})");
-    const Result<std::vector<PutIOFile>> listed = run(api.listFiles(-3, never()));
+    const Result<std::vector<PutIOFile>> listed = run(api.listFiles(FolderID(-3), never()));
     ASSERT_TRUE(listed);
     EXPECT_EQ(listed->front().name, "z");
     EXPECT_EQ(http.requests.back().url, "https://api.put.io/v2/files/list?parent_id=-3");
 
     answerWith(200, R"({"status":"OK","errors":[{"id":5}]})");
-    EXPECT_TRUE(run(api.deleteFiles({5, 17, 3}, never())));
+    EXPECT_TRUE(run(api.deleteFiles({FileID(5), FileID(17), FileID(3)}, never())));
     EXPECT_EQ(http.requests.back().url, "https://api.put.io/v2/files/delete");
     EXPECT_EQ(http.requests.back().body, "file_ids=5,17,3");
     EXPECT_TRUE(run(api.deleteFiles({}, never())));
     EXPECT_EQ(http.requests.back().body, "file_ids=");
-    EXPECT_TRUE(run(api.moveFiles({5, 17}, 0, never())));
+    EXPECT_TRUE(run(api.moveFiles({FileID(5), FileID(17)}, rootFolderID, never())));
     EXPECT_EQ(http.requests.back().url, "https://api.put.io/v2/files/move");
     EXPECT_EQ(http.requests.back().body, "file_ids=5,17&parent_id=0");
     EXPECT_EQ(http.requests.size(), 4U);
@@ -52,12 +52,12 @@ TEST_F(FileOperationsTest, askWithExactlyOneRequest) {
 TEST_F(FileOperationsTest, handOutUsableLinksOnly) {
     for (const char* good : {"https://s1.put.io/a?b=c|d", "http://127.0.0.1:80/x", "https://u:p@[2001:db8::1]/"}) {
         answerWith(200, std::string(R"({"url":")").append(good).append(R"(","status":"OK"})"));
-        EXPECT_EQ(run(api.getDownloadURL(5, never())), good);
+        EXPECT_EQ(run(api.getDownloadURL(FileID(5), never())), good);
         EXPECT_EQ(http.requests.back().url, "https://api.put.io/v2/files/5/url");
     }
     for (const char* bad : {"", "/path", "file:///etc/passwd", "https:///path", "https://a b/", "https://h\\n/"}) {
         answerWith(200, std::string(R"({"url":")").append(bad).append(R"(","status":"OK"})"));
-        const Result<std::string> link = run(api.getDownloadURL(5, never()));
+        const Result<std::string> link = run(api.getDownloadURL(FileID(5), never()));
         ASSERT_FALSE(link) << bad;
         EXPECT_EQ(link.error().description, "Could not get download URL.");
     }
@@ -66,7 +66,7 @@ TEST_F(FileOperationsTest, handOutUsableLinksOnly) {
 TEST_F(FileOperationsTest, uploadTheFileBetweenItsBoundaries) {
     const Result<PutIOFile> uploaded = run(upload("/music/a \"b\".ogg"));
     ASSERT_TRUE(uploaded) << uploaded.error().description;
-    EXPECT_EQ(uploaded->id, 7);
+    EXPECT_EQ(uploaded->id, FileID(7));
 
     const HTTPRequest& request = http.requests.front();
     EXPECT_EQ(request.method, "POST");
@@ -164,7 +164,7 @@ public:
 
     [[nodiscard]] Result<FolderListing> read() {
         http.requests.clear();
-        return run(longFolders.readFolder(7, never()));
+        return run(longFolders.readFolder(FolderID(7), never()));
     }
 
     [[nodiscard]] Result<FolderListing> read(const std::vector<Page>& pages) {
@@ -177,7 +177,7 @@ public:
 
     static Page idsOf(const Result<FolderListing>& listing) {
         Page ids;
-        for (const PutIOFile& file : listing->files) ids.push_back(file.id);
+        for (const PutIOFile& file : listing->files) ids.push_back(file.id.number);
         return ids;
     }
 
@@ -192,7 +192,7 @@ private:
         const auto at = request.body.find("%2B");
         const std::size_t page = at == std::string::npos ? 0 : std::stoul(request.body.substr(at + 3));
         PutIOFileList list{{}, {}, cursorAfter(page), "OK"};
-        for (const std::int64_t id : pageAt(page)) list.files.emplace_back().id = id;
+        for (const std::int64_t id : pageAt(page)) list.files.emplace_back().id = FileID(id);
         return HTTPResponse{page == 0 ? 200 : status, encodeJSON(list)};
     }
 };

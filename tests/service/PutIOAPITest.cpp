@@ -123,7 +123,7 @@ TEST_F(PutIOAPITest, canBeStoppedOrDroppedAnywhere) {
     listing.back() = ']';
     answerWith(200, listing + R"(,"status":"OK"})");
     background.latency = std::chrono::seconds(1);
-    const auto list = [&](std::stop_token stop) { return api.listFiles(0, std::move(stop)); };
+    const auto list = [&](std::stop_token stop) { return api.listFiles(rootFolderID, std::move(stop)); };
     EXPECT_GT(run(list(never()))->size(), 40'000U);  // decoded in the background
 
     for (const MainLoop::Duration after : {http.latency / 2, http.latency + std::chrono::milliseconds(500)}) {

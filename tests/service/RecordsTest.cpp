@@ -18,11 +18,11 @@ TEST(Records, readEveryKeyThatTheServiceSends) {
         "parent":{"id":0,"name":"Your Files","file_type":"FOLDER","size":null},"cursor":"next","status":"OK"})";
     const Result<PutIOFileList> list = decodeJSON<PutIOFileList>(listing);
     ASSERT_TRUE(list) << list.error().description;
-    const PutIOFile file{9007199254740993,
+    const PutIOFile file{FileID(9007199254740993),
                          std::string("a\0\"\xC3\xA9", 5),
                          5,
                          "text/plain",
-                         0,
+                         rootFolderID,
                          "c",
                          "u",
                          PutIOFile::FileType::video,
@@ -127,7 +127,7 @@ TEST(Records, readNumbersAsAStrictDecoderDoes) {
         if (file) EXPECT_EQ(file->size, c.expected);
     }
     EXPECT_EQ(decodeJSON<Transfer>(R"({"id":1,"current_ratio":2})")->currentRatio, 2.0);
-    EXPECT_EQ(decodeJSON<PutIOFile>(R"({"id":1,"id":2,"name":""})")->id, 2);  // the last of a repeated key
+    EXPECT_EQ(decodeJSON<PutIOFile>(R"({"id":1,"id":2,"name":""})")->id, FileID(2));  // the last of a repeated key
 }
 
 TEST(Records, nameIconAndSizeAsTheScreensShowThem) {

@@ -1,7 +1,6 @@
 #include "cli/arguments/ArgumentParser.h"
 
 #include <algorithm>
-#include <charconv>
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -9,6 +8,7 @@
 #include "cli/arguments/Completion.h"
 #include "cli/arguments/HelpText.h"
 #include "cli/arguments/ManPage.h"
+#include "service/FileID.h"
 
 namespace tovri::cli {
 namespace {
@@ -68,7 +68,7 @@ std::optional<std::string> complaintAboutCount(const CommandDefinition& definiti
 std::optional<std::string> complaintAboutID(const CommandDefinition& definition, const Invocation& invocation) {
     if (definition.operands.empty() || definition.operands.front().kind != ValueKind::serviceID) return std::nullopt;
     const auto wrongID =
-        std::ranges::find_if(invocation.operands, [](const std::string& text) { return !parseID(text); });
+        std::ranges::find_if(invocation.operands, [](const std::string& text) { return !FileID::parse(text); });
     if (wrongID == invocation.operands.end()) return std::nullopt;
     return fmt::format("'{}' is not an ID, which is a number", *wrongID);
 }
@@ -131,13 +131,6 @@ std::string reasonOf(const CLI::ParseError& error) {
 }
 
 }  // namespace
-
-std::optional<std::int64_t> parseID(std::string_view text) {
-    if (text.empty() || text.find_first_not_of("0123456789") != std::string_view::npos) return std::nullopt;
-    std::int64_t id = 0;
-    const auto [end, code] = std::from_chars(text.data(), text.data() + text.size(), id);
-    return code == std::errc() ? std::optional(id) : std::nullopt;
-}
 
 Parsed parseArguments(std::vector<std::string> arguments) {
     if (std::optional<Parsed> general = parseGeneralFlags(arguments)) return std::move(*general);

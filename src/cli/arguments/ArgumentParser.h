@@ -36,9 +36,6 @@ struct WrongArguments {
     std::string message;
 };
 
-// An ID that put.io has given: digits only, 64 bits. None for any other text.
-[[nodiscard]] std::optional<std::int64_t> parseID(std::string_view text);
-
 // `arguments` are those behind the program's name.
 [[nodiscard]] std::variant<Invocation, RequestedText, WrongArguments> parseArguments(
     std::vector<std::string> arguments);

@@ -13,9 +13,8 @@ using Status = Download::Status;
 Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
     DownloadManager& queue = context_.app.downloadManager();
     queue.openForEditing();
-    queue.setOnSyncFileSettled([&rules = context_.app.syncManager()](const UUID& rule, std::int64_t fileID) {
-        rules.fileSettled(rule, fileID);
-    });
+    queue.setOnSyncFileSettled(
+        [&rules = context_.app.syncManager()](const UUID& rule, FileID fileID) { rules.fileSettled(rule, fileID); });
     const Result<std::vector<DownloadPointer>> selected = selectedItems();
     if (!selected) {
         context_.complain(selected.error());

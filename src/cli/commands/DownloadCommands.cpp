@@ -102,9 +102,9 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     if (!listed) co_return failure(listed);
 
     DownloadManager& downloads = running().downloads();
-    std::set<std::pair<std::int64_t, std::filesystem::path>> unfinished;
-    std::set<std::pair<std::int64_t, std::filesystem::path>> known;
-    std::set<std::pair<std::int64_t, std::filesystem::path>> otherwise;  // queued with the opposite of what is asked
+    std::set<std::pair<FileID, std::filesystem::path>> unfinished;
+    std::set<std::pair<FileID, std::filesystem::path>> known;
+    std::set<std::pair<FileID, std::filesystem::path>> otherwise;  // queued with the opposite of what is asked
     for (const DownloadPointer& item : unfinished_) {
         unfinished.emplace(item->fileID, *item->destinationFolder);
         if (isDeletedLater(*item) != deletes) otherwise.emplace(item->fileID, *item->destinationFolder);
@@ -148,7 +148,7 @@ Task<void> GetCommand::prepare(std::stop_token stop) {
 }
 
 Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
-    const bool isRoot = file.id == 0;
+    const bool isRoot = file.id == fileOf(rootFolderID);
     const bool isDeletionAsked = context().invocation.has("--delete");
     const bool deletes = isDeletionAsked || context().preferences.deleteAfterDownload();
     if (!isRoot && !isUsableName(file.name))
@@ -160,7 +160,7 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
         running().downloads().enqueue(file, {destination(), deletes, std::nullopt});
         co_return Result<void>();
     }
-    DownloadManager::FolderRequest request{file.id, file.name, destination(), deletes && !isRoot,
+    DownloadManager::FolderRequest request{folderOf(file.id), file.name, destination(), deletes && !isRoot,
                                            context().platform.random.makeUUID()};
     if (isRoot && isDeletionAsked)
         co_return failure(

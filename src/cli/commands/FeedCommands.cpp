@@ -14,7 +14,7 @@ namespace tovri::cli {
 namespace {
 
 std::string named(const RSSFeed& feed) {
-    return fmt::format("{} (ID {})", printable(feedTitle(feed)), feed.id);
+    return fmt::format("{} (ID {})", printable(feedTitle(feed)), feed.id.text());
 }
 
 // A flag that takes yes or no, or what counts without it.
@@ -89,7 +89,7 @@ Task<ExitCode> FeedAddCommand::run(std::stop_token stop) {
 Task<Result<RSSFeed>> FeedAddCommand::add(NewRSSFeed feed, std::stop_token stop) {
     Result<PutIOFile> folder = co_await tree_.findFolder(context_.invocation.value("--to").value_or("/"), stop);
     if (!folder) co_return failure(folder);
-    feed.parentDirID = folder->id;
+    feed.parentDirID = folderOf(folder->id);
     Result<RSSFeed> added = co_await context_.api.createFeed(std::move(feed), stop);
     co_return added;
 }
@@ -122,7 +122,7 @@ Task<Result<RSSFeed>> FeedStepCommand::find(std::stop_token stop) {
     const std::string& text = context_.invocation.operands.front();
     Result<std::vector<RSSFeed>> feeds = co_await context_.api.listFeeds(stop);
     if (!feeds) co_return failure(feeds);
-    const auto found = std::ranges::find(*feeds, parseID(text), &RSSFeed::id);
+    const auto found = std::ranges::find(*feeds, FeedID::parse(text), &RSSFeed::id);
     if (found != feeds->end()) co_return std::move(*found);
     co_return failure(
         Error(ErrorCase::file,

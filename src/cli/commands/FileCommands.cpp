@@ -18,28 +18,30 @@ Task<ExitCode> MoveCommand::run(std::stop_token stop) {
         context_.complain(folder.error());
         co_return ExitCode::failure;
     }
-    std::vector<std::int64_t> ids;
+    const FolderID folderID = folderOf(folder->id);
+    std::vector<FileID> ids;
     for (const std::string& path : paths) {
-        Result<std::int64_t> id = co_await tree_.findID(path, stop);
+        Result<FileID> id = co_await tree_.findID(path, stop);
         if (!id) {
             context_.complain(id.error());
             co_return ExitCode::failure;
         }
         ids.push_back(*id);
     }
-    Result<void> done = co_await context_.api.moveFiles(ids, folder->id, stop);
-    if (done) done = co_await verify(std::move(ids), folder->id, stop);
+    Result<void> done = co_await context_.api.moveFiles(ids, folderID, stop);
+    if (done) done = co_await verify(std::move(ids), folderID, stop);
     if (!done) context_.complain(done.error());
     co_return done ? ExitCode::success : ExitCode::failure;
 }
 
 // The service answers with success even when it could not move some of the files.
-Task<Result<void>> MoveCommand::verify(std::vector<std::int64_t> ids, std::int64_t folderID, std::stop_token stop) {
+Task<Result<void>> MoveCommand::verify(std::vector<FileID> ids, FolderID folderID, std::stop_token stop) {
     Result<FolderListing> listing = co_await context_.api.readFolder(folderID, stop);
     if (!listing || listing->cut) co_return Result<void>();  // it cannot be told
-    for (const std::int64_t id : ids)
+    for (const FileID id : ids)
         if (std::ranges::find(listing->files, id, &PutIOFile::id) == listing->files.end())
-            co_return failure(Error(ErrorCase::file, fmt::format("put.io did not move the file with the ID {}.", id)));
+            co_return failure(
+                Error(ErrorCase::file, fmt::format("put.io did not move the file with the ID {}.", id.text())));
     co_return Result<void>();
 }
 
@@ -48,10 +50,11 @@ Task<ExitCode> DeleteCommand::run(std::stop_token stop) {
         context_.complain("there is no terminal to ask on; --yes deletes without asking.");
         co_return ExitCode::wrongArguments;
     }
-    std::vector<std::int64_t> ids;
+    std::vector<FileID> ids;
     for (const std::string& path : context_.invocation.operands) {
-        Result<std::int64_t> id = co_await tree_.findID(path, stop);
-        if (id && *id == 0) id = failure(Error(ErrorCase::file, "The top folder cannot be deleted."));
+        Result<FileID> id = co_await tree_.findID(path, stop);
+        if (id && *id == fileOf(rootFolderID))
+            id = failure(Error(ErrorCase::file, "The top folder cannot be deleted."));
         if (!id) {
             context_.complain(id.error());
             co_return ExitCode::failure;
@@ -81,7 +84,7 @@ Task<bool> DeleteCommand::isConfirmed(std::stop_token stop) {
 Task<ExitCode> LinkCommand::run(std::stop_token stop) {
     ExitCode code = ExitCode::success;
     for (const std::string& path : context_.invocation.operands) {
-        Result<std::int64_t> id = co_await tree_.findID(path, stop);
+        Result<FileID> id = co_await tree_.findID(path, stop);
         Result<std::string> link = std::string();
         if (id)
             link = co_await context_.api.getDownloadURL(*id, stop);

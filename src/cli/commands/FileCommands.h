@@ -16,7 +16,7 @@ public:
     Task<ExitCode> run(std::stop_token stop) override;
 
 private:
-    Task<Result<void>> verify(std::vector<std::int64_t> ids, std::int64_t folderID, std::stop_token stop);
+    Task<Result<void>> verify(std::vector<FileID> ids, FolderID folderID, std::stop_token stop);
 
     CommandContext& context_;
     RemoteTree tree_;

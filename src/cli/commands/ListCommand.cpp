@@ -16,7 +16,7 @@ Task<ExitCode> ListCommand::run(std::stop_token stop) {
     if (!found)
         listing = failure(found);
     else if (found->isFolder())
-        listing = co_await tree_.list(found->id, stop);
+        listing = co_await tree_.list(folderOf(found->id), stop);
     else
         listing->files.push_back(*found);
     if (!listing) {
@@ -38,11 +38,11 @@ void ListCommand::print(const std::vector<PutIOFile>& files) const {
     std::size_t idColumns = 0;
     std::size_t sizeColumns = 0;
     for (const PutIOFile& file : files) {
-        idColumns = std::max(idColumns, std::to_string(file.id).size());
+        idColumns = std::max(idColumns, file.id.text().size());
         sizeColumns = std::max(sizeColumns, columnsOf(file.displaySize()));
     }
     for (const PutIOFile& file : files)
-        context_.terminal.print(fmt::format("{}  {}  {}{}", rightAligned(std::to_string(file.id), idColumns),
+        context_.terminal.print(fmt::format("{}  {}  {}{}", rightAligned(file.id.text(), idColumns),
                                             rightAligned(file.displaySize(), sizeColumns), printable(file.name),
                                             file.isFolder() ? "/" : ""));
 }

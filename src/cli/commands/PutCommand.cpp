@@ -20,7 +20,7 @@ Task<ExitCode> PutCommand::run(std::stop_token stop) {
     }
     ExitCode code = ExitCode::success;
     for (const std::string& file : context_.invocation.operands) {
-        Result<void> done = co_await upload(file, folder->id, stop);
+        Result<void> done = co_await upload(file, folderOf(folder->id), stop);
         if (done) continue;
         tellFailed(file, done.error());
         code = ExitCode::failure;
@@ -28,7 +28,7 @@ Task<ExitCode> PutCommand::run(std::stop_token stop) {
     co_return code;
 }
 
-Task<Result<void>> PutCommand::upload(std::string file, std::int64_t folderID, std::stop_token stop) {
+Task<Result<void>> PutCommand::upload(std::string file, FolderID folderID, std::stop_token stop) {
     const std::filesystem::path path = (context_.currentFolder / file).lexically_normal();
     if (context_.platform.files.exists(path) && !context_.platform.files.fileSize(path))
         co_return failure(Error(ErrorCase::file, "This is a folder or no ordinary file; only files can be uploaded."));
@@ -47,7 +47,7 @@ Task<Result<void>> PutCommand::upload(std::string file, std::int64_t folderID, s
 void PutCommand::tellArrived(const std::string& file, const PutIOFile& uploaded) {
     if (!context_.invocation.has("--json"))
         return context_.terminal.print(
-            fmt::format("Uploaded: {} ({}, ID {})", printable(file), uploaded.displaySize(), uploaded.id));
+            fmt::format("Uploaded: {} ({}, ID {})", printable(file), uploaded.displaySize(), uploaded.id.text()));
     JSON json;
     json.beginObject().field("event", "uploaded").field("file", unicodeText(file)).field("fileID", uploaded.id);
     json.field("name", uploaded.name).field("size", uploaded.size.value_or(0)).endObject();

@@ -13,7 +13,7 @@ public:
     Task<ExitCode> run(std::stop_token stop) override;
 
 private:
-    Task<Result<void>> upload(std::string file, std::int64_t folderID, std::stop_token stop);
+    Task<Result<void>> upload(std::string file, FolderID folderID, std::stop_token stop);
     void tellArrived(const std::string& file, const PutIOFile& uploaded);
     void tellFailed(const std::string& file, const Error& error);
     void tellProgress(const std::string& name, ByteCount sent, ByteCount total);

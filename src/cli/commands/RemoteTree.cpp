@@ -4,9 +4,8 @@
 #include <deque>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
-#include "cli/arguments/ArgumentParser.h"
+#include "service/IDList.h"
 #include "service/PutIOFileList.h"
 
 namespace tovri::cli {
@@ -23,15 +22,15 @@ Error noSuchName(const std::vector<std::string>& names, std::size_t level) {
                                          names[level], pathText(names, level))};
 }
 
-Error ambiguousName(const std::vector<std::string>& names, std::size_t level, const std::vector<std::int64_t>& ids) {
+Error ambiguousName(const std::vector<std::string>& names, std::size_t level, const std::vector<FileID>& ids) {
     return {ErrorCase::file, fmt::format("\"{}\" is in \"{}\" {} times. Give an ID instead: {}.", names[level],
-                                         pathText(names, level), ids.size(), fmt::join(ids, ", "))};
+                                         pathText(names, level), ids.size(), joinedIDs(ids, ", "))};
 }
 
 // The one entry with the name at this level.
 Result<PutIOFile> entryNamed(const std::vector<PutIOFile>& entries, const std::vector<std::string>& names,
                              std::size_t level) {
-    std::vector<std::int64_t> ids;
+    std::vector<FileID> ids;
     const PutIOFile* found = nullptr;
     for (const PutIOFile& entry : entries) {
         if (entry.name != names[level]) continue;
@@ -55,7 +54,7 @@ std::optional<Error> cutError(const FolderListing& listing, std::string_view fol
 }
 
 RemotePath parseRemotePath(const std::string& text) {
-    if (const auto id = parseID(text)) return {id, {}};
+    if (const auto id = FileID::parse(text)) return {id, {}};
     RemotePath path;
     std::size_t begin = 0;
     while (begin <= text.size()) {
@@ -74,14 +73,14 @@ PutIOFile rootFolder() {
 
 Task<Result<PutIOFile>> RemoteTree::find(std::string text, std::stop_token stop) {
     const RemotePath path = parseRemotePath(text);
-    if (path.id == 0) co_return rootFolder();
+    if (path.id == fileOf(rootFolderID)) co_return rootFolder();
     if (path.id) {
         Result<PutIOFile> byID = co_await findByID(*path.id, stop);
         co_return byID;
     }
     PutIOFile current = rootFolder();
     for (std::size_t level = 0; level < path.names.size(); ++level) {
-        Result<FolderListing> listing = co_await list(current.id, stop);
+        Result<FolderListing> listing = co_await list(folderOf(current.id), stop);
         if (!listing) co_return failure(listing);
         const std::optional<Error> cut = cutError(*listing, fmt::format("\"{}\"", pathText(path.names, level)));
         if (cut && cut->code != ErrorCase::turnedOff) co_return failure(*cut);
@@ -93,7 +92,7 @@ Task<Result<PutIOFile>> RemoteTree::find(std::string text, std::stop_token stop)
     co_return current;
 }
 
-Task<Result<std::int64_t>> RemoteTree::findID(std::string text, std::stop_token stop) {
+Task<Result<FileID>> RemoteTree::findID(std::string text, std::stop_token stop) {
     if (const auto id = parseRemotePath(text).id) co_return *id;
     Result<PutIOFile> file = co_await find(std::move(text), stop);
     if (!file) co_return failure(file);
@@ -108,7 +107,7 @@ Task<Result<PutIOFile>> RemoteTree::findFolder(std::string text, std::stop_token
     co_return found;
 }
 
-Task<Result<FolderListing>> RemoteTree::list(std::int64_t folderID, std::stop_token stop) {
+Task<Result<FolderListing>> RemoteTree::list(FolderID folderID, std::stop_token stop) {
     if (const auto known = listings_.find(folderID); known != listings_.end()) co_return known->second;
     Result<FolderListing> listing = co_await api_.readFolder(folderID, stop);
     if (!listing) co_return failure(listing);
@@ -117,8 +116,8 @@ Task<Result<FolderListing>> RemoteTree::list(std::int64_t folderID, std::stop_to
 }
 
 // A folder describes itself in its listing. A file has no listing, and the service no look-up by ID, so it is searched.
-Task<Result<PutIOFile>> RemoteTree::findByID(std::int64_t id, std::stop_token stop) {
-    PutIOAPI::Parameters parameters{{"parent_id", std::to_string(id)}};
+Task<Result<PutIOFile>> RemoteTree::findByID(FileID id, std::stop_token stop) {
+    PutIOAPI::Parameters parameters{{"parent_id", id.text()}};
     Result<PutIOFileList> listing = co_await api_.get<PutIOFileList>("/files/list", std::move(parameters), stop);
     if (listing && listing->parent && listing->parent->id == id) co_return std::move(*listing->parent);
     if (!listing && listing.error().code != ErrorCase::httpStatus) co_return failure(listing);
@@ -126,8 +125,8 @@ Task<Result<PutIOFile>> RemoteTree::findByID(std::int64_t id, std::stop_token st
     co_return found;
 }
 
-Task<Result<PutIOFile>> RemoteTree::search(std::int64_t id, std::stop_token stop) {
-    std::deque<std::int64_t> folders{0};
+Task<Result<PutIOFile>> RemoteTree::search(FileID id, std::stop_token stop) {
+    std::deque<FolderID> folders{rootFolderID};
     std::optional<Error> cut;
     while (!folders.empty()) {
         Result<FolderListing> listing = co_await list(folders.front(), stop);
@@ -135,12 +134,12 @@ Task<Result<PutIOFile>> RemoteTree::search(std::int64_t id, std::stop_token stop
         folders.pop_front();
         for (PutIOFile& entry : listing->files) {
             if (entry.id == id) co_return std::move(entry);
-            if (entry.isFolder()) folders.push_back(entry.id);
+            if (entry.isFolder()) folders.push_back(folderOf(entry.id));
         }
         if (listing->cut) cut = cutError(*listing, "a folder");
     }
     if (cut) co_return failure(*cut);
-    co_return failure(Error(ErrorCase::file, fmt::format("There is nothing with the ID {} on put.io.", id)));
+    co_return failure(Error(ErrorCase::file, fmt::format("There is nothing with the ID {} on put.io.", id.text())));
 }
 
 }  // namespace tovri::cli

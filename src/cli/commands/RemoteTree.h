@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <optional>
 #include <stop_token>
@@ -15,7 +14,7 @@ namespace tovri::cli {
 
 // How a user names something on put.io.
 struct RemotePath {
-    std::optional<std::int64_t> id;  // digits only
+    std::optional<FileID> id;        // digits only
     std::vector<std::string> names;  // from the top folder on; none for the top folder itself
 };
 
@@ -33,20 +32,20 @@ public:
     Task<Result<PutIOFile>> find(std::string text, std::stop_token stop);
 
     // The same where the ID is enough: a numeric ID is taken as it is.
-    Task<Result<std::int64_t>> findID(std::string text, std::stop_token stop);
+    Task<Result<FileID>> findID(std::string text, std::stop_token stop);
 
     // A folder, or the error that it is none.
     Task<Result<PutIOFile>> findFolder(std::string text, std::stop_token stop);
 
     // The folder as far as it could be read, the same as long as this lives.
-    Task<Result<FolderListing>> list(std::int64_t folderID, std::stop_token stop);
+    Task<Result<FolderListing>> list(FolderID folderID, std::stop_token stop);
 
 private:
-    Task<Result<PutIOFile>> findByID(std::int64_t id, std::stop_token stop);
-    Task<Result<PutIOFile>> search(std::int64_t id, std::stop_token stop);
+    Task<Result<PutIOFile>> findByID(FileID id, std::stop_token stop);
+    Task<Result<PutIOFile>> search(FileID id, std::stop_token stop);
 
     PutIOAPI& api_;
-    std::map<std::int64_t, FolderListing> listings_;
+    std::map<FolderID, FolderListing> listings_;
 };
 
 // Why the listing has only the beginning of the folder, as a sentence that names it; none when it is whole.

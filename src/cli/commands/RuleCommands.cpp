@@ -76,8 +76,8 @@ Result<SyncRule> RuleChangeCommand::namedRule() const {
 Task<Result<SyncRule>> RuleChangeCommand::withFolder(SyncRule rule, std::string folder, std::stop_token stop) {
     Result<PutIOFile> found = co_await tree_.findFolder(std::move(folder), stop);
     if (!found) co_return failure(found);
-    rule.putioFolderID = found->id;
-    rule.putioFolderName = found->id == 0 ? "Your Files" : found->name;
+    rule.putioFolderID = folderOf(found->id);
+    rule.putioFolderName = rule.putioFolderID == rootFolderID ? "Your Files" : found->name;
     co_return rule;
 }
 
@@ -140,7 +140,7 @@ std::string RuleEditCommand::objection() const {
 Task<Result<std::string>> RuleEditCommand::change(std::stop_token stop) {
     Result<SyncRule> rule = namedRule();
     if (!rule) co_return failure(rule);
-    const std::int64_t watched = rule->putioFolderID;
+    const FolderID watched = rule->putioFolderID;
     applyOptions(*rule);
     if (const auto folder = context().invocation.value("--to")) {
         Result<void> applied = applyLocalFolder(*rule, *folder);

@@ -49,7 +49,7 @@ Task<ExitCode> LoginCommand::run(std::stop_token stop) {
         co_return ExitCode::failure;
     }
     if (context_.hasTokenFromEnvironment) context_.terminal.message(tokenPrecedes);
-    Result<std::vector<PutIOFile>> tried = co_await context_.api.listFiles(0, stop);
+    Result<std::vector<PutIOFile>> tried = co_await context_.api.listFiles(rootFolderID, stop);
     if (!tried && tried.error().code == ErrorCase::notAuthenticated) {
         context_.complain("put.io does not accept this access token; nothing was kept.");
         co_return ExitCode::failure;

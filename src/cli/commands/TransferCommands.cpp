@@ -14,7 +14,7 @@ namespace tovri::cli {
 namespace {
 
 std::string named(const Transfer& transfer) {
-    return fmt::format("{} (ID {})", printable(transferTitle(transfer)), transfer.id);
+    return fmt::format("{} (ID {})", printable(transferTitle(transfer)), transfer.id.text());
 }
 
 std::string statusText(const Transfer& transfer) {
@@ -55,7 +55,7 @@ Task<Result<Transfer>> TransferAddCommand::add(std::string url, std::stop_token 
     Result<PutIOFile> folder = co_await tree_.findFolder(context_.invocation.value("--to").value_or("/"), stop);
     if (!folder) co_return failure(folder);
     const bool extract = context_.invocation.has("--extract");
-    Result<Transfer> added = co_await context_.api.addTransfer(std::move(url), folder->id, extract, stop);
+    Result<Transfer> added = co_await context_.api.addTransfer(std::move(url), folderOf(folder->id), extract, stop);
     co_return added;
 }
 
@@ -87,7 +87,7 @@ Task<Result<Transfer>> TransferStepCommand::find(std::stop_token stop) {
     const std::string& text = context_.invocation.operands.front();
     Result<std::vector<Transfer>> transfers = co_await context_.api.listTransfers(stop);
     if (!transfers) co_return failure(transfers);
-    const auto found = std::ranges::find(*transfers, parseID(text), &Transfer::id);
+    const auto found = std::ranges::find(*transfers, TransferID::parse(text), &Transfer::id);
     if (found != transfers->end()) co_return std::move(*found);
     co_return failure(
         Error(ErrorCase::file,
@@ -111,7 +111,7 @@ Task<bool> TransferCancelCommand::isMeant(Transfer transfer, std::stop_token sto
     co_return isYes(answer);
 }
 
-Task<Result<void>> TransferCancelCommand::perform(std::int64_t id, std::stop_token stop) {
+Task<Result<void>> TransferCancelCommand::perform(TransferID id, std::stop_token stop) {
     return context().api.cancelTransfers({id}, std::move(stop));
 }
 
@@ -124,7 +124,7 @@ Task<bool> TransferRetryCommand::isMeant(Transfer /*transfer*/, std::stop_token 
     co_return true;
 }
 
-Task<Result<void>> TransferRetryCommand::perform(std::int64_t id, std::stop_token stop) {
+Task<Result<void>> TransferRetryCommand::perform(TransferID id, std::stop_token stop) {
     Result<Transfer> retried = co_await context().api.retryTransfer(id, std::move(stop));
     if (!retried) co_return failure(retried);
     co_return Result<void>();

@@ -51,7 +51,7 @@ private:
     // Whether the user agrees.
     virtual Task<bool> isMeant(Transfer transfer, std::stop_token stop) = 0;
 
-    virtual Task<Result<void>> perform(std::int64_t id, std::stop_token stop) = 0;
+    virtual Task<Result<void>> perform(TransferID id, std::stop_token stop) = 0;
 
     // What is said when it is done.
     [[nodiscard]] virtual std::string_view done() const = 0;
@@ -67,7 +67,7 @@ public:
 private:
     [[nodiscard]] std::string objection(const Transfer& transfer) const override;
     Task<bool> isMeant(Transfer transfer, std::stop_token stop) override;
-    Task<Result<void>> perform(std::int64_t id, std::stop_token stop) override;
+    Task<Result<void>> perform(TransferID id, std::stop_token stop) override;
 
     [[nodiscard]] std::string_view done() const override { return "Cancelled"; }
 };
@@ -80,7 +80,7 @@ public:
 private:
     [[nodiscard]] std::string objection(const Transfer& transfer) const override;
     Task<bool> isMeant(Transfer transfer, std::stop_token stop) override;
-    Task<Result<void>> perform(std::int64_t id, std::stop_token stop) override;
+    Task<Result<void>> perform(TransferID id, std::stop_token stop) override;
 
     [[nodiscard]] std::string_view done() const override { return "Trying again"; }
 };

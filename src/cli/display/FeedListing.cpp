@@ -13,7 +13,7 @@ std::vector<std::string> feedLines(const std::vector<RSSFeed>& feeds, std::optio
     std::vector<ListedRow> rows;
     rows.reserve(feeds.size());
     for (const RSSFeed& feed : feeds)
-        rows.push_back({std::to_string(feed.id), printable(feedTitle(feed)), printable(joined(feedCaption(feed)))});
+        rows.push_back({feed.id.text(), printable(feedTitle(feed)), printable(joined(feedCaption(feed)))});
     return alignedRows(rows, width);
 }
 

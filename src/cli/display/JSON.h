@@ -6,6 +6,8 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "base/Identifier.h"
+
 namespace tovri::cli {
 
 // Writes one JSON text on one line, key by key.
@@ -32,6 +34,11 @@ public:
     JSON& field(std::string_view name, const char* value) { return key(name).text(value); }
 
     JSON& field(std::string_view name, std::int64_t value) { return key(name).number(value); }
+
+    template <class Kind>
+    JSON& field(std::string_view name, Identifier<Kind> id) {
+        return field(name, id.number);
+    }
 
     JSON& flag(std::string_view name, bool value) {
         return writer_.Key(name.data(), length(name)), writer_.Bool(value), *this;

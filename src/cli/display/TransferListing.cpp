@@ -31,7 +31,7 @@ std::vector<std::string> transferLines(const std::vector<Transfer>& transfers, s
     const std::vector<TransferRow> rows = rowsOf(transfers);
     std::vector<ListedRow> listed;
     for (const TransferRow& row : rows)
-        if (!row.isHeader()) listed.push_back({std::to_string(*row.id), printable(row.title), printable(row.detail)});
+        if (!row.isHeader()) listed.push_back({row.id->text(), printable(row.title), printable(row.detail)});
 
     std::vector<std::string> lines;
     if (std::string summary = joined(transferSummary(transfers)); !summary.empty())

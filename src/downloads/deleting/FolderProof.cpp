@@ -20,14 +20,13 @@ bool isStillThat(const PutIOFile& file, const Download& item) {
 
 }  // namespace
 
-Task<Result<void>> FolderProof::prove(std::int64_t folderID, std::vector<DownloadPointer> members,
-                                      std::stop_token stop) {
+Task<Result<void>> FolderProof::prove(FolderID folderID, std::vector<DownloadPointer> members, std::stop_token stop) {
     FolderWalk walk(service_);
     Result<std::vector<ListedFile>> listed = co_await walk.collectFiles(folderID, {}, std::move(stop));
     if (walk.cut())
         co_return failure(Error(ErrorCase::unproven, std::string(strangersText) + " " + walk.cut()->description));
     if (!listed) co_return failure(listed);
-    std::unordered_map<std::int64_t, const Download*> byFile;
+    std::unordered_map<FileID, const Download*> byFile;
     for (const DownloadPointer& member : members) byFile.emplace(member->fileID, member.get());
     const bool areKnown = std::ranges::all_of(*listed, [&](const ListedFile& each) {
         const auto member = byFile.find(each.file.id);

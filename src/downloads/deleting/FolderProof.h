@@ -18,7 +18,7 @@ public:
 
     // Every file below the folder is one of these items', as it was when it arrived. ErrorCase::unproven when it is
     // not, or when nobody can see all of them; otherwise fails as the listing does.
-    Task<Result<void>> prove(std::int64_t folderID, std::vector<DownloadPointer> members, std::stop_token stop);
+    Task<Result<void>> prove(FolderID folderID, std::vector<DownloadPointer> members, std::stop_token stop);
 
 private:
     DownloadService& service_;

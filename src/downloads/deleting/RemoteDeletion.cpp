@@ -66,7 +66,8 @@ void RemoteDeletion::checkFolderGroup(const Download& item) {
     groups_.settle(group);
     std::vector<DownloadPointer> here = groups_.members(group, Status::completed);
     if (verdict == FolderGroups::Verdict::complete) {
-        scope_.start(deleteRemote({.id = *item.folderDeleteID, .items = here, .members = here, .isFolder = true}));
+        scope_.start(
+            deleteRemote({.id = fileOf(*item.folderDeleteID), .items = here, .members = here, .isFolder = true}));
         return;
     }
     std::vector<std::filesystem::path> kept;
@@ -79,7 +80,7 @@ void RemoteDeletion::tryAgain(const DownloadPointer& item, std::optional<std::st
     if (item->status != Status::remoteDeleteFailed) return;
     Deletion deletion{.id = item->fileID, .items = {item}, .members = {item}};
     if (item->folderDeleteID && item->folderGroupID) {
-        deletion.id = *item->folderDeleteID;
+        deletion.id = fileOf(*item->folderDeleteID);
         deletion.isFolder = true;
         deletion.items = groups_.members(*item->folderGroupID, Status::remoteDeleteFailed);
         deletion.members = groups_.members(*item->folderGroupID, Status::completed);
@@ -151,7 +152,7 @@ Task<Result<std::vector<ProvenFile>>> RemoteDeletion::prove(Deletion deletion) {
     Result<void> remote;
     if (deletion.isFolder) {
         FolderProof folder(*service_);
-        remote = co_await folder.prove(deletion.id, deletion.members, scope_.stopToken());
+        remote = co_await folder.prove(folderOf(deletion.id), deletion.members, scope_.stopToken());
     } else if (deletion.items.front()->expectedSize() == 0) {
         remote = co_await proveEmpty(deletion.items.front());
     }

@@ -42,7 +42,7 @@ private:
     using Status = Download::Status;
 
     struct Deletion {
-        std::int64_t id = 0;                   // of a file or folder
+        FileID id;                             // a folder's, or that of the only item
         std::vector<DownloadPointer> items;    // whose status follows the outcome
         std::vector<DownloadPointer> members;  // whose files go: the items, and others of their folder
         bool isFolder = false;

@@ -12,6 +12,7 @@
 #include "downloads/list/Hold.h"
 #include "platform/FileManager.h"
 #include "platform/WallClock.h"
+#include "service/FileID.h"
 
 namespace tovri {
 
@@ -23,7 +24,7 @@ using SharedFolder = std::shared_ptr<const std::filesystem::path>;
 // What the queue file keeps of an item. Absent values are none; a queue may hold a hundred thousand of these.
 struct DownloadRecord {
     UUID id;
-    std::int64_t fileID = 0;
+    FileID fileID;
     std::string fileName;                 // as put.io has it: data, not a path
     ByteCount fileSize = 0;               // as put.io reported it; 0 when it gave none
     std::optional<std::string> crc32;     // likewise: up to eight hexadecimal digits
@@ -33,7 +34,7 @@ struct DownloadRecord {
     bool deleteAfterDownload = false;  // delete this one file from put.io once it is placed
     bool hasStartedOver = false;       // what it was gone on from did not fit put.io's checksum: once is enough
     std::optional<bool> durable;       // whether the placed file would survive a loss of power; none: nobody knows yet
-    std::optional<std::int64_t> folderDeleteID;  // the put.io folder to delete once its whole group has arrived
+    std::optional<FolderID> folderDeleteID;  // the put.io folder to delete once its whole group has arrived
     std::optional<UUID> folderGroupID;
     std::optional<UUID> syncRuleID;  // the automation rule that queued it
     DownloadStatus status = DownloadStatus::queued;

@@ -31,7 +31,7 @@ DownloadPointer DownloadList::findAt(std::int64_t position) const {
     return place == items_.end() ? nullptr : *place;
 }
 
-std::vector<DownloadPointer> DownloadList::ofRule(const UUID& rule, std::int64_t fileID) const {
+std::vector<DownloadPointer> DownloadList::ofRule(const UUID& rule, FileID fileID) const {
     const auto [first, last] = byRuleFile_.equal_range(RuleFile{rule, fileID});
     return pointersTo(std::ranges::subrange(first, last) | std::views::values);
 }

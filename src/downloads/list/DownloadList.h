@@ -53,7 +53,7 @@ public:
     [[nodiscard]] DownloadPointer findAt(std::int64_t position) const;
 
     // What the rule has put into the queue of a put.io file.
-    [[nodiscard]] std::vector<DownloadPointer> ofRule(const UUID& rule, std::int64_t fileID) const;
+    [[nodiscard]] std::vector<DownloadPointer> ofRule(const UUID& rule, FileID fileID) const;
 
     // The first of `items` comes to stand on top.
     void insertOnTop(std::vector<DownloadPointer> items);
@@ -121,7 +121,7 @@ private:
 
     struct RuleFile {
         UUID rule;
-        std::int64_t fileID = 0;
+        FileID fileID;
         auto operator<=>(const RuleFile&) const = default;
     };
 

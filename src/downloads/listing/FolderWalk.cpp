@@ -21,7 +21,7 @@ PutIOFile essence(PutIOFile&& entry) {
 
 }  // namespace
 
-Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t folderID, std::filesystem::path destination,
+Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(FolderID folderID, std::filesystem::path destination,
                                                                std::stop_token stop) {
     if (!open_.insert(folderID).second)
         co_return failure(Error(ErrorCase::invalidResponse, "put.io lists a folder inside itself."));
@@ -38,7 +38,7 @@ Task<Result<std::vector<ListedFile>>> FolderWalk::collectFiles(std::int64_t fold
             continue;
         }
         Result<std::vector<ListedFile>> below =
-            co_await collectFiles(entry.id, subfolder(destination, entry.name), stop);
+            co_await collectFiles(folderOf(entry.id), subfolder(destination, entry.name), stop);
         if (!below) co_return failure(below);
         if (wasKeptBack)
             for (ListedFile& each : *below) each.wasKeptBack = true;

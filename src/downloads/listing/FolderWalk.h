@@ -27,7 +27,7 @@ public:
 
     // Files in listing order. Fails as the first request that fails; a folder that is listed below itself is a failure.
     // So is one that cannot be read to its end, unless the user does not want that.
-    Task<Result<std::vector<ListedFile>>> collectFiles(std::int64_t folderID, std::filesystem::path destination,
+    Task<Result<std::vector<ListedFile>>> collectFiles(FolderID folderID, std::filesystem::path destination,
                                                        std::stop_token stop);
 
     // False when only the beginning of a folder was read: the files that the service kept back are unknown. Whoever
@@ -42,7 +42,7 @@ private:
 
     DownloadService& service_;
     std::optional<Error> cut_;
-    std::unordered_set<std::int64_t> open_;  // the folders between the top and where the walk is
+    std::unordered_set<FolderID> open_;  // the folders between the top and where the walk is
 };
 
 }  // namespace tovri

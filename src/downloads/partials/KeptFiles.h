@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <unordered_map>
 
@@ -24,8 +23,7 @@ public:
 private:
     [[nodiscard]] DownloadPointer find(const Download& item);
 
-    std::unordered_multimap<std::int64_t, std::weak_ptr<Download>>
-        items_;  // by put.io file; also some that have lost it
+    std::unordered_multimap<FileID, std::weak_ptr<Download>> items_;  // by put.io file; also some that have lost it
 };
 
 }  // namespace tovri

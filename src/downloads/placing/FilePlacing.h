@@ -28,7 +28,7 @@ struct FilePlacing {
     FileManager& files;
     FolderAccess& folderAccess;
     std::shared_ptr<PlacementJournal> journal;
-    PlacementNumber placement;
+    PlacementID placement;
     UUID item;
     std::shared_ptr<const ByteBlob> bookmark;  // of the destination folder; null when it needs none
     std::filesystem::path received;

@@ -10,7 +10,7 @@ Task<Result<std::filesystem::path>> Placement::perform(Request request, Act act)
     const FilePlacing step{.files = ports_.files,
                            .folderAccess = ports_.folderAccess,
                            .journal = journal_,
-                           .placement = journal_->nextNumber(),
+                           .placement = journal_->nextID(),
                            .item = request.item,
                            .bookmark = std::move(request.bookmark),
                            .received = std::move(request.received),

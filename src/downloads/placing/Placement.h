@@ -66,7 +66,7 @@ public:
     void runEnded(const DownloadRun* run);
 
     // The placements of which that is so since the last call, and those that failed.
-    [[nodiscard]] std::vector<PlacementNumber> takeEnded() { return std::exchange(ended_, {}); }
+    [[nodiscard]] std::vector<PlacementID> takeEnded() { return std::exchange(ended_, {}); }
 
 private:
     template <class Act>
@@ -75,8 +75,8 @@ private:
     Ports ports_;
     std::shared_ptr<PlacementJournal> journal_;  // shared with steps under way
     std::shared_ptr<BroughtFiles> brought_;      // likewise
-    std::unordered_map<const DownloadRun*, std::vector<PlacementNumber>> arrived_;
-    std::vector<PlacementNumber> ended_;
+    std::unordered_map<const DownloadRun*, std::vector<PlacementID>> arrived_;
+    std::vector<PlacementID> ended_;
 };
 
 }  // namespace tovri

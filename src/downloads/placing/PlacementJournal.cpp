@@ -34,11 +34,8 @@ std::optional<PlacementEntry> parse(std::string_view text) {
     auto staged = parseFileURL(fields[3]);
     auto target = parseFileURL(fields[4]);
     if (!item || !volume || !node || !staged || !target) return std::nullopt;
-    return PlacementEntry{.number = 0,
-                          .item = *item,
-                          .file = {*volume, *node},
-                          .staged = std::move(*staged),
-                          .target = std::move(*target)};
+    return PlacementEntry{
+        .id = {}, .item = *item, .file = {*volume, *node}, .staged = std::move(*staged), .target = std::move(*target)};
 }
 
 }  // namespace
@@ -46,12 +43,12 @@ std::optional<PlacementEntry> parse(std::string_view text) {
 PlacementJournal::PlacementJournal(FileManager& files, std::filesystem::path file)
     : files_(files), file_(std::move(file)) {}
 
-void PlacementJournal::note(PlacementNumber placement, const UUID& item, const FileIdentity& file,
+void PlacementJournal::note(PlacementID placement, const UUID& item, const FileIdentity& file,
                             const std::filesystem::path& staged, const std::filesystem::path& target) {
     append(placement, line({placement, item, file, staged, target}));
 }
 
-void PlacementJournal::append(PlacementNumber placement, const std::string& line) {
+void PlacementJournal::append(PlacementID placement, const std::string& line) {
     const std::scoped_lock lock(access_);
     lines_[placement] += line;
     if (lacksLines_)
@@ -67,10 +64,10 @@ Result<void> PlacementJournal::makeDurable() {
     return files_.makeDurable(file_);
 }
 
-void PlacementJournal::forget(const std::vector<PlacementNumber>& placements) {
+void PlacementJournal::forget(const std::vector<PlacementID>& placements) {
     constexpr std::size_t worthRewriting = std::size_t{1} << 20U;
     const std::scoped_lock lock(access_);
-    for (const PlacementNumber placement : placements) {
+    for (const PlacementID placement : placements) {
         const auto lines = lines_.find(placement);
         if (lines == lines_.end()) continue;
         forgottenBytes_ += lines->second.size();
@@ -112,8 +109,8 @@ std::vector<PlacementEntry> PlacementJournal::recover() {
         std::optional<PlacementEntry> entry = parse(rest.substr(0, end));
         rest.remove_prefix(end + 1);
         if (!entry) continue;
-        entry->number = nextNumber();
-        lines_[entry->number] = line(*entry);
+        entry->id = nextID();
+        lines_[entry->id] = line(*entry);
         entries.push_back(std::move(*entry));
     }
     // What a dying process began to note had not happened yet. Nothing may be added to it.
@@ -131,7 +128,7 @@ bool PlacementJournal::hasArrived(const PlacementEntry& entry) {
                                      haveEqualContent(witnessPath(entry.staged), entry.target));
     // Moved between volumes, which makes another file, and killed before that was noted. The staged one, which shows
     // it, is about to go: note it now, for a process that is killed as well.
-    if (isCopy) append(entry.number, line({entry.number, entry.item, *identity, entry.staged, entry.target}));
+    if (isCopy) append(entry.id, line({entry.id, entry.item, *identity, entry.staged, entry.target}));
     return isCopy;
 }
 

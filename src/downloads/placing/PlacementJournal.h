@@ -8,12 +8,13 @@
 #include <unordered_map>
 #include <vector>
 
+#include "base/Identifier.h"
 #include "base/UUID.h"
 #include "platform/FileManager.h"
 
 namespace tovri {
 
-using PlacementNumber = std::uint64_t;  // tells an item's placements apart, within a process
+using PlacementID = Identifier<struct PlacementKind>;  // tells an item's placements apart, within a process
 
 // A second name of the staged file, beside it, for the time of a move to another volume: should the process die before
 // the journal knows the new file, this one shows what arrived.
@@ -23,7 +24,7 @@ using PlacementNumber = std::uint64_t;  // tells an item's placements apart, wit
 
 // What the journal remembers: `file`, received as `staged`, was about to become `target`.
 struct PlacementEntry {
-    PlacementNumber number = 0;
+    PlacementID id;
     UUID item;
     FileIdentity file;
     std::filesystem::path staged;
@@ -39,18 +40,18 @@ public:
     PlacementJournal(FileManager& files, std::filesystem::path file);
 
     // For a placement that begins. Main thread.
-    [[nodiscard]] PlacementNumber nextNumber() { return ++lastNumber_; }
+    [[nodiscard]] PlacementID nextID() { return PlacementID(++last_.number); }
 
     // `staged` is about to become, or has just become, `target`; `file` is what stands there. A journal that cannot be
     // written keeps nothing from being placed.
-    void note(PlacementNumber placement, const UUID& item, const FileIdentity& file,
-              const std::filesystem::path& staged, const std::filesystem::path& target);
+    void note(PlacementID placement, const UUID& item, const FileIdentity& file, const std::filesystem::path& staged,
+              const std::filesystem::path& target);
 
     // What was noted, and the queue file does not say yet, survives a loss of power from now on.
     Result<void> makeDurable();
 
     // The queue file says what became of the placements.
-    void forget(const std::vector<PlacementNumber>& placements);
+    void forget(const std::vector<PlacementID>& placements);
 
     // What the previous process left, in its order; it stays until it is forgotten. Main thread.
     [[nodiscard]] std::vector<PlacementEntry> recover();
@@ -60,17 +61,17 @@ public:
     [[nodiscard]] bool hasArrived(const PlacementEntry& entry);
 
 private:
-    void append(PlacementNumber placement, const std::string& line);
+    void append(PlacementID placement, const std::string& line);
     [[nodiscard]] bool haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b);
     Result<void> rewrite();
 
     FileManager& files_;
     std::filesystem::path file_;
     std::mutex access_;
-    std::unordered_map<PlacementNumber, std::string> lines_;  // several where several names were tried
-    std::size_t forgottenBytes_ = 0;                          // in the file still
-    bool lacksLines_ = false;                                 // some could not be written, or the last one is torn
-    PlacementNumber lastNumber_ = 0;
+    std::unordered_map<PlacementID, std::string> lines_;  // several where several names were tried
+    std::size_t forgottenBytes_ = 0;                      // in the file still
+    bool lacksLines_ = false;                             // some could not be written, or the last one is torn
+    PlacementID last_;
 };
 
 }  // namespace tovri

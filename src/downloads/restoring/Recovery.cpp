@@ -81,7 +81,7 @@ Task<> Recovery::lookForPlacements(Placements placements, MachineStart start) {
                                                          [look = std::move(look)] { return look.perform(); });
     const bool isOpen = item && list_.contains(*item) && !isFinished(item->status) && item->status != Status::deleting;
     if (isOpen && !finding->arrived.empty()) complete(item, *finding);
-    for (const PlacementEntry& entry : entries) observer_.isKnown(entry.number);
+    for (const PlacementEntry& entry : entries) observer_.isKnown(entry.id);
     held_.erase(entries.front().item);
     if (item) observer_.goesOn(item);
     lookEnded();

@@ -27,7 +27,7 @@ public:
     // Told on the main thread.
     struct Observer {
         std::function<void(const DownloadPointer&)> goesOn;  // an item that was held is free, or has arrived
-        std::function<void(PlacementNumber)> isKnown;        // what became of it is in its item
+        std::function<void(PlacementID)> isKnown;            // what became of it is in its item
         std::function<void(const DownloadPointer&)>
             isLost;                      // what had arrived of a completed item is not there any more
         std::function<void()> hasEnded;  // the last file was looked at

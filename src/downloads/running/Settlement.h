@@ -15,7 +15,7 @@ namespace tovri {
 // folder group, its conflict, the deletion from put.io, the queue file.
 class Settlement {
 public:
-    using SyncFileSettled = std::function<void(const UUID& rule, std::int64_t fileID)>;
+    using SyncFileSettled = std::function<void(const UUID& rule, FileID fileID)>;
 
     // The references outlive this.
     Settlement(DownloadList& list, ConflictQueue& conflicts, RemoteDeletion& deletion, SaveSchedule& saves,

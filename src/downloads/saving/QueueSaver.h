@@ -21,7 +21,7 @@ public:
     // What it asks its owner for, on the main thread.
     struct Queue {
         std::function<QueueSnapshot()> snapshot;
-        std::function<std::vector<PlacementNumber>()> takeEnded;  // those whose ends the snapshot says, each once
+        std::function<std::vector<PlacementID>()> takeEnded;  // those whose ends the snapshot says, each once
         std::function<void()> failureChanged;
     };
 
@@ -41,11 +41,11 @@ public:
     [[nodiscard]] const std::optional<std::string>& failure() const { return failure_; }
 
     // The next save says it.
-    void noteEnded(PlacementNumber placement) { ended_.push_back(placement); }
+    void noteEnded(PlacementID placement) { ended_.push_back(placement); }
 
 private:
     struct Save {
-        std::vector<PlacementNumber> ended;
+        std::vector<PlacementID> ended;
         std::optional<Result<ByteCount>> outcome;  // the lane's until it is done
     };
 
@@ -61,8 +61,8 @@ private:
     Queue queue_;
 
     std::shared_ptr<Save> running_;
-    bool isWanted_ = false;               // another save waits for the running one
-    std::vector<PlacementNumber> ended_;  // what no save has written yet
+    bool isWanted_ = false;           // another save waits for the running one
+    std::vector<PlacementID> ended_;  // what no save has written yet
     std::optional<std::string> failure_;
     Subscription retry_;
     std::shared_ptr<QueueSaver*> self_;  // a save's report holds it weakly

@@ -36,6 +36,14 @@ struct IntegerFormat {
     static std::int64_t read(const SavedValue& saved) { return saved.as<std::int64_t>("an integer"); }
 };
 
+// The number of a FileID or the like.
+template <class ID>
+struct IdentifierFormat {
+    static void write(auto& json, ID id) { IntegerFormat::write(json, id.number); }
+
+    static ID read(const SavedValue& saved) { return ID(IntegerFormat::read(saved)); }
+};
+
 struct NumberFormat {
     static void write(auto& json, double number) { json.Double(number); }
 

@@ -8,7 +8,7 @@
 namespace tovri {
 namespace {
 
-const Breadcrumb root{0, "Your Files"};
+const Breadcrumb root{rootFolderID, "Your Files"};
 
 }  // namespace
 
@@ -66,7 +66,7 @@ void SyncRuleEditorSheet::close() {
 
 void SyncRuleEditorSheet::openFolder(std::size_t index) {
     if (index >= folders_.size()) return;
-    browserPath_.push_back({folders_[index].id, folders_[index].name});
+    browserPath_.push_back({folderOf(folders_[index].id), folders_[index].name});
     select(browserPath_.back());
 }
 
@@ -91,7 +91,7 @@ void SyncRuleEditorSheet::loadFolders() {
     scope_.start(load(putioFolderID_, folderLoadRequestID_, opening_.get_token()));
 }
 
-Task<> SyncRuleEditorSheet::load(std::int64_t folderID, UUID request, std::stop_token stop) {
+Task<> SyncRuleEditorSheet::load(FolderID folderID, UUID request, std::stop_token stop) {
     Result<PutIOFileList> listed = co_await api_.listFolder(folderID, stop);
     // The newer listing owns the flag.
     if (folderLoadRequestID_ != request || putioFolderID_ != folderID) co_return;

@@ -97,7 +97,7 @@ private:
     void reset(std::optional<SyncRule> rule);
     void select(const Breadcrumb& folder);
     void loadFolders();
-    Task<> load(std::int64_t folderID, UUID request, std::stop_token stop);
+    Task<> load(FolderID folderID, UUID request, std::stop_token stop);
     void addFolders(std::vector<PutIOFile> listed);
 
     SyncManager& manager_;
@@ -107,7 +107,7 @@ private:
 
     bool isOpen_ = false;
     std::optional<SyncRule> existingRule_;  // as it was when the sheet opened
-    std::int64_t putioFolderID_ = 0;
+    FolderID putioFolderID_;
     std::string putioFolderName_;
     std::string localFolderPath_;
     std::optional<ByteBlob> localFolderBookmark_;

@@ -6,9 +6,12 @@ namespace tovri {
 namespace {
 
 RSSFeedEditorSheet::Fields fieldsOf(const RSSFeed& feed) {
-    return {
-        feed.title.value_or(""),      feed.rssSourceURL.value_or(""),           feed.keyword.value_or(""),
-        feed.parentDirID.value_or(0), feed.dontProcessWholeFeed.value_or(true), feed.deleteOldFiles.value_or(false)};
+    return {feed.title.value_or(""),
+            feed.rssSourceURL.value_or(""),
+            feed.keyword.value_or(""),
+            feed.parentDirID.value_or(rootFolderID),
+            feed.dontProcessWholeFeed.value_or(true),
+            feed.deleteOldFiles.value_or(false)};
 }
 
 }  // namespace

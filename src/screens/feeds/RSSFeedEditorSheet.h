@@ -21,7 +21,7 @@ public:
         std::string title = {};
         std::string rssURL = {};  // of an edited feed the service does not take another
         std::string keyword = {};
-        std::int64_t parentDirID = 0;
+        FolderID parentDirID = {};
         bool dontProcessWholeFeed = true;
         bool deleteOldFiles = false;
 

@@ -17,7 +17,7 @@ enum class RSSFeedAction : std::uint8_t { edit, toggle, remove };
 struct RSSFeedRow {
     static constexpr std::string_view symbol = "dot.radiowaves.up.forward";
 
-    std::int64_t id = 0;
+    FeedID id;
     std::string title;
     std::vector<Label> caption;  // what applies to the feed
 
@@ -36,7 +36,7 @@ struct RSSFeedRow {
 
 // What makes a row the same one in another list.
 struct RSSFeedRowTraits {
-    static std::int64_t key(const RSSFeedRow& row) { return row.id; }
+    static FeedID key(const RSSFeedRow& row) { return row.id; }
 
     static bool isSame(const RSSFeedRow& left, const RSSFeedRow& right) { return left == right; }
 };

@@ -41,7 +41,7 @@ std::vector<ToolbarItem<RSSFeedToolbarAction>> RSSFeedsScreen::toolbar() {
     return {{.action = RSSFeedToolbarAction::add, .title = "Add Feed", .symbol = "plus"}};
 }
 
-std::vector<MenuItem<RSSFeedAction>> RSSFeedsScreen::menu(std::int64_t feedID) const {
+std::vector<MenuItem<RSSFeedAction>> RSSFeedsScreen::menu(FeedID feedID) const {
     const RSSFeed* feed = find(feedID);
     return feed ? feedMenu(*feed) : std::vector<MenuItem<RSSFeedAction>>();
 }
@@ -98,7 +98,7 @@ void RSSFeedsScreen::perform(RSSFeedToolbarAction /*action*/) {
     editor_.open(std::nullopt);
 }
 
-void RSSFeedsScreen::perform(RSSFeedAction action, std::int64_t feedID) {
+void RSSFeedsScreen::perform(RSSFeedAction action, FeedID feedID) {
     const RSSFeed* feed = find(feedID);
     if (!feed) return;
     switch (action) {
@@ -114,7 +114,7 @@ void RSSFeedsScreen::perform(RSSFeedAction action, std::int64_t feedID) {
     }
 }
 
-const RSSFeed* RSSFeedsScreen::find(std::int64_t feedID) const {
+const RSSFeed* RSSFeedsScreen::find(FeedID feedID) const {
     const auto found = std::ranges::find(feeds_, feedID, &RSSFeed::id);
     return found == feeds_.end() ? nullptr : &*found;
 }
@@ -125,7 +125,7 @@ void RSSFeedsScreen::askToDelete(const RSSFeed& feed) {
                   [this, id = feed.id] { return remove(id); }});
 }
 
-Task<> RSSFeedsScreen::toggle(std::int64_t feedID, bool isPaused, std::stop_token visit) {
+Task<> RSSFeedsScreen::toggle(FeedID feedID, bool isPaused, std::stop_token visit) {
     Task<Result<void>> request = isPaused ? api_.resumeFeed(feedID, scope_.stopToken())  //
                                           : api_.pauseFeed(feedID, scope_.stopToken());
     const Result<void> done = co_await std::move(request);
@@ -133,7 +133,7 @@ Task<> RSSFeedsScreen::toggle(std::int64_t feedID, bool isPaused, std::stop_toke
     co_await load(visit);
 }
 
-Task<Result<void>> RSSFeedsScreen::remove(std::int64_t feedID) {
+Task<Result<void>> RSSFeedsScreen::remove(FeedID feedID) {
     const std::stop_token visit = visit_.get_token();
     Result<void> removed = co_await api_.deleteFeed(feedID, scope_.stopToken());
     if (visit.stop_requested()) co_return Result<void>();  // nobody looks any more

@@ -43,7 +43,7 @@ public:
     [[nodiscard]] const std::vector<RSSFeedRow>& rows() const { return rows_.rows(); }
 
     // Empty when there is no such feed.
-    [[nodiscard]] std::vector<MenuItem<RSSFeedAction>> menu(std::int64_t feedID) const;
+    [[nodiscard]] std::vector<MenuItem<RSSFeedAction>> menu(FeedID feedID) const;
 
     [[nodiscard]] const ActionDialogs& dialogs() const { return dialogs_; }
 
@@ -66,18 +66,18 @@ public:
     void perform(RSSFeedToolbarAction action);
 
     // Nothing happens when the feed has left the list.
-    void perform(RSSFeedAction action, std::int64_t feedID);
+    void perform(RSSFeedAction action, FeedID feedID);
 
 private:
-    [[nodiscard]] const RSSFeed* find(std::int64_t feedID) const;
+    [[nodiscard]] const RSSFeed* find(FeedID feedID) const;
     void show(std::vector<RSSFeed> feeds);
     void startLoading();
     void askToDelete(const RSSFeed& feed);
 
     // `visit` is stopped when the screen goes out of view.
     Task<> load(std::stop_token visit);
-    Task<> toggle(std::int64_t feedID, bool isPaused, std::stop_token visit);
-    Task<Result<void>> remove(std::int64_t feedID);
+    Task<> toggle(FeedID feedID, bool isPaused, std::stop_token visit);
+    Task<Result<void>> remove(FeedID feedID);
 
     PutIOAPI& api_;
     RandomSource& random_;

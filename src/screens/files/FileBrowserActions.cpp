@@ -14,8 +14,8 @@ std::string deletionTitle(const std::vector<const PutIOFile*>& targets) {
     return "Delete " + std::to_string(targets.size()) + " items?";
 }
 
-std::vector<std::int64_t> idsOf(const std::vector<FileTransfer>& transfers) {
-    std::vector<std::int64_t> ids;
+std::vector<FileID> idsOf(const std::vector<FileTransfer>& transfers) {
+    std::vector<FileID> ids;
     for (const FileTransfer& transfer : transfers) ids.push_back(transfer.fileID);
     return ids;
 }
@@ -108,8 +108,8 @@ void FileBrowserScreen::download(const FileIDs& files, std::optional<bool> delet
 void FileBrowserScreen::downloadFolder(const PutIOFile& folder, bool deletes) {
     DestinationFolder destination = surroundings_.downloads.resolveDestination(std::nullopt);
     destination.folder = subfolder(destination.folder, folder.name);
-    scope_.start(
-        queueFolder({folder.id, folder.name, std::move(destination), deletes, surroundings_.random.makeUUID()}));
+    scope_.start(queueFolder(
+        {folderOf(folder.id), folder.name, std::move(destination), deletes, surroundings_.random.makeUUID()}));
 }
 
 Task<> FileBrowserScreen::queueFolder(DownloadManager::FolderRequest request) {
@@ -117,7 +117,7 @@ Task<> FileBrowserScreen::queueFolder(DownloadManager::FolderRequest request) {
     (void)co_await surroundings_.downloads.enqueueFolder(std::move(request), scope_.stopToken());
 }
 
-Task<> FileBrowserScreen::copyDownloadLink(std::int64_t file) {
+Task<> FileBrowserScreen::copyDownloadLink(FileID file) {
     const Result<std::string> link = co_await surroundings_.api.getDownloadURL(file, scope_.stopToken());
     if (link)
         surroundings_.workspace.setClipboardText(*link);
@@ -127,9 +127,9 @@ Task<> FileBrowserScreen::copyDownloadLink(std::int64_t file) {
 
 void FileBrowserScreen::openInPutIO(const PutIOFile& file) {
     const std::string pages = surroundings_.api.hosts().web + "/files/";
-    const std::string id = std::to_string(file.id);
+    const std::string id = file.id.text();
     surroundings_.workspace.openWebAddress(
-        file.isFolder() ? pages + id : pages + std::to_string(file.parentID.value_or(0)) + "?selected=" + id);
+        file.isFolder() ? pages + id : pages + file.parentID.value_or(rootFolderID).text() + "?selected=" + id);
 }
 
 // --- Deleting ---
@@ -137,18 +137,18 @@ void FileBrowserScreen::openInPutIO(const PutIOFile& file) {
 void FileBrowserScreen::askToDelete(const FileIDs& files) {
     const std::vector<const PutIOFile*> doomed = targets(files);
     if (doomed.empty()) return;
-    std::vector<std::int64_t> ids;
+    std::vector<FileID> ids;
     for (const PutIOFile* file : doomed) ids.push_back(file->id);
     dialogs_.ask({surroundings_.random.makeUUID(), deletionTitle(doomed),
                   "This permanently removes it from your put.io account and can't be undone.", "Delete from put.io",
                   [this, ids = std::move(ids)] { return deleteFiles(ids); }});
 }
 
-Task<Result<void>> FileBrowserScreen::deleteFiles(std::vector<std::int64_t> files) {
+Task<Result<void>> FileBrowserScreen::deleteFiles(std::vector<FileID> files) {
     Result<void> deleted = co_await surroundings_.api.deleteFiles(files, scope_.stopToken());
     if (!deleted) co_return failure(deleted);
     FileIDs left = selection();
-    for (const std::int64_t file : files) left.erase(file);
+    for (const FileID file : files) left.erase(file);
     state().setSelectedFiles(std::move(left));
     state().loadFiles();
     co_return Result<void>();
@@ -158,7 +158,7 @@ Task<Result<void>> FileBrowserScreen::deleteFiles(std::vector<std::int64_t> file
 
 void FileBrowserScreen::upload(const std::vector<std::filesystem::path>& files, std::optional<std::size_t> row) {
     const PutIOFile* target = row ? fileAt(*row) : nullptr;
-    state().uploadFiles(files, target && target->isFolder() ? target->id : state().currentFolderID());
+    state().uploadFiles(files, target && target->isFolder() ? folderOf(target->id) : state().currentFolderID());
 }
 
 std::string FileBrowserScreen::dragPayload(const FileIDs& files) const {
@@ -174,10 +174,10 @@ bool FileBrowserScreen::acceptsDrop(std::size_t row, std::string_view payload) c
 
 void FileBrowserScreen::drop(std::size_t row, std::string_view payload) {
     if (!acceptsDrop(row, payload)) return;
-    scope_.start(moveFiles(idsOf(parseFileTransfers(payload).value()), fileAt(row)->id));
+    scope_.start(moveFiles(idsOf(parseFileTransfers(payload).value()), folderOf(fileAt(row)->id)));
 }
 
-Task<> FileBrowserScreen::moveFiles(std::vector<std::int64_t> files, std::int64_t folder) {
+Task<> FileBrowserScreen::moveFiles(std::vector<FileID> files, FolderID folder) {
     const Result<void> moved = co_await surroundings_.api.moveFiles(std::move(files), folder, scope_.stopToken());
     if (!moved) dialogs_.showFailure(moved.error());
     state().loadFiles();

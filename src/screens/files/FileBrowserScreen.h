@@ -127,7 +127,7 @@ public:
 
 private:
     struct FileRowTraits {
-        static std::int64_t key(const PutIOFile* file) { return file->id; }
+        static FileID key(const PutIOFile* file) { return file->id; }
 
         static bool isSame(const PutIOFile* left, const PutIOFile* right) { return left == right || *left == *right; }
     };
@@ -149,10 +149,10 @@ private:
     void downloadFolder(const PutIOFile& folder, bool deletes);
     void openInPutIO(const PutIOFile& file);
     void askToDelete(const FileIDs& files);
-    Task<Result<void>> deleteFiles(std::vector<std::int64_t> files);
+    Task<Result<void>> deleteFiles(std::vector<FileID> files);
     Task<> queueFolder(DownloadManager::FolderRequest request);
-    Task<> copyDownloadLink(std::int64_t file);
-    Task<> moveFiles(std::vector<std::int64_t> files, std::int64_t folder);
+    Task<> copyDownloadLink(FileID file);
+    Task<> moveFiles(std::vector<FileID> files, FolderID folder);
 
     Surroundings surroundings_;
     FileBrowserState::Listing listing_;  // into which the rows point

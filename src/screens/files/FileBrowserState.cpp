@@ -13,7 +13,7 @@ namespace {
 constexpr std::chrono::seconds listingDelay{3};
 
 std::vector<Breadcrumb> rootPath() {
-    return {{0, "Your Files"}};
+    return {{rootFolderID, "Your Files"}};
 }
 
 std::string lastComponent(const std::filesystem::path& path) {
@@ -29,8 +29,8 @@ FileBrowserState::FileBrowserState(const Platform& platform)
       breadcrumbs_(rootPath()),
       currentLoadRequestID_(random_.makeUUID()) {}
 
-std::int64_t FileBrowserState::currentFolderID() const {
-    return breadcrumbs_.empty() ? 0 : breadcrumbs_.back().id;
+FolderID FileBrowserState::currentFolderID() const {
+    return breadcrumbs_.empty() ? rootFolderID : breadcrumbs_.back().id;
 }
 
 std::vector<const PutIOFile*> FileBrowserState::displayedFiles(const TextCollation& collation) {
@@ -82,7 +82,7 @@ void FileBrowserState::loadFiles() {
     scope_.start(load(currentFolderID(), request));
 }
 
-Task<> FileBrowserState::load(std::int64_t folderID, UUID request) {
+Task<> FileBrowserState::load(FolderID folderID, UUID request) {
     Result<PutIOFileList> loaded = co_await api_->listFolder(folderID, scope_.stopToken());
     if (!isCurrent(folderID, request)) co_return;  // the newer load owns the flag
     if (!loaded) {
@@ -98,11 +98,11 @@ Task<> FileBrowserState::load(std::int64_t folderID, UUID request) {
     if (!rest.isOver() && isCurrent(folderID, request)) co_await loadRest(folderID, request, std::move(rest));
 }
 
-bool FileBrowserState::isCurrent(std::int64_t folderID, const UUID& request) const {
+bool FileBrowserState::isCurrent(FolderID folderID, const UUID& request) const {
     return currentLoadRequestID_ == request && currentFolderID() == folderID;
 }
 
-Task<> FileBrowserState::loadRest(std::int64_t folderID, UUID request, ListingContinuation rest) {
+Task<> FileBrowserState::loadRest(FolderID folderID, UUID request, ListingContinuation rest) {
     // Each time that files are appended all of them are arranged anew: in small steps that would cost the square of
     // them.
     constexpr std::size_t leastGrowth = 4;  // by the fourth part
@@ -132,7 +132,7 @@ void FileBrowserState::dismissCut() {
 
 void FileBrowserState::navigateInto(const PutIOFile& folder) {
     std::vector<Breadcrumb> path = breadcrumbs_;
-    path.push_back({folder.id, folder.name});
+    path.push_back({folderOf(folder.id), folder.name});
     assign(Field::breadcrumbs, breadcrumbs_, std::move(path));
     assign(Field::selectedFiles, selectedFiles_, {});
     loadFiles();
@@ -165,7 +165,7 @@ double FileBrowserState::uploadProgress() const {
     return static_cast<double>(std::max<std::int64_t>(uploadTotal_ - pending, 0)) / static_cast<double>(uploadTotal_);
 }
 
-void FileBrowserState::uploadFiles(const std::vector<std::filesystem::path>& files, std::int64_t folderID) {
+void FileBrowserState::uploadFiles(const std::vector<std::filesystem::path>& files, FolderID folderID) {
     if (!api_ || files.empty()) return;
     std::vector<PendingUpload> started;
     for (const std::filesystem::path& file : files)
@@ -213,13 +213,13 @@ void FileBrowserState::cancelUpload(PendingUpload upload) {
     finishUpload(upload);
 }
 
-void FileBrowserState::loadAfterUpload(std::int64_t folderID) {
+void FileBrowserState::loadAfterUpload(FolderID folderID) {
     if (currentFolderID() != folderID) return;
     loadFiles();
     scope_.start(loadAgainLater(folderID, scope_.stopToken()));
 }
 
-Task<> FileBrowserState::loadAgainLater(std::int64_t folderID, std::stop_token stop) {
+Task<> FileBrowserState::loadAgainLater(FolderID folderID, std::stop_token stop) {
     co_await sleepFor(loop_, listingDelay, std::move(stop));
     if (currentFolderID() == folderID) loadFiles();
 }

@@ -24,7 +24,7 @@ namespace tovri {
 
 // One step of the path from the root folder to the one that is shown.
 struct Breadcrumb {
-    std::int64_t id = 0;
+    FolderID id;
     std::string name;
 
     bool operator==(const Breadcrumb&) const = default;
@@ -34,12 +34,12 @@ struct Breadcrumb {
 struct PendingUpload {
     UUID id;
     std::string name;  // of the local file
-    std::int64_t folderID = 0;
+    FolderID folderID;
 
     bool operator==(const PendingUpload&) const = default;
 };
 
-using FileIDs = std::unordered_set<std::int64_t>;
+using FileIDs = std::unordered_set<FileID>;
 
 // What the file browser shows: one put.io folder, the way to it, the selection, the uploads. Owned by the application
 // object and older than any screen, so that the browser is found as it was left. Decides nothing about texts.
@@ -78,7 +78,7 @@ public:
 
     [[nodiscard]] const std::vector<Breadcrumb>& breadcrumbs() const { return breadcrumbs_; }
 
-    [[nodiscard]] std::int64_t currentFolderID() const;
+    [[nodiscard]] FolderID currentFolderID() const;
 
     [[nodiscard]] const FileIDs& selectedFiles() const { return selectedFiles_; }
 
@@ -131,7 +131,7 @@ public:
     [[nodiscard]] double uploadProgress() const;
 
     // Starts all at once. The folder is loaded again after each that arrived, if it is the one shown.
-    void uploadFiles(const std::vector<std::filesystem::path>& files, std::int64_t folderID);
+    void uploadFiles(const std::vector<std::filesystem::path>& files, FolderID folderID);
 
     // A copy: the list that may hold it shrinks.
     void cancelUpload(PendingUpload upload);
@@ -150,14 +150,14 @@ private:
 
     void tellChanges();
     void setFiles(std::vector<PutIOFile> files);
-    [[nodiscard]] bool isCurrent(std::int64_t folderID, const UUID& request) const;
-    Task<> load(std::int64_t folderID, UUID request);
-    Task<> loadRest(std::int64_t folderID, UUID request, ListingContinuation rest);
+    [[nodiscard]] bool isCurrent(FolderID folderID, const UUID& request) const;
+    Task<> load(FolderID folderID, UUID request);
+    Task<> loadRest(FolderID folderID, UUID request, ListingContinuation rest);
     void appendFiles(std::vector<PutIOFile>& more);
     Task<> upload(std::filesystem::path file, PendingUpload pending, std::stop_token stop);
-    Task<> loadAgainLater(std::int64_t folderID, std::stop_token stop);
+    Task<> loadAgainLater(FolderID folderID, std::stop_token stop);
     void finishUpload(const PendingUpload& upload);
-    void loadAfterUpload(std::int64_t folderID);
+    void loadAfterUpload(FolderID folderID);
 
     MainLoop& loop_;
     RandomSource& random_;

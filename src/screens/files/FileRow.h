@@ -19,7 +19,7 @@ struct FileRow {
     enum class Kind : std::uint8_t { upload, folder, file };
 
     Kind kind = Kind::file;
-    std::int64_t fileID = 0;      // of a folder or file
+    FileID fileID;                // of a folder or file
     UUID uploadID;                // of an upload
     std::string_view symbol;      // empty with an upload, whose sign turns
     Tint tint = Tint::secondary;  // of the symbol

@@ -14,7 +14,7 @@ std::string encoded(const PutIOFile& file) {
     rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
     writer.StartObject();
     writer.Key("fileID");
-    writer.Int64(file.id);
+    writer.Int64(file.id.number);
     writer.Key("fileName");
     writer.String(file.name.data(), static_cast<rapidjson::SizeType>(file.name.size()));
     writer.EndObject();
@@ -26,7 +26,8 @@ std::optional<FileTransfer> decoded(simdjson::dom::parser& parser, std::string_v
     std::string_view name;
     FileTransfer transfer;
     if (parser.parse(line.data(), line.size()).get(object) != simdjson::SUCCESS || object.size() != 2 ||
-        object["fileID"].get(transfer.fileID) != simdjson::SUCCESS || object["fileName"].get(name) != simdjson::SUCCESS)
+        object["fileID"].get(transfer.fileID.number) != simdjson::SUCCESS ||
+        object["fileName"].get(name) != simdjson::SUCCESS)
         return std::nullopt;
     transfer.fileName = name;
     return transfer;

@@ -12,7 +12,7 @@ namespace tovri {
 
 // A put.io file that is being dragged.
 struct FileTransfer {
-    std::int64_t fileID = 0;
+    FileID fileID;
     std::string fileName;
 
     bool operator==(const FileTransfer&) const = default;

@@ -52,8 +52,7 @@ void AddTransferSheet::add() {
 }
 
 Task<> AddTransferSheet::add(std::string url, bool extracts, std::stop_token stop) {
-    constexpr std::int64_t rootFolder = 0;
-    const Result<Transfer> added = co_await api_.addTransfer(std::move(url), rootFolder, extracts, stop);
+    const Result<Transfer> added = co_await api_.addTransfer(std::move(url), rootFolderID, extracts, stop);
     if (stop.stop_requested()) co_return;
     if (added) {
         close();

@@ -24,7 +24,7 @@ enum class TransferRowAction : std::uint8_t { cancel, retry };
 // A line of the list: a section's header, or a transfer.
 struct TransferRow {
     TransferGroup group = TransferGroup::other;
-    std::optional<std::int64_t> id = {};  // the transfer's; none: the header of `group`
+    std::optional<TransferID> id = {};  // the transfer's; none: the header of `group`
     std::string title = {};
     std::string_view symbol = {};
     Tint symbolTint = Tint::secondary;
@@ -66,7 +66,7 @@ struct TransferRow {
 struct TransferRowTraits {
     struct Key {
         std::optional<TransferGroup> header;
-        std::optional<std::int64_t> id;
+        std::optional<TransferID> id;
 
         bool operator==(const Key&) const = default;
     };
@@ -81,7 +81,7 @@ struct TransferRowTraits {
 template <>
 struct std::hash<tovri::TransferRowTraits::Key> {
     std::size_t operator()(const tovri::TransferRowTraits::Key& key) const noexcept {
-        return std::hash<std::optional<std::int64_t>>()(key.id) * 31 +
+        return std::hash<std::optional<tovri::TransferID>>()(key.id) * 31 +
                std::hash<std::optional<tovri::TransferGroup>>()(key.header);
     }
 };

@@ -117,7 +117,7 @@ void TransfersScreen::perform(TransferToolbarAction action) {
     }
 }
 
-void TransfersScreen::perform(TransferRowAction action, std::int64_t transferID) {
+void TransfersScreen::perform(TransferRowAction action, TransferID transferID) {
     const Transfer* transfer = find(transferID);
     if (!transfer || transferAction(*transfer) != action) return;
     switch (action) {
@@ -130,7 +130,7 @@ void TransfersScreen::perform(TransferRowAction action, std::int64_t transferID)
     }
 }
 
-const Transfer* TransfersScreen::find(std::int64_t transferID) const {
+const Transfer* TransfersScreen::find(TransferID transferID) const {
     const auto found = std::ranges::find(transfers_, transferID, &Transfer::id);
     return found == transfers_.end() ? nullptr : &*found;
 }
@@ -141,7 +141,7 @@ void TransfersScreen::askToCancel(const Transfer& transfer) {
                   [this, id = transfer.id] { return cancel(id); }});
 }
 
-Task<Result<void>> TransfersScreen::cancel(std::int64_t transferID) {
+Task<Result<void>> TransfersScreen::cancel(TransferID transferID) {
     const std::stop_token visit = visit_.get_token();
     Result<void> cancelled = co_await api_.cancelTransfers({transferID}, scope_.stopToken());
     if (visit.stop_requested()) co_return Result<void>();  // nobody looks any more
@@ -150,7 +150,7 @@ Task<Result<void>> TransfersScreen::cancel(std::int64_t transferID) {
     co_return Result<void>();
 }
 
-Task<> TransfersScreen::retry(std::int64_t transferID, std::stop_token visit) {
+Task<> TransfersScreen::retry(TransferID transferID, std::stop_token visit) {
     const Result<Transfer> retried = co_await api_.retryTransfer(transferID, scope_.stopToken());
     if (!retried && !visit.stop_requested()) dialogs_.showFailure(retried.error());
     (void)co_await fetch(visit);

@@ -72,10 +72,10 @@ public:
     void perform(TransferToolbarAction action);
 
     // Nothing happens when the transfer has left the list or its state allows this no more.
-    void perform(TransferRowAction action, std::int64_t transferID);
+    void perform(TransferRowAction action, TransferID transferID);
 
 private:
-    [[nodiscard]] const Transfer* find(std::int64_t transferID) const;
+    [[nodiscard]] const Transfer* find(TransferID transferID) const;
     void show(std::vector<Transfer> transfers);
     void askToCancel(const Transfer& transfer);
 
@@ -84,8 +84,8 @@ private:
     Task<> load(std::stop_token visit);
     Task<Result<void>> fetch(std::stop_token visit);
     Task<> fetchQuietly(std::stop_token visit);
-    Task<Result<void>> cancel(std::int64_t transferID);
-    Task<> retry(std::int64_t transferID, std::stop_token visit);
+    Task<Result<void>> cancel(TransferID transferID);
+    Task<> retry(TransferID transferID, std::stop_token visit);
     Task<> clean(std::stop_token visit);
 
     PutIOAPI& api_;

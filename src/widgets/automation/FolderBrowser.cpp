@@ -23,7 +23,7 @@ constexpr int mostHeight = 200;
 }  // namespace
 
 RowKey FolderBrowser::Rows::keyAt(std::size_t row) const {
-    return {0, static_cast<std::uint64_t>(screen_.folders()[row].id)};
+    return {0, static_cast<std::uint64_t>(screen_.folders()[row].id.number)};
 }
 
 QString FolderBrowser::Rows::titleAt(std::size_t row) const {

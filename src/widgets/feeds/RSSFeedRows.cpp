@@ -5,7 +5,7 @@
 namespace tovri {
 
 RowKey RSSFeedRows::keyAt(std::size_t row) const {
-    return {0, static_cast<std::uint64_t>(screen_.rows()[row].id)};
+    return {0, static_cast<std::uint64_t>(screen_.rows()[row].id.number)};
 }
 
 QString RSSFeedRows::titleAt(std::size_t row) const {

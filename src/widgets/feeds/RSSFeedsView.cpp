@@ -58,7 +58,7 @@ void RSSFeedsView::pressDelete() {
 void RSSFeedsView::showMenu(const QPoint& globalPosition) {
     const std::vector<int> rows = list_->selectedRows();
     if (rows.empty()) return;
-    const std::int64_t feed = screen_.rows()[static_cast<std::size_t>(rows.front())].id;
+    const FeedID feed = screen_.rows()[static_cast<std::size_t>(rows.front())].id;
     popUpMenu<RSSFeedAction>(*this, globalPosition, screen_.menu(feed),
                              [this, feed](RSSFeedAction action) { screen_.perform(action, feed); });
 }

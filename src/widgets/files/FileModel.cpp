@@ -28,7 +28,8 @@ FileIDs FileModel::idsOf(const QModelIndexList& indexes) const {
     FileIDs ids;
     ids.reserve(static_cast<std::size_t>(indexes.size()));
     for (const QModelIndex& index : indexes)
-        if (const RowKey key = keyAt(index.row()); key.high == 0) ids.insert(static_cast<std::int64_t>(key.low));
+        if (const RowKey key = keyAt(index.row()); key.high == 0)
+            ids.insert(FileID(static_cast<std::int64_t>(key.low)));
     return ids;
 }
 

@@ -16,7 +16,7 @@ RowKey keyOf(const UUID& upload) {
 }  // namespace
 
 RowKey FileRows::keyAt(std::size_t row) const {
-    if (const PutIOFile* file = screen_.fileAt(row)) return {0, static_cast<std::uint64_t>(file->id)};
+    if (const PutIOFile* file = screen_.fileAt(row)) return {0, static_cast<std::uint64_t>(file->id.number)};
     return keyOf(screen_.row(row).uploadID);
 }
 

@@ -7,7 +7,7 @@ namespace tovri {
 RowKey TransferRows::keyAt(std::size_t row) const {
     const TransferRow& transfer = screen_.rows()[row];
     if (transfer.isHeader()) return {0, static_cast<std::uint64_t>(transfer.group)};
-    return {1, static_cast<std::uint64_t>(*transfer.id)};
+    return {1, static_cast<std::uint64_t>(transfer.id->number)};
 }
 
 RowShape TransferRows::shapeAt(std::size_t row) const {

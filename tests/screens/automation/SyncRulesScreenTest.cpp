@@ -34,7 +34,7 @@ public:
     }
 
     test::SyncWorld home;
-    std::int64_t folder;
+    FolderID folder;
     SyncRulesScreen screen{*home.sync, home.world.api(), home.world.platform()};
 };
 
@@ -204,7 +204,7 @@ TEST_F(SyncRuleEditorTest, makesARule) {
 }
 
 TEST_F(SyncRuleEditorTest, listsWhatIsBelowTheFolderThatWasChosenLast) {
-    const std::int64_t other = world().addFolder("Films");
+    const FolderID other = world().addFolder("Films");
     world().addFolder("Season 1", folder);
     world().addFolder("Extras", other);
     world().http.actsAtOnce = true;
@@ -244,7 +244,7 @@ TEST_F(SyncRuleEditorTest, listsWhatIsBelowTheFolderThatWasChosenLast) {
 }
 
 TEST_F(SyncRuleEditorTest, changesARuleWithoutForgettingWhatItKnows) {
-    const std::int64_t below = world().addFolder("Season 1", folder);
+    const FolderID below = world().addFolder("Season 1", folder);
     world().addFile("a.txt", "a", folder);
     const UUID rule = home.watch(folder);
     ASSERT_EQ(home.rule(rule).knownFileIDs.size(), 1U);

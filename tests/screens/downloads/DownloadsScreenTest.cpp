@@ -23,7 +23,7 @@ public:
 
     // A file of 1,000 bytes that takes so many seconds.
     DownloadPointer enqueue(const std::string& name, int seconds = 10) {
-        const std::int64_t file = world.addFile(name, std::string(1000, '.'));
+        const FileID file = world.addFile(name, std::string(1000, '.'));
         world.link(file).rate = 1000 / seconds;
         const DownloadPointer item = world.enqueue(file);
         world.loop.runUntilIdle();

@@ -82,16 +82,16 @@ TEST_F(RSSFeedsScreenTest, loadsWhenItComesOnViewAndSaysWhyThereIsNothing) {
 
 TEST_F(RSSFeedsScreenTest, pausesResumesAndDeletes) {
     appear();
-    screen.perform(RSSFeedAction::toggle, 1);
+    screen.perform(RSSFeedAction::toggle, FeedID(1));
     loop.advance(1s);
     EXPECT_EQ(actions.back(), "/rss/pause id=1");
     list = R"({"id":1,"title":"Old News"},{"id":2,"paused":true})";
-    screen.perform(RSSFeedAction::toggle, 2);
+    screen.perform(RSSFeedAction::toggle, FeedID(2));
     loop.advance(1s);
     EXPECT_EQ(actions.back(), "/rss/resume id=2");
     EXPECT_EQ(titles(), "Old News Untitled ");
 
-    screen.perform(RSSFeedAction::remove, 2);
+    screen.perform(RSSFeedAction::remove, FeedID(2));
     const DestructiveAction action = screen.dialogs().pendingAction().value();
     EXPECT_EQ(action.title, "Delete “Untitled”?");
     EXPECT_EQ(action.message, "This permanently removes it from your put.io account and can't be undone.");
@@ -103,11 +103,11 @@ TEST_F(RSSFeedsScreenTest, pausesResumesAndDeletes) {
     EXPECT_EQ(titles(), "News ");
 
     actionStatus = 500;
-    screen.perform(RSSFeedAction::toggle, 1);
+    screen.perform(RSSFeedAction::toggle, FeedID(1));
     loop.advance(1s);
     EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
     screen.dialogs().dismissFailure();
-    screen.perform(RSSFeedAction::remove, 1);
+    screen.perform(RSSFeedAction::remove, FeedID(1));
     screen.dialogs().confirm();
     loop.advance(1s);
     EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
@@ -138,7 +138,7 @@ TEST_F(RSSFeedsScreenTest, makesAFeed) {
     RSSFeedEditorSheet& editor = screen.editor();
     EXPECT_STREQ(editor.title(), "New RSS Feed");
     EXPECT_STREQ(editor.confirmLabel(), "Add Feed");
-    EXPECT_EQ(editor.fields(), (RSSFeedEditorSheet::Fields{"", "", "", 0, true, false}));
+    EXPECT_EQ(editor.fields(), (RSSFeedEditorSheet::Fields{"", "", "", rootFolderID, true, false}));
 
     editor.setFields({.title = "T", .rssURL = " \t\n"});
     EXPECT_FALSE(editor.canConfirm());
@@ -165,23 +165,23 @@ TEST_F(RSSFeedsScreenTest, editsAFeed) {
     list = R"({"id":1,"title":"News","rss_source_url":"https://a/b","keyword":"k","parent_dir_id":5,
                "dont_process_whole_feed":false,"delete_old_files":true},{"id":2,"rss_source_url":"https://a/c"})";
     appear();
-    screen.perform(RSSFeedAction::edit, 1);
+    screen.perform(RSSFeedAction::edit, FeedID(1));
     RSSFeedEditorSheet& editor = screen.editor();
     EXPECT_STREQ(editor.title(), "Edit RSS Feed");
     EXPECT_STREQ(editor.confirmLabel(), "Save");
-    EXPECT_EQ(editor.fields(), (RSSFeedEditorSheet::Fields{"News", "https://a/b", "k", 5, false, true}));
+    EXPECT_EQ(editor.fields(), (RSSFeedEditorSheet::Fields{"News", "https://a/b", "k", FolderID(5), false, true}));
     editor.confirm();
     editor.close();  // calls it off
     loop.advance(1s);
     EXPECT_EQ(http.answered, 1);
 
-    screen.perform(RSSFeedAction::edit, 2);
-    EXPECT_EQ(editor.fields(), (RSSFeedEditorSheet::Fields{"", "https://a/c", "", 0, true, false}));
+    screen.perform(RSSFeedAction::edit, FeedID(2));
+    EXPECT_EQ(editor.fields(), (RSSFeedEditorSheet::Fields{"", "https://a/c", "", rootFolderID, true, false}));
     editor.confirm();
     loop.advance(1s);
     EXPECT_EQ(actions.back(), "/rss/update delete_old_files=false&dont_process_whole_feed=true&id=2&keyword=");
 
-    screen.perform(RSSFeedAction::edit, 1);
+    screen.perform(RSSFeedAction::edit, FeedID(1));
     editor.setFields({.rssURL = "https://a/b"});  // a title can be taken away
     editor.confirm();
     loop.advance(1s);

@@ -25,7 +25,7 @@ public:
 
     static PutIOFile file(std::int64_t id, std::string name, std::optional<ByteCount> size = std::nullopt) {
         PutIOFile file;
-        file.id = id;
+        file.id = FileID(id);
         file.name = std::move(name);
         file.size = size;
         file.fileType = PutIOFile::FileType::file;

@@ -53,7 +53,7 @@ public:
         for (const DownloadPointer& item : downloads.downloads().items()) {
             std::string text = item->fileName + " -> " + item->destinationFolder->native();
             if (item->deleteAfterDownload) text += ", then deleted";
-            if (item->folderDeleteID) text += ", then folder " + std::to_string(*item->folderDeleteID);
+            if (item->folderDeleteID) text += ", then folder " + item->folderDeleteID->text();
             items.push_back(text);
         }
         return items;
@@ -137,23 +137,24 @@ TEST_F(FileBrowserScreenTest, wordsItsRows) {
 
 TEST_F(FileBrowserScreenTest, offersWhatTheSelectionAllows) {
     show();
-    EXPECT_EQ(menu({3}),
+    EXPECT_EQ(menu({FileID(3)}),
               "Download | Download & Delete from put.io | - | Get Download Link | - | Open in put.io | - | "
               "Delete from put.io");
-    EXPECT_EQ(menu({1}),
+    EXPECT_EQ(menu({FileID(1)}),
               "Open | Download Folder | Download Folder & Delete from put.io | - | Open in put.io | - | "
               "Delete from put.io");
-    EXPECT_EQ(menu({1, 2}), "Delete 2 Items from put.io");
-    EXPECT_EQ(menu({1, 3, 4}), "Download 2 Files | Download 2 Files & Delete | - | Delete 3 Items from put.io");
+    EXPECT_EQ(menu({FileID(1), FileID(2)}), "Delete 2 Items from put.io");
+    EXPECT_EQ(menu({FileID(1), FileID(3), FileID(4)}),
+              "Download 2 Files | Download 2 Files & Delete | - | Delete 3 Items from put.io");
     EXPECT_EQ(menu({}), "");
-    EXPECT_EQ(menu({99}), "");
+    EXPECT_EQ(menu({FileID(99)}), "");
 
     const auto enabled = [this](std::size_t item) { return screen.toolbar()[item].isEnabled; };
     EXPECT_FALSE(enabled(0));
-    screen.select({1});
+    screen.select({FileID(1)});
     EXPECT_TRUE(enabled(0));
     EXPECT_FALSE(screen.toolbar()[2].isVisible);
-    state.uploadFiles({"/home/user/a.txt"}, 0);
+    state.uploadFiles({"/home/user/a.txt"}, rootFolderID);
     EXPECT_TRUE(screen.toolbar()[2].isVisible);
     EXPECT_FALSE(enabled(3));
     screen.perform(FileToolbarAction::sortByDate);
@@ -174,8 +175,8 @@ TEST_F(FileBrowserScreenTest, tellsWhichRowsCameAndWent) {
         for (std::size_t i = 0; i < screen.rowCount(); ++i) (void)screen.row(i);
     });
     http.latency = 10s;
-    state.uploadFiles({"/home/user/c.txt"}, 0);
-    state.uploadFiles({"/home/user/b.txt"}, 2);  // into another folder
+    state.uploadFiles({"/home/user/c.txt"}, rootFolderID);
+    state.uploadFiles({"/home/user/b.txt"}, FolderID(2));  // into another folder
     EXPECT_EQ(rows(), "c.txt^ Films/ Music/ a.mkv b.txt");
     EXPECT_EQ(changes, (std::vector<ScreenChange>{{Kind::inserted, 0, 1}}));
 
@@ -194,20 +195,20 @@ TEST_F(FileBrowserScreenTest, tellsWhichRowsCameAndWent) {
     changes.clear();
     screen.perform(FileRowAction::cancelUpload, 0);
     EXPECT_EQ(changes, (std::vector<ScreenChange>{{Kind::removed, 0, 1}}));
-    EXPECT_EQ(screen.fileAt(0)->id, 2);
+    EXPECT_EQ(screen.fileAt(0)->id, FileID(2));
 
     screen.openBreadcrumb(0);
     screen.search("MKV");
     settle();
     EXPECT_EQ(rows(), "a.mkv");
-    screen.activate({1});
+    screen.activate({FileID(1)});
     settle();
     EXPECT_EQ(rows(), "a.mkv");  // no such folder any more
-    screen.activate({2});
+    screen.activate({FileID(2)});
     screen.search("");
     settle();
     EXPECT_EQ(rows(), "");
-    EXPECT_EQ(screen.breadcrumbs().back(), (Breadcrumb{2, "Music"}));
+    EXPECT_EQ(screen.breadcrumbs().back(), (Breadcrumb{FolderID(2), "Music"}));
 }
 
 // --- What the user does ---
@@ -215,38 +216,38 @@ TEST_F(FileBrowserScreenTest, tellsWhichRowsCameAndWent) {
 TEST_F(FileBrowserScreenTest, downloadsFilesWhereThePreferencesSay) {
     show();
     screen.perform(FileToolbarAction::download);
-    screen.select({1, 2});
+    screen.select({FileID(1), FileID(2)});
     screen.perform(FileToolbarAction::download);
     EXPECT_TRUE(queue().empty());
 
-    screen.select({1, 3, 4});
+    screen.select({FileID(1), FileID(3), FileID(4)});
     screen.perform(FileToolbarAction::download);
     EXPECT_EQ(queue(), (std::vector<std::string>{"b.txt -> /home/user/Downloads", "a.mkv -> /home/user/Downloads"}));
-    screen.perform(FileMenuAction::downloadAndDelete, {3});
+    screen.perform(FileMenuAction::downloadAndDelete, {FileID(3)});
     EXPECT_EQ(queue().front(), "a.mkv -> /home/user/Downloads, then deleted");
 
     preferences.setDeleteAfterDownload(true);
     preferences.setDownloadFolder("/home/user/Videos");
-    screen.activate({3});
+    screen.activate({FileID(3)});
     EXPECT_EQ(queue().front(), "a.mkv -> /home/user/Videos, then deleted");
 }
 
 TEST_F(FileBrowserScreenTest, downloadsAFolderUnderItsName) {
     show();
-    screen.perform(FileMenuAction::downloadFolder, {1});
+    screen.perform(FileMenuAction::downloadFolder, {FileID(1)});
     settle();
     EXPECT_EQ(queue(), (std::vector<std::string>{"two -> /home/user/Downloads/Films/Extras",
                                                  "one -> /home/user/Downloads/Films"}));
     downloads.cancelAll();
     downloads.clearFinished();
-    screen.perform(FileMenuAction::downloadFolderAndDelete, {12});
+    screen.perform(FileMenuAction::downloadFolderAndDelete, {FileID(12)});
     EXPECT_TRUE(queue().empty());  // not in the folder on view
-    screen.perform(FileMenuAction::downloadFolderAndDelete, {1});
+    screen.perform(FileMenuAction::downloadFolderAndDelete, {FileID(1)});
     settle();
     EXPECT_EQ(queue().front(), "two -> /home/user/Downloads/Films/Extras, then folder 1");
 
     preferences.setDeleteAfterDownload(true);
-    screen.perform(FileMenuAction::downloadFolder, {1});
+    screen.perform(FileMenuAction::downloadFolder, {FileID(1)});
     settle();
     EXPECT_EQ(queue().front(), "two -> /home/user/Downloads/Films/Extras, then folder 1");
     EXPECT_EQ(queue().size(), 4U);
@@ -258,7 +259,7 @@ TEST_F(FileBrowserScreenTest, saysWhereOnlyTheBeginningOfAFolderIsToBeHad) {
     show();
     const std::string text = "put.io listed only the beginning of this folder. HTTP error 400 from put.io.";
     EXPECT_EQ(screen.banner().value().text, text);
-    screen.perform(FileMenuAction::downloadFolderAndDelete, {1});
+    screen.perform(FileMenuAction::downloadFolderAndDelete, {FileID(1)});
     settle();
     EXPECT_TRUE(queue().empty());
     EXPECT_EQ(screen.dialogs().failure().value().message,
@@ -269,28 +270,28 @@ TEST_F(FileBrowserScreenTest, saysWhereOnlyTheBeginningOfAFolderIsToBeHad) {
 
 TEST_F(FileBrowserScreenTest, deletesOnlyWhenTheUserSaysSo) {
     show();
-    screen.select({3, 4});
+    screen.select({FileID(3), FileID(4)});
     screen.deleteSelection();
     ASSERT_TRUE(screen.dialogs().pendingAction());
     EXPECT_EQ(screen.dialogs().pendingAction()->title, "Delete 2 items?");
     screen.dialogs().cancel();
     EXPECT_FALSE(screen.dialogs().pendingAction());
-    screen.perform(FileMenuAction::remove, {99});
+    screen.perform(FileMenuAction::remove, {FileID(99)});
     EXPECT_FALSE(screen.dialogs().pendingAction());
 
     statuses["/files/delete"] = 500;
-    screen.perform(FileMenuAction::remove, {4, 1});
+    screen.perform(FileMenuAction::remove, {FileID(4), FileID(1)});
     screen.dialogs().confirm();
     EXPECT_FALSE(screen.dialogs().pendingAction());
     const auto requests = http.requests.size();
     settle();
     EXPECT_EQ(failureText(), "HTTP error 500 from put.io.");
     EXPECT_EQ(http.requests.size(), requests);
-    EXPECT_EQ(screen.selection(), (FileIDs{3, 4}));
+    EXPECT_EQ(screen.selection(), (FileIDs{FileID(3), FileID(4)}));
     screen.dialogs().dismissFailure();
 
     statuses.clear();
-    screen.perform(FileMenuAction::remove, {4});
+    screen.perform(FileMenuAction::remove, {FileID(4)});
     const DestructiveAction& asked = *screen.dialogs().pendingAction();
     EXPECT_EQ(asked.title, "Delete “b.txt”?");
     EXPECT_EQ(asked.message, "This permanently removes it from your put.io account and can't be undone.");
@@ -299,19 +300,19 @@ TEST_F(FileBrowserScreenTest, deletesOnlyWhenTheUserSaysSo) {
     screen.dialogs().confirm();
     settle();
     EXPECT_EQ(lastRequestTo("/files/delete").body, "file_ids=4");
-    EXPECT_EQ(screen.selection(), FileIDs{3});
+    EXPECT_EQ(screen.selection(), FileIDs{FileID(3)});
     EXPECT_EQ(rows(), "Films/ Music/ a.mkv");
     EXPECT_EQ(failureText(), "");
 }
 
 TEST_F(FileBrowserScreenTest, movesWhatIsDroppedOnAFolder) {
     show();
-    const std::string dragged = screen.dragPayload({3, 4});
-    EXPECT_EQ(screen.dragPayload({3}), R"({"fileID":3,"fileName":"a.mkv"})");
+    const std::string dragged = screen.dragPayload({FileID(3), FileID(4)});
+    EXPECT_EQ(screen.dragPayload({FileID(3)}), R"({"fileID":3,"fileName":"a.mkv"})");
     EXPECT_TRUE(screen.acceptsDrop(0, dragged));
-    EXPECT_FALSE(screen.acceptsDrop(2, dragged));                     // a file
-    EXPECT_FALSE(screen.acceptsDrop(9, dragged));                     // below the rows
-    EXPECT_FALSE(screen.acceptsDrop(0, screen.dragPayload({1, 3})));  // into itself
+    EXPECT_FALSE(screen.acceptsDrop(2, dragged));                                     // a file
+    EXPECT_FALSE(screen.acceptsDrop(9, dragged));                                     // below the rows
+    EXPECT_FALSE(screen.acceptsDrop(0, screen.dragPayload({FileID(1), FileID(3)})));  // into itself
     for (const char* foreign : {"", "{", R"({"fileID":3})", R"({"fileID":3,"fileName":"a","more":1})",
                                 R"({"fileID":"3","fileName":"a"})", "{\"fileID\":3,\"fileName\":\"a\"}\n[]"})
         EXPECT_FALSE(screen.acceptsDrop(0, foreign)) << foreign;
@@ -339,9 +340,9 @@ TEST_F(FileBrowserScreenTest, uploadsIntoTheRowOrTheFolderOnView) {
     screen.upload(dropped, 1);
     screen.upload(dropped, 3);  // a file's row
     screen.upload(dropped);
-    std::vector<std::int64_t> targets;
+    std::vector<FolderID> targets;
     for (const PendingUpload& upload : state.pendingUploads()) targets.push_back(upload.folderID);
-    EXPECT_EQ(targets, (std::vector<std::int64_t>{2, 0, 0}));
+    EXPECT_EQ(targets, (std::vector{FolderID(2), rootFolderID, rootFolderID}));
     statuses["/upload"] = 500;
     settle();
     EXPECT_EQ(failureText(), "Couldn't upload “a.txt”: HTTP error 500 from put.io.");
@@ -350,21 +351,21 @@ TEST_F(FileBrowserScreenTest, uploadsIntoTheRowOrTheFolderOnView) {
 }
 
 TEST_F(FileBrowserScreenTest, reachesOutToTheDesktop) {
-    folders[0][2].parentID = 8;
+    folders[0][2].parentID = FolderID(8);
     show();
     workspace.clipboard = "before";
-    screen.perform(FileMenuAction::copyDownloadLink, {3});
+    screen.perform(FileMenuAction::copyDownloadLink, {FileID(3)});
     settle();
     EXPECT_EQ(workspace.clipboard, "https://storage.put.io/1");
     statuses["/files/3/url"] = 404;
-    screen.perform(FileMenuAction::copyDownloadLink, {3});
+    screen.perform(FileMenuAction::copyDownloadLink, {FileID(3)});
     settle();
     EXPECT_EQ(failureText(), "HTTP error 404 from put.io.");
     EXPECT_EQ(workspace.clipboard, "https://storage.put.io/1");
 
-    screen.perform(FileMenuAction::openInPutIO, {1});
-    screen.perform(FileMenuAction::openInPutIO, {3});
-    screen.perform(FileMenuAction::openInPutIO, {4});
+    screen.perform(FileMenuAction::openInPutIO, {FileID(1)});
+    screen.perform(FileMenuAction::openInPutIO, {FileID(3)});
+    screen.perform(FileMenuAction::openInPutIO, {FileID(4)});
     EXPECT_EQ(workspace.openedAddresses,
               (std::vector<std::string>{"https://app.put.io/files/1", "https://app.put.io/files/8?selected=3",
                                         "https://app.put.io/files/0?selected=4"}));

@@ -73,7 +73,7 @@ TEST_F(FileBrowserStateTest, aFailedLoadKeepsTheOldListing) {
 TEST_F(FileBrowserStateTest, goesBackByBreadcrumbs) {
     state.navigateInto(folder(1, "A"));
     state.navigateInto(folder(2, "B"));
-    state.setSelectedFiles({21});
+    state.setSelectedFiles({FileID(21)});
     state.setSearchText("x");
     const auto before = http.requests.size();
     state.navigateToBreadcrumb(3);
@@ -83,11 +83,11 @@ TEST_F(FileBrowserStateTest, goesBackByBreadcrumbs) {
     EXPECT_TRUE(state.selectedFiles().empty());
     EXPECT_EQ(state.searchText(), "x");
     state.navigateToBreadcrumb(0);
-    EXPECT_EQ(state.breadcrumbs(), (std::vector<Breadcrumb>{{0, "Your Files"}}));
+    EXPECT_EQ(state.breadcrumbs(), (std::vector<Breadcrumb>{{rootFolderID, "Your Files"}}));
 }
 
 TEST_F(FileBrowserStateTest, signingOutDropsWhatIsBeingLoaded) {
-    state.setSelectedFiles({1});
+    state.setSelectedFiles({FileID(1)});
     load();
     state.loadFiles();
     state.reset();
@@ -95,7 +95,7 @@ TEST_F(FileBrowserStateTest, signingOutDropsWhatIsBeingLoaded) {
     EXPECT_TRUE(state.files().empty());
     EXPECT_FALSE(state.hasLoaded());
     EXPECT_FALSE(state.isLoading());
-    EXPECT_EQ(state.selectedFiles(), FileIDs{1});
+    EXPECT_EQ(state.selectedFiles(), FileIDs{FileID(1)});
 }
 
 TEST_F(FileBrowserStateTest, tellsEachChangeOnceAndOnlyChanges) {
@@ -156,7 +156,7 @@ TEST_F(FileBrowserStateTest, aLongFolderGrowsToItsEnd) {
     pageSize = 2;
     folders[0] = {file(5, "e"), file(4, "d"), folder(3, "c"), file(2, "b"), file(1, "a")};
     state.loadFiles();
-    state.setSelectedFiles({4});
+    state.setSelectedFiles({FileID(4)});
     loop.advance(30ms);
     EXPECT_EQ(displayed(), "d e");
     EXPECT_FALSE(state.isLoading());
@@ -165,7 +165,7 @@ TEST_F(FileBrowserStateTest, aLongFolderGrowsToItsEnd) {
     settle();
     EXPECT_EQ(displayed(), "c/ a b d e");
     EXPECT_EQ(state.files().back().name, "a");
-    EXPECT_EQ(state.selectedFiles(), FileIDs{4});
+    EXPECT_EQ(state.selectedFiles(), FileIDs{FileID(4)});
     EXPECT_EQ(state.cut(), std::nullopt);
 }
 
@@ -222,8 +222,8 @@ TEST_F(FileBrowserStateTest, aBatchOfUploadsRunsAtOnceAndEnds) {
     const Subscription watching = state.onChange([&](Field field) {
         if (field == Field::pendingUploads) progress.emplace_back(state.uploadTotal(), state.uploadProgress());
     });
-    state.uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, 0);
-    state.uploadFiles({"/home/user/c.txt"}, 0);
+    state.uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, rootFolderID);
+    state.uploadFiles({"/home/user/c.txt"}, rootFolderID);
     EXPECT_TRUE(loop.runUntil([&] { return requestsTo("/upload") == 3; }, 1ms));
     EXPECT_TRUE(state.isUploading());
     EXPECT_EQ(state.pendingUploads()[1].name, "b.txt");
@@ -233,13 +233,13 @@ TEST_F(FileBrowserStateTest, aBatchOfUploadsRunsAtOnceAndEnds) {
     EXPECT_FALSE(state.isUploading());
 
     progress.clear();
-    state.uploadFiles({}, 0);
+    state.uploadFiles({}, rootFolderID);
     EXPECT_FALSE(state.isUploading());
     EXPECT_TRUE(progress.empty());
 }
 
 TEST_F(FileBrowserStateTest, aFinishedUploadLoadsItsFolderTwiceWhileItIsShown) {
-    state.uploadFiles({"/home/user/a.txt"}, 0);
+    state.uploadFiles({"/home/user/a.txt"}, rootFolderID);
     ASSERT_TRUE(loop.runUntil([&] { return !state.isUploading(); }));
     EXPECT_EQ(requestsTo("parent_id=0"), 1U);
     loop.advance(2990ms);
@@ -247,13 +247,13 @@ TEST_F(FileBrowserStateTest, aFinishedUploadLoadsItsFolderTwiceWhileItIsShown) {
     loop.advance(20ms);
     EXPECT_EQ(requestsTo("parent_id=0"), 2U);
 
-    state.uploadFiles({"/home/user/a.txt"}, 0);
+    state.uploadFiles({"/home/user/a.txt"}, rootFolderID);
     ASSERT_TRUE(loop.runUntil([&] { return !state.isUploading(); }));
     state.navigateInto(folder(1, "A"));  // before the second load
     settle();
     EXPECT_EQ(requestsTo("parent_id=0"), 3U);
 
-    state.uploadFiles({"/home/user/a.txt"}, 2);
+    state.uploadFiles({"/home/user/a.txt"}, FolderID(2));
     settle();
     EXPECT_EQ(requestsTo("parent_id=2"), 0U);
     EXPECT_EQ(requestsTo("parent_id=1"), 1U);
@@ -262,7 +262,7 @@ TEST_F(FileBrowserStateTest, aFinishedUploadLoadsItsFolderTwiceWhileItIsShown) {
 TEST_F(FileBrowserStateTest, aFailedUploadIsToldAndTheOthersGoOn) {
     std::vector<std::string> failures;
     const Subscription watching = state.onUploadFailure([&](std::string text) { failures.push_back(std::move(text)); });
-    state.uploadFiles({"/home/user/missing.txt", "/home/user/b.txt"}, 0);
+    state.uploadFiles({"/home/user/missing.txt", "/home/user/b.txt"}, rootFolderID);
     settle();
     ASSERT_EQ(failures.size(), 1U);
     EXPECT_TRUE(failures[0].starts_with("Couldn't upload “missing.txt”: ")) << failures[0];
@@ -270,7 +270,7 @@ TEST_F(FileBrowserStateTest, aFailedUploadIsToldAndTheOthersGoOn) {
     EXPECT_FALSE(state.isUploading());
 
     auth.signOut();
-    state.uploadFiles({"/home/user/a.txt"}, 0);  // fails at once
+    state.uploadFiles({"/home/user/a.txt"}, rootFolderID);  // fails at once
     EXPECT_EQ(failures.back(), "Couldn't upload “a.txt”: Not authenticated. Please sign in again.");
     EXPECT_FALSE(state.isUploading());
 }
@@ -279,13 +279,13 @@ TEST_F(FileBrowserStateTest, aCancelledUploadEndsAtOnceAndInSilence) {
     bool hasFailed = false;
     const Subscription watching = state.onUploadFailure([&](const std::string&) { hasFailed = true; });
     http.latency = 10s;
-    state.uploadFiles({"/home/user/a.txt"}, 0);
+    state.uploadFiles({"/home/user/a.txt"}, rootFolderID);
     loop.advance(1s);  // it is being sent
     state.cancelUpload(state.pendingUploads().front());
     EXPECT_FALSE(state.isUploading());
     EXPECT_EQ(state.uploadTotal(), 0);
 
-    state.uploadFiles({"/home/user/b.txt"}, 0);  // a new batch, which the end of the old one leaves alone
+    state.uploadFiles({"/home/user/b.txt"}, rootFolderID);  // a new batch, which the end of the old one leaves alone
     loop.advance(1s);
     EXPECT_EQ(state.uploadTotal(), 1);
     EXPECT_EQ(state.pendingUploads().size(), 1U);
@@ -299,7 +299,7 @@ TEST_F(FileBrowserStateTest, goesWhileEverythingIsUnderWay) {
     std::optional<FileBrowserState> other(std::in_place, platform);
     other->configure(api);
     other->loadFiles();
-    other->uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, 0);
+    other->uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, rootFolderID);
     loop.advance(30ms);
     other.reset();
     settle();

@@ -10,7 +10,7 @@ namespace {
 
 Transfer transfer(std::int64_t id, std::optional<std::string> status) {
     Transfer made;
-    made.id = id;
+    made.id = TransferID(id);
     made.status = std::move(status);
     return made;
 }
@@ -83,7 +83,7 @@ TEST(TransferRow, standsInItsSection) {
                                           transfer(4, "ERROR"),     transfer(5, "ERROR"),    fast};
     std::string shown;
     for (const TransferRow& row : transferRows(transfers))
-        shown += row.isHeader() ? row.title + ": " : std::to_string(*row.id) + " ";
+        shown += row.isHeader() ? row.title + ": " : row.id->text() + " ";
     EXPECT_EQ(shown, "Active: 2 6 Failed: 4 5 Completed: 1 ");
 
     std::string summary;

@@ -127,11 +127,11 @@ TEST_F(TransfersScreenTest, tellsRowByRowAndOnlyOfWhatDiffers) {
 TEST_F(TransfersScreenTest, cancelsOnlyAfterTheUsersWord) {
     list = std::string(film) + R"(,{"id":2,"status":"SEEDING"})";
     appear();
-    screen.perform(TransferRowAction::cancel, 1);  // failed already
-    screen.perform(TransferRowAction::cancel, 77);
+    screen.perform(TransferRowAction::cancel, TransferID(1));  // failed already
+    screen.perform(TransferRowAction::cancel, TransferID(77));
     EXPECT_FALSE(screen.dialogs().pendingAction());
 
-    screen.perform(TransferRowAction::cancel, 2);
+    screen.perform(TransferRowAction::cancel, TransferID(2));
     const DestructiveAction action = screen.dialogs().pendingAction().value();
     EXPECT_EQ(action.title, "Cancel “Unknown Transfer”?");
     EXPECT_EQ(action.message, "put.io stops the transfer and discards what it has downloaded so far.");
@@ -146,7 +146,7 @@ TEST_F(TransfersScreenTest, cancelsOnlyAfterTheUsersWord) {
     list = song;
     loop.advance(5s);
     actionStatus = 404;
-    screen.perform(TransferRowAction::cancel, 2);
+    screen.perform(TransferRowAction::cancel, TransferID(2));
     screen.dialogs().confirm();
     loop.advance(1s);
     EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 404 from put.io.");
@@ -154,7 +154,7 @@ TEST_F(TransfersScreenTest, cancelsOnlyAfterTheUsersWord) {
 
 TEST_F(TransfersScreenTest, retriesAndCleansAndLoadsAgain) {
     appear();
-    screen.perform(TransferRowAction::retry, 1);
+    screen.perform(TransferRowAction::retry, TransferID(1));
     list = song;
     loop.advance(1s);
     EXPECT_EQ(http.requests.at(1).body, "id=1");
@@ -166,7 +166,7 @@ TEST_F(TransfersScreenTest, retriesAndCleansAndLoadsAgain) {
 
     actionStatus = 500;
     list = song;
-    screen.perform(TransferRowAction::retry, 1);
+    screen.perform(TransferRowAction::retry, TransferID(1));
     loop.advance(1s);
     EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
     EXPECT_EQ(shown(), "Seeding: Song (0 bytes · Ratio: 0.00 · 0 peers) ");
@@ -176,7 +176,7 @@ TEST_F(TransfersScreenTest, retriesAndCleansAndLoadsAgain) {
     EXPECT_EQ(failureMessage(screen.dialogs()), "HTTP error 500 from put.io.");
 
     screen.perform(TransferToolbarAction::clean);
-    screen.perform(TransferRowAction::cancel, 2);
+    screen.perform(TransferRowAction::cancel, TransferID(2));
     screen.dialogs().confirm();
     screen.disappear();  // the failures come when nobody looks
     loop.advance(1s);

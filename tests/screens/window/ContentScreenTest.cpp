@@ -84,7 +84,7 @@ TEST_F(Window, countsTheUploads) {
     const Subscription watching = window.onChange([&](Change change) {
         if (change == Change::uploads) seen.push_back(window.uploadPanel() ? window.uploadPanel()->count : "gone");
     });
-    state.uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, 0);
+    state.uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, rootFolderID);
     settle();
     EXPECT_EQ(seen, (std::vector<std::string>{"0/2", "1/2", "gone"}));
 }

@@ -65,7 +65,7 @@ public:
     }
 
     SyncWorld home;
-    std::int64_t folder;
+    FolderID folder;
     SyncRulesScreen screen{*home.sync, home.world.api(), home.world.platform()};
     SyncRulesView view{screen};
 };

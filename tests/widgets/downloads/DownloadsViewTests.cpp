@@ -39,7 +39,7 @@ public:
 
     // A file of 1,000 bytes that takes so many seconds.
     DownloadPointer enqueue(const std::string& name, int seconds = 10) {
-        const std::int64_t file = world.addFile(name, std::string(1000, '.'));
+        const FileID file = world.addFile(name, std::string(1000, '.'));
         world.link(file).rate = 1000 / seconds;
         const DownloadPointer item = world.enqueue(file);
         pass(0s);
@@ -47,8 +47,7 @@ public:
     }
 
     DownloadPointer enqueueLarge(const std::string& name, ByteCount megabytes) {
-        const std::int64_t file =
-            world.addFile(name, std::string(static_cast<std::size_t>(megabytes * 1'000'000), '.'));
+        const FileID file = world.addFile(name, std::string(static_cast<std::size_t>(megabytes * 1'000'000), '.'));
         world.link(file).rate = 1'300'000;
         return world.enqueue(file);
     }
@@ -221,7 +220,7 @@ TEST_F(DownloadsViewTest, whatFailedWaitsOrWasSkippedSaysSo) {
     EXPECT_EQ(menu(taken), "Retry|-|Remove");
     EXPECT_EQ(summary(), "");
 
-    const std::int64_t file = world.addFile("lost", "content");
+    const FileID file = world.addFile("lost", "content");
     world.link(file).status = 404;
     const DownloadPointer lost = world.enqueue(file);
     passUntil(lost, Status::failed);

@@ -114,7 +114,7 @@ TEST_F(FileBrowserViewTest, keepsTheSelectionThroughEveryChangeOfTheRows) {
     EXPECT_FALSE(isEnabled("Download"));
     click("a.mkv");
     click("b.txt", Qt::ControlModifier);
-    EXPECT_EQ(state.selectedFiles(), (FileIDs{3, 4}));
+    EXPECT_EQ(state.selectedFiles(), (FileIDs{FileID(3), FileID(4)}));
     folders[0].insert(folders[0].begin(), file(9, "0.first"));
     view.refresh();
     settle();
@@ -122,7 +122,7 @@ TEST_F(FileBrowserViewTest, keepsTheSelectionThroughEveryChangeOfTheRows) {
     EXPECT_EQ(selectedRows(), "a.mkv, b.txt");
     screen.search("first");
     EXPECT_EQ(selectedRows(), "");
-    EXPECT_EQ(state.selectedFiles(), (FileIDs{3, 4}));
+    EXPECT_EQ(state.selectedFiles(), (FileIDs{FileID(3), FileID(4)}));
     screen.search("");
     screen.perform(FileToolbarAction::sortBySize);
     EXPECT_EQ(selectedRows(), "a.mkv, b.txt");
@@ -227,7 +227,7 @@ TEST_F(FileBrowserViewTest, uploadsLocalFilesThatAreDropped) {
     ASSERT_TRUE(dragTo(*dragged, placeOf("Films")));
     drop(*dragged, placeOf("Films"));
     ASSERT_EQ(state.pendingUploads().size(), 2U);
-    EXPECT_EQ(state.pendingUploads()[0].folderID, 1);
+    EXPECT_EQ(state.pendingUploads()[0].folderID, FolderID(1));
     EXPECT_EQ(rows(), "Films, Music, a.mkv, b.txt");
     settle();
 

@@ -128,7 +128,7 @@ public:
     DownloadPointer download(std::int64_t id, const std::string& name, std::string content = "new") {
         storage.links["https://storage.put.io/" + std::to_string(id)].content = content;
         PutIOFile file;
-        file.id = id;
+        file.id = FileID(id);
         file.name = name;
         file.size = static_cast<std::int64_t>(content.size());
         return app->downloadManager().enqueue(file, {});

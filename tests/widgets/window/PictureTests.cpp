@@ -54,7 +54,7 @@ TEST_P(WindowPictures, sectionsAndSheets) {
     files.put("/home/user/b", "b");
     startSignedIn();
     http.latency = std::chrono::seconds(10);
-    app->fileBrowserState().uploadFiles({"/home/user/a", "/home/user/b"}, 0);
+    app->fileBrowserState().uploadFiles({"/home/user/a", "/home/user/b"}, rootFolderID);
     take(window(), "files-uploading");
     key(Qt::Key_3, Qt::ControlModifier);
     for (const std::int64_t id : {1, 2, 3}) {
