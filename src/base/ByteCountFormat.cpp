@@ -51,6 +51,10 @@ std::string formatGroupedNumber(ByteCount number) {
     return text;
 }
 
+std::string formatRate(BytesPerSecond rate) {
+    return formatByteCount(rate.count) + "/s";
+}
+
 std::string formatExactByteCount(ByteCount count) {
     return formatGroupedNumber(count) + (count == 1 ? " byte" : " bytes");
 }

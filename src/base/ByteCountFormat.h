@@ -10,6 +10,9 @@ namespace tovri {
 // have no fraction, megabytes one digit, larger units two; zeros at the fraction's end are dropped.
 [[nodiscard]] std::string formatByteCount(ByteCount count);
 
+// "1.2 MB/s".
+[[nodiscard]] std::string formatRate(BytesPerSecond rate);
+
 // To the byte: "1 byte", "153 bytes", "4,294,967,296 bytes".
 [[nodiscard]] std::string formatExactByteCount(ByteCount count);
 

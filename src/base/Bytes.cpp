@@ -17,6 +17,15 @@ constexpr auto valueOfLetter = [] {
 
 }  // namespace
 
+BytesPerSecond rateOf(ByteCount bytes, std::chrono::duration<double> time) {
+    if (time.count() <= 0) return {};
+    return BytesPerSecond(static_cast<std::int64_t>(static_cast<double>(bytes) / time.count()));
+}
+
+std::chrono::duration<double> timeFor(ByteCount bytes, BytesPerSecond rate) {
+    return std::chrono::duration<double>(static_cast<double>(bytes) / static_cast<double>(rate.count));
+}
+
 std::string base64Encoded(std::string_view bytes) {
     std::string text;
     text.reserve((bytes.size() + 2) / 3 * 4);

@@ -266,7 +266,7 @@ void DownloadManager::retry(const DownloadPointer& item) {
     dropToken(*item);
     item->forgetArrival();
     item->placedAs.reset();
-    item->speed = 0;
+    item->speed = {};
     list_.take(*item, StatusStep::retry);
     list_.release(*item);
     conflicts_.dismissConflict(*item);
@@ -302,9 +302,9 @@ std::size_t DownloadManager::activeCount() const {
     return list_.count({Status::downloading, Status::awaitingConflict});
 }
 
-ByteCount DownloadManager::totalSpeed() const {
+BytesPerSecond DownloadManager::totalSpeed() const {
     const auto running = list_.withStatus(Status::downloading);
-    return std::transform_reduce(running.begin(), running.end(), ByteCount{0}, std::plus<>(),
+    return std::transform_reduce(running.begin(), running.end(), BytesPerSecond(), std::plus<>(),
                                  [](const DownloadPointer& item) { return item->speed; });
 }
 
@@ -338,13 +338,13 @@ double DownloadManager::overallProgress() const {
 }
 
 std::string DownloadManager::queueETAText() const {
-    const ByteCount speed = totalSpeed();
-    if (speed <= 0) return "";
+    const BytesPerSecond speed = totalSpeed();
+    if (speed <= BytesPerSecond()) return "";
     ByteCount remaining = 0;
     for (const DownloadPointer& item : list_.items())
         if (item->status == Status::downloading || item->status == Status::queued)
             remaining += item->expectedSize() - item->bytesDownloaded;
-    return remaining > 0 ? durationText(static_cast<double>(remaining) / static_cast<double>(speed)) : "";
+    return remaining > 0 ? durationText(timeFor(remaining, speed).count()) : "";
 }
 
 }  // namespace tovri

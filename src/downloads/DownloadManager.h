@@ -166,7 +166,7 @@ public:
     // --- Sums over the queue, computed on every read ---
 
     [[nodiscard]] std::size_t activeCount() const;
-    [[nodiscard]] ByteCount totalSpeed() const;
+    [[nodiscard]] BytesPerSecond totalSpeed() const;
     [[nodiscard]] std::vector<DownloadPointer> activeDownloads() const;
     [[nodiscard]] std::vector<DownloadPointer> finishedDownloads() const;
     [[nodiscard]] bool hasUnfinishedWork() const;

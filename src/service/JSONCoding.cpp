@@ -77,7 +77,8 @@ struct IsIdentifier<Identifier<Kind>> : std::true_type {};
 
 template <class T>
 constexpr std::string_view expectedKind() {
-    if constexpr (std::is_same_v<T, std::int64_t> || IsIdentifier<T>::value) return "a 64-bit integer";
+    if constexpr (std::is_same_v<T, std::int64_t> || IsIdentifier<T>::value || std::is_same_v<T, BytesPerSecond>)
+        return "a 64-bit integer";
     if constexpr (std::is_same_v<T, double>) return "a number";
     if constexpr (std::is_same_v<T, bool>) return "true or false";
     if constexpr (std::is_same_v<T, std::string> || std::is_same_v<T, PutIOFile::FileType>) return "a string";
@@ -106,6 +107,10 @@ bool decodeScalar(element from, std::int64_t& to) {
 template <class Kind>
 bool decodeScalar(element from, Identifier<Kind>& to) {
     return decodeScalar(from, to.number);
+}
+
+bool decodeScalar(element from, BytesPerSecond& to) {
+    return decodeScalar(from, to.count);
 }
 
 bool decodeScalar(element from, double& to) {
@@ -227,6 +232,8 @@ void writeValue(Writer& writer, const T& value) {
         writer.Int64(value);
     } else if constexpr (IsIdentifier<T>::value) {
         writer.Int64(value.number);
+    } else if constexpr (std::is_same_v<T, BytesPerSecond>) {
+        writer.Int64(value.count);
     } else if constexpr (std::is_same_v<T, double>) {
         writer.Double(value);
     } else if constexpr (requires { T::jsonFields(); }) {

@@ -27,8 +27,8 @@ struct Transfer {
     std::optional<std::int64_t> percentDone;  // 0 to 100
     std::optional<ByteCount> downloaded;
     std::optional<ByteCount> uploaded;
-    std::optional<ByteCount> downSpeed;         // per second
-    std::optional<ByteCount> upSpeed;           // per second
+    std::optional<BytesPerSecond> downSpeed;
+    std::optional<BytesPerSecond> upSpeed;
     std::optional<std::int64_t> estimatedTime;  // seconds
     std::optional<std::int64_t> peersConnected;
     std::optional<std::int64_t> peersSendingToUs;

@@ -24,7 +24,7 @@ TEST(TransferListing, groupsByStatusInTheServicesOrder) {
     seeding.name = "a\nb";
     seeding.uploaded = 367'000'000;
     seeding.currentRatio = 0.499;
-    seeding.upSpeed = -1;
+    seeding.upSpeed = BytesPerSecond(-1);
     Transfer failed = transfer(10, "ERROR");
     failed.errorMessage = "gone";
     Transfer without;

@@ -159,7 +159,7 @@ TEST(DownloadList, andItsFolderGroupsAgreeWithALookAtEveryItem) {
 TEST(Download, showsTimeAndShare) {
     struct Case {
         ByteCount received;
-        ByteCount speed;
+        std::int64_t speed;
         const char* percent;
         const char* left;
     };
@@ -178,7 +178,7 @@ TEST(Download, showsTimeAndShare) {
         item.fileSize = 1000;
         item.bytesDownloaded = c.received;
         item.progress = static_cast<double>(c.received) / 1000;
-        item.speed = c.speed;
+        item.speed = BytesPerSecond(c.speed);
         EXPECT_EQ(item.percentText(), c.percent);
         EXPECT_EQ(item.etaText(), c.left);
         item.fileSize = 0;  // unknown

@@ -375,15 +375,15 @@ TEST_F(Keeping, resolvesConflictsThatOneAnswerCoversInTheirOrder) {
 
 TEST_F(Keeping, showsNoSpeedWhileAFileIsPlaced) {
     const DownloadPointer item = enqueueSlowly(usb, "f");
-    ASSERT_TRUE(world.loop.runUntil([&] { return item->speed > 0; }));
-    ByteCount told = -1;
+    ASSERT_TRUE(world.loop.runUntil([&] { return item->speed > BytesPerSecond(); }));
+    std::optional<BytesPerSecond> told;
     world.watch = [&](DownloadManager&, const QueueChange& change) {
         if (change.item == item && item->receivedFile) told = item->speed;
     };
     ASSERT_TRUE(world.loop.runUntil([&] { return item->receivedFile != nullptr; }));
     world.volumes.hang(laneOf(usb));
     world.loop.advance(1s);
-    EXPECT_EQ(told, 0);
+    EXPECT_EQ(told, BytesPerSecond());
 }
 
 }  // namespace

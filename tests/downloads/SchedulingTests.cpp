@@ -84,7 +84,7 @@ TEST_F(Scheduling, goesOnAtTheSameByteAfterAPause) {
     manager.pause(item);
     world.loop.advance(10ms);
     EXPECT_EQ(World::outcome(item), "paused");
-    EXPECT_EQ(item->speed, 0);
+    EXPECT_EQ(item->speed, BytesPerSecond());
     const ByteCount received = item->bytesDownloaded;
     world.loop.advance(1min);
     manager.resume(item);
@@ -356,12 +356,12 @@ TEST_F(Scheduling, measuresSpeedEveryHalfSecond) {
     world.loop.advance(300ms);
     EXPECT_EQ(item->speedText(), "");
     world.loop.advance(3700ms);
-    EXPECT_NEAR(static_cast<double>(item->speed), 1000, 60);
+    EXPECT_NEAR(static_cast<double>(item->speed.count), 1000, 60);
     EXPECT_EQ(item->etaText(), "6s left");
     EXPECT_EQ(manager.queueETAText(), "6s");
     EXPECT_NEAR(manager.overallProgress(), 0.4, 0.02);
     world.settle();
-    EXPECT_EQ(item->speed, 0);
+    EXPECT_EQ(item->speed, BytesPerSecond());
     EXPECT_EQ(manager.overallProgress(), 0);
 }
 

@@ -71,19 +71,18 @@ void PutCommand::tellProgress(const std::string& name, ByteCount sent, ByteCount
     const MainLoop::TimePoint now = context_.platform.loop.now();
     if (now - lastTold_ < (isJSON ? std::chrono::milliseconds(1000) : std::chrono::milliseconds(100))) return;
     lastTold_ = now;
-    const double seconds = std::chrono::duration<double>(now - began_).count();
-    const auto speed = static_cast<ByteCount>(static_cast<double>(sent) / seconds);
+    const BytesPerSecond speed = rateOf(sent, now - began_);
     if (isJSON) {
         if (context_.terminal.isBehind()) return;
         JSON json;
         json.beginObject().field("event", "progress").field("name", unicodeText(name)).field("bytes", sent);
-        return context_.terminal.print(json.field("size", total).field("speed", speed).endObject().line());
+        return context_.terminal.print(json.field("size", total).field("speed", speed.count).endObject().line());
     }
     if (!context_.terminal.showsOutput() || total <= 0) return;
     ProgressRow row{printable(name), static_cast<double>(sent) / static_cast<double>(total), {}, {}, {}};
-    if (speed > 0) {
-        row.speed = formatByteCount(speed) + "/s";
-        row.remaining = durationText(static_cast<double>(total - sent) / static_cast<double>(speed)) + " left";
+    if (speed > BytesPerSecond()) {
+        row.speed = formatRate(speed);
+        row.remaining = durationText(timeFor(total - sent, speed).count()) + " left";
     }
     const Terminal::Size size = context_.terminal.size();
     std::vector<std::string> lines =

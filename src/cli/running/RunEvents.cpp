@@ -112,7 +112,7 @@ std::string eventJSON(const QueueChange& change) {
 
 std::string progressJSON(const Download& item) {
     JSON json;
-    addItem(json.beginObject().field("event", "progress"), item).field("speed", item.speed);
+    addItem(json.beginObject().field("event", "progress"), item).field("speed", item.speed.count);
     return std::string(json.endObject().line());
 }
 

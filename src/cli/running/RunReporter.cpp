@@ -114,15 +114,14 @@ private:
         const RunTally& tally = view_.tally;
         const ByteCount arrived = tally.finishedBytes() + tally.runningBytes();
         const ByteCount all = tally.finishedBytes() + tally.unfinishedBytes();
-        const ByteCount speed = view_.downloads.totalSpeed();
+        const BytesPerSecond speed = view_.downloads.totalSpeed();
         result.total.finished = tally.finished();
         result.total.count = tally.finished() + tally.unfinished();
         result.total.sizes = formatByteCount(arrived) + " / " + formatByteCount(all);
         if (all > 0) result.total.percent = std::to_string(arrived * 100 / all) + "%";
-        if (speed > 0) result.total.speed = formatByteCount(speed) + "/s";
-        if (speed > 0 && all > arrived)
-            result.total.remaining =
-                durationText(static_cast<double>(all - arrived) / static_cast<double>(speed)) + " left";
+        if (speed > BytesPerSecond()) result.total.speed = formatRate(speed);
+        if (speed > BytesPerSecond() && all > arrived)
+            result.total.remaining = durationText(timeFor(all - arrived, speed).count()) + " left";
         return result;
     }
 

@@ -19,7 +19,7 @@ void DownloadRecord::forgetArrival() {
 }
 
 std::string Download::speedText() const {
-    return speed < 1 ? "" : formatByteCount(speed) + "/s";
+    return speed < BytesPerSecond(1) ? "" : formatRate(speed);
 }
 
 std::string Download::progressText() const {
@@ -32,8 +32,9 @@ std::string Download::percentText() const {
 
 std::optional<double> Download::etaSeconds() const {
     const ByteCount remaining = expectedSize() - bytesDownloaded;
-    if (status != Status::downloading || speed <= 0 || expectedSize() <= 0 || remaining <= 0) return std::nullopt;
-    return static_cast<double>(remaining) / static_cast<double>(speed);
+    if (status != Status::downloading || speed <= BytesPerSecond() || expectedSize() <= 0 || remaining <= 0)
+        return std::nullopt;
+    return timeFor(remaining, speed).count();
 }
 
 std::string Download::etaText() const {

@@ -68,7 +68,7 @@ struct DownloadRecord {
 struct Download : DownloadRecord {
     using Status = DownloadStatus;
 
-    ByteCount speed = 0;         // bytes per second, last measured
+    BytesPerSecond speed;        // last measured
     DownloadRun* run = nullptr;  // what brings it on its way now; null when nothing does
     bool isBegunAgain = false;   // this run is not its first: put.io's record may have changed since it was queued
     std::optional<FileStamp> placedAs;  // the file as it took its place, where all its bytes came in this process

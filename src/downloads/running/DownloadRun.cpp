@@ -219,7 +219,7 @@ Task<> DownloadRun::keepArrived() {
     } else {
         around_.kept.note(item_);
     }
-    item_->speed = 0;
+    item_->speed = {};
     if (wish_ == Wish::pause) around_.list.take(*item_, StatusStep::pause);
     if (wish_ == Wish::goOnLater) around_.list.take(*item_, StatusStep::yieldSlot);
     around_.saves.request(Urgency::soon);
@@ -296,7 +296,7 @@ Task<> DownloadRun::holdStaged() {
 
 void DownloadRun::hold() {
     claim_.reset();
-    item_->speed = 0;
+    item_->speed = {};
     const bool isPaused = around_.isQueuePaused || wish_ == Wish::pause;
     if (isPaused && item_->status == DownloadStatus::downloading)
         around_.list.take(*item_, StatusStep::pause);
@@ -312,7 +312,7 @@ void DownloadRun::startOver(const Error& error) {
     item_->receivedFile.reset();
     item_->progress = 0;
     item_->bytesDownloaded = 0;
-    item_->speed = 0;
+    item_->speed = {};
     around_.list.take(*item_, StatusStep::startOver);
     around_.saves.request(Urgency::gathered);
 }

@@ -145,7 +145,7 @@ void Reception::progressed(ByteCount written) {
     const ByteCount expected = partial_->announced().length.value_or(-1);
     const double progress =
         expected > 0 ? static_cast<double>(written) / static_cast<double>(expected) : item_->progress;
-    const ByteCount speed = speed_.sample(written, around_.loop.now()).value_or(item_->speed);
+    const BytesPerSecond speed = speed_.sample(written, around_.loop.now()).value_or(item_->speed);
     const bool hasChanged = item_->bytesDownloaded != written || item_->progress != progress || item_->speed != speed;
     item_->bytesDownloaded = written;
     item_->progress = progress;

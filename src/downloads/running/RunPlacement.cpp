@@ -23,7 +23,7 @@ Placement::Request RunPlacement::request() const {
 Task<Result<void>> RunPlacement::place(RunTarget target, Path received, std::stop_token stop) {
     target_ = std::move(target);
     received_ = std::move(received);
-    if (std::exchange(item_->speed, 0) != 0) around_.list.tellProgress(*item_);
+    if (std::exchange(item_->speed, {}) != BytesPerSecond()) around_.list.tellProgress(*item_);
     Result<Path> placed = co_await around_.placement.place(request(), stop);
     const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
     if (placed && isCurrent()) co_await secure(*placed);
@@ -120,7 +120,7 @@ Task<Result<RunPlacement::Decision>> RunPlacement::askUser(bool isOnlyCopy) {
 
 Task<ConflictResolution> RunPlacement::answerOfUser(bool isOnlyCopy) {
     item_->stagedURL = received_.native();
-    item_->speed = 0;
+    item_->speed = {};
     around_.list.take(*item_, StatusStep::ask);
     if (!isCurrent()) co_return std::nullopt;
     FileConflict asked = conflict(isOnlyCopy);

@@ -11,7 +11,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
     item->resolvedURL = url.native();
     item->completedAt = clock_.now();
     item->progress = 1.0;
-    item->speed = 0;
+    item->speed = {};
     item->error = arrivalDifference(*item);
     list_.take(*item, StatusStep::complete);
     if (item->status != Status::completed) return;  // an observer wants it otherwise
@@ -26,7 +26,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
 
 void Settlement::markSkipped(const DownloadPointer& item) {
     item->completedAt = clock_.now();
-    item->speed = 0;
+    item->speed = {};
     item->error.reset();
     list_.take(*item, StatusStep::skip);
     notifySyncSettled(*item);
@@ -37,7 +37,7 @@ void Settlement::markSkipped(const DownloadPointer& item) {
 void Settlement::markFailed(const DownloadPointer& item, const std::string& message) {
     item->error = message;
     item->completedAt = clock_.now();
-    item->speed = 0;
+    item->speed = {};
     list_.take(*item, StatusStep::fail);
     deletion_.checkFolderGroup(*item);
     saves_.request(Urgency::gathered);
@@ -45,7 +45,7 @@ void Settlement::markFailed(const DownloadPointer& item, const std::string& mess
 
 void Settlement::markCancelled(const DownloadPointer& item) {
     item->completedAt = clock_.now();
-    item->speed = 0;
+    item->speed = {};
     list_.take(*item, StatusStep::cancel);
     notifySyncSettled(*item);
     saves_.request(Urgency::soon);

@@ -13,15 +13,15 @@ class SpeedMeter {
 public:
     explicit SpeedMeter(MainLoop::TimePoint now) : lastTime_(now) {}
 
-    // `written` counts from the file's first byte. The bytes per second since the last sample; none when it is too
-    // early for another one or nothing came.
-    [[nodiscard]] std::optional<ByteCount> sample(ByteCount written, MainLoop::TimePoint now) {
+    // `written` counts from the file's first byte. The speed since the last sample; none when it is too early for
+    // another one or nothing came.
+    [[nodiscard]] std::optional<BytesPerSecond> sample(ByteCount written, MainLoop::TimePoint now) {
         const std::chrono::duration<double> elapsed = now - lastTime_;
         if (elapsed < std::chrono::milliseconds(500)) return std::nullopt;
-        const auto rate = static_cast<ByteCount>(static_cast<double>(written - lastBytes_) / elapsed.count());
+        const BytesPerSecond rate = rateOf(written - lastBytes_, elapsed);
         lastBytes_ = written;
         lastTime_ = now;
-        return rate > 0 ? std::optional(rate) : std::nullopt;
+        return rate > BytesPerSecond() ? std::optional(rate) : std::nullopt;
     }
 
 private:

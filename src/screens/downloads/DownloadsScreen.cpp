@@ -143,9 +143,9 @@ std::vector<Label> DownloadsScreen::makeSummary() const {
              "arrow.down.circle.fill");
     addCount(list.count(Status::queued), " queued", "clock");
     addCount(list.count(Status::paused), " paused", "pause.circle.fill");
-    const ByteCount speed = manager_.totalSpeed();
-    if (speed < 1) return parts;
-    parts.push_back({"speedometer", formatByteCount(speed) + "/s"});
+    const BytesPerSecond speed = manager_.totalSpeed();
+    if (speed < BytesPerSecond(1)) return parts;
+    parts.push_back({"speedometer", formatRate(speed)});
     if (!remainingTime_.empty()) parts.push_back({"clock", remainingTime_});
     return parts;
 }

@@ -58,8 +58,8 @@ std::string bytes(const std::optional<ByteCount>& count) {
 }
 
 // Nothing while nothing moves.
-std::string speedPart(const std::optional<ByteCount>& speed) {
-    return speed.value_or(0) > 0 ? fmt::format("{}{}/s", dot, bytes(speed)) : "";
+std::string speedPart(const std::optional<BytesPerSecond>& speed) {
+    return speed > BytesPerSecond() ? fmt::format("{}{}", dot, formatRate(*speed)) : "";
 }
 
 std::string seedingDetail(const Transfer& transfer) {
@@ -68,11 +68,12 @@ std::string seedingDetail(const Transfer& transfer) {
 }
 
 // The service's numbers are taken as they come, so the sum stops at the largest.
-ByteCount totalOf(const std::vector<Transfer>& transfers, std::optional<ByteCount> Transfer::* speed) {
-    ByteCount total = 0;
+BytesPerSecond totalOf(const std::vector<Transfer>& transfers, std::optional<BytesPerSecond> Transfer::* speed) {
+    BytesPerSecond total;
     for (const Transfer& transfer : transfers) {
-        const ByteCount one = std::max<ByteCount>((transfer.*speed).value_or(0), 0);
-        total += std::min(one, std::numeric_limits<ByteCount>::max() - total);
+        const BytesPerSecond one = std::max((transfer.*speed).value_or(BytesPerSecond()), BytesPerSecond());
+        const BytesPerSecond room(std::numeric_limits<std::int64_t>::max() - total.count);
+        total = total + std::min(one, room);
     }
     return total;
 }
@@ -169,9 +170,9 @@ std::vector<Label> transferSummary(const std::vector<Transfer>& transfers) {
         const auto number = std::ranges::count(transfers, group, groupOf);
         if (number > 0) parts.push_back({symbol, fmt::format("{} {}", number, word), tint});
     };
-    const auto speed = [&](std::optional<ByteCount> Transfer::* member, std::string_view symbol) {
-        const ByteCount total = totalOf(transfers, member);
-        if (total > 0) parts.push_back({symbol, formatByteCount(total) + "/s"});
+    const auto speed = [&](std::optional<BytesPerSecond> Transfer::* member, std::string_view symbol) {
+        const BytesPerSecond total = totalOf(transfers, member);
+        if (total > BytesPerSecond()) parts.push_back({symbol, formatRate(total)});
     };
     count(TransferGroup::active, "arrow.down.circle.fill", "active", Tint::accent);
     count(TransferGroup::seeding, "arrow.up.circle.fill", "seeding", Tint::success);

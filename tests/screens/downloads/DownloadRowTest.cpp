@@ -99,7 +99,7 @@ TEST(DownloadRow, looksAsItsStatusSays) {
 
 TEST(DownloadRow, saysOnlyWhatIsKnown) {
     Download item = sample(Status::downloading);
-    item.speed = 100'000;
+    item.speed = BytesPerSecond(100'000);
     EXPECT_EQ(downloadRow(item, now).statusText(), "1.2 MB / 2 MB · 100 KB/s · 8s left");
     item.fileSize = 0;
     EXPECT_EQ(downloadRow(item, now).statusText(), "1.2 MB / 0 bytes · 100 KB/s");

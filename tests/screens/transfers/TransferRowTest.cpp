@@ -22,8 +22,8 @@ TEST(TransferRow, showsWhatItsGroupIsAbout) {
     full.downloaded = 450'000'000;
     full.uploaded = 2'000'000;
     full.percentDone = 45;
-    full.downSpeed = 2'000'000;
-    full.upSpeed = 34'000;
+    full.downSpeed = BytesPerSecond(2'000'000);
+    full.upSpeed = BytesPerSecond(34'000);
     full.currentRatio = 1.005;
     full.peersConnected = 7;
     full.errorMessage = "Tracker says no";
@@ -70,15 +70,15 @@ TEST(TransferRow, copesWithWhatTheServiceLeavesOutOrMakesUp) {
 
     Transfer wild = transfer(1, "DOWNLOADING");
     wild.percentDone = 4'000;
-    wild.downSpeed = std::numeric_limits<ByteCount>::max();
+    wild.downSpeed = BytesPerSecond(std::numeric_limits<std::int64_t>::max());
     EXPECT_EQ(transferRow(wild).progress, 1.0);
-    EXPECT_EQ(transferSummary({wild, wild}).back().text, formatByteCount(*wild.downSpeed) + "/s");
+    EXPECT_EQ(transferSummary({wild, wild}).back().text, formatRate(*wild.downSpeed));
 }
 
 TEST(TransferRow, standsInItsSection) {
     Transfer fast = transfer(6, "DOWNLOADING");
-    fast.downSpeed = 2'000'000;
-    fast.upSpeed = 1'000;
+    fast.downSpeed = BytesPerSecond(2'000'000);
+    fast.upSpeed = BytesPerSecond(1'000);
     const std::vector<Transfer> transfers{transfer(1, "COMPLETED"), transfer(2, "IN_QUEUE"), transfer(3, "STOPPING"),
                                           transfer(4, "ERROR"),     transfer(5, "ERROR"),    fast};
     std::string shown;
