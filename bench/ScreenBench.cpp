@@ -83,7 +83,7 @@ void rowThatMoves(benchmark::State& state) {
     LongQueue queue;
     const Subscription view = follow(queue.screen);
     queue.screen.appear();
-    const DownloadPointer item = queue.world.manager().downloads().items()[itemCount / 2];
+    const ConstDownloadPointer item = queue.world.manager().downloads().items()[itemCount / 2];
     for (auto _ : state) {
         if (item->status == DownloadStatus::cancelled)
             queue.world.manager().retry(item);

@@ -138,7 +138,7 @@ void SyncManager::reportDoubt(const Download& item) {
 // The previous process may have died, or restoring the queue may have closed an item, before the rule learned of it.
 void SyncManager::settleUnseen() {
     std::set<std::size_t> changed;
-    for (const DownloadPointer& item : downloadManager_->downloads().items()) {
+    for (const ConstDownloadPointer& item : downloadManager_->downloads().items()) {
         if (!item->syncRuleID || !isSettled(item->status)) continue;
         const SyncRule* rule = find(*item->syncRuleID);
         if (!rule || rule->knownFileIDs.contains(item->fileID)) continue;

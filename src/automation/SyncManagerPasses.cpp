@@ -133,7 +133,7 @@ void SyncManager::takeIn(std::size_t index, std::vector<ListedFile> listing, Ext
     for (const ListedFile& entry : listing)
         if (!rule.knownFileIDs.contains(entry.file.id)) unknown.insert(entry.file.id);
     const auto failed = downloadManager_->downloads().withStatus(Download::Status::failed);
-    const bool hasFailed = std::ranges::any_of(failed, [&](const DownloadPointer& item) {
+    const bool hasFailed = std::ranges::any_of(failed, [&](const ConstDownloadPointer& item) {
         return item->syncRuleID == rule.id && unknown.contains(item->fileID);
     });
     FileIDs inFlight = filesInFlight(rule, unknown);
@@ -192,7 +192,7 @@ SyncManager::FileIDs SyncManager::filesAskedFor(const SyncRule& rule, const File
     for (const FileID fileID : unknown) {
         const auto queued = downloadManager_->downloads().ofRule(rule.id, fileID);
         const bool isUnsettled =
-            std::ranges::any_of(queued, [](const DownloadPointer& item) { return !isSettled(item->status); });
+            std::ranges::any_of(queued, [](const ConstDownloadPointer& item) { return !isSettled(item->status); });
         if (isUnsettled || rule.pendingFileIDs.contains(fileID)) candidates.insert(fileID);
     }
     return candidates;

@@ -102,7 +102,7 @@ std::shared_ptr<const ByteBlob> sharedBookmark(const std::optional<ByteBlob>& bo
 
 }  // namespace
 
-DownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOptions& options) {
+ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOptions& options) {
     const DestinationFolder destination = resolveDestination(options.destination);
     DownloadRecord record = newRecord(file, platform_.random.makeUUID());
     record.destinationFolder = std::make_shared<const std::filesystem::path>(destination.folder);
@@ -118,7 +118,8 @@ DownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOpt
     return item;
 }
 
-Task<Result<std::vector<DownloadPointer>>> DownloadManager::enqueueFolder(FolderRequest request, std::stop_token stop) {
+Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(FolderRequest request,
+                                                                               std::stop_token stop) {
     FolderWalk walk(*service_);
     Result<std::vector<ListedFile>> files =
         co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
@@ -157,27 +158,36 @@ Task<Result<std::vector<DownloadPointer>>> DownloadManager::enqueueFolder(Folder
     scheduleSave();
     platform_.log.line("[DownloadManager] Enqueued " + std::to_string(items.size()) + " files from folder " +
                        request.name);
-    co_return items;
+    co_return std::vector<ConstDownloadPointer>(items.begin(), items.end());
 }
 
 std::unordered_set<FileID> DownloadManager::inFlightFileIDs(const UUID& rule,
                                                             const std::unordered_set<FileID>& candidates) {
     std::unordered_set<FileID> inFlight;
-    std::vector<DownloadPointer> failed;
+    std::vector<ConstDownloadPointer> failed;
     for (const FileID fileID : candidates) {
-        for (const DownloadPointer& item : list_.ofRule(rule, fileID)) {
+        for (const ConstDownloadPointer& item : list_.ofRule(rule, fileID)) {
             if (item->status == Status::failed) failed.push_back(item);
             inFlight.insert(fileID);
         }
     }
-    std::ranges::sort(failed, {}, [](const DownloadPointer& item) { return item->position; });
-    for (const DownloadPointer& item : failed) retry(item);
+    std::ranges::sort(failed, {}, [](const ConstDownloadPointer& item) { return item->position; });
+    for (const ConstDownloadPointer& item : failed) retry(item);
     return inFlight;
 }
 
 // --- Control ---
 
-void DownloadManager::pause(const DownloadPointer& item) {
+namespace {
+
+constexpr std::initializer_list<Status> finishedStatuses = {Status::completed, Status::failed, Status::cancelled,
+                                                            Status::skipped, Status::remoteDeleteFailed};
+
+}  // namespace
+
+void DownloadManager::pause(const ConstDownloadPointer& shown) {
+    const DownloadPointer item = list_.changeable(*shown);
+    if (!item) return;
     if (use_ == Use::editing) pauseAtRest(*item);
     if (item->status == Status::downloading && item->run) item->run->pause();
 }
@@ -192,8 +202,9 @@ void DownloadManager::pauseAtRest(Download& item) {
     list_.take(item, item.status == Status::queued ? StatusStep::pauseWaiting : StatusStep::pause);
 }
 
-void DownloadManager::resume(const DownloadPointer& item) {
-    if (item->status != Status::paused) return;
+void DownloadManager::resume(const ConstDownloadPointer& shown) {
+    const DownloadPointer item = list_.changeable(*shown);
+    if (!item || item->status != Status::paused) return;
     list_.take(*item, StatusStep::resume);
     processQueue();
     scheduleSave();
@@ -223,7 +234,9 @@ void DownloadManager::resumeAll() {
     scheduleSave();
 }
 
-void DownloadManager::cancel(const DownloadPointer& item) {
+void DownloadManager::cancel(const ConstDownloadPointer& shown) {
+    const DownloadPointer item = list_.changeable(*shown);
+    if (!item) return;
     abandon(item);
     processQueue();
 }
@@ -244,24 +257,27 @@ void DownloadManager::cancelAll() {
     scheduleSave();
 }
 
-void DownloadManager::remove(const DownloadPointer& item) {
+void DownloadManager::remove(const ConstDownloadPointer& shown) {
+    const DownloadPointer item = list_.changeable(*shown);
+    if (!item) return;
     abandonRun(*item);
     if (!isFinished(item->status)) settlement_.notifySyncSettled(*item);
-    const DownloadPointer removed = list_.remove(*item);  // as `item` may be what the list held
-    if (!removed) return;
-    conflicts_.dismissConflict(*removed);
-    dropArrived(*removed);
+    if (!list_.remove(*item)) return;  // whoever was told removed it
+    conflicts_.dismissConflict(*item);
+    dropArrived(*item);
     processQueue();
     scheduleSave();
 }
 
 void DownloadManager::clearFinished() {
-    for (const DownloadPointer& item : finishedDownloads()) dropArrived(*item);
+    for (const DownloadPointer& item : list_.withStatus(finishedStatuses)) dropArrived(*item);
     list_.removeFinished();
     scheduleSave();
 }
 
-void DownloadManager::retry(const DownloadPointer& item) {
+void DownloadManager::retry(const ConstDownloadPointer& shown) {
+    const DownloadPointer item = list_.changeable(*shown);
+    if (!item) return;
     abandonRun(*item);
     dropToken(*item);
     item->forgetArrival();
@@ -274,15 +290,23 @@ void DownloadManager::retry(const DownloadPointer& item) {
     scheduleSave();
 }
 
-void DownloadManager::moveUp(const DownloadPointer& item) {
+void DownloadManager::retryDelete(const ConstDownloadPointer& shown) {
+    if (const DownloadPointer item = list_.changeable(*shown)) deletion_.retryDelete(item);
+}
+
+void DownloadManager::deleteAnyway(const ConstDownloadPointer& shown) {
+    if (const DownloadPointer item = list_.changeable(*shown)) deletion_.deleteAnyway(item);
+}
+
+void DownloadManager::moveUp(const ConstDownloadPointer& item) {
     if (list_.moveUp(*item)) moved(*item);
 }
 
-void DownloadManager::moveDown(const DownloadPointer& item) {
+void DownloadManager::moveDown(const ConstDownloadPointer& item) {
     if (list_.moveDown(*item)) moved(*item);
 }
 
-void DownloadManager::moveToTop(const DownloadPointer& item) {
+void DownloadManager::moveToTop(const ConstDownloadPointer& item) {
     if (list_.moveToTop(*item)) moved(*item);
 }
 
@@ -305,16 +329,15 @@ std::size_t DownloadManager::activeCount() const {
 BytesPerSecond DownloadManager::totalSpeed() const {
     const auto running = list_.withStatus(Status::downloading);
     return std::transform_reduce(running.begin(), running.end(), BytesPerSecond(), std::plus<>(),
-                                 [](const DownloadPointer& item) { return item->speed; });
+                                 [](const ConstDownloadPointer& item) { return item->speed; });
 }
 
-std::vector<DownloadPointer> DownloadManager::activeDownloads() const {
+std::vector<ConstDownloadPointer> DownloadManager::activeDownloads() const {
     return list_.withStatus({Status::downloading, Status::deleting, Status::awaitingConflict});
 }
 
-std::vector<DownloadPointer> DownloadManager::finishedDownloads() const {
-    return list_.withStatus(
-        {Status::completed, Status::failed, Status::cancelled, Status::skipped, Status::remoteDeleteFailed});
+std::vector<ConstDownloadPointer> DownloadManager::finishedDownloads() const {
+    return list_.withStatus(finishedStatuses);
 }
 
 bool DownloadManager::hasUnfinishedWork() const {
@@ -329,7 +352,7 @@ bool DownloadManager::canRunNow() const {
 double DownloadManager::overallProgress() const {
     ByteCount received = 0;
     ByteCount total = 0;
-    for (const DownloadPointer& item : list_.items()) {
+    for (const ConstDownloadPointer& item : list_.items()) {
         if (!occupiesSlot(item->status) && item->status != Status::paused && item->status != Status::queued) continue;
         received += item->bytesDownloaded;
         total += item->expectedSize();
@@ -341,7 +364,7 @@ std::string DownloadManager::queueETAText() const {
     const BytesPerSecond speed = totalSpeed();
     if (speed <= BytesPerSecond()) return "";
     ByteCount remaining = 0;
-    for (const DownloadPointer& item : list_.items())
+    for (const ConstDownloadPointer& item : list_.items())
         if (item->status == Status::downloading || item->status == Status::queued)
             remaining += item->expectedSize() - item->bytesDownloaded;
     return remaining > 0 ? durationText(timeFor(remaining, speed).count()) : "";

@@ -74,7 +74,7 @@ public:
     };
 
     // Puts the file on top of the queue and starts it when a slot is free.
-    DownloadPointer enqueue(const PutIOFile& file, const EnqueueOptions& options);
+    ConstDownloadPointer enqueue(const PutIOFile& file, const EnqueueOptions& options);
 
     struct FolderRequest {
         FolderID folderID;
@@ -87,31 +87,31 @@ public:
 
     // Puts every file below a put.io folder on top of the queue, sub-folders kept. With deletion, put.io's folder goes
     // once the last file has arrived. The failure was reported by a diagnostic line; nothing is queued then.
-    Task<Result<std::vector<DownloadPointer>>> enqueueFolder(FolderRequest request, std::stop_token stop);
+    Task<Result<std::vector<ConstDownloadPointer>>> enqueueFolder(FolderRequest request, std::stop_token stop);
 
-    // --- Control ---
+    // --- Control. An item that has left the queue stays as it is. ---
 
     // Ends the item's transfer, if it has one, and keeps its token. Where nothing runs because the queue is only
     // edited, also an item that waits, or that was saved while it was downloading, is paused.
-    void pause(const DownloadPointer& item);
-    void resume(const DownloadPointer& item);
+    void pause(const ConstDownloadPointer& item);
+    void resume(const ConstDownloadPointer& item);
     void pauseAll();
     void resumeAll();
-    void cancel(const DownloadPointer& item);
+    void cancel(const ConstDownloadPointer& item);
     void cancelAll();
-    void remove(const DownloadPointer& item);
+    void remove(const ConstDownloadPointer& item);
     void clearFinished();
-    void retry(const DownloadPointer& item);
+    void retry(const ConstDownloadPointer& item);
 
-    void retryDelete(const DownloadPointer& item) { deletion_.retryDelete(item); }
+    void retryDelete(const ConstDownloadPointer& item);
 
     // Deletes from put.io although the item's error says what is missing here; the user has read that. Where by now
     // something else is missing, nothing is deleted and the item says so.
-    void deleteAnyway(const DownloadPointer& item) { deletion_.deleteAnyway(item); }
+    void deleteAnyway(const ConstDownloadPointer& item);
 
-    void moveUp(const DownloadPointer& item);
-    void moveDown(const DownloadPointer& item);
-    void moveToTop(const DownloadPointer& item);
+    void moveUp(const ConstDownloadPointer& item);
+    void moveDown(const ConstDownloadPointer& item);
+    void moveToTop(const ConstDownloadPointer& item);
 
     // The user's answer to `pendingConflict`.
     void resolveConflict(ConflictChoice choice, bool applyToAll) { conflicts_.resolveConflict(choice, applyToAll); }
@@ -121,7 +121,7 @@ public:
                                                              const std::unordered_set<FileID>& candidates);
 
     // Writes to the folder of a held item although another volume is expected there.
-    void useFolderAnyway(const DownloadPointer& item) { held_.useFolderAnyway(item); }
+    void useFolderAnyway(const ConstDownloadPointer& item) { held_.useFolderAnyway(item); }
 
     // The same for all, from now on.
     void useFoldersAnyway() { destinations_.acceptAny(); }
@@ -167,8 +167,8 @@ public:
 
     [[nodiscard]] std::size_t activeCount() const;
     [[nodiscard]] BytesPerSecond totalSpeed() const;
-    [[nodiscard]] std::vector<DownloadPointer> activeDownloads() const;
-    [[nodiscard]] std::vector<DownloadPointer> finishedDownloads() const;
+    [[nodiscard]] std::vector<ConstDownloadPointer> activeDownloads() const;
+    [[nodiscard]] std::vector<ConstDownloadPointer> finishedDownloads() const;
     [[nodiscard]] bool hasUnfinishedWork() const;
 
     // Whether something runs, or can without anything else than time: not while all that is queued is held.
@@ -204,7 +204,7 @@ private:
     void goOn(const DownloadPointer& item);
     void fetchAgain(const DownloadPointer& item);
     void looksEnded();
-    [[nodiscard]] DownloadPointer nextInQueue() const;
+    [[nodiscard]] DownloadPointer nextInQueue();
 
     void scheduleSave() { saves_.request(SaveSchedule::Urgency::soon); }
 

@@ -181,7 +181,7 @@ QueueSnapshot DownloadManager::makeSnapshot() const {
     snapshot.isPaused = around_.isQueuePaused;
     snapshot.bootID = bootID_;
     snapshot.downloads.reserve(list_.items().size());
-    for (const DownloadPointer& item : list_.items()) snapshot.downloads.push_back(*item);
+    for (const ConstDownloadPointer& item : list_.items()) snapshot.downloads.push_back(*item);
     snapshot.folderGroupExpectedCounts = groups_.expectedCounts();
     return snapshot;
 }

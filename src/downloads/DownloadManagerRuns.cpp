@@ -30,7 +30,7 @@ void DownloadManager::processQueue() {
 }
 
 // The uppermost candidate about whose file all is known.
-DownloadPointer DownloadManager::nextInQueue() const {
+DownloadPointer DownloadManager::nextInQueue() {
     for (const DownloadPointer& item : list_.candidates(1 + recovery_.heldCount()))
         if (!recovery_.isHeld(*item)) return item;
     return nullptr;

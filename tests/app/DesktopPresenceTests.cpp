@@ -38,7 +38,7 @@ public:
 };
 
 TEST_F(DesktopPresenceTest, staysAwakeWhileBytesMoveAndTellsTheEndOnce) {
-    const DownloadPointer item = world.enqueue(world.addFile("a.mkv", "abc"));
+    const ConstDownloadPointer item = world.enqueue(world.addFile("a.mkv", "abc"));
     world.enqueue(world.addFile("b.mkv", "abc"));
     ASSERT_TRUE(world.runUntil(item, Download::Status::downloading));
     world.loop.runUntilIdle();

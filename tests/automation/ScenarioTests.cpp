@@ -200,7 +200,7 @@ private:
         if (action < 3) return queue.resumeAll();
         if (action == 3) return queue.clearFinished();
         if (queue.downloads().items().empty()) return;
-        const DownloadPointer item = any(queue.downloads().items());
+        const ConstDownloadPointer item = any(queue.downloads().items());
         if (action == 4) {
             unwanted_.insert({*item->syncRuleID, item->fileID});
             queue.cancel(item);

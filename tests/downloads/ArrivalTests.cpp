@@ -20,24 +20,24 @@ public:
     }
 
     // Queues it and waits until the end.
-    DownloadPointer arrive(FileID file, const DownloadManager::EnqueueOptions& options = {}) {
-        DownloadPointer item = world.enqueue(file, options);
+    ConstDownloadPointer arrive(FileID file, const DownloadManager::EnqueueOptions& options = {}) {
+        ConstDownloadPointer item = world.enqueue(file, options);
         world.settle();
         return item;
     }
 
     // A file in the midst of its transfer, paused there. What it would hold in the end has the listed checksum.
-    DownloadPointer paused(const std::string& content) {
+    ConstDownloadPointer paused(const std::string& content) {
         const FileID file = world.addFile("f", content);
         world.announceChecksum(file, checksumOf(content));
         world.link(file).rate = static_cast<ByteCount>(content.size()) / 10;
         world.link(file).validator = "\"first\"";
-        DownloadPointer item = world.enqueue(file);
+        ConstDownloadPointer item = world.enqueue(file);
         pauseMidway(item);
         return item;
     }
 
-    void pauseMidway(const DownloadPointer& item) {
+    void pauseMidway(const ConstDownloadPointer& item) {
         world.loop.advance(5s);
         manager.pause(item);
         ASSERT_TRUE(world.runUntil(item, Status::paused));
@@ -101,7 +101,7 @@ TEST_F(Arriving, isProvenByWhatPutIOSaysOfIt) {
         const FileID file = world.addFile(c.what, c.content);
         if (c.size) world.announceSize(file, *c.size);
         if (c.checksum) world.announceChecksum(file, *c.checksum);
-        const DownloadPointer item = arrive(file);
+        const ConstDownloadPointer item = arrive(file);
         EXPECT_EQ(World::outcome(item), c.error.empty() ? "completed" : "completed: " + (differs + c.error));
         EXPECT_EQ(arrivalProof(*item), c.proof);
         EXPECT_EQ(item->bytesDownloaded, static_cast<ByteCount>(c.content.size()));
@@ -144,7 +144,7 @@ TEST_F(Arriving, aRetryAsksForTheRecordFirst) {
         other.kill();
         other.start();
         other.settle();
-        const DownloadPointer item = other.find(file);
+        const ConstDownloadPointer item = other.find(file);
         EXPECT_EQ(World::outcome(item), "completed");
         EXPECT_EQ(arrivalProof(*item), ArrivalProof::checksum);
         EXPECT_EQ(item->fileSize, c.listed) << "stays";
@@ -162,7 +162,7 @@ TEST_F(Arriving, aRetryAsksForTheRecordFirst) {
 TEST_F(Arriving, aRecordThatCannotBeHadFailsTheRetry) {
     const FileID file = world.addFile("f", "content");
     world.announceSize(file, 3);
-    const DownloadPointer item = arrive(file);
+    const ConstDownloadPointer item = arrive(file);
     world.refusals[file] = 1;
     manager.retry(item);
     world.settle();
@@ -173,7 +173,7 @@ TEST_F(Arriving, aRecordThatCannotBeHadFailsTheRetry) {
 // Storage machines have validators of their own for the same content.
 TEST_F(Arriving, goesOnUnderAnotherValidatorWhereAChecksumDecides) {
     const std::string content(1000, 'c');
-    const DownloadPointer item = paused(content);
+    const ConstDownloadPointer item = paused(content);
     world.link(item->fileID).validator = "\"second\"";
     manager.resume(item);
     world.settle();
@@ -190,7 +190,7 @@ TEST_F(Arriving, neverSplicesTwoFiles) {
         const FileID file = other.addFile("f", std::string(1000, 'a'));
         if (*checksum != '\0') other.announceChecksum(file, checksum);
         other.link(file).rate = 100;
-        const DownloadPointer item = other.enqueue(file);
+        const ConstDownloadPointer item = other.enqueue(file);
         other.loop.advance(5s);
         other.manager().pause(item);
         ASSERT_TRUE(other.runUntil(item, Status::paused));
@@ -203,7 +203,7 @@ TEST_F(Arriving, neverSplicesTwoFiles) {
 }
 
 TEST_F(Arriving, aChecksumThatDoesNotFitStartsTheFileOverOnce) {
-    const DownloadPointer item = paused(std::string(1000, 'a'));
+    const ConstDownloadPointer item = paused(std::string(1000, 'a'));
     const FileID file = item->fileID;
     const std::string other(1000, 'b');
     world.link(file).content = other;
@@ -234,7 +234,7 @@ TEST_F(Arriving, aChecksumThatDoesNotFitStartsTheFileOverOnce) {
 TEST_F(Arriving, whatDiffersStaysOnPutIOUntilItsRecordFits) {
     const FileID file = world.addFile("f", "content");
     world.announceSize(file, 9);
-    const DownloadPointer item = arrive(file, {.deleteAfterDownload = true});
+    const ConstDownloadPointer item = arrive(file, {.deleteAfterDownload = true});
     const std::string outcome = std::string("remoteDeleteFailed: ") + differs + "7 bytes instead of 9.";
     EXPECT_EQ(World::outcome(item), outcome);
     EXPECT_EQ(arrivalProof(*item), ArrivalProof::none);

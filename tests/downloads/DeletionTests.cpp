@@ -23,7 +23,7 @@ public:
         world.enqueueFolder(folder, true);
     }
 
-    DownloadPointer member(std::size_t index) { return world.find(members[index]); }
+    ConstDownloadPointer member(std::size_t index) { return world.find(members[index]); }
 
     // When the deletion begins.
     void spoilOnce(std::function<void()> spoil) {
@@ -66,21 +66,22 @@ TEST_F(Deleting, deletesAFolderOnceWhenAllOfItHasArrived) {
 TEST_F(Deleting, keepsAFolderOfWhichSomethingIsMissing) {
     struct Case {
         const char* what;
-        void (*spoil)(World&, const DownloadPointer&);
+        void (*spoil)(World&, const ConstDownloadPointer&);
         const char* outcome;
     };
 
     const Case cases[] = {
         {"skipped",
-         [](World& world, const DownloadPointer&) {
+         [](World& world, const ConstDownloadPointer&) {
              world.preferences.setConflictBehavior(ConflictBehavior::skip);
              world.files.put(World::downloads / "F/a", "the user's");
          },
          "skipped"},
-        {"failed", [](World& world, const DownloadPointer& item) { world.link(item->fileID).status = 410; },
+        {"failed", [](World& world, const ConstDownloadPointer& item) { world.link(item->fileID).status = 410; },
          "failed: HTTP error 410 from put.io."},
-        {"cancelled", [](World& world, const DownloadPointer& item) { world.manager().cancel(item); }, "cancelled"},
-        {"removed", [](World& world, const DownloadPointer& item) { world.manager().remove(item); }, nullptr},
+        {"cancelled", [](World& world, const ConstDownloadPointer& item) { world.manager().cancel(item); },
+         "cancelled"},
+        {"removed", [](World& world, const ConstDownloadPointer& item) { world.manager().remove(item); }, nullptr},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -90,7 +91,7 @@ TEST_F(Deleting, keepsAFolderOfWhichSomethingIsMissing) {
         const FileID b = other.addFile("b", "b", id);
         other.enqueueFolder(id, true);
         ASSERT_TRUE(other.loop.runUntil([&] { return other.find(a) != nullptr; }));
-        const DownloadPointer item = other.find(a);
+        const ConstDownloadPointer item = other.find(a);
         c.spoil(other, item);
         other.settle();
         if (c.outcome) EXPECT_EQ(World::outcome(item), c.outcome);
@@ -154,7 +155,7 @@ TEST_F(Deleting, asksAgainForAFolderWhoseDeletionFailed) {
 TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
     for (const char* account : {"ann", "bob"}) {
         World other;
-        const DownloadPointer first = other.enqueue(other.addFile("f", "f"), {.deleteAfterDownload = true});
+        const ConstDownloadPointer first = other.enqueue(other.addFile("f", "f"), {.deleteAfterDownload = true});
         ASSERT_TRUE(other.runUntil(first, Status::deleting));
         other.http.latency = 2s;  // the deletion is saved as under way
         ASSERT_TRUE(other.loop.runUntil([&] { return !other.deletions.empty(); }));
@@ -162,7 +163,7 @@ TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
         other.kill();
         other.start();
         other.account = account;
-        const DownloadPointer item = other.find(first->fileID);
+        const ConstDownloadPointer item = other.find(first->fileID);
         EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: Interrupted before put.io confirmed the deletion.");
         other.manager().retryDelete(item);
         EXPECT_FALSE(item->error);
@@ -178,11 +179,11 @@ TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
 
 TEST_F(Deleting, takesOnlyAnAnswerThatConfirms) {
     world.losesAnswer = true;
-    const DownloadPointer lost = world.enqueue(world.addFile("lost", "lost"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer lost = world.enqueue(world.addFile("lost", "lost"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(lost), "completed");  // it was looked up
     world.doesNotConfirm = true;
-    const DownloadPointer refused = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer refused = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(refused), "remoteDeleteFailed: put.io did not confirm the deletion.");
     world.doesNotConfirm = false;
@@ -254,7 +255,7 @@ TEST_F(Deleting, keepsWhatALossOfPowerWouldMakeTheQueueForget) {
     const Error full{ErrorCase::file, "The disk is full."};
     world.files.failNext("appendToFile", journal, full);
     world.files.failNext("writeFileAtomically", journal, full, 2);
-    const DownloadPointer item = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: The disk is full.");
     EXPECT_TRUE(world.deletions.empty());
@@ -321,7 +322,7 @@ TEST_F(Deleting, keepsAFolderThatHasChangedMeanwhile) {
         EXPECT_EQ(other.outcomes(), failed);
         EXPECT_TRUE(other.world.deletions.empty());
         // Only what was named is agreed to.
-        const DownloadPointer item = other.member(2);
+        const ConstDownloadPointer item = other.member(2);
         EXPECT_TRUE(item->isUnproven);
         other.world.mayLose = true;
         const std::string before = *item->error;
@@ -398,7 +399,7 @@ TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
     world.preferences.setMaxConcurrentDownloads(2);
     world.volumes.longestDelay = {};
     world.enqueue(world.addFile("g", "2"));
-    const DownloadPointer last = world.enqueue(world.addFile("f", "2"));
+    const ConstDownloadPointer last = world.enqueue(world.addFile("f", "2"));
     ASSERT_TRUE(world.loop.runUntil([&] { return manager.activeCount() == 2 && manager.pendingConflict(); }));
     world.settle();
     while (manager.pendingConflict()) {
@@ -411,7 +412,7 @@ TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
 }
 
 TEST_F(Deleting, leavesAnItemAloneThatIsFetchedAnew) {
-    const DownloadPointer item = world.enqueue(world.addFile("f", "some bytes"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "some bytes"), {.deleteAfterDownload = true});
     world.link(item->fileID).rate = 10;
     ASSERT_TRUE(world.runUntil(item, Status::deleting));
     world.http.latency = 2s;
@@ -433,7 +434,7 @@ TEST_F(Deleting, saysThatNobodyIsSignedIn) {
     world.kill();
     DownloadManager bare(world.platform(), world.transfers);
     bare.restoreQueue();
-    const DownloadPointer item = bare.downloads().items()[0];
+    const ConstDownloadPointer item = bare.downloads().items()[0];
     bare.retryDelete(item);
     EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: Not signed in to put.io.");
 }

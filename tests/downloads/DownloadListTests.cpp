@@ -49,7 +49,7 @@ public:
         }
     }
 
-    void check() const {
+    void check() {
         ASSERT_TRUE(std::ranges::equal(list_.items(), naive_));
         for (std::size_t i = 0; i < downloadStatusCount; ++i) {
             const auto status = static_cast<DownloadStatus>(i);
@@ -63,7 +63,7 @@ public:
         for (const DownloadPointer& item : gone_) ASSERT_EQ(list_.find(item->id), nullptr);
         for (const UUID& rule : groups_) {
             for (const FileID fileID : {FileID(0), FileID(1), FileID(2)}) {
-                const auto isItsFile = [&](const DownloadPointer& item) {
+                const auto isItsFile = [&](const ConstDownloadPointer& item) {
                     return item->syncRuleID == rule && item->fileID == fileID;
                 };
                 auto found = list_.ofRule(rule, fileID);
@@ -77,7 +77,7 @@ public:
 private:
     std::size_t roll(std::size_t sides) { return dice_() % sides; }
 
-    void checkHolds() const {
+    void checkHolds() {
         const auto those = [this](const auto& condition) {
             std::vector<DownloadPointer> found;
             std::ranges::copy_if(naive_, std::back_inserter(found), condition);

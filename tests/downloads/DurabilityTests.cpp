@@ -23,8 +23,8 @@ public:
     }
 
     // One whose end the queue file has, and perhaps not yet the disk.
-    DownloadPointer arrived(const std::string& name, const std::string& content = "some bytes") {
-        const DownloadPointer item = world.enqueue(world.addFile(name, content));
+    ConstDownloadPointer arrived(const std::string& name, const std::string& content = "some bytes") {
+        const ConstDownloadPointer item = world.enqueue(world.addFile(name, content));
         EXPECT_TRUE(world.runUntil(item, Status::completed));
         world.manager().saveNow();
         return item;
@@ -51,9 +51,9 @@ private:
 
 TEST_F(Durable, takesTheFilesOfTwoSecondsToTheDiskTogether) {
     const World::Path journal = World::data / "placements.journal";
-    const DownloadPointer first = arrived("a");
+    const ConstDownloadPointer first = arrived("a");
     world.loop.advance(500ms);
-    const DownloadPointer second = arrived("b");
+    const ConstDownloadPointer second = arrived("b");
     EXPECT_FALSE(isOnDisk("a") || first->durable);
     world.loop.advance(1600ms);
     EXPECT_TRUE(isOnDisk("a") && isOnDisk("b"));
@@ -81,12 +81,12 @@ TEST_F(Durable, waitsForNobodyWhoWaits) {
 
 TEST_F(Durable, isHeldUpByItsOwnVolumeOnly) {
     world.files.addVolume("/mnt/slow");
-    const DownloadPointer slow =
+    const ConstDownloadPointer slow =
         world.enqueue(world.addFile("slow", "x"), {.destination = DestinationFolder{"/mnt/slow", std::nullopt}});
     ASSERT_TRUE(world.runUntil(slow, Status::completed));
     const std::string lane = "volume " + std::to_string(world.files.identity("/mnt/slow")->volume);
     world.volumes.hang(lane + " sync");
-    const DownloadPointer other = arrived("other");
+    const ConstDownloadPointer other = arrived("other");
     world.loop.advance(3s);
     EXPECT_EQ(other->durable, true);
     EXPECT_FALSE(slow->durable);
@@ -100,7 +100,7 @@ TEST_F(Durable, isHeldUpByItsOwnVolumeOnly) {
 // A disk that has refused once says yes the next time, although the bytes are lost.
 TEST_F(Durable, isNotSaidOfAFileThatTheDiskHasRefused) {
     world.files.failNext("makeDurable", World::downloads / "a", {ErrorCase::file, "Cannot save a: bad disk."});
-    const DownloadPointer item = arrived("a");
+    const ConstDownloadPointer item = arrived("a");
     const Result<void> secured = secure();
     ASSERT_FALSE(secured);
     EXPECT_EQ(secured.error().description, "Cannot save a: bad disk.");
@@ -117,7 +117,7 @@ TEST_F(Durable, isNotSaidOfAFileThatTheDiskHasRefused) {
     EXPECT_EQ(world.transfersOf(item->fileID), 2U);
 
     world.files.failNext("makeDurable", World::downloads / "b", {ErrorCase::file, "Cannot save b: bad disk."});
-    const DownloadPointer deleted = world.enqueue(world.addFile("b", "b"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer deleted = world.enqueue(world.addFile("b", "b"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(deleted),
               "remoteDeleteFailed: The disk has refused to keep \"b\". Nothing was deleted from put.io.");
@@ -141,7 +141,7 @@ TEST_F(Durable, whatTheMachineHasLostIsFetchedAgain) {
             SCOPED_TRACE(c.what);
             World other;
             other.preferences.setConflictBehavior(ConflictBehavior::keepBoth);
-            const DownloadPointer item = other.enqueue(other.addFile("a", "some bytes"));
+            const ConstDownloadPointer item = other.enqueue(other.addFile("a", "some bytes"));
             ASSERT_TRUE(other.runUntil(item, Status::completed));
             if (isPaused) other.manager().pauseAll();
             other.manager().saveNow();
@@ -149,7 +149,7 @@ TEST_F(Durable, whatTheMachineHasLostIsFetchedAgain) {
             if (c.left) other.files.put(World::downloads / "a", *c.left);
             other.start();
             other.settle();
-            const DownloadPointer found = other.find(item->fileID);
+            const ConstDownloadPointer found = other.find(item->fileID);
             if (isPaused && c.isFetchedAgain) {
                 EXPECT_EQ(World::outcome(found), "paused");
                 continue;
@@ -165,10 +165,10 @@ TEST_F(Durable, whatTheMachineHasLostIsFetchedAgain) {
 }
 
 TEST_F(Durable, whatTheUserHasTakenAwayIsNotFetchedAgain) {
-    const DownloadPointer soon = arrived("soon");
+    const ConstDownloadPointer soon = arrived("soon");
     ASSERT_TRUE(world.files.removeItem(World::downloads / "soon"));  // before it was durable
     world.takenAway = {World::downloads / "soon", World::downloads / "later"};
-    const DownloadPointer later = arrived("later");
+    const ConstDownloadPointer later = arrived("later");
     world.settle();
     ASSERT_TRUE(world.files.removeItem(World::downloads / "later"));
     world.losePower();
@@ -179,7 +179,7 @@ TEST_F(Durable, whatTheUserHasTakenAwayIsNotFetchedAgain) {
     world.kill();
     world.start();
     world.settle();
-    for (const DownloadPointer& item : world.manager().downloads().items()) {
+    for (const ConstDownloadPointer& item : world.manager().downloads().items()) {
         EXPECT_EQ(World::outcome(item), "completed");
         EXPECT_EQ(world.transfersOf(item->fileID), 1U);
     }
@@ -216,7 +216,7 @@ TEST_F(Durable, aFolderThatHangsHoldsUpTheStartOfItsOwnItemsOnly) {
     const FileID placed = world.addFile("placed", "placed bytes");
     const FileID completed = world.addFile("completed", "completed bytes");
     ASSERT_TRUE(world.runUntil(world.enqueue(completed, there), Status::completed));
-    const DownloadPointer last = world.enqueue(placed, there);
+    const ConstDownloadPointer last = world.enqueue(placed, there);
     world.manager().saveNow();
     ASSERT_TRUE(world.runUntil(last, Status::completed));  // which only the journal knows
     world.kill();

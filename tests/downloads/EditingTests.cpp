@@ -44,7 +44,7 @@ public:
 
     [[nodiscard]] std::vector<Status> statuses() const {
         std::vector<Status> all;
-        for (const DownloadPointer& item : editor_->downloads().items()) all.push_back(item->status);
+        for (const ConstDownloadPointer& item : editor_->downloads().items()) all.push_back(item->status);
         return all;
     }
 
@@ -66,7 +66,7 @@ TEST_F(Editing, leavesAllButTheQueueFileToTheNextProcess) {
     world.enqueue(world.addFile("taken", "new"));
     const FileID slow = world.addFile("slow", std::string(1000, 'x'));
     world.link(slow).rate = 100;
-    const DownloadPointer item = world.enqueue(slow);
+    const ConstDownloadPointer item = world.enqueue(slow);
     world.loop.advance(5s);
     world.manager().pause(item);
     world.loop.advance(1s);
@@ -97,11 +97,11 @@ TEST_F(Editing, leavesAllButTheQueueFileToTheNextProcess) {
 
 TEST_F(Editing, changesOnlyWhatIsInAStateForIt) {
     DownloadManager& editor = open(oneOfEach);
-    for (const DownloadPointer& item : editor.downloads().items()) editor.pause(item);
+    for (const ConstDownloadPointer& item : editor.downloads().items()) editor.pause(item);
     EXPECT_THAT(statuses(), ElementsAre(paused, paused, awaitingConflict, paused, completed, failed, cancelled, skipped,
                                         deleting, remoteDeleteFailed));
     EXPECT_FALSE(editor.isPaused()) << "single items do not pause the queue";
-    for (const DownloadPointer& item : editor.downloads().items()) editor.resume(item);
+    for (const ConstDownloadPointer& item : editor.downloads().items()) editor.resume(item);
     EXPECT_THAT(statuses(), ElementsAre(queued, queued, awaitingConflict, queued, completed, failed, cancelled, skipped,
                                         deleting, remoteDeleteFailed));
     editor.cancelAll();
@@ -116,7 +116,7 @@ TEST_F(Editing, changesOnlyWhatIsInAStateForIt) {
 TEST_F(Editing, keepsProgressOnlyWithAToken) {
     DownloadManager& editor = open({downloading, downloading});
     const auto items = editor.downloads().withStatus(downloading);
-    items[0]->resumeData = "token";
+    changeable(items[0]).resumeData = "token";
     editor.pauseAll();
     EXPECT_TRUE(editor.isPaused());
     EXPECT_EQ(items[0]->bytesDownloaded, 5);

@@ -16,24 +16,24 @@ class Holding : public testing::Test {
 public:
     Holding() { world.files.addVolume(archive); }
 
-    DownloadPointer enqueue(const std::string& name, std::size_t size, const Path& folder) {
+    ConstDownloadPointer enqueue(const std::string& name, std::size_t size, const Path& folder) {
         return world.enqueue(world.addFile(name, std::string(size, 'x')),
                              {.destination = DestinationFolder{folder, std::nullopt}});
     }
 
     // So many bytes in so many seconds.
-    DownloadPointer enqueueSlow(const std::string& name, std::size_t size, int seconds, const Path& folder) {
+    ConstDownloadPointer enqueueSlow(const std::string& name, std::size_t size, int seconds, const Path& folder) {
         const FileID file = world.addFile(name, std::string(size, 'x'));
         world.link(file).rate = static_cast<ByteCount>(size) / seconds;
         return world.enqueue(file, {.destination = DestinationFolder{folder, std::nullopt}});
     }
 
     // The status, and what a queued one waits for.
-    static std::string state(const DownloadPointer& item) {
+    static std::string state(const ConstDownloadPointer& item) {
         return item->hold ? World::outcome(item) + ": " + item->hold->text : World::outcome(item);
     }
 
-    void expectArrived(const DownloadPointer& item) {
+    void expectArrived(const ConstDownloadPointer& item) {
         EXPECT_TRUE(world.runUntil(item, Status::completed)) << state(item);
         EXPECT_EQ(world.files.content(*item->destinationFolder / item->fileName), world.contentOf(item->fileID));
         EXPECT_FALSE(item->hold);
@@ -47,9 +47,9 @@ public:
 TEST_F(Holding, waitsForRoomWhileTheOthersGoOn) {
     world.files.setCapacity(archive, 2000);
     world.preferences.setMaxConcurrentDownloads(1);
-    const DownloadPointer other = enqueue("other", 500, World::downloads);
-    const DownloadPointer small = enqueue("small", 1000, archive);
-    const DownloadPointer large = enqueue("large", 2000, archive);
+    const ConstDownloadPointer other = enqueue("other", 500, World::downloads);
+    const ConstDownloadPointer small = enqueue("small", 1000, archive);
+    const ConstDownloadPointer large = enqueue("large", 2000, archive);
     world.loop.advance(3s);
     EXPECT_EQ(state(large), "queued: Waiting for 2 KB on Archive");  // 1980 are for downloads
     EXPECT_EQ(state(small), "completed");
@@ -67,10 +67,10 @@ TEST_F(Holding, waitsForRoomWhileTheOthersGoOn) {
 
 TEST_F(Holding, leavesEachThatRunsTheRoomThatItStillNeeds) {
     world.files.setCapacity(archive, 2500);
-    const DownloadPointer first = enqueueSlow("first", 1000, 10, archive);
-    const DownloadPointer second = enqueueSlow("second", 1000, 100, archive);
-    const DownloadPointer third = enqueueSlow("third", 1000, 10, archive);
-    const DownloadPointer tiny = enqueue("tiny", 400, archive);
+    const ConstDownloadPointer first = enqueueSlow("first", 1000, 10, archive);
+    const ConstDownloadPointer second = enqueueSlow("second", 1000, 100, archive);
+    const ConstDownloadPointer third = enqueueSlow("third", 1000, 10, archive);
+    const ConstDownloadPointer tiny = enqueue("tiny", 400, archive);
     world.loop.advance(5s);
     EXPECT_EQ(state(third), "queued: Waiting for 1 KB on Archive");
     EXPECT_EQ(state(tiny), "completed");
@@ -84,8 +84,8 @@ TEST_F(Holding, leavesEachThatRunsTheRoomThatItStillNeeds) {
 }
 
 TEST_F(Holding, keepsTheBytesOfATransferWhoseDiskFillsUp) {
-    const DownloadPointer item = enqueueSlow("movie", 100'000, 10, World::downloads);
-    const DownloadPointer other = enqueue("other", 500, archive);
+    const ConstDownloadPointer item = enqueueSlow("movie", 100'000, 10, World::downloads);
+    const ConstDownloadPointer other = enqueue("other", 500, archive);
     world.loop.advance(5s);
     world.files.setCapacity("/", 60'000);
     world.loop.advance(3s);
@@ -99,14 +99,14 @@ TEST_F(Holding, keepsTheBytesOfATransferWhoseDiskFillsUp) {
     manager.saveNow();
     world.kill();
     world.start();
-    const DownloadPointer again = world.find(item->fileID);
+    const ConstDownloadPointer again = world.find(item->fileID);
     expectArrived(again);
     EXPECT_EQ(world.storage.resumed, 1);
 }
 
 TEST_F(Holding, doesNotAskAgainAndAgainForRoomThatTheDiskOnlyClaimsToHave) {
     world.files.failNext("writeAt", {}, {ErrorCase::diskFull, "Your share is used up."}, 1000);
-    const DownloadPointer item = enqueue("f", 100, World::downloads);
+    const ConstDownloadPointer item = enqueue("f", 100, World::downloads);
     world.files.setCapacity("/", 1'000'000);
     world.loop.advance(1min);
     EXPECT_EQ(state(item), "queued: Waiting for 100 bytes on /");
@@ -120,10 +120,10 @@ TEST_F(Holding, waitsForNamesAndFoldersThatCanBe) {
     world.files.setLongestName(archive, 60);
     world.files.put(archive / "closed" / "x", "");
     world.files.setReadOnly(archive / "closed", true);
-    const DownloadPointer named = enqueue(std::string(61, 'n'), 1, archive);
-    const DownloadPointer below = enqueue("f", 1, archive / std::string(62, 'f') / "g");
-    const DownloadPointer closed = enqueue("f", 1, archive / "closed" / "new");
-    const DownloadPointer fine = enqueue(std::string(60, 'n'), 1, archive / std::string(60, 'f'));
+    const ConstDownloadPointer named = enqueue(std::string(61, 'n'), 1, archive);
+    const ConstDownloadPointer below = enqueue("f", 1, archive / std::string(62, 'f') / "g");
+    const ConstDownloadPointer closed = enqueue("f", 1, archive / "closed" / "new");
+    const ConstDownloadPointer fine = enqueue(std::string(60, 'n'), 1, archive / std::string(60, 'f'));
     world.loop.advance(20s);
     EXPECT_EQ(state(named), "queued: Waiting: its name has 61 bytes, Archive allows 60");
     EXPECT_EQ(state(below), "queued: Waiting: its name has 62 bytes, Archive allows 60");
@@ -151,14 +151,14 @@ TEST_F(Holding, createsNothingBeneathAMountPointWhoseVolumeIsAway) {
             world.start();
         }
         for (const Path& folder : {archive / "Films", archive / "Series"}) {
-            const DownloadPointer item = world.enqueue(world.addFile("f", "f"), {.destination = {{folder, {}}}});
+            const ConstDownloadPointer item = world.enqueue(world.addFile("f", "f"), {.destination = {{folder, {}}}});
             world.loop.advance(20s);
             EXPECT_EQ(state(item), "queued: Waiting for Archive: /mnt/Archive is on / now");
             world.manager().remove(item);
         }
         EXPECT_TRUE(world.files.files(archive).empty());
     }
-    const DownloadPointer item = world.enqueue(world.addFile("f", "f"), {.destination = {{archive, {}}}});
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "f"), {.destination = {{archive, {}}}});
     world.loop.advance(20s);
     world.files.mount(archive);
     expectArrived(item);
@@ -166,7 +166,7 @@ TEST_F(Holding, createsNothingBeneathAMountPointWhoseVolumeIsAway) {
 }
 
 TEST_F(Holding, keepsAFileWhoseDiskGoesAwayBeforeItIsPlaced) {
-    const DownloadPointer item = enqueueSlow("movie", 1000, 10, archive / "Films");
+    const ConstDownloadPointer item = enqueueSlow("movie", 1000, 10, archive / "Films");
     world.loop.advance(5s);
     world.files.unmount(archive);
     world.loop.advance(20s);
@@ -181,7 +181,7 @@ TEST_F(Holding, keepsAFileWhoseDiskGoesAwayBeforeItIsPlaced) {
 TEST_F(Holding, keepsAFileThatADiskTakesNoMore) {
     world.files.setCapacity(archive, 1'000'000);
     world.files.failNext("moveItem", archive / "movie", {ErrorCase::diskFull, "The disk is full."});
-    const DownloadPointer item = enqueue("movie", 1000, archive);
+    const ConstDownloadPointer item = enqueue("movie", 1000, archive);
     world.loop.advance(3s);
     EXPECT_EQ(state(item), "queued: Waiting for room on Archive");
     EXPECT_TRUE(item->receivedFile);
@@ -258,24 +258,24 @@ TEST_F(Holding, isToldToWhoeverReadsTheQueueFile) {
 TEST_F(Holding, usesAFolderOnAnotherVolumeWhenTheUserSaysSo) {
     expectArrived(enqueue("first", 10, archive));
     world.files.unmount(archive);
-    const DownloadPointer item = enqueue("f", 1, archive);
-    const DownloadPointer second = enqueue("g", 1, archive / "below");
+    const ConstDownloadPointer item = enqueue("f", 1, archive);
+    const ConstDownloadPointer second = enqueue("g", 1, archive / "below");
     world.loop.advance(1s);
     ASSERT_TRUE(item->hold);
     manager.useFolderAnyway(item);
     expectArrived(item);
     expectArrived(second);
     world.files.mount(archive);  // now this is the other one
-    const DownloadPointer third = enqueue("h", 1, archive);
+    const ConstDownloadPointer third = enqueue("h", 1, archive);
     world.loop.advance(1s);
     EXPECT_EQ(state(third), "queued: Waiting for /: /mnt/Archive is on Archive now");
 }
 
 TEST_F(Holding, letsGoWhatTheUserTakesAway) {
     world.files.setCapacity(archive, 100);
-    const DownloadPointer removed = enqueue("removed", 200, archive);
-    const DownloadPointer cancelled = enqueue("cancelled", 200, archive);
-    const DownloadPointer paused = enqueue("paused", 200, archive);
+    const ConstDownloadPointer removed = enqueue("removed", 200, archive);
+    const ConstDownloadPointer cancelled = enqueue("cancelled", 200, archive);
+    const ConstDownloadPointer paused = enqueue("paused", 200, archive);
     world.loop.advance(1s);
     EXPECT_EQ(manager.downloads().heldCount(), 3U);
     manager.remove(removed);
@@ -313,8 +313,8 @@ TEST_F(Holding, holdsALongQueueAtOnce) {
 TEST_F(Holding, startsNothingWhileNobodyIsSignedIn) {
     world.preferences.setMaxConcurrentDownloads(1);
     world.http.handler = [](const HTTPRequest&) { return HTTPResponse{401, ""}; };
-    const DownloadPointer later = enqueue("later", 1, archive);
-    const DownloadPointer refused = enqueue("refused", 1, archive);
+    const ConstDownloadPointer later = enqueue("later", 1, archive);
+    const ConstDownloadPointer refused = enqueue("refused", 1, archive);
     world.loop.advance(1min);
     EXPECT_EQ(state(later), "failed: Not authenticated. Please sign in again.");
     EXPECT_EQ(state(refused), "queued");

@@ -47,7 +47,7 @@ TEST_F(Persistence, gathersChangesIntoOneWrite) {
     world.volumes.longestDelay = 0ms;
     world.settle();
     std::size_t before = writes();
-    const DownloadPointer item = world.enqueue(world.addFile("f", std::string(1000, 'x')));
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", std::string(1000, 'x')));
     world.link(item->fileID).rate = 20;  // takes 50 seconds
     world.loop.advance(50ms);
     world.enqueue(world.addFile("g", "g"));
@@ -128,7 +128,7 @@ TEST_F(Persistence, forgetsFinishedItemsAfterThirtyDays) {
     restart(snapshot);
     const auto names = [&] {
         std::string text;
-        for (const DownloadPointer& item : manager().downloads().items()) text += item->fileName + " ";
+        for (const ConstDownloadPointer& item : manager().downloads().items()) text += item->fileName + " ";
         return text;
     };
     EXPECT_EQ(names(), kept);
@@ -213,7 +213,7 @@ TEST_F(Persistence, keepsAnUnreadableQueueAside) {
 TEST_F(Persistence, removesWhatNobodyNames) {
     const FileID file = world.addFile("f", std::string(1000, 'x'));
     world.link(file).rate = 100;
-    const DownloadPointer item = world.enqueue(file);
+    const ConstDownloadPointer item = world.enqueue(file);
     world.loop.advance(5s);
     manager().pause(item);
     world.settle();

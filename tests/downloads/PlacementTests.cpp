@@ -29,7 +29,7 @@ TEST(Destination, numbersATakenName) {
 class Placing : public testing::Test {
 public:
     // A file whose name is taken by the user's.
-    DownloadPointer conflicting(const std::string& name) {
+    ConstDownloadPointer conflicting(const std::string& name) {
         world.files.put(World::downloads / name, "old");
         return world.enqueue(world.addFile(name, "new " + name));
     }
@@ -60,7 +60,7 @@ TEST_F(Placing, followsThePreferenceForATakenName) {
         other.preferences.setConflictBehavior(c.behavior);
         other.files.put(World::downloads / "R.pdf", "old");
         other.files.put(World::downloads / "R (1).pdf", "older");
-        const DownloadPointer item = other.enqueue(other.addFile("R.pdf", "new R.pdf"));
+        const ConstDownloadPointer item = other.enqueue(other.addFile("R.pdf", "new R.pdf"));
         other.settle();
         EXPECT_EQ(World::outcome(item), c.outcome);
         EXPECT_EQ(other.tree(), c.tree);
@@ -73,10 +73,10 @@ TEST_F(Placing, answersAllConflictsAtOnce) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
     world.preferences.setMaxConcurrentDownloads(9);
     world.volumes.longestDelay = {};  // they arrive in the order in which they start
-    const DownloadPointer first = conflicting("1");
-    const DownloadPointer second = conflicting("2");
-    const DownloadPointer third = conflicting("3");
-    const DownloadPointer fourth = conflicting("4");
+    const ConstDownloadPointer first = conflicting("1");
+    const ConstDownloadPointer second = conflicting("2");
+    const ConstDownloadPointer third = conflicting("3");
+    const ConstDownloadPointer fourth = conflicting("4");
     world.link(fourth->fileID).rate = 1;  // still on its way
     ASSERT_TRUE(world.runUntil(third, Status::awaitingConflict));
     EXPECT_EQ(shown(), "1");
@@ -86,13 +86,13 @@ TEST_F(Placing, answersAllConflictsAtOnce) {
     EXPECT_EQ(shown(), "3");
     manager.resolveConflict(ConflictChoice::keepBoth, true);
     EXPECT_EQ(shown(), "");
-    const DownloadPointer later = conflicting("5");
+    const ConstDownloadPointer later = conflicting("5");
     world.settle();
     EXPECT_EQ(shown(), "5");  // queued after the answer
     EXPECT_EQ(world.tree(), "1=old 2=old 2 (1)=new 2 3=old 3 (1)=new 3 4=old 4 (1)=new 4 5=old");
     manager.cancel(later);
     EXPECT_EQ(shown(), "");
-    const DownloadPointer last = conflicting("6");
+    const ConstDownloadPointer last = conflicting("6");
     world.settle();
     EXPECT_EQ(World::outcome(first) + " " + World::outcome(last), "skipped awaitingConflict");
     EXPECT_EQ(world.files.files(World::staging).size(), 1U);
@@ -100,9 +100,9 @@ TEST_F(Placing, answersAllConflictsAtOnce) {
 
 TEST_F(Placing, withdrawsTheConflictOfAnItemThatGoes) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
-    const DownloadPointer first = conflicting("1");
-    const DownloadPointer second = conflicting("2");
-    const DownloadPointer third = conflicting("3");
+    const ConstDownloadPointer first = conflicting("1");
+    const ConstDownloadPointer second = conflicting("2");
+    const ConstDownloadPointer third = conflicting("3");
     ASSERT_TRUE(world.runUntil(third, Status::awaitingConflict));
     manager.remove(second);
     EXPECT_EQ(shown(), "1");
@@ -166,7 +166,7 @@ TEST_F(Placing, takesAccessForEachStepAndNoLonger) {
 
 TEST_F(Placing, keepsOutOfItsOwnData) {
     for (const World::Path& folder : {World::data, World::data / "Staging/deep", World::Path("/data")}) {
-        const DownloadPointer item =
+        const ConstDownloadPointer item =
             world.enqueue(world.addFile("Tovri", "x"), {.destination = DestinationFolder{folder, {}}});
         world.settle();
         EXPECT_EQ(World::outcome(item), "failed: \"" + (folder / "Tovri").native() +
@@ -199,7 +199,7 @@ TEST_F(Placing, failsWithTheReasonOfTheDisk) {
         SCOPED_TRACE(c.what);
         World other;
         c.arrange(other.files);
-        const DownloadPointer item =
+        const ConstDownloadPointer item =
             other.enqueue(other.addFile("f", std::string(100, 'x')), {.deleteAfterDownload = true});
         ASSERT_TRUE(other.runUntil(item, Status::failed));
         EXPECT_THAT(World::outcome(item), testing::HasSubstr(c.reason));
@@ -218,7 +218,7 @@ TEST_F(Placing, failsWithTheReasonOfTheDisk) {
 TEST_F(Placing, deletesNothingWhoseSizeIsNotTheAnnouncedOne) {
     const FileID file = world.addFile("f", "short");
     world.announceSize(file, 6);
-    const DownloadPointer deleting = world.enqueue(file, {.deleteAfterDownload = true});
+    const ConstDownloadPointer deleting = world.enqueue(file, {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(deleting),
               "remoteDeleteFailed: Arrived, but differs from put.io's record: 5 bytes instead of 6.");

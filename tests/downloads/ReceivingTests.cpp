@@ -24,13 +24,13 @@ public:
         world.files.put(usb / "Shows/already there", "x");
     }
 
-    DownloadPointer enqueueTo(const Path& folder, const std::string& name, std::string content) {
+    ConstDownloadPointer enqueueTo(const Path& folder, const std::string& name, std::string content) {
         return world.enqueue(world.addFile(name, std::move(content)), {.destination = DestinationFolder{folder, {}}});
     }
 
     // One that takes half a minute.
-    DownloadPointer enqueueSlowly(const Path& folder, const std::string& name) {
-        const DownloadPointer item = enqueueTo(folder, name, std::string(3000, 'x'));
+    ConstDownloadPointer enqueueSlowly(const Path& folder, const std::string& name) {
+        const ConstDownloadPointer item = enqueueTo(folder, name, std::string(3000, 'x'));
         world.link(item->fileID).rate = 100;
         return item;
     }
@@ -72,7 +72,7 @@ public:
 
 TEST_F(Receiving, writesBytesOnceOnTheDestinationsOwnVolume) {
     world.files.setCapacity("/", 20'000);  // of the data folder's disk: enough for the queue alone
-    const DownloadPointer item = enqueueTo(usb / "Shows/new/deep", "film", std::string(30'000, 'x'));
+    const ConstDownloadPointer item = enqueueTo(usb / "Shows/new/deep", "film", std::string(30'000, 'x'));
     world.link(item->fileID).rate = 10'000;
     world.loop.advance(1500ms);
     const auto folders = receivingFolders(usb / "Shows");
@@ -166,7 +166,7 @@ TEST_F(Receiving, goesOnInNoFolderThatItDoesNotKnow) {
     const UUID name = world.random.makeUUID();
     const Path secret = "/home/user/Documents" / Path(name.text());
     world.files.put(secret, "somebody's own bytes");
-    const DownloadPointer item = enqueueSlowly(World::downloads, "file");
+    const ConstDownloadPointer item = enqueueSlowly(World::downloads, "file");
     ASSERT_TRUE(world.runUntil(item, Status::downloading));
     world.loop.advance(1s);
     world.manager().pause(item);
@@ -175,7 +175,7 @@ TEST_F(Receiving, goesOnInNoFolderThatItDoesNotKnow) {
     point.partial = name;
     point.offset = 5;
     point.folder = secret.parent_path();
-    item->resumeData = point.encoded();
+    changeable(item).resumeData = point.encoded();
     world.manager().resume(item);
     world.settle();
     EXPECT_EQ(World::outcome(item), "completed");
@@ -190,9 +190,9 @@ public:
     Keeping() { world.preferences.setConflictBehavior(ConflictBehavior::ask); }
 
     // A file that has arrived and cannot be placed.
-    DownloadPointer unplaced(const std::string& name) {
+    ConstDownloadPointer unplaced(const std::string& name) {
         world.files.failNext("moveItem", World::downloads / name, {ErrorCase::file, "The disk is broken."});
-        const DownloadPointer item = enqueueTo(World::downloads, name, "content of " + name);
+        const ConstDownloadPointer item = enqueueTo(World::downloads, name, "content of " + name);
         world.settle();
         EXPECT_EQ(World::outcome(item), "failed: The disk is broken.");
         EXPECT_FALSE(item->resumeData || item->stagedURL || item->resolvedURL);
@@ -201,7 +201,7 @@ public:
         return item;
     }
 
-    void expectPlaced(const DownloadPointer& item) {
+    void expectPlaced(const ConstDownloadPointer& item) {
         EXPECT_EQ(World::outcome(item), "completed");
         EXPECT_EQ(world.files.content(World::downloads / item->fileName), world.contentOf(item->fileID));
         EXPECT_EQ(world.transfersOf(item->fileID), 1U);
@@ -210,7 +210,7 @@ public:
 };
 
 TEST_F(Keeping, fetchesNothingAgainForARetry) {
-    const DownloadPointer item = unplaced("f");
+    const ConstDownloadPointer item = unplaced("f");
     for (int i = 0; i < 3; ++i) {
         world.files.failNext("moveItem", World::downloads / "f", {ErrorCase::file, "The disk is broken."});
         world.manager().retry(item);
@@ -238,14 +238,16 @@ TEST_F(Keeping, findsTheFileInTheNextProcess) {
 }
 
 TEST_F(Keeping, givesTheFileToAnotherItemOfTheSameFile) {
-    const DownloadPointer item = unplaced("f");
+    const ConstDownloadPointer item = unplaced("f");
     world.announceSize(item->fileID, 4);
     world.link(item->fileID).content = "new!";
-    const DownloadPointer changed = world.enqueue(item->fileID, {.destination = DestinationFolder{"/home/new", {}}});
+    const ConstDownloadPointer changed =
+        world.enqueue(item->fileID, {.destination = DestinationFolder{"/home/new", {}}});
     world.settle();
     EXPECT_EQ(world.files.content("/home/new/f"), "new!");  // it is not the same any more
     world.announceSize(item->fileID, item->fileSize);
-    const DownloadPointer other = world.enqueue(item->fileID, {.destination = DestinationFolder{"/home/same", {}}});
+    const ConstDownloadPointer other =
+        world.enqueue(item->fileID, {.destination = DestinationFolder{"/home/same", {}}});
     world.settle();
     EXPECT_EQ(world.files.content("/home/same/f"), "content of f");
     EXPECT_EQ(world.transfersOf(item->fileID), 2U);
@@ -255,8 +257,8 @@ TEST_F(Keeping, givesTheFileToAnotherItemOfTheSameFile) {
 TEST_F(Keeping, keepsOneOfTwo) {
     world.preferences.setMaxConcurrentDownloads(2);
     world.files.failNext("moveItem", {}, {ErrorCase::file, "The disk is broken."}, 2);
-    const DownloadPointer first = enqueueTo(World::downloads, "f", "content of f");
-    const DownloadPointer second = world.enqueue(first->fileID);
+    const ConstDownloadPointer first = enqueueTo(World::downloads, "f", "content of f");
+    const ConstDownloadPointer second = world.enqueue(first->fileID);
     world.settle();
     EXPECT_EQ(World::outcome(first) + " " + World::outcome(second),
               "failed: The disk is broken. failed: The disk is broken.");
@@ -264,10 +266,10 @@ TEST_F(Keeping, keepsOneOfTwo) {
 }
 
 TEST_F(Keeping, removesTheFileWithItsItem) {
-    const std::function<void(const DownloadPointer&)> ways[] = {
-        [&](const DownloadPointer& item) { world.manager().remove(item); },
-        [&](const DownloadPointer& item) { world.manager().cancel(item); },
-        [&](const DownloadPointer&) { world.manager().clearFinished(); },
+    const std::function<void(const ConstDownloadPointer&)> ways[] = {
+        [&](const ConstDownloadPointer& item) { world.manager().remove(item); },
+        [&](const ConstDownloadPointer& item) { world.manager().cancel(item); },
+        [&](const ConstDownloadPointer&) { world.manager().clearFinished(); },
     };
     for (const auto& way : ways) {
         way(unplaced("f"));
@@ -277,7 +279,7 @@ TEST_F(Keeping, removesTheFileWithItsItem) {
 }
 
 TEST_F(Keeping, fetchesAgainWhatWasLostOrChanged) {
-    const DownloadPointer lost = unplaced("lost");
+    const ConstDownloadPointer lost = unplaced("lost");
     EXPECT_TRUE(world.files.removeItem(world.files.files(World::partials).begin()->first));
     world.manager().retry(lost);
     world.settle();
@@ -290,7 +292,7 @@ TEST_F(Keeping, fetchesNothingAgainAfterAQuitDuringThePlacement) {
     for (const bool isKilled : {false, true}) {
         World other;
         const FileID file = other.addFile("f", "content of f");
-        DownloadPointer item = other.enqueue(file);
+        ConstDownloadPointer item = other.enqueue(file);
         ASSERT_TRUE(other.loop.runUntil([&] { return item->receivedFile != nullptr; }));
         const std::string lane = "volume " + std::to_string(other.files.identity("/")->volume);
         other.volumes.hang(lane);
@@ -317,7 +319,7 @@ TEST_F(Keeping, fetchesNothingAgainAfterAQuitDuringThePlacement) {
 
 // Its bytes need not have reached the disk with their length.
 TEST_F(Keeping, placesNothingThatAPowerLossHasDamaged) {
-    const DownloadPointer item = enqueueTo(World::downloads, "f", "content of f");
+    const ConstDownloadPointer item = enqueueTo(World::downloads, "f", "content of f");
     ASSERT_TRUE(world.loop.runUntil([&] { return item->receivedFile != nullptr; }));
     const std::string lane = laneOf("/");
     world.volumes.hang(lane);
@@ -334,7 +336,7 @@ TEST_F(Keeping, placesNothingThatAPowerLossHasDamaged) {
 TEST_F(Keeping, keepsTheFileWhenItCannotBeStaged) {
     world.files.put(World::downloads / "f", "old");
     world.files.failNext("createDirectories", World::staging, {ErrorCase::file, "The data disk is full."});
-    const DownloadPointer item = enqueueTo(World::downloads, "f", "content of f");
+    const ConstDownloadPointer item = enqueueTo(World::downloads, "f", "content of f");
     world.settle();
     EXPECT_EQ(World::outcome(item), "failed: \"f\" cannot be set aside until you decide: The data disk is full.");
     EXPECT_TRUE(world.files.removeItem(World::staging));
@@ -359,7 +361,7 @@ TEST_F(Keeping, resolvesConflictsThatOneAnswerCoversInTheirOrder) {
     world.volumes.longestDelay = {};
     world.files.put(usb / "f", "old");
     for (const char* content : {"first", "second", "third", "fourth"}) {
-        const DownloadPointer item = enqueueTo(usb, "f", content);
+        const ConstDownloadPointer item = enqueueTo(usb, "f", content);
         ASSERT_TRUE(world.runUntil(item, Status::awaitingConflict));
     }
     world.volumes.longestDelay = 50ms;
@@ -374,7 +376,7 @@ TEST_F(Keeping, resolvesConflictsThatOneAnswerCoversInTheirOrder) {
 }
 
 TEST_F(Keeping, showsNoSpeedWhileAFileIsPlaced) {
-    const DownloadPointer item = enqueueSlowly(usb, "f");
+    const ConstDownloadPointer item = enqueueSlowly(usb, "f");
     ASSERT_TRUE(world.loop.runUntil([&] { return item->speed > BytesPerSecond(); }));
     std::optional<BytesPerSecond> told;
     world.watch = [&](DownloadManager&, const QueueChange& change) {

@@ -30,7 +30,7 @@ public:
         manager().saveNow();
         pausing_ = loop.schedule(std::chrono::milliseconds(2700), [this] {
             if (!isRunning()) return;
-            if (const DownloadPointer item = manager().downloads().find(paused_)) manager().pause(item);
+            if (const ConstDownloadPointer item = manager().downloads().find(paused_)) manager().pause(item);
         });
     }
 
@@ -58,7 +58,7 @@ public:
         EXPECT_TRUE(files.files(partials).empty());
         for (const auto& [path, content] : files.files("/home"))
             EXPECT_EQ(path.native().find(".tovri-"), std::string::npos) << path;
-        for (const DownloadPointer& item : manager().downloads().items()) {
+        for (const ConstDownloadPointer& item : manager().downloads().items()) {
             const bool mayAsk = item->status == Download::Status::remoteDeleteFailed;
             EXPECT_TRUE(item->status == Download::Status::completed || mayAsk)
                 << item->fileName << " " << outcome(item);
@@ -112,7 +112,7 @@ void checkTree(Journey& journey) {
 void checkDeleted(Journey& journey) {
     EXPECT_EQ(journey.files.content(World::downloads / "moved"), "deleted afterwards");
     EXPECT_EQ(journey.files.content(World::downloads / "F/G/two"), "22");
-    for (const DownloadPointer& item : journey.manager().downloads().items())
+    for (const ConstDownloadPointer& item : journey.manager().downloads().items())
         EXPECT_NE(rawValue(item->status), "failed") << item->fileName << " " << World::outcome(item);
 }
 
@@ -133,7 +133,7 @@ TEST(Recovery, takesNoFileForArrivedThatLostItsBytes) {
     World world;
     const FileID lost = world.addFile("lost", "all of the bytes");
     world.files.put(World::downloads / "other", "the user's");
-    const DownloadPointer arriving = world.enqueue(lost);
+    const ConstDownloadPointer arriving = world.enqueue(lost);
     world.manager().saveNow();
     ASSERT_TRUE(world.runUntil(arriving, Download::Status::completed));
     for (const World::Path& path : {World::downloads / "other", World::data / "placements.journal"})
@@ -142,7 +142,7 @@ TEST(Recovery, takesNoFileForArrivedThatLostItsBytes) {
     ASSERT_EQ(world.files.content(World::downloads / "lost"), "");
     world.start();
     world.settle();
-    const DownloadPointer item = world.find(lost);
+    const ConstDownloadPointer item = world.find(lost);
     EXPECT_EQ(World::outcome(item), "completed");
     EXPECT_EQ(world.files.content(*item->resolvedURL), "all of the bytes");
 }
@@ -152,7 +152,7 @@ TEST(Recovery, losesNeitherTheOldNorTheNewFileWhenThePowerGoes) {
     World world;
     world.preferences.setConflictBehavior(ConflictBehavior::replace);
     world.files.put(World::downloads / "f", "the only copy");
-    const DownloadPointer item = world.enqueue(world.addFile("f", "the next one"));
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "the next one"));
     ASSERT_TRUE(world.runUntil(item, Download::Status::completed));
     world.enqueue(world.addFile("g", "g"), {.deleteAfterDownload = true});  // takes the folder to the disk
     world.settle();

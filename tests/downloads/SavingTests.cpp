@@ -37,7 +37,7 @@ public:
 
     [[nodiscard]] DownloadManager& manager() { return world.manager(); }
 
-    DownloadPointer enqueue(const std::string& name) {
+    ConstDownloadPointer enqueue(const std::string& name) {
         return world.enqueue(world.addFile(name, "content of " + name));
     }
 
@@ -163,7 +163,7 @@ TEST_F(Saving, aLongQueueIsWrittenAtTwoMebibytesASecond) {
 }
 
 TEST_F(Saving, aShortQueueIsWrittenWhenATransferHasEnded) {
-    const DownloadPointer item = enqueue("f");
+    const ConstDownloadPointer item = enqueue("f");
     manager().saveNow();
     ASSERT_TRUE(world.runUntil(item, Status::completed));
     world.loop.advance(410ms);
@@ -197,7 +197,7 @@ TEST_F(Saving, aLongQueueLosesNothingOfWhatItHasNotWritten) {
 }
 
 TEST_F(Saving, theJournalForgetsNothingThatCouldNotBeWritten) {
-    const DownloadPointer item = enqueue("f");
+    const ConstDownloadPointer item = enqueue("f");
     ASSERT_TRUE(manager().saveNow());
     world.files.failNext("writeFileAtomically", World::queueFile, {ErrorCase::file, "The disk is full."}, 3);
     ASSERT_TRUE(world.runUntil(item, Status::completed));
@@ -218,7 +218,7 @@ TEST_F(Saving, theJournalKeepsAFileWhileItIsMadeDurable) {
         World other;
         other.preferences.setConflictBehavior(ConflictBehavior::keepBoth);
         other.volumes.longestDelay = 1s;
-        const DownloadPointer item = other.enqueue(other.addFile("f", "new"), {.deleteAfterDownload = true});
+        const ConstDownloadPointer item = other.enqueue(other.addFile("f", "new"), {.deleteAfterDownload = true});
         ASSERT_TRUE(other.manager().saveNow());
         other.loop.advance(moment);
         if (item->status == Status::completed) break;

@@ -74,7 +74,7 @@ private:
         world_.files.put(World::downloads / name, "the user's " + name);
     }
 
-    DownloadPointer any() {
+    ConstDownloadPointer any() {
         const ItemOrder& items = world_.manager().downloads().items();
         return items.empty() ? nullptr : items[roll(items.size())];
     }
@@ -95,12 +95,12 @@ private:
             (roll(2) == 0) ? queue.clearFinished() : queue.cancelAll();
         } else if (action == 9 || action == 10) {
             endProcess();
-        } else if (const DownloadPointer item = any()) {
+        } else if (const ConstDownloadPointer item = any()) {
             control(queue, item);
         }
     }
 
-    void control(DownloadManager& queue, const DownloadPointer& item) {
+    void control(DownloadManager& queue, const ConstDownloadPointer& item) {
         switch (roll(9)) {
             case 0:
             case 1:
@@ -134,7 +134,7 @@ private:
     void meddle(DownloadManager& queue) {
         if (!hasMeddler_ || isMeddling_ || roll(30) > 0) return;
         isMeddling_ = true;
-        if (const DownloadPointer item = any()) control(queue, item);
+        if (const ConstDownloadPointer item = any()) control(queue, item);
         isMeddling_ = false;
     }
 
@@ -162,7 +162,7 @@ private:
                 answer();
                 world_.settle();
             }
-            for (const DownloadPointer& item : world_.manager().downloads().withStatus(Status::failed))
+            for (const ConstDownloadPointer& item : world_.manager().downloads().withStatus(Status::failed))
                 if (item->fileName != "bad/name") world_.manager().retry(item);
         }
         world_.settle();
@@ -186,7 +186,7 @@ private:
         EXPECT_LE(world_.storage.highestRunning, limit_);
         EXPECT_TRUE(world_.files.files(World::staging).empty());
         std::size_t tokens = 0;
-        for (const DownloadPointer& item : world_.manager().downloads().items()) {
+        for (const ConstDownloadPointer& item : world_.manager().downloads().items()) {
             SCOPED_TRACE(item->fileName + " " + World::outcome(item));
             if (item->resumeData || item->receivedFile) ++tokens;
             EXPECT_TRUE(isFinished(item->status));

@@ -20,8 +20,8 @@ public:
     }
 
     // In the midst of its transfer.
-    DownloadPointer running(const std::string& name) {
-        const DownloadPointer item = world.enqueue(slowFile(name));
+    ConstDownloadPointer running(const std::string& name) {
+        const ConstDownloadPointer item = world.enqueue(slowFile(name));
         world.loop.advance(5s);
         EXPECT_GT(item->bytesDownloaded, 0);
         return item;
@@ -29,12 +29,12 @@ public:
 
     [[nodiscard]] std::string statuses() {
         std::string text;
-        for (const DownloadPointer& item : world.manager().downloads().items())
+        for (const ConstDownloadPointer& item : world.manager().downloads().items())
             text += item->fileName + ":" + std::string(rawValue(item->status)) + " ";
         return text;
     }
 
-    void expectArrived(const DownloadPointer& item) {
+    void expectArrived(const ConstDownloadPointer& item) {
         world.settle();
         EXPECT_EQ(World::outcome(item), "completed");
         EXPECT_EQ(world.files.content(World::downloads / item->fileName), world.contentOf(item->fileID));
@@ -67,19 +67,19 @@ TEST_F(Scheduling, countsConflictsButNotDeletionsAsSlots) {
     world.preferences.setMaxConcurrentDownloads(2);
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
     world.files.put(World::downloads / "taken", "old");
-    const DownloadPointer asking = world.enqueue(world.addFile("taken", "new"));
-    const DownloadPointer deleting = world.enqueue(world.addFile("x", "x"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer asking = world.enqueue(world.addFile("taken", "new"));
+    const ConstDownloadPointer deleting = world.enqueue(world.addFile("x", "x"), {.deleteAfterDownload = true});
     ASSERT_TRUE(world.runUntil(asking, Status::awaitingConflict));
     ASSERT_TRUE(world.runUntil(deleting, Status::deleting));
-    const DownloadPointer third = world.enqueue(slowFile("third"));
-    const DownloadPointer fourth = world.enqueue(slowFile("fourth"));
+    const ConstDownloadPointer third = world.enqueue(slowFile("third"));
+    const ConstDownloadPointer fourth = world.enqueue(slowFile("fourth"));
     EXPECT_EQ(statuses(), "fourth:queued third:downloading x:deleting taken:awaitingConflict ");
     EXPECT_EQ(manager.activeCount(), 2U);
     EXPECT_EQ(manager.activeDownloads().size(), 3U);
 }
 
 TEST_F(Scheduling, goesOnAtTheSameByteAfterAPause) {
-    const DownloadPointer item = running("movie");
+    const ConstDownloadPointer item = running("movie");
     manager.pause(item);
     manager.pause(item);
     world.loop.advance(10ms);
@@ -96,7 +96,7 @@ TEST_F(Scheduling, goesOnAtTheSameByteAfterAPause) {
 }
 
 TEST_F(Scheduling, startsOverWhenAResumedTransferFails) {
-    const DownloadPointer item = running("movie");
+    const ConstDownloadPointer item = running("movie");
     world.link(item->fileID).refusedResumes = 1;
     manager.pauseAll();
     world.loop.runUntilIdle();
@@ -112,7 +112,7 @@ TEST_F(Scheduling, startsOverWhenAResumedTransferFails) {
 TEST_F(Scheduling, keepsTheTokenOfABrokenTransferUntilARetry) {
     const FileID file = slowFile("movie");
     world.link(file).breaks = {{.at = 300}};
-    const DownloadPointer item = world.enqueue(file);
+    const ConstDownloadPointer item = world.enqueue(file);
     world.settle();
     EXPECT_EQ(World::outcome(item), "failed: The connection broke.");
     EXPECT_TRUE(item->resumeData && item->completedAt);
@@ -132,7 +132,7 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
 
     struct Case {
         const char* control;
-        void (*act)(DownloadManager&, const DownloadPointer&);
+        void (*act)(DownloadManager&, const ConstDownloadPointer&);
         const char* expected;
     };
 
@@ -173,7 +173,7 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
                 other.preferences.setConflictBehavior(ConflictBehavior::ask);
                 other.files.put(World::downloads / "f", "the user's");
             }
-            const DownloadPointer item = other.enqueue(file);
+            const ConstDownloadPointer item = other.enqueue(file);
             if (moment == Moment::lookUp) other.loop.advance(10ms);
             if (moment == Moment::transfer || moment == Moment::pausing || moment == Moment::paused)
                 other.loop.advance(500ms);
@@ -211,19 +211,19 @@ TEST_F(Scheduling, controlsWorkAtAnyMoment) {
 TEST_F(Scheduling, losesNothingOfWhatIsAskedForWhileItPauses) {
     world.volumes.longestDelay = 200ms;
     const auto pausing = [this](const std::string& name) {
-        const DownloadPointer item = running(name);
+        const ConstDownloadPointer item = running(name);
         world.loop.advance(500ms);
         manager.pause(item);
         return item;
     };
 
-    const DownloadPointer twice = pausing("twice");
+    const ConstDownloadPointer twice = pausing("twice");
     manager.pause(twice);
     world.loop.advance(1s);
     EXPECT_EQ(World::outcome(twice), "paused");
     EXPECT_TRUE(twice->resumeData);
 
-    const DownloadPointer resumed = pausing("resumed");
+    const ConstDownloadPointer resumed = pausing("resumed");
     manager.resumeAll();
     world.loop.advance(2s);
     EXPECT_EQ(World::outcome(resumed), "downloading");
@@ -238,7 +238,7 @@ TEST_F(Scheduling, losesNothingOfWhatIsAskedForWhileItPauses) {
 }
 
 TEST_F(Scheduling, givesUpTheStartWhoseLinkComesTooLate) {
-    const DownloadPointer item = world.enqueue(slowFile("movie"));
+    const ConstDownloadPointer item = world.enqueue(slowFile("movie"));
     manager.pause(item);  // no transfer yet: nothing happens
     EXPECT_EQ(World::outcome(item), "downloading");
     manager.pauseAll();
@@ -255,8 +255,8 @@ TEST_F(Scheduling, givesUpTheStartWhoseLinkComesTooLate) {
 TEST_F(Scheduling, failsWithTheReasonOfTheService) {
     const FileID file = slowFile("refused");
     world.refusals[file] = 1;
-    const DownloadPointer refused = world.enqueue(file);
-    const DownloadPointer missing = world.enqueue(slowFile("missing"));
+    const ConstDownloadPointer refused = world.enqueue(file);
+    const ConstDownloadPointer missing = world.enqueue(slowFile("missing"));
     world.link(missing->fileID).status = 404;
     world.settle();
     EXPECT_EQ(World::outcome(refused), "failed: HTTP error 500 from put.io.");
@@ -316,7 +316,7 @@ TEST_F(Scheduling, neverLeavesTheDestinationByAName) {
     world.settle();
     EXPECT_EQ(world.tree(), "F/ -rf\n\\ ~=fine F/...=fine F/..x/ends.=fine");
     for (const auto& [path, content] : world.files.files("/")) EXPECT_NE(content, "bad") << path;
-    for (const DownloadPointer& item : manager.downloads().items())
+    for (const ConstDownloadPointer& item : manager.downloads().items())
         if (item->status != Status::completed)
             EXPECT_THAT(World::outcome(item),
                         testing::AllOf(testing::StartsWith("failed: "), testing::HasSubstr("put.io")))
@@ -352,7 +352,7 @@ TEST_F(Scheduling, tellsTheRuleWhenAFileHasSettled) {
 TEST_F(Scheduling, measuresSpeedEveryHalfSecond) {
     const FileID file = world.addFile("f", std::string(10'000, 'x'));
     world.link(file).rate = 1000;
-    const DownloadPointer item = world.enqueue(file);
+    const ConstDownloadPointer item = world.enqueue(file);
     world.loop.advance(300ms);
     EXPECT_EQ(item->speedText(), "");
     world.loop.advance(3700ms);
@@ -367,14 +367,14 @@ TEST_F(Scheduling, measuresSpeedEveryHalfSecond) {
 
 TEST_F(Scheduling, suspendsWithTokensAndGoesOnInTheNextProcess) {
     world.preferences.setMaxConcurrentDownloads(3);
-    const DownloadPointer paused = running("paused");
+    const ConstDownloadPointer paused = running("paused");
     manager.pause(paused);
-    const DownloadPointer active = running("active");
+    const ConstDownloadPointer active = running("active");
     world.preferences.setConflictBehavior(ConflictBehavior::ask);  // nobody answers any more
     world.files.put(World::downloads / "placing", "the user's");
-    const DownloadPointer placing = world.enqueue(world.addFile("placing", "p"));
+    const ConstDownloadPointer placing = world.enqueue(world.addFile("placing", "p"));
     world.loop.advance(100ms);
-    const DownloadPointer lookUp = world.enqueue(slowFile("lookUp"));
+    const ConstDownloadPointer lookUp = world.enqueue(slowFile("lookUp"));
     bool isDone = false;
     manager.suspend([&] { isDone = true; });
     world.enqueue(slowFile("later"));
@@ -389,7 +389,7 @@ TEST_F(Scheduling, suspendsWithTokensAndGoesOnInTheNextProcess) {
     world.settle();
     world.manager().resolveConflict(ConflictChoice::keepBoth, false);
     world.settle();
-    for (const DownloadPointer& item : world.manager().downloads().items())
+    for (const ConstDownloadPointer& item : world.manager().downloads().items())
         EXPECT_EQ(World::outcome(item), item->fileName == "paused" ? "paused" : "completed");
     EXPECT_EQ(world.storage.resumed, 1);
 }

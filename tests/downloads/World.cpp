@@ -22,7 +22,7 @@ std::string jsonText(const std::string& text) {
     return json + "\"";
 }
 
-Task<> ignoreOutcome(Task<Result<std::vector<DownloadPointer>>> task) {
+Task<> ignoreOutcome(Task<Result<std::vector<ConstDownloadPointer>>> task) {
     (void)co_await std::move(task);
 }
 
@@ -210,7 +210,7 @@ PutIOFile World::record(FileID file) const {
     return result;
 }
 
-DownloadPointer World::enqueue(FileID file, const DownloadManager::EnqueueOptions& options) {
+ConstDownloadPointer World::enqueue(FileID file, const DownloadManager::EnqueueOptions& options) {
     return manager_->enqueue(record(file), options);
 }
 
@@ -227,13 +227,13 @@ void World::settle() {
     EXPECT_TRUE(loop.runUntil([this] { return loop.isIdle(); }));
 }
 
-bool World::runUntil(const DownloadPointer& item, Download::Status status) {
+bool World::runUntil(const ConstDownloadPointer& item, Download::Status status) {
     return loop.runUntil([&] { return item->status == status; }, std::chrono::minutes(1));
 }
 
 // --- what can be seen ---
 
-std::string World::outcome(const DownloadPointer& item) {
+std::string World::outcome(const ConstDownloadPointer& item) {
     const std::string status(rawValue(item->status));
     return item->error ? status + ": " + *item->error : status;
 }
@@ -247,9 +247,9 @@ std::string World::tree() {
     return text;
 }
 
-DownloadPointer World::find(FileID file) {
+ConstDownloadPointer World::find(FileID file) {
     const ItemOrder& items = manager_->downloads().items();
-    const auto found = std::ranges::find(items, file, [](const DownloadPointer& item) { return item->fileID; });
+    const auto found = std::ranges::find(items, file, [](const ConstDownloadPointer& item) { return item->fileID; });
     return found == items.end() ? nullptr : *found;
 }
 

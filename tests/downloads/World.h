@@ -28,6 +28,11 @@ public:
     void line(std::string_view text) override;
 };
 
+// To put an item into a state to which no step leads.
+[[nodiscard]] inline Download& changeable(const ConstDownloadPointer& item) {
+    return *std::const_pointer_cast<Download>(item);
+}
+
 // A put.io account and the one machine that downloads from it. The account outlives the machine's processes, and fails
 // the test when something is deleted from it that a loss of power could still take from the machine.
 class World {
@@ -91,7 +96,7 @@ public:
 
     // --- what a user does ---
 
-    DownloadPointer enqueue(FileID file, const DownloadManager::EnqueueOptions& options = {});
+    ConstDownloadPointer enqueue(FileID file, const DownloadManager::EnqueueOptions& options = {});
     void enqueueFolder(FolderID folder, bool deletes);
 
     void signIn() { (void)auth_.signInWithToken("secret"); }
@@ -104,17 +109,17 @@ public:
     void settle();
 
     // Runs until the item has the status.
-    [[nodiscard]] bool runUntil(const DownloadPointer& item, Download::Status status);
+    [[nodiscard]] bool runUntil(const ConstDownloadPointer& item, Download::Status status);
 
     // --- what can be seen ---
 
     // "completed", and what went wrong after a colon.
-    [[nodiscard]] static std::string outcome(const DownloadPointer& item);
+    [[nodiscard]] static std::string outcome(const ConstDownloadPointer& item);
 
     // "name=content name=content", below the download folder.
     [[nodiscard]] std::string tree();
 
-    [[nodiscard]] DownloadPointer find(FileID file);
+    [[nodiscard]] ConstDownloadPointer find(FileID file);
     [[nodiscard]] std::size_t transfersOf(FileID file) const;
 
     [[nodiscard]] const std::string& contentOf(FileID file) const { return remote_.at(file).content; }

@@ -15,7 +15,7 @@ Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
     queue.openForEditing();
     queue.setOnSyncFileSettled(
         [&rules = context_.app.syncManager()](const UUID& rule, FileID fileID) { rules.fileSettled(rule, fileID); });
-    const Result<std::vector<DownloadPointer>> selected = selectedItems();
+    const Result<std::vector<ConstDownloadPointer>> selected = selectedItems();
     if (!selected) {
         context_.complain(selected.error());
         co_return ExitCode::failure;
@@ -26,13 +26,13 @@ Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
     co_return ExitCode::success;
 }
 
-Result<std::vector<DownloadPointer>> ControlCommand::selectedItems() const {
+Result<std::vector<ConstDownloadPointer>> ControlCommand::selectedItems() const {
     const DownloadList& list = context_.app.downloadManager().downloads();
     std::vector<UUID> ids;
-    for (const DownloadPointer& item : list.items()) ids.push_back(item->id);
+    for (const ConstDownloadPointer& item : list.items()) ids.push_back(item->id);
     Result<std::vector<UUID>> selected = selectItems(context_.invocation.operands, ids);
     if (!selected) return failure(selected);
-    std::vector<DownloadPointer> items;
+    std::vector<ConstDownloadPointer> items;
     for (const UUID& id : *selected) items.push_back(list.find(id));
     return items;
 }
@@ -53,21 +53,21 @@ std::size_t ControlCommand::changeQueue() {
         case CommandName::cancel:
             return changed(Status::cancelled, &DownloadManager::cancelAll);
         default:
-            const std::vector<DownloadPointer> finished = queue.finishedDownloads();
-            for (const DownloadPointer& item : finished) settle(*item);
+            const std::vector<ConstDownloadPointer> finished = queue.finishedDownloads();
+            for (const ConstDownloadPointer& item : finished) settle(*item);
             queue.clearFinished();
             return finished.size();
     }
 }
 
-std::size_t ControlCommand::changeItems(const std::vector<DownloadPointer>& items) {
+std::size_t ControlCommand::changeItems(const std::vector<ConstDownloadPointer>& items) {
     DownloadManager& queue = context_.app.downloadManager();
     if (context_.invocation.command == CommandName::top) {
-        for (const DownloadPointer& item : items | std::views::reverse) queue.moveToTop(item);
+        for (const ConstDownloadPointer& item : items | std::views::reverse) queue.moveToTop(item);
         return items.size();
     }
     std::size_t count = 0;
-    for (const DownloadPointer& item : items) {
+    for (const ConstDownloadPointer& item : items) {
         const Status before = item->status;
         change(item);
         if (item->status != before || !queue.downloads().contains(*item)) ++count;
@@ -75,7 +75,7 @@ std::size_t ControlCommand::changeItems(const std::vector<DownloadPointer>& item
     return count;
 }
 
-void ControlCommand::change(const DownloadPointer& item) {
+void ControlCommand::change(const ConstDownloadPointer& item) {
     DownloadManager& queue = context_.app.downloadManager();
     switch (context_.invocation.command) {
         case CommandName::pause:

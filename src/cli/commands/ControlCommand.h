@@ -13,10 +13,10 @@ public:
     Task<ExitCode> run(std::stop_token stop) override;
 
 private:
-    [[nodiscard]] Result<std::vector<DownloadPointer>> selectedItems() const;
+    [[nodiscard]] Result<std::vector<ConstDownloadPointer>> selectedItems() const;
     [[nodiscard]] std::size_t changeQueue();
-    [[nodiscard]] std::size_t changeItems(const std::vector<DownloadPointer>& items);
-    void change(const DownloadPointer& item);
+    [[nodiscard]] std::size_t changeItems(const std::vector<ConstDownloadPointer>& items);
+    void change(const ConstDownloadPointer& item);
     void settle(const Download& item);
     [[nodiscard]] bool hasSaved();
     void tell(std::size_t count) const;

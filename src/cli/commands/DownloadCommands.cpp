@@ -56,7 +56,7 @@ std::string GetCommand::objection() {
 // Whoever repeats a command that was interrupted wants it to go on, not its files a second time.
 bool GetCommand::isQueuedAlready(const PutIOFile& file, bool deletes) {
     const std::filesystem::path folder = destination().folder;
-    const auto item = std::ranges::find_if(unfinished_, [&](const DownloadPointer& each) {
+    const auto item = std::ranges::find_if(unfinished_, [&](const ConstDownloadPointer& each) {
         return each->fileID == file.id && *each->destinationFolder == folder;
     });
     if (item == unfinished_.end()) return false;
@@ -79,7 +79,7 @@ void GetCommand::tellDeletion(const std::string& name, bool deletes) {
 
 bool GetCommand::hasUnfinishedBelow(const std::filesystem::path& folder) const {
     const std::string below = folder.native() + "/";
-    return std::ranges::any_of(unfinished_, [&](const DownloadPointer& item) {
+    return std::ranges::any_of(unfinished_, [&](const ConstDownloadPointer& item) {
         const std::string& each = item->destinationFolder->native();
         return each == folder.native() || each.starts_with(below);
     });
@@ -105,11 +105,11 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     std::set<std::pair<FileID, std::filesystem::path>> unfinished;
     std::set<std::pair<FileID, std::filesystem::path>> known;
     std::set<std::pair<FileID, std::filesystem::path>> otherwise;  // queued with the opposite of what is asked
-    for (const DownloadPointer& item : unfinished_) {
+    for (const ConstDownloadPointer& item : unfinished_) {
         unfinished.emplace(item->fileID, *item->destinationFolder);
         if (isDeletedLater(*item) != deletes) otherwise.emplace(item->fileID, *item->destinationFolder);
     }
-    for (const DownloadPointer& item : downloads.downloads().items())
+    for (const ConstDownloadPointer& item : downloads.downloads().items())
         known.emplace(item->fileID, *item->destinationFolder);
     const bool differs = std::ranges::any_of(
         *listed, [&](const ListedFile& each) { return otherwise.contains({each.file.id, each.folder}); });
@@ -173,7 +173,7 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
     }
     std::optional<Error> cut;
     request.onCut = [&cut](const Error& reason) { cut = reason; };
-    Result<std::vector<DownloadPointer>> queued =
+    Result<std::vector<ConstDownloadPointer>> queued =
         co_await running().downloads().enqueueFolder(std::move(request), stop);
     if (!queued) co_return failure(queued);
     if (cut) co_return failure(std::move(*cut));
@@ -200,20 +200,20 @@ std::string RetryCommand::objection() {
 
 Task<void> RetryCommand::prepare(std::stop_token /*stop*/) {
     const DownloadList& list = running().downloads().downloads();
-    std::vector<DownloadPointer> wanted;
+    std::vector<ConstDownloadPointer> wanted;
     for (const UUID& id : items_) wanted.push_back(list.find(id));
     if (items_.empty())
-        for (const DownloadPointer& item :
+        for (const ConstDownloadPointer& item :
              list.withStatus({Status::failed, Status::completed, Status::remoteDeleteFailed}))
             if (item->status != Status::completed || item->isDoubtful()) wanted.push_back(item);
-    for (const DownloadPointer& item : wanted)
+    for (const ConstDownloadPointer& item : wanted)
         if (item) retry(item);
     // Should the process die before the next save, what was placed till then would be fetched anew at the next retry.
     running().downloads().saveNow();
     co_return;
 }
 
-void RetryCommand::deleteAnyway(const DownloadPointer& item) {
+void RetryCommand::deleteAnyway(const ConstDownloadPointer& item) {
     context().terminal.message(fmt::format("{}: {} {} from put.io anyway.", printable(item->fileName),
                                            printable(item->error.value_or("")),
                                            item->folderDeleteID ? "Deleting its whole folder" : "Deleting it"));
@@ -221,7 +221,7 @@ void RetryCommand::deleteAnyway(const DownloadPointer& item) {
 }
 
 // A download that runs, or stands on the disk, is not begun anew.
-void RetryCommand::retry(const DownloadPointer& item) {
+void RetryCommand::retry(const ConstDownloadPointer& item) {
     DownloadManager& downloads = running().downloads();
     if (item->status == Status::remoteDeleteFailed && item->isUnproven && context().invocation.has("--anyway"))
         deleteAnyway(item);

@@ -53,7 +53,7 @@ private:
     void tellDeletion(const std::string& name, bool deletes);
 
     RemoteTree tree_;
-    std::vector<DownloadPointer> unfinished_;  // what the saved queue still had to bring at the start
+    std::vector<ConstDownloadPointer> unfinished_;  // what the saved queue still had to bring at the start
 };
 
 class RunCommand final : public DownloadCommand {
@@ -71,8 +71,8 @@ public:
 private:
     [[nodiscard]] std::string objection() override;
     Task<void> prepare(std::stop_token stop) override;
-    void retry(const DownloadPointer& item);
-    void deleteAnyway(const DownloadPointer& item);
+    void retry(const ConstDownloadPointer& item);
+    void deleteAnyway(const ConstDownloadPointer& item);
 
     std::vector<UUID> items_;  // those that were named
 };

@@ -165,7 +165,7 @@ void DownloadRun::tellHeld() {
     if (isGivingUp_) return;
     const DownloadList& list = downloads_.downloads();
     std::size_t told = 0;
-    for (const DownloadPointer& item : list.items()) {
+    for (const ConstDownloadPointer& item : list.items()) {
         if (!item->hold) continue;
         if (++told > most) break;
         const bool isElsewhere = item->hold->reason == Hold::Reason::volume;

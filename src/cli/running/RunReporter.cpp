@@ -42,7 +42,7 @@ public:
         timer_ = view_.loop.schedule(std::chrono::seconds(1), [this] {
             timer_.reset();
             if (view_.terminal.isBehind()) return;
-            for (const DownloadPointer& item : view_.downloads.downloads().withStatus(Status::downloading))
+            for (const ConstDownloadPointer& item : view_.downloads.downloads().withStatus(Status::downloading))
                 print(progressJSON(*item));
         });
     }
@@ -55,7 +55,7 @@ public:
 private:
     // Many items came; those that were there before are not told again.
     void tellQueued() {
-        for (const DownloadPointer& item : view_.downloads.downloads().items())
+        for (const ConstDownloadPointer& item : view_.downloads.downloads().items())
             if (!isFinished(item->status) && queued_.insert(item->id).second)
                 print(eventJSON({QueueChange::Kind::inserted, item}));
     }
@@ -108,7 +108,7 @@ private:
 
     [[nodiscard]] ProgressPicture picture() const {
         ProgressPicture result;
-        for (const DownloadPointer& item : view_.downloads.activeDownloads()) result.rows.push_back(row(*item));
+        for (const ConstDownloadPointer& item : view_.downloads.activeDownloads()) result.rows.push_back(row(*item));
         const DownloadList& list = view_.downloads.downloads();
         for (const std::string& what : list.holds()) result.rows.push_back(heldRow(list, what));
         const RunTally& tally = view_.tally;
@@ -127,7 +127,7 @@ private:
 
     // One for all that wait for the same.
     static ProgressRow heldRow(const DownloadList& list, const std::string& what) {
-        const DownloadPointer first = list.firstHeldFor(what);
+        const ConstDownloadPointer first = list.firstHeldFor(what);
         const std::size_t count = list.heldCount(what);
         ProgressRow row;
         row.name = printable(first->fileName);

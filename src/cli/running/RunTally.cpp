@@ -43,14 +43,14 @@ std::size_t RunTally::unfinished() const {
 
 ByteCount RunTally::runningBytes() const {
     ByteCount bytes = 0;
-    for (const DownloadPointer& item : downloads_.downloads().withStatus(Status::downloading))
+    for (const ConstDownloadPointer& item : downloads_.downloads().withStatus(Status::downloading))
         bytes += item->bytesDownloaded;
     return bytes;
 }
 
 void RunTally::recount() {
     unfinishedBytes_ = 0;
-    for (const DownloadPointer& item : downloads_.downloads().items())
+    for (const ConstDownloadPointer& item : downloads_.downloads().items())
         if (isUnfinished(item->status)) unfinishedBytes_ += item->fileSize;
 }
 

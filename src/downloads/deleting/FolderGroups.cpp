@@ -28,12 +28,12 @@ void FolderGroups::follow(const QueueChange& change) {
     }
 }
 
-void FolderGroups::add(const DownloadPointer& item) {
+void FolderGroups::add(const ConstDownloadPointer& item) {
     Members& members = members_[*item->folderGroupID];
     if (members.items.insert(item).second) members.count(item->status, +1);
 }
 
-void FolderGroups::remove(const DownloadPointer& item) {
+void FolderGroups::remove(const ConstDownloadPointer& item) {
     const auto members = members_.find(*item->folderGroupID);
     if (members == members_.end() || members->second.items.erase(item) == 0) return;
     members->second.count(item->status, -1);
@@ -42,7 +42,7 @@ void FolderGroups::remove(const DownloadPointer& item) {
 
 void FolderGroups::readList() {
     members_.clear();
-    for (const DownloadPointer& item : list_.items())
+    for (const ConstDownloadPointer& item : list_.items())
         if (item->folderGroupID) add(item);
 }
 
@@ -57,12 +57,12 @@ FolderGroups::Verdict FolderGroups::verdict(const UUID& group) const {
     return size == expected && members.finished == size ? Verdict::givenUp : Verdict::wait;
 }
 
-std::vector<DownloadPointer> FolderGroups::members(const UUID& group, Download::Status status) const {
+std::vector<DownloadPointer> FolderGroups::members(const UUID& group, Download::Status status) {
     const auto found = members_.find(group);
     if (found == members_.end()) return {};
     std::vector<DownloadPointer> matching;
-    std::ranges::copy_if(found->second.items, std::back_inserter(matching),
-                         [status](const DownloadPointer& item) { return item->status == status; });
+    for (const ConstDownloadPointer& item : found->second.items)
+        if (item->status == status) matching.push_back(list_.changeable(*item));
     std::ranges::sort(matching, {}, [](const DownloadPointer& item) { return item->position; });
     return matching;
 }

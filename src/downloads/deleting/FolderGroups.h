@@ -32,7 +32,7 @@ public:
     void settle(const UUID& group) { folderGroupExpectedCounts_.erase(group); }
 
     // Members with the status, in list order.
-    [[nodiscard]] std::vector<DownloadPointer> members(const UUID& group, Download::Status status) const;
+    [[nodiscard]] std::vector<DownloadPointer> members(const UUID& group, Download::Status status);
 
     // By the text of the UUID, as the queue file has them; keys that are not UUIDs are dropped.
     [[nodiscard]] std::map<std::string, std::int64_t> expectedCounts() const;
@@ -40,7 +40,7 @@ public:
 
 private:
     struct Members {
-        std::unordered_set<DownloadPointer> items;
+        std::unordered_set<ConstDownloadPointer> items;
         std::int64_t completed = 0;
         std::int64_t finished = 0;
 
@@ -48,8 +48,8 @@ private:
     };
 
     void follow(const QueueChange& change);
-    void add(const DownloadPointer& item);
-    void remove(const DownloadPointer& item);
+    void add(const ConstDownloadPointer& item);
+    void remove(const ConstDownloadPointer& item);
     void readList();
 
     DownloadList& list_;

@@ -47,7 +47,7 @@ void HeldItems::look() {
 
 Task<> HeldItems::lookAt(std::string what) {
     do {
-        const DownloadPointer first = list_.firstHeldFor(what);
+        const ConstDownloadPointer first = list_.firstHeldFor(what);
         if (!first) break;
         const std::filesystem::path folder = first->hold->folder;
         std::stop_source tooLong;
@@ -86,11 +86,11 @@ ByteCount HeldItems::promisedRoom(const std::string& what) {
     return sum;
 }
 
-void HeldItems::useFolderAnyway(const DownloadPointer& item) {
+void HeldItems::useFolderAnyway(const ConstDownloadPointer& item) {
     if (item->hold && item->hold->reason == Hold::Reason::volume) scope_.start(acceptFolderOf(item));
 }
 
-Task<> HeldItems::acceptFolderOf(DownloadPointer item) {
+Task<> HeldItems::acceptFolderOf(ConstDownloadPointer item) {
     const std::filesystem::path folder = *item->destinationFolder;
     Result<std::string> lane = co_await lanes_.laneOf(folder, {});
     if (!lane) co_return;

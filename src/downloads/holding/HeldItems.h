@@ -27,12 +27,12 @@ public:
     [[nodiscard]] bool isLooking() const { return !looking_.empty(); }
 
     // Writes to the item's folder although another volume is expected there; the others that wait for that go too.
-    void useFolderAnyway(const DownloadPointer& item);
+    void useFolderAnyway(const ConstDownloadPointer& item);
 
 private:
     void follow(const QueueChange& change);
     Task<> lookAt(std::string what);
-    Task<> acceptFolderOf(DownloadPointer item);
+    Task<> acceptFolderOf(ConstDownloadPointer item);
     void release(const std::string& what, const DestinationFacts& facts);
     [[nodiscard]] ByteCount promisedRoom(const std::string& what);
 

@@ -90,6 +90,9 @@ struct Download : DownloadRecord {
 
 using DownloadPointer = std::shared_ptr<Download>;
 
+// An item for all who do not belong to the engine.
+using ConstDownloadPointer = std::shared_ptr<const Download>;
+
 // "59s", "3m 4s", "1h 2m"
 [[nodiscard]] std::string durationText(double seconds);
 

@@ -13,44 +13,82 @@ ItemOrder::Iterator DownloadList::placeOf(const Download& item) const {
     return place == items_.end() || place->get() != &item ? items_.end() : place;
 }
 
-std::vector<DownloadPointer> DownloadList::pointersTo(auto&& range) const {
-    std::vector<DownloadPointer> found;
+std::vector<ConstDownloadPointer> DownloadList::pointersTo(auto&& range) const {
+    std::vector<ConstDownloadPointer> found;
     for (const Download* item : range) found.push_back(*placeOf(*item));
+    return found;
+}
+
+std::vector<DownloadPointer> DownloadList::pointersTo(auto&& range) {
+    std::vector<DownloadPointer> found;
+    for (const Download* item : range) found.push_back(items_.changeable(placeOf(*item)));
     return found;
 }
 
 // --- Looking up ---
 
-DownloadPointer DownloadList::find(const UUID& id) const {
+DownloadPointer DownloadList::changeable(const Download& item) {
+    const auto place = placeOf(item);
+    return place == items_.end() ? nullptr : items_.changeable(place);
+}
+
+ConstDownloadPointer DownloadList::find(const UUID& id) const {
     const auto found = byID_.find(id);
     return found == byID_.end() ? nullptr : *placeOf(*found->second);
 }
 
-DownloadPointer DownloadList::findAt(std::int64_t position) const {
+DownloadPointer DownloadList::find(const UUID& id) {
+    const ConstDownloadPointer found = std::as_const(*this).find(id);
+    return found ? changeable(*found) : nullptr;
+}
+
+ConstDownloadPointer DownloadList::findAt(std::int64_t position) const {
     const auto place = items_.at(position);
     return place == items_.end() ? nullptr : *place;
 }
 
-std::vector<DownloadPointer> DownloadList::ofRule(const UUID& rule, FileID fileID) const {
+std::vector<ConstDownloadPointer> DownloadList::ofRule(const UUID& rule, FileID fileID) const {
     const auto [first, last] = byRuleFile_.equal_range(RuleFile{rule, fileID});
     return pointersTo(std::ranges::subrange(first, last) | std::views::values);
 }
 
-std::vector<DownloadPointer> DownloadList::withStatus(Download::Status status, std::size_t limit) const {
-    if (status != Download::Status::queued || held_.empty())
-        return pointersTo(indexFor(status) | std::views::take(limit));
-    std::vector<Download*> found(indexFor(status).begin(), indexFor(status).end());
+std::vector<Download*> DownloadList::queued() const {
+    std::vector<Download*> found(indexFor(Download::Status::queued).begin(), indexFor(Download::Status::queued).end());
     for (const auto& [what, items] : held_) found.insert(found.end(), items.begin(), items.end());
     std::ranges::sort(found, HigherUp{});
-    return pointersTo(found | std::views::take(limit));
+    return found;
 }
 
-std::vector<DownloadPointer> DownloadList::withStatus(std::initializer_list<Download::Status> statuses) const {
-    std::vector<DownloadPointer> found;
-    found.reserve(count(statuses));
-    for (const Download::Status status : statuses) std::ranges::move(withStatus(status), std::back_inserter(found));
+// The same for both kinds of pointers.
+auto DownloadList::withStatusIn(auto& list, Download::Status status, std::size_t limit) {
+    if (status != Download::Status::queued || list.held_.empty())
+        return list.pointersTo(list.indexFor(status) | std::views::take(limit));
+    return list.pointersTo(list.queued() | std::views::take(limit));
+}
+
+std::vector<ConstDownloadPointer> DownloadList::withStatus(Download::Status status, std::size_t limit) const {
+    return withStatusIn(*this, status, limit);
+}
+
+std::vector<DownloadPointer> DownloadList::withStatus(Download::Status status, std::size_t limit) {
+    return withStatusIn(*this, status, limit);
+}
+
+auto DownloadList::withStatusIn(auto& list, std::initializer_list<Download::Status> statuses) {
+    auto found = list.withStatus(Download::Status::queued, 0);
+    found.reserve(list.count(statuses));
+    for (const Download::Status status : statuses)
+        std::ranges::move(list.withStatus(status), std::back_inserter(found));
     std::ranges::sort(found, HigherUp{});
     return found;
+}
+
+std::vector<ConstDownloadPointer> DownloadList::withStatus(std::initializer_list<Download::Status> statuses) const {
+    return withStatusIn(*this, statuses);
+}
+
+std::vector<DownloadPointer> DownloadList::withStatus(std::initializer_list<Download::Status> statuses) {
+    return withStatusIn(*this, statuses);
 }
 
 // --- Coming and going ---
@@ -115,9 +153,10 @@ void DownloadList::removeFinished() {
 // --- Order ---
 
 void DownloadList::swap(ItemOrder::Iterator a, ItemOrder::Iterator b) {
-    for (const auto place : {a, b}) leaveIndex(**place);
+    const DownloadPointer moved[] = {items_.changeable(a), items_.changeable(b)};
+    for (const DownloadPointer& item : moved) leaveIndex(*item);
     items_.swap(a, b);
-    for (const auto place : {a, b}) indexFor(**place).insert(place->get());
+    for (const DownloadPointer& item : moved) indexFor(*item).insert(item.get());
 }
 
 bool DownloadList::moveUp(const Download& item) {
@@ -144,10 +183,11 @@ bool DownloadList::moveToTop(const Download& item) {
     const auto place = placeOf(item);
     if (place == items_.end() || place == items_.begin()) return false;
     const std::int64_t previous = item.position;
-    leaveIndex(**place);
+    const DownloadPointer moved = items_.changeable(place);
+    leaveIndex(*moved);
     items_.pushFront(items_.erase(place));
-    indexFor(*items_.front()).insert(items_.front().get());
-    changes_.tell({.kind = QueueChange::Kind::moved, .item = items_.front(), .previousPosition = previous});
+    indexFor(*moved).insert(moved.get());
+    changes_.tell({.kind = QueueChange::Kind::moved, .item = moved, .previousPosition = previous});
     return true;
 }
 
@@ -194,12 +234,12 @@ void DownloadList::leaveIndex(Download& item) {
     if (isHeld(item) && index.empty()) held_.erase(item.hold->what);
 }
 
-DownloadPointer DownloadList::nextCandidate() const {
+ConstDownloadPointer DownloadList::nextCandidate() const {
     const Index& queued = indexFor(Download::Status::queued);
     return queued.empty() ? nullptr : *placeOf(**queued.begin());
 }
 
-std::vector<DownloadPointer> DownloadList::candidates(std::size_t limit) const {
+std::vector<DownloadPointer> DownloadList::candidates(std::size_t limit) {
     return pointersTo(indexFor(Download::Status::queued) | std::views::take(limit));
 }
 
@@ -209,14 +249,14 @@ std::vector<std::string> DownloadList::holds() const {
 }
 
 std::vector<DownloadPointer> DownloadList::heldFor(const std::string& what,
-                                                   const std::function<bool(const Download&)>& condition) const {
+                                                   const std::function<bool(const Download&)>& condition) {
     const auto found = held_.find(what);
     if (found == held_.end()) return {};
     const auto fulfils = [&](const Download* item) { return condition(*item); };
     return pointersTo(found->second | std::views::filter(fulfils));
 }
 
-DownloadPointer DownloadList::firstHeldFor(const std::string& what) const {
+ConstDownloadPointer DownloadList::firstHeldFor(const std::string& what) const {
     const auto found = held_.find(what);
     return found == held_.end() ? nullptr : *placeOf(**found->second.begin());
 }

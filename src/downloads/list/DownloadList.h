@@ -31,14 +31,15 @@ struct QueueChange {
         saving,    // whether the queue can be saved, or why not
     };
     Kind kind;
-    DownloadPointer item;
+    ConstDownloadPointer item;
     Download::Status previous = Download::Status::queued;
     std::int64_t previousPosition = 0;  // with `moved`; in a swap the neighbour has it now
 };
 
 // The ordered items, indexed by ID, by status, by what they wait for and by the rule and file that they are there for:
 // what is asked or changed of one item costs about the same in a queue of ten and of a hundred thousand. The only place
-// that changes the order or a status. Does not start, save or delete anything.
+// that changes the order or a status. Does not start, save or delete anything. Whoever has it as a constant gets items
+// that are constants.
 class DownloadList {
 public:
     // Told after the list is consistent, once per call below that changed something.
@@ -49,11 +50,15 @@ public:
 
     [[nodiscard]] bool contains(const Download& item) const { return placeOf(item) != items_.end(); }
 
-    [[nodiscard]] DownloadPointer find(const UUID& id) const;
-    [[nodiscard]] DownloadPointer findAt(std::int64_t position) const;
+    // The item to be changed, or null where it is not in the list.
+    [[nodiscard]] DownloadPointer changeable(const Download& item);
+
+    [[nodiscard]] ConstDownloadPointer find(const UUID& id) const;
+    [[nodiscard]] DownloadPointer find(const UUID& id);
+    [[nodiscard]] ConstDownloadPointer findAt(std::int64_t position) const;
 
     // What the rule has put into the queue of a put.io file.
-    [[nodiscard]] std::vector<DownloadPointer> ofRule(const UUID& rule, FileID fileID) const;
+    [[nodiscard]] std::vector<ConstDownloadPointer> ofRule(const UUID& rule, FileID fileID) const;
 
     // The first of `items` comes to stand on top.
     void insertOnTop(std::vector<DownloadPointer> items);
@@ -84,18 +89,18 @@ public:
     void release(Download& item);
 
     // The uppermost that is queued and not held, or null.
-    [[nodiscard]] DownloadPointer nextCandidate() const;
+    [[nodiscard]] ConstDownloadPointer nextCandidate() const;
 
     // The uppermost of them, at most `limit`.
-    [[nodiscard]] std::vector<DownloadPointer> candidates(std::size_t limit) const;
+    [[nodiscard]] std::vector<DownloadPointer> candidates(std::size_t limit);
 
     // What items are held for.
     [[nodiscard]] std::vector<std::string> holds() const;
 
     // Those that are held for it and fulfil the condition, which is asked in list order.
     [[nodiscard]] std::vector<DownloadPointer> heldFor(const std::string& what,
-                                                       const std::function<bool(const Download&)>& condition) const;
-    [[nodiscard]] DownloadPointer firstHeldFor(const std::string& what) const;
+                                                       const std::function<bool(const Download&)>& condition);
+    [[nodiscard]] ConstDownloadPointer firstHeldFor(const std::string& what) const;
     [[nodiscard]] std::size_t heldCount() const;
     [[nodiscard]] std::size_t heldCount(const std::string& what) const;
 
@@ -106,8 +111,11 @@ public:
     void tell(QueueChange::Kind kind) const { changes_.tell({kind, nullptr}); }
 
     // In list order, at most `limit`.
-    [[nodiscard]] std::vector<DownloadPointer> withStatus(Download::Status status, std::size_t limit = SIZE_MAX) const;
-    [[nodiscard]] std::vector<DownloadPointer> withStatus(std::initializer_list<Download::Status> statuses) const;
+    [[nodiscard]] std::vector<ConstDownloadPointer> withStatus(Download::Status status,
+                                                               std::size_t limit = SIZE_MAX) const;
+    [[nodiscard]] std::vector<DownloadPointer> withStatus(Download::Status status, std::size_t limit = SIZE_MAX);
+    [[nodiscard]] std::vector<ConstDownloadPointer> withStatus(std::initializer_list<Download::Status> statuses) const;
+    [[nodiscard]] std::vector<DownloadPointer> withStatus(std::initializer_list<Download::Status> statuses);
     [[nodiscard]] std::size_t count(Download::Status status) const;
     [[nodiscard]] std::size_t count(std::initializer_list<Download::Status> statuses) const;
 
@@ -126,7 +134,8 @@ private:
     };
 
     [[nodiscard]] ItemOrder::Iterator placeOf(const Download& item) const;
-    [[nodiscard]] std::vector<DownloadPointer> pointersTo(auto&& range) const;
+    [[nodiscard]] std::vector<ConstDownloadPointer> pointersTo(auto&& range) const;
+    [[nodiscard]] std::vector<DownloadPointer> pointersTo(auto&& range);
 
     // Where the item stands by its status and by what it waits for.
     [[nodiscard]] Index& indexFor(const Download& item) {
@@ -141,6 +150,9 @@ private:
         return item.hold && item.status == Download::Status::queued;
     }
 
+    [[nodiscard]] std::vector<Download*> queued() const;
+    [[nodiscard]] static auto withStatusIn(auto& list, Download::Status status, std::size_t limit);
+    [[nodiscard]] static auto withStatusIn(auto& list, std::initializer_list<Download::Status> statuses);
     void setHold(Download& item, HoldPointer why);
     void leaveIndex(Download& item);
     void tellOf(const Download& item, QueueChange::Kind kind) const;

@@ -10,7 +10,7 @@ constexpr std::size_t longestRun = 256;
 
 }  // namespace
 
-const DownloadPointer& ItemOrder::operator[](std::size_t index) const {
+const ConstDownloadPointer& ItemOrder::operator[](std::size_t index) const {
     auto run = runs_.begin();
     for (; index >= run->size(); ++run) index -= run->size();
     return (*run)[index].item;
@@ -43,12 +43,13 @@ void ItemOrder::swap(Iterator a, Iterator b) {
     Entry& entryOfA = runOf(a)[a.index_];
     Entry& entryOfB = runOf(b)[b.index_];
     std::swap(entryOfA.item, entryOfB.item);
-    std::swap(entryOfA.item->position, entryOfB.item->position);
+    changeable(entryOfA.item)->position = entryOfA.position;
+    changeable(entryOfB.item)->position = entryOfB.position;
 }
 
 DownloadPointer ItemOrder::erase(Iterator place) {
     Run& run = runOf(place);
-    DownloadPointer taken = std::move(run[place.index_].item);
+    DownloadPointer taken = changeable(std::move(run[place.index_].item));
     run.erase(run.begin() + static_cast<std::ptrdiff_t>(place.index_));
     if (run.empty()) runs_.erase(runs_.begin() + (&run - runs_.data()));
     --size_;

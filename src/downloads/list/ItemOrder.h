@@ -12,10 +12,11 @@ namespace tovri {
 
 // The items in their order, which their positions repeat: the smallest is on top. They stand in short runs, so that
 // adding one at either end and taking one out anywhere moves a few others, and a walk over all reads memory as it lies.
+// A walk changes no item; whoever may change the order gets items that can be changed.
 class ItemOrder {
     struct Entry {
         std::int64_t position = 0;  // the item's, at hand for searching
-        DownloadPointer item;
+        ConstDownloadPointer item;
     };
 
     using Run = std::vector<Entry>;
@@ -25,10 +26,10 @@ public:
     class Iterator {
     public:
         using iterator_category = std::bidirectional_iterator_tag;
-        using value_type = DownloadPointer;
+        using value_type = ConstDownloadPointer;
         using difference_type = std::ptrdiff_t;
-        using pointer = const DownloadPointer*;
-        using reference = const DownloadPointer&;
+        using pointer = const ConstDownloadPointer*;
+        using reference = const ConstDownloadPointer&;
 
         Iterator() = default;
 
@@ -70,15 +71,17 @@ public:
 
     [[nodiscard]] bool empty() const { return size_ == 0; }
 
-    [[nodiscard]] const DownloadPointer& front() const { return runs_.front().front().item; }
+    [[nodiscard]] const ConstDownloadPointer& front() const { return runs_.front().front().item; }
 
-    [[nodiscard]] const DownloadPointer& back() const { return runs_.back().back().item; }
+    [[nodiscard]] const ConstDownloadPointer& back() const { return runs_.back().back().item; }
 
     // Costs as much as there are runs: a walk goes from begin() to end().
-    [[nodiscard]] const DownloadPointer& operator[](std::size_t index) const;
+    [[nodiscard]] const ConstDownloadPointer& operator[](std::size_t index) const;
 
     // end() where no item has the position.
     [[nodiscard]] Iterator at(std::int64_t position) const;
+
+    [[nodiscard]] DownloadPointer changeable(Iterator place) { return changeable(*place); }
 
     // These give the item its position.
     void pushFront(DownloadPointer item);
@@ -89,6 +92,11 @@ public:
     DownloadPointer erase(Iterator place);
 
 private:
+    // None was made as a constant.
+    [[nodiscard]] static DownloadPointer changeable(ConstDownloadPointer item) {
+        return std::const_pointer_cast<Download>(std::move(item));
+    }
+
     [[nodiscard]] Run& runOf(Iterator place) { return runs_[static_cast<std::size_t>(place.run_ - runs_.data())]; }
 
     std::vector<Run> runs_;  // none is empty

@@ -45,7 +45,7 @@ void ConflictQueue::resolveConflict(ConflictChoice choice, bool applyToAll) {
     if (applyToAll) {
         applyToAllChoice_ = choice;
         applyToAllDownloadIDs_.clear();
-        for (const DownloadPointer& item : list_.items())
+        for (const ConstDownloadPointer& item : list_.items())
             if (!isFinished(item->status)) applyToAllDownloadIDs_.insert(item->id);
     }
     FileConflict answered = std::move(*pending_);

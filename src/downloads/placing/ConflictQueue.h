@@ -19,7 +19,7 @@ using ConflictResolution = std::optional<ConflictChoice>;
 // One open question to the user.
 struct FileConflict {
     UUID id;
-    DownloadPointer download;
+    ConstDownloadPointer download;
     std::filesystem::path existingURL;  // the entry that has the name
     std::filesystem::path tempURL;      // the staged file
     bool isOnlyCopy = false;            // that entry's original is no longer on put.io

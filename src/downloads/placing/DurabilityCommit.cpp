@@ -13,7 +13,8 @@ DurabilityCommit::DurabilityCommit(VolumePorts ports, DownloadList& list, SaveSc
       saves_(saves),
       journal_(std::move(journal)),
       following_(list.onChange([this](const QueueChange& change) {
-          if (change.kind == QueueChange::Kind::status && !change.item->durable.has_value()) add(change.item);
+          if (change.kind == QueueChange::Kind::status && !change.item->durable.has_value())
+              add(list_.changeable(*change.item));
       })) {}
 
 void DurabilityCommit::add(const DownloadPointer& item) {

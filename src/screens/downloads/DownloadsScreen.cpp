@@ -215,24 +215,25 @@ void DownloadsScreen::perform(QueueAction action) {
 }
 
 void DownloadsScreen::perform(DownloadAction action, const UUID& id) {
-    const DownloadPointer item = manager_.downloads().find(id);
+    const ConstDownloadPointer item = manager_.downloads().find(id);
     if (item && isOffered(action, *item)) act(action, item);
 }
 
 void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& ids) {
     if (ids.size() == 1) return perform(action, ids.front());
-    std::vector<DownloadPointer> items;
+    std::vector<ConstDownloadPointer> items;
     for (const UUID& id : ids)
-        if (DownloadPointer item = manager_.downloads().find(id)) items.push_back(std::move(item));
-    std::ranges::sort(items, {}, [](const DownloadPointer& item) { return item->position; });
+        if (ConstDownloadPointer item = manager_.downloads().find(id)) items.push_back(std::move(item));
+    std::ranges::sort(items, {}, [](const ConstDownloadPointer& item) { return item->position; });
     if (goesUpwards(action)) std::ranges::reverse(items);
     items.erase(items.begin(), items.begin() + stuckCount(action, items));
-    for (const DownloadPointer& item : items)
+    for (const ConstDownloadPointer& item : items)
         if (isOffered(action, *item)) act(action, item);
 }
 
 // How many of the first ones fill the end of the queue towards which they are to move: none can pass another there.
-std::ptrdiff_t DownloadsScreen::stuckCount(DownloadAction action, const std::vector<DownloadPointer>& items) const {
+std::ptrdiff_t DownloadsScreen::stuckCount(DownloadAction action,
+                                           const std::vector<ConstDownloadPointer>& items) const {
     const ItemOrder& queue = manager_.downloads().items();
     if (action == DownloadAction::moveUp) return std::ranges::mismatch(items, queue).in1 - items.begin();
     if (action != DownloadAction::moveDown) return 0;
@@ -240,12 +241,12 @@ std::ptrdiff_t DownloadsScreen::stuckCount(DownloadAction action, const std::vec
 }
 
 void DownloadsScreen::activate(const UUID& id) {
-    const DownloadPointer item = manager_.downloads().find(id);
+    const ConstDownloadPointer item = manager_.downloads().find(id);
     if (!item) return;
     if (const auto action = primaryAction(*item)) act(*action, item);
 }
 
-void DownloadsScreen::act(DownloadAction action, const DownloadPointer& item) {
+void DownloadsScreen::act(DownloadAction action, const ConstDownloadPointer& item) {
     switch (action) {
         case DownloadAction::pause:
             return manager_.pause(item);
@@ -288,7 +289,7 @@ void DownloadsScreen::askToDeleteAnyway(const Download& item) {
 
 // Only what the user has read is agreed to.
 Task<Result<void>> DownloadsScreen::deleteAnyway(UUID id, std::string missing) {
-    const DownloadPointer item = manager_.downloads().find(id);
+    const ConstDownloadPointer item = manager_.downloads().find(id);
     if (item && canDeleteAnyway(*item) && item->error == missing) manager_.deleteAnyway(item);
     co_return Result<void>();
 }

@@ -114,8 +114,9 @@ private:
     void updateChrome();
     [[nodiscard]] Chrome makeChrome() const;
     [[nodiscard]] std::vector<Label> makeSummary() const;
-    [[nodiscard]] std::ptrdiff_t stuckCount(DownloadAction action, const std::vector<DownloadPointer>& items) const;
-    void act(DownloadAction action, const DownloadPointer& item);
+    [[nodiscard]] std::ptrdiff_t stuckCount(DownloadAction action,
+                                            const std::vector<ConstDownloadPointer>& items) const;
+    void act(DownloadAction action, const ConstDownloadPointer& item);
     void askToDeleteAnyway(const Download& item);
     Task<Result<void>> deleteAnyway(UUID id, std::string missing);
 

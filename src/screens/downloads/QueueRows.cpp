@@ -62,7 +62,7 @@ const Download* QueueRows::itemAt(std::size_t row) const {
 }
 
 std::optional<std::size_t> QueueRows::rowOf(const UUID& id) const {
-    if (const DownloadPointer item = list_.find(id)) {
+    if (const ConstDownloadPointer item = list_.find(id)) {
         const DownloadSection section = downloadSection(item->status);
         if (const auto index = indexOf(item, section, item->position)) return rowAt(section, *index);
     }
@@ -75,7 +75,7 @@ std::optional<std::size_t> QueueRows::rowOf(const UUID& id) const {
     return std::nullopt;
 }
 
-std::optional<std::size_t> QueueRows::indexOf(const DownloadPointer& item, DownloadSection section,
+std::optional<std::size_t> QueueRows::indexOf(const ConstDownloadPointer& item, DownloadSection section,
                                               std::int64_t position) const {
     // Half-way through a catching up two entries may have one position.
     const auto& entries = group(section).entries;
@@ -93,7 +93,7 @@ void QueueRows::follow(const QueueChange& change) {
     if (change.kind == begun || change.kind == progress) return;
     if (change.kind == hold && !change.item) return;
     if (!change.item || isCatchingUp_) return needReset();
-    const DownloadPointer& item = change.item;
+    const ConstDownloadPointer& item = change.item;
     const DownloadSection section = downloadSection(item->status);
     if (change.kind == inserted) {
         stray(item, std::nullopt, 0);
@@ -111,14 +111,14 @@ void QueueRows::follow(const QueueChange& change) {
 }
 
 void QueueRows::strayAfterMove(const QueueChange& change) {
-    const DownloadPointer& item = change.item;
-    if (const DownloadPointer neighbour = list_.findAt(change.previousPosition))
+    const ConstDownloadPointer& item = change.item;
+    if (const ConstDownloadPointer neighbour = list_.findAt(change.previousPosition))
         stray(neighbour, downloadSection(neighbour->status), item->position);
     stray(item, downloadSection(item->status), change.previousPosition);
 }
 
 // Only the first time counts: that is where the item was told.
-void QueueRows::stray(const DownloadPointer& item, std::optional<DownloadSection> section, std::int64_t position) {
+void QueueRows::stray(const ConstDownloadPointer& item, std::optional<DownloadSection> section, std::int64_t position) {
     if (needsReset_ || !strayItems_.insert(item.get()).second) return;
     strays_.push_back({item, section, position});
     if (strays_.size() > mostStrays) needReset();
@@ -157,7 +157,7 @@ void QueueRows::reset() {
     needsReset_ = false;
     looks_.clear();
     for (Group& group : groups_) group = {};
-    for (const DownloadPointer& item : list_.items())
+    for (const ConstDownloadPointer& item : list_.items())
         group(downloadSection(item->status)).entries.push_back({item->position, item});
     for (Group& group : groups_) group.hasHeader = !group.entries.empty();
     toldWaiting_ = count(DownloadSection::queued);
@@ -198,7 +198,7 @@ void QueueRows::takeOut(DownloadSection section, std::size_t index) {
     dropEmptyHeader(section);
 }
 
-void QueueRows::putIn(const DownloadPointer& item) {
+void QueueRows::putIn(const ConstDownloadPointer& item) {
     const DownloadSection section = downloadSection(item->status);
     addHeader(section);
     auto& entries = group(section).entries;
@@ -222,7 +222,7 @@ void QueueRows::dropEmptyHeader(DownloadSection section) {
 // --- Looks ---
 
 void QueueRows::tellLooks() {
-    for (const DownloadPointer& item : std::exchange(looks_, {})) {
+    for (const ConstDownloadPointer& item : std::exchange(looks_, {})) {
         if (needsReset_) return;
         if (strayItems_.contains(item.get())) continue;  // told when it is back in its place
         const DownloadSection section = downloadSection(item->status);

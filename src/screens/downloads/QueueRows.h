@@ -55,7 +55,7 @@ public:
     void follow(const QueueChange& change);
 
     // The item's row looks different; told by the next tellLooks().
-    void markLook(const DownloadPointer& item) { looks_.insert(item); }
+    void markLook(const ConstDownloadPointer& item) { looks_.insert(item); }
 
     void tellLooks();
 
@@ -65,7 +65,7 @@ public:
 private:
     struct Entry {
         std::int64_t position = 0;  // the item's when it was told
-        DownloadPointer item;
+        ConstDownloadPointer item;
     };
 
     struct Group {
@@ -75,7 +75,7 @@ private:
 
     // An item that is not where it was told; with no section it has not been told at all.
     struct Stray {
-        DownloadPointer item;
+        ConstDownloadPointer item;
         std::optional<DownloadSection> section;
         std::int64_t position = 0;
     };
@@ -88,10 +88,10 @@ private:
 
     [[nodiscard]] std::size_t firstRow(DownloadSection section) const;  // of its header
     [[nodiscard]] std::size_t rowAt(DownloadSection section, std::size_t index) const;
-    [[nodiscard]] std::optional<std::size_t> indexOf(const DownloadPointer& item, DownloadSection section,
+    [[nodiscard]] std::optional<std::size_t> indexOf(const ConstDownloadPointer& item, DownloadSection section,
                                                      std::int64_t position) const;
 
-    void stray(const DownloadPointer& item, std::optional<DownloadSection> section, std::int64_t position);
+    void stray(const ConstDownloadPointer& item, std::optional<DownloadSection> section, std::int64_t position);
     void strayAfterMove(const QueueChange& change);
     void needReset();
     void scheduleCatchUp();
@@ -100,7 +100,7 @@ private:
     void tellWaiting();
     void settle(const Stray& stray);
     void takeOut(DownloadSection section, std::size_t index);
-    void putIn(const DownloadPointer& item);
+    void putIn(const ConstDownloadPointer& item);
     void addHeader(DownloadSection section);
     void dropEmptyHeader(DownloadSection section);
 
@@ -112,7 +112,7 @@ private:
     std::size_t toldWaiting_ = 0;  // what the header of the queued ones says
     std::vector<Stray> strays_;
     std::unordered_set<const Download*> strayItems_;
-    std::unordered_set<DownloadPointer> looks_;
+    std::unordered_set<ConstDownloadPointer> looks_;
     bool needsReset_ = false;
     bool isCatchingUp_ = false;
     Subscription timer_;

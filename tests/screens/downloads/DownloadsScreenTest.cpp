@@ -22,10 +22,10 @@ public:
     }
 
     // A file of 1,000 bytes that takes so many seconds.
-    DownloadPointer enqueue(const std::string& name, int seconds = 10) {
+    ConstDownloadPointer enqueue(const std::string& name, int seconds = 10) {
         const FileID file = world.addFile(name, std::string(1000, '.'));
         world.link(file).rate = 1000 / seconds;
-        const DownloadPointer item = world.enqueue(file);
+        const ConstDownloadPointer item = world.enqueue(file);
         world.loop.runUntilIdle();
         return item;
     }
@@ -37,7 +37,7 @@ public:
         return text;
     }
 
-    [[nodiscard]] std::string statusOf(const DownloadPointer& item) const {
+    [[nodiscard]] std::string statusOf(const ConstDownloadPointer& item) const {
         return screen.rowAt(screen.rowOf(item->id).value()).statusText();
     }
 
@@ -68,7 +68,7 @@ public:
 };
 
 TEST_F(Downloads, deletesAnywayWhatTheUserHasReadIsMissing) {
-    const DownloadPointer item = world.enqueue(world.addFile("f", "bytes"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "bytes"), {.deleteAfterDownload = true});
     world.watch = [this](DownloadManager&, const QueueChange& change) {
         if (change.item && change.item->status == Status::deleting)
             (void)world.files.removeItem(World::downloads / "f");
@@ -106,8 +106,8 @@ TEST_F(Downloads, showsTheQueueInSections) {
     EXPECT_EQ(screen.placeholder()->title, "No Downloads");
     EXPECT_EQ(shown() + summary() + "/" + toolbar(), "/(Cancel All) (Clear Finished) ");
 
-    const DownloadPointer first = enqueue("first", 5);
-    const DownloadPointer second = enqueue("second");
+    const ConstDownloadPointer first = enqueue("first", 5);
+    const ConstDownloadPointer second = enqueue("second");
     enqueue("third");
     enqueue("fourth");
     EXPECT_FALSE(screen.placeholder());
@@ -145,7 +145,7 @@ TEST_F(Downloads, saysThatTheQueueCannotBeSavedUntilItCan) {
 }
 
 TEST_F(Downloads, tellsNumbersAFewTimesASecondAndOnlyOnView) {
-    const DownloadPointer first = enqueue("first", 60);
+    const ConstDownloadPointer first = enqueue("first", 60);
     enqueue("second", 60);
     world.loop.advance(5s);
     changes.clear();
@@ -168,7 +168,7 @@ TEST_F(Downloads, tellsNumbersAFewTimesASecondAndOnlyOnView) {
 }
 
 TEST_F(Downloads, keepsTheTimesUpToDate) {
-    const DownloadPointer item = enqueue("first", 1);
+    const ConstDownloadPointer item = enqueue("first", 1);
     ASSERT_TRUE(world.runUntil(item, Status::completed));
     world.loop.advance(2s);
     EXPECT_EQ(statusOf(item), "1 KB · 2 sec ago");
@@ -185,8 +185,8 @@ TEST_F(Downloads, keepsTheTimesUpToDate) {
 }
 
 TEST_F(Downloads, doesWhatIsAskedOfARow) {
-    const DownloadPointer item = enqueue("item", 4);
-    const auto act = [&](DownloadAction action, const DownloadPointer& target) {
+    const ConstDownloadPointer item = enqueue("item", 4);
+    const auto act = [&](DownloadAction action, const ConstDownloadPointer& target) {
         screen.perform(action, target->id);
         world.loop.advance(100ms);
         return World::outcome(target);
@@ -198,7 +198,7 @@ TEST_F(Downloads, doesWhatIsAskedOfARow) {
     EXPECT_EQ(act(DownloadAction::retry, item), "downloading");
     screen.activate(item->id);  // nothing to open yet
     world.refusals[item->fileID] = 1;
-    item->deleteAfterDownload = true;
+    changeable(item).deleteAfterDownload = true;
     ASSERT_TRUE(world.runUntil(item, Status::remoteDeleteFailed));
     world.loop.runUntilIdle();
     EXPECT_EQ(shown(), "[Finished] item ");
@@ -210,8 +210,8 @@ TEST_F(Downloads, doesWhatIsAskedOfARow) {
 
     enqueue("a");
     enqueue("b");
-    const DownloadPointer c = enqueue("c");
-    const DownloadPointer d = enqueue("d");
+    const ConstDownloadPointer c = enqueue("c");
+    const ConstDownloadPointer d = enqueue("d");
     EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] d c [Finished] item ");
     act(DownloadAction::moveUp, c);
     EXPECT_EQ(shown(), "[Active] b a [Queued — 2 waiting] c d [Finished] item ");
@@ -224,10 +224,10 @@ TEST_F(Downloads, doesWhatIsAskedOfARow) {
 }
 
 TEST_F(Downloads, keepsTheOrderOfSeveralThatAreMovedTogether) {
-    const DownloadPointer running = enqueue("running");
-    const DownloadPointer last = enqueue("last");
-    const DownloadPointer middle = enqueue("middle");
-    const DownloadPointer top = enqueue("top");
+    const ConstDownloadPointer running = enqueue("running");
+    const ConstDownloadPointer last = enqueue("last");
+    const ConstDownloadPointer middle = enqueue("middle");
+    const ConstDownloadPointer top = enqueue("top");
     const auto move = [&](DownloadAction action, const std::vector<UUID>& ids) {
         screen.perform(action, ids);
         world.loop.runUntilIdle();
@@ -245,7 +245,7 @@ TEST_F(Downloads, keepsTheOrderOfSeveralThatAreMovedTogether) {
 
 // A menu may stand open while its download goes on.
 TEST_F(Downloads, ignoresAnActionWhoseTimeIsOver) {
-    const DownloadPointer item = enqueue("item", 1);
+    const ConstDownloadPointer item = enqueue("item", 1);
     screen.perform(DownloadAction::retry, item->id);
     screen.perform(DownloadAction::open, item->id);
     EXPECT_EQ(World::outcome(item), "downloading");

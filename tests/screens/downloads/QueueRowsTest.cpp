@@ -21,7 +21,7 @@ public:
 
     void step() {
         const ItemOrder& items = list_.items();
-        const DownloadPointer item = items.empty() ? nullptr : items[roll(items.size())];
+        const DownloadPointer item = items.empty() ? nullptr : list_.changeable(*items[roll(items.size())]);
         const std::size_t action = roll(10);
         if (action < 2) return insert(action == 0, 1 + (roll(4) == 0 ? roll(90) : 0));
         if (!item) return;
@@ -40,7 +40,7 @@ public:
         for (const auto section :
              {DownloadSection::active, DownloadSection::paused, DownloadSection::queued, DownloadSection::finished}) {
             std::vector<std::string> names;
-            for (const DownloadPointer& item : list_.items())
+            for (const ConstDownloadPointer& item : list_.items())
                 if (downloadSection(item->status) == section) names.push_back(lookOf(*item));
             if (names.empty()) continue;
             expected.push_back("#" + std::to_string(static_cast<int>(section)) +
@@ -49,7 +49,7 @@ public:
         }
         ASSERT_EQ(shown_, expected);
         if (!list_.items().empty()) {
-            const DownloadPointer& item = list_.items()[roll(list_.items().size())];
+            const ConstDownloadPointer& item = list_.items()[roll(list_.items().size())];
             ASSERT_EQ(rows_.itemAt(rows_.rowOf(item->id).value()), item.get());
         }
     }

@@ -50,7 +50,7 @@ public:
     // "a.mkv -> /home/user/Downloads, then deleted", from the top of the queue.
     [[nodiscard]] std::vector<std::string> queue() const {
         std::vector<std::string> items;
-        for (const DownloadPointer& item : downloads.downloads().items()) {
+        for (const ConstDownloadPointer& item : downloads.downloads().items()) {
             std::string text = item->fileName + " -> " + item->destinationFolder->native();
             if (item->deleteAfterDownload) text += ", then deleted";
             if (item->folderDeleteID) text += ", then folder " + item->folderDeleteID->text();

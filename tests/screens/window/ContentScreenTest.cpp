@@ -20,9 +20,9 @@ public:
     Window() { world.preferences.setConflictBehavior(ConflictBehavior::ask); }
 
     // A file whose name is taken, received.
-    DownloadPointer conflicting(const std::string& name) {
+    ConstDownloadPointer conflicting(const std::string& name) {
         world.files.put(World::downloads / name, "old");
-        const DownloadPointer item = world.enqueue(world.addFile(name, "new"));
+        const ConstDownloadPointer item = world.enqueue(world.addFile(name, "new"));
         EXPECT_TRUE(world.runUntil(item, Status::awaitingConflict));
         world.loop.runUntilIdle();
         return item;
@@ -65,7 +65,7 @@ TEST_F(Window, keepsTheSelectionWhileNobodyIsSignedIn) {
 TEST_F(Window, badgesTheDownloadsThatAreUnderWay) {
     EXPECT_EQ(window.badge(SidebarItem::downloads), "");
     conflicting("taken");
-    const DownloadPointer slow = world.enqueue(world.addFile("slow", std::string(1000, '.')));
+    const ConstDownloadPointer slow = world.enqueue(world.addFile("slow", std::string(1000, '.')));
     world.link(slow->fileID).rate = 100;
     world.loop.advance(5s);
     changes.clear();
@@ -91,8 +91,8 @@ TEST_F(Window, countsTheUploads) {
 
 TEST_F(Window, asksAboutOneConflictAfterTheOther) {
     window.select(SidebarItem::rss);
-    const DownloadPointer first = conflicting("first");
-    const DownloadPointer second = conflicting("second");
+    const ConstDownloadPointer first = conflicting("first");
+    const ConstDownloadPointer second = conflicting("second");
     EXPECT_EQ(sheet(), "\"first\" already exists at this location.");
     EXPECT_EQ(window.conflictSheet()->existingPath, (World::downloads / "first").native());
     const UUID id = window.conflictSheet()->id;
@@ -116,7 +116,7 @@ TEST_F(Window, asksAboutOneConflictAfterTheOther) {
 TEST_F(Window, saysOfTheOnlyCopyThatItsOriginalIsGone) {
     world.enqueue(world.addFile("f", "only copy"), {.deleteAfterDownload = true});
     world.settle();
-    const DownloadPointer next = world.enqueue(world.addFile("f", "new"));
+    const ConstDownloadPointer next = world.enqueue(world.addFile("f", "new"));
     EXPECT_TRUE(world.runUntil(next, Status::awaitingConflict));
     world.loop.runUntilIdle();
     EXPECT_EQ(sheet(), "\"f\" already exists at this location. Its original is no longer on put.io.");
@@ -127,8 +127,8 @@ TEST_F(Window, saysOfTheOnlyCopyThatItsOriginalIsGone) {
 
 TEST_F(Window, answersAllConflictsAtOnceIfAskedTo) {
     auth.signOut();  // conflicts are asked about even so
-    const DownloadPointer first = conflicting("first");
-    const DownloadPointer second = conflicting("second");
+    const ConstDownloadPointer first = conflicting("first");
+    const ConstDownloadPointer second = conflicting("second");
     window.setApplyToAll(true);
     window.answer(window.conflictSheet()->id, ConflictChoice::keepBoth);
     world.settle();
@@ -146,7 +146,7 @@ TEST_F(Window, theTrayOffersWhatTheQueueCanDo) {
     };
     EXPECT_EQ(enabled(), "Show Tovri. Quit. ");
     EXPECT_EQ(trayText(world.manager()), "Tovri");
-    const DownloadPointer item = world.enqueue(world.addFile("slow", std::string(1000, '.')));
+    const ConstDownloadPointer item = world.enqueue(world.addFile("slow", std::string(1000, '.')));
     world.link(item->fileID).rate = 100;
     world.loop.advance(5s);
     EXPECT_EQ(enabled(), "Show Tovri. Pause All. Quit. ");

@@ -38,15 +38,15 @@ public:
     }
 
     // A file of 1,000 bytes that takes so many seconds.
-    DownloadPointer enqueue(const std::string& name, int seconds = 10) {
+    ConstDownloadPointer enqueue(const std::string& name, int seconds = 10) {
         const FileID file = world.addFile(name, std::string(1000, '.'));
         world.link(file).rate = 1000 / seconds;
-        const DownloadPointer item = world.enqueue(file);
+        const ConstDownloadPointer item = world.enqueue(file);
         pass(0s);
         return item;
     }
 
-    DownloadPointer enqueueLarge(const std::string& name, ByteCount megabytes) {
+    ConstDownloadPointer enqueueLarge(const std::string& name, ByteCount megabytes) {
         const FileID file = world.addFile(name, std::string(static_cast<std::size_t>(megabytes * 1'000'000), '.'));
         world.link(file).rate = 1'300'000;
         return world.enqueue(file);
@@ -58,7 +58,7 @@ public:
     }
 
     // Ends as soon as the item has the status, which may be for a moment only.
-    void passUntil(const DownloadPointer& item, Status status) {
+    void passUntil(const ConstDownloadPointer& item, Status status) {
         ASSERT_TRUE(world.runUntil(item, status));
         pass(0s);
     }
@@ -72,26 +72,26 @@ public:
         return text.trimmed().toStdString();
     }
 
-    [[nodiscard]] int rowOf(const DownloadPointer& item) const {
+    [[nodiscard]] int rowOf(const ConstDownloadPointer& item) const {
         return static_cast<int>(screen.rowOf(item->id).value());
     }
 
     // "film | Queued · 1 KB [Move to top of queue] [Cancel]"
-    [[nodiscard]] std::string row(const DownloadPointer& item) const {
+    [[nodiscard]] std::string row(const ConstDownloadPointer& item) const {
         return seenRows(view).at(rowOf(item)).toStdString();
     }
 
-    void press(const DownloadPointer& item, const QString& help) {
+    void press(const ConstDownloadPointer& item, const QString& help) {
         EXPECT_TRUE(pressInRow(view, rowOf(item), help)) << help.toStdString();
         pass(100ms);
     }
 
     // "-" is a separator.
-    [[nodiscard]] std::string menu(const DownloadPointer& item) {
+    [[nodiscard]] std::string menu(const ConstDownloadPointer& item) {
         return seenMenu(view, rowOf(item)).join("|").toStdString();
     }
 
-    void choose(const DownloadPointer& item, const QString& title) {
+    void choose(const ConstDownloadPointer& item, const QString& title) {
         EXPECT_TRUE(chooseInMenu(view, rowOf(item), title)) << title.toStdString();
         pass(100ms);
     }
@@ -153,7 +153,7 @@ TEST_F(DownloadsViewTest, aQueueThatCannotBeSavedIsSeenAndTriedAgain) {
 
 TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
     EXPECT_TRUE(showsPlaceholder());
-    const DownloadPointer item = enqueue("film", 4);
+    const ConstDownloadPointer item = enqueue("film", 4);
     EXPECT_FALSE(showsPlaceholder());
     pass(1s);
     EXPECT_EQ(row(item), "film | 240 bytes / 1 KB · 234 bytes/s · 3s left [Pause] [Cancel]");
@@ -170,7 +170,7 @@ TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
     choose(item, "Retry");
 
     world.refusals[item->fileID] = 1;
-    item->deleteAfterDownload = true;
+    changeable(item).deleteAfterDownload = true;
     passUntil(item, Status::deleting);
     EXPECT_EQ(rows() + ": " + row(item), "[Active] film: film | Removing from put.io...");
     EXPECT_EQ(menu(item), "-|Remove");
@@ -192,7 +192,7 @@ TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
 
 TEST_F(DownloadsViewTest, aDownloadThatWaitsIsMovedAndCancelled) {
     enqueue("running");
-    const DownloadPointer low = enqueue("low");
+    const ConstDownloadPointer low = enqueue("low");
     enqueue("high");
     EXPECT_EQ(row(low), "low | Queued · 1 KB [Move to top of queue] [Cancel]");
     EXPECT_EQ(menu(low), "Move to Top|Move Up|Move Down|-|Cancel|-|Remove");
@@ -209,7 +209,7 @@ TEST_F(DownloadsViewTest, aDownloadThatWaitsIsMovedAndCancelled) {
 TEST_F(DownloadsViewTest, whatFailedWaitsOrWasSkippedSaysSo) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
     world.files.put(World::downloads / "taken", "old");
-    const DownloadPointer taken = enqueue("taken", 1);
+    const ConstDownloadPointer taken = enqueue("taken", 1);
     passUntil(taken, Status::awaitingConflict);
     EXPECT_EQ(row(taken), "taken | Waiting — file already exists [Cancel]");
     EXPECT_EQ(menu(taken), "Cancel|-|Remove");
@@ -222,7 +222,7 @@ TEST_F(DownloadsViewTest, whatFailedWaitsOrWasSkippedSaysSo) {
 
     const FileID file = world.addFile("lost", "content");
     world.link(file).status = 404;
-    const DownloadPointer lost = world.enqueue(file);
+    const ConstDownloadPointer lost = world.enqueue(file);
     passUntil(lost, Status::failed);
     EXPECT_EQ(row(lost), "lost | HTTP error 404 from put.io. [Retry] [Remove]");
     EXPECT_EQ(menu(lost), "Retry|-|Remove");
@@ -255,8 +255,8 @@ TEST_F(DownloadsViewTest, theToolbarIsForTheWholeQueue) {
 
 TEST_F(DownloadsViewTest, severalRowsAreActedOnTogether) {
     enqueue("a");
-    const DownloadPointer lowest = enqueue("b");
-    const DownloadPointer low = enqueue("c");
+    const ConstDownloadPointer lowest = enqueue("b");
+    const ConstDownloadPointer low = enqueue("c");
     enqueue("d");
     enqueue("e");
     list().setCurrentIndex(list().rows()->index(rowOf(low)));
@@ -302,7 +302,7 @@ TEST_F(DownloadsViewTest, whatIsSeenAndSelectedStaysWhileTheQueueGoesOn) {
 
 // A hidden screen costs nothing, and is right when it comes back.
 TEST_F(DownloadsViewTest, followsTheNumbersOnlyWhileItIsSeen) {
-    const DownloadPointer item = enqueue("film", 100);
+    const ConstDownloadPointer item = enqueue("film", 100);
     pass(1s);
     view.hide();
     const std::string before = summary();
@@ -319,7 +319,7 @@ TEST_F(DownloadsViewTest, showsARealisticQueue) {
     takePictures(view, "downloads-empty");
     world.preferences.setMaxConcurrentDownloads(4);
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
-    const DownloadPointer done = enqueueLarge("Big Buck Bunny (2008) 1080p.mkv", 4);
+    const ConstDownloadPointer done = enqueueLarge("Big Buck Bunny (2008) 1080p.mkv", 4);
     world
         .link(enqueueLarge(
                   "A name that is so long that no window of a usual width can have room for it, nor for the half of "
@@ -327,18 +327,18 @@ TEST_F(DownloadsViewTest, showsARealisticQueue) {
                   3)
                   ->fileID)
         .status = 404;
-    const DownloadPointer kept = enqueueLarge("Album.flac", 2);
+    const ConstDownloadPointer kept = enqueueLarge("Album.flac", 2);
     world.refusals[kept->fileID] = 1;
-    kept->deleteAfterDownload = true;
-    const DownloadPointer cancelled = enqueueLarge("Notes.txt", 1);
+    changeable(kept).deleteAfterDownload = true;
+    const ConstDownloadPointer cancelled = enqueueLarge("Notes.txt", 1);
     pass(300ms);
     screen.perform(DownloadAction::cancel, cancelled->id);
     passUntil(done, Status::completed);
     pass(3min);
     world.files.put(World::downloads / "Holiday photographs.zip", "old");
-    const DownloadPointer taken = enqueueLarge("Holiday photographs.zip", 1);
+    const ConstDownloadPointer taken = enqueueLarge("Holiday photographs.zip", 1);
     passUntil(taken, Status::awaitingConflict);
-    const DownloadPointer paused = enqueueLarge("Sintel.2010.2160p.mkv", 20);
+    const ConstDownloadPointer paused = enqueueLarge("Sintel.2010.2160p.mkv", 20);
     enqueueLarge("ubuntu-24.04-desktop-amd64.iso", 32);
     enqueueLarge("Tears of Steel.mkv", 24);
     pass(8s);

@@ -123,7 +123,7 @@ public:
 
     [[nodiscard]] std::string queue() const {
         std::string names;
-        for (const DownloadPointer& item : downloads.downloads().items())
+        for (const ConstDownloadPointer& item : downloads.downloads().items())
             names += (names.empty() ? "" : ", ") + item->fileName;
         return names;
     }

@@ -125,7 +125,7 @@ public:
     }
 
     // Queues a file of put.io's.
-    DownloadPointer download(std::int64_t id, const std::string& name, std::string content = "new") {
+    ConstDownloadPointer download(std::int64_t id, const std::string& name, std::string content = "new") {
         storage.links["https://storage.put.io/" + std::to_string(id)].content = content;
         PutIOFile file;
         file.id = FileID(id);

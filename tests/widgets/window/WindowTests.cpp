@@ -27,7 +27,7 @@ public:
     }
 
     // A file whose name is taken, received.
-    DownloadPointer conflicting(std::int64_t id, const std::string& name) {
+    ConstDownloadPointer conflicting(std::int64_t id, const std::string& name) {
         files.put("/home/user/Downloads/" + name, "old");
         return download(id, name);
     }
@@ -112,13 +112,13 @@ TEST_F(Window, badgesTheDownloadsAndAsksAboutEachConflict) {
     startSignedIn();
     EXPECT_EQ(sidebarRow(2), "Downloads");
     key(Qt::Key_5, Qt::ControlModifier);
-    const DownloadPointer first = conflicting(1, "first");
+    const ConstDownloadPointer first = conflicting(1, "first");
     settle(5s);
     ASSERT_TRUE(sheet());
     EXPECT_EQ(sidebarRow(2), "Downloads, 1");
     EXPECT_TRUE(shows(*sheet(), "\"first\" already exists at this location."));
-    const DownloadPointer second = conflicting(2, "second");
-    const DownloadPointer third = conflicting(3, "third");
+    const ConstDownloadPointer second = conflicting(2, "second");
+    const ConstDownloadPointer third = conflicting(3, "third");
     settle(5s);
     EXPECT_EQ(sidebarRow(2), "Downloads, 3");
     QTest::keyClick(sheet(), Qt::Key_Escape);
@@ -142,7 +142,7 @@ TEST_F(Window, theSheetComesBackWithTheWindow) {
     startSignedIn();
     window().close();
     EXPECT_FALSE(window().isVisible());
-    const DownloadPointer item = conflicting(1, "taken");
+    const ConstDownloadPointer item = conflicting(1, "taken");
     settle(5s);
     EXPECT_FALSE(sheet());
     desktop->receive("");
@@ -161,7 +161,7 @@ TEST_F(Window, theSheetComesBackWithTheWindow) {
 
 TEST_F(Window, leavesItsDownloadsToTheTray) {
     startSignedIn();
-    const DownloadPointer item = download(1, "film", std::string(10'000, '.'));
+    const ConstDownloadPointer item = download(1, "film", std::string(10'000, '.'));
     storage.links["https://storage.put.io/1"].rate = 1000;
     settle(1s);
     window().close();
@@ -208,7 +208,7 @@ TEST_F(Window, asksOnceWhereThereIsNoTray) {
 
 TEST_F(Window, endsWithTheQueueWritten) {
     startSignedIn();
-    const DownloadPointer item = download(1, "film", std::string(100'000, '.'));
+    const ConstDownloadPointer item = download(1, "film", std::string(100'000, '.'));
     storage.links["https://storage.put.io/1"].rate = 1000;
     settle(10s);
     key(Qt::Key_Q, Qt::ControlModifier);
