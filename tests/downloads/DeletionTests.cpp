@@ -12,150 +12,15 @@ using namespace std::chrono_literals;
 
 class Deleting : public testing::Test {
 public:
-    void TestBody() override {}
-
-    // A folder of three files, one of them in a sub-folder, queued with its deletion.
-    void enqueueFolder() {
-        folder = world.addFolder("F");
-        for (const char* name : {"a", "b"}) members.push_back(world.addFile(name, name, folder));
-        subfolder = world.addFolder("G", folder);
-        members.push_back(world.addFile("c", "c", subfolder));
-        world.enqueueFolder(folder, true);
-    }
-
-    ConstDownloadPointer member(std::size_t index) { return world.find(members[index]); }
-
-    // When the deletion begins.
-    void spoilOnce(std::function<void()> spoil) {
-        world.watch = [this, spoil = std::move(spoil)](DownloadManager&, const QueueChange& change) {
-            const bool isDeleting = change.item && change.item->status == Status::deleting;
-            if (!isDeleting || std::exchange(isSpoilt_, true)) return;
-            spoil();
-        };
-    }
-
-    [[nodiscard]] std::string outcomes() {
-        std::string text;
-        for (const FileID id : members) text += World::outcome(world.find(id)) + " ";
-        return text;
-    }
-
     World world;
     DownloadManager& manager = world.manager();
-    FolderID folder;
-    FolderID subfolder;
-    std::vector<FileID> members;
-
-private:
-    bool isSpoilt_ = false;
 };
-
-TEST_F(Deleting, deletesAFolderOnceWhenAllOfItHasArrived) {
-    enqueueFolder();
-    world.loop.advance(20ms);  // listed
-    std::size_t deleting = 0;
-    world.watch = [&](DownloadManager& queue, const QueueChange&) {
-        deleting = std::max(deleting, queue.downloads().count(Status::deleting));
-    };
-    world.settle();
-    EXPECT_EQ(outcomes(), "completed completed completed ");
-    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
-    EXPECT_EQ(deleting, 3U);
-}
-
-TEST_F(Deleting, keepsAFolderOfWhichSomethingIsMissing) {
-    struct Case {
-        const char* what;
-        void (*spoil)(World&, const ConstDownloadPointer&);
-        const char* outcome;
-    };
-
-    const Case cases[] = {
-        {"skipped",
-         [](World& world, const ConstDownloadPointer&) {
-             world.preferences.setConflictBehavior(ConflictBehavior::skip);
-             world.files.put(World::downloads / "F/a", "the user's");
-         },
-         "skipped"},
-        {"failed", [](World& world, const ConstDownloadPointer& item) { world.link(item->fileID).status = 410; },
-         "failed: HTTP error 410 from put.io."},
-        {"cancelled", [](World& world, const ConstDownloadPointer& item) { world.manager().cancel(item); },
-         "cancelled"},
-        {"removed", [](World& world, const ConstDownloadPointer& item) { world.manager().remove(item); }, nullptr},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        World other;
-        const FolderID id = other.addFolder("F");
-        const FileID a = other.addFile("a", "a", id);
-        const FileID b = other.addFile("b", "b", id);
-        other.enqueueFolder(id, true);
-        ASSERT_TRUE(other.loop.runUntil([&] { return other.find(a) != nullptr; }));
-        const ConstDownloadPointer item = other.find(a);
-        c.spoil(other, item);
-        other.settle();
-        if (c.outcome) EXPECT_EQ(World::outcome(item), c.outcome);
-        EXPECT_EQ(World::outcome(other.find(b)), "completed");
-        EXPECT_TRUE(other.deletions.empty());
-    }
-}
-
-TEST_F(Deleting, countsAMemberThatArrivedOnItsSecondTry) {
-    enqueueFolder();
-    ASSERT_TRUE(world.loop.runUntil([&] { return member(0) != nullptr; }));
-    world.link(members[0]).breaks = {{.at = 0, .isResumable = false}};
-    ASSERT_TRUE(world.runUntil(member(0), Status::failed));
-    manager.retry(member(0));  // before the others have arrived
-    world.settle();
-    EXPECT_EQ(outcomes(), "completed completed completed ");
-    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
-}
-
-TEST_F(Deleting, keepsAFolderThatWasNotListedToItsEnd) {
-    enqueueFolder();
-    world.cutListings.insert(subfolder);
-    world.settle();
-    EXPECT_TRUE(manager.downloads().items().empty());  // the rest could not be had
-    world.preferences.setReadLongFolders(false);
-    world.enqueueFolder(folder, true);
-    world.settle();
-    EXPECT_EQ(outcomes(), "completed completed completed ");
-    EXPECT_TRUE(world.deletions.empty());
-}
-
-TEST_F(Deleting, ignoresAnEmptyFolder) {
-    const FolderID empty = world.addFolder("empty");
-    world.enqueueFolder(empty, true);
-    world.settle();
-    world.kill();
-    world.start();
-    world.settle();
-    EXPECT_TRUE(world.deletions.empty());
-}
-
-TEST_F(Deleting, asksAgainForAFolderWhoseDeletionFailed) {
-    enqueueFolder();
-    world.refusals[fileOf(folder)] = 1;
-    world.settle();
-    const std::string failed = "remoteDeleteFailed: HTTP error 500 from put.io. ";
-    EXPECT_EQ(outcomes(), failed + failed + failed);
-    world.preferences.setConflictBehavior(ConflictBehavior::replace);
-    manager.retry(member(1));  // arrives again; its folder was settled
-    world.settle();
-    EXPECT_EQ(outcomes(), failed + "completed " + failed);
-    manager.retryDelete(member(1));  // not failed
-    manager.retryDelete(member(2));
-    EXPECT_EQ(outcomes(), "deleting completed deleting ");
-    world.settle();
-    EXPECT_EQ(outcomes(), "completed completed completed ");
-    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
-}
 
 // A deletion whose answer nobody heard was done when put.io says so to the same account.
 TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
     for (const char* account : {"ann", "bob"}) {
         World other;
-        const ConstDownloadPointer first = other.enqueue(other.addFile("f", "f"), {.deleteAfterDownload = true});
+        const DownloadPointer first = other.enqueue(other.addFile("f", "f"), {.deleteAfterDownload = true});
         ASSERT_TRUE(other.runUntil(first, Status::deleting));
         other.http.latency = 2s;  // the deletion is saved as under way
         ASSERT_TRUE(other.loop.runUntil([&] { return !other.deletions.empty(); }));
@@ -163,7 +28,7 @@ TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
         other.kill();
         other.start();
         other.account = account;
-        const ConstDownloadPointer item = other.find(first->fileID);
+        const DownloadPointer item = other.find(first->fileID);
         EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: Interrupted before put.io confirmed the deletion.");
         other.manager().retryDelete(item);
         EXPECT_FALSE(item->error);
@@ -179,11 +44,11 @@ TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
 
 TEST_F(Deleting, takesOnlyAnAnswerThatConfirms) {
     world.losesAnswer = true;
-    const ConstDownloadPointer lost = world.enqueue(world.addFile("lost", "lost"), {.deleteAfterDownload = true});
+    const DownloadPointer lost = world.enqueue(world.addFile("lost", "lost"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(lost), "completed");  // it was looked up
     world.doesNotConfirm = true;
-    const ConstDownloadPointer refused = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
+    const DownloadPointer refused = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(refused), "remoteDeleteFailed: put.io did not confirm the deletion.");
     world.doesNotConfirm = false;
@@ -255,7 +120,7 @@ TEST_F(Deleting, keepsWhatALossOfPowerWouldMakeTheQueueForget) {
     const Error full{ErrorCase::file, "The disk is full."};
     world.files.failNext("appendToFile", journal, full);
     world.files.failNext("writeFileAtomically", journal, full, 2);
-    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
+    const DownloadPointer item = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: The disk is full.");
     EXPECT_TRUE(world.deletions.empty());
@@ -276,78 +141,6 @@ TEST_F(Deleting, keepsWhatItDoesNotKnowTheSizeOf) {
                     testing::StartsWith("remoteDeleteFailed: put.io did not say how large"));
     EXPECT_EQ(World::outcome(world.find(trulyEmpty)), "completed");
     EXPECT_EQ(world.deletions, std::vector{trulyEmpty});
-}
-
-// What the folder holds is looked at once more, and what is here after that.
-TEST_F(Deleting, keepsAFolderThatHasChangedMeanwhile) {
-    struct Case {
-        const char* what;
-        void (*change)(Deleting&);
-        std::string reason;
-    };
-
-    const std::string strangers = "The folder holds files that were not downloaded.";
-    const Case cases[] = {
-        {"a new file", [](Deleting& test) { test.world.addFile("new", "new", test.subfolder); }, strangers},
-        {"a file that has changed", [](Deleting& test) { test.world.announceSize(test.members[2], 9); }, strangers},
-        {"a file whose content has", [](Deleting& test) { test.world.announceChecksum(test.members[2], "1"); }, ""},
-        {"a listing that is cut", [](Deleting& test) { test.world.cutListings.insert(test.subfolder); },
-         strangers + " put.io listed only the beginning of a folder. HTTP error 400 from put.io."},
-        {"two files that are gone here",
-         [](Deleting& test) {
-             for (const char* name : {"a", "G/c"})
-                 EXPECT_TRUE(test.world.files.removeItem(World::downloads / "F" / name));
-         },
-         "\"/home/user/Downloads/F/G/c\" is not there any more. \"/home/user/Downloads/F/a\" is not there any more. "
-         "Nothing was deleted from put.io."},
-        {"both",
-         [](Deleting& test) {
-             EXPECT_TRUE(test.world.files.removeItem(World::downloads / "F/b"));
-             test.world.addFile("new", "new", test.folder);
-         },
-         "\"/home/user/Downloads/F/b\" is not there any more. Nothing was deleted from put.io. " + strangers},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
-        Deleting other;
-        other.spoilOnce([&] { c.change(other); });
-        other.enqueueFolder();
-        other.world.settle();
-        if (c.reason.empty()) {
-            EXPECT_EQ(other.world.deletions.size(), 1U);  // no checksum was known to compare it with
-            continue;
-        }
-        std::string failed;
-        for (int member = 0; member < 3; ++member) failed.append("remoteDeleteFailed: ").append(c.reason).append(" ");
-        EXPECT_EQ(other.outcomes(), failed);
-        EXPECT_TRUE(other.world.deletions.empty());
-        // Only what was named is agreed to.
-        const ConstDownloadPointer item = other.member(2);
-        EXPECT_TRUE(item->isUnproven);
-        other.world.mayLose = true;
-        const std::string before = *item->error;
-        other.world.files.put(World::downloads / "F/a", "another");
-        other.manager.deleteAnyway(item);
-        other.world.settle();
-        EXPECT_TRUE(other.world.deletions.empty());
-        EXPECT_NE(*item->error, before);
-        other.manager.deleteAnyway(item);
-        other.world.settle();
-        EXPECT_EQ(other.outcomes(), "completed completed completed ");
-        EXPECT_EQ(other.world.deletions, std::vector{fileOf(other.folder)});
-    }
-}
-
-TEST_F(Deleting, looksAtTheFilesAgainAfterTheFolder) {
-    enqueueFolder();
-    ASSERT_TRUE(world.loop.runUntil([&] { return member(0) != nullptr; }));
-    ASSERT_TRUE(world.runUntil(member(0), Status::deleting));
-    world.http.latency = 2s;
-    world.loop.advance(3s);  // proven; the folder is being listed
-    EXPECT_TRUE(world.files.removeItem(World::downloads / "F/a"));
-    world.settle();
-    EXPECT_THAT(outcomes(), testing::HasSubstr("\"/home/user/Downloads/F/a\" is not there any more."));
-    EXPECT_TRUE(world.deletions.empty());
 }
 
 // --- What is the only copy ---
@@ -377,20 +170,6 @@ TEST_F(Deleting, replacesNoFileWhoseOriginalGoes) {
     EXPECT_THAT(world.tree(), testing::StartsWith("f=5 "));
 }
 
-TEST_F(Deleting, replacesMembersOfAFolderThatStays) {
-    world.preferences.setConflictBehavior(ConflictBehavior::replace);
-    enqueueFolder();
-    ASSERT_TRUE(world.loop.runUntil([&] { return member(0) != nullptr; }));
-    world.link(members[0]).status = 410;
-    world.settle();
-    EXPECT_TRUE(world.deletions.empty());
-    world.link(members[0]).status = 200;
-    world.enqueueFolder(folder, true);
-    world.settle();
-    EXPECT_EQ(world.tree(), "F/G/c=c F/a=a F/b=b");
-    EXPECT_EQ(world.deletions, std::vector{fileOf(folder)});
-}
-
 TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
     world.enqueue(world.addFile("f", "1"), {.deleteAfterDownload = true});
     world.settle();
@@ -399,7 +178,7 @@ TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
     world.preferences.setMaxConcurrentDownloads(2);
     world.volumes.longestDelay = {};
     world.enqueue(world.addFile("g", "2"));
-    const ConstDownloadPointer last = world.enqueue(world.addFile("f", "2"));
+    const DownloadPointer last = world.enqueue(world.addFile("f", "2"));
     ASSERT_TRUE(world.loop.runUntil([&] { return manager.activeCount() == 2 && manager.pendingConflict(); }));
     world.settle();
     while (manager.pendingConflict()) {
@@ -412,7 +191,7 @@ TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
 }
 
 TEST_F(Deleting, leavesAnItemAloneThatIsFetchedAnew) {
-    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "some bytes"), {.deleteAfterDownload = true});
+    const DownloadPointer item = world.enqueue(world.addFile("f", "some bytes"), {.deleteAfterDownload = true});
     world.link(item->fileID).rate = 10;
     ASSERT_TRUE(world.runUntil(item, Status::deleting));
     world.http.latency = 2s;
@@ -434,7 +213,7 @@ TEST_F(Deleting, saysThatNobodyIsSignedIn) {
     world.kill();
     DownloadManager bare(world.platform(), world.transfers);
     bare.restoreQueue();
-    const ConstDownloadPointer item = bare.downloads().items()[0];
+    const DownloadPointer item = bare.downloads().items()[0];
     bare.retryDelete(item);
     EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: Not signed in to put.io.");
 }
