@@ -100,19 +100,21 @@ void BroughtFiles::forget(const std::filesystem::path& path) {
     (void)append(lineOf({forgottenWord, {}, 0, path}));
 }
 
+// The volume is asked without the lock: one that hangs must not hold up the others.
 std::optional<BroughtFiles::Original> BroughtFiles::find(const std::filesystem::path& path) {
+    const auto stamp = files_.stamp(path);
     const std::scoped_lock lock(access_);
     load();
-    if (const auto original = findItself(path)) return original;
+    if (const auto original = findItself(path.native(), stamp)) return original;
     const std::string below = path.native() + "/";
     const auto first = entries_.lower_bound(below);
     const bool holdsOne = first != entries_.end() && first->first.starts_with(below);
     return holdsOne ? std::optional(Original::kept) : std::nullopt;
 }
 
-std::optional<BroughtFiles::Original> BroughtFiles::findItself(const std::filesystem::path& path) {
-    if (const auto entry = entries_.find(path.native()); entry != entries_.end()) return entry->second.original;
-    const auto stamp = files_.stamp(path);
+std::optional<BroughtFiles::Original> BroughtFiles::findItself(const std::string& path,
+                                                               const std::optional<FileStamp>& stamp) const {
+    if (const auto entry = entries_.find(path); entry != entries_.end()) return entry->second.original;
     // The number of a file that is gone is soon another file's, but hardly one of its size.
     const auto known = stamp ? originals_.find({stamp->identity.number, stamp->size}) : originals_.end();
     return known != originals_.end() ? std::optional(known->second) : std::nullopt;

@@ -54,7 +54,8 @@ private:
     void load();
     void add(const std::string& path, const Entry& entry);
     void erase(const std::string& path);
-    [[nodiscard]] std::optional<Original> findItself(const std::filesystem::path& path);
+    [[nodiscard]] std::optional<Original> findItself(const std::string& path,
+                                                     const std::optional<FileStamp>& stamp) const;
     [[nodiscard]] Result<void> append(const std::string& line);
 
     FileManager& files_;
