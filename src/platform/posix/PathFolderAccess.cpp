@@ -19,9 +19,11 @@ Result<ByteBlob> PathFolderAccess::makeBookmark(const std::filesystem::path& fol
     return folder.native();
 }
 
+// On the main thread, so without a look at the volume, which may hang. Whether the folder is there shows when something
+// is to go there.
 std::optional<FolderAccess::ResolvedBookmark> PathFolderAccess::resolve(const ByteBlob& bookmark) {
     const std::filesystem::path folder(bookmark);
-    if (!folder.is_absolute() || !isFolder(folder)) return std::nullopt;
+    if (!folder.is_absolute()) return std::nullopt;
     return ResolvedBookmark{folder, false};
 }
 

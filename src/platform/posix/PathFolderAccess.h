@@ -9,7 +9,7 @@ class PathFolderAccess final : public FolderAccess {
 public:
     [[nodiscard]] Result<ByteBlob> makeBookmark(const std::filesystem::path& folder) override;
 
-    // None when no folder stands there any more.
+    // None for what is no absolute path. Does not look whether the folder is there.
     [[nodiscard]] std::optional<ResolvedBookmark> resolve(const ByteBlob& bookmark) override;
 
     [[nodiscard]] bool startAccess(const std::filesystem::path& /*folder*/) override { return true; }
