@@ -20,7 +20,7 @@ public:
 TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
     for (const char* account : {"ann", "bob"}) {
         World other;
-        const DownloadPointer first = other.enqueue(other.addFile("f", "f"), {.deleteAfterDownload = true});
+        const ConstDownloadPointer first = other.enqueue(other.addFile("f", "f"), {.deleteAfterDownload = true});
         ASSERT_TRUE(other.runUntil(first, Status::deleting));
         other.http.latency = 2s;  // the deletion is saved as under way
         ASSERT_TRUE(other.loop.runUntil([&] { return !other.deletions.empty(); }));
@@ -28,7 +28,7 @@ TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
         other.kill();
         other.start();
         other.account = account;
-        const DownloadPointer item = other.find(first->fileID);
+        const ConstDownloadPointer item = other.find(first->fileID);
         EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: Interrupted before put.io confirmed the deletion.");
         other.manager().retryDelete(item);
         EXPECT_FALSE(item->error);
@@ -44,11 +44,11 @@ TEST_F(Deleting, findsOutWhatBecameOfADeletionWhenTheProcessDiedInBetween) {
 
 TEST_F(Deleting, takesOnlyAnAnswerThatConfirms) {
     world.losesAnswer = true;
-    const DownloadPointer lost = world.enqueue(world.addFile("lost", "lost"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer lost = world.enqueue(world.addFile("lost", "lost"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(lost), "completed");  // it was looked up
     world.doesNotConfirm = true;
-    const DownloadPointer refused = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer refused = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(refused), "remoteDeleteFailed: put.io did not confirm the deletion.");
     world.doesNotConfirm = false;
@@ -120,7 +120,7 @@ TEST_F(Deleting, keepsWhatALossOfPowerWouldMakeTheQueueForget) {
     const Error full{ErrorCase::file, "The disk is full."};
     world.files.failNext("appendToFile", journal, full);
     world.files.failNext("writeFileAtomically", journal, full, 2);
-    const DownloadPointer item = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "f"), {.deleteAfterDownload = true});
     world.settle();
     EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: The disk is full.");
     EXPECT_TRUE(world.deletions.empty());
@@ -178,7 +178,7 @@ TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
     world.preferences.setMaxConcurrentDownloads(2);
     world.volumes.longestDelay = {};
     world.enqueue(world.addFile("g", "2"));
-    const DownloadPointer last = world.enqueue(world.addFile("f", "2"));
+    const ConstDownloadPointer last = world.enqueue(world.addFile("f", "2"));
     ASSERT_TRUE(world.loop.runUntil([&] { return manager.activeCount() == 2 && manager.pendingConflict(); }));
     world.settle();
     while (manager.pendingConflict()) {
@@ -191,7 +191,7 @@ TEST_F(Deleting, tellsTheUserThatTheOriginalIsGone) {
 }
 
 TEST_F(Deleting, leavesAnItemAloneThatIsFetchedAnew) {
-    const DownloadPointer item = world.enqueue(world.addFile("f", "some bytes"), {.deleteAfterDownload = true});
+    const ConstDownloadPointer item = world.enqueue(world.addFile("f", "some bytes"), {.deleteAfterDownload = true});
     world.link(item->fileID).rate = 10;
     ASSERT_TRUE(world.runUntil(item, Status::deleting));
     world.http.latency = 2s;
@@ -213,7 +213,7 @@ TEST_F(Deleting, saysThatNobodyIsSignedIn) {
     world.kill();
     DownloadManager bare(world.platform(), world.transfers);
     bare.restoreQueue();
-    const DownloadPointer item = bare.downloads().items()[0];
+    const ConstDownloadPointer item = bare.downloads().items()[0];
     bare.retryDelete(item);
     EXPECT_EQ(World::outcome(item), "remoteDeleteFailed: Not signed in to put.io.");
 }

@@ -23,7 +23,7 @@ public:
         world.enqueueFolder(folder, true);
     }
 
-    DownloadPointer member(std::size_t index) { return world.find(members[index]); }
+    ConstDownloadPointer member(std::size_t index) { return world.find(members[index]); }
 
     // When the deletion begins.
     void spoilOnce(std::function<void()> spoil) {
@@ -66,21 +66,21 @@ TEST_F(DeletingFolders, deletesAFolderOnceWhenAllOfItHasArrived) {
 TEST_F(DeletingFolders, keepsAFolderOfWhichSomethingIsMissing) {
     struct Case {
         const char* what;
-        void (*spoil)(World&, const DownloadPointer&);
+        void (*spoil)(World&, const ConstDownloadPointer&);
         const char* outcome;
     };
 
     const Case cases[] = {
         {"skipped",
-         [](World& world, const DownloadPointer&) {
+         [](World& world, const ConstDownloadPointer&) {
              world.preferences.setConflictBehavior(ConflictBehavior::skip);
              world.files.put(World::downloads / "F/a", "the user's");
          },
          "skipped"},
-        {"failed", [](World& world, const DownloadPointer& item) { world.link(item->fileID).status = 410; },
+        {"failed", [](World& world, const ConstDownloadPointer& item) { world.link(item->fileID).status = 410; },
          "failed: HTTP error 410 from put.io."},
-        {"cancelled", [](World& world, const DownloadPointer& item) { world.manager().cancel(item); }, "cancelled"},
-        {"removed", [](World& world, const DownloadPointer& item) { world.manager().remove(item); }, nullptr},
+        {"cancelled", [](World& world, const ConstDownloadPointer& item) { world.manager().cancel(item); }, "cancelled"},
+        {"removed", [](World& world, const ConstDownloadPointer& item) { world.manager().remove(item); }, nullptr},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -90,7 +90,7 @@ TEST_F(DeletingFolders, keepsAFolderOfWhichSomethingIsMissing) {
         const FileID b = other.addFile("b", "b", id);
         other.enqueueFolder(id, true);
         ASSERT_TRUE(other.loop.runUntil([&] { return other.find(a) != nullptr; }));
-        const DownloadPointer item = other.find(a);
+        const ConstDownloadPointer item = other.find(a);
         c.spoil(other, item);
         other.settle();
         if (c.outcome) EXPECT_EQ(World::outcome(item), c.outcome);
@@ -196,7 +196,7 @@ TEST_F(DeletingFolders, keepsAFolderThatHasChangedMeanwhile) {
         EXPECT_EQ(other.outcomes(), failed);
         EXPECT_TRUE(other.world.deletions.empty());
         // Only what was named is agreed to.
-        const DownloadPointer item = other.member(2);
+        const ConstDownloadPointer item = other.member(2);
         EXPECT_TRUE(item->isUnproven);
         other.world.mayLose = true;
         const std::string before = *item->error;

@@ -1,7 +1,6 @@
 #include "cli/commands/DownloadCommands.h"
 
 #include <algorithm>
-#include <set>
 #include <utility>
 
 #include <fmt/format.h>
@@ -22,7 +21,13 @@ using Status = Download::Status;
 
 Task<ExitCode> DownloadCommand::run(std::stop_token stop) {
     if (const std::optional<ExitCode> refused = downloads_.refusal()) co_return *refused;
-    if (const std::string wrong = objection(); !wrong.empty()) {
+    std::string wrong = objection();
+    if (wrong.empty()) {
+        Result<std::string> ofVolume = co_await objectionOfVolume(stop);
+        if (!ofVolume) co_return ExitCode::interrupted;
+        wrong = std::move(*ofVolume);
+    }
+    if (!wrong.empty()) {
         context_.complain(wrong);
         co_return ExitCode::failure;
     }
@@ -30,6 +35,10 @@ Task<ExitCode> DownloadCommand::run(std::stop_token stop) {
     co_await prepare(stop);
     const ExitCode code = co_await downloads_.work(until_, stop);
     co_return code;
+}
+
+Task<Result<std::string>> DownloadCommand::objectionOfVolume(std::stop_token /*stop*/) {
+    co_return std::string();
 }
 
 std::filesystem::path absoluteFolder(const std::filesystem::path& current, const std::string& text) {
@@ -45,12 +54,19 @@ DestinationFolder GetCommand::destination() {
     return running().downloads().resolveDestination(chosen);
 }
 
-std::string GetCommand::objection() {
+// A volume that hangs can still be left with Ctrl-C.
+Task<Result<std::string>> GetCommand::objectionOfVolume(std::stop_token stop) {
     const Platform& platform = context().platform;
-    if (!context().invocation.value("--to")) return {};
+    if (!context().invocation.value("--to")) co_return std::string();
     const std::filesystem::path folder = destination().folder;
-    if (!platform.files.isWithin(folder, platform.folders.applicationData)) return {};
-    return fmt::format("{} belongs to Tovri's own data; choose another folder.", printable(folder.native()));
+    auto look = [&files = platform.files, folder, data = platform.folders.applicationData]() -> Result<bool> {
+        return files.isWithin(folder, data);
+    };
+    Result<bool> isInData = co_await onVolume<bool>(platform.loop, platform.volumes, "folder " + folder.native(),
+                                                    std::move(stop), std::move(look));
+    if (!isInData) co_return failure(isInData);
+    if (!*isInData) co_return std::string();
+    co_return fmt::format("{} belongs to Tovri's own data; choose another folder.", printable(folder.native()));
 }
 
 // Whoever repeats a command that was interrupted wants it to go on, not its files a second time.
@@ -92,8 +108,8 @@ void GetCommand::tellGoingOn(const std::string& name, std::size_t waiting, std::
                                            missing == 0 ? "" : fmt::format(", and with {} more", files(missing))));
 }
 
-// The same for a folder. What the queue does not know of it, as when single files of it were asked for before, is
-// added, unless it is on the disk. False when none of the folder's files is on its way.
+// The same for a folder. What has failed is tried again. What the queue does not know of it, as when single files of it
+// were asked for before, is added, unless it is on the disk. False when none of the folder's files is on its way.
 Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop) {
     PutIODownloadService service(context().api);
     FolderWalk walk(service);
@@ -101,33 +117,51 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
         co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
     if (!listed) co_return failure(listed);
 
-    DownloadManager& downloads = running().downloads();
-    std::set<std::pair<FileID, std::filesystem::path>> unfinished;
-    std::set<std::pair<FileID, std::filesystem::path>> known;
-    std::set<std::pair<FileID, std::filesystem::path>> otherwise;  // queued with the opposite of what is asked
-    for (const ConstDownloadPointer& item : unfinished_) {
-        unfinished.emplace(item->fileID, *item->destinationFolder);
-        if (isDeletedLater(*item) != deletes) otherwise.emplace(item->fileID, *item->destinationFolder);
-    }
-    for (const ConstDownloadPointer& item : downloads.downloads().items())
-        known.emplace(item->fileID, *item->destinationFolder);
-    const bool differs = std::ranges::any_of(
-        *listed, [&](const ListedFile& each) { return otherwise.contains({each.file.id, each.folder}); });
+    const QueuedBefore before = queuedBefore(deletes);
+    const auto placeOf = [](const ListedFile& each) { return Place{each.file.id, each.folder}; };
+    const bool differs =
+        std::ranges::any_of(*listed, [&](const ListedFile& each) { return before.otherwise.contains(placeOf(each)); });
     const auto waiting = std::ranges::count_if(
-        *listed, [&](const ListedFile& each) { return unfinished.contains({each.file.id, each.folder}); });
+        *listed, [&](const ListedFile& each) { return before.unfinished.contains(placeOf(each)); });
     if (waiting == 0) co_return false;
 
+    std::vector<ConstDownloadPointer> failed;
+    std::size_t kept = 0;
     std::erase_if(*listed, [&](const ListedFile& each) {
-        return known.contains({each.file.id, each.folder}) ||
-               (each.file.size && context().platform.files.fileSize(each.folder / each.file.name) == each.file.size);
+        const auto item = before.known.find(placeOf(each));
+        const bool isKnown = item != before.known.end();
+        if (isKnown && item->second->status == Status::failed) failed.push_back(item->second);
+        const bool isHere = isKnown ? item->second->status == Status::completed : isOnDisk(each);
+        if (deletes && isHere && !(isKnown && isDeletedLater(*item->second))) ++kept;
+        return isKnown || isHere;
     });
-    tellGoingOn(request.name, static_cast<std::size_t>(waiting), listed->size());
+    tellGoingOn(request.name, static_cast<std::size_t>(waiting), listed->size() + failed.size());
     if (differs) tellDeletion(request.name, deletes);
+    if (kept > 0)
+        running().fail(fmt::format("\"{}\": {} here already, and not deleted from put.io.", printable(request.name),
+                                   kept == 1 ? "1 file is" : fmt::format("{} files are", kept)));
     if (walk.cut()) running().fail(withAdvice(*walk.cut()));
     deletes = deletes && walk.isComplete();
+    DownloadManager& downloads = running().downloads();
+    for (const ConstDownloadPointer& item : failed) downloads.retry(item);
     for (const ListedFile& each : *listed)
         downloads.enqueue(each.file, {DestinationFolder{each.folder, request.destination.bookmark}, deletes, {}});
     co_return true;
+}
+
+GetCommand::QueuedBefore GetCommand::queuedBefore(bool deletes) {
+    QueuedBefore before;
+    for (const ConstDownloadPointer& item : unfinished_) {
+        before.unfinished.emplace(item->fileID, *item->destinationFolder);
+        if (isDeletedLater(*item) != deletes) before.otherwise.emplace(item->fileID, *item->destinationFolder);
+    }
+    for (const ConstDownloadPointer& item : running().downloads().downloads().items())
+        before.known.try_emplace({item->fileID, *item->destinationFolder}, item);
+    return before;
+}
+
+bool GetCommand::isOnDisk(const ListedFile& file) {
+    return file.file.size && context().platform.files.fileSize(file.folder / file.file.name) == file.file.size;
 }
 
 // A path that cannot be had does not keep the others from coming.

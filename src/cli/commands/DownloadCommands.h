@@ -1,12 +1,17 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cli/commands/Command.h"
 #include "cli/commands/RemoteTree.h"
 #include "cli/running/DownloadRun.h"
+#include "downloads/listing/FolderWalk.h"
 
 namespace tovri::cli {
 
@@ -23,6 +28,9 @@ public:
 protected:
     // What is wrong with the arguments as long as nothing was begun; empty when nothing is.
     [[nodiscard]] virtual std::string objection() { return {}; }
+
+    // The same for what only a look at a volume tells, which may take long. Fails when it is given up.
+    virtual Task<Result<std::string>> objectionOfVolume(std::stop_token stop);
 
     // Puts something on the restored queue.
     virtual Task<void> prepare(std::stop_token stop) = 0;
@@ -42,12 +50,23 @@ public:
     explicit GetCommand(CommandContext& context) : DownloadCommand(context), tree_(context.api) {}
 
 private:
-    [[nodiscard]] std::string objection() override;
+    Task<Result<std::string>> objectionOfVolume(std::stop_token stop) override;
     Task<void> prepare(std::stop_token stop) override;
     Task<Result<void>> enqueue(PutIOFile file, std::stop_token stop);
     [[nodiscard]] DestinationFolder destination();
     [[nodiscard]] bool isQueuedAlready(const PutIOFile& file, bool deletes);
     [[nodiscard]] bool hasUnfinishedBelow(const std::filesystem::path& folder) const;
+    // By file and folder; of several items the uppermost.
+    using Place = std::pair<FileID, std::filesystem::path>;
+
+    struct QueuedBefore {
+        std::map<Place, ConstDownloadPointer> known;
+        std::set<Place> unfinished;
+        std::set<Place> otherwise;  // of these, with the opposite of the deletion that is asked for now
+    };
+
+    [[nodiscard]] QueuedBefore queuedBefore(bool deletes);
+    [[nodiscard]] bool isOnDisk(const ListedFile& file);
     Task<Result<bool>> goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop);
     void tellGoingOn(const std::string& name, std::size_t waiting, std::size_t missing);
     void tellDeletion(const std::string& name, bool deletes);

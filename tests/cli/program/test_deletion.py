@@ -220,3 +220,18 @@ class QueuedAlready(DeletionTest):
         _, messages = self.get("/F", status=1)
         self.assertIn('"F" was queued with its deletion from put.io', messages)
         self.assertEqual(len(self.deletions()), 1)
+
+    def test_what_is_here_already_stays_and_is_said_to(self):
+        self.serve_files({"F": {"known": "5KB", "on disk": "6KB", "last": "7KB"}})
+        folder = self.downloads / "F"
+        folder.mkdir(parents=True)
+        (folder / "on disk").write_bytes(bytes(6000))
+        self.run_cli("get", "/F/known", "--to", str(folder))
+        self.sandbox.fault("storage:last:stall=1")
+        process = self.start("get", "/F/last", "--to", str(folder), "--delete")
+        wait_until(lambda: self.sandbox.stats()["transfersInFlight"] == 1, "the transfer")
+        self.interrupt(process)
+        self.sandbox.call("DELETE", "faults")
+        _, messages = self.get("/F", "--delete", status=1)
+        self.assertIn('"F": 2 files are here already, and not deleted from put.io.', messages)
+        self.assertEqual([r["form"] for r in self.deletions()], [{"file_ids": "4"}])

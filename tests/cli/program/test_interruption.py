@@ -70,6 +70,20 @@ class Interruption(ProgramTest):
         self.assertEqual(len(self.queue()), 3)
         self.assert_tree()
 
+    def test_a_folder_of_which_one_file_failed_arrives_whole(self):
+        self.serve()
+        names = [listed["name"] for listed in json.loads(self.run_cli("ls", "/Generated", "--json")[0])["files"]]
+        self.sandbox.fault(f"storage:{names[0]}:status=404", STANDS_STILL)
+        process = self.start("get", "/Generated", "--to", str(self.downloads))
+        self.wait_for_partial_bytes(1 << 20)
+        wait_until(lambda: "failed" in [item["status"] for item in self.queue()], "the failure")
+        self.interrupt(process)
+        self.sandbox.call("DELETE", "faults")
+        _, messages = self.get("/Generated")
+        self.assertIn("with 2 files to go; going on with that, and with 1 file more.", messages)
+        self.assertEqual(len(self.queue()), 3)
+        self.assert_tree()
+
     def test_a_deletion_that_nobody_confirmed_is_told_and_asked_for_again(self):
         self.serve()
         self.sandbox.fault("api:/v2/files/delete:delay=600,times=1")
