@@ -33,6 +33,12 @@ class Commands(ProgramTest):
             self.assertEqual(terminal.finish(), status)
             self.assertEqual("Welcome.txt" in self.run_cli("ls")[0], is_there)
 
+    def test_what_put_io_does_not_confirm_is_not_done(self):
+        self.serve("--demo", "--fault", "api:/v2/files/delete:status=200", "--fault", "api:/v2/files/move:status=200")
+        self.assertIn("did not confirm the deletion", self.run_cli("rm", "--yes", "/Welcome.txt", status=1)[1])
+        self.assertIn("did not move", self.run_cli("mv", "/Welcome.txt", "/Books", status=1)[1])
+        self.assertIn("Welcome.txt", self.run_cli("ls")[0])
+
     def test_signing_in_by_the_pasted_address(self):
         self.serve("--demo")
         token = self.environment.pop("TOVRI_TOKEN")
