@@ -73,7 +73,7 @@ Task<ExitCode> DeleteCommand::run(std::stop_token stop) {
 }
 
 // An answer that does not confirm it may leave everything where it is.
-Task<Result<void>> DeleteCommand::deleteConfirmed(std::vector<std::int64_t> ids, std::stop_token stop) {
+Task<Result<void>> DeleteCommand::deleteConfirmed(std::vector<FileID> ids, std::stop_token stop) {
     using Status = PutIOAPI::StatusResponse;
     Result<Status> answer = co_await context_.api.post<Status>(
         "/files/delete", {{"file_ids", fmt::format("{}", fmt::join(ids, ","))}}, std::move(stop));

@@ -31,7 +31,7 @@ public:
 
 private:
     Task<bool> isConfirmed(std::stop_token stop);
-    Task<Result<void>> deleteConfirmed(std::vector<std::int64_t> ids, std::stop_token stop);
+    Task<Result<void>> deleteConfirmed(std::vector<FileID> ids, std::stop_token stop);
 
     CommandContext& context_;
     RemoteTree tree_;

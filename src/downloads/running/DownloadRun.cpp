@@ -215,6 +215,7 @@ Task<> DownloadRun::keepArrived() {
         std::optional<ByteBlob> token = co_await reception_.keep(std::chrono::seconds(1));
         if (!token || !isCurrent()) reception_.discard();
         if (!isCurrent()) co_return;
+        noteVolume(token);
         if (hasBegun) item_->resumeData = std::move(token);
     } else {
         around_.kept.note(item_);
@@ -233,6 +234,7 @@ Task<> DownloadRun::failTransfer(Error error) {
     std::optional<ByteBlob> token = co_await reception_.keep(std::nullopt);
     if (!token || !isCurrent()) reception_.discard();
     if (!isCurrent()) co_return;
+    noteVolume(token);
     item_->resumeData = std::move(token);
     around_.settlement.markFailed(item_, error.description);
     around_.saves.request(Urgency::gathered);
@@ -249,6 +251,13 @@ Task<> DownloadRun::holdWithoutBytes() {
     hold();
 }
 
+// The next run is to wait for the volume on which these bytes are.
+void DownloadRun::noteVolume(const std::optional<ByteBlob>& token) {
+    const auto point = token ? ResumePoint::parse(*token) : std::nullopt;
+    if (point && point->folder && target_.facts)
+        around_.destinations.notePlaced(target_.path.parent_path(), *target_.facts);
+}
+
 // What has arrived stays, and the item waits until the partial file's volume has room for the rest.
 Task<> DownloadRun::holdWithBytes() {
     std::optional<ByteBlob> token = co_await reception_.keep(std::nullopt);
@@ -260,6 +269,7 @@ Task<> DownloadRun::holdWithBytes() {
     const auto kept = token ? ResumePoint::parse(*token) : std::nullopt;
     item_->bytesDownloaded = kept ? kept->offset : 0;
     if (!kept) item_->progress = 0;
+    noteVolume(token);
     item_->resumeData = std::move(token);
     const ByteCount missing = DestinationCheck::missing(*item_);
     hold_ = facts ? around_.destinations.refusal(missing, folder, *facts) : DestinationCheck::unreachable(folder);

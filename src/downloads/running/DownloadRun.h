@@ -63,6 +63,7 @@ private:
 
     Task<> conclude(Result<void> way);
     Task<> keepArrived();
+    void noteVolume(const std::optional<ByteBlob>& token);
     Task<> failTransfer(Error error);
     Task<> holdWithoutBytes();
     Task<> holdWithBytes();

@@ -146,6 +146,28 @@ class Refusing(ProgramTest):
         self.assertEqual(self.sandbox.requests(path="/files/delete"), [])
 
 
+class Absent(DiskImage):
+    account = ("--files", "1", "--folders", "0", "--min-size", "6MiB", "--max-size", "6MiB")
+
+    def test_what_has_begun_there_waits_for_its_disk(self):
+        self.serve()
+        self.downloads = self.disk / "here"
+        self.sandbox.fault("storage:*:stall=2MiB")
+        process = self.start("get", "/Generated", "--to", str(self.downloads))
+        wait_until(lambda: sum(file.stat().st_size for file in self.disk.glob(".tovri-*/*")) >= 2 << 20, "the first bytes")
+        self.interrupt(process)
+        self.sandbox.call("DELETE", "faults")
+        self.sandbox.call("POST", "reset-log", "")
+        self.unmount()
+        self.assertIn("Waiting for disk: ", self.run_cli("run", status=1)[1])
+        self.assertEqual(os.listdir(self.disk), [])
+        self.mount(self.image)
+        self.run_cli("run")
+        self.assertEqual([r["range"] for r in self.sandbox.requests("storage")], [f"bytes={2 << 20}-"])
+        self.assert_tree()
+        self.assertEqual(list(self.disk.glob(".tovri-*")), [])
+
+
 class Hanging(DiskImage):
     account = ("--files", "2", "--folders", "0", "--min-size", "1MiB", "--max-size", "2MiB")
 
