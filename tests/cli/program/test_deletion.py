@@ -2,9 +2,10 @@
 
 import json
 import os
+import shutil
 import urllib.parse
 
-from support import ProgramTest, wait_until
+from support import ProgramTest, Terminal, wait_until
 
 STRANGERS = "The folder holds files that were not downloaded."
 NOTHING = "Nothing was deleted from put.io."
@@ -143,6 +144,31 @@ class File(DeletionTest):
         self.assertEqual([r["form"] for r in self.deletions()], [{"file_ids": "2"}])
 
 
+    def test_stays_when_another_account_is_signed_in(self):
+        self.serve_files({"f": "5KB"}, "--fault", "api:/v2/files/delete:stall=1")
+        process = self.start("get", "/f", "--to", str(self.downloads), "--delete")
+        saved = self.data / "queue.json"
+        wait_until(lambda: saved.exists() and "deletionAccount" in saved.read_text() and self.deletions(), "the deletion")
+        self.end(process)
+        self.serve_files('{"username": "another", "files": {}}')
+        _, messages = self.run_cli("retry", status=1)
+        self.assertIn("It is in the account of sandbox, and another is signed in. " + NOTHING, messages)
+        self.assertEqual(self.deletions(), [])
+
+    def test_stays_when_its_record_cannot_be_kept(self):
+        for number, record in enumerate(("placements.journal", "brought.list")):
+            with self.subTest(record):
+                self.serve_files({f"f{number}": "5KB"})
+                (self.data / record).unlink(missing_ok=True)
+                (self.data / record).mkdir(parents=True)
+                _, messages = self.get(f"/f{number}", "--delete", status=1)
+                self.assertIn(f'Cannot write "{self.data}/{record}"', messages)
+                self.assertEqual(self.deletions(), [])
+                shutil.rmtree(self.data / record, ignore_errors=True)
+                self.run_cli("retry")
+                self.assertEqual(len(self.deletions()), 1)
+
+
 class OnlyCopy(DeletionTest):
     def sizes(self):
         return {str(path.relative_to(self.downloads)): path.stat().st_size
@@ -190,6 +216,26 @@ class OnlyCopy(DeletionTest):
         self.assertEqual(set(self.sizes()), {"f", "f (1)"})
         self.assertEqual(set(self.sizes().values()), {1000, 2000})
         self.assertEqual(len(self.deletions()), 2)
+
+    def test_the_user_is_told_before_it_is_replaced(self):
+        self.serve_files({"A": {"f": "1KB"}, "B": {"f": "2KB"}})
+        self.get("/A/f", "--delete")
+        for answer, sizes in (("s", {"f": 1000}), ("r", {"f": 2000})):
+            terminal = Terminal(["get", "/B/f", "--to", str(self.downloads), "--on-conflict", "ask"], self.environment,
+                                self.home)
+            self.addCleanup(terminal.close)
+            terminal.wait_for("already exists at this location. Its original is no longer on put.io.")
+            terminal.type(answer + "\n")
+            self.assertEqual(terminal.finish(), 0)
+            self.assertEqual(self.sizes(), sizes)
+
+    def test_a_folder_that_makes_way_keeps_what_it_holds(self):
+        self.serve_files({"f": "5KB"})
+        (self.downloads / "f" / "deep").mkdir(parents=True)
+        (self.downloads / "f" / "deep" / "mine").write_text("mine")
+        (self.downloads / "f (replaced)").write_text("mine too")
+        self.get("/f", "--on-conflict", "replace")
+        self.assertEqual(self.sizes(), {"f": 5000, "f (replaced)": 8, "f (replaced 2)/deep/mine": 4})
 
     def test_nothing_comes_into_tovris_own_folder(self):
         self.serve_files({"f": "5KB"})

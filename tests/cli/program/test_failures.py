@@ -100,6 +100,9 @@ class Failures(ProgramTest):
         _, messages = self.get("/Generated", status=1)
         self.assertIn("put.io does not accept the access token", messages)
         self.assertLessEqual(messages.count("Failed: "), 3, "those that were asking already")
+        refused = [r for r in self.sandbox.requests("link") if r["status"] == 401]
+        self.assertLessEqual(len(refused), 3, "nothing begins while nobody is signed in")
+        self.assertIn("queued", {item["status"] for item in self.queue()})
         self.sandbox.call("DELETE", "faults")
         self.run_cli("retry")
         self.assert_tree()

@@ -1,6 +1,8 @@
 """Folders that put.io does not list in one answer."""
 
+import json
 import os
+import urllib.parse
 
 from support import ProgramTest
 
@@ -49,3 +51,51 @@ class Long(ProgramTest):
         self.assertEqual(len(os.listdir(self.downloads / "Generated")), 50)
         self.assertEqual(self.sandbox.requests(path="/files/delete"), [])
         self.assertEqual(self.sandbox.requests(path="/files/list/continue"), [])
+
+
+class WatchedByRules(ProgramTest):
+    account = ("--files", "3000", "--folders", "0", "--max-size", "1", "--page-size", "50")
+
+    def setUp(self):
+        super().setUp()
+        self.serve()
+
+    def rule(self):
+        return json.loads((self.data / "sync-rules.json").read_text())[0]
+
+    def add(self, name):
+        self.sandbox.call("POST", "files/add", urllib.parse.urlencode({"path": f"/Generated/{name}", "text": name}))
+
+    def sync(self, status=0):
+        return "".join(self.run_cli("rules", "sync", status=status))
+
+    def check_that_the_rest_is_known(self, count):
+        self.assertIn(f"{count} files that put.io had not listed before count as known", self.sync())
+        self.assertTrue(self.rule()["stockIsWhole"])
+        self.assertFalse(self.downloads.exists())
+        self.add("new")
+        self.sync()
+        self.assertEqual(os.listdir(self.downloads), ["new"])
+
+    def test_whose_stock_an_earlier_version_took(self):
+        self.run_cli("rules", "add", "/Generated", str(self.downloads))
+        rule = self.rule()
+        rule["knownFileIDs"] = rule["knownFileIDs"][:1000]
+        del rule["stockIsWhole"]
+        (self.data / "sync-rules.json").write_text(json.dumps([rule]))
+        self.check_that_the_rest_is_known(2000)
+
+    def test_whose_stock_was_taken_while_long_folders_were_not_read(self):
+        self.run_cli("config", "readLongFolders", "false")
+        self.run_cli("rules", "add", "/Generated", str(self.downloads))
+        self.assertNotIn("stockIsWhole", self.rule())
+        self.assertIn(OFF.split(" Turn")[0], self.sync(status=1))
+        self.run_cli("config", "readLongFolders", "true")
+        self.check_that_the_rest_is_known(2950)
+
+    def test_of_which_the_rest_cannot_be_had(self):
+        self.sandbox.fault("api:/v2/files/list?parent_id=1:stale-cursor")
+        self.run_cli("rules", "add", "/Generated", str(self.downloads), status=1)
+        self.assertEqual((self.rule()["isInitialized"], self.rule()["knownFileIDs"]), (False, []))
+        self.assertIn("put.io listed only the beginning of a folder. " + STALE, self.sync(status=1))
+        self.assertFalse(self.rule()["isInitialized"])

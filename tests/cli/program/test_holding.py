@@ -87,6 +87,30 @@ class Holding(ProgramTest):
         self.run_cli("run")
         self.assertEqual((self.disk / "here/News/large.bin").stat().st_size, 6 * MEGABYTE)
 
+    def test_room_is_counted_for_all_that_runs(self):
+        self.mount("5m")
+        self.sandbox.fault("storage:*:rate=1MiB")
+        for name in "abcd":
+            self.add(name, 2 * MEGABYTE)
+        output, _ = self.get_news()
+        self.assertIn("2 arrived, 2 waiting\n", output)
+        self.assertEqual({r["bytesSent"] for r in self.sandbox.requests("storage")}, {2 * MEGABYTE})
+        shutil.rmtree(self.disk / "News")
+        self.run_cli("run")
+        self.assertEqual(sorted(os.listdir(self.disk / "News")), ["a", "b"])
+
+    def test_some_room_is_left_to_others(self):
+        self.mount("200m")
+        size = 198_500_000  # of 209,715,200, of which a hundredth is left
+        self.sandbox.call("POST", "files/add", f"path=/News/large.bin&size={size}")
+        others = self.disk / "others"
+        others.write_bytes(b"." * 9_700_000)
+        self.assertIn("Waiting for 198.5 MB on Archive", self.get_news()[1])
+        self.assertEqual(self.sandbox.requests("storage"), [])
+        self.run_cli("config", "reservedMebibytes", "1")
+        self.run_cli("run")
+        self.assertEqual((self.disk / "News/large.bin").stat().st_size, size)
+
     def test_a_name_that_is_too_long_is_not_fetched_at_all(self):
         name = "n" * 300
         self.add(name, 10)

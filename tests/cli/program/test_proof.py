@@ -1,9 +1,11 @@
 """What has arrived is what put.io has, or says that it is not."""
 
 import hashlib
+import itertools
 import json
 import signal
 import urllib.request
+import zlib
 
 from support import ProgramTest
 
@@ -102,6 +104,15 @@ class Differences(Proof):
         self.assertEqual(self.run_cli("retry")[0], "")
 
 
+    def test_a_checksum_may_be_short_and_in_capital_letters(self):
+        text = next(text for text in map(str, itertools.count()) if zlib.crc32(text.encode()) < 1 << 24)
+        digits = f"{zlib.crc32(text.encode()):X}"
+        self.serve_files({"F": {"short": ["text", text, {"crc32": digits}], "long": ["text", text, {"crc32": f"0{digits:>07}"}]}})
+        self.get("/F", "--delete")
+        self.assertEqual({item["proof"] for item in self.queue()}, {"checksum"})
+        self.assertEqual(self.run_cli("ls")[0], "")
+
+
 class Refusals(Proof):
     """Answers that end a transfer: nothing is placed, and nothing of them stays."""
 
@@ -121,6 +132,18 @@ class Refusals(Proof):
         self.sandbox.fault("storage:f.bin:hide-length,times=1")
         self.get("/f.bin")
         self.assertEqual(self.arrived("f.bin"), self.served("/f.bin"))
+
+    def test_nothing_is_written_beyond_what_was_announced(self):
+        self.serve_files({"f.bin": "300KiB"}, "--crc-limit", "1")
+        for fault, reason, most in (("announce=-1000", "more bytes than it announced", 306200),
+                                    ("announce=+1000", "fewer bytes than it announced", 307200)):
+            with self.subTest(fault):
+                self.sandbox.fault(f"storage:f.bin:{fault},times=1")
+                self.assertIn(reason, self.get("/f.bin", "--delete", status=1)[1])
+                self.assertEqual(list(self.downloads.glob("*")), [])
+                self.assertLessEqual(self.partial_bytes(), most)
+                self.run_cli("clear")
+        self.assert_nothing_deleted()
 
     def interrupt(self, name):
         """Ends the program in the midst of the file's transfer."""
@@ -158,6 +181,16 @@ class Refusals(Proof):
     def test_a_file_that_changed_starts_over_once_for_its_checksum(self):
         self.assertEqual(self.go_on("change"), 2)
         self.assertEqual(self.item()["proof"], "checksum")
+
+    def test_a_file_that_changes_each_time_is_not_fetched_for_ever(self):
+        self.serve_files({"f.bin": "1MiB"})
+        self.interrupt("f.bin")
+        self.sandbox.call("DELETE", "faults")
+        self.sandbox.call("POST", "reset-log", "")
+        self.sandbox.fault("storage:f.bin:change,ignore-if-range")
+        _, messages = self.run_cli("run", status=1)
+        self.assertIn(f"{DIFFERS}its checksum is ", messages)
+        self.assertEqual(len(self.sandbox.requests("storage")), 2)
 
     def test_another_machines_validator_is_gone_on_with_where_a_checksum_decides(self):
         self.assertEqual(self.go_on("other-validator,ignore-if-range"), 1)

@@ -8,7 +8,7 @@ import subprocess
 import tempfile
 import unittest
 
-from support import ProgramTest, wait_until
+from support import ProgramTest, Terminal, wait_until
 
 
 class OtherVolume(ProgramTest):
@@ -45,6 +45,8 @@ class OtherVolume(ProgramTest):
         process = self.start_slowly()
         for folder in self.receiving_folders():
             self.assertEqual(folder.stat().st_mode & 0o777, 0o700)
+        # In the folder that was there before the first destination.
+        self.assertEqual([folder.parent for folder in self.receiving_folders()], [self.elsewhere])
         numbers = {file.stat().st_ino for file in self.received()}
         self.assertTrue(all(f.stat().st_dev == self.elsewhere.stat().st_dev for f in self.received()))
         self.assertEqual(self.partial_bytes(), 0)
@@ -94,6 +96,96 @@ class SmallDataDisk(OtherVolume):
         if mounted.returncode != 0:
             self.skipTest("needs the right to mount a tmpfs")
         self.addCleanup(subprocess.run, ["umount", "-l", str(data)], check=True, timeout=60)
+
+
+class Unstaged(ProgramTest):
+    """A file whose name is taken, and that cannot be set aside until the user has decided."""
+
+    account = ("--demo",)
+
+    def setUp(self):
+        super().setUp()
+        self.serve()
+        self.taken()
+
+    def taken(self):
+        self.downloads.mkdir(parents=True)
+        (self.downloads / "Poster.jpg").write_text("mine")
+
+    def ask(self):
+        terminal = Terminal(["get", "/Films/The General (1926)/Poster.jpg", "--to", str(self.downloads), "--on-conflict",
+                             "ask"], self.environment, self.home)
+        self.addCleanup(terminal.close)
+        return terminal
+
+    def check_that_it_is_kept(self, reason):
+        terminal = self.ask()
+        self.assertEqual(terminal.finish(), 1)
+        self.assertIn('"Poster.jpg" cannot be set aside until you decide: ', terminal.text)
+        self.assertIn(reason, terminal.text)
+        self.sandbox.call("POST", "reset-log", "")
+        self.run_cli("retry", "--on-conflict", "keep-both")
+        self.assertEqual(self.sandbox.requests("storage") + self.sandbox.requests("link"), [])
+        self.assertEqual(sorted(os.listdir(self.downloads)), ["Poster (1).jpg", "Poster.jpg"])
+
+    def test_it_is_kept_where_there_is_no_folder_for_it(self):
+        self.data.mkdir(parents=True)
+        (self.data / "Staging").write_text("in the way")
+        self.check_that_it_is_kept("a file stands where a folder should be")
+
+    def test_it_is_kept_where_the_data_folders_disk_is_full(self):
+        shared = pathlib.Path("/dev/shm")
+        if not os.access(shared, os.W_OK):
+            self.skipTest("needs a second volume at /dev/shm")
+        self.downloads = pathlib.Path(tempfile.mkdtemp(prefix="tovri-test-", dir=shared), "here")
+        self.addCleanup(shutil.rmtree, self.downloads.parent)
+        self.taken()
+        (self.home / "data").mkdir()
+        mounted = subprocess.run(["mount", "-t", "tmpfs", "-o", "size=200k", "tmpfs", str(self.home / "data")],
+                                 capture_output=True)
+        if mounted.returncode != 0:
+            self.skipTest("needs the right to mount a tmpfs")
+        self.addCleanup(subprocess.run, ["umount", "-l", str(self.home / "data")], check=True, timeout=60)
+        self.check_that_it_is_kept("the disk is full")
+
+    def test_a_folder_that_went_away_is_made_anew(self):
+        self.sandbox.fault("storage:*:rate=400KB")
+        terminal = self.ask()
+        self.wait_for_partial_bytes(1)
+        shutil.rmtree(self.data / "Staging")
+        terminal.wait_for("Keep Both")
+        terminal.type("k\n")
+        self.assertEqual(terminal.finish(), 0)
+
+
+class Conflicts(ProgramTest):
+    def check_their_order(self):
+        account = self.home / "account.json"
+        sizes = [(number + 1) * 10_000 for number in range(6)]
+        account.write_text('{"files": {"F": {' + ", ".join(f'"f": {size}' for size in sizes) + "}}}")
+        self.serve("--account", str(account))
+        (self.downloads / "F").mkdir(parents=True)
+        (self.downloads / "F" / "f").write_text("mine")
+        terminal = Terminal(["get", "/F", "--to", str(self.downloads), "--on-conflict", "ask", "--jobs", "1"],
+                            self.environment, self.home)
+        self.addCleanup(terminal.close)
+        terminal.wait_for("Keep Both")
+        terminal.type("ka\n")
+        self.assertEqual(terminal.finish(), 0)
+        placed = {file.name: file.stat().st_size for file in (self.downloads / "F").iterdir()}
+        # The last one listed comes first.
+        self.assertEqual(placed, {"f": 4, **{f"f ({number + 1})": size for number, size in enumerate(reversed(sizes))}})
+
+    def test_of_one_answer_are_resolved_in_their_order(self):
+        self.check_their_order()
+
+    def test_also_where_each_is_copied(self):
+        shared = pathlib.Path("/dev/shm")
+        if not os.access(shared, os.W_OK) or shared.stat().st_dev == self.home.stat().st_dev:
+            self.skipTest("needs a second volume at /dev/shm")
+        self.downloads = pathlib.Path(tempfile.mkdtemp(prefix="tovri-test-", dir=shared))
+        self.addCleanup(shutil.rmtree, self.downloads)
+        self.check_their_order()
 
 
 class Unplaced(ProgramTest):

@@ -57,6 +57,20 @@ class Rules(Watching):
         self.assertEqual(self.arrived(), ["older.txt"])
         self.assertEqual(set(self.fetched().values()), {1})
 
+    def test_a_file_that_cannot_be_placed_is_fetched_once(self):
+        self.add_rule()
+        self.downloads.write_text("in the way")
+        self.change("add", path="/News/large.bin", size=3_000_000)
+        self.change("add", path="/News/small.txt", text="small")
+        for _ in range(3):
+            _, messages = self.run_cli("rules", "sync", status=1)
+            self.assertEqual(messages.count("Failed: "), 2, messages)
+            self.assertEqual(self.partial_bytes(), 3_000_005)
+        self.downloads.unlink()
+        self.run_cli("rules", "sync")
+        self.assertEqual(self.arrived(), ["large.bin", "small.txt"])
+        self.assertEqual(set(self.fetched().values()), {1})
+
     def test_rules_are_edited_paused_and_deleted(self):
         self.add_rule("--delete", "--every", "7")
         rule = self.rules()[0]
