@@ -1,5 +1,7 @@
 #include "downloads/PutIODownloadService.h"
 
+#include "service/ConfirmedDeletion.h"
+
 namespace tovri {
 
 Task<Result<PutIOFile>> PutIODownloadService::file(FileID fileID, std::stop_token stop) {
@@ -32,12 +34,7 @@ Task<Result<std::string>> PutIODownloadService::downloadLink(FileID fileID, std:
 }
 
 Task<Result<void>> PutIODownloadService::deleteFile(FileID entry, std::stop_token stop) {
-    Result<PutIOAPI::StatusResponse> answer =
-        co_await api_.post<PutIOAPI::StatusResponse>("/files/delete", {{"file_ids", entry.text()}}, std::move(stop));
-    if (!answer) co_return failure(answer);
-    if (answer->status != "OK")
-        co_return failure(Error(ErrorCase::invalidResponse, "put.io did not confirm the deletion."));
-    co_return Result<void>();
+    return deleteConfirmed(api_, {entry}, std::move(stop));
 }
 
 }  // namespace tovri

@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include "cli/commands/Question.h"
 #include "cli/display/DisplayText.h"
+#include "service/ConfirmedDeletion.h"
 
 namespace tovri::cli {
 
@@ -67,19 +67,9 @@ Task<ExitCode> DeleteCommand::run(std::stop_token stop) {
         context_.complain("nothing was deleted.");
         co_return ExitCode::failure;
     }
-    Result<void> done = co_await deleteConfirmed(std::move(ids), stop);
+    Result<void> done = co_await deleteConfirmed(context_.api, std::move(ids), stop);
     if (!done) context_.complain(done.error());
     co_return done ? ExitCode::success : ExitCode::failure;
-}
-
-// An answer that does not confirm it may leave everything where it is.
-Task<Result<void>> DeleteCommand::deleteConfirmed(std::vector<FileID> ids, std::stop_token stop) {
-    using Status = PutIOAPI::StatusResponse;
-    Result<Status> answer = co_await context_.api.post<Status>(
-        "/files/delete", {{"file_ids", fmt::format("{}", fmt::join(ids, ","))}}, std::move(stop));
-    if (!answer) co_return failure(answer);
-    if (answer->status == "OK") co_return Result<void>();
-    co_return failure(Error(ErrorCase::invalidResponse, "put.io did not confirm the deletion."));
 }
 
 Task<bool> DeleteCommand::isConfirmed(std::stop_token stop) {

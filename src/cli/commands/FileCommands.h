@@ -31,7 +31,6 @@ public:
 
 private:
     Task<bool> isConfirmed(std::stop_token stop);
-    Task<Result<void>> deleteConfirmed(std::vector<FileID> ids, std::stop_token stop);
 
     CommandContext& context_;
     RemoteTree tree_;
