@@ -70,6 +70,19 @@ class DiskImage(ProgramTest):
         wait_until(lambda: subprocess.run(["umount", str(self.disk)], capture_output=True, check=False).returncode == 0,
                    "the end of all that uses the disk")
 
+    def cut_power(self):
+        """The disk is as it was at this moment without what the machine still had in its memory."""
+        left = self.home / "left"
+        command("cp", "--sparse=always", str(self.image), str(left))
+        self.unmount()
+        self.image = left.rename(self.home / "image")
+        self.mount(self.image)
+        # The machine has started anew since the queue was written.
+        file = self.data / "queue.json"
+        queue = json.loads(file.read_text()) if file.exists() else {}
+        if "bootID" in queue:
+            file.write_text(json.dumps({**queue, "bootID": "an earlier one"}))
+
 
 class PowerLoss(DiskImage):
     account = ("--files", "40", "--folders", "5", "--max-size", "1MiB")
@@ -80,28 +93,12 @@ class PowerLoss(DiskImage):
         self.data = self.disk / "data" / "Tovri"
         self.environment["XDG_DATA_HOME"] = str(self.disk / "data")
 
-    def cut_power(self):
-        """The disk is as it was at this moment without what the machine still had in its memory."""
-        left = self.home / "left"
-        command("cp", "--sparse=always", str(self.image), str(left))
-        self.unmount()
-        self.image = left.rename(self.home / "image")
-        self.mount(self.image)
-
-    def pretend_restart(self):
-        """The queue says that it was written before the machine started."""
-        file = self.data / "queue.json"
-        queue = json.loads(file.read_text()) if file.exists() else {}
-        if "bootID" in queue:
-            file.write_text(json.dumps({**queue, "bootID": "an earlier one"}))
-
     def test_what_get_has_brought_is_there(self):
         self.serve(*self.account)
         self.get("/Generated")
         self.cut_power()
         self.assert_tree()
         asked = len(self.sandbox.requests("storage"))
-        self.pretend_restart()
         self.run_cli("run")
         self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
         self.assertEqual(len(self.sandbox.requests("storage")), asked)
@@ -116,7 +113,6 @@ class PowerLoss(DiskImage):
             for _ in range(4):
                 self.kill(chance.randrange(10, 40), *arguments)
                 self.cut_power()
-                self.pretend_restart()
                 if self.queue():
                     arguments = ["run"]
             self.sandbox.call("DELETE", "faults")
