@@ -14,7 +14,7 @@ import threading
 import time
 import unittest
 
-from support import LIMIT, SANDBOX, ProgramTest, Terminal, tree_of, wait_until
+from support import LIMIT, SANDBOX, SOON, ProgramTest, Terminal, tree_of, wait_until
 
 IMAGE_TOOLS = ("mkfs.ext4", "mount", "umount", "fsfreeze", "losetup")
 
@@ -219,6 +219,72 @@ class Hanging(DiskImage):
         self.run_cli("run")
         self.assertEqual((self.disk / frozen["name"]).stat().st_size, frozen["size"])
         self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
+
+
+@unittest.skipUnless("HANGING_DISK" in os.environ, "no disk hangs here: the program is built with a sanitizer")
+class NotAnswering(ProgramTest):
+    """Whatever is asked of one destination waits for ever."""
+
+    account = ("--demo",)
+
+    def setUp(self):
+        super().setUp()
+        self.serve()
+        self.hanging = self.home / "hanging"
+        self.hanging.mkdir()
+
+    def hang(self):
+        self.environment.update({"LD_PRELOAD": os.environ["HANGING_DISK"], "HANGING": str(self.hanging),
+                                 "HANGED": str(self.home / "hanged")})
+
+    def interrupt_hanging(self, process):
+        """Soon after it has begun to wait for that disk."""
+        wait_until((self.home / "hanged").exists, "the disk to be asked for something")
+        process.send_signal(signal.SIGINT)
+        process.wait(SOON)
+        self.assertEqual(process.returncode, 130)
+        (self.home / "hanged").rmdir()
+
+    def wait_for_arrival(self, name):
+        wait_until(lambda: (self.downloads / name).exists(), name)
+
+    def test_what_waits_for_it_keeps_nothing_else_from_coming(self):
+        self.run_cli("pause")
+        self.run_cli("get", "11", "--to", str(self.hanging), status=1)
+        self.run_cli("resume")
+        self.hang()
+        process = self.start("get", "/Welcome.txt", "--to", str(self.downloads))
+        self.wait_for_arrival("Welcome.txt")
+        self.interrupt_hanging(process)
+        self.interrupt_hanging(self.start("get", "/Welcome.txt", "--to", str(self.hanging)))
+        self.run_cli("remove", *(item["id"] for item in self.queue()))
+
+    def test_one_rule_keeps_no_other_from_looking(self):
+        for folder, to in (("/Films", self.hanging), ("/Books", self.downloads)):
+            self.run_cli("rules", "add", folder, str(to))
+        self.sandbox.call("POST", "files/add", "path=/Films/new.txt&text=new")
+        self.hang()
+        for number, command in enumerate((["rules", "sync"], ["watch"])):
+            self.sandbox.call("POST", "files/add", f"path=/Books/{number}.txt&text=new")
+            self.make_due()
+            process = self.start(*command)
+            self.wait_for_arrival(f"{number}.txt")
+            self.interrupt_hanging(process)
+
+    def make_due(self):
+        file = self.data / "sync-rules.json"
+        file.write_text(json.dumps([{**rule, "lastSyncDate": 0} for rule in json.loads(file.read_text())]))
+
+    def test_the_proof_of_what_is_there_keeps_no_other_deletion_up(self):
+        self.sandbox.fault("api:/v2/files/delete:status=503,times=1")
+        self.run_cli("get", "/Welcome.txt", "--to", str(self.hanging), "--delete", status=1)
+        self.hang()
+        self.interrupt_hanging(self.start("retry"))
+        process = self.start("get", "/Films/The General (1926)/Poster.jpg", "--to", str(self.downloads), "--delete")
+        wait_until(lambda: len(self.sandbox.requests(path="/files/delete")) == 2, "the other deletion")
+        process.communicate(timeout=LIMIT)
+        self.assertNotIn("Poster.jpg", self.run_cli("ls", "/Films/The General (1926)")[0])
+        self.assertIn("Welcome.txt", self.run_cli("ls")[0])
 
 
 class Permissions(ProgramTest):
