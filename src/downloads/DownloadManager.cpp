@@ -5,6 +5,7 @@
 #include <ranges>
 
 #include "downloads/listing/FolderWalk.h"
+#include "downloads/running/ArrivalProof.h"
 #include "downloads/running/DownloadRun.h"
 
 namespace tovri {
@@ -280,6 +281,7 @@ void DownloadManager::retry(const ConstDownloadPointer& shown) {
     if (!item) return;
     abandonRun(*item);
     dropToken(*item);
+    if (auto copy = differingCopy(*item)) item->formerCopy = std::make_shared<const DifferingCopy>(std::move(*copy));
     item->forgetArrival();
     item->placedAs.reset();
     item->speed = {};

@@ -159,6 +159,78 @@ TEST_F(Arriving, aRetryAsksForTheRecordFirst) {
     }
 }
 
+// Whatever the rule about taken names is, it is about what is not the item's own.
+TEST_F(Arriving, aRetryTakesThePlaceOfWhatDiffered) {
+    struct Case {
+        const char* what;
+        ConflictBehavior behavior;
+        std::optional<std::string> atTheName;   // before the first one comes
+        std::optional<std::string> madeOfCopy;  // by the user; empty: removed
+        std::string tree;
+    };
+
+    using enum ConflictBehavior;
+    const Case cases[] = {
+        {"it is still there", keepBoth, {}, {}, "f=whole"},
+        {"no question has to be asked", ask, {}, {}, "f=whole"},
+        {"nor is it passed over", skip, {}, {}, "f=whole"},
+        {"under another name", keepBoth, "the user's", {}, "f=the user's f (1)=whole"},
+        {"changed", keepBoth, {}, "edited!", "f=edited! f (1)=whole"},
+        {"gone", keepBoth, "the user's", "", "f=the user's f (1)=whole"},
+    };
+    for (const Case& c : cases) {
+        for (const bool isNewProcess : {false, true}) {
+            SCOPED_TRACE(c.what);
+            World other;
+            other.preferences.setConflictBehavior(c.behavior);
+            if (c.atTheName) other.files.put(World::downloads / "f", *c.atTheName);
+            const std::int64_t file = other.addFile("f", "wholly");
+            other.announceSize(file, 5);
+            other.enqueue(file);
+            other.settle();
+            EXPECT_EQ(World::outcome(other.find(file)),
+                      "completed: " + (differs + std::string("6 bytes instead of 5.")));
+            const World::Path copy = *other.find(file)->resolvedURL;
+            if (c.madeOfCopy && c.madeOfCopy->empty()) EXPECT_TRUE(other.files.removeItem(copy));
+            if (c.madeOfCopy && !c.madeOfCopy->empty()) other.files.put(copy, *c.madeOfCopy);
+
+            other.link(file).content = "whole";
+            other.manager().retry(other.find(file));
+            if (isNewProcess) {
+                other.manager().saveNow();
+                other.kill();
+                other.start();
+            }
+            other.settle();
+            EXPECT_EQ(World::outcome(other.find(file)), "completed");
+            EXPECT_EQ(other.tree(), c.tree);
+        }
+    }
+}
+
+// What it was compared with is in the journal until the queue file has it.
+TEST_F(Arriving, whatDifferedIsKnownAfterAKillBeforeTheSave) {
+    for (const bool losesPower : {false, true}) {
+        World other;
+        const std::int64_t file = other.addFile("f", "content");
+        other.announceSize(file, 3);
+        other.announceChecksum(file, checksumOf("content"));
+        const DownloadPointer item = other.enqueue(file);
+        EXPECT_TRUE(other.manager().saveNow());
+        other.volumes.hang("saves");
+        ASSERT_TRUE(other.runUntil(item, Download::Status::completed));
+        other.loop.advance(std::chrono::seconds(3));
+        losesPower ? other.losePower() : other.kill();
+        other.volumes.goOn("saves");
+        other.start();
+        other.settle();
+        EXPECT_EQ(World::outcome(other.find(file)), "completed: " + (differs + std::string("7 bytes instead of 3.")));
+        EXPECT_EQ(other.find(file)->arrivedChecksum, checksumOf("content"));
+        EXPECT_EQ(other.transfersOf(file), 1U);
+        EXPECT_EQ(other.tree(), "f=content");
+    }
+}
+
 TEST_F(Arriving, aRecordThatCannotBeHadFailsTheRetry) {
     const FileID file = world.addFile("f", "content");
     world.announceSize(file, 3);

@@ -94,12 +94,15 @@ TEST(QueueFile, keepsWhatIsKnownOfTheContent) {
     item.arrivedChecksum = "00000bf4";
     item.listedSize = 0;
     item.hasStartedOver = true;
+    item.formerCopy = std::make_shared<const DifferingCopy>(DifferingCopy{"/a/b (1)", 7, "00000001"});
     const auto decoded = decodeQueue(queueText(snapshot));
     ASSERT_TRUE(decoded) << decoded.error().description;
     EXPECT_EQ(decoded->downloads[0].crc32, "BF4");
     EXPECT_EQ(decoded->downloads[0].arrivedChecksum, "00000bf4");
     EXPECT_EQ(decoded->downloads[0].listedSize, 0);
     EXPECT_TRUE(decoded->downloads[0].hasStartedOver);
+    ASSERT_TRUE(decoded->downloads[0].formerCopy);
+    EXPECT_EQ(decoded->downloads[0].formerCopy->path, "/a/b (1)");
 }
 
 TEST(QueueFile, keepsNamesByteForByte) {

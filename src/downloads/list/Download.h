@@ -21,6 +21,13 @@ class DownloadRun;
 // A folder that many items share. Never null in an item.
 using SharedFolder = std::shared_ptr<const std::filesystem::path>;
 
+// A file that was placed although it was not what put.io has.
+struct DifferingCopy {
+    std::string path;
+    ByteCount size = 0;
+    std::string checksum;
+};
+
 // What the queue file keeps of an item. Absent values are none; a queue may hold a hundred thousand of these.
 struct DownloadRecord {
     UUID id;
@@ -46,12 +53,13 @@ struct DownloadRecord {
     std::shared_ptr<const ByteBlob> receivedFile;
     std::optional<Timestamp> startedAt;  // first start; kept across pauses and retries
     std::optional<Timestamp> completedAt;
-    std::optional<std::string> stagedURL;        // path of the received file while a conflict is open
-    std::optional<std::string> resolvedURL;      // path at which the file was placed
-    std::optional<std::string> arrivedChecksum;  // of the bytes that arrived, as crc32
-    std::optional<std::string> deletionAccount;  // in which put.io may have deleted it, whether we know it or not
-    bool isUnproven = false;                     // its deletion failed because it could not be shown to be safe
-    HoldPointer hold;                            // only of a queued item, and changed by the list alone
+    std::optional<std::string> stagedURL;             // path of the received file while a conflict is open
+    std::optional<std::string> resolvedURL;           // path at which the file was placed
+    std::optional<std::string> arrivedChecksum;       // of the bytes that arrived, as crc32
+    std::shared_ptr<const DifferingCopy> formerCopy;  // what it brought before: its place is the next one's
+    std::optional<std::string> deletionAccount;       // in which put.io may have deleted it, whether we know it or not
+    bool isUnproven = false;                          // its deletion failed because it could not be shown to be safe
+    HoldPointer hold;                                 // only of a queued item, and changed by the list alone
 
     // It stands under its name, but is not what put.io has: `error` says what differs.
     [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }

@@ -18,14 +18,17 @@ Result<void> FilePlacing::moveTo(const Path& target, Move move) const {
     if (!crossesVolumes && isDeletedLater)
         if (Result<void> durable = files.makeDurable(received); !durable) return durable;
     if (crossesVolumes) (void)files.cloneFile(received, witnessPath(received));
-    if (source) journal->note(placement, item, *source, received, target);
+    if (source) note(*source, target);
     Result<void> moved = move();
     if (moved) noteBrought(target);
     // It has become another one; also within a volume where the system refuses to move it, as between two mounts.
-    if (const auto arrived = files.identity(target); moved && arrived && arrived != source)
-        journal->note(placement, item, *arrived, received, target);
+    if (const auto arrived = files.identity(target); moved && arrived && arrived != source) note(*arrived, target);
     if (crossesVolumes) (void)files.removeItem(witnessPath(received));
     return moved;
+}
+
+void FilePlacing::note(const FileIdentity& file, const Path& target) const {
+    journal->note({placement, item, file, received, target, arrival});
 }
 
 void FilePlacing::noteBrought(const Path& target) const {
@@ -70,6 +73,15 @@ Result<Path> FilePlacing::place(const std::stop_token& stop) const {
     return moveToFree(destination, stop);
 }
 
+Result<Path> FilePlacing::takePlaceOf(const FileStamp& former, const std::stop_token& stop) const {
+    const ScopedFolderAccess access(folderAccess, bookmark.get());
+    if (Result<void> expected = checkVolume(); !expected) return failure(expected);
+    if (files.stamp(destination) != former || !mayReplace())
+        return failure(Error(ErrorCase::alreadyExists, "The name is taken."));
+    Result<Path> replaced = replace(stop);
+    return replaced;
+}
+
 Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& stop) const {
     if (choice == ConflictChoice::skip) {
         (void)files.removeItem(received);
@@ -78,6 +90,10 @@ Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& st
     const ScopedFolderAccess access(folderAccess, bookmark.get());
     if (Result<void> expected = checkVolume(); !expected) return failure(expected);
     if (choice == ConflictChoice::keepBoth || !mayReplace()) return keepBoth(stop);
+    return replace(stop);
+}
+
+Result<Path> FilePlacing::replace(const std::stop_token& stop) const {
     // What it replaces may be the only copy of something.
     if (Result<void> durable = files.makeDurable(received); !durable) return failure(durable);
     Result<void> replaced = moveTo(destination, [&] { return files.replaceItem(received, destination, stop); });

@@ -37,9 +37,14 @@ struct FilePlacing {
     bool isDeletedLater = false;  // put.io is to delete the original
     ReplaceConsent consent = ReplaceConsent::policy;
     std::optional<std::uint64_t> volume;  // the destination's number, where it is known
+    ArrivalNote arrival = {};
 
     // Where the file stands now; `alreadyExists` when the name is taken, `otherVolume` when the volume is another.
     [[nodiscard]] Result<std::filesystem::path> place(const std::stop_token& stop) const;
+
+    // Puts the file in the place of what looked like `former` a moment ago; `alreadyExists` where something else stands
+    // there, or it must not be replaced.
+    [[nodiscard]] Result<std::filesystem::path> takePlaceOf(const FileStamp& former, const std::stop_token& stop) const;
 
     // Where the file stands now; an empty path when it was skipped. What must not be replaced is kept beside it.
     [[nodiscard]] Result<std::filesystem::path> apply(ConflictChoice choice, const std::stop_token& stop) const;
@@ -48,8 +53,10 @@ private:
     [[nodiscard]] Result<void> checkVolume() const;
     [[nodiscard]] Result<std::filesystem::path> moveToFree(const std::filesystem::path& target,
                                                            const std::stop_token& stop) const;
+    [[nodiscard]] Result<std::filesystem::path> replace(const std::stop_token& stop) const;
     [[nodiscard]] Result<std::filesystem::path> keepBoth(const std::stop_token& stop) const;
     [[nodiscard]] bool mayReplace() const;
+    void note(const FileIdentity& file, const std::filesystem::path& target) const;
     void noteBrought(const std::filesystem::path& target) const;
     // Gives the received file its name with `move`, and stands in the journal before it has it.
     template <class Move>

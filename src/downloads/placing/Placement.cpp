@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include "downloads/restoring/PlacedCopy.h"
+
 namespace tovri {
 
 template <class Act>
@@ -18,7 +20,8 @@ Task<Result<std::filesystem::path>> Placement::perform(Request request, Act act)
                            .brought = brought_,
                            .isDeletedLater = request.isDeletedLater,
                            .consent = request.consent,
-                           .volume = request.volume};
+                           .volume = request.volume,
+                           .arrival = request.arrival};
     auto work = [step, act = std::move(act)] { return act(step); };
     // Not given up: a file may have its name by then, and whoever waits has to learn of it.
     Result<Path> placed = co_await onVolume<Path>(ports_.loop, ports_.volumes, request.lane, {}, std::move(work));
@@ -33,6 +36,24 @@ void Placement::runEnded(const DownloadRun* run) {
 
 Task<Result<std::filesystem::path>> Placement::place(Request request, std::stop_token stop) {
     return perform(std::move(request), [stop = std::move(stop)](const FilePlacing& step) { return step.place(stop); });
+}
+
+// A long copy is not to hold up what is written to the volume while it is read.
+Task<Result<std::filesystem::path>> Placement::takePlaceOf(DifferingCopy copy, Request request, std::stop_token stop) {
+    const PlacedCopy expected{.path = copy.path, .size = copy.size, .checksum = Checksum::parse(copy.checksum)};
+    auto look = [&files = ports_.files, expected]() -> Result<FileStamp> {
+        const auto stamp = files.stamp(expected.path);
+        if (stamp && expected.checksum && expected.isWhole(files)) return *stamp;
+        return failure(Error(ErrorCase::alreadyExists, "What arrived before has changed."));
+    };
+    Result<FileStamp> former =
+        co_await onVolume<FileStamp>(ports_.loop, ports_.volumes, request.lane + " look", {}, std::move(look));
+    if (!former) co_return failure(former);
+    auto takePlace = [stamp = *former, stop = std::move(stop)](const FilePlacing& step) {
+        return step.takePlaceOf(stamp, stop);
+    };
+    Result<Path> placed = co_await perform(std::move(request), std::move(takePlace));
+    co_return placed;
 }
 
 Task<bool> Placement::isOnlyCopy(Path path, std::string lane) {

@@ -46,11 +46,16 @@ public:
         bool isDeletedLater = false;          // put.io is to delete the original
         std::optional<std::uint64_t> volume;  // the destination's number, where it is known
         ReplaceConsent consent = ReplaceConsent::policy;
+        ArrivalNote arrival = {};
     };
 
     // Where the file stands now; `alreadyExists` when the name is taken, `otherVolume` when the volume is another. A
     // stop ends a copy to another volume: then the failure is a cancellation.
     Task<Result<Path>> place(Request request, std::stop_token stop);
+
+    // Puts the file in the place of a copy that an item placed before, if that stands there unchanged; else
+    // `alreadyExists`. The request's destination is the copy's.
+    Task<Result<Path>> takePlaceOf(DifferingCopy copy, Request request, std::stop_token stop);
 
     // Where the file stands now; an empty path when it was skipped.
     Task<Result<Path>> apply(Request request, ConflictChoice choice, std::stop_token stop);

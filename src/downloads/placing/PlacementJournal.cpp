@@ -1,7 +1,9 @@
 #include "downloads/placing/PlacementJournal.h"
 
 #include <charconv>
+#include <limits>
 #include <ranges>
+#include <span>
 
 #include "base/FileURL.h"
 
@@ -9,11 +11,21 @@ namespace tovri {
 namespace {
 
 constexpr char separator = '\t';  // never in a file URL, a UUID or a number
+constexpr std::string_view none = "-";
 
 std::string line(const PlacementEntry& entry) {
-    return entry.item.text() + separator + std::to_string(entry.file.volume) + separator +
-           std::to_string(entry.file.number) + separator + fileURLText(entry.staged, FileURLKind::file) + separator +
-           fileURLText(entry.target, FileURLKind::file) + '\n';
+    std::string text = entry.item.text() + separator + std::to_string(entry.file.volume) + separator +
+                       std::to_string(entry.file.number) + separator + fileURLText(entry.staged, FileURLKind::file) +
+                       separator + fileURLText(entry.target, FileURLKind::file);
+    const auto add = [&](const std::string& field) { (text += separator) += field; };
+    if (const auto& arrival = entry.arrival) {
+        const auto digits = [](const auto& checksum) { return checksum ? checksum->text() : std::string(none); };
+        add(std::to_string(arrival->size));
+        add(digits(arrival->checksum));
+        add(arrival->listedSize ? std::to_string(*arrival->listedSize) : std::string(none));
+        add(digits(arrival->listedChecksum));
+    }
+    return text + '\n';
 }
 
 std::optional<std::uint64_t> number(std::string_view text) {
@@ -23,19 +35,43 @@ std::optional<std::uint64_t> number(std::string_view text) {
     return value;
 }
 
+std::optional<ByteCount> size(std::string_view text) {
+    const auto value = number(text);
+    if (!value || *value > static_cast<std::uint64_t>(std::numeric_limits<ByteCount>::max())) return std::nullopt;
+    return static_cast<ByteCount>(*value);
+}
+
+// From the four fields that say it.
+std::optional<ArrivalNote> parseArrival(std::span<const std::string_view> fields) {
+    const auto arrived = size(fields[0]);
+    if (!arrived) return std::nullopt;
+    return ArrivalNote{.size = *arrived,
+                       .checksum = Checksum::parse(fields[1]),
+                       .listedSize = size(fields[2]),
+                       .listedChecksum = Checksum::parse(fields[3])};
+}
+
 // None for what is not a line of the journal.
 std::optional<PlacementEntry> parse(std::string_view text) {
     std::vector<std::string_view> fields;
     for (const auto field : std::views::split(text, separator)) fields.emplace_back(field.begin(), field.end());
-    if (fields.size() != 5) return std::nullopt;
+    constexpr std::size_t withoutArrival = 5;
+    constexpr std::size_t withArrival = 9;
+    if (fields.size() != withoutArrival && fields.size() != withArrival) return std::nullopt;
     const auto item = UUID::parse(fields[0]);
     const auto volume = number(fields[1]);
     const auto node = number(fields[2]);
     auto staged = parseFileURL(fields[3]);
     auto target = parseFileURL(fields[4]);
     if (!item || !volume || !node || !staged || !target) return std::nullopt;
-    return PlacementEntry{
-        .id = {}, .item = *item, .file = {*volume, *node}, .staged = std::move(*staged), .target = std::move(*target)};
+    return PlacementEntry{.id = {},
+                          .item = *item,
+                          .file = {*volume, *node},
+                          .staged = std::move(*staged),
+                          .target = std::move(*target),
+                          .arrival = fields.size() == withArrival
+                                         ? parseArrival(std::span(fields).subspan(withoutArrival))
+                                         : std::nullopt};
 }
 
 }  // namespace
@@ -43,18 +79,14 @@ std::optional<PlacementEntry> parse(std::string_view text) {
 PlacementJournal::PlacementJournal(FileManager& files, std::filesystem::path file)
     : files_(files), file_(std::move(file)) {}
 
-void PlacementJournal::note(PlacementID placement, const UUID& item, const FileIdentity& file,
-                            const std::filesystem::path& staged, const std::filesystem::path& target) {
-    append(placement, line({placement, item, file, staged, target}));
-}
-
-void PlacementJournal::append(PlacementID placement, const std::string& line) {
+void PlacementJournal::note(const PlacementEntry& entry) {
+    const std::string text = line(entry);
     const std::scoped_lock lock(access_);
-    lines_[placement] += line;
+    lines_[entry.id] += text;
     if (lacksLines_)
         (void)rewrite();
     else
-        lacksLines_ = !files_.appendToFile(file_, line);
+        lacksLines_ = !files_.appendToFile(file_, text);
 }
 
 Result<void> PlacementJournal::makeDurable() {
@@ -128,7 +160,11 @@ bool PlacementJournal::hasArrived(const PlacementEntry& entry) {
                                      haveEqualContent(witnessPath(entry.staged), entry.target));
     // Moved between volumes, which makes another file, and killed before that was noted. The staged one, which shows
     // it, is about to go: note it now, for a process that is killed as well.
-    if (isCopy) append(entry.id, line({entry.id, entry.item, *identity, entry.staged, entry.target}));
+    if (isCopy) {
+        PlacementEntry copy = entry;
+        copy.file = *identity;
+        note(copy);
+    }
     return isCopy;
 }
 

@@ -10,6 +10,7 @@
 
 #include "base/Identifier.h"
 #include "base/UUID.h"
+#include "downloads/partials/Checksum.h"
 #include "platform/FileManager.h"
 
 namespace tovri {
@@ -22,6 +23,14 @@ using PlacementID = Identifier<struct PlacementKind>;  // tells an item's placem
     return staged.native() + ".moving";
 }
 
+// What arrived, and what put.io said of it when it was asked again: the queue file may not know it yet.
+struct ArrivalNote {
+    ByteCount size = 0;
+    std::optional<Checksum> checksum = std::nullopt;
+    std::optional<ByteCount> listedSize = std::nullopt;
+    std::optional<Checksum> listedChecksum = std::nullopt;
+};
+
 // What the journal remembers: `file`, received as `staged`, was about to become `target`.
 struct PlacementEntry {
     PlacementID id;
@@ -29,6 +38,7 @@ struct PlacementEntry {
     FileIdentity file;
     std::filesystem::path staged;
     std::filesystem::path target;
+    std::optional<ArrivalNote> arrival = std::nullopt;  // none in the lines of an earlier version
 };
 
 // Remembers which file is about to get which name, from before it has it until the queue file knows. So a process that
@@ -42,10 +52,9 @@ public:
     // For a placement that begins. Main thread.
     [[nodiscard]] PlacementID nextID() { return PlacementID(++last_.number); }
 
-    // `staged` is about to become, or has just become, `target`; `file` is what stands there. A journal that cannot be
-    // written keeps nothing from being placed.
-    void note(PlacementID placement, const UUID& item, const FileIdentity& file, const std::filesystem::path& staged,
-              const std::filesystem::path& target);
+    // `entry.staged` is about to become, or has just become, `entry.target`; `entry.file` is what stands there. A
+    // journal that cannot be written keeps nothing from being placed.
+    void note(const PlacementEntry& entry);
 
     // What was noted, and the queue file does not say yet, survives a loss of power from now on.
     Result<void> makeDurable();
@@ -61,7 +70,6 @@ public:
     [[nodiscard]] bool hasArrived(const PlacementEntry& entry);
 
 private:
-    void append(PlacementID placement, const std::string& line);
     [[nodiscard]] bool haveEqualContent(const std::filesystem::path& a, const std::filesystem::path& b);
     Result<void> rewrite();
 

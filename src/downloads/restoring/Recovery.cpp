@@ -2,9 +2,19 @@
 
 #include <map>
 
+#include "downloads/running/ArrivalProof.h"
+
 namespace tovri {
 
 using Status = Download::Status;
+
+namespace {
+
+std::filesystem::path folderOf(const std::vector<PlacementEntry>& entries) {
+    return entries.front().target.parent_path();
+}
+
+}  // namespace
 
 // What is done on the volume's thread for one item.
 class Recovery::ArrivalLook {
@@ -12,21 +22,26 @@ public:
     ArrivalLook(FileManager& files, std::shared_ptr<PlacementJournal> journal, Placements placements)
         : files_(files), journal_(std::move(journal)), placements_(std::move(placements)) {}
 
-    PlacedCopy expected;  // of what may have arrived; its size is 0 where it is not known
+    PlacedCopy expected;  // of what may have arrived, where the journal does not say it; no size: 0
+    bool mustReadBytes = false;
     bool mustBeDurable = false;
 
     // A loss of power may have left the name without the bytes: then nothing has arrived.
     [[nodiscard]] Result<Finding> perform() const {
         Finding found;
         for (const PlacementEntry& entry : placements_.entries)
-            if (journal_->hasArrived(entry)) found.arrived = entry.target;
+            if (journal_->hasArrived(entry)) found = {.arrived = entry.target, .note = entry.arrival};
         for (const Path& leftover : placements_.leftovers)
             if (files_.exists(leftover)) (void)files_.removeItem(leftover);
         if (found.arrived.empty()) return found;
         const auto size = files_.fileSize(found.arrived);
         if (!size) return Finding();
-        const PlacedCopy copy{
-            .path = found.arrived, .size = expected.size > 0 ? expected.size : *size, .checksum = expected.checksum};
+        PlacedCopy copy = expected;
+        copy.path = found.arrived;
+        if (found.note) copy.size = found.note->size;
+        if (found.note) copy.checksum = found.note->checksum;
+        if (!found.note && copy.size == 0) copy.size = *size;
+        if (!mustReadBytes) copy.checksum.reset();
         if (!copy.isWhole(files_)) return Finding();
         found.size = *size;
         if (!mustBeDurable) return found;
@@ -62,8 +77,10 @@ void Recovery::lookForArrived(std::vector<PlacementEntry> entries, const std::se
         if (isOurs && !kept.contains(entry.staged)) placements.leftovers.push_back(entry.staged);
         placements.entries.push_back(std::move(entry));
     }
-    looks_ += static_cast<int>(byItem.size());
-    for (const auto& [item, placements] : byItem) held_.insert(item);
+    for (const auto& [item, placements] : byItem) {
+        held_.insert(item);
+        looks_.insert(folderOf(placements.entries));
+    }
     for (auto& [item, placements] : byItem) scope_.start(lookForPlacements(std::move(placements), start));
 }
 
@@ -72,10 +89,10 @@ Task<> Recovery::lookForPlacements(Placements placements, MachineStart start) {
     const std::vector<PlacementEntry> entries = placements.entries;
     ArrivalLook look(ports_.files, journal_, std::move(placements));
     if (item) look.expected.size = item->arrivedChecksum ? item->bytesDownloaded : item->expectedSize();
-    // A kill alone takes no bytes.
-    if (item && start == MachineStart::another) look.expected.checksum = PlacedCopy::checksumOf(*item);
+    if (item) look.expected.checksum = PlacedCopy::checksumOf(*item);
+    look.mustReadBytes = start == MachineStart::another;  // a kill alone takes none
     look.mustBeDurable = item && (item->deleteAfterDownload || item->folderDeleteID);
-    Result<std::string> lane = co_await ports_.lanes.laneOf(entries.front().target.parent_path(), {});
+    Result<std::string> lane = co_await ports_.lanes.laneOf(folderOf(entries), {});
     if (!lane) co_return;
     Result<Finding> finding = co_await onVolume<Finding>(ports_.loop, ports_.volumes, *lane, {},
                                                          [look = std::move(look)] { return look.perform(); });
@@ -84,12 +101,19 @@ Task<> Recovery::lookForPlacements(Placements placements, MachineStart start) {
     for (const PlacementEntry& entry : entries) observer_.isKnown(entry.id);
     held_.erase(entries.front().item);
     if (item) observer_.goesOn(item);
-    lookEnded();
+    lookEnded(folderOf(entries));
 }
 
 // Its file got its name in the moment before the previous process died.
 void Recovery::complete(const DownloadPointer& item, const Finding& finding) {
     item->bytesDownloaded = finding.size;
+    if (const auto& note = finding.note) {
+        item->arrivedChecksum = note->checksum ? std::optional(note->checksum->text()) : std::nullopt;
+        item->listedSize = note->listedSize;
+        if (listedChecksum(*item) != note->listedChecksum)
+            item->crc32 = note->listedChecksum ? std::optional(note->listedChecksum->text()) : std::nullopt;
+    }
+    item->formerCopy.reset();
     item->stagedURL.reset();
     if (finding.isDurable) item->durable = true;
     settlement_.markCompleted(item, finding.arrived);
@@ -98,8 +122,10 @@ void Recovery::complete(const DownloadPointer& item, const Finding& finding) {
 // --- What the machine may have lost ---
 
 void Recovery::lookForLost(const std::vector<DownloadPointer>& items) {
-    looks_ += static_cast<int>(items.size());
-    for (const DownloadPointer& item : items) doubtful_.insert(item->id);
+    for (const DownloadPointer& item : items) {
+        doubtful_.insert(item->id);
+        looks_.insert(Path(*item->resolvedURL).parent_path());
+    }
     for (const DownloadPointer& item : items) scope_.start(lookForCopy(item));
 }
 
@@ -123,11 +149,12 @@ Task<> Recovery::lookForCopy(DownloadPointer item) {
         durability_.add(item);
         settlement_.notifySyncSettled(*item);
     }
-    lookEnded();
+    lookEnded(copy.path.parent_path());
 }
 
-void Recovery::lookEnded() {
-    if (--looks_ == 0) observer_.hasEnded();
+void Recovery::lookEnded(const Path& folder) {
+    looks_.erase(looks_.find(folder));
+    if (looks_.empty()) observer_.hasEnded();
 }
 
 }  // namespace tovri

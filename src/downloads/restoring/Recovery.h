@@ -50,7 +50,10 @@ public:
 
     [[nodiscard]] std::size_t heldCount() const { return held_.size(); }
 
-    [[nodiscard]] bool isLooking() const { return looks_ > 0; }
+    [[nodiscard]] bool isLooking() const { return !looks_.empty(); }
+
+    // Where it looks, each folder as often as it has a file.
+    [[nodiscard]] const std::multiset<std::filesystem::path>& foldersLookedAt() const { return looks_; }
 
     // A completed item whose file the machine may have lost: nobody knows yet.
     [[nodiscard]] bool mayBeLost(const Download& item) const { return doubtful_.contains(item.id); }
@@ -68,6 +71,7 @@ private:
     struct Finding {
         Path arrived;  // empty: nothing has
         ByteCount size = 0;
+        std::optional<ArrivalNote> note = std::nullopt;  // of the placement that brought it
         bool isDurable = false;
     };
     class ArrivalLook;
@@ -75,7 +79,7 @@ private:
     Task<> lookForPlacements(Placements placements, MachineStart start);
     Task<> lookForCopy(DownloadPointer item);
     void complete(const DownloadPointer& item, const Finding& finding);
-    void lookEnded();
+    void lookEnded(const Path& folder);
 
     VolumePorts ports_;
     DownloadList& list_;
@@ -85,7 +89,7 @@ private:
     Observer observer_;
     std::unordered_set<UUID> held_;
     std::unordered_set<UUID> doubtful_;
-    int looks_ = 0;
+    std::multiset<Path> looks_;  // the folders that are being looked at
     TaskScope scope_;
 };
 

@@ -63,6 +63,12 @@ std::optional<std::string> arrivalDifference(const DownloadRecord& item) {
     return std::nullopt;
 }
 
+std::optional<DifferingCopy> differingCopy(const DownloadRecord& item) {
+    if (!item.resolvedURL || !item.arrivedChecksum || !hasArrived(item.status)) return std::nullopt;
+    if (!isSizeOther(item) && isChecksumEqual(item) != false) return std::nullopt;
+    return DifferingCopy{.path = *item.resolvedURL, .size = item.bytesDownloaded, .checksum = *item.arrivedChecksum};
+}
+
 void learn(DownloadRecord& item, const PutIOFile& record) {
     if (record.size) {
         item.listedSize.reset();

@@ -34,6 +34,9 @@ enum class ArrivalProof {
 // from put.io's record: 153 bytes instead of 4,294,967,296."
 [[nodiscard]] std::optional<std::string> arrivalDifference(const DownloadRecord& item);
 
+// The file that the item has placed, where it differs and can be recognised.
+[[nodiscard]] std::optional<DifferingCopy> differingCopy(const DownloadRecord& item);
+
 // Takes over what put.io says of the file now: its listing may be old. The size that it was queued with stays.
 void learn(DownloadRecord& item, const PutIOFile& record);
 

@@ -1,5 +1,6 @@
 #include "downloads/running/RunPlacement.h"
 
+#include "downloads/running/ArrivalProof.h"
 #include "platform/Await.h"
 
 namespace tovri {
@@ -17,18 +18,22 @@ Placement::Request RunPlacement::request() const {
             .destination = target_.path,
             .lane = target_.lane,
             .isDeletedLater = isDeletedLater(*item_),
-            .volume = target_.facts ? std::optional(target_.facts->volume.number) : std::nullopt};
+            .volume = target_.facts ? std::optional(target_.facts->volume.number) : std::nullopt,
+            .arrival = {.size = item_->bytesDownloaded,
+                        .checksum = item_->arrivedChecksum ? Checksum::parse(*item_->arrivedChecksum) : std::nullopt,
+                        .listedSize = item_->listedSize,
+                        .listedChecksum = listedChecksum(*item_)}};
 }
 
 Task<Result<void>> RunPlacement::place(RunTarget target, Path received, std::stop_token stop) {
     target_ = std::move(target);
     received_ = std::move(received);
     if (std::exchange(item_->speed, {}) != BytesPerSecond()) around_.list.tellProgress(*item_);
-    Result<Path> placed = co_await around_.placement.place(request(), stop);
+    Result<Path> placed = co_await giveName(stop);
     const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
     if (placed && isCurrent()) co_await secure(*placed);
     if (!isCurrent()) {
-        if (placed) remove(*placed);
+        if (placed && !hasReplaced(*placed)) remove(*placed);
         co_return Result<void>();
     }
     if (isTaken) {
@@ -38,6 +43,19 @@ Task<Result<void>> RunPlacement::place(RunTarget target, Path received, std::sto
     if (!placed) co_return failure(placed);
     settle(*placed);
     co_return Result<void>();
+}
+
+// What the item itself had brought before, and differed, makes way; unless somebody has changed it, or it has gone.
+Task<Result<std::filesystem::path>> RunPlacement::giveName(std::stop_token stop) {
+    if (const auto copy = item_->formerCopy; copy && Path(copy->path).parent_path() == target_.path.parent_path()) {
+        Placement::Request wanted = request();
+        wanted.destination = copy->path;
+        wanted.consent = ReplaceConsent::user;
+        Result<Path> placed = co_await around_.placement.takePlaceOf(*copy, std::move(wanted), stop);
+        if (placed || placed.error().code != ErrorCase::alreadyExists) co_return placed;
+    }
+    Result<Path> placed = co_await around_.placement.place(request(), std::move(stop));
+    co_return placed;
 }
 
 // What put.io is going to delete is durable before the queue says that it has arrived; or nothing is deleted.
@@ -53,6 +71,7 @@ Task<> RunPlacement::secure(Path placed) {
 }
 
 void RunPlacement::settle(const Path& placed) {
+    item_->formerCopy.reset();
     item_->stagedURL.reset();
     item_->receivedFile.reset();
     if (target_.facts) around_.destinations.notePlaced(target_.path.parent_path(), *target_.facts);

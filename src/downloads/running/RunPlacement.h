@@ -49,6 +49,7 @@ private:
         ReplaceConsent consent = ReplaceConsent::policy;
     };
 
+    Task<Result<Path>> giveName(std::stop_token stop);
     Task<Result<void>> resolveConflict(std::stop_token stop);
     Task<Result<Decision>> decide();
     Task<Result<Decision>> askUser(bool isOnlyCopy);
@@ -58,6 +59,11 @@ private:
     void remove(Path file);
 
     [[nodiscard]] bool isCurrent() const { return item_->run == &run_; }
+
+    // Whether what stood at the path was ours, and is gone.
+    [[nodiscard]] bool hasReplaced(const Path& placed) const {
+        return item_->formerCopy && item_->formerCopy->path == placed.native();
+    }
 
     [[nodiscard]] Placement::Request request() const;
     [[nodiscard]] std::optional<ConflictChoice> choiceByPreference() const;

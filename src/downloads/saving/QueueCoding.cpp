@@ -50,6 +50,21 @@ struct CountsFormat {
     }
 };
 
+constexpr RecordFormat copyFormat{
+    "a copy",
+    required("checksum", &DifferingCopy::checksum, TextFormat()),
+    required("path", &DifferingCopy::path, FileURLFormat()),
+    required("size", &DifferingCopy::size, IntegerFormat()),
+};
+
+struct CopyFormat {
+    static void write(auto& json, const DifferingCopy& copy) { copyFormat.write(json, copy); }
+
+    static std::shared_ptr<const DifferingCopy> read(const SavedValue& saved) {
+        return std::make_shared<const DifferingCopy>(copyFormat.read(saved));
+    }
+};
+
 constexpr RecordFormat itemFormat{
     "an item",
     optional("arrivedChecksum", &DownloadRecord::arrivedChecksum, TextFormat()),
@@ -66,6 +81,7 @@ constexpr RecordFormat itemFormat{
     required("fileSize", &DownloadRecord::fileSize, IntegerFormat()),
     optional("folderDeleteID", &DownloadRecord::folderDeleteID, IdentifierFormat<FolderID>()),
     optional("folderGroupID", &DownloadRecord::folderGroupID, UUIDFormat()),
+    optional("formerCopy", &DownloadRecord::formerCopy, CopyFormat()),
     younger("hasStartedOver", &DownloadRecord::hasStartedOver, FlagFormat()),
     required("id", &DownloadRecord::id, UUIDFormat()),
     younger("isUnproven", &DownloadRecord::isUnproven, FlagFormat()),
@@ -91,7 +107,7 @@ constexpr RecordFormat queueFormat{
     required("version", &QueueSnapshot::version, IntegerFormat()),
 };
 
-static_assert(itemFormat.isSorted() && queueFormat.isSorted());
+static_assert(copyFormat.isSorted() && itemFormat.isSorted() && queueFormat.isSorted());
 
 }  // namespace
 
