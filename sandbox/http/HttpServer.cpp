@@ -103,6 +103,7 @@ HttpRequest toRequest(const httplib::Request& from, BodyReader* body) {
     if (queryMark != std::string::npos) request.query = from.target.substr(queryMark + 1);
     for (const auto& [name, value] : from.headers) request.headers.emplace_back(name, value);
     request.body = body;
+    request.clientPort = from.remote_port;
     return request;
 }
 

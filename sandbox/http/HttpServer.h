@@ -45,6 +45,7 @@ struct HttpRequest {
     std::string query;  // as sent
     Headers headers;
     BodyReader* body = nullptr;  // null when there can be none
+    int clientPort = 0;          // tells one connection from another
 
     // Empty when there is no such header.
     std::string_view header(std::string_view name) const;

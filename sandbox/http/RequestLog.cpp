@@ -21,6 +21,7 @@ void write(JsonWriter& json, const LoggedRequest& request) {
         .field("range", request.range)
         .field("ifRange", request.ifRange)
         .field("userAgent", request.userAgent)
+        .field("clientPort", request.clientPort)
         .field("authorization", request.hasAuthorization)
         .field("fileID", request.fileID)
         .field("fault", request.fault)
@@ -44,6 +45,7 @@ LoggedRequest describe(Role role, const HttpRequest& request) {
     logged.range = request.header("Range");
     logged.ifRange = request.header("If-Range");
     logged.userAgent = request.header("User-Agent");
+    logged.clientPort = request.clientPort;
     logged.hasAuthorization = !request.header("Authorization").empty();
     return logged;
 }

@@ -24,6 +24,7 @@ struct LoggedRequest {
     std::string range;
     std::string ifRange;
     std::string userAgent;
+    int clientPort = 0;  // of the connection that it came on
     bool hasAuthorization = false;
     std::optional<std::int64_t> fileID;
     std::string fault;  // the one that struck, if any
