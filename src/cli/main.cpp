@@ -32,6 +32,7 @@
 #include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
+#include "platform/posix/SystemSleepClock.h"
 #include "platform/posix/XDGFolders.h"
 #include "platform/secret/ChooseCredentialStore.h"
 
@@ -227,8 +228,9 @@ private:
     EnvironmentCredentialStore credentials_;
     TerminalSignIn signIn_{terminal_};
     PackageManagerUpdater updates_;
-    CurlHTTPSession http_{loop_};
-    CurlTransferSession transfers_{loop_};
+    SystemSleepClock sleepClock_;
+    CurlHTTPSession http_{loop_, sleepClock_};
+    CurlTransferSession transfers_{loop_, sleepClock_};
     std::optional<Result<DataFolderLock>> lock_;
     TovriApp app_;
     PutIOAPI api_;

@@ -28,6 +28,7 @@
 #include "platform/posix/StandardOutputLog.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
+#include "platform/posix/SystemSleepClock.h"
 #include "platform/posix/XDGFolders.h"
 #include "platform/qt/BrowserAuthentication.h"
 #include "platform/qt/DesktopServices.h"
@@ -173,8 +174,9 @@ private:
     SessionNotifications notifications_;
     BrowserAuthentication signIn_{workspace_};
     PackageManagerUpdater updates_;
-    CurlHTTPSession http_{loop_};
-    CurlTransferSession transfers_{loop_};
+    SystemSleepClock sleepClock_;
+    CurlHTTPSession http_{loop_, sleepClock_};
+    CurlTransferSession transfers_{loop_, sleepClock_};
     CredentialCache secrets_{loop_,
                              [this](const std::stop_token& stop) { return openSecrets(stop); },
                              {accountName(KeychainItem::clientID), accountName(KeychainItem::accessToken)},

@@ -16,6 +16,7 @@
 #include "platform/posix/PosixVolumeQueues.h"
 #include "platform/posix/SystemClock.h"
 #include "platform/posix/SystemRandom.h"
+#include "platform/posix/SystemSleepClock.h"
 #include "platform/qt/BrowserAuthentication.h"
 #include "platform/qt/QtMainLoop.h"
 #include "sandbox/Sandbox.h"
@@ -82,8 +83,9 @@ private:
     NoNotifications notifications_;
     BrowserAuthentication signIn_{workspace_};
     PackageManagerUpdater updates_;
-    CurlHTTPSession http_{loop_};
-    CurlTransferSession transfers_{loop_};
+    SystemSleepClock sleepClock_;
+    CurlHTTPSession http_{loop_, sleepClock_};
+    CurlTransferSession transfers_{loop_, sleepClock_};
     std::optional<TovriApp> app_;
     std::optional<Desktop> desktop_;
 };

@@ -18,6 +18,8 @@ struct CurlHTTPSession::Answering {
 
 // What the loop's thread works on.
 struct CurlHTTPSession::Network {
+    explicit Network(const SleepClock& sleepClock) : loop(sleepClock) {}
+
     std::unordered_map<std::int64_t, std::unique_ptr<Job>> jobs;  // the loop's thread
     CurlLoop loop;
 };
@@ -102,7 +104,8 @@ private:
     std::unique_ptr<Exchange> exchange_;
 };
 
-CurlHTTPSession::CurlHTTPSession(MainLoop& mainLoop) : mainLoop_(mainLoop), network_(std::make_shared<Network>()) {}
+CurlHTTPSession::CurlHTTPSession(MainLoop& mainLoop, const SleepClock& sleepClock)
+    : mainLoop_(mainLoop), network_(std::make_shared<Network>(sleepClock)) {}
 
 CurlHTTPSession::~CurlHTTPSession() {
     network_->loop.stop([network = network_.get()] { network->jobs.clear(); });

@@ -10,13 +10,14 @@
 namespace tovri {
 
 class CurlLoop;
+class SleepClock;
 
 // HTTP over libcurl, on a thread of its own with kept connections. Requests that are under way when it is destroyed end
 // without an answer. A subscription may outlive it.
 class CurlHTTPSession final : public HTTPSession {
 public:
-    // `mainLoop` outlives the session. Reads the trusted certificates' place from the environment.
-    explicit CurlHTTPSession(MainLoop& mainLoop);
+    // Both outlive the session. Reads the trusted certificates' place from the environment.
+    CurlHTTPSession(MainLoop& mainLoop, const SleepClock& sleepClock);
     CurlHTTPSession(const CurlHTTPSession&) = delete;
     CurlHTTPSession& operator=(const CurlHTTPSession&) = delete;
     ~CurlHTTPSession() override;

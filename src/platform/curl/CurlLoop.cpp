@@ -12,11 +12,10 @@ namespace tovri {
 namespace {
 
 constexpr std::chrono::milliseconds tickInterval{250};
-// A connection whose other end is gone is noticed half a minute after its last byte; Exchange sets how many probes go
-// unanswered.
-constexpr std::chrono::seconds keepAliveIdle{15};
-constexpr std::chrono::seconds keepAliveInterval{5};
+constexpr std::chrono::seconds shortestSleep{1};  // that connections are given up for
 constexpr std::size_t spareHandleLimit = 8;
+constexpr long keptConnections = 6 * CurlLoop::connectionsPerHost;  // by itself the library keeps few in a lull
+constexpr std::chrono::seconds keptTime = std::chrono::hours(1);    // unless the other side ends them before
 constexpr long receiveBuffer = 512L * 1024;
 
 // The variables that the curl program honours; the library by itself reads none of them.
@@ -35,6 +34,7 @@ MultiHandle makeMulti() {
     initializeLibrary();
     MultiHandle multi(curl_multi_init());
     curl_multi_setopt(multi.get(), CURLMOPT_MAX_HOST_CONNECTIONS, CurlLoop::connectionsPerHost);
+    curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, keptConnections);
     return multi;
 }
 
@@ -46,9 +46,15 @@ ShareHandle makeShare() {
     return share;
 }
 
+CurlLoopClient& clientOf(CURL* handle) {
+    void* client = nullptr;
+    curl_easy_getinfo(handle, CURLINFO_PRIVATE, &client);
+    return *static_cast<CurlLoopClient*>(client);
+}
+
 }  // namespace
 
-// No exception may pass through the library. Without the memory to note a socket, the program ends here.
+// No exception may pass through the library.
 struct CurlLoop::Callbacks {
     static int close(void* self, curl_socket_t socket) noexcept {
         auto& loop = *static_cast<CurlLoop*>(self);
@@ -58,10 +64,10 @@ struct CurlLoop::Callbacks {
     }
 
     // A connection rests between two requests. The library has other sockets too, whose end it does not tell.
-    static int want(CURL*, curl_socket_t socket, int interest, void* self, void*) noexcept {
+    static int want(CURL* handle, curl_socket_t socket, int interest, void* self, void*) noexcept {
         auto& loop = *static_cast<CurlLoop*>(self);
         if (interest != CURL_POLL_REMOVE) {
-            loop.poll_.watch(socket, interest);
+            if (!loop.watch(socket, interest)) clientOf(handle).didLoseWatch();
         } else if (loop.sockets_.contains(socket)) {
             loop.poll_.rest(socket);
         } else {
@@ -78,14 +84,25 @@ struct CurlLoop::Callbacks {
     }
 };
 
-CurlLoop::CurlLoop()
-    : trustedCertificates_(trustedCertificatesFromEnvironment()), share_(makeShare()), multi_(makeMulti()) {
+CurlLoop::CurlLoop(const SleepClock& sleepClock)
+    : sleepClock_(sleepClock),
+      timeAsleep_(sleepClock.timeAsleep()),
+      trustedCertificates_(trustedCertificatesFromEnvironment()),
+      share_(makeShare()) {
+    openMulti();
+    const SignalMask blocked;
+    thread_ = std::thread([this] { work(); });
+}
+
+// One that is open already goes, with its connections.
+void CurlLoop::openMulti() {
+    multi_.reset();
+    libraryDeadline_.reset();
+    multi_ = makeMulti();
     curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETFUNCTION, &Callbacks::want);
     curl_multi_setopt(multi_.get(), CURLMOPT_SOCKETDATA, this);
     curl_multi_setopt(multi_.get(), CURLMOPT_TIMERFUNCTION, &Callbacks::setTimer);
     curl_multi_setopt(multi_.get(), CURLMOPT_TIMERDATA, this);
-    const SignalMask blocked;
-    thread_ = std::thread([this] { work(); });
 }
 
 CurlLoop::~CurlLoop() {
@@ -124,9 +141,7 @@ EasyHandle CurlLoop::takeHandle() {
     set(CURLOPT_NOSIGNAL, 1L);
     set(CURLOPT_QUICK_EXIT, 1L);  // a withdrawn request does not wait for its name look-up
     set(CURLOPT_TCP_NODELAY, 1L);
-    set(CURLOPT_TCP_KEEPALIVE, 1L);
-    set(CURLOPT_TCP_KEEPIDLE, static_cast<long>(keepAliveIdle.count()));
-    set(CURLOPT_TCP_KEEPINTVL, static_cast<long>(keepAliveInterval.count()));
+    set(CURLOPT_MAXAGE_CONN, static_cast<long>(keptTime.count()));
     set(CURLOPT_BUFFERSIZE, receiveBuffer);
     set(CURLOPT_UPLOAD_BUFFERSIZE, receiveBuffer);
     // The HTTP/2 of the library's versions 7.87 to 8.5 has known faults.
@@ -149,6 +164,7 @@ void CurlLoop::giveBack(EasyHandle handle) {
 }
 
 bool CurlLoop::add(CurlLoopClient& client) {
+    if (!poll_.isOpen()) return false;
     curl_easy_setopt(client.handle(), CURLOPT_PRIVATE, &client);
     if (curl_multi_add_handle(multi_.get(), client.handle()) != CURLM_OK) return false;
     clients_.insert(&client);
@@ -166,6 +182,7 @@ void CurlLoop::work() {
         moveBytesWhenDue();
         readMessages();
         sleep();
+        replaceConnectionsAfterSleep();
         moveBytes();
     }
     if (last_) last_();
@@ -174,6 +191,20 @@ void CurlLoop::work() {
     spareHandles_.clear();
     multi_.reset();
     share_.reset();
+}
+
+// The other side has given them up long ago, or lost sight of this machine; nothing that comes would tell.
+void CurlLoop::replaceConnectionsAfterSleep() {
+    const std::chrono::nanoseconds now = sleepClock_.timeAsleep();
+    if (now - timeAsleep_ < shortestSleep) return;
+    timeAsleep_ = now;
+    const std::vector<CurlLoopClient*> round(clients_.begin(), clients_.end());
+    for (CurlLoopClient* client : round)
+        if (clients_.contains(client)) client->didSleep();
+    for (CurlLoopClient* waiting : clients_) curl_multi_remove_handle(multi_.get(), waiting->handle());
+    openMulti();
+    for (CurlLoopClient* waiting : clients_)
+        if (curl_multi_add_handle(multi_.get(), waiting->handle()) != CURLM_OK) waiting->didLoseWatch();
 }
 
 bool CurlLoop::runJobs() {
@@ -209,14 +240,20 @@ void CurlLoop::act(curl_socket_t socket, int readiness) {
     curl_multi_socket_action(multi_.get(), socket, readiness, &running);
 }
 
+bool CurlLoop::watch(int socket, int interest) noexcept {
+    try {
+        return poll_.watch(socket, interest);
+    } catch (...) {
+        return false;  // no memory to note it
+    }
+}
+
 void CurlLoop::readMessages() {
     int left = 0;
     while (const CURLMsg* message = curl_multi_info_read(multi_.get(), &left)) {
         if (message->msg != CURLMSG_DONE) continue;
         const CURLcode code = message->data.result;
-        void* client = nullptr;
-        curl_easy_getinfo(message->easy_handle, CURLINFO_PRIVATE, &client);
-        static_cast<CurlLoopClient*>(client)->didFinish(code);
+        clientOf(message->easy_handle).didFinish(code);
     }
 }
 

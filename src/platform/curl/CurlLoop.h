@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "platform/SleepClock.h"
 #include "platform/curl/CurlHandles.h"
 #include "platform/curl/OpenSockets.h"
 #include "platform/curl/SocketPoll.h"
@@ -22,19 +23,27 @@ public:
     [[nodiscard]] virtual CURL* handle() = 0;
     virtual void didFinish(CURLcode code) = 0;
 
+    // The machine was asleep: every connection is replaced. One that has none yet stays in the loop.
+    virtual void didSleep() = 0;
+
+    // The system refuses to tell when its connection is ready. From within the library: only to be noted.
+    virtual void didLoseWatch() = 0;
+
     // A few times a second while the client is in the loop.
     virtual void tick(std::chrono::steady_clock::time_point now) = 0;
 };
 
-// The thread that moves all bytes of one session, with the connections that its requests share. Owned by the session,
-// which gives it jobs and keeps everything that they touch on this thread.
+// The thread that moves all bytes of one session, with the connections that its requests share. They are kept for the
+// next requests until the other side ends them or this machine sleeps. Owned by the session, which gives it jobs and
+// keeps everything that they touch on this thread.
 class CurlLoop {
 public:
     using Job = std::move_only_function<void()>;
 
     static constexpr long connectionsPerHost = 6;
 
-    CurlLoop();
+    // `sleepClock` outlives it.
+    explicit CurlLoop(const SleepClock& sleepClock);
     CurlLoop(const CurlLoop&) = delete;
     CurlLoop& operator=(const CurlLoop&) = delete;
     ~CurlLoop();
@@ -56,7 +65,7 @@ public:
     [[nodiscard]] OpenSockets& sockets() { return sockets_; }
 
     // From now on the client is told, until it has finished or is removed. It stays alive until then. False, and
-    // nothing is told, when the library has no memory left for it.
+    // nothing is told, when memory or file handles are lacking for it.
     [[nodiscard]] bool add(CurlLoopClient& client);
     void remove(CurlLoopClient& client);
 
@@ -64,12 +73,15 @@ private:
     using TimePoint = std::chrono::steady_clock::time_point;
     struct Callbacks;  // the library's C functions
 
+    void openMulti();
     void work();
+    void replaceConnectionsAfterSleep();
     [[nodiscard]] bool runJobs();
     void dropJobs();
     void moveBytes();
     void moveBytesWhenDue();
     void act(curl_socket_t socket, int readiness);
+    [[nodiscard]] bool watch(int socket, int interest) noexcept;
     void readMessages();
     void tickWhenDue();
     void sleep();
@@ -81,6 +93,8 @@ private:
     bool isStopping_ = false;
     bool isAsleep_ = false;  // and has to be woken up for a job
 
+    const SleepClock& sleepClock_;
+    std::chrono::nanoseconds timeAsleep_;
     std::string trustedCertificates_;  // a file; empty for the library's own choice
     OpenSockets sockets_;
     SocketPoll poll_;

@@ -39,6 +39,8 @@ struct CurlTransferSession::Asking {
 
 // What the loop's thread works on.
 struct CurlTransferSession::Network : std::enable_shared_from_this<Network> {
+    explicit Network(const SleepClock& sleepClock) : loop(sleepClock) {}
+
     // Any thread.
     void resume(std::int64_t number);
 
@@ -135,8 +137,8 @@ void CurlTransferSession::Network::resume(std::int64_t number) {
     });
 }
 
-CurlTransferSession::CurlTransferSession(MainLoop& mainLoop)
-    : mainLoop_(mainLoop), network_(std::make_shared<Network>()) {}
+CurlTransferSession::CurlTransferSession(MainLoop& mainLoop, const SleepClock& sleepClock)
+    : mainLoop_(mainLoop), network_(std::make_shared<Network>(sleepClock)) {}
 
 CurlTransferSession::~CurlTransferSession() {
     network_->loop.stop([network = network_.get()] { network->jobs.clear(); });

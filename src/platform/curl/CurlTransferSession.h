@@ -8,13 +8,15 @@
 
 namespace tovri {
 
+class SleepClock;
+
 // Transfers over libcurl, on a thread of its own with kept connections. Attempts that are under way when it is
 // destroyed end untold, and their receivers are given nothing more. A subscription may outlive it, and so may the word
 // that a receiver has room.
 class CurlTransferSession final : public TransferSession {
 public:
-    // `mainLoop` outlives the session. Reads the trusted certificates' place from the environment.
-    explicit CurlTransferSession(MainLoop& mainLoop);
+    // Both outlive the session. Reads the trusted certificates' place from the environment.
+    CurlTransferSession(MainLoop& mainLoop, const SleepClock& sleepClock);
     CurlTransferSession(const CurlTransferSession&) = delete;
     CurlTransferSession& operator=(const CurlTransferSession&) = delete;
     ~CurlTransferSession() override;

@@ -1,5 +1,7 @@
 #include "platform/curl/Exchange.h"
 
+#include <cerrno>
+
 #include <linux/sockios.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -13,8 +15,18 @@ namespace tovri {
 namespace {
 
 constexpr int redirectLimit = 10;
-constexpr int keepAliveProbes = 3;
 constexpr std::chrono::seconds unwantedBodyTime{1};  // until a new connection is the better way
+
+// A connection whose other end is gone is noticed half a minute after its last byte.
+void probeWhileQuiet(int socket) {
+    const auto set = [socket](int level, int option, int value) {
+        ::setsockopt(socket, level, option, &value, sizeof value);
+    };
+    set(SOL_SOCKET, SO_KEEPALIVE, 1);
+    set(IPPROTO_TCP, TCP_KEEPIDLE, 15);  // seconds
+    set(IPPROTO_TCP, TCP_KEEPINTVL, 5);
+    set(IPPROTO_TCP, TCP_KEEPCNT, 3);
+}
 
 }  // namespace
 
@@ -76,13 +88,18 @@ struct Exchange::Callbacks {
         return 0;
     }
 
-    static int socketOpened(void* self, curl_socket_t socket, curlsocktype) {
+    static curl_socket_t openSocket(void* self, curlsocktype, curl_sockaddr* address) {
         auto& exchange = *static_cast<Exchange*>(self);
         exchange.hasBegun_ = true;
-        ::setsockopt(socket, IPPROTO_TCP, TCP_KEEPCNT, &keepAliveProbes, sizeof keepAliveProbes);
-        return guarded<int>(exchange, CURL_SOCKOPT_ERROR, [&] {
+        const int socket = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+        if (socket < 0) {
+            exchange.openError_ = errno;
+            return CURL_SOCKET_BAD;
+        }
+        probeWhileQuiet(socket);
+        return guarded<curl_socket_t>(exchange, CURL_SOCKET_BAD, [&] {
             exchange.loop_.sockets().opened(socket);
-            return CURL_SOCKOPT_OK;
+            return socket;
         });
     }
 
@@ -92,6 +109,7 @@ struct Exchange::Callbacks {
         exchange.hasBegun_ = true;
         exchange.movedAtLastLook_ = -1;
         return guarded<int>(exchange, CURL_PREREQFUNC_ABORT, [&] {
+            if (exchange.isRepetition()) return CURL_PREREQFUNC_ABORT;
             exchange.socket_ = exchange.loop_.sockets().find(peer, peerPort, localPort);
             return CURL_PREREQFUNC_OK;
         });
@@ -105,6 +123,14 @@ Exchange::~Exchange() {
     if (!handle_) return;
     loop_.remove(*this);
     loop_.giveBack(std::move(handle_));
+}
+
+// The library sends a request again on its own when a kept connection turns out to have ended. What changes something
+// may have been done by then.
+bool Exchange::isRepetition() {
+    if (!std::exchange(isSent_, true) || request_.method == "GET") return false;
+    refusal_ = transportError(CURLE_GOT_NOTHING, address_.host);
+    return true;
 }
 
 Result<void> Exchange::start() {
@@ -125,6 +151,9 @@ Result<void> Exchange::send() {
     bodyRead_ = 0;
     hasExcess_ = false;
     isPaused_ = false;
+    isSent_ = false;
+    openError_ = 0;
+    isUnwatched_ = false;
     socket_ = -1;
     hasBegun_ = false;
     movedAtLastLook_ = -1;
@@ -139,7 +168,7 @@ Result<void> Exchange::send() {
     configureHeaders();
     configureBody();
     configureCallbacks();
-    if (!loop_.add(*this)) return failure(memoryError(address_.host));
+    if (!loop_.add(*this)) return failure(shortageError(address_.host));
     return {};
 }
 
@@ -181,7 +210,7 @@ void Exchange::configureCallbacks() {
     set(CURLOPT_WRITEFUNCTION, &Callbacks::write, CURLOPT_WRITEDATA);
     set(CURLOPT_DEBUGFUNCTION, &Callbacks::debug, CURLOPT_DEBUGDATA);
     set(CURLOPT_RESOLVER_START_FUNCTION, &Callbacks::resolverStart, CURLOPT_RESOLVER_START_DATA);
-    set(CURLOPT_SOCKOPTFUNCTION, &Callbacks::socketOpened, CURLOPT_SOCKOPTDATA);
+    set(CURLOPT_OPENSOCKETFUNCTION, &Callbacks::openSocket, CURLOPT_OPENSOCKETDATA);
     set(CURLOPT_PREREQFUNCTION, &Callbacks::connected, CURLOPT_PREREQDATA);
     curl_easy_setopt(handle_.get(), CURLOPT_VERBOSE, 1L);  // without it the debug function is not called
 }
@@ -199,9 +228,14 @@ void Exchange::didFinish(CURLcode code) {
     if (hasThrown_) return end(failure(memoryError(address_.host)));
     if (refusal_) return end(failure(std::move(*refusal_)));
     if (isHeadComplete_ && head_.isRedirect()) return follow();  // even where its body could not be read to the end
-    if (code != CURLE_OK) return end(failure(transportError(code, address_.host)));
+    if (code != CURLE_OK) return end(failure(describe(code)));
     if (hasExcess_) return end(failure(excessError(address_.host)));
     end({});
+}
+
+Error Exchange::describe(CURLcode code) const {
+    const bool lacksHandles = openError_ == EMFILE || openError_ == ENFILE;
+    return lacksHandles ? handlesError(address_.host) : transportError(code, address_.host);
 }
 
 void Exchange::follow() {
@@ -236,6 +270,7 @@ void Exchange::tick(TimePoint now) {
     if (request_.body && request_.body->isFile() && (!request_.body->isAtEnd() || unsentBytes() > 0)) begin_ = now;
     if (request_.timeLimit && now - begin_ >= *request_.timeLimit)
         return giveUp(slownessError(address_.host, *request_.timeLimit));
+    if (isUnwatched_) return giveUp(shortageError(address_.host));
     if (isHeadComplete_ && isUnwanted() && now - headEnd_ >= unwantedBodyTime) return didFinish(CURLE_OK);
     if (!hasBegun_ || isPaused_) return;
     const ByteCount moved = movedBytes();
@@ -245,6 +280,10 @@ void Exchange::tick(TimePoint now) {
     } else if (now - lastMovement_ >= request_.idleLimit) {
         giveUp(silenceError(address_.host, request_.idleLimit));
     }
+}
+
+void Exchange::didSleep() {
+    if (hasBegun_) giveUp(sleepError(address_.host));
 }
 
 void Exchange::giveUp(Error why) {

@@ -74,14 +74,21 @@ private:
     [[nodiscard]] CURL* handle() override { return handle_.get(); }
 
     void didFinish(CURLcode code) override;
+
+    void didSleep() override;
+
+    void didLoseWatch() override { isUnwatched_ = true; }
+
     void tick(TimePoint now) override;
 
+    [[nodiscard]] bool isRepetition();
     [[nodiscard]] Result<void> send();
     void configureHeaders();
     void configureBody();
     void configureCallbacks();
     void follow();
     void dropBody();
+    [[nodiscard]] Error describe(CURLcode code) const;
     void giveUp(Error why);
     void end(Result<void> result);
 
@@ -113,6 +120,9 @@ private:
     bool isHeadComplete_ = false;
     ByteCount bodyOnWire_ = 0;      // as it arrived, before the library cuts it to the announced length
     ByteCount bodyRead_ = 0;        // as the receiver gets it, decompressed
+    bool isSent_ = false;           // or about to be, on a connection that stands
+    int openError_ = 0;             // the errno of a socket that could not be opened
+    bool isUnwatched_ = false;      // it would not be told when its connection is ready
     int socket_ = -1;               // of the connection, once that stands
     bool hasExcess_ = false;        // more came than was announced
     bool isPaused_ = false;         // by the receiver

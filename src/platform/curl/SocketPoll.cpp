@@ -1,6 +1,7 @@
 #include "platform/curl/SocketPoll.h"
 
 #include <algorithm>
+#include <thread>
 
 #include <curl/curl.h>
 #include <sys/eventfd.h>
@@ -10,6 +11,7 @@ namespace tovri {
 namespace {
 
 constexpr int noSocket = -1;
+constexpr std::chrono::milliseconds lookWhileClosed{20};
 
 std::uint32_t eventsFor(int interest) {
     std::uint32_t events = 0;
@@ -18,21 +20,29 @@ std::uint32_t eventsFor(int interest) {
     return events;
 }
 
-void control(int epoll, int operation, int socket, std::uint32_t events) {
+bool control(int epoll, int operation, int socket, std::uint32_t events) {
     epoll_event event{.events = events, .data = {.fd = socket}};
-    ::epoll_ctl(epoll, operation, socket, &event);
+    return ::epoll_ctl(epoll, operation, socket, &event) == 0;
 }
 
 }  // namespace
 
-// Triggered by its edge, the bell never has to be read.
-SocketPoll::SocketPoll() : epoll_(::epoll_create1(EPOLL_CLOEXEC)), bell_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
-    control(epoll_, EPOLL_CTL_ADD, bell_, EPOLLIN | EPOLLET);
+SocketPoll::SocketPoll() {
+    open();
 }
 
 SocketPoll::~SocketPoll() {
-    ::close(bell_);
-    ::close(epoll_);
+    if (bell_ >= 0) ::close(bell_);
+    if (epoll_ >= 0) ::close(epoll_);
+}
+
+// Triggered by its edge, the bell never has to be read.
+void SocketPoll::open() {
+    if (epoll_ < 0) epoll_ = ::epoll_create1(EPOLL_CLOEXEC);
+    if (epoll_ < 0 || bell_ >= 0) return;
+    const int bell = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (bell >= 0) control(epoll_, EPOLL_CTL_ADD, bell, EPOLLIN | EPOLLET);
+    bell_ = bell;
 }
 
 void SocketPoll::wakeUp() const {
@@ -40,12 +50,14 @@ void SocketPoll::wakeUp() const {
     static_cast<void>(::write(bell_, &one, sizeof one));
 }
 
-void SocketPoll::watch(int socket, int interest) {
+bool SocketPoll::watch(int socket, int interest) {
     const std::uint32_t events = eventsFor(interest);
     const auto [place, isNew] = watches_.try_emplace(socket, interest, events);
-    if (!isNew && place->second.registered != events) control(epoll_, EPOLL_CTL_MOD, socket, events);
-    if (isNew) control(epoll_, EPOLL_CTL_ADD, socket, events);
+    bool isWatched = true;
+    if (!isNew && place->second.registered != events) isWatched = control(epoll_, EPOLL_CTL_MOD, socket, events);
+    if (isNew) isWatched = control(epoll_, EPOLL_CTL_ADD, socket, events);
     place->second = {interest, events};
+    return isWatched;
 }
 
 void SocketPoll::rest(int socket) {
@@ -61,6 +73,11 @@ void SocketPoll::forget(int socket) {
 }
 
 void SocketPoll::wait(std::chrono::milliseconds limit) {
+    if (!isOpen()) {
+        std::this_thread::sleep_for(std::min(limit, lookWhileClosed));
+        open();
+        return;  // without a wait: whoever rang before was not heard
+    }
     const int count =
         ::epoll_wait(epoll_, ready_.data(), static_cast<int>(ready_.size()), static_cast<int>(limit.count()));
     readyCount_ = static_cast<std::size_t>(std::max(count, 0));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -12,7 +13,8 @@
 namespace tovri {
 
 // Where a loop's thread sleeps: until a socket is ready for what the library wants of it, or somebody rings. Each turn
-// costs what is ready, not what is open. The loop's thread, but for `wakeUp`.
+// costs what is ready, not what is open. Where the program has no file handle left for it, it opens later: until then
+// it looks up many times a second and watches nothing. The loop's thread, but for `wakeUp`.
 class SocketPoll {
 public:
     struct Event {
@@ -25,11 +27,14 @@ public:
     SocketPoll& operator=(const SocketPoll&) = delete;
     ~SocketPoll();
 
+    [[nodiscard]] bool isOpen() const { return epoll_ >= 0 && bell_ >= 0; }
+
     // Ends the wait under way or, when there is none, the next one. Any thread.
     void wakeUp() const;
 
-    // `interest` is CURL_POLL_IN, CURL_POLL_OUT or CURL_POLL_INOUT.
-    void watch(int socket, int interest);
+    // `interest` is CURL_POLL_IN, CURL_POLL_OUT or CURL_POLL_INOUT. False when the system refuses, and nothing will be
+    // told of this socket.
+    [[nodiscard]] bool watch(int socket, int interest);
 
     // Nothing is wanted of the socket until it is watched again, which then costs no system call. Only for a socket
     // that is forgotten before it is closed.
@@ -47,10 +52,11 @@ private:
         std::uint32_t registered;  // what the system was asked for
     };
 
+    void open();
     [[nodiscard]] std::optional<Event> wantedOf(const epoll_event& event);
 
-    int epoll_;
-    int bell_;
+    int epoll_ = -1;
+    std::atomic<int> bell_ = -1;
     std::unordered_map<int, Watch> watches_;
     std::array<epoll_event, 32> ready_{};
     std::size_t readyCount_ = 0;

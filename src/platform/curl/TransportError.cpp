@@ -1,6 +1,10 @@
 #include "platform/curl/TransportError.h"
 
+#include <cerrno>
+
 #include <curl/curl.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 namespace tovri {
 namespace {
@@ -32,6 +36,9 @@ std::string describe(int code, const std::string& host) {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
             return "The connection to " + host + " broke off; retry.";
+        case CURLE_WRITE_ERROR:  // how what follows the packed bytes is told; nothing else ends a request so
+        case CURLE_BAD_CONTENT_ENCODING:
+            return host + " sent an answer that cannot be unpacked; retry later.";
         case CURLE_OUT_OF_MEMORY:  // how the library tells a header line beyond 100 KB, too
             return host + " sent headers that are too long, or this computer has no memory left; retry later.";
         default:
@@ -43,6 +50,19 @@ std::string describe(int code, const std::string& host) {
 std::string inSeconds(std::chrono::milliseconds time) {
     const auto seconds = std::chrono::ceil<std::chrono::seconds>(time).count();
     return std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
+}
+
+bool isOutOfHandles() {
+    const int handle = ::eventfd(0, EFD_CLOEXEC);
+    if (handle < 0) return errno == EMFILE || errno == ENFILE;
+    ::close(handle);
+    return false;
+}
+
+// What also the lack of a file handle may look like: for the look-up, the trusted certificates or the library itself.
+bool needsHandles(int code) {
+    return code == CURLE_COULDNT_RESOLVE_HOST || code == CURLE_COULDNT_RESOLVE_PROXY || code == CURLE_COULDNT_CONNECT ||
+           code == CURLE_SSL_CACERT_BADFILE || code == CURLE_FAILED_INIT || code == CURLE_OUT_OF_MEMORY;
 }
 
 TransportFault faultOf(int code) {
@@ -69,6 +89,7 @@ TransportFault faultOf(int code) {
 Error transportError(int code, const std::string& host) {
     if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_WEIRD_SERVER_REPLY)
         return {ErrorCase::invalidResponse, host + " gave an answer that is not HTTP; retry later."};
+    if (needsHandles(code) && isOutOfHandles()) return handlesError(host);
     return {faultOf(code), describe(code, host)};
 }
 
@@ -80,6 +101,10 @@ Error silenceError(const std::string& host, std::chrono::milliseconds limit) {
 Error slownessError(const std::string& host, std::chrono::milliseconds limit) {
     return {TransportFault::silent,
             host + " took longer than " + inSeconds(limit) + " to answer; check the internet connection and retry."};
+}
+
+Error sleepError(const std::string& host) {
+    return {TransportFault::machineSlept, "The connection to " + host + " ended when this computer slept; retry."};
 }
 
 Error oversizeError(const std::string& host, const std::string& what) {
@@ -102,6 +127,15 @@ Error excessError(const std::string& host) {
 Error memoryError(const std::string& host) {
     return {ErrorCase::transport,
             "This computer had no memory left for what " + host + " sent; close other programs and retry."};
+}
+
+Error handlesError(const std::string& host) {
+    return {ErrorCase::transport, "This program had no file handle left to connect to " + host +
+                                      "; close other programs, or allow it more open files, and retry."};
+}
+
+Error shortageError(const std::string& host) {
+    return isOutOfHandles() ? handlesError(host) : memoryError(host);
 }
 
 Error redirectLoopError(const std::string& host) {

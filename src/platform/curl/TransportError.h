@@ -20,6 +20,15 @@ namespace tovri {
 // For an answer that could not be taken in.
 [[nodiscard]] Error memoryError(const std::string& host);
 
+// For a connection that this program has no file handle left for.
+[[nodiscard]] Error handlesError(const std::string& host);
+
+// One of these two: whichever is lacking now.
+[[nodiscard]] Error shortageError(const std::string& host);
+
+// For a connection given up because this machine was asleep.
+[[nodiscard]] Error sleepError(const std::string& host);
+
 // For a request that took longer than `limit`, although something came now and then.
 [[nodiscard]] Error slownessError(const std::string& host, std::chrono::milliseconds limit);
 

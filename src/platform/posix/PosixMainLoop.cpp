@@ -25,6 +25,9 @@ FileDescriptor makeBell() {
     return FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
 }
 
+// How often to look for what was posted where the program had no file handle left for a bell.
+constexpr std::chrono::milliseconds lookWithoutBell{20};
+
 // By signal number: the bell that its handler rings, -1 when nobody listens.
 std::array<std::atomic<int>, NSIG> signalBells;
 
@@ -88,6 +91,7 @@ Subscription PosixMainLoop::onSignal(int signal, Job job) {
     };
 
     auto listening = std::make_shared<Listening>(makeBell());
+    if (listening->bell.number() < 0) return {};  // better that it ends the program than that nobody hears it
     listening->watch = watch(listening->bell.number(), Readiness::readable,
                              [bell = listening->bell.number(), job = std::move(job)]() mutable {
                                  silence(bell);
@@ -125,8 +129,10 @@ std::optional<timespec> PosixMainLoop::sleepLimit() {
         isAsleep_ = posted_.empty();
         if (!isAsleep_) return timespec{};
     }
-    if (timers_->empty()) return std::nullopt;
-    const auto left = std::max(timers_->begin()->first.first - now(), Duration::zero());
+    const bool isHeard = wakeUp_.number() >= 0;
+    if (timers_->empty() && isHeard) return std::nullopt;
+    auto left = isHeard ? Duration::max() : Duration(lookWithoutBell);
+    if (!timers_->empty()) left = std::clamp(timers_->begin()->first.first - now(), Duration::zero(), left);
     const auto seconds = std::chrono::floor<std::chrono::seconds>(left);
     return timespec{.tv_sec = seconds.count(), .tv_nsec = std::chrono::nanoseconds(left - seconds).count()};
 }

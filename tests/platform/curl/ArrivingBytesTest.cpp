@@ -11,6 +11,7 @@
 #include "platform/curl/ScriptedServer.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/PosixVolumeQueues.h"
+#include "support/FakeSleepClock.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
@@ -69,7 +70,8 @@ private:
     HandRunLoop loop_;
     PosixFileManager files_;
     PosixVolumeQueues volumes_;
-    CurlTransferSession session_{loop_};
+    FakeSleepClock sleepClock_;
+    CurlTransferSession session_{loop_, sleepClock_};
 };
 
 struct Case {

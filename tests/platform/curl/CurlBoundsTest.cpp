@@ -11,6 +11,7 @@
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
+#include "support/FakeSleepClock.h"
 #include "support/HandRunLoop.h"
 
 namespace tovri::test {
@@ -76,8 +77,9 @@ protected:
     }
 
     HandRunLoop loop_;
-    CurlHTTPSession session_{loop_};
-    CurlTransferSession transfers_{loop_};
+    FakeSleepClock sleepClock_;
+    CurlHTTPSession session_{loop_, sleepClock_};
+    CurlTransferSession transfers_{loop_, sleepClock_};
 };
 
 }  // namespace
@@ -96,6 +98,9 @@ TEST_F(CurlBoundsTest, anAnswerMayBeSoLongAndNoLonger) {
         {answerWith("Content-Encoding: gzip\r\n", packed), 1999, "sent more than 2 KB"},  // unpacked
         {"HTTP/1.1 200 OK\r\n\r\n" + std::string(3'000'000, 'z'), 2000, "sent more than 2 KB"},
         {answerWith("Content-Encoding: x-gzip\r\n", packed), 2000, nullptr},
+        {answerWith("Content-Encoding: gzip\r\n", packed + packed), 9000, "cannot be unpacked"},
+        {answerWith("Content-Encoding: gzip\r\n", packed + "?"), 9000, "cannot be unpacked"},
+        {answerWith("Content-Encoding: gzip\r\n", "packed"), 9000, "cannot be unpacked"},
         {answerWith("Content-Encoding: deflate\r\n", packed), 2000, "was not asked for"},
         {answerWith("Content-Encoding: br\r\nContent-Encoding: gzip\r\n", packed), 2000, "was not asked for"},
         {answerWith("Content-Encoding: gzip, gzip\r\n", packed), 2000, "was not asked for"},

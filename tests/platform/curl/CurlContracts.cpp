@@ -9,6 +9,7 @@
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
+#include "support/FakeSleepClock.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
@@ -55,14 +56,17 @@ private:
     TemporaryFolder folder_;
     ScriptedServer server_{answer};
     HandRunLoop loop_;
-    std::unique_ptr<CurlHTTPSession> session_ = std::make_unique<CurlHTTPSession>(loop_);
+    FakeSleepClock sleepClock_;
+    std::unique_ptr<CurlHTTPSession> session_ = std::make_unique<CurlHTTPSession>(loop_, sleepClock_);
 };
 
 class CurlTransferWorld final : public TransferWorld {
 public:
     CurlTransferWorld() { sandbox_.start(); }
 
-    std::unique_ptr<TransferSession> makeSession() override { return std::make_unique<CurlTransferSession>(loop_); }
+    std::unique_ptr<TransferSession> makeSession() override {
+        return std::make_unique<CurlTransferSession>(loop_, sleepClock_);
+    }
 
     MainLoop& loop() override { return loop_; }
 
@@ -111,6 +115,7 @@ private:
     sandbox::Sandbox sandbox_;
     std::map<std::string, sandbox::FileID> files_;
     HandRunLoop loop_;
+    FakeSleepClock sleepClock_;
 };
 
 INSTANTIATE_TEST_SUITE_P(Curl, HTTPSessionContract, testing::Values([] { return std::make_unique<CurlHTTPWorld>(); }));

@@ -10,6 +10,7 @@
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "support/ComesTrue.h"
+#include "support/FakeSleepClock.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
@@ -48,7 +49,8 @@ protected:
     }
 
     HandRunLoop loop_;
-    CurlHTTPSession session_{loop_};
+    FakeSleepClock sleepClock_;
+    CurlHTTPSession session_{loop_, sleepClock_};
 };
 
 }  // namespace
@@ -188,7 +190,8 @@ TEST(CurlHTTPSession, trustsOnlyCertificatesThatVerify) {
     for (const bool isTrusted : {false, true}) {
         if (isTrusted) ::setenv("CURL_CA_BUNDLE", bundle.c_str(), 1);
         HandRunLoop loop;
-        CurlHTTPSession session(loop);
+        const FakeSleepClock sleepClock;
+        CurlHTTPSession session(loop, sleepClock);
         ::unsetenv("CURL_CA_BUNDLE");
         std::optional<Result<HTTPResponse>> answer;
         HTTPRequest request;

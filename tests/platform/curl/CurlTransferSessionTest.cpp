@@ -13,6 +13,7 @@
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
 #include "support/ComesTrue.h"
+#include "support/FakeSleepClock.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
@@ -92,7 +93,8 @@ protected:
     }
 
     HandRunLoop loop_;
-    std::unique_ptr<CurlTransferSession> session_ = std::make_unique<CurlTransferSession>(loop_);
+    FakeSleepClock sleepClock_;
+    std::unique_ptr<CurlTransferSession> session_ = std::make_unique<CurlTransferSession>(loop_, sleepClock_);
 };
 
 std::string truth(sandbox::Sandbox& sandbox, sandbox::FileID file) {
@@ -197,7 +199,7 @@ TEST_F(CurlTransferSessionTest, goesOnWhenAnotherThreadHasMadeRoom) {
         const std::string bundle = (folder.path / "ca.pem").string();
         std::ofstream(bundle) << sandbox.certificatePem();
         if (tls) ::setenv("CURL_CA_BUNDLE", bundle.c_str(), 1);
-        session_ = std::make_unique<CurlTransferSession>(loop_);
+        session_ = std::make_unique<CurlTransferSession>(loop_, sleepClock_);
         ::unsetenv("CURL_CA_BUNDLE");
 
         std::vector<std::future<void>> others;
@@ -218,7 +220,7 @@ TEST_F(CurlTransferSessionTest, otherThreadsMayMakeRoomWhileTheAttemptOrTheSessi
         auto [receiver, attempt] = beginFull(link(sandbox, file));
         const auto other = std::async(std::launch::async, [&] { receiver->makeRoom(1); });
         if (round % 2 == 0) attempt->operation.reset();
-        if (round % 4 != 0) session_ = std::make_unique<CurlTransferSession>(loop_);
+        if (round % 4 != 0) session_ = std::make_unique<CurlTransferSession>(loop_, sleepClock_);
         EXPECT_EQ(other.wait_for(patience), std::future_status::ready);
         loop_.runPosted();
         EXPECT_FALSE(attempt->end);
