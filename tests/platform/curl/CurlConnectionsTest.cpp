@@ -43,7 +43,8 @@ public:
         second_.start();
         for (int i = 0; i < count; i += 2) {
             const std::string path = this->path(i);
-            first_.faults().add(*sandbox::parseFault("storage:" + path + ":redirect=" + second_.storageURL() + path));
+            const std::string target = second_.storageURL() + path;
+            first_.faults().add(*sandbox::parseFault("storage:" + path + ":redirect=" + target));
         }
         const std::string bundle = (folder_.path / "ca.pem").string();
         std::ofstream(bundle) << first_.certificatePem() << second_.certificatePem();
@@ -118,6 +119,22 @@ protected:
         return begin(url, std::move(receiver));
     }
 
+    // Six transfers at the same time from each host; the second first, as the way there leads over the other.
+    void occupyAll(TwoHosts& hosts) {
+        std::vector<std::unique_ptr<Attempt>> full;
+        for (const int number : {0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1}) {
+            if (number == 1) waitForFull(full);
+            full.push_back(beginFull(hosts.url(number)));
+        }
+        waitForFull(full);
+        for (const auto& attempt : full) attempt->receiver->makeRoom(GatheringReceiver::unlimited);
+        for (const auto& attempt : full) EXPECT_FALSE(endOf(*attempt).error);
+    }
+
+    void waitForFull(const std::vector<std::unique_ptr<Attempt>>& attempts) {
+        for (const auto& attempt : attempts) waitUntil([&] { return attempt->receiver->isFull(); });
+    }
+
     void waitUntil(const std::function<bool()>& condition) {
         while (!condition() && loop_.waitForPost()) loop_.runPosted();
     }
@@ -159,16 +176,11 @@ TEST_F(CurlConnectionsTest, areKeptAcrossFilesAndHosts) {
         for (int i = 0; i < TwoHosts::count; ++i) EXPECT_FALSE(endOf(*begin(hosts.url(i))).error);
         EXPECT_EQ(hosts.connections(), std::pair(1UL, 1UL)) << "one file after the other";
 
-        std::vector<std::unique_ptr<Attempt>> together;
-        for (int round = 0; round < 3; ++round)
-            for (int i = 0; i < TwoHosts::count; ++i) together.push_back(begin(hosts.url(i)));
-        for (const auto& attempt : together) EXPECT_FALSE(endOf(*attempt).error);
-        const auto most = hosts.connections();
-        EXPECT_LE(most.first, 6U);
-        EXPECT_LE(most.second, 6U);
-
+        occupyAll(hosts);
+        EXPECT_EQ(hosts.connections(), std::pair(6UL, 6UL)) << "all at once";
         for (int i = 0; i < TwoHosts::count; ++i) EXPECT_FALSE(endOf(*begin(hosts.url(i))).error);
-        EXPECT_EQ(hosts.connections(), most) << "after the lull";
+        occupyAll(hosts);
+        EXPECT_EQ(hosts.connections(), std::pair(6UL, 6UL)) << "all at once, after a lull";
     }
 }
 
@@ -182,7 +194,7 @@ TEST_F(CurlConnectionsTest, outliveAnswersThatNobodyWants) {
 
     std::vector<std::unique_ptr<Attempt>> full;
     for (int i = 0; i < 6; ++i) full.push_back(beginFull(hosts.url(i)));
-    for (const auto& attempt : full) waitUntil([&] { return attempt->receiver->isFull(); });
+    waitForFull(full);
     EXPECT_EQ(hosts.connections().first, 6U);
     full.pop_back();  // taken back, with its connection alone
     for (const auto& attempt : full) attempt->receiver->makeRoom(GatheringReceiver::unlimited);
@@ -203,7 +215,7 @@ TEST_F(CurlConnectionsTest, areReplacedAfterTheMachineSlept) {
 
     std::vector<std::unique_ptr<Attempt>> full;
     for (int i = 0; i < 6; ++i) full.push_back(beginFull(hosts.url(1)));
-    for (const auto& attempt : full) waitUntil([&] { return attempt->receiver->isFull(); });
+    waitForFull(full);
     const auto waiting = begin(hosts.url(1));
     sleepClock_.sleep(std::chrono::hours(8));
     for (const auto& attempt : full) {
