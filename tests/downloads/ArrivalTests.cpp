@@ -184,7 +184,7 @@ TEST_F(Arriving, aRetryTakesThePlaceOfWhatDiffered) {
             World other;
             other.preferences.setConflictBehavior(c.behavior);
             if (c.atTheName) other.files.put(World::downloads / "f", *c.atTheName);
-            const std::int64_t file = other.addFile("f", "wholly");
+            const FileID file = other.addFile("f", "wholly");
             other.announceSize(file, 5);
             other.enqueue(file);
             other.settle();
@@ -212,10 +212,10 @@ TEST_F(Arriving, aRetryTakesThePlaceOfWhatDiffered) {
 TEST_F(Arriving, whatDifferedIsKnownAfterAKillBeforeTheSave) {
     for (const bool losesPower : {false, true}) {
         World other;
-        const std::int64_t file = other.addFile("f", "content");
+        const FileID file = other.addFile("f", "content");
         other.announceSize(file, 3);
         other.announceChecksum(file, checksumOf("content"));
-        const DownloadPointer item = other.enqueue(file);
+        const ConstDownloadPointer item = other.enqueue(file);
         EXPECT_TRUE(other.manager().saveNow());
         other.volumes.hang("saves");
         ASSERT_TRUE(other.runUntil(item, Download::Status::completed));

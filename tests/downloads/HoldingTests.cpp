@@ -195,9 +195,9 @@ TEST_F(Holding, keepsAFileThatADiskTakesNoMore) {
 TEST_F(Holding, waitsForRoomForTheFolderThatReceivesAFileOfUnknownSize) {
     world.files.failNext("createPrivateFolder", {}, {ErrorCase::diskFull, "The disk is full."});
     world.files.setCapacity(archive, 0);
-    const std::int64_t file = world.addFile("f", "f");
+    const FileID file = world.addFile("f", "f");
     world.sizeless.insert(file);
-    const DownloadPointer item = world.enqueue(file, {.destination = {{archive, {}}}});
+    const ConstDownloadPointer item = world.enqueue(file, {.destination = {{archive, {}}}});
     world.loop.advance(1min);
     EXPECT_EQ(state(item), "queued: Waiting for room on Archive");
     world.files.setCapacity(archive, 100'000'000);
@@ -207,14 +207,14 @@ TEST_F(Holding, waitsForRoomForTheFolderThatReceivesAFileOfUnknownSize) {
 TEST_F(Holding, asksAboutATakenNameOnlyOnTheVolumeThatIsExpected) {
     world.preferences.setConflictBehavior(ConflictBehavior::ask);
     expectArrived(enqueue("f", 10, archive / "Films"));
-    const DownloadPointer before = enqueue("f", 20, archive / "Films");
+    const ConstDownloadPointer before = enqueue("f", 20, archive / "Films");
     ASSERT_TRUE(world.runUntil(before, Status::awaitingConflict));
     manager.saveNow();
     world.kill();
     world.files.unmount(archive);
     world.start();
     world.loop.advance(20s);
-    DownloadPointer item = world.find(before->fileID);
+    ConstDownloadPointer item = world.find(before->fileID);
     EXPECT_EQ(state(item), "queued: Waiting for Archive: /mnt/Archive is on / now");
     EXPECT_FALSE(world.files.exists(archive / "Films"));
 
@@ -236,7 +236,7 @@ TEST_F(Holding, isToldToWhoeverReadsTheQueueFile) {
         return hold ? hold->text : "";
     };
     world.files.setCapacity(archive, 10);
-    const DownloadPointer item = enqueue("f", 100, archive);
+    const ConstDownloadPointer item = enqueue("f", 100, archive);
     world.loop.advance(2s);
     EXPECT_EQ(saved(), "Waiting for 100 bytes on Archive");
     world.kill();
