@@ -175,7 +175,12 @@ Task<std::optional<ByteBlob>> Reception::keep(std::optional<std::chrono::millise
     Result<ArrivedBytes> arrived = co_await onVolume<ArrivedBytes>(around_.loop, around_.volumes, partial_->lane(),
                                                                    tooLong.get_token(), std::move(synchronize));
     if (arrived) co_return tokenFor(*arrived);
-    co_return limit ? tokenFor(partial_->written()) : std::nullopt;
+    // A loss of power may still take these bytes: only reading them again tells whether they are what arrived.
+    const bool canTell = listedChecksum(*item_) || !isDeletedLater(*item_);
+    if (!limit || !canTell) co_return std::nullopt;
+    ArrivedBytes written = partial_->written();
+    written.checksum.reset();
+    co_return tokenFor(written);
 }
 
 // How to go on from what has arrived; none when the server offers no way, has refused one, or nothing has arrived.

@@ -1,4 +1,5 @@
-// Put before the system's library, this is a disk that refuses to keep what lies below the folder $REFUSED.
+// Put before the system's library, this is a disk that refuses to keep what lies below the folder $REFUSED, and takes
+// its time for what lies below the folder $SLOW.
 #include <cerrno>
 #include <cstdlib>
 #include <string>
@@ -9,8 +10,8 @@
 
 namespace {
 
-bool isRefused(int descriptor) {
-    const char* const folder = std::getenv("REFUSED");
+bool isBelow(const char* variable, int descriptor) {
+    const char* const folder = std::getenv(variable);
     if (folder == nullptr) return false;
     const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
     std::string path(4096, '\0');
@@ -20,7 +21,9 @@ bool isRefused(int descriptor) {
 }
 
 int passOn(const char* name, int descriptor) {
-    if (isRefused(descriptor)) {
+    constexpr unsigned longerThanAnyEndWaits = 3;  // seconds
+    if (isBelow("SLOW", descriptor)) ::sleep(longerThanAnyEndWaits);
+    if (isBelow("REFUSED", descriptor)) {
         errno = EIO;
         return -1;
     }

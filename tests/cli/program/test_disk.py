@@ -142,6 +142,26 @@ class Refusing(ProgramTest):
         self.assertEqual(self.sandbox.requests(path="/files/delete"), [])
 
 
+@unittest.skipUnless("REFUSING_DISK" in os.environ, "no disk is slow here: the program is built with a sanitizer")
+class Slow(ProgramTest):
+    account = ("--files", "1", "--folders", "0", "--min-size", "4MiB", "--max-size", "4MiB")
+
+    def test_bytes_that_a_quit_did_not_wait_for_are_proven_anew(self):
+        self.serve()
+        self.sandbox.fault("storage:*:stall=2MiB")
+        self.environment.update({"LD_PRELOAD": os.environ["REFUSING_DISK"], "SLOW": str(self.data / "Partial")})
+        process = self.start("get", "/Generated", "--to", str(self.downloads))
+        self.wait_for_partial_bytes(2 << 20)
+        self.interrupt(process)
+        del self.environment["LD_PRELOAD"]
+        self.sandbox.call("DELETE", "faults")
+        with open(next(self.data.glob("Partial/*")), "r+b") as file:  # what a loss of power leaves of them
+            file.write(bytes(1 << 20))
+        self.run_cli("run")
+        self.assertEqual([item["proof"] for item in self.queue()], ["checksum"])
+        self.assert_tree()
+
+
 class Absent(DiskImage):
     account = ("--files", "1", "--folders", "0", "--min-size", "6MiB", "--max-size", "6MiB")
 
@@ -162,6 +182,24 @@ class Absent(DiskImage):
         self.assertEqual([r["range"] for r in self.sandbox.requests("storage")], [f"bytes={2 << 20}-"])
         self.assert_tree()
         self.assertEqual(list(self.disk.glob(".tovri-*")), [])
+
+
+    def test_another_disk_in_its_place_gets_nothing(self):
+        self.serve("--demo")
+        self.run_cli("get", "/Welcome.txt", "--to", str(self.disk))
+        self.unmount()
+        other = self.home / "other image"
+        with open(other, "wb") as file:
+            file.truncate(16 << 20)
+        command("mkfs.ext4", "-q", str(other))
+        self.mount(other)
+        for arguments in (["get", "11", "--to", str(self.disk)], ["run"]):
+            self.assertRegex(self.run_cli(*arguments, status=1)[1], r"Waiting for disk \(.*\): .* is in its place: ")
+            self.assertEqual(os.listdir(self.disk), ["lost+found"])
+        self.unmount()
+        self.mount(self.image)
+        self.run_cli("run")
+        self.assertEqual(sorted(os.listdir(self.disk)), ["Safety Last! (1923).mkv", "Welcome.txt", "lost+found"])
 
 
 class Hanging(DiskImage):
