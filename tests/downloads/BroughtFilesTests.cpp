@@ -74,6 +74,19 @@ TEST_F(Brought, areKnownByThemselvesWhenAnotherFileHasTheirName) {
     EXPECT_EQ(find("/d/other"), std::nullopt);
 }
 
+// As on a volume that takes "F" for "f", and that gives its files other numbers when it is connected again.
+TEST_F(Brought, areKnownByAnotherSpellingOfTheirName) {
+    bring("/d/deep/f");
+    bring("/d/f");
+    const ByteBlob content = *files.content("/d/f");
+    ASSERT_TRUE(files.moveItem("/d/f", "/data/elsewhere", {}));
+    files.put("/d/other", content);
+    files.put("/d/f", content);
+    ASSERT_TRUE(files.cloneFile("/d/f", "/d/F"));
+    EXPECT_EQ(find("/d/F"), Original::gone);
+    EXPECT_EQ(find("/d/other"), std::nullopt);
+}
+
 TEST_F(Brought, surviveALineThatWasNotFinished) {
     bring("/d/f");
     const std::string whole = *files.content("/data/brought.list");

@@ -103,13 +103,24 @@ void BroughtFiles::forget(const std::filesystem::path& path) {
 // The volume is asked without the lock: one that hangs must not hold up the others.
 std::optional<BroughtFiles::Original> BroughtFiles::find(const std::filesystem::path& path) {
     const auto stamp = files_.stamp(path);
-    const std::scoped_lock lock(access_);
-    load();
-    if (const auto original = findItself(path.native(), stamp)) return original;
-    const std::string below = path.native() + "/";
-    const auto first = entries_.lower_bound(below);
-    const bool holdsOne = first != entries_.end() && first->first.starts_with(below);
-    return holdsOne ? std::optional(Original::kept) : std::nullopt;
+    const std::string itself = path.native() + "/";
+    const std::string folder = path.parent_path().native() + "/";
+    std::vector<std::pair<std::string, Original>> ofThatSize;  // in the same folder
+    {
+        const std::scoped_lock lock(access_);
+        load();
+        if (const auto original = findItself(path.native(), stamp)) return original;
+        const auto first = entries_.lower_bound(itself);
+        if (first != entries_.end() && first->first.starts_with(itself)) return Original::kept;
+        if (!stamp || stamp->size == 0) return std::nullopt;
+        for (auto each = entries_.lower_bound(folder); each != entries_.end() && each->first.starts_with(folder);
+             ++each)
+            if (each->second.size == stamp->size) ofThatSize.emplace_back(each->first, each->second.original);
+    }
+    // A volume may take two spellings for one name, and number its files anew each time that it is connected.
+    const auto isItself = [&](const auto& named) { return files_.identity(named.first) == stamp->identity; };
+    const auto found = std::ranges::find_if(ofThatSize, isItself);
+    return found != ofThatSize.end() ? std::optional(found->second) : std::nullopt;
 }
 
 std::optional<BroughtFiles::Original> BroughtFiles::findItself(const std::string& path,
