@@ -4,15 +4,26 @@
 #include <utility>
 
 namespace tovri {
+namespace {
 
-PartialFile::PartialFile(Place place, ArrivedBytes arrived)
-    : place_(std::move(place)), taken_(arrived.length), known_(arrived), written_(arrived) {}
+// The longest time between two syncs; what one takes comes on top.
+constexpr int secondsToSync = 8;
+
+}  // namespace
+
+PartialFile::PartialFile(Place place, ArrivedBytes arrived, std::unique_ptr<NoteKeeper> note)
+    : place_(std::move(place)), note_(std::move(note)), taken_(arrived.length), known_(arrived), written_(arrived) {}
 
 // --- any thread ---
 
 void PartialFile::announce(AnnouncedFile announced) {
     const std::scoped_lock lock(access_);
     announced_ = std::move(announced);
+    if (!std::exchange(mustBeTried_, false)) return;
+    place_.volumes.run(place_.lane, [self = shared_from_this()] {
+        self->describeNote();
+        self->note_->putOnTrial();
+    });
 }
 
 AnnouncedFile PartialFile::announced() const {
@@ -24,6 +35,33 @@ void PartialFile::close() {
     const std::scoped_lock lock(access_);
     isClosed_ = true;
     ready_ = nullptr;
+}
+
+void PartialFile::abandon() {
+    close();
+    const std::scoped_lock lock(access_);
+    waiting_ = 0;
+    pieces_.clear();
+    if (note_) place_.volumes.run(place_.lane, [self = shared_from_this()] { self->endNote(); });
+}
+
+void PartialFile::putOnTrial() {
+    const std::scoped_lock lock(access_);
+    mustBeTried_ = note_ != nullptr;
+}
+
+void PartialFile::noteRefusal() {
+    const std::scoped_lock lock(access_);
+    isRefused_ = true;
+}
+
+bool PartialFile::isRefused() const {
+    const std::scoped_lock lock(access_);
+    return isRefused_;
+}
+
+void PartialFile::second() {
+    if (note_) place_.volumes.run(place_.lane, [self = shared_from_this()] { self->noteInTime(); });
 }
 
 std::optional<Error> PartialFile::error() const {
@@ -78,6 +116,7 @@ Result<void> PartialFile::reopen() {
     Result<std::unique_ptr<WritableFile>> file = place_.files.reopenForWriting(place_.path, written_.length);
     if (!file) return failure(file);
     file_ = std::move(*file);
+    if (note_) note_->readDurable();
     return {};
 }
 
@@ -134,8 +173,46 @@ Result<void> PartialFile::append(std::string_view bytes) {
     if (Result<void> written = file_->writeAt(written_.length, bytes); !written) return written;
     written_.length += static_cast<ByteCount>(bytes.size());
     if (written_.checksum) written_.checksum->add(bytes);
+    if (note_) noteReached();
     return {};
 }
+
+// --- The note, on the volume's thread ---
+
+void PartialFile::describeNote() {
+    const AnnouncedFile announced = this->announced();
+    note_->describe(announced.length.value_or(0), announced.validator);
+}
+
+void PartialFile::noteReached() {
+    const NoteKeeper::Due due = note_->reached(0, {written_.length, written_.checksum});
+    if (!due.note && !due.sync) return;
+    describeNote();
+    if (due.note) note_->write();
+    if (due.sync) synchronizeAside();
+}
+
+void PartialFile::noteInTime() {
+    if (!file_ || !note_->isSyncBehind()) return;
+    describeNote();
+    if (note_->isBehind()) note_->write();
+    if (++secondsSinceSync_ >= secondsToSync) synchronizeAside();
+}
+
+void PartialFile::endNote() {
+    describeNote();
+    if (note_->isBehind()) note_->write();
+    note_->end();
+}
+
+// Beside the lane, which goes on writing meanwhile.
+void PartialFile::synchronizeAside() {
+    if (!note_->mayBeginSync()) return;
+    secondsSinceSync_ = 0;
+    place_.volumes.run(place_.lane + " partials", [self = shared_from_this()] { self->note_->synchronize(); });
+}
+
+// --- The end, on the volume's thread ---
 
 Result<ArrivedBytes> PartialFile::finish() {
     while (true) {
@@ -146,6 +223,10 @@ Result<ArrivedBytes> PartialFile::finish() {
     }
     if (std::optional<Error> failed = error()) return failure(std::move(*failed));
     if (Result<void> opened = open(); !opened) return failure(opened);  // a file of no bytes is a file too
+    if (note_ && note_->hasNote() && note_->isBehind()) {
+        describeNote();
+        note_->write();
+    }
     return written_;
 }
 
@@ -153,6 +234,10 @@ Result<ArrivedBytes> PartialFile::synchronize() {
     const Result<ArrivedBytes> arrived = finish();
     if (!file_) return arrived;
     if (Result<void> durable = file_->synchronize(); !durable) return failure(durable);
+    if (note_ && written_.length > 0) {
+        describeNote();
+        note_->noteDurable();
+    }
     return written_;
 }
 
@@ -180,9 +265,14 @@ void PartialFile::remove() {
         pieces_.clear();
         waiting_ = 0;
     }
+    if (note_) note_->remove();
     const bool mayStand = file_ || written_.length > 0;
     file_.reset();
     if (mayStand) (void)place_.files.removeItem(place_.path);
+}
+
+void PartialFile::removeNoteIfGone() {
+    if (hasNote() && !place_.files.exists(place_.path)) note_->remove();
 }
 
 }  // namespace tovri

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "downloads/partials/Checksum.h"
+#include "downloads/partials/NoteKeeper.h"
 #include "platform/FileManager.h"
 #include "platform/TransferSession.h"
 #include "platform/VolumeQueues.h"
@@ -46,7 +47,8 @@ public:
     };
 
     // With `arrived` of length 0 a new file, made when its first bytes are written; else one that holds these bytes.
-    PartialFile(Place place, ArrivedBytes arrived);
+    // Without a `note` none is kept.
+    PartialFile(Place place, ArrivedBytes arrived, std::unique_ptr<NoteKeeper> note = nullptr);
 
     [[nodiscard]] const std::filesystem::path& path() const { return place_.path; }
 
@@ -59,6 +61,21 @@ public:
 
     // Nothing is taken any more.
     void close();
+
+    // The same, and what still waits is not written: from the lane's next work on, whoever goes on from written() has
+    // the file to himself.
+    void abandon();
+
+    // The bytes were those of an earlier transfer: until one is added, the note says that they are on trial once a
+    // server has announced that it goes on from them.
+    void putOnTrial();
+
+    // A server does not go on from these bytes.
+    void noteRefusal();
+    [[nodiscard]] bool isRefused() const;
+
+    // To be called every second while bytes may come: the note is not behind for longer than that.
+    void second();
 
     [[nodiscard]] Taken take(std::string_view bytes) override;
     void whenReady(std::move_only_function<void()> ready) override;
@@ -83,12 +100,19 @@ public:
     // Reads what the file held when it was opened, where its checksum is not known.
     [[nodiscard]] Result<ArrivedBytes> readAgain();
 
+    // With its note.
     void remove();
+
+    // The note of a file that was placed.
+    void removeNoteIfGone();
 
     // --- after it was finished ---
 
     // The file that this one has begun itself, of whose bytes it knows each; none where it went on with an older one.
     [[nodiscard]] const std::optional<FileIdentity>& begun() const { return begun_; }
+
+    // Whether there may be a note. Any thread.
+    [[nodiscard]] bool hasNote() const { return note_ && note_->hasNote(); }
 
 private:
     [[nodiscard]] Result<void> open();
@@ -96,8 +120,14 @@ private:
     [[nodiscard]] std::optional<std::string> takeNext();
     void giveBack(std::string piece, std::optional<Error> failed);
     [[nodiscard]] Result<void> append(std::string_view bytes);
+    void describeNote();
+    void noteReached();
+    void noteInTime();
+    void endNote();
+    void synchronizeAside();
 
     const Place place_;
+    const std::unique_ptr<NoteKeeper> note_;  // null: none is kept
 
     mutable std::mutex access_;
     AnnouncedFile announced_;
@@ -109,12 +139,15 @@ private:
     std::optional<Error> error_;
     ArrivedBytes known_;  // as written_ was after the last piece
     bool isClosed_ = false;
-    bool isWriting_ = false;  // the lane has work for what waits
+    bool isRefused_ = false;
+    bool mustBeTried_ = false;  // the announcement that its bytes are gone on from is to be noted
+    bool isWriting_ = false;    // the lane has work for what waits
 
     // The volume's thread.
     std::optional<FileIdentity> begun_;
     std::unique_ptr<WritableFile> file_;
     ArrivedBytes written_;
+    int secondsSinceSync_ = 0;
 };
 
 }  // namespace tovri

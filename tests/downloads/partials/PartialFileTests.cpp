@@ -12,6 +12,35 @@ using Taken = ByteReceiver::Taken;
 
 class PartialFileTest : public testing::Test {
 public:
+    using Path = std::filesystem::path;
+
+    // With a note.
+    std::shared_ptr<PartialFile> makeNoted(ArrivedBytes arrived = {}) {
+        PartialNote begun{.partial = *UUID::parse(noted.filename().native()), .file = {}, .parts = {}};
+        begun.file.fileID = 7;
+        const NotedReach reach{.end = arrived.length, .checksum = arrived.checksum};
+        if (arrived.length > 0) begun.parts = {{.first = 0, .written = reach, .durable = {}}};
+        return std::make_shared<PartialFile>(
+            PartialFile::Place{files, volumes, lane, noted}, arrived,
+            std::make_unique<NoteKeeper>(files, noted, "start", std::move(begun), arrived.length > 0));
+    }
+
+    // So many bytes count after a kill, or in a machine that has been started again; -1: no note.
+    [[nodiscard]] ByteCount noteSays(const std::string& bootID = "start") {
+        const auto dated = NoteFile::read(files, noted);
+        if (!dated) return -1;
+        const auto counting = dated->counting(bootID);
+        return counting ? counting->beginning().end : 0;
+    }
+
+    // Of each of these, in mebibytes.
+    void receive(PartialFile& file, int count) {
+        for (int i = 0; i < count; ++i) {
+            ASSERT_EQ(file.take(std::string(mebibyte, 'x')), Taken::all);
+            settle();
+        }
+    }
+
     std::shared_ptr<PartialFile> make(ArrivedBytes arrived = {}) {
         return std::make_shared<PartialFile>(PartialFile::Place{files, volumes, lane, path}, arrived);
     }
@@ -27,7 +56,8 @@ public:
     }
 
     static inline const std::string lane = "volume 1";
-    static inline const std::filesystem::path path = "/data/Tovri/Partial/X";
+    static inline const Path path = "/data/Tovri/Partial/X";
+    static inline const Path noted = "/data/Tovri/Partial/0A0B0C0D-0102-4304-8506-0708090A0B0C";
     static constexpr std::size_t mebibyte = 1024UL * 1024;
 
     VirtualLoop loop;
@@ -138,6 +168,112 @@ TEST_F(PartialFileTest, leavesNothingBehindWhenItIsNotWantedAnyMore) {
     volumes.run(lane, [file] { file->remove(); });
     settle();
     EXPECT_FALSE(files.exists(path));
+}
+
+// --- Its note ---
+
+TEST_F(PartialFileTest, notesEachEightMebibytesAndMakesEachSixtyFourDurable) {
+    const auto file = makeNoted();
+    file->announce({.length = 200 * mebibyte, .validator = "\"a\""});
+    receive(*file, 7);
+    EXPECT_EQ(noteSays(), -1) << "what is small costs nothing";
+    for (int i = 8; i <= 70; ++i) {
+        receive(*file, 1);
+        ASSERT_EQ(noteSays(), i / 8 * 8 * ByteCount{mebibyte});
+    }
+    EXPECT_EQ(noteSays("another start"), 64 * ByteCount{mebibyte});
+    files.powerLoss();
+    EXPECT_EQ(noteSays("another start"), 64 * ByteCount{mebibyte});
+    EXPECT_EQ(files.fileSize(noted), 64 * ByteCount{mebibyte});
+}
+
+TEST_F(PartialFileTest, notesEachSecondAndMakesEachTenDurable) {
+    const auto file = makeNoted();
+    file->announce({.length = 1000, .validator = "\"a\""});
+    for (int second = 1; second <= 10; ++second) {
+        EXPECT_EQ(file->take("bytes"), Taken::all);
+        file->second();
+        settle();
+        EXPECT_EQ(noteSays(), 5 * second);
+    }
+    EXPECT_GE(noteSays("another start"), 5 * 8);
+    const std::size_t operations = files.operations.size();
+    for (int i = 0; i < 20; ++i) file->second();  // nothing comes any more
+    settle();
+    EXPECT_EQ(noteSays("another start"), 50);
+    EXPECT_LT(files.operations.size(), operations + 5);
+}
+
+TEST_F(PartialFileTest, notesNothingThatNobodyCouldGoOnFrom) {
+    for (const AnnouncedFile& announced : {AnnouncedFile{.length = std::nullopt, .validator = "\"a\""},
+                                           AnnouncedFile{.length = 1000, .validator = ""}}) {
+        const auto file = makeNoted();
+        file->announce(announced);
+        EXPECT_EQ(file->take("bytes"), Taken::all);
+        file->second();
+        settle();
+        EXPECT_TRUE(file->synchronize());
+        EXPECT_EQ(noteSays(), -1);
+        file->remove();
+    }
+}
+
+// Of a disk that has refused once nobody knows what it holds.
+TEST_F(PartialFileTest, callsNothingDurableThatTheDiskHasRefused) {
+    const auto file = makeNoted();
+    file->announce({.length = 1000, .validator = "\"a\""});
+    EXPECT_EQ(file->take("bytes"), Taken::all);
+    files.failNext("makeDurable", noted, {ErrorCase::file, "The disk is broken."});
+    for (int i = 0; i < 30; ++i) file->second();
+    settle();
+    EXPECT_EQ(file->take("bytes"), Taken::all);
+    for (int i = 0; i < 30; ++i) file->second();
+    settle();
+    EXPECT_EQ(noteSays(), 10);
+    EXPECT_EQ(noteSays("another start"), 0);
+}
+
+TEST_F(PartialFileTest, isOnTrialFromTheServersWordToTheFirstByte) {
+    const auto isOnTrial = [&] { return NoteFile::read(files, noted)->note.isOnTrial; };
+    const auto before = makeNoted();
+    before->announce({.length = 1000, .validator = "\"a\""});
+    EXPECT_EQ(before->take("12345"), Taken::all);
+    settle();
+    EXPECT_TRUE(before->synchronize());
+    EXPECT_FALSE(isOnTrial());
+
+    const auto file = makeNoted({.length = 5, .checksum = std::nullopt});
+    ASSERT_TRUE(file->reopen());
+    file->announce({.length = 1000, .validator = "\"a\""});
+    file->putOnTrial();
+    settle();
+    EXPECT_FALSE(isOnTrial());
+    file->announce({.length = 1000, .validator = "\"b\""});
+    settle();
+    EXPECT_TRUE(isOnTrial());
+    EXPECT_EQ(noteSays("another start"), 5) << "what was durable still is";
+    EXPECT_EQ(file->take("6"), Taken::all);
+    settle();
+    EXPECT_FALSE(isOnTrial());
+    EXPECT_EQ(noteSays(), 6);
+    file->remove();
+    EXPECT_EQ(noteSays(), -1);
+}
+
+// Whoever goes on from what was written is not disturbed by what was still to be written.
+TEST_F(PartialFileTest, writesNothingAfterItWasAbandoned) {
+    const auto file = makeNoted();
+    file->announce({.length = 1000, .validator = "\"a\""});
+    EXPECT_EQ(file->take("12345"), Taken::all);
+    settle();
+    EXPECT_EQ(file->take("678"), Taken::all);
+    file->abandon();
+    settle();
+    EXPECT_EQ(files.content(noted), "12345");
+    EXPECT_EQ(noteSays(), 5);
+    for (int i = 0; i < 30; ++i) file->second();
+    settle();
+    EXPECT_EQ(noteSays("another start"), 0);
 }
 
 }  // namespace
