@@ -28,6 +28,7 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
       lanes_(platform.loop, platform.files, platform.volumes),
       receiving_({platform.loop, platform.volumes, platform.files, platform.random, lanes_},
                  platform.folders.applicationData),
+      leftovers_({platform.loop, platform.files, list_, receiving_}),
       destinations_(
           {platform.loop, platform.files, platform.volumes, platform.folders.applicationData / "destinations.list"}),
       held_(platform.loop, list_, destinations_, lanes_,
@@ -36,7 +37,7 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
                 processQueue();
             }),
       deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_, brought_}),
-      settlement_(list_, conflicts_, deletion_, saves_, platform.clock),
+      settlement_(list_, conflicts_, deletion_, saves_, leftovers_, platform.clock),
       placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_, brought_),
       durability_({platform.loop, platform.volumes, platform.files, lanes_}, list_, saves_, journal_),
       recovery_({platform.loop, platform.volumes, platform.files, lanes_}, list_, settlement_, durability_, journal_,
@@ -59,9 +60,11 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
               .lanes = lanes_,
               .receiving = receiving_,
               .kept = kept_,
+              .leftovers = leftovers_,
               .destinations = destinations_,
               .dataFolder = platform.folders.applicationData,
               .stagingFolder = store_->stagingDirectory(),
+              .bootID = platform.clock.bootID(),
               .runWaits = [this] { runEnded(); }},
       securing_(durability_.onDone([this] { finishSuspending(); })) {
     list_.onForbiddenStep([this](const std::string& fault) { platform_.log.line("[DownloadManager] " + fault); });
@@ -245,6 +248,7 @@ void DownloadManager::cancel(const ConstDownloadPointer& shown) {
 // Cancels the item and whatever goes on for it.
 void DownloadManager::abandon(const DownloadPointer& item) {
     abandonRun(*item);
+    dropToken(*item);
     settlement_.markCancelled(item);
     conflicts_.dismissConflict(*item);
     dropArrived(*item);
@@ -266,13 +270,16 @@ void DownloadManager::remove(const ConstDownloadPointer& shown) {
     if (!list_.remove(*item)) return;  // whoever was told removed it
     conflicts_.dismissConflict(*item);
     dropArrived(*item);
+    leftovers_.dropUnwanted(item->fileID);
     processQueue();
     scheduleSave();
 }
 
 void DownloadManager::clearFinished() {
-    for (const DownloadPointer& item : list_.withStatus(finishedStatuses)) dropArrived(*item);
+    const std::vector<DownloadPointer> finished = list_.withStatus(finishedStatuses);
+    for (const DownloadPointer& item : finished) dropArrived(*item);
     list_.removeFinished();
+    for (const DownloadPointer& item : finished) leftovers_.dropUnwanted(item->fileID);
     scheduleSave();
 }
 

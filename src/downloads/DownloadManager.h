@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -18,6 +19,7 @@
 #include "downloads/holding/HeldItems.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/partials/KeptFiles.h"
+#include "downloads/partials/Leftovers.h"
 #include "downloads/placing/ConflictQueue.h"
 #include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
@@ -192,6 +194,7 @@ private:
     void pauseAtRest(Download& item);
     void dropToken(Download& item);
     void dropArrived(Download& item);
+    void leavePartial(const Download& item);
     void removePartial(std::string_view token);
     void finishSuspending();
 
@@ -199,6 +202,7 @@ private:
     [[nodiscard]] QueueSnapshot makeSnapshot() const;
     void endInterruptedDeletions();
     void cleanUp(const std::vector<DownloadPointer>& items, std::vector<PlacementEntry> placements);
+    void leaveFailed(const std::vector<DownloadPointer>& items, const std::set<UUID>& goneOnFrom);
     void lookForLost();
     [[nodiscard]] MachineStart machineStart() const;
     void goOn(const DownloadPointer& item);
@@ -233,6 +237,7 @@ private:
     VolumeLanes lanes_;
     ReceivingFolders receiving_;
     KeptFiles kept_;
+    Leftovers leftovers_;
     DestinationCheck destinations_;
     HeldItems held_;
     RemoteDeletion deletion_;

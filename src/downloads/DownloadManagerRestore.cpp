@@ -59,29 +59,43 @@ void DownloadManager::restoreQueue() {
 // first.
 void DownloadManager::cleanUp(const std::vector<DownloadPointer>& items, std::vector<PlacementEntry> placements) {
     std::set<std::filesystem::path> kept;
+    std::set<UUID> goneOnFrom;
     const auto keep = [&](std::string_view token) {
         const auto point = ResumePoint::parse(token);
-        if (!point) return;
+        if (!point) return UUID();
         const auto own = platform_.folders.applicationData / "Partial";
         kept.insert(point->folder.value_or(own) / point->partial.text());
+        return point->partial;
     };
     for (const DownloadPointer& item : items) {
         if (item->status == Status::awaitingConflict)
             kept.insert(std::filesystem::path(*item->stagedURL).lexically_normal());
-        if (item->resumeData) keep(*item->resumeData);
+        if (item->resumeData) {
+            const UUID partial = keep(*item->resumeData);
+            if (item->status != Status::failed) goneOnFrom.insert(partial);
+        }
         if (item->receivedFile) {
-            keep(*item->receivedFile);
+            goneOnFrom.insert(keep(*item->receivedFile));
             kept_.note(item);
         }
     }
+    leaveFailed(items, goneOnFrom);
     std::set<std::filesystem::path> staged = kept;
-    ReceivingFolders::Names partials;
+    Leftovers::Names partials;
     for (const PlacementEntry& placement : placements) staged.insert({placement.staged, witnessPath(placement.staged)});
     for (const std::filesystem::path& path : staged) partials.insert(path.filename());
     recovery_.lookForArrived(std::move(placements), kept, machineStart());
     store_->cleanStaging(staged);
-    receiving_.clean(std::move(partials));
-    for (const std::filesystem::path& folder : receiving_.folders()) scope_.start(receiving_.forgetIfGone(folder));
+    leftovers_.look(std::move(partials), around_.bootID);
+}
+
+// Nothing goes on from a failed item's token, so that its bytes are anybody's, unless another one has them.
+void DownloadManager::leaveFailed(const std::vector<DownloadPointer>& items, const std::set<UUID>& goneOnFrom) {
+    for (const DownloadPointer& item : items) {
+        if (item->status != Status::failed || !item->resumeData) continue;
+        const auto point = ResumePoint::parse(*item->resumeData);
+        if (point && !goneOnFrom.contains(point->partial)) leavePartial(*item);
+    }
 }
 
 // What was not durable when the machine stopped may be gone. A queue file of an earlier version does not say which that

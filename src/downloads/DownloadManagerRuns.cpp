@@ -1,6 +1,7 @@
 // The scheduler, and the runs that it starts.
 #include "downloads/DownloadManager.h"
 #include "downloads/placing/Destination.h"
+#include "downloads/running/ArrivalProof.h"
 #include "downloads/running/DownloadRun.h"
 
 namespace tovri {
@@ -90,10 +91,24 @@ void DownloadManager::abandonRun(Download& item) {
     item.stagedURL.reset();
 }
 
+// Its bytes are left to the next transfer of the file. Those of a failed item are already, and perhaps another's.
 void DownloadManager::dropToken(Download& item) {
     if (use_ == Use::editing || !item.resumeData) return;
-    removePartial(*item.resumeData);
+    if (item.status != Status::failed) leavePartial(item);
     item.resumeData.reset();
+}
+
+void DownloadManager::leavePartial(const Download& item) {
+    const auto point = ResumePoint::parse(*item.resumeData);
+    if (!point) return;
+    const NotedReach reach{.end = point->offset, .checksum = point->checksum};
+    leftovers_.put({.folder = point->folder,
+                    .note = {.partial = point->partial,
+                             .file = {.fileID = item.fileID,
+                                      .length = point->length,
+                                      .validator = point->validator,
+                                      .checksum = listedChecksum(item)},
+                             .parts = {{.first = 0, .written = reach, .durable = reach}}}});
 }
 
 // As dropToken, and what has arrived whole.
@@ -105,7 +120,7 @@ void DownloadManager::dropArrived(Download& item) {
 }
 
 void DownloadManager::removePartial(std::string_view token) {
-    if (const auto point = ResumePoint::parse(token)) receiving_.remove(point->folder, point->partial.text());
+    if (const auto point = ResumePoint::parse(token)) receiving_.remove(point->folder, point->partial);
 }
 
 void DownloadManager::suspend(std::function<void()> done) {

@@ -86,7 +86,7 @@ TEST_F(Editing, leavesAllButTheQueueFileToTheNextProcess) {
     EXPECT_TRUE(editor.saveNow());
     EXPECT_THAT(world.files.operations, Each("writeFileAtomically " + World::queueFile.native()));
     EXPECT_EQ(world.files.files(World::staging).size(), 2U);
-    EXPECT_EQ(world.files.files(World::partials).size(), 1U);
+    EXPECT_EQ(world.partialFiles().size(), 1U);
 
     world.start();
     world.settle();

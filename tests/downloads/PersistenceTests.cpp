@@ -224,7 +224,7 @@ TEST_F(Persistence, removesWhatNobodyNames) {
     world.kill();
     world.start();
     world.loop.advance(100ms);
-    EXPECT_EQ(world.files.files(World::partials).size(), 1U);
+    EXPECT_EQ(world.partialFiles().size(), 1U);
     EXPECT_TRUE(world.files.files(World::staging).empty());
     EXPECT_FALSE(world.files.exists(halfWritten));
     manager().resumeAll();

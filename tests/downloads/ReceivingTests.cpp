@@ -77,7 +77,7 @@ TEST_F(Receiving, writesBytesOnceOnTheDestinationsOwnVolume) {
     world.loop.advance(1500ms);
     const auto folders = receivingFolders(usb / "Shows");
     ASSERT_THAT(folders, SizeIs(1));
-    EXPECT_THAT(world.files.files(folders[0]), SizeIs(1));
+    EXPECT_THAT(world.partialFiles(folders[0]), SizeIs(1));
     EXPECT_THAT(list(), HasSubstr(folders[0].native()));
     world.settle();
     EXPECT_EQ(World::outcome(item), "completed");
@@ -99,7 +99,7 @@ TEST_F(Receiving, usesOneFolderForEachVolume) {
         receivingFolders(usb / "Films").size() + receivingFolders(usb / "Shows").size() + receivingFolders(usb).size(),
         1U);
     EXPECT_THAT(receivingFolders("/mnt/other"), SizeIs(1));
-    EXPECT_THAT(world.files.files(World::partials), SizeIs(1));
+    EXPECT_THAT(world.partialFiles(), SizeIs(1));
     world.settle();
     for (const Path& file : {usb / "Shows/file", usb / "Films/file", Path("/mnt/other/file")})
         EXPECT_EQ(world.files.fileSize(file), 3000) << file;
@@ -135,7 +135,7 @@ TEST_F(Receiving, cleansAnAbsentVolumeWhenItIsBack) {
     EXPECT_EQ(list(), listed);
     world.files.mount(usb);
     world.files.put(usb / (".tovri-" + world.random.makeUUID().text()) / "other", "another data folder's");
-    EXPECT_THAT(world.files.files(folder), SizeIs(1));
+    EXPECT_THAT(world.partialFiles(folder), SizeIs(1));
     restart();
     world.settle();
     EXPECT_EQ(list(), "");

@@ -185,16 +185,16 @@ private:
         checkUsersFiles();
         EXPECT_LE(world_.storage.highestRunning, limit_);
         EXPECT_TRUE(world_.files.files(World::staging).empty());
-        std::size_t tokens = 0;
+        std::size_t partials = 0;
         for (const ConstDownloadPointer& item : world_.manager().downloads().items()) {
             SCOPED_TRACE(item->fileName + " " + World::outcome(item));
-            if (item->resumeData || item->receivedFile) ++tokens;
+            if (item->receivedFile || item->status == Status::failed) ++partials;
             EXPECT_TRUE(isFinished(item->status));
             // What the user has given up since need not survive a loss of power.
             if (item->resolvedURL && (item->status == Status::completed || !losesPower_))
                 EXPECT_EQ(world_.files.content(*item->resolvedURL), contents_[item->fileID]);
         }
-        EXPECT_LE(world_.files.files(World::partials).size(), tokens);
+        EXPECT_LE(world_.partialFiles().size(), partials);
         std::ranges::sort(world_.deletions);
         EXPECT_EQ(std::ranges::adjacent_find(world_.deletions), world_.deletions.end());
         if (!losesPower_) checkTree();
@@ -205,6 +205,8 @@ private:
     void checkTree() {
         for (const auto& [path, content] : world_.files.files(World::downloads)) {
             if (usersFiles_.contains(path) && (mayReplace() || usersFiles_[path] == content)) continue;
+            const bool isForARetry = path.native().find("/.tovri-") != std::string::npos;
+            if (isForARetry && world_.manager().downloads().count(Status::failed) > 0) continue;
             EXPECT_TRUE(std::ranges::any_of(contents_, [&](const auto& entry) { return entry.second == content; }))
                 << path << " is nobody's";
         }

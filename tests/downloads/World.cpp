@@ -247,6 +247,12 @@ std::string World::tree() {
     return text;
 }
 
+std::map<World::Path, std::string> World::partialFiles(const Path& folder) {
+    std::map<Path, std::string> found = files.files(folder);
+    std::erase_if(found, [](const auto& file) { return file.first.extension() == ".note"; });
+    return found;
+}
+
 ConstDownloadPointer World::find(FileID file) {
     const ItemOrder& items = manager_->downloads().items();
     const auto found = std::ranges::find(items, file, [](const ConstDownloadPointer& item) { return item->fileID; });

@@ -119,6 +119,9 @@ public:
     // "name=content name=content", below the download folder.
     [[nodiscard]] std::string tree();
 
+    // What receptions have left in the folder, without the notes beside it.
+    [[nodiscard]] std::map<Path, std::string> partialFiles(const Path& folder = partials);
+
     [[nodiscard]] ConstDownloadPointer find(FileID file);
     [[nodiscard]] std::size_t transfersOf(FileID file) const;
 

@@ -59,7 +59,8 @@ HoldPointer waitForVolume(const Path& folder, const DestinationFacts& facts, con
 // --- Looking ---
 
 ByteCount DestinationCheck::missing(const Download& item) {
-    return item.receivedFile ? 0 : std::max<ByteCount>(0, item.expectedSize() - item.bytesDownloaded);
+    const ByteCount here = std::max(item.bytesDownloaded, item.onDisk);
+    return item.receivedFile ? 0 : std::max<ByteCount>(0, item.expectedSize() - here);
 }
 
 void DestinationCheck::load() {

@@ -80,6 +80,7 @@ struct Download : DownloadRecord {
     DownloadRun* run = nullptr;  // what brings it on its way now; null when nothing does
     bool isBegunAgain = false;   // this run is not its first: put.io's record may have changed since it was queued
     std::optional<FileStamp> placedAs;  // the file as it took its place, where all its bytes came in this process
+    ByteCount onDisk = 0;               // of its file, left by an earlier transfer for the next to go on from
     std::int64_t position = 0;          // the list's sort key, smallest on top
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}

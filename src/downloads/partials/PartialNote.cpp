@@ -79,7 +79,7 @@ ByteBlob DatedNote::encoded() const {
     const NotedFile& file = note.file;
     ByteBlob text(format);
     for (const std::string& line :
-         {std::to_string(number), bootID, note.partial.text(), std::to_string(file.fileID), std::to_string(file.length),
+         {std::to_string(number), bootID, note.partial.text(), file.fileID.text(), std::to_string(file.length),
           file.validator, file.checksum ? file.checksum->text() : std::string(),
           std::string(note.isOnTrial ? "on trial" : "")}) {
         text += '\n';
@@ -97,7 +97,7 @@ std::optional<DatedNote> DatedNote::parse(std::string_view text) {
     if (!lines || lines->front() != format) return std::nullopt;
     const auto number = parseCount((*lines)[1]);
     const auto partial = UUID::parse((*lines)[3]);
-    const auto fileID = parseCount((*lines)[4]);
+    const auto fileID = FileID::parse((*lines)[4]);
     const auto length = parseCount((*lines)[5]);
     const std::string_view checksum = (*lines)[7];
     const std::string_view trial = (*lines)[8];

@@ -9,12 +9,13 @@
 #include "base/Bytes.h"
 #include "base/UUID.h"
 #include "downloads/partials/Checksum.h"
+#include "service/FileID.h"
 
 namespace tovri {
 
 // Which file of put.io's a partial file has bytes of.
 struct NotedFile {
-    std::int64_t fileID = 0;
+    FileID fileID;
     ByteCount length = 0;              // of the whole file, as its server announced it
     std::string validator;             // as AnswerHead::validator; may be empty
     std::optional<Checksum> checksum;  // put.io's own, of the whole file, where its listing has one

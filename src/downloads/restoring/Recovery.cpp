@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "downloads/partials/NoteFile.h"
 #include "downloads/running/ArrivalProof.h"
 
 namespace tovri {
@@ -75,6 +76,7 @@ void Recovery::lookForArrived(std::vector<PlacementEntry> entries, const std::se
         placements.leftovers.push_back(witnessPath(entry.staged));
         const bool isOurs = UUID::parse(entry.staged.filename().native()).has_value();
         if (isOurs && !kept.contains(entry.staged)) placements.leftovers.push_back(entry.staged);
+        if (isOurs && !kept.contains(entry.staged)) placements.leftovers.push_back(NoteFile::pathOf(entry.staged));
         placements.entries.push_back(std::move(entry));
     }
     for (const auto& [item, placements] : byItem) {

@@ -46,4 +46,10 @@ Result<AnnouncedFile> checkAnswer(const ExpectedAnswer& expected, const AnswerHe
     return expected.offset > 0 ? checkRest(expected, head) : checkWhole(expected, head);
 }
 
+bool isRefusal(const ExpectedAnswer& expected, const AnswerHead& head) {
+    constexpr int rangeNotSatisfiable = 416;
+    const bool isOther = head.status >= 200 && head.status <= 299 && head.contentEncoding.empty();
+    return expected.offset > 0 && (isOther || head.status == rangeNotSatisfiable);
+}
+
 }  // namespace tovri

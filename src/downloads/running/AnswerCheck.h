@@ -23,4 +23,8 @@ struct ExpectedAnswer {
 // that decides in the end.
 [[nodiscard]] Result<AnnouncedFile> checkAnswer(const ExpectedAnswer& expected, const AnswerHead& head);
 
+// Whether an answer that fails the check says that the server does not go on from the bytes before the offset: it sends
+// the whole file, another part or another file, or has no such part.
+[[nodiscard]] bool isRefusal(const ExpectedAnswer& expected, const AnswerHead& head);
+
 }  // namespace tovri

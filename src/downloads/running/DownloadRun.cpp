@@ -40,7 +40,7 @@ Task<Result<void>> DownloadRun::goTheWay() {
     if (!step || !isToGoOn()) co_return step;
     step = co_await reception_.open(target_.path.parent_path(), target_.lane, stop_.get_token());
     if (!step || !isToGoOn()) co_return step;
-    if (reception_.isResumed()) stage_ = Stage::transfer;
+    if (reception_.isResumed() || reception_.isWhole()) stage_ = Stage::transfer;
     if (!reception_.isWhole()) {
         step = co_await receiveRest();
         if (!step || !isToGoOn()) co_return step;
@@ -126,7 +126,10 @@ Task<Result<void>> DownloadRun::receiveRest() {
         link = std::move(*found);
     }
     stage_ = Stage::transfer;
-    Result<void> received = co_await reception_.receive(std::move(*link), stop_.get_token());
+    Result<void> received = co_await reception_.receive(*link, stop_.get_token());
+    if (received || !isToGoOn() || !reception_.isRefused()) co_return received;
+    reception_.beginAnew();
+    received = co_await reception_.receive(std::move(*link), stop_.get_token());
     co_return received;
 }
 
@@ -143,8 +146,16 @@ Task<Result<void>> DownloadRun::prove() {
     Result<ArrivedBytes> arrived = co_await reception_.finish(listedChecksum(*item_) || item_->receivedFile);
     if (!arrived) co_return failure(arrived);
     if (!isToGoOn()) co_return Result<void>();
-    const bool isOther = reception_.isResumed() && expected && expected != arrived->checksum;
-    if (isOther && (item_->receivedFile || !std::exchange(item_->hasStartedOver, true)))
+    const bool isOther = expected && expected != arrived->checksum;
+    if (isOther && reception_.isAdopted()) {
+        reception_.beginAnew();
+        Result<void> proven = co_await receiveRest();
+        if (proven && isToGoOn()) proven = co_await prove();
+        co_return proven;
+    }
+    const bool isSpoilt = isOther && reception_.isResumed();
+    if (isSpoilt) reception_.spoil();
+    if (isSpoilt && (item_->receivedFile || !std::exchange(item_->hasStartedOver, true)))
         co_return failure(Error(ErrorCase::transport, "Its checksum is " + arrived->checksum->text() + " instead of " +
                                                           expected->text() + "."));
     item_->bytesDownloaded = arrived->length;
@@ -169,8 +180,10 @@ void DownloadRun::noteWhole() {
 // --- How it ends ---
 
 Task<> DownloadRun::conclude(Result<void> way) {
-    if (!isCurrent()) {
+    if (!isCurrent() && stage_ == Stage::placement) {
         reception_.discard();
+    } else if (!isCurrent()) {
+        reception_.letGo();
     } else if (wish_ != Wish::goOn && stage_ != Stage::placement) {
         co_await keepArrived();
     } else if (hold_ && stage_ == Stage::placement) {
@@ -187,6 +200,7 @@ Task<> DownloadRun::conclude(Result<void> way) {
         else
             co_await holdWhole(way.error().code);
     } else if (stage_ == Stage::lookUp) {
+        reception_.letGo();
         item_->error = way.error().description;
         around_.list.take(*item_, StatusStep::fail);
     } else if (stage_ == Stage::transfer) {
@@ -213,7 +227,7 @@ Task<> DownloadRun::keepArrived() {
     if (!item_->receivedFile) {
         const bool hasBegun = reception_.partial() != nullptr;
         std::optional<ByteBlob> token = co_await reception_.keep(std::chrono::seconds(1));
-        if (!token || !isCurrent()) reception_.discard();
+        if (!token || !isCurrent()) reception_.letGo();
         if (!isCurrent()) co_return;
         noteVolume(token);
         if (hasBegun) item_->resumeData = std::move(token);
@@ -228,11 +242,14 @@ Task<> DownloadRun::keepArrived() {
 
 Task<> DownloadRun::failTransfer(Error error) {
     if (reception_.isResumed() || !reception_.partial()) {
-        startOver(error);
+        co_await startOver(std::move(error));
         co_return;
     }
-    std::optional<ByteBlob> token = co_await reception_.keep(std::nullopt);
-    if (!token || !isCurrent()) reception_.discard();
+    const bool isFruitless = reception_.isFruitless();
+    if (isFruitless) reception_.discard();
+    std::optional<ByteBlob> token;
+    if (!isFruitless) token = co_await reception_.keep(std::nullopt);
+    if (!isFruitless) reception_.letGo();
     if (!isCurrent()) co_return;
     noteVolume(token);
     item_->resumeData = std::move(token);
@@ -264,7 +281,7 @@ Task<> DownloadRun::holdWithBytes() {
     claim_.reset();
     const Path folder = reception_.partial()->path().parent_path();
     Result<DestinationFacts> facts = co_await around_.destinations.look(folder, reception_.lane(), std::stop_token());
-    if (!token || !isCurrent()) reception_.discard();
+    if (!token || !isCurrent()) reception_.letGo();
     if (!isCurrent()) co_return;
     const auto kept = token ? ResumePoint::parse(*token) : std::nullopt;
     item_->bytesDownloaded = kept ? kept->offset : 0;
@@ -315,9 +332,15 @@ void DownloadRun::hold() {
     around_.saves.request(Urgency::gathered);
 }
 
-void DownloadRun::startOver(const Error& error) {
+// What has arrived stays for the transfer that is begun then, unless it is what failed.
+Task<> DownloadRun::startOver(Error error) {
+    if (reception_.partial()) {
+        Result<ArrivedBytes> written = co_await reception_.finish(false);
+        if (!written) reception_.spoil();
+    }
+    reception_.letGo();
+    if (!isCurrent()) co_return;
     around_.log.line("[DownloadManager] Resume failed for " + item_->fileName + ", restarting: " + error.description);
-    reception_.discard();
     item_->resumeData.reset();
     item_->receivedFile.reset();
     item_->progress = 0;

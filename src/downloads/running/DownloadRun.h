@@ -70,7 +70,7 @@ private:
     Task<> holdWhole(ErrorCase reason);
     Task<> holdStaged();
     void hold();
-    void startOver(const Error& error);
+    Task<> startOver(Error error);
 
     void wish(Wish wish);
 

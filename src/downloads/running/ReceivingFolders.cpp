@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/FileURL.h"
+#include "downloads/partials/NoteFile.h"
 
 namespace tovri {
 
@@ -19,16 +20,6 @@ std::string oneLine(std::string text) {
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20; };
     std::ranges::replace_if(text, isControl, '?');
     return text;
-}
-
-void removeAllBut(FileManager& files, const Path& folder, const ReceivingFolders::Names& kept) {
-    const auto entries = files.directoryContents(folder);
-    if (!entries) return;
-    for (const Path& entry : *entries) {
-        const std::string name = entry.filename();
-        const bool isOurs = UUID::parse(name.substr(0, UUID::textLength)).has_value();  // also "UUID.moving"
-        if (isOurs && !kept.contains(name)) (void)files.removeItem(entry);
-    }
 }
 
 void removeEmptyFolder(FileManager& files, const Path& folder) {
@@ -111,7 +102,7 @@ std::string ReceivingFolders::folderName() {
 }
 
 std::vector<Path> ReceivingFolders::folders() const {
-    std::vector<Path> folders;
+    std::vector<Path> folders{own_};
     for (const Listed& entry : listed_) folders.push_back(entry.folder);
     return folders;
 }
@@ -189,14 +180,13 @@ Task<Result<ReceivingFolders::Place>> ReceivingFolders::find(std::optional<Path>
 
 // --- Cleaning ---
 
-void ReceivingFolders::clean(Names kept) {
-    const auto names = std::make_shared<const Names>(std::move(kept));
-    ports_.lanes.run(own_, [&files = ports_.files, own = own_, names] { removeAllBut(files, own, *names); });
+void ReceivingFolders::visit(const Work& work) {
+    ports_.lanes.run(own_, [own = own_, work] { work(own, true); });
     for (const Listed& entry : listed_)
-        ports_.lanes.run(entry.folder, [&files = ports_.files, entry, names] {
-            if (!isMounted(files, entry)) return;
-            removeAllBut(files, entry.folder, *names);
-            removeEmptyFolder(files, entry.folder);
+        ports_.lanes.run(entry.folder, [&files = ports_.files, entry, work] {
+            const bool isThere = isMounted(files, entry);
+            work(entry.folder, isThere);
+            if (isThere) removeEmptyFolder(files, entry.folder);
         });
 }
 
@@ -219,10 +209,12 @@ Task<> ReceivingFolders::forgetIfGone(Path folder) {
     (void)written;  // an entry too many does no harm
 }
 
-void ReceivingFolders::remove(const std::optional<Path>& folder, const std::string& name) {
+void ReceivingFolders::remove(const std::optional<Path>& folder, const UUID& name) {
     if (folder && !isListed(*folder)) return;
     const Path path = folder.value_or(own_);
-    ports_.lanes.run(path, [&files = ports_.files, path, name, isOwn = !folder.has_value()] {
+    ports_.lanes.run(path, [&files = ports_.files, path, name = name.text(), isOwn = !folder.has_value()] {
+        const Path note = NoteFile::pathOf(path / name);
+        if (files.exists(note)) (void)files.removeItem(note);
         (void)files.removeItem(path / name);
         if (!isOwn) removeEmptyFolder(files, path);
     });

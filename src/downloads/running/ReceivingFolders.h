@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <set>
 #include <stop_token>
@@ -21,7 +22,6 @@ namespace tovri {
 class ReceivingFolders {
 public:
     using Path = std::filesystem::path;
-    using Names = std::set<std::string>;
 
     // What it works with; outlives it.
     struct Ports {
@@ -54,19 +54,20 @@ public:
     // What a token has to say of a folder for `find`.
     [[nodiscard]] std::optional<Path> tokenOf(const Path& folder) const;
 
-    // Those on other volumes.
+    // The data's own, and those on other volumes.
     [[nodiscard]] std::vector<Path> folders() const;
 
-    // Has all of them cleaned: what was received under any other name than these goes, and the folders on other volumes
-    // that are empty then. A volume that is not there keeps what it has. No file that is chosen a place later is
-    // touched.
-    void clean(Names kept);
+    // Does the work in each of them, on its volume's thread, and removes the folders on other volumes that are empty
+    // then. Where another volume is mounted in a folder's place the work is told so, and has to leave it alone. No file
+    // that is chosen a place later is there yet.
+    using Work = std::function<void(const Path& folder, bool isThere)>;
+    void visit(const Work& work);
 
     // Takes the folder from the list if it is gone; a volume that is not there keeps its place.
     Task<> forgetIfGone(Path folder);
 
-    // Removes a partial file, and its folder as removeIfEmpty.
-    void remove(const std::optional<Path>& folder, const std::string& name);
+    // Removes a partial file with its note, and its folder as removeIfEmpty.
+    void remove(const std::optional<Path>& folder, const UUID& name);
 
     // Removes the folder if it is another volume's and empty.
     void removeIfEmpty(const Place& place);

@@ -26,18 +26,27 @@ public:
     ~Reception();
 
     // Takes the item's token, if it has one, and finds what it stands for; else looks for the whole file, which arrived
-    // before and could not be placed. With neither no file is made yet. `destination` is the folder that the file is
-    // bound for, `lane` that of its volume.
+    // before and could not be placed, then for bytes that an earlier transfer has left. With none no file is made yet.
+    // `destination` is the folder that the file is bound for, `lane` that of its volume.
     Task<Result<void>> open(std::filesystem::path destination, std::string lane, std::stop_token stop);
 
     // Whether it goes on from a token: from then on, no longer from the first byte.
-    [[nodiscard]] bool isResumed() const { return resumed_.has_value(); }
+    [[nodiscard]] bool isResumed() const { return resumed_ && !isAdopted_; }
+
+    // Whether it goes on from bytes that an earlier transfer has left: that is no resumed transfer.
+    [[nodiscard]] bool isAdopted() const { return isAdopted_; }
+
+    // Whether nothing has come that would show that those bytes can be gone on from.
+    [[nodiscard]] bool isFruitless() const;
+
+    // Whether a server has refused to go on from the bytes that it was not resumed with.
+    [[nodiscard]] bool isRefused() const { return !isResumed() && partial_ && partial_->isRefused(); }
 
     // Whether what it goes on from are all bytes.
     [[nodiscard]] bool isWhole() const { return resumed_ && resumed_->isWhole(); }
 
     // Whether what it goes on from reached the disk, and had this checksum, before its token was written.
-    [[nodiscard]] bool isOnDisk() const { return resumed_ && resumed_->checksum; }
+    [[nodiscard]] bool isOnDisk() const { return isResumed() && resumed_->checksum; }
 
     // The link that the token goes on with.
     [[nodiscard]] std::optional<std::string> link() const;
@@ -61,6 +70,16 @@ public:
     // Ends the reception and removes what has arrived.
     void discard();
 
+    // The same, and begins a new one from the first byte.
+    void beginAnew();
+
+    // Ends the reception and leaves what has arrived to the next transfer of the file, if there can be one; else as
+    // discard().
+    void letGo();
+
+    // What has arrived is not what it should be: nobody is to go on from it.
+    void spoil() { isSpoilt_ = true; }
+
     // Of the volume on which the bytes are.
     [[nodiscard]] const std::string& lane() const { return place_.lane; }
 
@@ -71,7 +90,14 @@ private:
     Task<Result<void>> goOnFrom(ResumePoint point, std::stop_token stop);
     void dropToken();
     Task<bool> findWhole(std::stop_token stop);
-    void receiveIn(ReceivingFolders::Place place, const UUID& name, ArrivedBytes arrived);
+    Task<Result<ResumePoint>> withNote(ResumePoint point, ReceivingFolders::Place place);
+    Task<Result<void>> adoptOrBegin(std::stop_token stop);
+    Task<Result<void>> adopt(Leftover left, std::stop_token stop);
+    Task<Result<void>> reopen();
+    void goOnIn(ReceivingFolders::Place place, ResumePoint point, NotedReach durable);
+    void receiveIn(ReceivingFolders::Place place, PartialNote begun);
+    void noteEverySecond();
+    void forget();
     [[nodiscard]] std::optional<ByteBlob> tokenOfWhole(ByteCount length, std::optional<Checksum> checksum) const;
     [[nodiscard]] ExpectedAnswer expectedAnswer() const;
     void progressed(ByteCount written);
@@ -80,11 +106,15 @@ private:
     RunSurroundings& around_;
     DownloadPointer item_;
     SpeedMeter speed_;
-    std::optional<ResumePoint> resumed_;
+    std::optional<ResumePoint> resumed_;  // also where it is adopted: what it goes on from
+    bool isAdopted_ = false;
+    bool isSpoilt_ = false;
     std::string link_;
     UUID name_;  // of the partial file
     ReceivingFolders::Place place_;
+    ReceivingFolders::Place chosen_;  // where a new partial file belongs
     std::shared_ptr<PartialFile> partial_;
+    Subscription noting_;
 };
 
 }  // namespace tovri

@@ -2,11 +2,13 @@
 
 #include <filesystem>
 #include <functional>
+#include <string>
 
 #include "downloads/DownloadService.h"
 #include "downloads/holding/DestinationCheck.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/partials/KeptFiles.h"
+#include "downloads/partials/Leftovers.h"
 #include "downloads/placing/ConflictQueue.h"
 #include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
@@ -39,10 +41,12 @@ struct RunSurroundings {
     VolumeLanes& lanes;
     ReceivingFolders& receiving;
     KeptFiles& kept;
+    Leftovers& leftovers;
     DestinationCheck& destinations;
 
     std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded
     std::filesystem::path stagingFolder;
+    std::string bootID;              // WallClock::bootID
     std::function<void()> runWaits;  // a run has begun to wait for the user
 
     DownloadService* service = nullptr;        // null before the manager is configured

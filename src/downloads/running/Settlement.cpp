@@ -16,6 +16,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
     list_.take(*item, StatusStep::complete);
     if (item->status != Status::completed) return;  // an observer wants it otherwise
     conflicts_.dismissConflict(*item);
+    leftovers_.dropUnwanted(item->fileID);
     notifySyncSettled(*item);
     if (item->deleteAfterDownload)
         deletion_.deleteFile(item);
@@ -29,6 +30,7 @@ void Settlement::markSkipped(const DownloadPointer& item) {
     item->speed = {};
     item->error.reset();
     list_.take(*item, StatusStep::skip);
+    leftovers_.dropUnwanted(item->fileID);
     notifySyncSettled(*item);
     deletion_.checkFolderGroup(*item);
     saves_.request(Urgency::gathered);
@@ -47,6 +49,7 @@ void Settlement::markCancelled(const DownloadPointer& item) {
     item->completedAt = clock_.now();
     item->speed = {};
     list_.take(*item, StatusStep::cancel);
+    leftovers_.dropUnwanted(item->fileID);
     notifySyncSettled(*item);
     saves_.request(Urgency::soon);
 }

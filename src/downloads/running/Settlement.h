@@ -6,21 +6,27 @@
 #include <string>
 
 #include "downloads/deleting/RemoteDeletion.h"
+#include "downloads/partials/Leftovers.h"
 #include "downloads/placing/ConflictQueue.h"
 #include "platform/WallClock.h"
 
 namespace tovri {
 
 // Closes an item, one way or another, and tells everyone whom that concerns: the automation rule that queued it, its
-// folder group, its conflict, the deletion from put.io, the queue file.
+// folder group, its conflict, the deletion from put.io, what transfers have left of its file, the queue file.
 class Settlement {
 public:
     using SyncFileSettled = std::function<void(const UUID& rule, FileID fileID)>;
 
     // The references outlive this.
     Settlement(DownloadList& list, ConflictQueue& conflicts, RemoteDeletion& deletion, SaveSchedule& saves,
-               const WallClock& clock)
-        : list_(list), conflicts_(conflicts), deletion_(deletion), saves_(saves), clock_(clock) {}
+               Leftovers& leftovers, const WallClock& clock)
+        : list_(list),
+          conflicts_(conflicts),
+          deletion_(deletion),
+          saves_(saves),
+          leftovers_(leftovers),
+          clock_(clock) {}
 
     void setOnSyncFileSettled(SyncFileSettled tell) { onSyncFileSettled_ = std::move(tell); }
 
@@ -41,6 +47,7 @@ private:
     ConflictQueue& conflicts_;
     RemoteDeletion& deletion_;
     SaveSchedule& saves_;
+    Leftovers& leftovers_;
     const WallClock& clock_;
     SyncFileSettled onSyncFileSettled_;
 };

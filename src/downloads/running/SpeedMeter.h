@@ -11,7 +11,8 @@ namespace tovri {
 // How fast bytes arrive, measured at most every half second.
 class SpeedMeter {
 public:
-    explicit SpeedMeter(MainLoop::TimePoint now) : lastTime_(now) {}
+    // `written` bytes were there before.
+    explicit SpeedMeter(MainLoop::TimePoint now, ByteCount written = 0) : lastBytes_(written), lastTime_(now) {}
 
     // `written` counts from the file's first byte. The speed since the last sample; none when it is too early for
     // another one or nothing came.
@@ -25,7 +26,7 @@ public:
     }
 
 private:
-    ByteCount lastBytes_ = 0;
+    ByteCount lastBytes_;
     MainLoop::TimePoint lastTime_;
 };
 

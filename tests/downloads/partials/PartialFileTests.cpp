@@ -17,7 +17,7 @@ public:
     // With a note.
     std::shared_ptr<PartialFile> makeNoted(ArrivedBytes arrived = {}) {
         PartialNote begun{.partial = *UUID::parse(noted.filename().native()), .file = {}, .parts = {}};
-        begun.file.fileID = 7;
+        begun.file.fileID = FileID(7);
         const NotedReach reach{.end = arrived.length, .checksum = arrived.checksum};
         if (arrived.length > 0) begun.parts = {{.first = 0, .written = reach, .durable = {}}};
         return std::make_shared<PartialFile>(

@@ -17,7 +17,7 @@ public:
     // The file's first bytes up to `end` are written, the half of them durable.
     [[nodiscard]] static PartialNote note(ByteCount end) {
         return {.partial = *UUID::parse(name),
-                .file = {.fileID = 7, .length = 1000, .validator = "\"v\"", .checksum = Checksum(0xBF4)},
+                .file = {.fileID = FileID(7), .length = 1000, .validator = "\"v\"", .checksum = Checksum(0xBF4)},
                 .parts = {{.first = 0, .written = {end, Checksum(1)}, .durable = {end / 2, std::nullopt}}}};
     }
 
