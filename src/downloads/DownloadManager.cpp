@@ -1,10 +1,12 @@
 #include "downloads/DownloadManager.h"
 
 #include <algorithm>
+#include <iterator>
 #include <numeric>
 #include <ranges>
 
 #include "downloads/listing/FolderWalk.h"
+#include "downloads/retrying/RetryingDownloadService.h"
 #include "downloads/running/ArrivalProof.h"
 #include "downloads/running/DownloadRun.h"
 
@@ -36,6 +38,8 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
                 saves_.request(SaveSchedule::Urgency::gathered);
                 processQueue();
             }),
+      brakes_(platform.loop, platform.random),
+      serviceHolds_(platform.loop, platform.clock, list_, [this] { processQueue(); }),
       deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_, brought_}),
       settlement_(list_, conflicts_, deletion_, saves_, leftovers_, platform.clock),
       placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_, brought_),
@@ -62,11 +66,15 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
               .kept = kept_,
               .leftovers = leftovers_,
               .destinations = destinations_,
+              .clock = platform.clock,
+              .brakes = brakes_,
               .dataFolder = platform.folders.applicationData,
               .stagingFolder = store_->stagingDirectory(),
               .bootID = platform.clock.bootID(),
               .runWaits = [this] { runEnded(); }},
       securing_(durability_.onDone([this] { finishSuspending(); })) {
+    around_.lastGain = platform.loop.now();
+    brakes_.onOpening([this](const std::string& host) { serviceHolds_.hostOpened(host); });
     list_.onForbiddenStep([this](const std::string& fault) { platform_.log.line("[DownloadManager] " + fault); });
 }
 
@@ -124,7 +132,11 @@ ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const Enque
 
 Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(FolderRequest request,
                                                                                std::stop_token stop) {
-    FolderWalk walk(*service_);
+    Tries tries({platform_.loop, platform_.random, platform_.clock, brakes_}, Tries::Kind::listing,
+                std::chrono::minutes(around_.preferences->patienceMinutes()));
+    tries.onWait(request.onWait);
+    RetryingDownloadService service(*service_, tries);
+    FolderWalk walk(service);
     Result<std::vector<ListedFile>> files =
         co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
     if (walk.cut() && request.onCut) request.onCut(*walk.cut());
@@ -292,6 +304,7 @@ void DownloadManager::retry(const ConstDownloadPointer& shown) {
     item->forgetArrival();
     item->placedAs.reset();
     item->speed = {};
+    item->tries.reset();
     list_.take(*item, StatusStep::retry);
     list_.release(*item);
     conflicts_.dismissConflict(*item);
@@ -355,7 +368,22 @@ bool DownloadManager::hasUnfinishedWork() const {
 
 bool DownloadManager::canRunNow() const {
     if (list_.count({Status::downloading, Status::awaitingConflict, Status::deleting}) > 0) return true;
-    return isSignedIn_ && !around_.isQueuePaused && (list_.nextCandidate() || held_.isLooking());
+    if (!isSignedIn_ || around_.isQueuePaused) return false;
+    return list_.nextCandidate() || held_.isLooking() || serviceHolds_.isAnyHeld();
+}
+
+std::optional<MainLoop::TimePoint> DownloadManager::waitsForServiceSince() const {
+    if (list_.count({Status::awaitingConflict, Status::deleting}) > 0 || held_.isLooking()) return std::nullopt;
+    std::vector<ConstDownloadPointer> items = list_.withStatus(Status::downloading);
+    std::ranges::copy(serviceHolds_.held(), std::back_inserter(items));
+    const auto isOtherwiseBusy = [](const ConstDownloadPointer& item) {
+        return (item->run && item->run->isPlacing()) || (item->tries && item->tries->isLosingPatience());
+    };
+    const auto isHeldUp = [](const ConstDownloadPointer& item) {
+        return item->tries && item->tries->isStruggling() && !item->tries->isLosingPatience();
+    };
+    if (std::ranges::any_of(items, isOtherwiseBusy) || std::ranges::none_of(items, isHeldUp)) return std::nullopt;
+    return around_.lastGain;
 }
 
 double DownloadManager::overallProgress() const {

@@ -24,6 +24,7 @@
 #include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
 #include "downloads/restoring/Recovery.h"
+#include "downloads/retrying/ServiceHolds.h"
 #include "downloads/running/ReceivingFolders.h"
 #include "downloads/running/RunSurroundings.h"
 #include "downloads/running/Settlement.h"
@@ -85,6 +86,7 @@ public:
         bool deleteAfterDownload = false;
         UUID groupID;
         std::function<void(const Error& reason)> onCut = {};  // told when only its beginning could be listed
+        std::function<void(HoldPointer)> onWait = {};         // what the listing waits for; null when that is over
     };
 
     // Puts every file below a put.io folder on top of the queue, sub-folders kept. With deletion, put.io's folder goes
@@ -173,8 +175,12 @@ public:
     [[nodiscard]] std::vector<ConstDownloadPointer> finishedDownloads() const;
     [[nodiscard]] bool hasUnfinishedWork() const;
 
-    // Whether something runs, or can without anything else than time: not while all that is queued is held.
+    // Whether something runs, or can without anything else than time: not while all that is queued waits for a
+    // destination.
     [[nodiscard]] bool canRunNow() const;
+
+    // Since when nothing has come from put.io, where all that could go on waits for it, or tries in vain.
+    [[nodiscard]] std::optional<MainLoop::TimePoint> waitsForServiceSince() const;
     [[nodiscard]] double overallProgress() const;
     [[nodiscard]] std::string queueETAText() const;
 
@@ -240,6 +246,8 @@ private:
     Leftovers leftovers_;
     DestinationCheck destinations_;
     HeldItems held_;
+    HostBrakes brakes_;
+    ServiceHolds serviceHolds_;
     RemoteDeletion deletion_;
     Settlement settlement_;
     Placement placement_;

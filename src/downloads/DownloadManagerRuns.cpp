@@ -62,6 +62,7 @@ Task<> DownloadManager::run(DownloadPointer item) {
         runs_.insert(&run);
         co_await run.tell();
         runs_.erase(&run);
+        if (item->status != Status::queued) around_.lastGain = platform_.loop.now();
     }
     runEnded();
 }

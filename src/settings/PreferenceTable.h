@@ -21,6 +21,7 @@ struct PreferenceValues {
     ConflictBehavior conflictBehavior = ConflictBehavior::keepBoth;
     bool readLongFolders = true;
     std::int64_t reservedMebibytes = 256;
+    std::int64_t patienceMinutes = 10;
 };
 
 // What a preference has beside its key and value.
@@ -76,10 +77,16 @@ inline constexpr Preference<std::int64_t> reservedMebibytes{
     "how many MiB of a disk downloads leave free, but never more than a hundredth of it",
     {0}};
 
+inline constexpr Preference<std::int64_t> patienceMinutes{
+    "patienceMinutes",
+    &PreferenceValues::patienceMinutes,
+    "for how many minutes a download is tried again without a new byte before it fails",
+    {1}};
+
 // In the order in which they are read and listed.
 inline constexpr std::tuple all{defaultDownloadPath,    defaultDownloadBookmark, deleteAfterDownload,
                                 maxConcurrentDownloads, syncPollIntervalMinutes, conflictBehavior,
-                                readLongFolders,        reservedMebibytes};
+                                readLongFolders,        reservedMebibytes,       patienceMinutes};
 
 // `visit(preference)` for each of them, whose type says what its value is.
 template <class Visit>

@@ -47,6 +47,8 @@ public:
 
     [[nodiscard]] std::int64_t reservedMebibytes() const { return values_.reservedMebibytes; }
 
+    [[nodiscard]] std::int64_t patienceMinutes() const { return values_.patienceMinutes; }
+
     [[nodiscard]] bool readLongFolders() const { return values_.readLongFolders; }
 
     void setDefaultDownloadPath(std::string path) { assign(preference::defaultDownloadPath, std::move(path)); }
@@ -64,6 +66,8 @@ public:
     void setConflictBehavior(ConflictBehavior behavior) { assign(preference::conflictBehavior, behavior); }
 
     void setReservedMebibytes(std::int64_t reserve) { assign(preference::reservedMebibytes, reserve); }
+
+    void setPatienceMinutes(std::int64_t minutes) { assign(preference::patienceMinutes, minutes); }
 
     void setReadLongFolders(bool reads) { assign(preference::readLongFolders, reads); }
 

@@ -238,7 +238,7 @@ TEST_F(Arriving, aRecordThatCannotBeHadFailsTheRetry) {
     world.refusals[file] = 1;
     manager.retry(item);
     world.settle();
-    EXPECT_EQ(World::outcome(item), "failed: HTTP error 500 from put.io.");
+    EXPECT_EQ(World::outcome(item), "failed: HTTP error 400 from put.io.");
     EXPECT_EQ(world.transfersOf(file), 1U);
 }
 

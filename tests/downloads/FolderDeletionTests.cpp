@@ -79,7 +79,8 @@ TEST_F(DeletingFolders, keepsAFolderOfWhichSomethingIsMissing) {
          "skipped"},
         {"failed", [](World& world, const ConstDownloadPointer& item) { world.link(item->fileID).status = 410; },
          "failed: HTTP error 410 from put.io."},
-        {"cancelled", [](World& world, const ConstDownloadPointer& item) { world.manager().cancel(item); }, "cancelled"},
+        {"cancelled", [](World& world, const ConstDownloadPointer& item) { world.manager().cancel(item); },
+         "cancelled"},
         {"removed", [](World& world, const ConstDownloadPointer& item) { world.manager().remove(item); }, nullptr},
     };
     for (const Case& c : cases) {
@@ -102,7 +103,7 @@ TEST_F(DeletingFolders, keepsAFolderOfWhichSomethingIsMissing) {
 TEST_F(DeletingFolders, countsAMemberThatArrivedOnItsSecondTry) {
     enqueueFolder();
     ASSERT_TRUE(world.loop.runUntil([&] { return member(0) != nullptr; }));
-    world.link(members[0]).breaks = {{.at = 0, .isResumable = false}};
+    world.link(members[0]).breaks = {{.at = 0, .isResumable = false, .fault = TransportFault::none}};
     ASSERT_TRUE(world.runUntil(member(0), Status::failed));
     manager.retry(member(0));  // before the others have arrived
     world.settle();
@@ -136,7 +137,7 @@ TEST_F(DeletingFolders, asksAgainForAFolderWhoseDeletionFailed) {
     enqueueFolder();
     world.refusals[fileOf(folder)] = 1;
     world.settle();
-    const std::string failed = "remoteDeleteFailed: HTTP error 500 from put.io. ";
+    const std::string failed = "remoteDeleteFailed: HTTP error 400 from put.io. ";
     EXPECT_EQ(outcomes(), failed + failed + failed);
     world.preferences.setConflictBehavior(ConflictBehavior::replace);
     manager.retry(member(1));  // arrives again; its folder was settled

@@ -48,7 +48,7 @@ public:
 
     // One that has failed after its first 500 bytes.
     ConstDownloadPointer failed(FileID file) {
-        world.link(file).breaks = {{.at = 500}};
+        world.link(file).breaks = {{.at = 500, .fault = TransportFault::none}};
         ConstDownloadPointer item = enqueue(file);
         EXPECT_TRUE(world.runUntil(item, Status::failed));
         world.settle();
@@ -159,7 +159,7 @@ TEST_F(GoingOn, afterARetryFromAnyStatus) {
         SCOPED_TRACE(c.what);
         const FileID file = slowFile(c.what);
         world.storage.bytesSent = 0;
-        world.link(file).breaks = {{.at = 500}};
+        world.link(file).breaks = {{.at = 500, .fault = TransportFault::none}};
         const ConstDownloadPointer item = enqueue(file);
         c.prepare(item);
         world.link(file).breaks.clear();
@@ -195,7 +195,7 @@ TEST_F(GoingOn, afterAResumedTransferHasFailed) {
     world.loop.advance(4s);
     world.manager().pause(item);
     ASSERT_TRUE(world.runUntil(item, Status::paused));
-    world.link(item->fileID).breaks = {{.at = 900}};
+    world.link(item->fileID).breaks = {{.at = 900, .fault = TransportFault::none}};
     world.manager().resume(item);
     expectArrived(item);
     EXPECT_THAT(world.log.lines, SizeIs(1));
@@ -207,7 +207,7 @@ TEST_F(GoingOn, afterAResumedTransferHasFailed) {
 TEST_F(GoingOn, failsAsANewTransferDoes) {
     const FileID file = slowFile();
     const ConstDownloadPointer item = failed(file);
-    world.link(file).breaks = {{.at = 900}};
+    world.link(file).breaks = {{.at = 900, .fault = TransportFault::none}};
     world.manager().retry(item);
     world.settle();
     EXPECT_EQ(World::outcome(item), "failed: The connection broke.");
@@ -276,7 +276,7 @@ TEST_F(GoingOn, beginsAnewWhenTheProofFails) {
 TEST_F(GoingOn, takesBytesOnceThatNothingCouldBeAddedTo) {
     const FileID file = slowFile();
     const ConstDownloadPointer item = failed(file);
-    world.link(file).breaks = {{.at = 500}};
+    world.link(file).breaks = {{.at = 500, .fault = TransportFault::none}};
     world.manager().retry(item);
     world.settle();
     EXPECT_EQ(World::outcome(item), "failed: The connection broke.");
@@ -465,7 +465,7 @@ TEST_F(GoingOn, keepsAtTheStartWhatAnItemCanGoOnFrom) {
 // The bytes that are there need no room.
 TEST_F(GoingOn, waitsForTheRoomOfTheRestAlone) {
     const FileID file = world.addFile("large", std::string(60'000, 'x'));
-    world.link(file).breaks = {{.at = 50'000}};
+    world.link(file).breaks = {{.at = 50'000, .fault = TransportFault::none}};
     const ConstDownloadPointer item = enqueue(file, usb);
     ASSERT_TRUE(world.runUntil(item, Status::failed));
     world.files.setCapacity(usb, 90'000);

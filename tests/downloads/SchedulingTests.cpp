@@ -111,7 +111,7 @@ TEST_F(Scheduling, startsOverWhenAResumedTransferFails) {
 
 TEST_F(Scheduling, keepsTheTokenOfABrokenTransferUntilARetry) {
     const FileID file = slowFile("movie");
-    world.link(file).breaks = {{.at = 300}};
+    world.link(file).breaks = {{.at = 300, .fault = TransportFault::none}};
     const ConstDownloadPointer item = world.enqueue(file);
     world.settle();
     EXPECT_EQ(World::outcome(item), "failed: The connection broke.");
@@ -258,7 +258,7 @@ TEST_F(Scheduling, failsWithTheReasonOfTheService) {
     const ConstDownloadPointer missing = world.enqueue(slowFile("missing"));
     world.link(missing->fileID).status = 404;
     world.settle();
-    EXPECT_EQ(World::outcome(refused), "failed: HTTP error 500 from put.io.");
+    EXPECT_EQ(World::outcome(refused), "failed: HTTP error 400 from put.io.");
     EXPECT_EQ(World::outcome(missing), "failed: HTTP error 404 from put.io.");
     manager.retry(refused);
     expectArrived(refused);
@@ -294,10 +294,10 @@ TEST_F(Scheduling, putsAFoldersFilesUnderTheirFolders) {
     world.settle();
     EXPECT_EQ(world.tree(), "F/1=one F/A/3=three F/A/B/2=two");
 
-    world.http.handler = [](const HTTPRequest&) { return HTTPResponse{500, ""}; };
+    world.http.handler = [](const HTTPRequest&) { return HTTPResponse{400, ""}; };
     world.enqueueFolder(folder, true);
     world.settle();
-    EXPECT_EQ(world.log.lines.back(), "[DownloadManager] Failed to list folder F: HTTP error 500 from put.io.");
+    EXPECT_EQ(world.log.lines.back(), "[DownloadManager] Failed to list folder F: HTTP error 400 from put.io.");
     EXPECT_EQ(manager.downloads().items().size(), 3U);
 }
 

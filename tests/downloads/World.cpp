@@ -73,6 +73,8 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
         const auto at = text.find(mark);
         return at == std::string::npos ? -1 : std::stoll(text.substr(at + mark.size()));
     };
+    if (interferes)
+        if (auto instead = interferes(request)) return *instead;
     if (const auto folder = numberAfter(request.url, "parent_id="); folder >= 0)
         return HTTPResponse{200, listing(FolderID(folder))};
     if (request.url.ends_with("/files/list/continue")) {
@@ -84,10 +86,11 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
         return HTTPResponse{200, R"({"info":{"username":")" + account + R"("},"status":"OK"})"};
     const bool deletes = request.url.ends_with("/files/delete");
     const FileID id(deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/"));
-    if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{500, ""};
+    if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{400, ""};
     if (!remote_.contains(id) || account != owner) return HTTPResponse{404, ""};
     if (!deletes && !request.url.ends_with("/url"))
         return HTTPResponse{200, R"({"file":)" + recordText(id) + R"(,"status":"OK"})"};
+    if (!deletes) link(id).expired.reset();
     if (!deletes) return HTTPResponse{200, R"({"url":")" + url(id) + R"(","status":"OK"})"};
     if (deletes && doesNotConfirm) return HTTPResponse{200, R"({"status":"ERROR"})"};
     deletions.push_back(id);

@@ -69,10 +69,13 @@ public:
     bool mayLose = false;            // deletions are the user's will, whatever is here
     std::set<FileID> sizeless;       // files of which the account does not say how large they are
     bool doesNotConfirm = false;     // deletions are answered, and not done
-    std::map<FileID, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 500
+    std::map<FileID, int> refusals;  // by file or folder: so many look-ups or deletions fail with status 400
     std::set<FolderID> cutListings;  // folders of whose listings the service refuses the rest
     std::size_t pageSize = 1000;     // entries that it lists at once
     std::vector<FileID> deletions;   // that were carried out
+
+    // Where set, asked of each request beforehand: what is answered instead.
+    std::function<std::optional<Result<HTTPResponse>>(const HTTPRequest&)> interferes;
 
     // --- processes ---
 

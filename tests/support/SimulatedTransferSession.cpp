@@ -80,15 +80,26 @@ AnswerHead SimulatedTransferSession::answer(const Attempt& attempt, SimulatedSto
     return head;
 }
 
+std::optional<AnswerHead> SimulatedTransferSession::refusal(const std::string& url) const {
+    if (storage_.refuses)
+        if (auto refused = storage_.refuses(url)) return refused;
+    AnswerHead head;
+    const auto found = storage_.links.find(url);
+    head.status = found == storage_.links.end() ? 404 : found->second.expired.value_or(found->second.status);
+    return head.status > 299 ? std::optional(head) : std::nullopt;
+}
+
 void SimulatedTransferSession::begin(std::int64_t id) {
     Attempt& attempt = *attempts_.at(id);
-    const auto found = storage_.links.find(attempt.request.url);
-    if (found == storage_.links.end() || found->second.status > 299) {
-        attempt.end.head.emplace();
-        attempt.end.head->status = found == storage_.links.end() ? 404 : found->second.status;
-        Result<void> accepted = attempt.request.accept(*attempt.end.head);
+    const std::string& url = attempt.request.url;
+    if (storage_.keepsAway)
+        if (std::optional<Error> error = storage_.keepsAway(url)) return end(id, std::move(error));
+    if (const std::optional<AnswerHead> refused = refusal(url)) {
+        attempt.end.head = refused;
+        Result<void> accepted = attempt.request.accept(*refused);
         return end(id, accepted ? std::nullopt : std::optional(std::move(accepted.error())));
     }
+    const auto found = storage_.links.find(url);
     SimulatedStorage::Link& link = found->second;
     const auto fault = std::ranges::find_if(
         link.breaks, [&](const auto& each) { return each.times > 0 && each.at >= attempt.request.first; });
@@ -107,8 +118,13 @@ void SimulatedTransferSession::begin(std::int64_t id) {
 void SimulatedTransferSession::step(std::int64_t id) {
     Attempt& attempt = *attempts_.at(id);
     const SimulatedStorage::Link& link = storage_.links.at(attempt.request.url);
-    if (attempt.breaks != nullptr && attempt.at >= attempt.breaks->at)
-        return end(id, Error(TransportFault::brokenOff, "The connection broke."));
+    if (attempt.breaks != nullptr && attempt.at >= attempt.breaks->at) {
+        const TransportFault fault = attempt.breaks->fault;
+        if (fault != TransportFault::silent) return end(id, Error(fault, "The connection broke."));
+        attempt.next = loop_.schedule(attempt.request.idleLimit,
+                                      [this, id, fault] { end(id, Error(fault, "Nothing came; retry.")); });
+        return;
+    }
     const auto& range = attempt.end.head->contentRange;
     const ByteCount size = range ? range->last + 1 : static_cast<ByteCount>(link.content.size());
     if (attempt.at >= size) return end(id, std::nullopt);

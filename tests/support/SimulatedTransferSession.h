@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,15 +17,17 @@ namespace tovri::test {
 class SimulatedStorage {
 public:
     struct Break {
-        ByteCount at = 0;         // the connection breaks after the file's first so many bytes
-        bool isResumable = true;  // whether the server gives what going on later takes
-        int times = 1;            // how many attempts it strikes
+        ByteCount at = 0;                                  // the connection breaks after the file's first so many bytes
+        bool isResumable = true;                           // whether the server gives what going on later takes
+        int times = 1;                                     // how many attempts it strikes
+        TransportFault fault = TransportFault::brokenOff;  // or silent, which takes a minute
     };
 
     struct Link {
         std::string content;
         ByteCount rate = 10'000'000;  // bytes in a second
         int status = 200;
+        std::optional<int> expired = {};  // the status with which it is refused until it is asked for anew
         bool announcesLength = true;
         int refusedResumes = 0;      // so often it serves the whole file where a range is asked for
         std::string validator = {};  // where it is not the content's own
@@ -34,6 +38,10 @@ public:
 
     std::map<std::string, Link> links;  // by URL; any other answers 404
     MainLoop::Duration latency = std::chrono::milliseconds(10);
+
+    // Where set, asked at each attempt's beginning: why no connection came about, or what is answered instead.
+    std::function<std::optional<Error>(const std::string& url)> keepsAway;
+    std::function<std::optional<AnswerHead>(const std::string& url)> refuses;
 
     // What happened so far.
     std::vector<std::string> started;  // URLs, in the order of the attempts
@@ -58,6 +66,7 @@ private:
     using Attempts = std::map<std::int64_t, std::unique_ptr<Attempt>>;
 
     void connectWaiting();
+    [[nodiscard]] std::optional<AnswerHead> refusal(const std::string& url) const;
     void begin(std::int64_t id);
     void step(std::int64_t id);
     void arrive(std::int64_t id, ByteCount count);

@@ -159,6 +159,8 @@ bool DestinationCheck::isOver(const Hold& hold, const DestinationFacts& facts, B
             return facts.volume.isWritable;
         case Reason::volume:
             return acceptsAny_ || !book_.contradiction(hold.folder, facts);
+        case Reason::service:
+            return false;
         case Reason::room:
             break;
     }

@@ -24,6 +24,7 @@ HeldItems::HeldItems(MainLoop& loop, DownloadList& list, DestinationCheck& desti
 
 void HeldItems::follow(const QueueChange& change) {
     if (!change.item || !change.item->hold || timer_.isActive()) return;
+    if (change.item->hold->reason == Hold::Reason::service) return;
     timer_ = loop_.schedule(pauseBetweenLooks, [this] {
         timer_.reset();
         look();
@@ -31,14 +32,17 @@ void HeldItems::follow(const QueueChange& change) {
 }
 
 void HeldItems::look() {
+    bool isAnyLookedAt = false;
     for (const std::string& what : list_.holds()) {
         if (what.empty()) continue;  // of another process
+        if (list_.firstHeldFor(what)->hold->reason == Hold::Reason::service) continue;
+        isAnyLookedAt = true;
         if (looking_.insert(what).second)
             scope_.start(lookAt(what));
         else
             again_.insert(what);
     }
-    if (list_.heldCount() == 0 || timer_.isActive()) return;
+    if (!isAnyLookedAt || timer_.isActive()) return;
     timer_ = loop_.schedule(pauseBetweenLooks, [this] {
         timer_.reset();
         look();

@@ -42,6 +42,12 @@ std::string Download::etaText() const {
     return seconds ? durationText(*seconds) + " left" : "";
 }
 
+std::string Hold::textAt(Timestamp now) const {
+    if (!until || *until <= now) return text;
+    const std::chrono::duration<double> left = std::chrono::ceil<std::chrono::seconds>(*until - now);
+    return text + ", again in " + durationText(left.count());
+}
+
 std::string durationText(double seconds) {
     const auto whole = static_cast<std::int64_t>(seconds);
     if (whole < 60) return std::to_string(whole) + "s";

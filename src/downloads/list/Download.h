@@ -17,6 +17,7 @@
 namespace tovri {
 
 class DownloadRun;
+class Tries;
 
 // A folder that many items share. Never null in an item.
 using SharedFolder = std::shared_ptr<const std::filesystem::path>;
@@ -82,6 +83,7 @@ struct Download : DownloadRecord {
     std::optional<FileStamp> placedAs;  // the file as it took its place, where all its bytes came in this process
     ByteCount onDisk = 0;               // of its file, left by an earlier transfer for the next to go on from
     std::int64_t position = 0;          // the list's sort key, smallest on top
+    std::shared_ptr<Tries> tries;       // of the run, and of the ones before it as long as no byte comes
 
     explicit Download(DownloadRecord record) : DownloadRecord(std::move(record)) {}
 

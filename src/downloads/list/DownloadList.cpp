@@ -201,7 +201,7 @@ void DownloadList::take(Download& item, StatusStep step) {
     const auto place = placeOf(item);
     if (place != items_.end()) leaveIndex(item);
     const Download::Status previous = std::exchange(item.status, *status);
-    if (item.status != Download::Status::queued) item.hold.reset();
+    if (step != StatusStep::hold) item.hold.reset();
     if (place == items_.end()) return;
     indexFor(item).insert(&item);
     changes_.tell({QueueChange::Kind::status, *place, previous});
@@ -213,6 +213,13 @@ void DownloadList::hold(Download& item, HoldPointer why) {
     if (item.status == Download::Status::queued) return setHold(item, std::move(why));
     item.hold = std::move(why);
     take(item, StatusStep::hold);
+}
+
+void DownloadList::wait(Download& item, HoldPointer why) {
+    if (item.status != Download::Status::downloading || (!why && !item.hold)) return;
+    const bool isSame = why && item.hold && why->text == item.hold->text;
+    item.hold = std::move(why);
+    tellOf(item, isSame ? QueueChange::Kind::progress : QueueChange::Kind::hold);
 }
 
 void DownloadList::release(Download& item) {

@@ -25,7 +25,7 @@ struct QueueChange {
         status,    // told after the item is consistent, with `previous`
         begun,     // nothing keeps a downloading item's bytes from being asked for
         progress,  // bytes, progress or speed of one item
-        hold,      // why a queued item waits, or, with no item, what the held ones wait for was looked at
+        hold,      // why an item waits, or, with no item, what the held ones wait for was looked at
         isPaused,
         conflict,  // another conflict, or none, is shown
         saving,    // whether the queue can be saved, or why not
@@ -84,6 +84,9 @@ public:
     // Makes an item one that is queued and held for this reason: a queued one, or one from which StatusStep::hold
     // leads.
     void hold(Download& item, HoldPointer why);
+
+    // Says what a downloading item waits for, or, with null, that it does so no more.
+    void wait(Download& item, HoldPointer why);
 
     // Makes a held item a candidate again.
     void release(Download& item);

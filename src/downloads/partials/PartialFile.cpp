@@ -69,6 +69,16 @@ std::optional<Error> PartialFile::error() const {
     return error_;
 }
 
+ByteCount PartialFile::taken() const {
+    const std::scoped_lock lock(access_);
+    return taken_;
+}
+
+bool PartialFile::waitsForVolume() const {
+    const std::scoped_lock lock(access_);
+    return waiting_ > 0;
+}
+
 ArrivedBytes PartialFile::written() const {
     const std::scoped_lock lock(access_);
     return known_;

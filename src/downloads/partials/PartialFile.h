@@ -80,6 +80,11 @@ public:
     [[nodiscard]] Taken take(std::string_view bytes) override;
     void whenReady(std::move_only_function<void()> ready) override;
 
+    // How many bytes it has taken, counted from the file's first one, and whether some of them still wait for the
+    // volume.
+    [[nodiscard]] ByteCount taken() const;
+    [[nodiscard]] bool waitsForVolume() const;
+
     // What is written so far.
     [[nodiscard]] ArrivedBytes written() const;
 

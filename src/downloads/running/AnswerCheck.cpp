@@ -3,9 +3,10 @@
 namespace tovri {
 namespace {
 
-Error statusError(int status) {
-    Error error(ErrorCase::httpStatus, "HTTP error " + std::to_string(status) + " from put.io.");
-    error.httpStatus = status;
+Error statusError(const AnswerHead& head) {
+    Error error(ErrorCase::httpStatus, "HTTP error " + std::to_string(head.status) + " from put.io.");
+    error.httpStatus = head.status;
+    error.retryHints = head.retryHints;
     return error;
 }
 
@@ -40,7 +41,7 @@ Result<AnnouncedFile> checkRest(const ExpectedAnswer& expected, const AnswerHead
 }  // namespace
 
 Result<AnnouncedFile> checkAnswer(const ExpectedAnswer& expected, const AnswerHead& head) {
-    if (head.status < 200 || head.status > 299) return failure(statusError(head.status));
+    if (head.status < 200 || head.status > 299) return failure(statusError(head));
     if (!head.contentEncoding.empty())
         return failure(transportError("The server sent the file in another form than it was asked for; retry."));
     return expected.offset > 0 ? checkRest(expected, head) : checkWhole(expected, head);

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "downloads/placing/Destination.h"
+#include "downloads/retrying/RetryingDownloadService.h"
 #include "downloads/running/ArrivalProof.h"
 
 namespace tovri {
@@ -10,13 +11,36 @@ namespace tovri {
 using Urgency = SaveSchedule::Urgency;
 
 DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
-    : around_(around), item_(std::move(item)), reception_(around, item_), placement_(around, item_, *this, reception_) {
+    : around_(around),
+      item_(std::move(item)),
+      tries_(triesOf(around, *item_)),
+      reception_(around, item_, *tries_),
+      placement_(around, item_, *this, reception_) {
     item_->run = this;
+    tries_->onWait([this](HoldPointer wait) { showWait(std::move(wait)); });
 }
 
 DownloadRun::~DownloadRun() {
     around_.placement.runEnded(this);
-    if (isCurrent()) item_->run = nullptr;
+    tries_->onWait(nullptr);
+    if (!isCurrent()) return;
+    item_->run = nullptr;
+    if (item_->status != DownloadStatus::queued || !item_->hold) item_->tries.reset();
+}
+
+// Those of the runs before, if they failed without a byte.
+std::shared_ptr<Tries> DownloadRun::triesOf(const RunSurroundings& around, Download& item) {
+    const std::chrono::minutes patience(around.preferences ? around.preferences->patienceMinutes() : 10);
+    if (!item.tries)
+        item.tries = std::make_shared<Tries>(Tries::Ports{around.loop, around.random, around.clock, around.brakes},
+                                             Tries::Kind::item, patience);
+    return item.tries;
+}
+
+void DownloadRun::showWait(HoldPointer wait) {
+    if (!isCurrent()) return;
+    if (wait) item_->speed = {};
+    around_.list.wait(*item_, std::move(wait));
 }
 
 // --- The way ---
@@ -31,7 +55,7 @@ Task<Result<void>> DownloadRun::goTheWay() {
     if (!step || !isToGoOn()) co_return step;
     step = co_await checkDestination();
     if (!step || !isToGoOn()) co_return step;
-    around_.list.tellBegun(*item_);
+    if (!tries_->isStruggling()) around_.list.tellBegun(*item_);
     if (!isToGoOn()) co_return step;
     if (item_->resumeData)
         stage_ = Stage::transfer;
@@ -95,7 +119,8 @@ Task<Result<void>> DownloadRun::keepOutOfData() {
 
 // put.io may have another file under this ID than when the item was queued.
 Task<Result<void>> DownloadRun::readRecord() {
-    Result<PutIOFile> record = co_await around_.service->file(item_->fileID, stop_.get_token());
+    RetryingDownloadService service(*around_.service, *tries_);
+    Result<PutIOFile> record = co_await service.file(item_->fileID, stop_.get_token());
     if (!record) co_return failure(record);
     if (isCurrent()) learn(*item_, *record);
     co_return Result<void>();
@@ -126,15 +151,13 @@ Task<Result<void>> DownloadRun::receiveRest() {
         link = std::move(*found);
     }
     stage_ = Stage::transfer;
-    Result<void> received = co_await reception_.receive(*link, stop_.get_token());
-    if (received || !isToGoOn() || !reception_.isRefused()) co_return received;
-    reception_.beginAnew();
-    received = co_await reception_.receive(std::move(*link), stop_.get_token());
+    Result<void> received = co_await reception_.receive(std::move(*link), stop_.get_token());
     co_return received;
 }
 
 Task<Result<std::string>> DownloadRun::findLink() {
-    Result<std::string> link = co_await around_.service->downloadLink(item_->fileID, stop_.get_token());
+    RetryingDownloadService service(*around_.service, *tries_);
+    Result<std::string> link = co_await service.downloadLink(item_->fileID, stop_.get_token());
     if (link && isCurrent() && around_.isQueuePaused && wish_ == Wish::goOn) wish_ = Wish::pause;
     co_return link;
 }
@@ -146,16 +169,16 @@ Task<Result<void>> DownloadRun::prove() {
     Result<ArrivedBytes> arrived = co_await reception_.finish(listedChecksum(*item_) || item_->receivedFile);
     if (!arrived) co_return failure(arrived);
     if (!isToGoOn()) co_return Result<void>();
-    const bool isOther = expected && expected != arrived->checksum;
+    const bool isOther = reception_.isJoined() && expected && expected != arrived->checksum;
     if (isOther && reception_.isAdopted()) {
         reception_.beginAnew();
         Result<void> proven = co_await receiveRest();
         if (proven && isToGoOn()) proven = co_await prove();
         co_return proven;
     }
-    const bool isSpoilt = isOther && reception_.isResumed();
-    if (isSpoilt) reception_.spoil();
-    if (isSpoilt && (item_->receivedFile || !std::exchange(item_->hasStartedOver, true)))
+    if (isOther) reception_.spoil();
+    isSpliced_ = isOther && (item_->receivedFile || !std::exchange(item_->hasStartedOver, true));
+    if (isSpliced_)
         co_return failure(Error(ErrorCase::transport, "Its checksum is " + arrived->checksum->text() + " instead of " +
                                                           expected->text() + "."));
     item_->bytesDownloaded = arrived->length;
@@ -192,6 +215,8 @@ Task<> DownloadRun::conclude(Result<void> way) {
         hold();
     } else if (way) {
         co_return;
+    } else if (tries_->takeYield()) {
+        co_await holdForService();
     } else if (isForLater(way.error())) {
         if (stage_ == Stage::lookUp)
             co_await holdWithoutBytes();
@@ -241,7 +266,8 @@ Task<> DownloadRun::keepArrived() {
 }
 
 Task<> DownloadRun::failTransfer(Error error) {
-    if (reception_.isResumed() || !reception_.partial()) {
+    const bool isResumeFailed = reception_.isResumed() && !tries_->isUsedUp();
+    if (isResumeFailed || isSpliced_ || !reception_.partial()) {
         co_await startOver(std::move(error));
         co_return;
     }
@@ -275,12 +301,9 @@ void DownloadRun::noteVolume(const std::optional<ByteBlob>& token) {
         around_.destinations.notePlaced(target_.path.parent_path(), *target_.facts);
 }
 
-// What has arrived stays, and the item waits until the partial file's volume has room for the rest.
-Task<> DownloadRun::holdWithBytes() {
+// What has arrived stays, with its token where there is one.
+Task<> DownloadRun::keepForLater() {
     std::optional<ByteBlob> token = co_await reception_.keep(std::nullopt);
-    claim_.reset();
-    const Path folder = reception_.partial()->path().parent_path();
-    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, reception_.lane(), std::stop_token());
     if (!token || !isCurrent()) reception_.letGo();
     if (!isCurrent()) co_return;
     const auto kept = token ? ResumePoint::parse(*token) : std::nullopt;
@@ -288,6 +311,24 @@ Task<> DownloadRun::holdWithBytes() {
     if (!kept) item_->progress = 0;
     noteVolume(token);
     item_->resumeData = std::move(token);
+}
+
+// The slot goes to another, and the item goes on when put.io, or the way to it, may be good again.
+Task<> DownloadRun::holdForService() {
+    if (reception_.partial() && !item_->receivedFile) co_await keepForLater();
+    if (!isCurrent()) co_return;
+    hold_ = tries_->hold();
+    hold();
+}
+
+// What has arrived stays, and the item waits until the partial file's volume has room for the rest.
+Task<> DownloadRun::holdWithBytes() {
+    co_await keepForLater();
+    if (!isCurrent()) co_return;
+    claim_.reset();
+    const Path folder = reception_.partial()->path().parent_path();
+    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, reception_.lane(), std::stop_token());
+    if (!isCurrent()) co_return;
     const ByteCount missing = DestinationCheck::missing(*item_);
     hold_ = facts ? around_.destinations.refusal(missing, folder, *facts) : DestinationCheck::unreachable(folder);
     hold();
@@ -358,7 +399,8 @@ void DownloadRun::wish(Wish wish) {
 }
 
 void DownloadRun::pause() {
-    if (stage_ != Stage::transfer) return;
+    const bool isTrying = stage_ == Stage::lookUp && tries_->isStruggling();
+    if (stage_ != Stage::transfer && !isTrying) return;
     if (wish_ == Wish::goOn) wish(Wish::pause);
     if (wish_ == Wish::goOnLater) wish_ = Wish::pause;
 }
@@ -373,6 +415,7 @@ void DownloadRun::suspend() {
 
 void DownloadRun::abandon() {
     item_->run = nullptr;
+    item_->tries.reset();
     wish(Wish::abandon);
 }
 

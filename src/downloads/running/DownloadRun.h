@@ -32,7 +32,7 @@ public:
     // For a file that waits in the staging folder since before the last start.
     Task<> tellFromConflict(Path staged);
 
-    // Keeps what has arrived and pauses the item; only while its transfer is under way.
+    // Keeps what has arrived and pauses the item; only while its transfer is under way, or waits to be tried again.
     void pause();
 
     // After pause, before the item is paused: it goes on instead as soon as there is a slot.
@@ -43,6 +43,9 @@ public:
 
     // The item has another future: what has arrived goes.
     void abandon();
+
+    // All bytes have come.
+    [[nodiscard]] bool isPlacing() const { return stage_ == Stage::placement; }
 
     [[nodiscard]] bool isWaitingForUser() const { return placement_.isWaitingForUser(); }
 
@@ -66,11 +69,15 @@ private:
     void noteVolume(const std::optional<ByteBlob>& token);
     Task<> failTransfer(Error error);
     Task<> holdWithoutBytes();
+    Task<> keepForLater();
+    Task<> holdForService();
     Task<> holdWithBytes();
     Task<> holdWhole(ErrorCase reason);
     Task<> holdStaged();
     void hold();
     Task<> startOver(Error error);
+    [[nodiscard]] static std::shared_ptr<Tries> triesOf(const RunSurroundings& around, Download& item);
+    void showWait(HoldPointer wait);
 
     void wish(Wish wish);
 
@@ -85,12 +92,14 @@ private:
     DownloadPointer item_;
     Stage stage_ = Stage::lookUp;
     Wish wish_ = Wish::goOn;
-    std::stop_source stop_;  // of what the wish ends
+    std::stop_source stop_;         // of what the wish ends
+    std::shared_ptr<Tries> tries_;  // the item's
     Reception reception_;
     RunPlacement placement_;
     RunTarget target_;
-    HoldPointer hold_;    // why the item has to wait
-    Subscription claim_;  // to the room that it needs there
+    HoldPointer hold_;        // why the item has to wait
+    Subscription claim_;      // to the room that it needs there
+    bool isSpliced_ = false;  // what has arrived is of two contents
 };
 
 }  // namespace tovri

@@ -13,14 +13,10 @@ Error lostToken() {
     return {ErrorCase::transport, "The transfer cannot go on from what was saved; the download starts over."};
 }
 
-Error tooShort() {
-    return {ErrorCase::transport, "The server sent fewer bytes than it announced; retry."};
-}
-
 }  // namespace
 
-Reception::Reception(RunSurroundings& around, DownloadPointer item)
-    : around_(around), item_(std::move(item)), speed_(around.loop.now()) {}
+Reception::Reception(RunSurroundings& around, DownloadPointer item, Tries& tries)
+    : around_(around), item_(std::move(item)), tries_(tries), speed_(around.loop.now()) {}
 
 std::optional<std::string> Reception::link() const {
     return isResumed() ? std::optional(resumed_->link) : std::nullopt;
@@ -177,6 +173,8 @@ void Reception::goOnIn(ReceivingFolders::Place place, ResumePoint point, NotedRe
     receiveIn(std::move(place), {.partial = point.partial, .file = {}, .parts = {part}});
     link_ = point.link;
     partial_->announce({.length = point.length, .validator = point.validator, .limit = point.length});
+    furthest_ = point.offset;
+    isJoined_ = true;
     resumed_ = std::move(point);
 }
 
@@ -203,60 +201,6 @@ void Reception::noteEverySecond() {
 
 bool Reception::isFruitless() const {
     return isAdopted_ && partial_->written().length <= resumed_->offset;
-}
-
-// --- The transfer ---
-
-ExpectedAnswer Reception::expectedAnswer() const {
-    return {.offset = resumed_ ? resumed_->offset : 0,
-            .length = partial_->announced().length,
-            .validator = resumed_ ? resumed_->validator : std::string(),
-            .listedSize = item_->expectedSize(),
-            .hasListedChecksum = listedChecksum(*item_).has_value()};
-}
-
-Task<Result<void>> Reception::receive(std::string link, std::stop_token stop) {
-    link_ = std::move(link);
-    const ExpectedAnswer expected = expectedAnswer();
-    const ByteCount offset = expected.offset;
-    TransferRequest request;
-    request.url = link_;
-    request.first = offset;
-    request.validator = expected.hasListedChecksum ? std::string() : expected.validator;
-    request.accept = [expected, partial = partial_](const AnswerHead& head) -> Result<void> {
-        Result<AnnouncedFile> announced = checkAnswer(expected, head);
-        if (!announced && isRefusal(expected, head)) partial->noteRefusal();
-        if (!announced) return failure(announced);
-        partial->announce(std::move(*announced));
-        return {};
-    };
-    request.receiver = partial_;
-    request.onProgress = [this, offset, stop](ByteCount received) {
-        if (!stop.stop_requested()) progressed(offset + received);
-    };
-    Result<TransferEnd> end = co_await Answer<TransferEnd>(around_.loop, stop, [this, &request](auto done) {
-        return around_.transfers.fetch(std::move(request), std::move(done));
-    });
-    if (!end) co_return failure(end);
-    if (std::optional<Error> refused = partial_->error()) co_return failure(std::move(*refused));
-    if (end->error) co_return failure(std::move(*end->error));
-    const AnnouncedFile announced = partial_->announced();
-    const ByteCount whole = announced.length.value_or(announced.limit);
-    if (whole >= 0 && offset + end->received != whole) co_return failure(tooShort());
-    co_return Result<void>();
-}
-
-void Reception::progressed(ByteCount written) {
-    const ByteCount expected = partial_->announced().length.value_or(-1);
-    const double progress =
-        expected > 0 ? static_cast<double>(written) / static_cast<double>(expected) : item_->progress;
-    const BytesPerSecond speed = speed_.sample(written, around_.loop.now()).value_or(item_->speed);
-    const bool hasChanged = item_->bytesDownloaded != written || item_->progress != progress || item_->speed != speed;
-    item_->bytesDownloaded = written;
-    item_->progress = progress;
-    item_->speed = speed;
-    if (hasChanged) around_.list.tellProgress(*item_);
-    around_.saves.request(Urgency::eventually);
 }
 
 // --- How it ends ---
@@ -342,13 +286,15 @@ void Reception::forget() {
     resumed_.reset();
     isAdopted_ = false;
     isSpoilt_ = false;
+    isJoined_ = false;
     partial_.reset();
 }
 
 void Reception::beginAnew() {
     discard();
     forget();
-    receiveIn(chosen_, {.partial = around_.random.makeUUID(), .file = {}, .parts = {}});
+    receiveIn(chosen_.folder.empty() ? place_ : chosen_,
+              {.partial = around_.random.makeUUID(), .file = {}, .parts = {}});
     speed_ = SpeedMeter(around_.loop.now());
     item_->progress = 0;
     progressed(0);

@@ -19,8 +19,8 @@ namespace tovri {
 // run asks for one thing after the other. Whatever the run wants meanwhile ends what it awaits by the stop token.
 class Reception {
 public:
-    // `around` outlives this.
-    Reception(RunSurroundings& around, DownloadPointer item);
+    // The references outlive this.
+    Reception(RunSurroundings& around, DownloadPointer item, Tries& tries);
     Reception(const Reception&) = delete;
     Reception& operator=(const Reception&) = delete;
     ~Reception();
@@ -39,9 +39,6 @@ public:
     // Whether nothing has come that would show that those bytes can be gone on from.
     [[nodiscard]] bool isFruitless() const;
 
-    // Whether a server has refused to go on from the bytes that it was not resumed with.
-    [[nodiscard]] bool isRefused() const { return !isResumed() && partial_ && partial_->isRefused(); }
-
     // Whether what it goes on from are all bytes.
     [[nodiscard]] bool isWhole() const { return resumed_ && resumed_->isWhole(); }
 
@@ -51,7 +48,12 @@ public:
     // The link that the token goes on with.
     [[nodiscard]] std::optional<std::string> link() const;
 
-    // One attempt at the rest. Keeps the item's progress and speed.
+    // Whether bytes of two attempts, which may have met two contents, stand in the partial file.
+    [[nodiscard]] bool isJoined() const { return isJoined_; }
+
+    // The rest: one attempt after the other while trying again may mend what failed, each from where the one before
+    // ended, or from the first byte where there is no way to go on. Keeps the item's progress and speed. Fails with
+    // the last failure; the tries say whether that is for good.
     Task<Result<void>> receive(std::string link, std::stop_token stop);
 
     // Returns when all bytes are written, with their checksum if `mustKnowChecksum`, even where it has to be read.
@@ -99,12 +101,27 @@ private:
     void noteEverySecond();
     void forget();
     [[nodiscard]] std::optional<ByteBlob> tokenOfWhole(ByteCount length, std::optional<Checksum> checksum) const;
+    // What follows on an attempt.
+    enum class Next { nothing, sameByte, firstByte, newLink };
+
+    struct AttemptEnd {
+        Next next = Next::nothing;
+        std::optional<Error> error = {};
+    };
+
     [[nodiscard]] ExpectedAnswer expectedAnswer() const;
+    Task<AttemptEnd> attempt(HostBrake::Pass pass, std::stop_token stop);
+    [[nodiscard]] TransferRequest request(const ExpectedAnswer& expected) const;
+    [[nodiscard]] AttemptEnd judge(const ExpectedAnswer& expected, TransferEnd end, HostBrake::Pass pass);
+    [[nodiscard]] std::optional<Error> errorOf(const ExpectedAnswer& expected, TransferEnd& end) const;
+    [[nodiscard]] bool canGoOn() const;
+    Task<Result<void>> askForLink(Error refusal, std::stop_token stop);
     void progressed(ByteCount written);
     [[nodiscard]] std::optional<ByteBlob> tokenFor(const ArrivedBytes& arrived) const;
 
     RunSurroundings& around_;
     DownloadPointer item_;
+    Tries& tries_;
     SpeedMeter speed_;
     std::optional<ResumePoint> resumed_;  // also where it is adopted: what it goes on from
     bool isAdopted_ = false;
@@ -115,6 +132,9 @@ private:
     ReceivingFolders::Place chosen_;  // where a new partial file belongs
     std::shared_ptr<PartialFile> partial_;
     Subscription noting_;
+    ByteCount furthest_ = 0;  // bytes of the file that have come
+    bool isJoined_ = false;
+    bool refusesRanges_ = false;
 };
 
 }  // namespace tovri

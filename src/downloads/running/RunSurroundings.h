@@ -12,6 +12,7 @@
 #include "downloads/placing/ConflictQueue.h"
 #include "downloads/placing/DurabilityCommit.h"
 #include "downloads/placing/Placement.h"
+#include "downloads/retrying/Tries.h"
 #include "downloads/running/ReceivingFolders.h"
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
@@ -43,6 +44,8 @@ struct RunSurroundings {
     KeptFiles& kept;
     Leftovers& leftovers;
     DestinationCheck& destinations;
+    const WallClock& clock;
+    HostBrakes& brakes;
 
     std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded
     std::filesystem::path stagingFolder;
@@ -52,7 +55,8 @@ struct RunSurroundings {
     DownloadService* service = nullptr;        // null before the manager is configured
     const Preferences* preferences = nullptr;  // likewise
     bool isQueuePaused = false;
-    bool isEnding = false;  // nothing begins any more
+    MainLoop::TimePoint lastGain = {};  // when a byte came last, of any item
+    bool isEnding = false;              // nothing begins any more
 };
 
 }  // namespace tovri

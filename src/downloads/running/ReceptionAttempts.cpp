@@ -1,0 +1,150 @@
+// How a reception's bytes come: the attempts, and what follows on each.
+#include <utility>
+
+#include "downloads/retrying/RetryingDownloadService.h"
+#include "downloads/running/ArrivalProof.h"
+#include "downloads/running/Reception.h"
+#include "downloads/running/StarvationWatch.h"
+#include "platform/Await.h"
+
+namespace tovri {
+
+using Urgency = SaveSchedule::Urgency;
+
+Task<Result<void>> Reception::receive(std::string link, std::stop_token stop) {
+    link_ = std::move(link);
+    while (true) {
+        Result<HostBrake::Pass> pass = co_await tries_.begin(hostOf(link_), stop);
+        if (!pass) co_return failure(pass);
+        AttemptEnd end = co_await attempt(std::move(*pass), stop);
+        if (!end.error) co_return Result<void>();
+        if (stop.stop_requested() || end.next == Next::nothing) co_return failure(std::move(*end.error));
+        if (end.next == Next::newLink) {
+            Result<void> asked = co_await askForLink(std::move(*end.error), stop);
+            if (!asked) co_return asked;
+        }
+        if (end.next == Next::firstByte || !canGoOn()) beginAnew();
+    }
+}
+
+// The same content under a link that is good now.
+Task<Result<void>> Reception::askForLink(Error refusal, std::stop_token stop) {
+    if (!tries_.mayAskForLink()) co_return failure(std::move(refusal));
+    RetryingDownloadService service(*around_.service, tries_);
+    Result<std::string> link = co_await service.downloadLink(item_->fileID, std::move(stop));
+    if (!link) co_return failure(link);
+    link_ = std::move(*link);
+    co_return Result<void>();
+}
+
+// --- One attempt ---
+
+ExpectedAnswer Reception::expectedAnswer() const {
+    const AnnouncedFile announced = partial_->announced();
+    const ByteCount offset = partial_->taken();
+    return {.offset = offset,
+            .length = announced.length,
+            .validator = offset > 0 ? announced.validator : std::string(),
+            .listedSize = item_->expectedSize(),
+            .hasListedChecksum = listedChecksum(*item_).has_value()};
+}
+
+TransferRequest Reception::request(const ExpectedAnswer& expected) const {
+    TransferRequest request;
+    request.url = link_;
+    request.first = expected.offset;
+    request.validator = expected.hasListedChecksum ? std::string() : expected.validator;
+    request.accept = [expected, partial = partial_](const AnswerHead& head) -> Result<void> {
+        Result<AnnouncedFile> announced = checkAnswer(expected, head);
+        if (!announced && isRefusal(expected, head)) partial->noteRefusal();
+        if (!announced) return failure(announced);
+        partial->announce(std::move(*announced));
+        return {};
+    };
+    request.receiver = partial_;
+    return request;
+}
+
+Task<Reception::AttemptEnd> Reception::attempt(HostBrake::Pass pass, std::stop_token stop) {
+    const ExpectedAnswer expected = expectedAnswer();
+    TransferRequest request = this->request(expected);
+    request.onProgress = [this, &pass, offset = expected.offset, stop](ByteCount received) {
+        pass.succeeded();
+        if (!stop.stop_requested()) progressed(offset + received);
+    };
+    std::stop_source given;  // up, for either reason
+    std::stop_callback stopped(stop, [given]() mutable { given.request_stop(); });
+    bool isStarved = false;
+    const StarvationWatch watch(
+        around_.loop, [this] { return partial_->taken(); },
+        [&] {
+            isStarved = !partial_->waitsForVolume() && around_.list.nextCandidate();
+            if (isStarved) given.request_stop();
+        });
+    Result<TransferEnd> end = co_await Answer<TransferEnd>(
+        around_.loop, given.get_token(),
+        [this, &request](auto done) { return around_.transfers.fetch(std::move(request), std::move(done)); });
+    if (end) co_return judge(expected, std::move(*end), std::move(pass));
+    if (isStarved && !stop.stop_requested()) tries_.isStarved();
+    co_return AttemptEnd{.error = std::move(end.error())};
+}
+
+// --- What follows ---
+
+Reception::AttemptEnd Reception::judge(const ExpectedAnswer& expected, TransferEnd end, HostBrake::Pass pass) {
+    if (end.received > 0) progressed(expected.offset + end.received);
+    if (end.received > 0 && expected.offset > 0) isJoined_ = true;
+    std::optional<Error> error = errorOf(expected, end);
+    if (!error) {
+        pass.succeeded();
+        return {};
+    }
+    if (tries_.mayTryAgain(std::move(pass), *error)) return {Next::sameByte, std::move(error)};
+    if (tries_.isUsedUp() || partial_->error()) return {Next::nothing, std::move(error)};
+    if (isExpiredLink(*error)) return {Next::newLink, std::move(error)};
+    const bool isOfRange = end.head && (end.head->status == 416 || !checkAnswer(expected, *end.head));
+    if (isOfRange && expected.offset > 0 && !isResumed()) {
+        refusesRanges_ = true;
+        return {Next::firstByte, std::move(error)};
+    }
+    return {Next::nothing, std::move(error)};
+}
+
+std::optional<Error> Reception::errorOf(const ExpectedAnswer& expected, TransferEnd& end) const {
+    if (std::optional<Error> refused = partial_->error()) return refused;
+    const AnnouncedFile announced = partial_->announced();
+    const bool hasAll = announced.length && expected.offset + end.received == *announced.length;
+    if (end.error && !(hasAll && end.received > 0)) return std::move(end.error);
+    const ByteCount whole = announced.length.value_or(announced.limit);
+    if (whole < 0 || expected.offset + end.received == whole) return std::nullopt;
+    const TransportFault fault = announced.length ? TransportFault::brokenOff : TransportFault::none;
+    return Error(fault, "The server sent fewer bytes than it announced; retry.");
+}
+
+// From the bytes that are there. What holds two attempts together is a validator, or the checksum of the whole.
+bool Reception::canGoOn() const {
+    const AnnouncedFile announced = partial_->announced();
+    if (partial_->taken() == 0) return true;
+    if (refusesRanges_ || !announced.length || partial_->taken() >= *announced.length) return false;
+    return !announced.validator.empty() || listedChecksum(*item_);
+}
+
+void Reception::progressed(ByteCount written) {
+    if (written > furthest_) {
+        furthest_ = written;
+        tries_.gains();
+        around_.lastGain = around_.loop.now();
+    }
+    const ByteCount expected = partial_->announced().length.value_or(-1);
+    const double progress =
+        expected > 0 ? static_cast<double>(written) / static_cast<double>(expected) : item_->progress;
+    const BytesPerSecond speed = speed_.sample(written, around_.loop.now()).value_or(item_->speed);
+    const bool hasChanged = item_->bytesDownloaded != written || item_->progress != progress || item_->speed != speed;
+    item_->bytesDownloaded = written;
+    item_->progress = progress;
+    item_->speed = speed;
+    if (hasChanged) around_.list.tellProgress(*item_);
+    around_.saves.request(Urgency::eventually);
+}
+
+}  // namespace tovri
