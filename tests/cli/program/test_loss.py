@@ -30,7 +30,7 @@ class LossTest(ProgramTest):
         super().setUp()
         self.seed = int(os.environ.get("TOVRI_TEST_SEED", random.randrange(1 << 30)))
         self.chance = random.Random(self.seed)
-        self.rounds = int(os.environ.get("TOVRI_TEST_KILLS", "12"))
+        self.rounds = int(os.environ.get("TOVRI_TEST_KILLS", "8"))
         self.done = []
 
     def folder(self, sizes, depth=0):
