@@ -33,10 +33,9 @@ void SyncManager::configure(PutIOAPI& api, DownloadManager& downloadManager) {
         if (const auto self = held.lock()) (*self)->fileSettled(rule, fileID);
     });
     watching_ = downloadManager.onChange([this](const QueueChange& change) {
-        if (change.kind != QueueChange::Kind::status) return;
-        secureArrival(*change.item);
-        reportDoubt(*change.item);
+        if (change.kind == QueueChange::Kind::status) reportDoubt(*change.item);
     });
+    securing_ = downloadManager.onSecured([this](const Download& item) { noteSecured(item); });
     settleUnseen();
 }
 
@@ -105,7 +104,12 @@ void SyncManager::deleteRule(const UUID& id) {
 void SyncManager::fileSettled(const UUID& rule, FileID fileID) {
     const std::vector<std::size_t> changed = settle(rule, fileID);
     if (changed.empty()) return;
-    save();
+    if (isUnsecured(rule, fileID)) {
+        unsecured_.insert({rule, fileID});
+    } else {
+        unsecured_.erase({rule, fileID});
+        save();
+    }
     for (const std::size_t index : changed) changes_.tell({SyncChange::Kind::ruleChanged, index});
 }
 
@@ -125,10 +129,17 @@ std::vector<std::size_t> SyncManager::settle(const UUID& rule, FileID fileID) {
     return changed;
 }
 
-// A file that put.io is going to lose is durable already; any other is before its rule knows it.
-void SyncManager::secureArrival(const Download& item) {
-    if (item.status == Status::completed && item.syncRuleID && !item.deleteAfterDownload && item.resolvedURL)
-        store_.writeAfter(*item.resolvedURL);
+// Whether the rule's file has arrived and is still on its way to the disk. Then the rules file calls it pending: a loss
+// of power may take it.
+bool SyncManager::isUnsecured(const UUID& rule, FileID fileID) const {
+    const auto isOpen = [](const ConstDownloadPointer& item) {
+        return item->status == Status::completed && !item->durable.has_value();
+    };
+    return downloadManager_ && std::ranges::any_of(downloadManager_->downloads().ofRule(rule, fileID), isOpen);
+}
+
+void SyncManager::noteSecured(const Download& item) {
+    if (item.syncRuleID && unsecured_.erase({*item.syncRuleID, item.fileID}) > 0) save();
 }
 
 void SyncManager::reportDoubt(const Download& item) {
@@ -143,7 +154,7 @@ void SyncManager::settleUnseen() {
         const SyncRule* rule = find(*item->syncRuleID);
         if (!rule || rule->knownFileIDs.contains(item->fileID)) continue;
         if (downloadManager_->mayBeLost(*item)) continue;  // told later, or fetched again
-        secureArrival(*item);
+        if (isUnsecured(rule->id, item->fileID)) unsecured_.insert({rule->id, item->fileID});
         std::ranges::copy(settle(rule->id, item->fileID), std::inserter(changed, changed.end()));
     }
     if (!changed.empty()) save();

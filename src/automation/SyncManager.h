@@ -144,11 +144,12 @@ private:
 
     [[nodiscard]] std::optional<std::size_t> indexOf(const UUID& id) const;
     [[nodiscard]] std::vector<std::size_t> settle(const UUID& rule, FileID fileID);
-    void secureArrival(const Download& item);
+    [[nodiscard]] bool isUnsecured(const UUID& rule, FileID fileID) const;
+    void noteSecured(const Download& item);
     void reportDoubt(const Download& item);
     void settleUnseen();
 
-    void save() { store_.save(rules_); }
+    void save() { store_.save(rules_, unsecured_); }
 
     void setSyncing(bool isSyncing);
     void setLastError(std::optional<std::string> text);
@@ -159,6 +160,7 @@ private:
     DownloadManager* downloadManager_ = nullptr;
 
     std::vector<SyncRule> rules_;
+    SyncRuleStore::Unsecured unsecured_;
     std::unordered_map<UUID, std::uint64_t> beginnings_;  // how often a rule began anew: an older listing is stale
     bool isSyncing_ = false;
     std::optional<std::string> lastError_;
@@ -166,6 +168,7 @@ private:
 
     std::shared_ptr<SyncManager*> self_;  // the engine's callback holds it weakly
     Subscription watching_;
+    Subscription securing_;
     std::optional<std::stop_source> pollingTask_;
     TaskScope scope_;
 };

@@ -22,17 +22,17 @@ Error unsaved(const Error& error) {
 // What the main thread hands over and the lane writes, one after the other.
 class SyncRuleStore::Writer {
 public:
+    struct Handed {
+        std::vector<SyncRule> rules;
+        Unsecured unsecured;
+    };
+
     Writer(FileManager& files, std::filesystem::path file) : files_(files), file_(std::move(file)) {}
 
     void keepOldFile() { mustKeepOldFile_ = true; }
 
-    void expect(std::filesystem::path arrived) {
-        const std::scoped_lock lock(handing_);
-        arrived_.push_back(std::move(arrived));
-    }
-
     // Whether a write() has to be arranged: none is waiting to begin.
-    [[nodiscard]] bool hand(std::vector<SyncRule> rules) {
+    [[nodiscard]] bool hand(Handed rules) {
         const std::scoped_lock lock(handing_);
         const bool isFirst = !rules_.has_value();
         rules_ = std::move(rules);
@@ -57,17 +57,21 @@ public:
 private:
     Result<void> writeHanded() {
         std::unique_lock handing(handing_);
-        const auto rules = std::exchange(rules_, std::nullopt);
-        const auto arrived = std::exchange(arrived_, {});
+        auto handed = std::exchange(rules_, std::nullopt);
         handing.unlock();
 
-        (void)files_.makeAllDurable(arrived);
+        for (SyncRule& rule : handed->rules) leavePending(rule, handed->unsecured);
         if (mustKeepOldFile_)
             if (Result<void> kept = keepOldFileAside(); !kept) return kept;
         mustKeepOldFile_ = false;
         (void)files_.createDirectories(file_.parent_path());
-        return files_.writeFileAtomically(file_,
-                                          [&](const FileManager::Sink& sink) { return encodeRules(*rules, sink); });
+        return files_.writeFileAtomically(
+            file_, [&](const FileManager::Sink& sink) { return encodeRules(handed->rules, sink); });
+    }
+
+    static void leavePending(SyncRule& rule, const Unsecured& unsecured) {
+        for (const auto& [id, file] : unsecured)
+            if (id == rule.id && rule.knownFileIDs.erase(file)) rule.pendingFileIDs.insert(file);
     }
 
     [[nodiscard]] Result<void> keepOldFileAside() {
@@ -83,8 +87,7 @@ private:
     std::filesystem::path file_;
 
     std::mutex handing_;  // held for a moment only: the main thread waits for it
-    std::optional<std::vector<SyncRule>> rules_;
-    std::vector<std::filesystem::path> arrived_;
+    std::optional<Handed> rules_;
     Result<void> outcome_;
 
     bool mustKeepOldFile_ = false;  // set before anything is written, then the lane's
@@ -107,8 +110,8 @@ std::vector<SyncRule> SyncRuleStore::load() {
     return {};
 }
 
-void SyncRuleStore::save(const std::vector<SyncRule>& rules) {
-    if (!writer_->hand(rules)) return;
+void SyncRuleStore::save(const std::vector<SyncRule>& rules, const Unsecured& unsecured) {
+    if (!writer_->hand({rules, unsecured})) return;
     platform_.volumes.run(lane, [&loop = platform_.loop, writer = writer_, held = std::weak_ptr(tellFailure_)] {
         const Result<void> written = writer->write();
         if (written) return;
@@ -117,10 +120,6 @@ void SyncRuleStore::save(const std::vector<SyncRule>& rules) {
             if (tell && *tell) (*tell)(error);
         });
     });
-}
-
-void SyncRuleStore::writeAfter(std::filesystem::path arrived) {
-    writer_->expect(std::move(arrived));
 }
 
 Result<void> SyncRuleStore::finish() {

@@ -3,6 +3,8 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include "automation/SyncRule.h"
@@ -25,11 +27,12 @@ public:
     // line, and stays under another name when the first save replaces it.
     [[nodiscard]] std::vector<SyncRule> load();
 
-    // Writes these rules, durably, after those under way. Rules that are still waiting for that make way.
-    void save(const std::vector<SyncRule>& rules);
+    // A file that a rule knows by now, while nobody knows whether it would survive a loss of power.
+    using Unsecured = std::set<std::pair<UUID, FileID>>;
 
-    // Before the rules are written that say that the file has arrived, its bytes are on the disk.
-    void writeAfter(std::filesystem::path arrived);
+    // Writes these rules, durably, after those under way. Rules that are still waiting for that make way. What is not
+    // secured is written as pending.
+    void save(const std::vector<SyncRule>& rules, const Unsecured& unsecured);
 
     // Returns when what was to be saved is written, or could not be; at the latest after ten seconds.
     Result<void> finish();

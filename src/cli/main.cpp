@@ -205,7 +205,7 @@ private:
         ::alarm(2);
         volumes_.limitWaits(VolumeQueues::patienceAtEnd);
         if (hasEnded_) return end(ExitCode::interrupted);
-        command_->interrupt([this] { end(ExitCode::interrupted); });
+        command_->interrupt([this](ExitCode code) { end(code); });
     }
 
     Invocation invocation_;

@@ -153,6 +153,12 @@ public:
     // that has arrived would survive a loss of power; or why it cannot be made to.
     Task<Result<void>> secure(std::stop_token stop);
 
+    // The folders with what secure() waits for.
+    [[nodiscard]] std::set<std::filesystem::path> unsecuredFolders() const;
+
+    // Told of each completed item once its file would survive a loss of power, or where that cannot be had.
+    Subscription onSecured(std::function<void(const Download&)> tell) { return durability_.onSecured(std::move(tell)); }
+
     // Writes the queue file before it returns. False, after a diagnostic line, when it could not.
     bool saveNow() { return use_ == Use::none || saver_.saveNow(); }
 

@@ -163,6 +163,12 @@ Task<Result<void>> DownloadManager::secure(std::stop_token stop) {
     co_return secured;
 }
 
+std::set<std::filesystem::path> DownloadManager::unsecuredFolders() const {
+    std::set<std::filesystem::path> folders(recovery_.foldersLookedAt().begin(), recovery_.foldersLookedAt().end());
+    folders.insert(durability_.unfinishedFolders().begin(), durability_.unfinishedFolders().end());
+    return folders;
+}
+
 void DownloadManager::openForEditing() {
     if (use_ != Use::none) return;
     use_ = Use::editing;

@@ -240,11 +240,38 @@ TEST(Rules, areWrittenInTheirOrder) {
         SyncRule rule = fakes.newRule(FolderID(round), "Shows");
         for (std::int64_t settled = 0; settled < 50; ++settled) {
             rule.knownFileIDs.insert(FileID(settled));
-            store.save({rule});
+            store.save({rule}, {});
         }
         store.finish().value();
         EXPECT_EQ(SyncRuleStore(real).load().at(0).knownFileIDs.size(), 50U);
     }
+}
+
+// A disk that hangs leaves its own files in doubt, and no others.
+TEST(Rules, areWrittenWhileADestinationHangs) {
+    SyncWorld home;
+    home.world.files.addVolume("/mnt/slow");
+    const FolderID shows = home.world.addFolder("Shows");
+    const FolderID films = home.world.addFolder("Films");
+    home.watch(shows);
+    SyncRule slow = home.newRule(films, "Films");
+    slow.localFolderPath = "/mnt/slow";
+    home.sync->addRule(slow);
+    home.settle();
+    const FileID here = home.world.addFile("here", "x", shows);
+    const FileID there = home.world.addFile("there", "x", films);
+    const std::string lane = "volume " + std::to_string(home.world.files.identity("/mnt/slow")->volume) + " sync";
+    home.world.volumes.hang(lane);
+    home.sync->startSyncAll(SyncUrgency::forced);
+    home.world.loop.advance(10s);
+    EXPECT_EQ(home.rule(slow.id).knownFileIDs, FileIDSet{there});
+    EXPECT_EQ(home.savedRules().at(0).knownFileIDs, FileIDSet{here});
+    EXPECT_EQ(home.savedRules().at(1).knownFileIDs, FileIDSet{});
+    EXPECT_EQ(home.savedRules().at(1).pendingFileIDs, FileIDSet{there});
+    EXPECT_TRUE(home.sync->saveNow());
+    home.world.volumes.goOn(lane);
+    home.world.loop.advance(1s);
+    EXPECT_EQ(home.savedRules().at(1).knownFileIDs, FileIDSet{there});
 }
 
 TEST(Rules, sayThatTheyCannotBeWritten) {

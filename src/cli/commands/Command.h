@@ -21,7 +21,7 @@ public:
     virtual Task<ExitCode> run(std::stop_token stop) = 0;
 
     // The user wants it to end: brings what is under way to a safe rest and calls `done`, soon in any case.
-    virtual void interrupt(std::function<void()> done) { done(); }
+    virtual void interrupt(std::function<void(ExitCode)> done) { done(ExitCode::interrupted); }
 };
 
 // The command that the context's invocation names. `context` outlives it.

@@ -54,8 +54,8 @@ std::size_t ControlCommand::changeQueue() {
             return changed(Status::cancelled, &DownloadManager::cancelAll);
         default:
             const std::vector<ConstDownloadPointer> finished = queue.finishedDownloads();
-            for (const ConstDownloadPointer& item : finished) settle(*item);
             queue.clearFinished();
+            for (const ConstDownloadPointer& item : finished) settle(*item);
             return finished.size();
     }
 }
@@ -86,8 +86,8 @@ void ControlCommand::change(const ConstDownloadPointer& item) {
             if (!isFinished(item->status) && item->status != Status::deleting) queue.cancel(item);
             return;
         default:
-            settle(*item);
-            return queue.remove(item);
+            queue.remove(item);
+            return settle(*item);
     }
 }
 

@@ -23,7 +23,7 @@ public:
 
     Task<ExitCode> run(std::stop_token stop) final;
 
-    void interrupt(std::function<void()> done) final { downloads_.interrupt(std::move(done)); }
+    void interrupt(std::function<void(ExitCode)> done) final { downloads_.interrupt(std::move(done)); }
 
 protected:
     // What is wrong with the arguments as long as nothing was begun; empty when nothing is.

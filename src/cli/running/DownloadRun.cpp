@@ -1,5 +1,7 @@
 #include "cli/running/DownloadRun.h"
 
+#include <chrono>
+
 #include <fmt/format.h>
 
 #include "cli/display/DisplayText.h"
@@ -141,10 +143,23 @@ Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
 // the machine may have lost a file since the previous run.
 Task<bool> DownloadRun::secure() {
     if (isGivingUp_) co_return true;
+    watchSecuring();
     Result<void> secured = co_await downloads_.secure(securing_.get_token());
+    watchingSecuring_.reset();
     if (!isOver()) co_return false;
     if (!secured) fail("what has arrived may not survive a loss of power: " + secured.error().description);
     co_return true;
+}
+
+void DownloadRun::watchSecuring() {
+    constexpr std::chrono::seconds moment{3};
+    watchingSecuring_ = context_.platform.loop.schedule(moment, [this] {
+        for (const std::filesystem::path& folder : downloads_.unsecuredFolders())
+            if (toldFolders_.insert(folder).second)
+                context_.terminal.message(
+                    fmt::format("Waiting until all that arrived in {} is on the disk.", printable(folder.native())));
+        watchSecuring();
+    });
 }
 
 void DownloadRun::tellPause() {
@@ -202,18 +217,31 @@ void DownloadRun::giveUp(std::string reason) {
     rest([this] { checkSoon(); });
 }
 
-void DownloadRun::interrupt(std::function<void()> done) {
+void DownloadRun::interrupt(std::function<void(ExitCode)> done) {
     const bool hasBegun = changes_.isActive();
+    const bool isSecuring = watchingSecuring_.isActive();
+    watchingSecuring_.reset();
     prompt_.close();
-    rest([this, hasBegun, done = std::move(done)] {
+    rest([this, hasBegun, isSecuring, done = std::move(done)] {
+        const auto unsecured = isSecuring ? downloads_.unsecuredFolders() : std::set<std::filesystem::path>();
         if (hasBegun) {
             changes_.reset();
             reporter_->end();
-            context_.terminal.message(
-                fmt::format("Stopped. Go on with: tovri-cli {}", until_ == Until::stopped ? "watch" : "run"));
+            tellStop(unsecured);
         }
-        done();
+        done(unsecured.empty() ? ExitCode::interrupted : ExitCode::failure);
     });
+}
+
+void DownloadRun::tellStop(const std::set<std::filesystem::path>& unsecured) {
+    if (unsecured.empty())
+        context_.terminal.message(
+            fmt::format("Stopped. Go on with: tovri-cli {}", until_ == Until::stopped ? "watch" : "run"));
+    for (const std::filesystem::path& folder : unsecured)
+        context_.terminal.message(
+            fmt::format("Stopped. Whether all that arrived in {} is on the disk is not known: a loss of power may take "
+                        "it. Make sure with: tovri-cli run",
+                        printable(folder.native())));
 }
 
 }  // namespace tovri::cli

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <stop_token>
 #include <string>
 
@@ -40,8 +42,9 @@ public:
     // would survive a loss of power.
     Task<ExitCode> work(Until until, std::stop_token stop);
 
-    // Ctrl-C: soon, also when a transfer does not come to rest in time.
-    void interrupt(std::function<void()> done);
+    // Ctrl-C: soon, also when a transfer does not come to rest in time. Failure where all has arrived and only a disk
+    // was waited for.
+    void interrupt(std::function<void(ExitCode)> done);
 
 private:
     void follow(const QueueChange& change);
@@ -51,6 +54,8 @@ private:
     void checkSoon();
     [[nodiscard]] bool isOver() const;
     Task<bool> secure();
+    void watchSecuring();
+    void tellStop(const std::set<std::filesystem::path>& unsecured);
     void rest(std::function<void()> done);
 
     // Ends the run before it is empty, for this reason.
@@ -71,6 +76,8 @@ private:
     bool isAtRest_ = false;
     std::move_only_function<void()> ended_;
     std::stop_source securing_;
+    Subscription watchingSecuring_;                // while what has arrived is taken to the disk
+    std::set<std::filesystem::path> toldFolders_;  // that this takes long in
     Subscription check_;
     Subscription signOut_;
     Subscription changes_;

@@ -19,18 +19,20 @@ DurabilityCommit::DurabilityCommit(VolumePorts ports, DownloadList& list, SaveSc
 
 void DurabilityCommit::add(const DownloadPointer& item) {
     if (item->status != Status::completed || !item->resolvedURL) return;
-    ++unfinished_;
+    unfinished_.insert(std::filesystem::path(*item->resolvedURL).parent_path());
     scope_.start(findVolume(item));
 }
 
 Task<> DurabilityCommit::findVolume(DownloadPointer item) {
     const Path path = *item->resolvedURL;
     Result<std::string> lane = co_await ports_.lanes.laneOf(path.parent_path(), {});
-    if (lane) wait(*lane, {.path = path, .item = item});
+    if (!lane) co_return;
+    if (item->syncRuleID) volumes_[*lane].isUrgent = true;
+    wait(*lane, {.path = path, .item = item});
 }
 
 Task<Result<void>> DurabilityCommit::secure(Path placed, std::string lane) {
-    ++unfinished_;
+    unfinished_.insert(placed.parent_path());
     Result<std::monostate> secured = co_await Answer<std::monostate>(ports_.loop, {}, [&](auto done) {
         volumes_[lane].isUrgent = true;
         wait(lane, {.path = placed, .item = nullptr, .secured = std::move(done)});
@@ -102,9 +104,10 @@ Task<> DurabilityCommit::commit(std::string lane) {
 }
 
 void DurabilityCommit::conclude(Arrival arrival, const Outcome& outcome) {
-    --unfinished_;
+    unfinished_.erase(unfinished_.find(arrival.path.parent_path()));
     if (!outcome.durable && !outcome.isGone && !refused_) refused_ = outcome.durable.error();
     if (arrival.item) concludeItem(*arrival.item, arrival.path, outcome);
+    if (arrival.item) secured_.tell(*arrival.item);
     if (!arrival.secured) return;
     if (outcome.durable)
         arrival.secured(std::monostate());

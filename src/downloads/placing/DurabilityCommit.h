@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <stop_token>
 #include <string>
 #include <unordered_map>
@@ -32,7 +33,8 @@ public:
     // How long a file that has arrived may wait for others.
     static constexpr std::chrono::seconds patience{2};
 
-    // Takes a completed item's file to the disk with the next commit.
+    // Takes a completed item's file to the disk with the next commit. For the file of a rule that is now: the rule has
+    // to know it before the item leaves the queue.
     void add(const DownloadPointer& item);
 
     // Returns when the file would survive a loss of power, or why it cannot be made to. It waits for no others. `lane`
@@ -46,7 +48,13 @@ public:
     // Nothing waits for others any more: the process is about to end.
     void hurry();
 
-    [[nodiscard]] bool isDone() const { return unfinished_ == 0; }
+    [[nodiscard]] bool isDone() const { return unfinished_.empty(); }
+
+    // Where the files are that are not done yet, each folder as often as it has one.
+    [[nodiscard]] const std::multiset<std::filesystem::path>& unfinishedFolders() const { return unfinished_; }
+
+    // Told of each item that was added, once its file would survive, or where that cannot be had.
+    Subscription onSecured(std::function<void(const Download&)> tell) { return secured_.subscribe(std::move(tell)); }
 
     // Told each time when nothing is left to do.
     Subscription onDone(std::function<void()> tell) { return done_.subscribe(std::move(tell)); }
@@ -85,10 +93,11 @@ private:
     SaveSchedule& saves_;
     std::shared_ptr<PlacementJournal> journal_;        // shared with work under way
     std::unordered_map<std::string, Volume> volumes_;  // by lane
-    std::size_t unfinished_ = 0;                       // arrivals that are not durable yet
+    std::multiset<Path> unfinished_;                   // folders of arrivals that are not durable yet
     bool isHurrying_ = false;
     std::optional<Error> refused_;  // the first file that the disk would not keep
     Signal<> done_;
+    Signal<const Download&> secured_;
     Subscription following_;
     TaskScope scope_;
 };

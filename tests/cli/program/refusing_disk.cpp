@@ -1,5 +1,6 @@
-// Put before the system's library, this is a disk that refuses to keep what lies below the folder $REFUSED, and takes
-// its time for what lies below the folder $SLOW.
+// Put before the system's library, this is a disk that refuses to keep what lies below the folder $REFUSED, takes its
+// time for what lies below the folder $SLOW, and does not answer for what lies below the folder $SILENT as long as the
+// file $SILENCE is there.
 #include <cerrno>
 #include <cstdlib>
 #include <string>
@@ -23,6 +24,8 @@ bool isBelow(const char* variable, int descriptor) {
 int passOn(const char* name, int descriptor) {
     constexpr unsigned longerThanAnyEndWaits = 3;  // seconds
     if (isBelow("SLOW", descriptor)) ::sleep(longerThanAnyEndWaits);
+    if (const char* silence = std::getenv("SILENCE"); silence != nullptr && isBelow("SILENT", descriptor))
+        while (::access(silence, F_OK) == 0) ::usleep(10'000);
     if (isBelow("REFUSED", descriptor)) {
         errno = EIO;
         return -1;

@@ -141,6 +141,24 @@ class Refusing(ProgramTest):
         self.get("/Generated", "--delete", status=1)
         self.assertEqual(self.sandbox.requests(path="/files/delete"), [])
 
+    def test_one_that_does_not_answer_is_named_and_ctrl_c_says_what_is_not_known(self):
+        hanging = self.home / "hanging"
+        hanging.touch()
+        self.environment.update({"SILENCE": str(hanging), "SILENT": self.environment.pop("REFUSED")})
+        process = self.start("get", "/Generated", "--to", str(self.downloads))
+        messages = process.stderr.readline()
+        self.assertRegex(messages, rf"^Waiting until all that arrived in {self.downloads}\S* is on the disk\.$")
+        process.send_signal(signal.SIGINT)
+        output, messages = process.communicate(timeout=SOON)
+        self.assertEqual(process.returncode, 1, messages)
+        self.assertIn("12 arrived", output)
+        self.assertIn("is on the disk is not known: a loss of power may take it. Make sure with: tovri-cli run", messages)
+        self.assertNotIn("Stopped. Go on", messages)
+        hanging.unlink()
+        self.run_cli("run")
+        asked = [item for item in json.loads((self.data / "queue.json").read_text())["downloads"] if not item["durable"]]
+        self.assertEqual(asked, [])
+
 
 @unittest.skipUnless("REFUSING_DISK" in os.environ, "no disk is slow here: the program is built with a sanitizer")
 class Slow(ProgramTest):
