@@ -62,6 +62,9 @@ public:
     // The volume on which something at the path would be.
     [[nodiscard]] virtual Result<Volume> volume(const Path& path) = 0;
 
+    // Where the volume of this lasting identity is mounted now, wherever it was before.
+    [[nodiscard]] virtual std::vector<Path> mountPoints(const std::string& identity) = 0;
+
     // With all missing parents; an existing folder is fine.
     [[nodiscard]] virtual Result<void> createDirectories(const Path& path) = 0;
 

@@ -14,6 +14,7 @@ namespace tovri {
 struct Volume {
     std::uint64_t number = 0;            // as in FileIdentity: good while it is mounted
     std::string identity;                // lasting: tells it from others also after it was mounted anew
+    bool keepsNumbers = false;           // whether its files have the numbers of FileIdentity then, too
     std::filesystem::path folder;        // the nearest folder that exists
     std::optional<ByteCount> available;  // bytes that the user may still fill; none where the volume does not say
     std::optional<ByteCount> total;

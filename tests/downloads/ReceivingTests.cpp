@@ -162,6 +162,52 @@ TEST_F(Receiving, listsAFolderBeforeItIsMade) {
     }
 }
 
+TEST_F(Receiving, goesOnWhereTheVolumeIsMountedNow) {
+    enqueueSlowly(usb / "Shows", "file");
+    const DownloadPointer other = enqueueSlowly(usb / "Shows", "other");
+    world.loop.advance(10s);
+    quit();
+    const Path now = "/media/ann/usb";
+    world.files.mountElsewhere(usb, now);
+    world.preferences.setMaxConcurrentDownloads(1);
+    world.start();
+    ASSERT_THAT(receivingFolders(now / "Shows"), SizeIs(1));
+    world.manager().remove(world.find(other->fileID));
+    const DownloadPointer item = world.manager().downloads().items().front();
+    world.loop.advance(5s);
+    EXPECT_THAT(world.files.files(receivingFolders(now / "Shows").at(0)), SizeIs(1));
+    // Its name is remembered, not where it is for the time being.
+    quit();
+    world.files.mountElsewhere(now, usb);
+    world.start();
+    world.settle();
+    EXPECT_EQ(world.files.fileSize(*world.find(item->fileID)->resolvedURL), 3000);
+    EXPECT_EQ(world.storage.resumed, 2);
+    EXPECT_LT(world.storage.bytesSent, 3100 + 1100);
+    EXPECT_THAT(receivingFolders(usb / "Shows"), IsEmpty());
+}
+
+TEST_F(Receiving, aCopyOfTheDataFolderLeavesTheOriginalsFoldersAlone) {
+    enqueueSlowly(usb / "Shows", "file");
+    world.loop.advance(10s);
+    quit();
+    const Path original = receivingFolders(usb / "Shows").at(0);
+    const Path identifierFile = World::data / "data-folder.id";
+    std::string identifier = *world.files.content(identifierFile);
+    identifier.insert(identifier.size() - 1, "9");  // another folder's number
+    world.files.put(identifierFile, identifier);
+    world.start();
+    world.loop.advance(1s);
+    EXPECT_THAT(world.files.files(original), SizeIs(1));
+    EXPECT_THAT(list(), testing::Not(HasSubstr(original.native())));
+    world.settle();
+    restart();
+    world.settle();
+    EXPECT_EQ(world.files.fileSize(usb / "Shows/file"), 3000);
+    EXPECT_THAT(world.files.files(original), SizeIs(1));
+    EXPECT_THAT(receivingFolders(usb / "Shows"), SizeIs(1));
+}
+
 TEST_F(Receiving, goesOnInNoFolderThatItDoesNotKnow) {
     const UUID name = world.random.makeUUID();
     const Path secret = "/home/user/Documents" / Path(name.text());

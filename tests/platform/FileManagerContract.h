@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <string>
@@ -326,6 +327,13 @@ TEST_P(FileManagerContract, knowsTheVolumeOfAPathThatIsYetToBe) {
     }
     const Volume other = files.volume(elsewhere).value();
     EXPECT_EQ(other.identity == volume.identity, other.number == volume.number);
+    if (volume.keepsNumbers) {
+        const std::vector<Path> points = files.mountPoints(volume.identity);
+        EXPECT_TRUE(std::ranges::any_of(points, [&](const Path& point) {
+            return files.volume(point)->identity == volume.identity && files.isWithin(here, point);
+        }));
+    }
+    EXPECT_THAT(files.mountPoints("uuid:none"), testing::IsEmpty());
 }
 
 TEST_P(FileManagerContract, fillsAFileInAnyOrder) {

@@ -14,7 +14,7 @@ void MemoryFileManager::addVolume(const Path& mountPoint) {
     put(mountPoint / "x", "");
     find(mountPoint)->entries.clear();
     find(mountPoint)->makeDurable();
-    disks_[normal(mountPoint)] = {};
+    disks_[normal(mountPoint)] = {.identity = "memory at " + normal(mountPoint).native()};
 }
 
 void MemoryFileManager::unmount(const Path& mountPoint) {
@@ -27,6 +27,15 @@ void MemoryFileManager::unmount(const Path& mountPoint) {
 void MemoryFileManager::mount(const Path& mountPoint) {
     const Path place = normal(mountPoint);
     hang(place, std::exchange(disks_.at(place).detached, nullptr));
+}
+
+void MemoryFileManager::mountElsewhere(const Path& mountPoint, const Path& place) {
+    if (!disks_.at(normal(mountPoint)).detached) unmount(mountPoint);
+    put(place / "x", "");
+    auto disk = disks_.extract(normal(mountPoint));
+    disk.key() = normal(place);
+    disks_.insert(std::move(disk));
+    mount(place);
 }
 
 // Puts the folder into the tree, for a loss of power too.
@@ -142,12 +151,20 @@ Result<Volume> MemoryFileManager::volume(const Path& path) {
     const Path place = mountPointOf(volume.folder);
     const Disk& disk = disks_.at(place);
     volume.number = volumeNumber(volume.folder);
-    volume.identity = "memory at " + place.native();
+    volume.identity = disk.identity;
+    volume.keepsNumbers = true;
     volume.total = disk.capacity;
     if (disk.capacity) volume.available = *disk.capacity - used(place);
     volume.longestName = disk.longestName;
     volume.isWritable = checkWritable(volume.folder).has_value();
     return volume;
+}
+
+std::vector<Path> MemoryFileManager::mountPoints(const std::string& identity) {
+    std::vector<Path> points;
+    for (const auto& [place, disk] : disks_)
+        if (!disk.detached && disk.identity == identity) points.push_back(place);
+    return points;
 }
 
 ByteCount MemoryFileManager::used(const Path& mountPoint) const {

@@ -29,6 +29,9 @@ public:
     void unmount(const Path& mountPoint);
     void mount(const Path& mountPoint);
 
+    // Mounts what was mounted at `mountPoint`, or is away, at another place.
+    void mountElsewhere(const Path& mountPoint, const Path& place);
+
     // Most bytes that the files of the path's volume may hold together.
     void setCapacity(const Path& volume, ByteCount capacity);
     void setLongestName(const Path& volume, std::size_t length);
@@ -75,6 +78,7 @@ public:
     [[nodiscard]] std::optional<FileStamp> stamp(const Path& path) override;
     [[nodiscard]] bool isWithin(const Path& path, const Path& folder) override;
     [[nodiscard]] Result<Volume> volume(const Path& path) override;
+    [[nodiscard]] std::vector<Path> mountPoints(const std::string& identity) override;
     [[nodiscard]] Result<void> createDirectories(const Path& path) override;
     [[nodiscard]] Result<void> createPrivateFolder(const Path& path) override;
     [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;
@@ -111,7 +115,8 @@ private:
     struct Disk {
         std::optional<ByteCount> capacity;
         std::size_t longestName = 255;
-        NodePointer detached;  // its root, while it is not mounted
+        std::string identity = {};
+        NodePointer detached = {};  // its root, while it is not mounted
     };
 
     // A place for an entry: the folder that holds it and its name there.
@@ -136,7 +141,7 @@ private:
     [[nodiscard]] std::map<Path, std::string> collect(const Path& folder, bool isDurable) const;
 
     NodePointer root_;
-    std::map<Path, Disk> disks_{{"/", {}}};  // by where they are mounted
+    std::map<Path, Disk> disks_{{"/", {.identity = "memory at /"}}};  // by where they are mounted
     std::set<Path> readOnly_;
     std::vector<Fault> faults_;
     std::optional<int> operationsLeft_;

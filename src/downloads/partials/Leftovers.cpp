@@ -74,8 +74,8 @@ void Leftovers::look(Names kept, std::string bootID) {
     for (const Path& folder : ports_.receiving.folders()) unknown_.insert(folder);
     ports_.receiving.visit([&loop = ports_.loop, &files = ports_.files,
                             kept = std::make_shared<const Names>(std::move(kept)), bootID = std::move(bootID),
-                            self = std::weak_ptr(self_)](const Path& folder, bool isThere) {
-        auto found = isThere ? lookThrough(files, folder, *kept, bootID) : std::vector<PartialNote>();
+                            self = std::weak_ptr(self_)](const Path& folder, const std::optional<Path>& place) {
+        auto found = place ? lookThrough(files, *place, *kept, bootID) : std::vector<PartialNote>();
         loop.post([self, folder, found = std::move(found)]() mutable {
             if (const auto leftovers = self.lock()) (*leftovers)->looked(folder, std::move(found));
         });
@@ -90,7 +90,8 @@ void Leftovers::looked(const Path& folder, std::vector<PartialNote> found) {
 }
 
 Task<Result<void>> Leftovers::known(Path folder, std::stop_token stop) {
-    while (unknown_.contains(folder)) {
+    const Path name = ports_.receiving.tokenOf(folder).value_or(folder);  // it may be elsewhere now
+    while (unknown_.contains(name)) {
         using Told = std::monostate;
         Result<Told> told = co_await Answer<Told>(ports_.loop, stop, [this](auto done) {
             auto tell = std::make_shared<decltype(done)>(std::move(done));

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <stop_token>
@@ -18,7 +19,7 @@ namespace tovri {
 // rename and no other disk needs room for it. For the volume of the application's data that is `Partial` there; on
 // every other one a private folder, named after the data folder's own identifier, so that several data folders can use
 // one volume. A list of those stands beside the queue file: what it names, and nothing else, is cleaned and gone on
-// from.
+// from. A folder is known by where it was made, and found where its volume is mounted now.
 class ReceivingFolders {
 public:
     using Path = std::filesystem::path;
@@ -58,9 +59,9 @@ public:
     [[nodiscard]] std::vector<Path> folders() const;
 
     // Does the work in each of them, on its volume's thread, and removes the folders on other volumes that are empty
-    // then. Where another volume is mounted in a folder's place the work is told so, and has to leave it alone. No file
-    // that is chosen a place later is there yet.
-    using Work = std::function<void(const Path& folder, bool isThere)>;
+    // then. Told with each is where it is now, which is nowhere while its volume is away. No file that is chosen a
+    // place later is there yet.
+    using Work = std::function<void(const Path& folder, const std::optional<Path>& place)>;
     void visit(const Work& work);
 
     // Takes the folder from the list if it is gone; a volume that is not there keeps its place.
@@ -75,7 +76,8 @@ public:
 private:
     struct Listed {
         std::string volume;  // Volume::identity
-        Path folder;
+        Path folder;         // where it was made
+        Path mountPoint;     // of the volume, then; empty where an earlier version made it
 
         bool operator==(const Listed&) const = default;
     };
@@ -84,15 +86,23 @@ private:
     struct Found {
         bool isOwnVolume = false;
         Listed entry;
+        Path folder;  // where it is now
     };
 
     [[nodiscard]] static Result<Found> look(FileManager& files, const Path& destination,
                                             std::optional<std::uint64_t> own, const std::vector<Listed>& listed,
                                             const std::string& name);
-    [[nodiscard]] static bool isMounted(FileManager& files, const Listed& entry);
-    [[nodiscard]] bool isListed(const Path& folder) const;
+    [[nodiscard]] static bool isMounted(FileManager& files, const Path& folder, const Listed& entry);
+    [[nodiscard]] static Path whereIs(FileManager& files, const Listed& entry);
+    void loadIdentifier();
+    [[nodiscard]] std::string identifierText() const;
+    [[nodiscard]] std::optional<std::string> ownMark() const;
+    Task<Result<Path>> findFolder(Listed entry, std::stop_token stop);
+    using PlacedWork = std::function<void(FileManager& files, const Path& folder, bool isThere)>;
+    void runIn(const Listed& entry, PlacedWork work);
+    [[nodiscard]] std::optional<Listed> listed(const Path& folder) const;
     [[nodiscard]] static bool holds(const std::vector<Listed>& list, const Listed& entry);
-    Task<Result<Listed>> listFor(Path destination, std::string lane, std::stop_token stop);
+    Task<Result<Found>> listFor(Path destination, std::string lane, std::stop_token stop);
     Task<Result<void>> write(std::stop_token stop);
     [[nodiscard]] std::string folderName();
 
@@ -106,7 +116,8 @@ private:
     std::vector<Listed> listed_;
     std::vector<Listed> listedOnDisk_;  // for sure, whatever is being written
     int writes_ = 0;
-    std::set<Path> chosen_;  // by this process
+    std::set<Path> chosen_;         // by this process
+    std::map<Path, Path> movedTo_;  // where it is now, and where it was made
 };
 
 }  // namespace tovri

@@ -24,8 +24,9 @@ Task<Result<std::string>> VolumeLanes::laneOf(std::filesystem::path folder, std:
     co_return lane;
 }
 
-void VolumeLanes::run(const std::filesystem::path& folder, VolumeQueues::Work work) {
-    volumes_.run(folderLane(folder), [&files = files_, &volumes = volumes_, folder, work = std::move(work)]() mutable {
+void VolumeLanes::run(FileManager& files, VolumeQueues& volumes, const std::filesystem::path& folder,
+                      VolumeQueues::Work work) {
+    volumes.run(folderLane(folder), [&files, &volumes, folder, work = std::move(work)]() mutable {
         volumes.run(volumeLane(files, folder), std::move(work));
     });
 }

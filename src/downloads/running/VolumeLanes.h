@@ -25,7 +25,13 @@ public:
 
     // Does the work in the folder's lane, after all work of those who asked for that lane before. Needs nobody who
     // waits for it, so it is done also when the process is about to end.
-    void run(const std::filesystem::path& folder, VolumeQueues::Work work);
+    void run(const std::filesystem::path& folder, VolumeQueues::Work work) {
+        run(files_, volumes_, folder, std::move(work));
+    }
+
+    // The same on any thread.
+    static void run(FileManager& files, VolumeQueues& volumes, const std::filesystem::path& folder,
+                    VolumeQueues::Work work);
 
 private:
     MainLoop& loop_;

@@ -98,6 +98,10 @@ Result<Volume> PosixFileManager::volume(const Path& path) {
     return volumeOf(path);
 }
 
+std::vector<Path> PosixFileManager::mountPoints(const std::string& identity) {
+    return mountPointsOf(identity);
+}
+
 Result<void> PosixFileManager::createDirectories(const Path& path) {
     const int failed = newFolders_.make(path.has_filename() ? path : path.parent_path(), asTheUserWants);
     return fileOutcome(failed == EEXIST ? ENOTDIR : failed, "create the folder", path);

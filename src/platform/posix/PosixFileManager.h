@@ -18,6 +18,7 @@ public:
     [[nodiscard]] std::optional<FileStamp> stamp(const Path& path) override;
     [[nodiscard]] bool isWithin(const Path& path, const Path& folder) override;
     [[nodiscard]] Result<Volume> volume(const Path& path) override;
+    [[nodiscard]] std::vector<Path> mountPoints(const std::string& identity) override;
     [[nodiscard]] Result<void> createDirectories(const Path& path) override;
     [[nodiscard]] Result<void> createPrivateFolder(const Path& path) override;
     [[nodiscard]] Result<std::vector<Path>> directoryContents(const Path& path) override;

@@ -29,6 +29,7 @@ using Path = std::filesystem::path;
 namespace {
 
 struct Mount {
+    std::uint64_t id = 0;
     std::string point;
     std::string type;
     std::string source;
@@ -52,19 +53,20 @@ std::string unescaped(std::string_view field) {
 }
 
 // A line: ID PARENT MAJOR:MINOR ROOT POINT OPTIONS [OPTIONAL...] - TYPE SOURCE OPTIONS
+std::optional<Mount> parseMount(const std::string& line) {
+    std::istringstream fields(line);
+    Mount mount;
+    std::string skipped;
+    if (!(fields >> mount.id >> skipped >> skipped >> skipped >> mount.point)) return std::nullopt;
+    while (fields >> skipped && skipped != "-") continue;
+    fields >> mount.type >> mount.source;
+    return Mount{mount.id, unescaped(mount.point), mount.type, unescaped(mount.source)};
+}
+
 std::optional<Mount> mountWithID(const Path& table, std::uint64_t id) {
     std::ifstream lines(table);
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream fields(line);
-        std::uint64_t number = 0;
-        if (!(fields >> number) || number != id) continue;
-        Mount mount;
-        std::string skipped;
-        fields >> skipped >> skipped >> skipped >> mount.point;
-        while (fields >> skipped && skipped != "-") continue;
-        fields >> mount.type >> mount.source;
-        return Mount{unescaped(mount.point), mount.type, unescaped(mount.source)};
-    }
+    for (std::string line; std::getline(lines, line);)
+        if (auto mount = parseMount(line); mount && mount->id == id) return mount;
     return std::nullopt;
 }
 
@@ -97,6 +99,20 @@ std::optional<std::string> keptNumber(const Path& folder) {
     return text.data();
 }
 
+std::string identityByName(const Mount& mount) {
+    // A source that is no device and no address ("tmpfs", "none") says nothing by itself.
+    const bool isTelling = mount.source.find_first_of("/:") != std::string::npos;
+    return "mount:" + mount.type + " " + (isTelling ? mount.source : mount.point);
+}
+
+bool isThere(const Mount& mount, const std::string& identity, const VolumeTables& tables) {
+    if (identity.starts_with("mount:")) return identityByName(mount) == identity;
+    if (!mount.source.starts_with("/dev/") && mount.type != "zfs") return false;  // a network may not answer
+    if (!identity.starts_with("uuid:")) return keptNumber(mount.point) == identity;
+    const auto uuid = uuidOf(mount.source, tables.uuids);
+    return uuid && "uuid:" + *uuid == identity;
+}
+
 std::string lastingIdentity(const Path& folder, std::uint64_t number, const VolumeTables& tables) {
     struct statx details{};
     std::optional<Mount> mount;
@@ -105,10 +121,7 @@ std::string lastingIdentity(const Path& folder, std::uint64_t number, const Volu
     if (mount)
         if (const auto uuid = uuidOf(mount->source, tables.uuids)) return "uuid:" + *uuid;
     if (auto kept = keptNumber(folder)) return std::move(*kept);
-    if (!mount) return "device:" + std::to_string(number);
-    // A source that is no device and no address ("tmpfs", "none") says nothing by itself.
-    const bool isTelling = mount->source.find_first_of("/:") != std::string::npos;
-    return "mount:" + mount->type + " " + (isTelling ? mount->source : mount->point);
+    return mount ? identityByName(*mount) : "device:" + std::to_string(number);
 }
 
 std::optional<ByteCount> bytes(std::uint64_t blocks, std::uint64_t size) {
@@ -134,6 +147,7 @@ Result<Volume> volumeOf(const Path& path, const VolumeTables& tables) {
     if (::statvfs(volume.folder.c_str(), &facts) != 0) return failure(fileError("look at", volume.folder, errno));
     volume.number = status.st_dev;
     volume.identity = lastingIdentity(volume.folder, volume.number, tables);
+    volume.keepsNumbers = volume.identity.starts_with("uuid:") || volume.identity.starts_with("number:");
     if (facts.f_blocks != 0) {
         volume.available = bytes(facts.f_bavail, facts.f_frsize);
         volume.total = bytes(facts.f_blocks, facts.f_frsize);
@@ -141,6 +155,15 @@ Result<Volume> volumeOf(const Path& path, const VolumeTables& tables) {
     if (facts.f_namemax != 0) volume.longestName = facts.f_namemax;
     volume.isWritable = ::faccessat(AT_FDCWD, volume.folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
     return volume;
+}
+
+std::vector<Path> mountPointsOf(const std::string& identity, const VolumeTables& tables) {
+    std::vector<Path> points;
+    std::ifstream lines(tables.mounts);
+    for (std::string line; std::getline(lines, line);)
+        if (const auto mount = parseMount(line); mount && isThere(*mount, identity, tables))
+            points.emplace_back(mount->point);
+    return points;
 }
 
 }  // namespace tovri

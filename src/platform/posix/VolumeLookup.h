@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "base/Result.h"
 #include "platform/Volume.h"
@@ -16,5 +17,9 @@ struct VolumeTables {
 
 // The volume of the nearest folder of the path that exists.
 [[nodiscard]] Result<Volume> volumeOf(const std::filesystem::path& path, const VolumeTables& tables = {});
+
+// Where the volume with this identity is mounted. Asks no volume that might not answer.
+[[nodiscard]] std::vector<std::filesystem::path> mountPointsOf(const std::string& identity,
+                                                               const VolumeTables& tables = {});
 
 }  // namespace tovri
