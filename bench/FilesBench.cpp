@@ -4,6 +4,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "downloads/PutIODownloadService.h"
 #include "platform/icu/ICUTextCollation.h"
 #include "screens/files/FileBrowserFixture.h"
 #include "support/FakeWorkspace.h"
@@ -39,7 +40,7 @@ class LongFolder final : public FileBrowserFixture {
 public:
     LongFolder() {
         http.handler = [this](const HTTPRequest&) { return HTTPResponse{200, listing_}; };
-        downloads.configure(api, preferences);
+        downloads.configure(service, preferences);
         view.resize(900, 600);
         view.show();
         draw();
@@ -62,7 +63,8 @@ public:
     Preferences preferences{defaults_, folderAccess, "/home/user"};
     SimulatedStorage storage;
     SimulatedTransferSession transfers{loop, storage};
-    DownloadManager downloads{platform, transfers};
+    PutIODownloadService service{api};
+    DownloadManager downloads{downloadPorts(platform, transfers)};
     FakeWorkspace workspace;
     ICUTextCollation language{"en_US"};
     FileBrowserScreen screen{{state, api, downloads, preferences, workspace, language, random}};

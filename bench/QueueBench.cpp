@@ -120,7 +120,7 @@ int measure(const std::filesystem::path& folder, int items) {
     const double before = processMemory("VmRSS");
     const auto start = Clock::now();
     NoTransfers transfers;
-    DownloadManager manager(platform, transfers);
+    DownloadManager manager(downloadPorts(platform, transfers));
     manager.restoreQueue();
     const auto restored = Clock::now() - start;
     const double after = processMemory("VmRSS");

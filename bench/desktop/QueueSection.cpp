@@ -4,6 +4,7 @@
 #include "bench/desktop/BusyTransfers.h"
 #include "bench/desktop/MeasuredApplication.h"
 #include "bench/desktop/Sections.h"
+#include "downloads/PutIODownloadService.h"
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixBackgroundQueue.h"
 #include "platform/posix/PosixFileManager.h"
@@ -52,9 +53,9 @@ public:
     explicit Engine(const std::filesystem::path& folder)
         : platform{loop, clock, random, files, folderAccess, background, volumes, log, {folder, folder, folder}},
           transfers(loop),
-          manager(platform, transfers) {
+          manager(downloadPorts(platform, transfers)) {
         (void)auth.signInWithToken("token");
-        manager.configure(api, preferences);
+        manager.configure(service, preferences);
     }
 
     QtMainLoop loop;
@@ -75,6 +76,7 @@ public:
     AuthManager auth{credentials, web, loop, ServiceHosts{}};
     PutIOAPI api{auth, http, platform, ServiceHosts{}};
     BusyTransfers transfers;
+    PutIODownloadService service{api};
     DownloadManager manager;
 };
 

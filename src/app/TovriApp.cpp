@@ -9,7 +9,7 @@ TovriApp::TovriApp(Ports ports, Polling polling)
       polling_(polling),
       authManager_(ports_.credentials, ports_.web, ports_.platform.loop, ports_.hosts),
       preferences_(ports_.defaults, ports_.platform.folderAccess, ports_.platform.folders.home),
-      downloadManager_(ports_.platform, ports_.transfers),
+      downloadManager_(downloadPorts(ports_.platform, ports_.transfers)),
       syncManager_(ports_.platform),
       fileBrowserState_(ports_.platform),
       updater_(ports_.updates),
@@ -19,7 +19,8 @@ void TovriApp::setup() {
     if (hasSetup_) return;
     api_.emplace(makeClient());
     preferences_.refreshDownloadFolderBookmark();
-    downloadManager_.configure(*api_, preferences_);
+    downloadService_.emplace(*api_);
+    downloadManager_.configure(*downloadService_, preferences_);
     downloadManager_.setSignedIn(authManager_.isAuthenticated());
     downloadManager_.restoreQueue();
     syncManager_.configure(*api_, downloadManager_);

@@ -6,6 +6,7 @@
 #include "app/UpdaterController.h"
 #include "automation/SyncManager.h"
 #include "downloads/DownloadManager.h"
+#include "downloads/PutIODownloadService.h"
 #include "platform/CredentialStore.h"
 #include "platform/HTTPSession.h"
 #include "platform/Platform.h"
@@ -77,6 +78,7 @@ private:
     AuthManager authManager_;
     Preferences preferences_;
     std::optional<PutIOAPI> api_;
+    std::optional<PutIODownloadService> downloadService_;
     DownloadManager downloadManager_;
     SyncManager syncManager_;
     FileBrowserState fileBrowserState_;

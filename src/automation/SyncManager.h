@@ -18,6 +18,7 @@
 #include "base/TaskScope.h"
 #include "downloads/DownloadManager.h"
 #include "downloads/listing/FolderWalk.h"
+#include "service/PutIOAPI.h"
 
 namespace tovri {
 

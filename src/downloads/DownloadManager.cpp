@@ -14,47 +14,45 @@ namespace tovri {
 
 using Status = Download::Status;
 
-DownloadManager::DownloadManager(const Platform& platform, TransferSession& transfers)
-    : platform_(platform),
-      store_(std::make_shared<DownloadStore>(platform)),
-      journal_(
-          std::make_shared<PlacementJournal>(platform.files, platform.folders.applicationData / "placements.journal")),
-      brought_(std::make_shared<BroughtFiles>(platform.files, platform.folders.applicationData / "brought.list")),
-      saves_(platform.loop, [this] { saver_.save(); }),
-      saver_(platform, store_, journal_, saves_,
+DownloadManager::DownloadManager(DownloadPorts ports)
+    : ports_(std::move(ports)),
+      store_(std::make_shared<DownloadStore>(
+          DownloadStore::Ports{ports_.files, ports_.clock, ports_.log, ports_.folders.applicationData})),
+      journal_(std::make_shared<PlacementJournal>(ports_.files, ports_.folders.applicationData / "placements.journal")),
+      brought_(std::make_shared<BroughtFiles>(ports_.files, ports_.folders.applicationData / "brought.list")),
+      saves_(ports_.loop, [this] { saver_.save(); }),
+      saver_({ports_.loop, ports_.volumes, ports_.log}, store_, journal_, saves_,
              {.snapshot = [this] { return makeSnapshot(); },
               .takeEnded = [this] { return placement_.takeEnded(); },
               .failureChanged = [this] { list_.tell(QueueChange::Kind::saving); }}),
       groups_(list_),
       conflicts_(list_),
-      lanes_(platform.loop, platform.files, platform.volumes),
-      receiving_({platform.loop, platform.volumes, platform.files, platform.random, lanes_},
-                 platform.folders.applicationData),
-      leftovers_({platform.loop, platform.files, list_, receiving_}),
-      destinations_(
-          {platform.loop, platform.files, platform.volumes, platform.folders.applicationData / "destinations.list"}),
-      held_(platform.loop, list_, destinations_, lanes_,
+      lanes_(ports_.loop, ports_.files, ports_.volumes),
+      receiving_({ports_.loop, ports_.volumes, ports_.files, ports_.random, lanes_}, ports_.folders.applicationData),
+      leftovers_({ports_.loop, ports_.files, list_, receiving_}),
+      destinations_({ports_.loop, ports_.files, ports_.volumes, ports_.folders.applicationData / "destinations.list"}),
+      held_(ports_.loop, list_, destinations_, lanes_,
             [this] {
                 saves_.request(SaveSchedule::Urgency::gathered);
                 processQueue();
             }),
-      brakes_(platform.loop, platform.random),
-      serviceHolds_(platform.loop, platform.clock, list_, [this] { processQueue(); }),
-      deletion_(list_, groups_, saves_, {platform.loop, platform.files, platform.volumes, lanes_, journal_, brought_}),
-      settlement_(list_, conflicts_, deletion_, saves_, leftovers_, platform.clock),
-      placement_({platform.loop, platform.volumes, platform.files, platform.folderAccess}, journal_, brought_),
-      durability_({platform.loop, platform.volumes, platform.files, lanes_}, list_, saves_, journal_),
-      recovery_({platform.loop, platform.volumes, platform.files, lanes_}, list_, settlement_, durability_, journal_,
+      brakes_(ports_.loop, ports_.random),
+      serviceHolds_(ports_.loop, ports_.clock, list_, [this] { processQueue(); }),
+      deletion_(list_, groups_, saves_, {ports_.loop, ports_.files, ports_.volumes, lanes_, journal_, brought_}),
+      settlement_(list_, conflicts_, deletion_, saves_, leftovers_, ports_.clock),
+      placement_({ports_.loop, ports_.volumes, ports_.files, ports_.folderAccess}, journal_, brought_),
+      durability_({ports_.loop, ports_.volumes, ports_.files, lanes_}, list_, saves_, journal_),
+      recovery_({ports_.loop, ports_.volumes, ports_.files, lanes_}, list_, settlement_, durability_, journal_,
                 {.goesOn = [this](const DownloadPointer& item) { goOn(item); },
                  .isKnown = [this](PlacementID placement) { saver_.noteEnded(placement); },
                  .isLost = [this](const DownloadPointer& item) { fetchAgain(item); },
                  .hasEnded = [this] { looksEnded(); }}),
-      around_{.loop = platform.loop,
-              .files = platform.files,
-              .volumes = platform.volumes,
-              .random = platform.random,
-              .log = platform.log,
-              .transfers = transfers,
+      around_{.loop = ports_.loop,
+              .files = ports_.files,
+              .volumes = ports_.volumes,
+              .random = ports_.random,
+              .log = ports_.log,
+              .transfers = ports_.transfers,
               .list = list_,
               .conflicts = conflicts_,
               .settlement = settlement_,
@@ -66,25 +64,24 @@ DownloadManager::DownloadManager(const Platform& platform, TransferSession& tran
               .kept = kept_,
               .leftovers = leftovers_,
               .destinations = destinations_,
-              .clock = platform.clock,
+              .clock = ports_.clock,
               .brakes = brakes_,
-              .dataFolder = platform.folders.applicationData,
+              .dataFolder = ports_.folders.applicationData,
               .stagingFolder = store_->stagingDirectory(),
-              .bootID = platform.clock.bootID(),
+              .bootID = ports_.clock.bootID(),
               .runWaits = [this] { runEnded(); }},
       securing_(durability_.onDone([this] { finishSuspending(); })) {
-    around_.lastGain = platform.loop.now();
+    around_.lastGain = ports_.loop.now();
     brakes_.onOpening([this](const std::string& host) { serviceHolds_.hostOpened(host); });
-    list_.onForbiddenStep([this](const std::string& fault) { platform_.log.line("[DownloadManager] " + fault); });
+    list_.onForbiddenStep([this](const std::string& fault) { ports_.log.line("[DownloadManager] " + fault); });
 }
 
 DownloadManager::~DownloadManager() = default;
 
-void DownloadManager::configure(PutIOAPI& api, const Preferences& preferences) {
-    service_.emplace(api);
-    around_.service = &*service_;
+void DownloadManager::configure(DownloadService& service, const Preferences& preferences) {
+    around_.service = &service;
     around_.preferences = &preferences;
-    deletion_.configure(*service_);
+    deletion_.configure(service);
     destinations_.configure(preferences);
 }
 
@@ -92,7 +89,7 @@ void DownloadManager::configure(PutIOAPI& api, const Preferences& preferences) {
 
 DestinationFolder DownloadManager::resolveDestination(const std::optional<DestinationFolder>& destination) const {
     if (destination) return *destination;
-    if (!around_.preferences) return {platform_.folders.home.native() + "/Downloads", std::nullopt};
+    if (!around_.preferences) return {ports_.folders.home.native() + "/Downloads", std::nullopt};
     return {around_.preferences->downloadFolderURL(), around_.preferences->defaultDownloadBookmark()};
 }
 
@@ -116,7 +113,7 @@ std::shared_ptr<const ByteBlob> sharedBookmark(const std::optional<ByteBlob>& bo
 
 ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOptions& options) {
     const DestinationFolder destination = resolveDestination(options.destination);
-    DownloadRecord record = newRecord(file, platform_.random.makeUUID());
+    DownloadRecord record = newRecord(file, ports_.random.makeUUID());
     record.destinationFolder = std::make_shared<const std::filesystem::path>(destination.folder);
     record.securityScopeBookmark = sharedBookmark(destination.bookmark);
     record.deleteAfterDownload =
@@ -132,22 +129,21 @@ ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const Enque
 
 Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(FolderRequest request,
                                                                                std::stop_token stop) {
-    Tries tries({platform_.loop, platform_.random, platform_.clock, brakes_}, Tries::Kind::listing,
+    Tries tries({ports_.loop, ports_.random, ports_.clock, brakes_}, Tries::Kind::listing,
                 std::chrono::minutes(around_.preferences->patienceMinutes()));
     tries.onWait(request.onWait);
-    RetryingDownloadService service(*service_, tries);
+    RetryingDownloadService service(*around_.service, tries);
     FolderWalk walk(service);
     Result<std::vector<ListedFile>> files =
         co_await walk.collectFiles(request.folderID, request.destination.folder, stop);
     if (walk.cut() && request.onCut) request.onCut(*walk.cut());
     if (!files) {
-        platform_.log.line("[DownloadManager] Failed to list folder " + request.name + ": " +
-                           files.error().description);
+        ports_.log.line("[DownloadManager] Failed to list folder " + request.name + ": " + files.error().description);
         co_return failure(files);
     }
     if (!walk.isComplete()) {
-        platform_.log.line("[DownloadManager] put.io lists only the beginning of folder " + request.name +
-                           ": the rest is not downloaded, and the folder stays on put.io");
+        ports_.log.line("[DownloadManager] put.io lists only the beginning of folder " + request.name +
+                        ": the rest is not downloaded, and the folder stays on put.io");
         request.deleteAfterDownload = false;  // it would take with it what was never seen
     }
     if (request.deleteAfterDownload) groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
@@ -158,7 +154,7 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
     items.reserve(files->size());
     for (const ListedFile& listed : *files) {
         if (!folder || *folder != listed.folder) folder = std::make_shared<const std::filesystem::path>(listed.folder);
-        DownloadRecord record = newRecord(listed.file, platform_.random.makeUUID());
+        DownloadRecord record = newRecord(listed.file, ports_.random.makeUUID());
         record.destinationFolder = folder;
         record.securityScopeBookmark = bookmark;
         if (request.deleteAfterDownload) {
@@ -172,8 +168,8 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
     list_.insertOnTop(items);
     processQueue();
     scheduleSave();
-    platform_.log.line("[DownloadManager] Enqueued " + std::to_string(items.size()) + " files from folder " +
-                       request.name);
+    ports_.log.line("[DownloadManager] Enqueued " + std::to_string(items.size()) + " files from folder " +
+                    request.name);
     co_return std::vector<ConstDownloadPointer>(items.begin(), items.end());
 }
 

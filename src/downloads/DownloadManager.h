@@ -13,7 +13,8 @@
 #include <vector>
 
 #include "base/TaskScope.h"
-#include "downloads/PutIODownloadService.h"
+#include "downloads/DownloadPorts.h"
+#include "downloads/DownloadService.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/deleting/RemoteDeletion.h"
 #include "downloads/holding/HeldItems.h"
@@ -30,7 +31,6 @@
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
 #include "downloads/saving/QueueSaver.h"
-#include "service/PutIOAPI.h"
 #include "settings/Preferences.h"
 
 namespace tovri {
@@ -46,13 +46,13 @@ struct DestinationFolder {
 // failures end in an item's status and error, or in a diagnostic line; none reaches a caller.
 class DownloadManager {
 public:
-    // What the references name outlives the manager.
-    DownloadManager(const Platform& platform, TransferSession& transfers);
+    explicit DownloadManager(DownloadPorts ports);
     ~DownloadManager();
     DownloadManager(const DownloadManager&) = delete;
     DownloadManager& operator=(const DownloadManager&) = delete;
 
-    void configure(PutIOAPI& api, const Preferences& preferences);
+    // Both outlive the manager. Before this nothing is asked of put.io, and nothing starts.
+    void configure(DownloadService& service, const Preferences& preferences);
 
     void setOnSyncFileSettled(Settlement::SyncFileSettled tell) { settlement_.setOnSyncFileSettled(std::move(tell)); }
 
@@ -226,8 +226,7 @@ private:
 
     void setPaused(bool isPaused);
 
-    Platform platform_;
-    std::optional<PutIODownloadService> service_;
+    DownloadPorts ports_;
 
     std::shared_ptr<DownloadStore> store_;
     std::shared_ptr<PlacementJournal> journal_;

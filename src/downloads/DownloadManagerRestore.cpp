@@ -43,7 +43,7 @@ void DownloadManager::restoreQueue() {
     store_->createStagingDirectory();
     receiving_.load();
     std::vector<DownloadPointer> items = loadQueue();
-    for (const DownloadPointer& item : items) normalize(*item, around_.isQueuePaused, platform_.files);
+    for (const DownloadPointer& item : items) normalize(*item, around_.isQueuePaused, ports_.files);
     list_.append(items);
     endInterruptedDeletions();
     cleanUp(items, journal_->recover());
@@ -63,7 +63,7 @@ void DownloadManager::cleanUp(const std::vector<DownloadPointer>& items, std::ve
     const auto keep = [&](std::string_view token) {
         const auto point = ResumePoint::parse(token);
         if (!point) return UUID();
-        const auto own = platform_.folders.applicationData / "Partial";
+        const auto own = ports_.folders.applicationData / "Partial";
         kept.insert(point->folder.value_or(own) / point->partial.text());
         return point->partial;
     };
@@ -119,7 +119,7 @@ void DownloadManager::lookForLost() {
 }
 
 MachineStart DownloadManager::machineStart() const {
-    const std::string now = platform_.clock.bootID();
+    const std::string now = ports_.clock.bootID();
     return bootID_ && !now.empty() && *bootID_ == now ? MachineStart::same : MachineStart::another;
 }
 
@@ -134,8 +134,8 @@ void DownloadManager::goOn(const DownloadPointer& item) {
 }
 
 void DownloadManager::fetchAgain(const DownloadPointer& item) {
-    platform_.log.line("[DownloadManager] " + *item->resolvedURL +
-                       " did not survive the stop of the machine; fetching it again");
+    ports_.log.line("[DownloadManager] " + *item->resolvedURL +
+                    " did not survive the stop of the machine; fetching it again");
     item->forgetArrival();
     list_.take(*item, StatusStep::fetchAgain);
     if (around_.isQueuePaused) list_.take(*item, StatusStep::pauseWaiting);
@@ -145,7 +145,7 @@ void DownloadManager::fetchAgain(const DownloadPointer& item) {
 
 // From now on the queue says what this start of the machine has lost: nothing.
 void DownloadManager::looksEnded() {
-    bootID_ = platform_.clock.bootID();
+    bootID_ = ports_.clock.bootID();
     looked_.tell();
     scheduleSave();
 }
@@ -153,7 +153,7 @@ void DownloadManager::looksEnded() {
 Task<Result<void>> DownloadManager::secure(std::stop_token stop) {
     if (recovery_.isLooking()) {
         using Ended = std::monostate;
-        Result<Ended> ended = co_await Answer<Ended>(platform_.loop, stop, [this](auto done) {
+        Result<Ended> ended = co_await Answer<Ended>(ports_.loop, stop, [this](auto done) {
             auto tell = std::make_shared<decltype(done)>(std::move(done));
             return looked_.subscribe([tell] { (*tell)(Ended()); });
         });

@@ -24,7 +24,7 @@ void DownloadManager::processQueue() {
         list_.hold(*next, hold);
         saves_.request(SaveSchedule::Urgency::gathered);
         if (++held < mostHolds) continue;
-        processingOn_ = platform_.loop.schedule(MainLoop::Duration::zero(), [this] { processQueue(); });
+        processingOn_ = ports_.loop.schedule(MainLoop::Duration::zero(), [this] { processQueue(); });
         break;
     }
     isProcessing_ = false;
@@ -50,7 +50,7 @@ void DownloadManager::start(const DownloadPointer& item) {
         return;
     }
     item->isBegunAgain = item->startedAt.has_value();
-    if (!item->isBegunAgain) item->startedAt = platform_.clock.now();
+    if (!item->isBegunAgain) item->startedAt = ports_.clock.now();
     list_.take(*item, StatusStep::start);
     // An observer may want it otherwise, or may have started it anew.
     if (item->status == Status::downloading && !item->run && list_.contains(*item)) scope_.start(run(item));
@@ -132,8 +132,8 @@ void DownloadManager::suspend(std::function<void()> done) {
     durability_.hurry();
     // A volume that hangs does not keep the program from ending. What it leaves of the time is for the save.
     constexpr std::chrono::milliseconds patience{1200};
-    platform_.volumes.limitWaits(VolumeQueues::patienceAtEnd);
-    suspendLimit_ = platform_.loop.schedule(patience, [this] {
+    ports_.volumes.limitWaits(VolumeQueues::patienceAtEnd);
+    suspendLimit_ = ports_.loop.schedule(patience, [this] {
         if (suspended_) std::exchange(suspended_, nullptr)();
     });
     finishSuspending();
@@ -143,7 +143,7 @@ void DownloadManager::finishSuspending() {
     if (!around_.isEnding || !suspended_ || !durability_.isDone()) return;
     if (!std::ranges::all_of(runs_, [](const DownloadRun* run) { return run->isWaitingForUser(); })) return;
     suspendLimit_.reset();
-    platform_.loop.post(std::exchange(suspended_, nullptr));
+    ports_.loop.post(std::exchange(suspended_, nullptr));
 }
 
 }  // namespace tovri

@@ -211,7 +211,7 @@ TEST_F(Deleting, saysThatNobodyIsSignedIn) {
     ASSERT_TRUE(world.runUntil(world.enqueue(file, {.deleteAfterDownload = true}), Status::deleting));
     manager.saveNow();
     world.kill();
-    DownloadManager bare(world.platform(), world.transfers);
+    DownloadManager bare(world.ports());
     bare.restoreQueue();
     const ConstDownloadPointer item = bare.downloads().items()[0];
     bare.retryDelete(item);

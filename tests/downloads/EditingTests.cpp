@@ -19,8 +19,8 @@ public:
     // The process that ran ends, and another opens what it saved.
     DownloadManager& open() {
         world.kill();
-        editor_.emplace(world.platform(), world.transfers);
-        editor_->configure(api_, world.preferences);
+        editor_.emplace(world.ports());
+        editor_->configure(service_, world.preferences);
         editor_->openForEditing();
         world.files.operations.clear();
         return *editor_;
@@ -52,6 +52,7 @@ public:
 
 private:
     PutIOAPI api_{world.auth(), world.http, world.platform(), ServiceHosts{}};
+    PutIODownloadService service_{api_};
     std::optional<DownloadManager> editor_;
 };
 

@@ -241,7 +241,7 @@ TEST_F(Holding, isToldToWhoeverReadsTheQueueFile) {
     EXPECT_EQ(saved(), "Waiting for 100 bytes on Archive");
     world.kill();
     {
-        DownloadManager editing(world.platform(), world.transfers);
+        DownloadManager editing(world.ports());
         editing.openForEditing();
         editing.moveToTop(editing.downloads().items().front());
         world.loop.advance(20s);

@@ -77,7 +77,7 @@ TEST_F(Persistence, writesNothingBeforeTheQueueWasRead) {
     world.settle();
     world.kill();
     world.files.put(World::queueFile, "precious");
-    DownloadManager bare(world.platform(), world.transfers);
+    DownloadManager bare(world.ports());
     bare.pauseAll();
     bare.saveNow();
     world.settle();

@@ -231,7 +231,7 @@ TEST_F(Placing, keepsBothWithoutPreferences) {
     conflicting("f");
     world.settle();
     world.kill();
-    DownloadManager bare(world.platform(), world.transfers);
+    DownloadManager bare(world.ports());
     EXPECT_EQ(bare.resolveDestination(std::nullopt).folder, World::downloads);
     bare.restoreQueue();
     world.settle();

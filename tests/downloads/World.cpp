@@ -157,8 +157,9 @@ void World::start() {
     files.goOn();
     api_ = std::make_unique<PutIOAPI>(auth_, http, platform(), ServiceHosts{},
                                       [this] { return preferences.readLongFolders(); });
-    manager_ = std::make_unique<DownloadManager>(platform(), transfers);
-    manager_->configure(*api_, preferences);
+    manager_ = std::make_unique<DownloadManager>(ports());
+    service_ = std::make_unique<PutIODownloadService>(*api_);
+    manager_->configure(*service_, preferences);
     watching_ = manager_->onChange([this](const QueueChange& change) {
         if (change.item && change.item->status == Download::Status::completed && change.item->resolvedURL)
             arrived[change.item->fileID].insert(*change.item->resolvedURL);
@@ -176,6 +177,7 @@ void World::kill() {
     signingIn_.reset();
     manager_.reset();
     volumes.drop();
+    service_.reset();
     api_.reset();
 }
 

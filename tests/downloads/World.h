@@ -11,6 +11,7 @@
 
 #include "base/TaskScope.h"
 #include "downloads/DownloadManager.h"
+#include "downloads/PutIODownloadService.h"
 #include "support/FakeFolderAccess.h"
 #include "support/MemoryFileManager.h"
 #include "support/MemoryStores.h"
@@ -97,6 +98,8 @@ public:
 
     [[nodiscard]] Platform platform();
 
+    [[nodiscard]] DownloadPorts ports() { return downloadPorts(platform(), transfers); }
+
     // --- what a user does ---
 
     ConstDownloadPointer enqueue(FileID file, const DownloadManager::EnqueueOptions& options = {});
@@ -182,6 +185,7 @@ private:
     ScriptedWebAuthentication web_{loop};
     AuthManager auth_{credentials_, web_, loop, ServiceHosts{}};
     std::unique_ptr<PutIOAPI> api_;
+    std::unique_ptr<PutIODownloadService> service_;
     std::unique_ptr<DownloadManager> manager_;
     Subscription watching_;
     Subscription signingIn_;

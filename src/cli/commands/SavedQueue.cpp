@@ -5,7 +5,7 @@
 namespace tovri::cli {
 
 Result<QueueSnapshot> readSavedQueue(const Platform& platform) {
-    const std::filesystem::path file = DownloadStore(platform).queueURL();
+    const std::filesystem::path file = DownloadStore::queueURL(platform.folders.applicationData);
     if (!platform.files.exists(file)) return QueueSnapshot();
     Result<ByteBlob> bytes = platform.files.readFile(file);
     if (!bytes) return failure(bytes);

@@ -4,21 +4,34 @@
 #include <set>
 
 #include "downloads/saving/QueueSnapshot.h"
-#include "platform/Platform.h"
+#include "platform/DiagnosticLog.h"
 
 namespace tovri {
 
 // Knows where the queue file and the staging folder live, and reads and writes the queue file. Does not decide when.
 class DownloadStore {
 public:
-    explicit DownloadStore(const Platform& platform);
+    // What it works with; outlives it. `folder` is the application's own.
+    struct Ports {
+        FileManager& files;
+        WallClock& clock;
+        DiagnosticLog& log;
+        std::filesystem::path folder;
+    };
+
+    explicit DownloadStore(const Ports& ports);
+
+    // Where the queue file of an application with this folder is.
+    [[nodiscard]] static std::filesystem::path queueURL(const std::filesystem::path& folder) {
+        return folder / "queue.json";
+    }
 
     [[nodiscard]] const std::filesystem::path& stagingDirectory() const { return stagingDirectory_; }
 
     [[nodiscard]] const std::filesystem::path& queueURL() const { return queueURL_; }
 
     // A failure shows when something is staged.
-    void createStagingDirectory() { (void)platform_.files.createDirectories(stagingDirectory_); }
+    void createStagingDirectory() { (void)files_.createDirectories(stagingDirectory_); }
 
     // What a process left that died while it replaced a file of the data folder. To be called before any is replaced.
     void removeHalfWritten();
@@ -42,7 +55,9 @@ private:
     void prune(QueueSnapshot& snapshot) const;
     void keepUnreadableFile();
 
-    Platform platform_;
+    FileManager& files_;
+    WallClock& clock_;
+    DiagnosticLog& log_;
     std::filesystem::path stagingDirectory_;
     std::filesystem::path queueURL_;
     ByteCount loadedSize_ = 0;

@@ -16,9 +16,9 @@ constexpr auto retryPause = 30s;
 
 }  // namespace
 
-QueueSaver::QueueSaver(const Platform& platform, std::shared_ptr<DownloadStore> store,
-                       std::shared_ptr<PlacementJournal> journal, SaveSchedule& schedule, Queue queue)
-    : platform_(platform),
+QueueSaver::QueueSaver(Ports ports, std::shared_ptr<DownloadStore> store, std::shared_ptr<PlacementJournal> journal,
+                       SaveSchedule& schedule, Queue queue)
+    : ports_(ports),
       store_(std::move(store)),
       journal_(std::move(journal)),
       schedule_(schedule),
@@ -40,8 +40,8 @@ void QueueSaver::begin() {
     std::ranges::copy(queue_.takeEnded(), std::back_inserter(ended_));
     running_ = std::make_shared<Save>();
     running_->ended = ended_;
-    platform_.volumes.run(lane, [&loop = platform_.loop, store = store_, journal = journal_, save = running_,
-                                 snapshot = queue_.snapshot(), held = std::weak_ptr(self_)]() mutable {
+    ports_.volumes.run(lane, [&loop = ports_.loop, store = store_, journal = journal_, save = running_,
+                              snapshot = queue_.snapshot(), held = std::weak_ptr(self_)]() mutable {
         Result<ByteCount> written = store->save(std::move(snapshot));
         if (written) journal->forget(save->ended);
         save->outcome = std::move(written);
@@ -60,7 +60,7 @@ void QueueSaver::end() {
         ended_.erase(ended_.begin(), ended_.begin() + static_cast<std::ptrdiff_t>(save->ended.size()));
         setFailure(std::nullopt);
     } else {
-        retry_ = platform_.loop.schedule(retryPause, [this] { this->save(); });
+        retry_ = ports_.loop.schedule(retryPause, [this] { this->save(); });
         setFailure(written.error().description);
     }
     if (isWanted_ && !running_) begin();
@@ -78,7 +78,7 @@ bool QueueSaver::saveNow() {
 }
 
 bool QueueSaver::finishRunning(std::chrono::milliseconds patience) {
-    const bool hasEnded = platform_.volumes.waitFor(lane, patience);
+    const bool hasEnded = ports_.volumes.waitFor(lane, patience);
     if (hasEnded && running_->outcome) {
         end();
         return !failure_;
@@ -90,7 +90,7 @@ bool QueueSaver::finishRunning(std::chrono::milliseconds patience) {
 
 void QueueSaver::setFailure(std::optional<std::string> failure) {
     if (failure) {
-        platform_.log.line("[DownloadStore] Failed to write queue: " + *failure);
+        ports_.log.line("[DownloadStore] Failed to write queue: " + *failure);
         failure->insert(0, "The queue cannot be saved. ");
     }
     if (failure_ == failure) return;

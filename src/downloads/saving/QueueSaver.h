@@ -10,7 +10,7 @@
 #include "downloads/placing/PlacementJournal.h"
 #include "downloads/saving/DownloadStore.h"
 #include "downloads/saving/SaveSchedule.h"
-#include "platform/Platform.h"
+#include "platform/VolumeQueues.h"
 
 namespace tovri {
 
@@ -25,9 +25,16 @@ public:
         std::function<void()> failureChanged;
     };
 
-    // The references outlive this, and what they refer to the saves under way.
-    QueueSaver(const Platform& platform, std::shared_ptr<DownloadStore> store,
-               std::shared_ptr<PlacementJournal> journal, SaveSchedule& schedule, Queue queue);
+    // What it works with; outlives it and the saves under way.
+    struct Ports {
+        MainLoop& loop;
+        VolumeQueues& volumes;
+        DiagnosticLog& log;
+    };
+
+    // `schedule` outlives this.
+    QueueSaver(Ports ports, std::shared_ptr<DownloadStore> store, std::shared_ptr<PlacementJournal> journal,
+               SaveSchedule& schedule, Queue queue);
 
     // Begins a save, or has one wait for that under way.
     void save();
@@ -54,7 +61,7 @@ private:
     [[nodiscard]] bool finishRunning(std::chrono::milliseconds patience);
     void setFailure(std::optional<std::string> failure);
 
-    Platform platform_;
+    Ports ports_;
     std::shared_ptr<DownloadStore> store_;
     std::shared_ptr<PlacementJournal> journal_;
     SaveSchedule& schedule_;

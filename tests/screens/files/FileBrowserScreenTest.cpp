@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "downloads/PutIODownloadService.h"
 #include "screens/files/FileBrowserFixture.h"
 #include "screens/files/FileBrowserScreen.h"
 #include "support/FakeWorkspace.h"
@@ -14,7 +15,7 @@ using namespace std::chrono_literals;
 class FileBrowserScreenTest : public FileBrowserFixture {
 public:
     FileBrowserScreenTest() {
-        downloads.configure(api, preferences);
+        downloads.configure(service, preferences);
         downloads.pauseAll();  // what is queued stays to be looked at
         folders[0] = {folder(1, "Films"), folder(2, "Music"), file(3, "a.mkv", 1'200'000), file(4, "b.txt", 10)};
         folders[1] = {file(11, "one"), folder(12, "Extras")};
@@ -72,7 +73,8 @@ public:
     Preferences preferences{defaults, folderAccess, "/home/user"};
     SimulatedStorage storage;
     SimulatedTransferSession transfers{loop, storage};
-    DownloadManager downloads{platform, transfers};
+    PutIODownloadService service{api};
+    DownloadManager downloads{downloadPorts(platform, transfers)};
     FakeWorkspace workspace;
     FileBrowserScreen screen{{state, api, downloads, preferences, workspace, collation, random}};
 };

@@ -8,6 +8,7 @@
 #include <QTest>
 #include <algorithm>
 
+#include "downloads/PutIODownloadService.h"
 #include "screens/files/FileBrowserFixture.h"
 #include "support/FakeWorkspace.h"
 #include "support/SimulatedTransferSession.h"
@@ -22,7 +23,7 @@ namespace tovri::test {
 class FileBrowserViewFixture : public FileBrowserFixture {
 public:
     FileBrowserViewFixture() {
-        downloads.configure(api, preferences);
+        downloads.configure(service, preferences);
         downloads.pauseAll();  // what is queued stays to be looked at
         folders[0] = {folder(1, "Films"), folder(2, "Music"), file(3, "a.mkv", 1'200'000), file(4, "b.txt", 10)};
         folders[1] = {file(11, "one"), folder(12, "Extras")};
@@ -132,7 +133,8 @@ public:
     Preferences preferences{defaults, folderAccess, "/home/user"};
     SimulatedStorage storage;
     SimulatedTransferSession transfers{loop, storage};
-    DownloadManager downloads{platform, transfers};
+    PutIODownloadService service{api};
+    DownloadManager downloads{downloadPorts(platform, transfers)};
     FakeWorkspace workspace;
     FileBrowserScreen screen{{state, api, downloads, preferences, workspace, collation, random}};
     FileBrowserView view{screen};
