@@ -6,8 +6,10 @@
 #include <string_view>
 #include <tuple>
 
+#include "base/ByteRate.h"
 #include "base/Bytes.h"
 #include "settings/ConflictBehavior.h"
+#include "settings/SpeedTimetable.h"
 
 namespace tovri {
 
@@ -22,6 +24,9 @@ struct PreferenceValues {
     bool readLongFolders = true;
     std::int64_t reservedMebibytes = 256;
     std::int64_t patienceMinutes = 10;
+    bool limitSpeed = false;
+    ByteRate speedLimit{2'000'000};
+    SpeedTimetable speedTimetable;
 };
 
 // What a preference has beside its key and value.
@@ -75,7 +80,20 @@ inline constexpr Preference<std::int64_t> reservedMebibytes{
     "reservedMebibytes",
     &PreferenceValues::reservedMebibytes,
     "how many MiB of a disk downloads leave free, but never more than a hundredth of it",
-    {0}};
+    {0, 1024 * 1024}};
+
+inline constexpr Preference<bool> limitSpeed{"limitSpeed", &PreferenceValues::limitSpeed,
+                                             "true or false; whether transfers keep to speedLimit and speedTimetable"};
+
+inline constexpr Preference<ByteRate> speedLimit{
+    "speedLimit", &PreferenceValues::speedLimit,
+    "how many bytes a second all transfers together may move, as in 500K or 2M, where K is 1024 and M is 1024 K; 0 for "
+    "no limit but the timetable's"};
+
+inline constexpr Preference<SpeedTimetable> speedTimetable{
+    "speedTimetable", &PreferenceValues::speedTimetable,
+    "what counts instead at certain times: days, from, to, and a limit or \"hold\", as in \"mon-fri 08:00-18:00 500K; "
+    "daily 22:00-06:00 hold\"; \"\" for nothing"};
 
 inline constexpr Preference<std::int64_t> patienceMinutes{
     "patienceMinutes",
@@ -84,9 +102,18 @@ inline constexpr Preference<std::int64_t> patienceMinutes{
     {1}};
 
 // In the order in which they are read and listed.
-inline constexpr std::tuple all{defaultDownloadPath,    defaultDownloadBookmark, deleteAfterDownload,
-                                maxConcurrentDownloads, syncPollIntervalMinutes, conflictBehavior,
-                                readLongFolders,        reservedMebibytes,       patienceMinutes};
+inline constexpr std::tuple all{defaultDownloadPath,
+                                defaultDownloadBookmark,
+                                deleteAfterDownload,
+                                maxConcurrentDownloads,
+                                syncPollIntervalMinutes,
+                                conflictBehavior,
+                                readLongFolders,
+                                reservedMebibytes,
+                                patienceMinutes,
+                                limitSpeed,
+                                speedLimit,
+                                speedTimetable};
 
 // `visit(preference)` for each of them, whose type says what its value is.
 template <class Visit>

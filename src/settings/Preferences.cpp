@@ -25,6 +25,14 @@ void read(UserDefaults& defaults, std::string_view key, std::optional<ConflictBe
     if (const auto word = defaults.string(key)) value = conflictBehaviorOf(*word);
 }
 
+void read(UserDefaults& defaults, std::string_view key, std::optional<ByteRate>& value) {
+    if (const auto number = defaults.integer(key)) value = ByteRate{*number};
+}
+
+void read(UserDefaults& defaults, std::string_view key, std::optional<SpeedTimetable>& value) {
+    if (const auto text = defaults.string(key)) value = SpeedTimetable::parse(*text);
+}
+
 void write(UserDefaults& defaults, std::string_view key, const std::string& value) {
     defaults.setString(key, value);
 }
@@ -48,6 +56,14 @@ void write(UserDefaults& defaults, std::string_view key, ConflictBehavior value)
     defaults.setString(key, rawValue(value));
 }
 
+void write(UserDefaults& defaults, std::string_view key, const ByteRate& value) {
+    defaults.setInteger(key, value.bytesPerSecond);
+}
+
+void write(UserDefaults& defaults, std::string_view key, const SpeedTimetable& value) {
+    defaults.setString(key, value.text());
+}
+
 template <class T>
 bool isAcceptable(const Preference<T>& /*preference*/, const T& /*stored*/) {
     return true;
@@ -55,6 +71,10 @@ bool isAcceptable(const Preference<T>& /*preference*/, const T& /*stored*/) {
 
 bool isAcceptable(const Preference<std::int64_t>& preference, const std::int64_t& stored) {
     return stored >= preference.range.least;
+}
+
+bool isAcceptable(const Preference<ByteRate>& /*preference*/, const ByteRate& stored) {
+    return stored.bytesPerSecond >= 0;
 }
 
 }  // namespace
@@ -86,6 +106,8 @@ template void Preferences::assign(const Preference<std::optional<ByteBlob>>&, st
 template void Preferences::assign(const Preference<bool>&, bool);
 template void Preferences::assign(const Preference<std::int64_t>&, std::int64_t);
 template void Preferences::assign(const Preference<ConflictBehavior>&, ConflictBehavior);
+template void Preferences::assign(const Preference<ByteRate>&, ByteRate);
+template void Preferences::assign(const Preference<SpeedTimetable>&, SpeedTimetable);
 
 std::filesystem::path Preferences::downloadFolderURL() const {
     if (values_.defaultDownloadBookmark)

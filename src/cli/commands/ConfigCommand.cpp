@@ -41,6 +41,14 @@ std::string textOf(const Preferences& preferences, const Preference<ConflictBeha
     return std::string(rawValue(preferences.value(behavior)));
 }
 
+std::string textOf(const Preferences& preferences, const Preference<ByteRate>& rate) {
+    return textOf(preferences.value(rate));
+}
+
+std::string textOf(const Preferences& preferences, const Preference<SpeedTimetable>& timetable) {
+    return preferences.value(timetable).text();
+}
+
 // Text that the user gave for one of the preferences. `to` returns the reason why it cannot be used.
 struct Assignment {
     Preferences& preferences;
@@ -69,6 +77,16 @@ struct Assignment {
         return assign(behavior, parseBehavior(text), "takes ask, keepBoth, replace or skip");
     }
 
+    [[nodiscard]] std::optional<std::string> to(const Preference<ByteRate>& rate) const {
+        return assign(rate, parseByteRate(text), "takes a number of bytes a second, as in 500K or 2M");
+    }
+
+    [[nodiscard]] std::optional<std::string> to(const Preference<SpeedTimetable>& timetable) const {
+        return assign(timetable, SpeedTimetable::parse(text),
+                      "takes days, from, to, and a limit or \"hold\", as in \"mon-fri 08:00-18:00 500K; daily "
+                      "22:00-06:00 hold\"");
+    }
+
 private:
     template <class T>
     [[nodiscard]] std::optional<std::string> assign(const Preference<T>& preference, std::optional<T> value,
@@ -85,6 +103,8 @@ void addTo(JSON& json, const Preferences& preferences, const Preference<T>& pref
         json.flag(preference.key, preferences.value(preference));
     else if constexpr (std::is_same_v<T, std::int64_t>)
         json.field(preference.key, preferences.value(preference));
+    else if constexpr (std::is_same_v<T, ByteRate>)
+        json.field(preference.key, preferences.value(preference).bytesPerSecond);
     else if constexpr (!std::is_same_v<T, Bookmark>)
         json.field(preference.key, unicodeText(textOf(preferences, preference)));
 }
