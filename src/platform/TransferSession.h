@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/ByteRate.h"
 #include "base/Bytes.h"
 #include "base/Result.h"
 #include "base/RetryHints.h"
@@ -41,13 +42,18 @@ public:
 
     enum class Taken {
         all,
-        none,     // no room now: nothing more is read from this connection until `whenReady` says so
+        none,     // no room now: nothing more is read from this connection until `whenReady` says so; then these bytes
+                  // come again from the first one on, in pieces of any size
         refused,  // the attempt ends
     };
     [[nodiscard]] virtual Taken take(std::string_view bytes) = 0;
 
     // After `none`: calls `ready` once, on any thread, as soon as there is room.
     virtual void whenReady(std::move_only_function<void()> ready) = 0;
+
+    // How fast it takes bytes at most, in the long run; none: as fast as they come. What comes over the line before its
+    // time would go beyond what the user allows the line.
+    [[nodiscard]] virtual std::optional<ByteRate> pace() const { return std::nullopt; }
 };
 
 // One attempt at one range of bytes.
@@ -83,6 +89,9 @@ public:
     // `done` runs on the main thread, after all progress. Taking the subscription back ends the attempt: neither `done`
     // nor `onProgress` runs then, and from some moment soon after the receiver is given nothing more.
     virtual Subscription fetch(TransferRequest request, Done done) = 0;
+
+    // Whether bytes are handed on more slowly than they could come, because the user wants it so.
+    [[nodiscard]] virtual bool isLimited() const { return false; }
 };
 
 }  // namespace tovri

@@ -16,6 +16,9 @@ public:
     // Tells this start of the machine from every other: what was not durable before another one may be gone. Empty
     // where the machine does not say.
     [[nodiscard]] virtual std::string bootID() const = 0;
+
+    // How far the clock on the user's wall is ahead of UTC at that moment.
+    [[nodiscard]] virtual std::chrono::seconds offsetFromUTC(Timestamp moment) const = 0;
 };
 
 }  // namespace tovri

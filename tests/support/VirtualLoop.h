@@ -58,7 +58,10 @@ public:
 
     [[nodiscard]] std::string bootID() const override { return "start " + std::to_string(starts); }
 
+    [[nodiscard]] std::chrono::seconds offsetFromUTC(Timestamp moment) const override { return offset(moment); }
+
     int starts = 1;  // of the machine
+    std::function<std::chrono::seconds(Timestamp)> offset = [](Timestamp) { return std::chrono::seconds::zero(); };
 
     void set(Timestamp date) {
         start_ = loop_.now();

@@ -17,8 +17,11 @@ struct CurlHTTPSession::Answering {
 };
 
 // What the loop's thread works on.
-struct CurlHTTPSession::Network {
+struct CurlHTTPSession::Network : std::enable_shared_from_this<Network> {
     explicit Network(const SleepClock& sleepClock) : loop(sleepClock) {}
+
+    // Any thread.
+    void resume(std::int64_t number);
 
     std::unordered_map<std::int64_t, std::unique_ptr<Job>> jobs;  // the loop's thread
     CurlLoop loop;
@@ -39,6 +42,7 @@ public:
                                  .url = std::move(request.url),
                                  .headers = std::move(request.headers),
                                  .body = {},
+                                 .bodyAllowance = allowance_ = std::move(request.bodyAllowance),
                                  .idleLimit = request.timeout,
                                  .timeLimit = request.timeLimit,
                                  .bodyLimit = request.answerLimit,
@@ -52,6 +56,10 @@ public:
         }
         exchange_ = std::make_unique<Exchange>(network_.loop, *this, std::move(outgoing));
         if (Result<void> started = exchange_->start(); !started) didEnd(std::move(started));
+    }
+
+    void resume() {
+        if (exchange_) exchange_->resume();
     }
 
 private:
@@ -73,6 +81,12 @@ private:
         mainLoop_.post([answering = answering_, sent, total] {
             const auto tell = answering->onBodySent;  // survives being withdrawn by what it calls
             if (tell) tell(sent, total);
+        });
+    }
+
+    void didPauseBody() override {
+        allowance_->whenReady([number = number_, weakNetwork = network_.weak_from_this()] {
+            if (const auto network = weakNetwork.lock()) network->resume(number);
         });
     }
 
@@ -98,11 +112,18 @@ private:
     MainLoop& mainLoop_;
     std::shared_ptr<Answering> answering_;
     bool tellsProgress_;
+    std::shared_ptr<ByteAllowance> allowance_;
     ByteCount toldSent_ = -1;
     ReportPace pace_;
     HTTPResponse response_;
     std::unique_ptr<Exchange> exchange_;
 };
+
+void CurlHTTPSession::Network::resume(std::int64_t number) {
+    loop.run([this, number] {
+        if (const auto job = jobs.find(number); job != jobs.end()) job->second->resume();
+    });
+}
 
 CurlHTTPSession::CurlHTTPSession(MainLoop& mainLoop, const SleepClock& sleepClock)
     : mainLoop_(mainLoop), network_(std::make_shared<Network>(sleepClock)) {}

@@ -93,6 +93,8 @@ private:
 
     void didSend(ByteCount, ByteCount) override {}
 
+    [[nodiscard]] std::optional<ByteRate> pace() const override { return receiver_->pace(); }
+
     void tick(std::chrono::steady_clock::time_point now) override {
         if (isProgressNews() && pace_.isDue(now)) tellProgress();
     }

@@ -1,5 +1,6 @@
 #include "platform/curl/Exchange.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <linux/sockios.h>
@@ -56,12 +57,7 @@ struct Exchange::Callbacks {
 
     static std::size_t read(char* buffer, std::size_t, std::size_t size, void* self) {
         auto& exchange = *static_cast<Exchange*>(self);
-        return guarded<std::size_t>(exchange, CURL_READFUNC_ABORT, [&]() -> std::size_t {
-            Result<std::size_t> count = exchange.request_.body->read(buffer, size);
-            if (count) return *count;
-            exchange.refusal_ = std::move(count.error());
-            return CURL_READFUNC_ABORT;
-        });
+        return guarded<std::size_t>(exchange, CURL_READFUNC_ABORT, [&] { return exchange.sendBody(buffer, size); });
     }
 
     static int seek(void* self, curl_off_t offset, int) {
@@ -111,6 +107,7 @@ struct Exchange::Callbacks {
         return guarded<int>(exchange, CURL_PREREQFUNC_ABORT, [&] {
             if (exchange.isRepetition()) return CURL_PREREQFUNC_ABORT;
             exchange.socket_ = exchange.loop_.sockets().find(peer, peerPort, localPort);
+            exchange.loop_.sockets().setPace(exchange.socket_, exchange.receiver_.pace());
             return CURL_PREREQFUNC_OK;
         });
     }
@@ -215,6 +212,23 @@ void Exchange::configureCallbacks() {
     curl_easy_setopt(handle_.get(), CURLOPT_VERBOSE, 1L);  // without it the debug function is not called
 }
 
+// How many bytes of the body the library finds in the buffer, or what else is to become of them.
+std::size_t Exchange::sendBody(char* buffer, std::size_t size) {
+    RequestBody& body = *request_.body;
+    const ByteCount wanted = std::min(static_cast<ByteCount>(size), body.left());
+    ByteCount may = wanted;
+    if (request_.bodyAllowance && wanted > 0) may = request_.bodyAllowance->take(wanted);
+    isPaused_ = may == 0 && wanted > 0;
+    if (isPaused_) {
+        receiver_.didPauseBody();
+        return CURL_READFUNC_PAUSE;
+    }
+    Result<std::size_t> count = body.read(buffer, static_cast<std::size_t>(may));
+    if (count) return *count;
+    refusal_ = std::move(count.error());
+    return CURL_READFUNC_ABORT;
+}
+
 // The library hands on what it has kept before this returns, and reports a failure of that only here.
 void Exchange::resume() {
     if (!std::exchange(isPaused_, false)) return;
@@ -267,6 +281,7 @@ void Exchange::end(Result<void> result) {
 
 void Exchange::tick(TimePoint now) {
     receiver_.tick(now);
+    loop_.sockets().setPace(socket_, receiver_.pace());
     if (request_.body && request_.body->isFile() && (!request_.body->isAtEnd() || unsentBytes() > 0)) begin_ = now;
     if (request_.timeLimit && now - begin_ >= *request_.timeLimit)
         return giveUp(slownessError(address_.host, *request_.timeLimit));

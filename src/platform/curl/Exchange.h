@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Result.h"
+#include "platform/ByteAllowance.h"
 #include "platform/curl/Address.h"
 #include "platform/curl/CurlLoop.h"
 #include "platform/curl/RequestBody.h"
@@ -21,6 +22,7 @@ struct ExchangeRequest {
     std::string url;
     std::vector<std::pair<std::string, std::string>> headers;
     std::optional<RequestBody> body;
+    std::shared_ptr<ByteAllowance> bodyAllowance = nullptr;  // may be empty; no more of the body is sent than it gives
     std::chrono::milliseconds idleLimit{60'000};  // the longest time without any byte moving in either direction
     std::optional<std::chrono::milliseconds> timeLimit = {};  // for all of it, but the sending of a file
     std::optional<ByteCount> bodyLimit = {};                  // of the answer, decompressed
@@ -45,6 +47,12 @@ public:
     // Very often, while a request with a body is sent.
     virtual void didSend(ByteCount sent, ByteCount total) = 0;
 
+    // None of the body may be sent now: the sending goes on after Exchange::resume.
+    virtual void didPauseBody() {}
+
+    // How fast it takes the body at most; none: as fast as that comes.
+    [[nodiscard]] virtual std::optional<ByteRate> pace() const { return std::nullopt; }
+
     virtual void tick(std::chrono::steady_clock::time_point now) = 0;
     virtual void didEnd(Result<void> result) = 0;
 };
@@ -64,7 +72,8 @@ public:
     // A failure when the address is against the rules; the receiver is not told anything then.
     [[nodiscard]] Result<void> start();
 
-    // Goes on with the body; nothing when it is not paused. Not to be called from what the receiver is told.
+    // Goes on with the body, in whichever direction; nothing when it is not paused. Not to be called from what the
+    // receiver is told.
     void resume();
 
 private:
@@ -100,6 +109,7 @@ private:
 
     [[nodiscard]] bool refuse(Error why);
     [[nodiscard]] std::size_t readBody(std::string_view bytes);
+    [[nodiscard]] std::size_t sendBody(char* buffer, std::size_t size);
     [[nodiscard]] bool hasExcess() const;
     [[nodiscard]] ByteCount movedBytes() const;
     [[nodiscard]] int unsentBytes() const;
@@ -125,7 +135,7 @@ private:
     bool isUnwatched_ = false;      // it would not be told when its connection is ready
     int socket_ = -1;               // of the connection, once that stands
     bool hasExcess_ = false;        // more came than was announced
-    bool isPaused_ = false;         // by the receiver
+    bool isPaused_ = false;         // by the receiver, or by the allowance
     bool hasThrown_ = false;        // a callback ended the exchange with an exception
     std::optional<Error> refusal_;  // why a callback ended the exchange
     bool hasBegun_ = false;         // no longer waiting for one of the host's connections

@@ -1,7 +1,10 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <unordered_map>
+
+#include "base/ByteRate.h"
 
 namespace tovri {
 
@@ -18,6 +21,10 @@ public:
     // The socket connected to this address from this local port; -1 when there is none. Remembers what it finds.
     [[nodiscard]] int find(const std::string& peer, int peerPort, int localPort);
 
+    // Has the system keep no more of what comes over this socket than somebody needs who reads that fast; none: as much
+    // as it sees fit.
+    void setPace(int socket, std::optional<ByteRate> pace);
+
 private:
     struct Ends {
         std::string peer;  // empty while not known
@@ -29,7 +36,12 @@ private:
 
     [[nodiscard]] static Ends endsOf(int socket);
 
-    std::unordered_map<int, Ends> sockets_;
+    struct Socket {
+        Ends ends;
+        std::optional<ByteRate> pace;
+    };
+
+    std::unordered_map<int, Socket> sockets_;
 };
 
 }  // namespace tovri

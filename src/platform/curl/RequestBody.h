@@ -20,6 +20,9 @@ public:
 
     [[nodiscard]] ByteCount length() const { return length_; }
 
+    // What has not been read yet.
+    [[nodiscard]] ByteCount left() const { return length_ - offset_; }
+
     // Fills the buffer from where the last call ended; the number of bytes, 0 at the end. A file that no longer holds
     // `length` bytes is a failure.
     [[nodiscard]] Result<std::size_t> read(char* buffer, std::size_t size);

@@ -9,6 +9,7 @@ public:
     [[nodiscard]] Timestamp now() const override { return std::chrono::system_clock::now(); }
 
     [[nodiscard]] std::string bootID() const override;
+    [[nodiscard]] std::chrono::seconds offsetFromUTC(Timestamp moment) const override;
 };
 
 }  // namespace tovri

@@ -28,6 +28,49 @@ std::string answerWith(const std::string& status, const std::string& headers, co
            body;
 }
 
+// Gives what the test gives it.
+class GivenAllowance final : public ByteAllowance {
+public:
+    explicit GivenAllowance(ByteCount given) : given_(given) {}
+
+    // Runs on the session's thread whenever somebody begins to wait.
+    std::function<void()> onEmpty = [] {};
+
+    ByteCount take(ByteCount wanted) override {
+        const std::lock_guard lock(mutex_);
+        const ByteCount taken = std::min(wanted, given_);
+        given_ -= taken;
+        return taken;
+    }
+
+    [[nodiscard]] std::optional<ByteRate> pace() const override { return std::nullopt; }
+
+    void giveBack(ByteCount unused) override { give(unused); }
+
+    void whenReady(std::move_only_function<void()> ready) override {
+        {
+            const std::lock_guard lock(mutex_);
+            ready_ = std::move(ready);
+        }
+        onEmpty();
+    }
+
+    void give(ByteCount more) {
+        std::move_only_function<void()> ready;
+        {
+            const std::lock_guard lock(mutex_);
+            given_ += more;
+            ready = std::exchange(ready_, nullptr);
+        }
+        if (ready) ready();
+    }
+
+private:
+    std::mutex mutex_;
+    ByteCount given_;
+    std::move_only_function<void()> ready_;
+};
+
 class CurlHTTPSessionTest : public testing::Test {
 protected:
     Result<HTTPResponse> send(HTTPRequest request) {
@@ -71,6 +114,34 @@ TEST_F(CurlHTTPSessionTest, sendsWhatItIsGivenAndGathersTheAnswer) {
     EXPECT_THAT(request, HasSubstr("\r\nAuthorization: Bearer secret\r\n"));
     EXPECT_THAT(request, HasSubstr("\r\nContent-Length: 2000000\r\n"));
     EXPECT_THAT(request, Not(HasSubstr("Expect")));  // a server that ignores it costs a second each
+}
+
+TEST_F(CurlHTTPSessionTest, sendsNoMoreOfABodyThanItsAllowanceGives) {
+    const TemporaryFolder folder;
+    const std::string content(300'000, 'x');
+    std::ofstream(folder.path() / "file") << content;
+    const ScriptedServer server([](const std::string&) { return answerWith("200 OK", "", "done"); });
+    const auto allowance = std::make_shared<GivenAllowance>(1000);
+    int pauses = 0;
+    ByteCount sentAtPause = 0;
+    allowance->onEmpty = [&] {
+        loop_.post([&] {
+            ++pauses;
+            allowance->give(100'000);
+        });
+    };
+    HTTPRequest request = authorized("POST", server.url("/upload"));
+    request.bodyFile = folder.path() / "file";
+    request.bodyAllowance = allowance;
+    request.onBodySent = [&](ByteCount sent, ByteCount) {
+        if (pauses == 0) sentAtPause = sent;
+    };
+    const auto answer = send(std::move(request));
+    ASSERT_TRUE(answer) << answer.error().description;
+    EXPECT_EQ(answer->body, "done");
+    EXPECT_EQ(pauses, 3);
+    EXPECT_LE(sentAtPause, 1000);
+    EXPECT_TRUE(server.requests().at(0).ends_with("\r\n\r\n" + content));
 }
 
 TEST_F(CurlHTTPSessionTest, repeatsARequestAsTheRedirectAsksAndSendsNothingElsewhere) {
