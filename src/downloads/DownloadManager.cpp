@@ -333,6 +333,16 @@ void DownloadManager::moved(const Download& item) {
     scheduleSave();
 }
 
+void DownloadManager::holdAll(std::optional<std::string> reason) {
+    if (around_.holdReason == reason) return;
+    around_.holdReason = std::move(reason);
+    const std::vector<DownloadRun*> runs(runs_.begin(), runs_.end());
+    if (around_.holdReason)
+        for (DownloadRun* run : runs) run->yieldSlot();
+    list_.tell(QueueChange::Kind::isHeld);
+    processQueue();
+}
+
 void DownloadManager::setSignedIn(bool isSignedIn) {
     isSignedIn_ = isSignedIn;
     processQueue();

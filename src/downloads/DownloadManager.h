@@ -130,6 +130,12 @@ public:
     // The same for all, from now on.
     void useFoldersAnyway() { destinations_.acceptAny(); }
 
+    // For as long as there is a reason, given as the user sees it, nothing starts: what runs keeps what has arrived and
+    // waits in the queue, unless it is being placed. What the user has paused stays so.
+    void holdAll(std::optional<std::string> reason);
+
+    [[nodiscard]] const std::optional<std::string>& holdReason() const { return around_.holdReason; }
+
     // While nobody is signed in nothing starts. Somebody is until this is told.
     void setSignedIn(bool isSignedIn);
 

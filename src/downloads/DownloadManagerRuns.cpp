@@ -38,7 +38,8 @@ DownloadPointer DownloadManager::nextInQueue() {
 }
 
 bool DownloadManager::hasFreeSlot() const {
-    if (around_.isQueuePaused || around_.isEnding || use_ == Use::editing || !around_.service || !isSignedIn_)
+    if (around_.isQueuePaused || around_.holdReason || around_.isEnding || use_ == Use::editing || !around_.service ||
+        !isSignedIn_)
         return false;
     const std::int64_t limit = around_.preferences ? around_.preferences->maxConcurrentDownloads() : 3;
     return static_cast<std::int64_t>(activeCount()) < limit;

@@ -27,6 +27,7 @@ struct QueueChange {
         progress,  // bytes, progress or speed of one item
         hold,      // why an item waits, or, with no item, what the held ones wait for was looked at
         isPaused,
+        isHeld,    // whether the whole queue is, or why
         conflict,  // another conflict, or none, is shown
         saving,    // whether the queue can be saved, or why not
     };

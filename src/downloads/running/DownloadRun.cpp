@@ -260,8 +260,9 @@ Task<> DownloadRun::keepArrived() {
         around_.kept.note(item_);
     }
     item_->speed = {};
-    if (wish_ == Wish::pause) around_.list.take(*item_, StatusStep::pause);
-    if (wish_ == Wish::goOnLater) around_.list.take(*item_, StatusStep::yieldSlot);
+    const bool isPaused = wish_ == Wish::pause || (wish_ == Wish::goOnLater && around_.isQueuePaused);
+    if (isPaused) around_.list.take(*item_, StatusStep::pause);
+    if (wish_ == Wish::goOnLater && !isPaused) around_.list.take(*item_, StatusStep::yieldSlot);
     around_.saves.request(Urgency::soon);
 }
 
@@ -407,6 +408,10 @@ void DownloadRun::pause() {
 
 void DownloadRun::goOnAfterPause() {
     if (wish_ == Wish::pause) wish_ = Wish::goOnLater;
+}
+
+void DownloadRun::yieldSlot() {
+    if (stage_ != Stage::placement && wish_ == Wish::goOn) wish(Wish::goOnLater);
 }
 
 void DownloadRun::suspend() {

@@ -38,6 +38,9 @@ public:
     // After pause, before the item is paused: it goes on instead as soon as there is a slot.
     void goOnAfterPause();
 
+    // Keeps what has arrived and queues the item; not while its file is being placed.
+    void yieldSlot();
+
     // Keeps what has arrived and leaves the item as it is: the process is about to end.
     void suspend();
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "downloads/DownloadService.h"
@@ -55,8 +56,9 @@ struct RunSurroundings {
     DownloadService* service = nullptr;        // null before the manager is configured
     const Preferences* preferences = nullptr;  // likewise
     bool isQueuePaused = false;
-    MainLoop::TimePoint lastGain = {};  // when a byte came last, of any item
-    bool isEnding = false;              // nothing begins any more
+    std::optional<std::string> holdReason = {};  // why the whole queue waits
+    MainLoop::TimePoint lastGain = {};           // when a byte came last, of any item
+    bool isEnding = false;                       // nothing begins any more
 };
 
 }  // namespace tovri
