@@ -9,11 +9,18 @@ TovriApp::TovriApp(Ports ports, Polling polling)
       polling_(polling),
       authManager_(ports_.credentials, ports_.web, ports_.platform.loop, ports_.hosts),
       preferences_(ports_.defaults, ports_.platform.folderAccess, ports_.platform.folders.home),
-      downloadManager_(downloadPorts(ports_.platform, ports_.transfers)),
+      speedLimit_(ports_.platform.loop),
+      http_(ports_.http, speedLimit_),
+      transfers_(ports_.transfers, speedLimit_),
+      speedControl_(ports_.platform.loop, ports_.platform.clock, preferences_, speedLimit_),
+      downloadManager_(downloadPorts(ports_.platform, transfers_)),
       syncManager_(ports_.platform),
       fileBrowserState_(ports_.platform),
       updater_(ports_.updates),
-      signIn_(authManager_.onChange([this](AuthManager::Change change) { follow(change); })) {}
+      signIn_(authManager_.onChange([this](AuthManager::Change change) { follow(change); })),
+      speed_(speedControl_.onChange([this] { downloadManager_.holdAll(speedControl_.holdReason()); })) {
+    downloadManager_.holdAll(speedControl_.holdReason());
+}
 
 void TovriApp::setup() {
     if (hasSetup_) return;
@@ -33,8 +40,7 @@ void TovriApp::setup() {
 }
 
 PutIOAPI TovriApp::makeClient() {
-    return {authManager_, ports_.http, ports_.platform, ports_.hosts,
-            [this] { return preferences_.readLongFolders(); }};
+    return {authManager_, http_, ports_.platform, ports_.hosts, [this] { return preferences_.readLongFolders(); }};
 }
 
 // The queue stays as it is; so does the client, which takes the token of whoever signs in next.

@@ -7,6 +7,8 @@
 #include "automation/SyncManager.h"
 #include "downloads/DownloadManager.h"
 #include "downloads/PutIODownloadService.h"
+#include "limits/LimitedSessions.h"
+#include "limits/SpeedControl.h"
 #include "platform/CredentialStore.h"
 #include "platform/HTTPSession.h"
 #include "platform/Platform.h"
@@ -54,6 +56,8 @@ public:
 
     [[nodiscard]] Preferences& preferences() { return preferences_; }
 
+    [[nodiscard]] SpeedControl& speedControl() { return speedControl_; }
+
     [[nodiscard]] DownloadManager& downloadManager() { return downloadManager_; }
 
     [[nodiscard]] SyncManager& syncManager() { return syncManager_; }
@@ -77,6 +81,10 @@ private:
     AppDelegate appDelegate_;
     AuthManager authManager_;
     Preferences preferences_;
+    SpeedLimit speedLimit_;
+    LimitedHTTPSession http_;
+    LimitedTransferSession transfers_;
+    SpeedControl speedControl_;
     std::optional<PutIOAPI> api_;
     std::optional<PutIODownloadService> downloadService_;
     DownloadManager downloadManager_;
@@ -85,6 +93,7 @@ private:
     UpdaterController updater_;
     bool hasSetup_ = false;
     Subscription signIn_;
+    Subscription speed_;
 };
 
 }  // namespace tovri

@@ -18,6 +18,8 @@ public:
         strings_.insert_or_assign(std::string(key), std::move(value));
     }
 
+    void replaceBoolean(std::string_view key, bool value) { booleans_.insert_or_assign(std::string(key), value); }
+
     void replaceInteger(std::string_view key, std::int64_t value) {
         integers_.insert_or_assign(std::string(key), value);
     }
@@ -32,7 +34,10 @@ public:
         return found == integers_.end() ? stored_.integer(key) : std::optional(found->second);
     }
 
-    [[nodiscard]] std::optional<bool> boolean(std::string_view key) override { return stored_.boolean(key); }
+    [[nodiscard]] std::optional<bool> boolean(std::string_view key) override {
+        const auto found = booleans_.find(key);
+        return found == booleans_.end() ? stored_.boolean(key) : std::optional(found->second);
+    }
 
     [[nodiscard]] std::optional<ByteBlob> data(std::string_view key) override { return stored_.data(key); }
 
@@ -50,6 +55,7 @@ private:
     UserDefaults& stored_;
     std::map<std::string, std::string, std::less<>> strings_;
     std::map<std::string, std::int64_t, std::less<>> integers_;
+    std::map<std::string, bool, std::less<>> booleans_;
 };
 
 }  // namespace tovri::cli

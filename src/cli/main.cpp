@@ -140,7 +140,15 @@ private:
             runDefaults_.replaceString(
                 preference::conflictBehavior.key,
                 std::string(rawValue(parseBehavior(*what).value_or(ConflictBehavior::keepBoth))));
+        if (const auto rate = invocation_.value("--limit-rate"))
+            replaceLimit(parseByteRate(*rate).value_or(ByteRate()));
         return runDefaults_;
+    }
+
+    void replaceLimit(ByteRate rate) {
+        runDefaults_.replaceBoolean(preference::limitSpeed.key, rate.bytesPerSecond > 0);
+        runDefaults_.replaceInteger(preference::speedLimit.key, rate.bytesPerSecond);
+        runDefaults_.replaceString(preference::speedTimetable.key, "");
     }
 
     // Before anything is read that the command will write.

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "base/ByteRate.h"
 #include "cli/arguments/Completion.h"
 #include "cli/arguments/HelpText.h"
 #include "cli/arguments/ManPage.h"
@@ -24,6 +25,11 @@ std::string checkNumber(const std::string& text) {
     return fmt::format("'{}' is not a whole number from 1 on", text);
 }
 
+std::string checkRate(const std::string& text) {
+    if (parseByteRate(text)) return {};
+    return fmt::format("'{}' is no number of bytes a second, as in 500K or 2M", text);
+}
+
 std::string checkChoice(const std::vector<std::string_view>& choices, const std::string& text) {
     if (std::ranges::find(choices, text) != choices.end()) return {};
     return fmt::format("'{}' is none of {}", text, fmt::join(choices, ", "));
@@ -38,6 +44,7 @@ void addFlag(CLI::App& app, const FlagDefinition& flag, Invocation& invocation) 
     CLI::Option* option = app.add_option_function<std::string>(
         name, [&invocation, name](const std::string& value) { invocation.flags[name] = value; });
     if (flag.kind == ValueKind::number) option->check(checkNumber);
+    if (flag.kind == ValueKind::rate) option->check(checkRate);
     if (flag.kind == ValueKind::choice)
         option->check([&flag](const std::string& text) { return checkChoice(flag.choices, text); });
 }

@@ -19,6 +19,7 @@ std::string bashAction(ValueKind kind, const std::vector<std::string_view>& choi
             return fmt::format("COMPREPLY=($(compgen -W \"{}\" -- \"$word\"))", fmt::join(choices, " "));
         case ValueKind::text:
         case ValueKind::number:
+        case ValueKind::rate:
         case ValueKind::serviceID:
             break;
     }
@@ -65,6 +66,7 @@ std::string zshAction(ValueKind kind, const std::vector<std::string_view>& choic
             return fmt::format("({})", fmt::join(choices, " "));
         case ValueKind::text:
         case ValueKind::number:
+        case ValueKind::rate:
         case ValueKind::serviceID:
             break;
     }

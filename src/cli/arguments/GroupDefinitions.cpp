@@ -90,7 +90,7 @@ std::vector<CommandDefinition> ruleDefinitions() {
          "look for new files now and download them",
          "Without ID, for all rules that are not paused. Then works until the queue is empty.",
          {{"ID", ruleID.help, 0, 1}},
-         {onConflict, jobs, useFolderAnyway, jsonEvents},
+         {onConflict, jobs, limitRate, useFolderAnyway, jsonEvents},
          QueueUse::owns},
     };
 }

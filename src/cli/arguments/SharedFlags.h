@@ -18,5 +18,10 @@ inline const FlagDefinition useFolderAnyway{"--use-folder-anyway", "",
 inline const FlagDefinition jobs{"--jobs", "N",
                                  "How many downloads run at once, for this run (otherwise: maxConcurrentDownloads)",
                                  ValueKind::number};
+inline const FlagDefinition limitRate{"--limit-rate", "RATE",
+                                      "The most bytes a second for all downloads together, for this run, as in 500K or "
+                                      "2M: K is 1024, M 1024 K, G 1024 M; "
+                                      "0 is no limit (otherwise: limitSpeed, speedLimit and speedTimetable)",
+                                      ValueKind::rate};
 
 }  // namespace tovri::cli

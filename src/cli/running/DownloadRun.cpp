@@ -69,6 +69,7 @@ void DownloadRun::follow(const QueueChange& change) {
     reporter_->follow(change);
     prompt_.follow(change);
     if (change.kind == QueueChange::Kind::status) tellFailure(*change.item);
+    if (change.kind == QueueChange::Kind::isHeld) tellTimetable();
     if (change.kind == QueueChange::Kind::saving) tellUnsaved(downloads_.saveFailure());
     if (change.kind != QueueChange::Kind::progress) checkSoon();
 }
@@ -98,6 +99,13 @@ void DownloadRun::tellUnsaved(const std::optional<std::string>& reason) {
     unsaved_ = reason;
 }
 
+// A run waits for the clock, as it needs nobody to go on.
+void DownloadRun::tellTimetable() {
+    const std::optional<std::string>& reason = downloads_.holdReason();
+    if (!reason || !downloads_.hasUnfinishedWork()) return;
+    context_.terminal.message(fmt::format("{}, as speedTimetable says; --limit-rate 0 does without it.", *reason));
+}
+
 void DownloadRun::save() {
     const Result<void> saved = context_.app.appDelegate().applicationWillTerminate();
     tellUnsaved(saved ? std::nullopt : std::optional(saved.error().description));
@@ -120,6 +128,7 @@ void DownloadRun::checkSoon() {
 
 Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
     until_ = until;
+    tellTimetable();
     using Ended = std::monostate;
     bool isSecured = false;
     while (!isSecured) {

@@ -49,6 +49,7 @@ public:
 private:
     void follow(const QueueChange& change);
     void tellFailure(const Download& item);
+    void tellTimetable();
     void tellUnsaved(const std::optional<std::string>& reason);
     void save();
     void checkSoon();

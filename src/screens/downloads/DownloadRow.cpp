@@ -80,10 +80,11 @@ Label part(std::string text, Tint tint = Tint::secondary) {
     return {"", std::move(text), tint};
 }
 
-std::vector<Label> queuedStatus(const Download& item) {
+std::vector<Label> queuedStatus(const Download& item, const std::optional<std::string>& holdReason) {
     if (item.hold) return {part(item.hold->text, Tint::attention)};
-    if (item.expectedSize() < 1) return {part("Queued")};
-    return {part("Queued"), part(formatByteCount(item.expectedSize()))};
+    std::vector<Label> parts = {part(holdReason.value_or("Queued"))};
+    if (item.expectedSize() > 0) parts.push_back(part(formatByteCount(item.expectedSize())));
+    return parts;
 }
 
 std::vector<Label> downloadingStatus(const Download& item) {
@@ -115,10 +116,10 @@ std::string detailsOf(const DownloadRecord& item) {
     return {};
 }
 
-std::vector<Label> statusOf(const Download& item, Timestamp now) {
+std::vector<Label> statusOf(const Download& item, Timestamp now, const std::optional<std::string>& holdReason) {
     switch (item.status) {
         case Status::queued:
-            return queuedStatus(item);
+            return queuedStatus(item, holdReason);
         case Status::downloading:
             return downloadingStatus(item);
         case Status::awaitingConflict:
@@ -183,9 +184,9 @@ std::string DownloadRow::statusText() const {
     return text;
 }
 
-DownloadRow downloadRow(const Download& item, Timestamp now) {
-    DownloadRow row{item.id,          symbolOf(item.status), item.fileName,
-                    progressOf(item), statusOf(item, now),   buttonsOf(item.status),
+DownloadRow downloadRow(const Download& item, Timestamp now, const std::optional<std::string>& holdReason) {
+    DownloadRow row{item.id,          symbolOf(item.status),           item.fileName,
+                    progressOf(item), statusOf(item, now, holdReason), buttonsOf(item.status),
                     detailsOf(item)};
     if (item.isDoubtful()) {
         row.symbol = {"exclamationmark.triangle.fill", Tint::attention};

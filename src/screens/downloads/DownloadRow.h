@@ -60,8 +60,9 @@ struct DownloadRow {
     [[nodiscard]] std::string statusText() const;
 };
 
-// `now` tells how long ago the download was completed.
-[[nodiscard]] DownloadRow downloadRow(const Download& item, Timestamp now);
+// `now` tells how long ago the download was completed; `holdReason`, where the whole queue waits, for what.
+[[nodiscard]] DownloadRow downloadRow(const Download& item, Timestamp now,
+                                      const std::optional<std::string>& holdReason = std::nullopt);
 
 // Whether a row of that status has a progress bar.
 [[nodiscard]] constexpr bool hasProgressBar(DownloadStatus status) {
