@@ -12,6 +12,8 @@ namespace {
 using Ready = std::move_only_function<void()>;
 
 constexpr std::chrono::milliseconds interval{40};
+// What nobody took is kept for as long as a busy machine may leave a thread waiting.
+constexpr std::chrono::milliseconds keeping{200};
 // A main loop that was kept busy for longer does not make up for it at once.
 constexpr std::chrono::seconds longestPause{1};
 
@@ -191,12 +193,12 @@ void SpeedLimit::dealLater() {
 void SpeedLimit::deal() {
     timer_.reset();
     const MainLoop::TimePoint now = loop_.now();
-    const double ofOneInterval = bytesIn(*rate_, interval);
     const auto passed = std::min<MainLoop::Duration>(now - lastDealt_, longestPause);
     lastDealt_ = now;
     // Less than a byte for each may have to be kept for long.
-    free_ = std::min(free_, std::max(ofOneInterval, static_cast<double>(pool_->count()))) + bytesIn(*rate_, passed);
-    free_ = pool_->deal(free_, static_cast<ByteCount>(ofOneInterval));
+    const double most = std::max(bytesIn(*rate_, keeping), static_cast<double>(pool_->count()));
+    free_ = std::min(free_, most) + bytesIn(*rate_, passed);
+    free_ = pool_->deal(free_, static_cast<ByteCount>(bytesIn(*rate_, interval)));
     if (pool_->count() > 0) dealLater();
 }
 

@@ -11,7 +11,7 @@ namespace tovri {
 
 // A rate that all transfers together keep to. Many times a second the main loop deals out what has become free since:
 // in equal shares, of which each takes no more than it moves, so that the rest goes to those that could use it. What
-// nobody uses is not saved up.
+// nobody uses is kept for an instant only.
 class SpeedLimit {
 public:
     // `loop` outlives the limit.

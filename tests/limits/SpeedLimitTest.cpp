@@ -139,7 +139,7 @@ TEST_F(SpeedLimitTest, savesNothingUp) {
     begin(10'000);
     loop_.advance(60s);
     begin();
-    EXPECT_LT(movedIn(1s), 1'200'000);
+    EXPECT_LT(movedIn(1s), 1'300'000);
 }
 
 TEST_F(SpeedLimitTest, letsAllGoOnAtOnceWithoutIt) {

@@ -42,7 +42,7 @@ std::chrono::microseconds roundTrip(int socket) {
 // So large that the line is never idle for want of it, and little larger. None where the system does not give that much
 // to whoever asks: it does to those that leave it the choice.
 std::optional<int> receiveBufferFor(int socket, ByteRate pace) {
-    constexpr double least = 16.0 * 1024;
+    constexpr double least = 64.0 * 1024;  // smaller ones make the other end wait
     constexpr double most = 208.0 * 1024;  // net.core.rmem_max, unless somebody has changed it
     constexpr std::chrono::duration<double> ahead = std::chrono::milliseconds(25);
     const std::chrono::duration<double> trip = roundTrip(socket);

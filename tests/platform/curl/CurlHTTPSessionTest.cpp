@@ -119,7 +119,7 @@ TEST_F(CurlHTTPSessionTest, sendsWhatItIsGivenAndGathersTheAnswer) {
 TEST_F(CurlHTTPSessionTest, sendsNoMoreOfABodyThanItsAllowanceGives) {
     const TemporaryFolder folder;
     const std::string content(300'000, 'x');
-    std::ofstream(folder.path() / "file") << content;
+    std::ofstream(folder.path / "file") << content;
     const ScriptedServer server([](const std::string&) { return answerWith("200 OK", "", "done"); });
     const auto allowance = std::make_shared<GivenAllowance>(1000);
     int pauses = 0;
@@ -131,7 +131,7 @@ TEST_F(CurlHTTPSessionTest, sendsNoMoreOfABodyThanItsAllowanceGives) {
         });
     };
     HTTPRequest request = authorized("POST", server.url("/upload"));
-    request.bodyFile = folder.path() / "file";
+    request.bodyFile = folder.path / "file";
     request.bodyAllowance = allowance;
     request.onBodySent = [&](ByteCount sent, ByteCount) {
         if (pauses == 0) sentAtPause = sent;
