@@ -63,7 +63,7 @@ Task<> DownloadManager::run(DownloadPointer item) {
         runs_.insert(&run);
         co_await run.tell();
         runs_.erase(&run);
-        if (item->status != Status::queued) around_.lastGain = platform_.loop.now();
+        if (item->status != Status::queued) around_.lastGain = ports_.loop.now();
     }
     runEnded();
 }

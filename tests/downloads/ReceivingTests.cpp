@@ -164,7 +164,7 @@ TEST_F(Receiving, listsAFolderBeforeItIsMade) {
 
 TEST_F(Receiving, goesOnWhereTheVolumeIsMountedNow) {
     enqueueSlowly(usb / "Shows", "file");
-    const DownloadPointer other = enqueueSlowly(usb / "Shows", "other");
+    const ConstDownloadPointer other = enqueueSlowly(usb / "Shows", "other");
     world.loop.advance(10s);
     quit();
     const Path now = "/media/ann/usb";
@@ -173,7 +173,7 @@ TEST_F(Receiving, goesOnWhereTheVolumeIsMountedNow) {
     world.start();
     ASSERT_THAT(receivingFolders(now / "Shows"), SizeIs(1));
     world.manager().remove(world.find(other->fileID));
-    const DownloadPointer item = world.manager().downloads().items().front();
+    const ConstDownloadPointer item = world.manager().downloads().items().front();
     world.loop.advance(5s);
     EXPECT_THAT(world.files.files(receivingFolders(now / "Shows").at(0)), SizeIs(1));
     // Its name is remembered, not where it is for the time being.

@@ -13,13 +13,13 @@ using namespace std::chrono_literals;
 class TimetableHold : public testing::Test {
 public:
     // 100 KB in ten seconds.
-    DownloadPointer enqueue(const std::string& name) {
-        const std::int64_t file = world.addFile(name, std::string(100'000, name.front()));
+    ConstDownloadPointer enqueue(const std::string& name) {
+        const FileID file = world.addFile(name, std::string(100'000, name.front()));
         world.link(file).rate = 10'000;
         return world.enqueue(file);
     }
 
-    void expectArrived(const DownloadPointer& item) {
+    void expectArrived(const ConstDownloadPointer& item) {
         EXPECT_TRUE(world.runUntil(item, Status::completed)) << World::outcome(item);
         EXPECT_EQ(world.files.content(*item->destinationFolder / item->fileName), world.contentOf(item->fileID));
     }
@@ -30,18 +30,18 @@ public:
 };
 
 TEST_F(TimetableHold, keepsWhatHasArrivedAndGoesOnFromThere) {
-    const DownloadPointer runs = enqueue("a");
-    const DownloadPointer paused = enqueue("b");
+    const ConstDownloadPointer runs = enqueue("a");
+    const ConstDownloadPointer paused = enqueue("b");
     world.loop.advance(4s);
     manager.pause(paused);
     world.loop.advance(1s);
     manager.holdAll(reason);
-    const DownloadPointer later = enqueue("c");
+    const ConstDownloadPointer later = enqueue("c");
     world.loop.advance(1h);
     EXPECT_EQ(runs->status, Status::queued);
     EXPECT_TRUE(runs->resumeData);
     EXPECT_GT(runs->bytesDownloaded, 40'000);
-    EXPECT_EQ(runs->speed, 0);
+    EXPECT_EQ(runs->speed, BytesPerSecond());
     EXPECT_EQ(later->status, Status::queued);
     EXPECT_EQ(paused->status, Status::paused);
     EXPECT_EQ(world.transfersOf(later->fileID), 0U);
@@ -60,8 +60,8 @@ TEST_F(TimetableHold, maySetInAtAnyMoment) {
     for (int moment = 0; moment < 30; ++moment) {
         SCOPED_TRACE(moment);
         World other;
-        const std::int64_t file = other.addFile("f", std::string(1000, 'x'));
-        const DownloadPointer item = other.enqueue(file);
+        const FileID file = other.addFile("f", std::string(1000, 'x'));
+        const ConstDownloadPointer item = other.enqueue(file);
         other.loop.advance(moment * 10ms);
         other.manager().holdAll(reason);
         other.loop.advance(10s);
@@ -73,8 +73,8 @@ TEST_F(TimetableHold, maySetInAtAnyMoment) {
 }
 
 TEST_F(TimetableHold, givesWayToWhatTheUserWants) {
-    const DownloadPointer paused = enqueue("a");
-    const DownloadPointer cancelled = enqueue("b");
+    const ConstDownloadPointer paused = enqueue("a");
+    const ConstDownloadPointer cancelled = enqueue("b");
     world.loop.advance(2s);
     manager.holdAll(reason);
     manager.pause(paused);  // while it is still being brought to rest
@@ -90,7 +90,7 @@ TEST_F(TimetableHold, givesWayToWhatTheUserWants) {
 }
 
 TEST_F(TimetableHold, leavesAPausedQueuePaused) {
-    const DownloadPointer item = enqueue("a");
+    const ConstDownloadPointer item = enqueue("a");
     for (const auto looking : {5ms, 3'000ms}) {  // while its link is looked up, or its bytes come
         world.loop.advance(looking);
         manager.holdAll(reason);
@@ -106,13 +106,13 @@ TEST_F(TimetableHold, leavesAPausedQueuePaused) {
 }
 
 TEST_F(TimetableHold, survivesTheProcess) {
-    const DownloadPointer item = enqueue("a");
+    const ConstDownloadPointer item = enqueue("a");
     world.loop.advance(5s);
     manager.holdAll(reason);
     world.loop.advance(10s);
     world.kill();
     world.start();
-    const DownloadPointer again = world.find(item->fileID);
+    const ConstDownloadPointer again = world.find(item->fileID);
     ASSERT_TRUE(again);
     EXPECT_EQ(world.storage.resumed, 0);
     expectArrived(again);

@@ -113,7 +113,7 @@ private:
     };
 
     struct Disk {
-        std::optional<ByteCount> capacity;
+        std::optional<ByteCount> capacity = {};
         std::size_t longestName = 255;
         std::string identity = {};
         NodePointer detached = {};  // its root, while it is not mounted
