@@ -19,9 +19,9 @@ struct Fault {
     Blame blame = Blame::item;
     std::string reason = {};                            // "HTTP error 503": a part of a sentence
     std::optional<std::chrono::seconds> comeBack = {};  // when the server wants to be asked again
-    bool hasAnswered = false;                      // there is a server
-    bool isRefusedForPace = false;                 // there were too many requests
-    bool isOver = false;                           // nothing has to be waited for
+    bool hasAnswered = false;                           // there is a server
+    bool isRefusedForPace = false;                      // there were too many requests
+    bool isOver = false;                                // nothing has to be waited for
 };
 
 // None for a failure that would come again.

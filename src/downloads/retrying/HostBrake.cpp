@@ -86,12 +86,12 @@ void HostBrake::close(const Fault& fault, bool isProbe) {
         closedUntil_ = std::max(*closedUntil_, now + *fault.comeBack);
     }
     timer_ = loop_.schedule(*closedUntil_ - now, [this] { changes_.tell(); });
-    changes_.tell();
+    tellSoon();
 }
 
 void HostBrake::gaveUp() {
     isProbing_ = false;
-    changes_.tell();
+    tellSoon();
 }
 
 void HostBrake::open() {
@@ -100,8 +100,15 @@ void HostBrake::open() {
     doubters_.clear();
     backoff_.reset();
     timer_.reset();
-    changes_.tell();
-    openings_.tell();
+    hasOpened_ = true;
+    tellSoon();
+}
+
+void HostBrake::tellSoon() {
+    telling_ = loop_.schedule(MainLoop::Duration::zero(), [this] {
+        changes_.tell();
+        if (std::exchange(hasOpened_, false) && !isClosed()) openings_.tell();
+    });
 }
 
 // --- All of them ---

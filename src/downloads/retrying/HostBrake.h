@@ -61,10 +61,10 @@ public:
     // Why it is closed: a part of a sentence.
     [[nodiscard]] const std::string& reason() const { return reason_; }
 
-    // Told when it may be worth entering again, or `next` has changed.
+    // Told, in a turn of its own, when it may be worth entering again, or `next` has changed.
     Subscription onChange(std::function<void()> tell) { return changes_.subscribe(std::move(tell)); }
 
-    // Told when all may go again.
+    // Told likewise when all may go again.
     Subscription onOpening(std::function<void()> tell) { return openings_.subscribe(std::move(tell)); }
 
 private:
@@ -74,6 +74,7 @@ private:
     [[nodiscard]] bool isToBlame(const Fault& fault, const UUID& who, bool isProbe);
     void close(const Fault& fault, bool isProbe);
     void open();
+    void tellSoon();
 
     MainLoop& loop_;
     Backoff backoff_;
@@ -84,7 +85,9 @@ private:
     std::set<UUID> doubters_;  // items that met what may be the host's fault since it last answered
     Signal<> changes_;
     Signal<> openings_;
-    Subscription timer_;
+    Subscription timer_;    // at `closedUntil_`
+    Subscription telling_;  // a turn later: whoever says how it went may be on its way out
+    bool hasOpened_ = false;
 };
 
 // One brake for each host. Owned by the download manager.

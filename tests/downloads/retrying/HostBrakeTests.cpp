@@ -46,6 +46,7 @@ TEST_F(HostBrakeTest, letsOneTryForAllAndAllGoAfterAnAnswer) {
     loop.advance(1300ms);
     EXPECT_EQ(opened, 0);
     EXPECT_TRUE(ask(a, std::nullopt));
+    loop.runUntilIdle();
     EXPECT_EQ(opened, 1);
     EXPECT_TRUE(ask(b, std::nullopt));
 }
