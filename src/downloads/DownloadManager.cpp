@@ -1,8 +1,6 @@
 #include "downloads/DownloadManager.h"
 
 #include <algorithm>
-#include <iterator>
-#include <numeric>
 #include <ranges>
 
 #include "downloads/listing/FolderWalk.h"
@@ -184,18 +182,36 @@ std::unordered_set<FileID> DownloadManager::inFlightFileIDs(const UUID& rule,
         }
     }
     std::ranges::sort(failed, {}, [](const ConstDownloadPointer& item) { return item->position; });
-    for (const ConstDownloadPointer& item : failed) retry(item);
+    for (const ConstDownloadPointer& item : failed) putBack(list_.changeable(*item));
     return inFlight;
 }
 
+// What failed for a rule is tried again, the later the more often it failed.
+void DownloadManager::putBack(const DownloadPointer& item) {
+    const std::int64_t failures = (item->ruleRetry ? item->ruleRetry->failures : 0) + 1;
+    const Timestamp failed = item->completedAt.value_or(ports_.clock.now());
+    auto next = std::make_shared<const RuleRetry>(
+        RuleRetry{failures, item->error.value_or("Download failed"), failed + RuleRetry::delay(failures)});
+    queueAgain(item);
+    item->ruleRetry = std::move(next);
+    holdForRule(*item);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::holdForRule(Download& item) {
+    if (!item.ruleRetry || item.ruleRetry->notBefore <= ports_.clock.now()) return;
+    if (item.status != Status::queued) return;
+    auto hold = std::make_shared<Hold>();
+    hold->reason = Hold::Reason::later;
+    hold->what = "item " + item.id.text();
+    hold->text = "Waiting after a failure: " + item.ruleRetry->reason;
+    if (hold->text.ends_with('.')) hold->text.pop_back();
+    hold->until = item.ruleRetry->notBefore;
+    list_.hold(item, std::move(hold));
+}
+
 // --- Control ---
-
-namespace {
-
-constexpr std::initializer_list<Status> finishedStatuses = {Status::completed, Status::failed, Status::cancelled,
-                                                            Status::skipped, Status::remoteDeleteFailed};
-
-}  // namespace
 
 void DownloadManager::pause(const ConstDownloadPointer& shown) {
     const DownloadPointer item = list_.changeable(*shown);
@@ -294,7 +310,14 @@ void DownloadManager::clearFinished() {
 void DownloadManager::retry(const ConstDownloadPointer& shown) {
     const DownloadPointer item = list_.changeable(*shown);
     if (!item) return;
+    queueAgain(item);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::queueAgain(const DownloadPointer& item) {
     abandonRun(*item);
+    item->ruleRetry.reset();
     dropToken(*item);
     if (auto copy = differingCopy(*item)) item->formerCopy = std::make_shared<const DifferingCopy>(std::move(*copy));
     item->forgetArrival();
@@ -304,8 +327,6 @@ void DownloadManager::retry(const ConstDownloadPointer& shown) {
     list_.take(*item, StatusStep::retry);
     list_.release(*item);
     conflicts_.dismissConflict(*item);
-    processQueue();
-    scheduleSave();
 }
 
 void DownloadManager::retryDelete(const ConstDownloadPointer& shown) {
@@ -346,71 +367,6 @@ void DownloadManager::holdAll(std::optional<std::string> reason) {
 void DownloadManager::setSignedIn(bool isSignedIn) {
     isSignedIn_ = isSignedIn;
     processQueue();
-}
-
-// --- Sums ---
-
-std::size_t DownloadManager::activeCount() const {
-    return list_.count({Status::downloading, Status::awaitingConflict});
-}
-
-BytesPerSecond DownloadManager::totalSpeed() const {
-    const auto running = list_.withStatus(Status::downloading);
-    return std::transform_reduce(running.begin(), running.end(), BytesPerSecond(), std::plus<>(),
-                                 [](const ConstDownloadPointer& item) { return item->speed; });
-}
-
-std::vector<ConstDownloadPointer> DownloadManager::activeDownloads() const {
-    return list_.withStatus({Status::downloading, Status::deleting, Status::awaitingConflict});
-}
-
-std::vector<ConstDownloadPointer> DownloadManager::finishedDownloads() const {
-    return list_.withStatus(finishedStatuses);
-}
-
-bool DownloadManager::hasUnfinishedWork() const {
-    return list_.count({Status::downloading, Status::queued, Status::awaitingConflict}) > 0;
-}
-
-bool DownloadManager::canRunNow() const {
-    if (list_.count({Status::downloading, Status::awaitingConflict, Status::deleting}) > 0) return true;
-    if (!isSignedIn_ || around_.isQueuePaused) return false;
-    return list_.nextCandidate() || held_.isLooking() || serviceHolds_.isAnyHeld();
-}
-
-std::optional<MainLoop::TimePoint> DownloadManager::waitsForServiceSince() const {
-    if (list_.count({Status::awaitingConflict, Status::deleting}) > 0 || held_.isLooking()) return std::nullopt;
-    std::vector<ConstDownloadPointer> items = list_.withStatus(Status::downloading);
-    std::ranges::copy(serviceHolds_.held(), std::back_inserter(items));
-    const auto isOtherwiseBusy = [](const ConstDownloadPointer& item) {
-        return (item->run && item->run->isPlacing()) || (item->tries && item->tries->isLosingPatience());
-    };
-    const auto isHeldUp = [](const ConstDownloadPointer& item) {
-        return item->tries && item->tries->isStruggling() && !item->tries->isLosingPatience();
-    };
-    if (std::ranges::any_of(items, isOtherwiseBusy) || std::ranges::none_of(items, isHeldUp)) return std::nullopt;
-    return around_.lastGain;
-}
-
-double DownloadManager::overallProgress() const {
-    ByteCount received = 0;
-    ByteCount total = 0;
-    for (const ConstDownloadPointer& item : list_.items()) {
-        if (!occupiesSlot(item->status) && item->status != Status::paused && item->status != Status::queued) continue;
-        received += item->bytesDownloaded;
-        total += item->expectedSize();
-    }
-    return total > 0 ? static_cast<double>(received) / static_cast<double>(total) : 0.0;
-}
-
-std::string DownloadManager::queueETAText() const {
-    const BytesPerSecond speed = totalSpeed();
-    if (speed <= BytesPerSecond()) return "";
-    ByteCount remaining = 0;
-    for (const ConstDownloadPointer& item : list_.items())
-        if (item->status == Status::downloading || item->status == Status::queued)
-            remaining += item->expectedSize() - item->bytesDownloaded;
-    return remaining > 0 ? durationText(timeFor(remaining, speed).count()) : "";
 }
 
 }  // namespace tovri

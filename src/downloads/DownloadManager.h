@@ -120,7 +120,8 @@ public:
     // The user's answer to `pendingConflict`.
     void resolveConflict(ConflictChoice choice, bool applyToAll) { conflicts_.resolveConflict(choice, applyToAll); }
 
-    // Of `candidates`, the files that the rule has in the queue; a failed one among them is retried.
+    // Of `candidates`, the files that the rule has in the queue; a failed one among them is retried when its time has
+    // come.
     [[nodiscard]] std::unordered_set<FileID> inFlightFileIDs(const UUID& rule,
                                                              const std::unordered_set<FileID>& candidates);
 
@@ -210,6 +211,9 @@ private:
     void abandon(const DownloadPointer& item);
     void moved(const Download& item);
     void pauseAtRest(Download& item);
+    void queueAgain(const DownloadPointer& item);
+    void putBack(const DownloadPointer& item);
+    void holdForRule(Download& item);
     void dropToken(Download& item);
     void dropArrived(Download& item);
     void leavePartial(const Download& item);

@@ -49,6 +49,7 @@ void DownloadManager::restoreQueue() {
     cleanUp(items, journal_->recover());
     lookForLost();
 
+    for (const DownloadPointer& item : items) holdForRule(*item);
     for (const DownloadPointer& item : items)
         if (item->status == Status::awaitingConflict && !recovery_.isHeld(*item)) goOn(item);
     processQueue();

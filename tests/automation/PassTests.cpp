@@ -166,6 +166,35 @@ TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
     EXPECT_THAT(home.arrived(), UnorderedElementsAre("new.mkv", "unlucky.mkv"));
 }
 
+TEST_F(Passes, tryWhatFailedAgainLaterEachTime) {
+    home.watch(shows);
+    const std::int64_t file = world().addFile("new.mkv", "new", shows);
+    world().link(file).status = 501;
+    home.pass();
+    std::size_t transfers = world().transfersOf(file);
+    for (const int minutes : {1, 2, 4, 8, 16, 32, 60, 60}) {
+        SCOPED_TRACE(minutes);
+        ASSERT_EQ(World::outcome(world().find(file)), "failed: HTTP error 501 from put.io.");
+        home.sync->startSyncAll(SyncUrgency::forced);
+        world().loop.advance(1s);
+        if (minutes == 8) home.restart();
+        const DownloadPointer item = world().find(file);
+        ASSERT_EQ(World::outcome(item), "queued");
+        ASSERT_TRUE(item->hold);
+        EXPECT_THAT(item->hold->textAt(world().clock.now()),
+                    testing::StartsWith("Waiting after a failure: HTTP error 501 from put.io, again in "));
+        world().loop.advance(std::chrono::minutes(minutes) - 3s);
+        EXPECT_EQ(world().transfersOf(file), transfers);
+        world().loop.advance(4s);
+        EXPECT_EQ(world().transfersOf(file), ++transfers);
+    }
+    world().link(file).status = 200;
+    world().manager().retry(world().find(file));
+    home.settle();
+    EXPECT_THAT(home.arrived(), ElementsAre("new.mkv"));
+    EXPECT_FALSE(world().find(file)->ruleRetry);
+}
+
 TEST_F(Passes, fetchAFileOnceThatCannotBePlaced) {
     home.watch(shows);
     const FileID file = world().addFile("new.mkv", "new", shows);

@@ -7,6 +7,7 @@
 namespace tovri {
 
 using test::wholeText;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -95,6 +96,7 @@ TEST(QueueFile, keepsWhatIsKnownOfTheContent) {
     item.listedSize = 0;
     item.hasStartedOver = true;
     item.formerCopy = std::make_shared<const DifferingCopy>(DifferingCopy{"/a/b (1)", 7, "00000001"});
+    item.ruleRetry = std::make_shared<const RuleRetry>(RuleRetry{3, "HTTP error 400.", Timestamp(1'234'567'890s)});
     const auto decoded = decodeQueue(queueText(snapshot));
     ASSERT_TRUE(decoded) << decoded.error().description;
     EXPECT_EQ(decoded->downloads[0].crc32, "BF4");
@@ -103,6 +105,8 @@ TEST(QueueFile, keepsWhatIsKnownOfTheContent) {
     EXPECT_TRUE(decoded->downloads[0].hasStartedOver);
     ASSERT_TRUE(decoded->downloads[0].formerCopy);
     EXPECT_EQ(decoded->downloads[0].formerCopy->path, "/a/b (1)");
+    ASSERT_TRUE(decoded->downloads[0].ruleRetry);
+    EXPECT_EQ(*decoded->downloads[0].ruleRetry, *item.ruleRetry);
 }
 
 TEST(QueueFile, keepsNamesByteForByte) {

@@ -388,6 +388,31 @@ TEST_F(RidingOut, whatIsWaitedForEndsAtOnceWhenTheUserWantsSo) {
     }
 }
 
+// What a run that is to end goes by.
+TEST_F(RidingOut, knowsSinceWhenNothingHasComeWhileAllWaits) {
+    for (int i = 0; i < 10; ++i) world.enqueue(addFile("file " + std::to_string(i)));
+    world.loop.advance(5s);
+    EXPECT_FALSE(manager.waitsForServiceSince());
+    const auto last = world.loop.now();
+    cutOff(1h);
+    manager.pauseAll();  // and all connections end
+    world.loop.advance(1s);
+    manager.resumeAll();
+    ASSERT_TRUE(world.loop.runUntil(
+        [&] {
+            const auto since = manager.waitsForServiceSince();
+            return since && world.loop.now() - *since >= 10min;
+        },
+        12min));
+    EXPECT_LE(*manager.waitsForServiceSince() - last, 2s);
+    EXPECT_TRUE(manager.canRunNow());
+    EXPECT_EQ(manager.downloads().count(Status::failed), 0U);
+    world.loop.advance(52min);
+    EXPECT_FALSE(manager.waitsForServiceSince());
+    settle();
+    expectAllArrived();
+}
+
 TEST_F(RidingOut, asksForALinkThreeTimesWithoutANewByte) {
     const ConstDownloadPointer item = world.enqueue(addFile("f"));
     world.link(item->fileID).status = 404;

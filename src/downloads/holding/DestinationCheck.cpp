@@ -160,6 +160,7 @@ bool DestinationCheck::isOver(const Hold& hold, const DestinationFacts& facts, B
         case Reason::volume:
             return acceptsAny_ || !book_.contradiction(hold.folder, facts);
         case Reason::service:
+        case Reason::later:
             return false;
         case Reason::room:
             break;

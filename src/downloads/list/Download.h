@@ -10,6 +10,7 @@
 #include "base/UUID.h"
 #include "downloads/list/DownloadStatus.h"
 #include "downloads/list/Hold.h"
+#include "downloads/retrying/RuleRetry.h"
 #include "platform/FileManager.h"
 #include "platform/WallClock.h"
 #include "service/FileID.h"
@@ -59,8 +60,9 @@ struct DownloadRecord {
     std::optional<std::string> arrivedChecksum;       // of the bytes that arrived, as crc32
     std::shared_ptr<const DifferingCopy> formerCopy;  // what it brought before: its place is the next one's
     std::optional<std::string> deletionAccount;       // in which put.io may have deleted it, whether we know it or not
-    bool isUnproven = false;                          // its deletion failed because it could not be shown to be safe
-    HoldPointer hold;                                 // only of a queued item, and changed by the list alone
+    std::shared_ptr<const RuleRetry> ruleRetry;  // of a rule's failed item, until it arrives or the user retries it
+    bool isUnproven = false;                     // its deletion failed because it could not be shown to be safe
+    HoldPointer hold;                            // of a queued or a downloading item, and changed by the list alone
 
     // It stands under its name, but is not what put.io has: `error` says what differs.
     [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }

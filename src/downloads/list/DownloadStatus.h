@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <string_view>
 
@@ -27,10 +29,12 @@ inline constexpr std::size_t downloadStatusCount = 10;
 [[nodiscard]] std::optional<DownloadStatus> downloadStatus(std::string_view rawValue);
 
 // Nothing more happens to a finished item by itself.
+inline constexpr std::initializer_list<DownloadStatus> finishedStatuses = {
+    DownloadStatus::completed, DownloadStatus::failed, DownloadStatus::cancelled, DownloadStatus::skipped,
+    DownloadStatus::remoteDeleteFailed};
+
 [[nodiscard]] constexpr bool isFinished(DownloadStatus status) {
-    using enum DownloadStatus;
-    return status == completed || status == failed || status == cancelled || status == skipped ||
-           status == remoteDeleteFailed;
+    return std::ranges::find(finishedStatuses, status) != finishedStatuses.end();
 }
 
 // The concurrency limit counts these. A deletion in flight leaves its slot to the next transfer.

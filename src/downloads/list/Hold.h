@@ -19,7 +19,8 @@ struct Hold {
         folder,   // nothing can be written to it
         room,     // too little of it is left on the volume
         volume,   // the folder is on another one than before
-        service,  // put.io, or the way to it, has failed; what of its destination is said is not
+        service,  // put.io, or the way to it, has failed
+        later,    // it has failed, and its rule lets it try again some time
     };
 
     Reason reason = Reason::room;
@@ -28,6 +29,9 @@ struct Hold {
     ByteCount needed = 0;                 // bytes: of room, or of the longest name
     std::string text = {};                // as the user sees it
     std::optional<Timestamp> until = {};  // when it goes on, where that is known
+
+    // Whether it is over at some time by itself. Others wait for a destination, and say which.
+    [[nodiscard]] bool isForTime() const { return reason == Reason::service || reason == Reason::later; }
 
     // `what` of all that wait for the same host.
     [[nodiscard]] static std::string host(const std::string& name) { return "host " + name; }

@@ -22,7 +22,7 @@ ServiceHolds::ServiceHolds(MainLoop& loop, const WallClock& clock, DownloadList&
 void ServiceHolds::follow(const QueueChange& change) {
     if (!change.item || change.item->status != DownloadStatus::queued) return;
     const HoldPointer hold = change.item->hold;
-    if (!hold || hold->reason != Hold::Reason::service) return;
+    if (!hold || !hold->isForTime()) return;
     MainLoop::Duration delay = pauseWithoutTime;
     if (hold->until) delay = std::max<MainLoop::Duration>(*hold->until - clock_.now(), {});
     waits_[hold->what].timer = loop_.schedule(delay, [this, what = hold->what] { releaseNext(what); });
@@ -51,7 +51,10 @@ void ServiceHolds::releaseNext(std::string what) {
 }
 
 bool ServiceHolds::isAnyHeld() const {
-    return std::ranges::any_of(waits_, [this](const auto& wait) { return list_.heldCount(wait.first) > 0; });
+    return std::ranges::any_of(waits_, [this](const auto& wait) {
+        const DownloadPointer first = list_.firstHeldFor(wait.first);
+        return first && first->hold->reason == Hold::Reason::service;
+    });
 }
 
 std::vector<DownloadPointer> ServiceHolds::held() const {

@@ -11,8 +11,8 @@
 
 namespace tovri {
 
-// Lets items go on that are held because put.io, or the way to it, had failed: each when its time has come, those of a
-// host that is away one after the other until one of them is answered, and then all.
+// Lets items go on that are held for a time, mostly because put.io, or the way to it, had failed: each when its time
+// has come, those of a host that is away one after the other until one of them is answered, and then all.
 class ServiceHolds {
 public:
     // The references outlive this. `released` runs when items have become candidates again.
@@ -20,7 +20,7 @@ public:
 
     void hostOpened(const std::string& host);
 
-    // Whether something is held that only needs time.
+    // Whether something waits for put.io.
     [[nodiscard]] bool isAnyHeld() const;
 
     [[nodiscard]] std::vector<DownloadPointer> held() const;

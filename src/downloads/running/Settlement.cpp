@@ -12,6 +12,7 @@ void Settlement::markCompleted(const DownloadPointer& item, const std::filesyste
     item->completedAt = clock_.now();
     item->progress = 1.0;
     item->speed = {};
+    item->ruleRetry.reset();
     item->error = arrivalDifference(*item);
     list_.take(*item, StatusStep::complete);
     if (item->status != Status::completed) return;  // an observer wants it otherwise

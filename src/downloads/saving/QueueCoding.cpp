@@ -65,6 +65,21 @@ struct CopyFormat {
     }
 };
 
+constexpr RecordFormat ruleRetryFormat{
+    "a rule's retry",
+    required("failures", &RuleRetry::failures, IntegerFormat()),
+    required("notBefore", &RuleRetry::notBefore, DateFormat()),
+    required("reason", &RuleRetry::reason, TextFormat()),
+};
+
+struct SharedRuleRetryFormat {
+    static void write(auto& json, const RuleRetry& retry) { ruleRetryFormat.write(json, retry); }
+
+    static std::shared_ptr<const RuleRetry> read(const SavedValue& saved) {
+        return std::make_shared<const RuleRetry>(ruleRetryFormat.read(saved));
+    }
+};
+
 constexpr RecordFormat itemFormat{
     "an item",
     optional("arrivedChecksum", &DownloadRecord::arrivedChecksum, TextFormat()),
@@ -90,6 +105,7 @@ constexpr RecordFormat itemFormat{
     optional("receivedFile", &DownloadRecord::receivedFile, SharedBase64Format()),
     optional("resolvedURL", &DownloadRecord::resolvedURL, FileURLFormat()),
     optional("resumeData", &DownloadRecord::resumeData, Base64Format()),
+    optional("ruleRetry", &DownloadRecord::ruleRetry, SharedRuleRetryFormat()),
     optional("securityScopeBookmark", &DownloadRecord::securityScopeBookmark, SharedBase64Format()),
     optional("stagedURL", &DownloadRecord::stagedURL, FileURLFormat()),
     optional("startedAt", &DownloadRecord::startedAt, DateFormat()),
@@ -107,7 +123,7 @@ constexpr RecordFormat queueFormat{
     required("version", &QueueSnapshot::version, IntegerFormat()),
 };
 
-static_assert(copyFormat.isSorted() && itemFormat.isSorted() && queueFormat.isSorted());
+static_assert(copyFormat.isSorted() && ruleRetryFormat.isSorted() && itemFormat.isSorted() && queueFormat.isSorted());
 
 }  // namespace
 
