@@ -207,6 +207,10 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
     }
     std::optional<Error> cut;
     request.onCut = [&cut](const Error& reason) { cut = reason; };
+    request.onWait = [this, told = std::string()](const HoldPointer& wait) mutable {
+        if (wait && std::exchange(told, wait->text) != wait->text)
+            context().terminal.message(printable(wait->textAt(context().platform.clock.now())));
+    };
     Result<std::vector<ConstDownloadPointer>> queued =
         co_await running().downloads().enqueueFolder(std::move(request), stop);
     if (!queued) co_return failure(queued);

@@ -27,7 +27,8 @@ DownloadRun::DownloadRun(CommandContext& context)
     : context_(context),
       downloads_(context.app.downloadManager()),
       tally_(downloads_),
-      reporter_(makeReporter(formFor(context), {context.platform.loop, context.terminal, downloads_, tally_})),
+      reporter_(makeReporter(formFor(context),
+                             {context.platform.loop, context.platform.clock, context.terminal, downloads_, tally_})),
       prompt_(downloads_, context.terminal,
               [this] { giveUp("A file waits for an answer; tovri-cli run asks again."); }) {}
 
@@ -126,9 +127,27 @@ void DownloadRun::checkSoon() {
     });
 }
 
+// A run that is to end does not wait for put.io without end.
+void DownloadRun::watchPatience() {
+    patience_ = context_.platform.loop.schedule(std::chrono::seconds(1), [this] {
+        const std::int64_t minutes = context_.preferences.patienceMinutes();
+        const auto since = downloads_.waitsForServiceSince();
+        if (!since || context_.platform.loop.now() - *since < std::chrono::minutes(minutes)) return watchPatience();
+        giveUp(fmt::format("nothing came from put.io for {} {}.{} Go on with: tovri-cli run", minutes,
+                           minutes == 1 ? "minute" : "minutes", waitText()));
+    });
+}
+
+std::string DownloadRun::waitText() const {
+    for (const ConstDownloadPointer& item : downloads_.downloads().items())
+        if (item->hold && item->hold->reason == Hold::Reason::service) return " " + printable(item->hold->text) + ".";
+    return {};
+}
+
 Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
     until_ = until;
     tellTimetable();
+    if (until == Until::empty) watchPatience();
     using Ended = std::monostate;
     bool isSecured = false;
     while (!isSecured) {
@@ -220,6 +239,7 @@ void DownloadRun::rest(std::function<void()> done) {
 
 void DownloadRun::giveUp(std::string reason) {
     if (std::exchange(isGivingUp_, true)) return;
+    patience_.reset();
     prompt_.close();
     securing_.request_stop();
     fail(reason);

@@ -53,6 +53,8 @@ private:
     void tellUnsaved(const std::optional<std::string>& reason);
     void save();
     void checkSoon();
+    void watchPatience();
+    [[nodiscard]] std::string waitText() const;
     [[nodiscard]] bool isOver() const;
     Task<bool> secure();
     void watchSecuring();
@@ -79,6 +81,7 @@ private:
     std::stop_source securing_;
     Subscription watchingSecuring_;                // while what has arrived is taken to the disk
     std::set<std::filesystem::path> toldFolders_;  // that this takes long in
+    Subscription patience_;
     Subscription check_;
     Subscription signOut_;
     Subscription changes_;

@@ -73,7 +73,7 @@ std::string pathText(const Download& item) {
     return printable(path);
 }
 
-std::string eventLine(const QueueChange& change) {
+std::string eventLine(const QueueChange& change, Timestamp now) {
     if (eventOf(change) == Event::none) return {};
     const Download& item = *change.item;
     const std::string size = formatByteCount(item.expectedSize());
@@ -84,7 +84,7 @@ std::string eventLine(const QueueChange& change) {
                                    formatByteCount(item.bytesDownloaded), size);
             return fmt::format("Started: {} ({})", printable(item.fileName), size);
         case Event::waiting:
-            return fmt::format("{}: {}", printable(item.hold->text), printable(item.fileName));
+            return fmt::format("{}: {}", printable(item.hold->textAt(now)), printable(item.fileName));
         case Event::arrived:
             return fmt::format("Arrived: {} ({})", pathText(item), formatByteCount(item.bytesDownloaded));
         case Event::skipped:

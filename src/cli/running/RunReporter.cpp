@@ -1,6 +1,8 @@
 #include "cli/running/RunReporter.h"
 
+#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -13,12 +15,28 @@ namespace {
 
 using Status = Download::Status;
 
+// Which waits were told: one that goes on, or comes again for the same reason, is no news.
+class ToldWaits {
+public:
+    [[nodiscard]] bool isNews(const QueueChange& change) {
+        if (!change.item) return true;
+        const Download& item = *change.item;
+        if (isFinished(item.status)) told_.erase(item.id);
+        const bool isWait = item.hold && (change.kind == QueueChange::Kind::hold || item.status == Status::queued);
+        return !isWait || std::exchange(told_[item.id], item.hold->text) != item.hold->text;
+    }
+
+private:
+    std::unordered_map<UUID, std::string> told_;
+};
+
 class LineReporter final : public RunReporter {
 public:
     explicit LineReporter(const RunView& view) : view_(view) {}
 
     void follow(const QueueChange& change) override {
-        if (const std::string line = eventLine(change); !line.empty()) view_.terminal.print(line);
+        if (!waits_.isNews(change)) return;
+        if (const std::string line = eventLine(change, view_.clock.now()); !line.empty()) view_.terminal.print(line);
     }
 
     void end() override {
@@ -27,6 +45,7 @@ public:
 
 private:
     RunView view_;
+    ToldWaits waits_;
 };
 
 // Events as they come, and once a second how far the running downloads are.
@@ -37,7 +56,7 @@ public:
     void follow(const QueueChange& change) override {
         if (change.kind == QueueChange::Kind::inserted && !change.item) return tellQueued();
         if (change.kind == QueueChange::Kind::inserted) queued_.insert(change.item->id);
-        print(eventJSON(change));
+        if (waits_.isNews(change)) print(eventJSON(change));
         if (change.kind != QueueChange::Kind::progress || timer_.isActive()) return;
         timer_ = view_.loop.schedule(std::chrono::seconds(1), [this] {
             timer_.reset();
@@ -65,6 +84,7 @@ private:
     }
 
     RunView view_;
+    ToldWaits waits_;
     std::unordered_set<UUID> queued_;
     Subscription timer_;
 };
@@ -78,8 +98,9 @@ public:
     }
 
     void follow(const QueueChange& change) override {
-        const bool starts = change.kind == QueueChange::Kind::status && change.item->status == Status::downloading;
-        const std::string line = starts ? std::string() : eventLine(change);
+        const bool isInRow = change.item && change.item->status == Status::downloading;
+        const bool isTold = !isInRow && waits_.isNews(change);
+        const std::string line = isTold ? eventLine(change, view_.clock.now()) : std::string();
         if (!line.empty()) view_.terminal.print(line);
         drawSoon();
     }
@@ -87,6 +108,7 @@ public:
     void end() override {
         resized_.reset();
         timer_.reset();
+        countdown_.reset();
         view_.terminal.showLive({});
         if (const std::string line = summaryLine(view_.tally); !line.empty()) view_.terminal.print(line);
     }
@@ -102,15 +124,26 @@ private:
 
     void draw() {
         const Terminal::Size size = view_.terminal.size();
+        const ProgressPicture seen = picture();
         view_.terminal.showLive(
-            layOut(picture(), {size.columns, size.rows, view_.terminal.hasColor(), view_.terminal.hasUnicode()}));
+            layOut(seen, {size.columns, size.rows, view_.terminal.hasColor(), view_.terminal.hasUnicode()}));
     }
 
-    [[nodiscard]] ProgressPicture picture() const {
+    // Also while nothing else changes, where it says how long something still waits.
+    void drawLater() {
+        if (countdown_.isActive()) return;
+        countdown_ = view_.loop.schedule(std::chrono::seconds(1), [this] {
+            countdown_.reset();
+            drawSoon();
+        });
+    }
+
+    [[nodiscard]] ProgressPicture picture() {
         ProgressPicture result;
         for (const ConstDownloadPointer& item : view_.downloads.activeDownloads()) result.rows.push_back(row(*item));
         const DownloadList& list = view_.downloads.downloads();
         for (const std::string& what : list.holds()) result.rows.push_back(heldRow(list, what));
+        if (list.heldCount() > 0) drawLater();
         const RunTally& tally = view_.tally;
         const ByteCount arrived = tally.finishedBytes() + tally.runningBytes();
         const ByteCount all = tally.finishedBytes() + tally.unfinishedBytes();
@@ -126,29 +159,32 @@ private:
     }
 
     // One for all that wait for the same.
-    static ProgressRow heldRow(const DownloadList& list, const std::string& what) {
+    [[nodiscard]] ProgressRow heldRow(const DownloadList& list, const std::string& what) const {
         const ConstDownloadPointer first = list.firstHeldFor(what);
         const std::size_t count = list.heldCount(what);
         ProgressRow row;
         row.name = printable(first->fileName);
         if (count > 1) row.name += fmt::format(" and {} more", count - 1);
-        row.state = printable(first->hold->text);
+        row.state = printable(first->hold->textAt(view_.clock.now()));
         return row;
     }
 
-    static ProgressRow row(const Download& item) {
+    [[nodiscard]] ProgressRow row(const Download& item) const {
         ProgressRow row;
         row.name = printable(item.fileName);
         row.fraction = item.progress;
         row.speed = item.speedText();
         row.remaining = item.etaText();
+        if (item.hold) row.state = printable(item.hold->textAt(view_.clock.now()));
         if (item.status == Status::deleting) row.state = "Removing from put.io...";
         if (item.status == Status::awaitingConflict) row.state = "Waiting \xE2\x80\x94 file already exists";
         return row;
     }
 
     RunView view_;
+    ToldWaits waits_;
     Subscription timer_;
+    Subscription countdown_;
     Subscription resized_;
 };
 

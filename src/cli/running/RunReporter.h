@@ -6,6 +6,7 @@
 #include "cli/Terminal.h"
 #include "cli/running/RunTally.h"
 #include "platform/MainLoop.h"
+#include "platform/WallClock.h"
 
 namespace tovri::cli {
 
@@ -26,6 +27,7 @@ public:
 // What a reporter looks at and writes to; all of it outlives the reporter.
 struct RunView {
     MainLoop& loop;
+    const WallClock& clock;
     Terminal& terminal;
     const DownloadManager& downloads;
     const RunTally& tally;
@@ -36,7 +38,7 @@ enum class ReportForm { json, live, lines };
 [[nodiscard]] std::unique_ptr<RunReporter> makeReporter(ReportForm form, const RunView& view);
 
 // "Arrived: /home/ann/Films/a.mkv (1.2 MB)"; empty for a change that is no event.
-[[nodiscard]] std::string eventLine(const QueueChange& change);
+[[nodiscard]] std::string eventLine(const QueueChange& change, Timestamp now);
 
 // One JSON object on one line; empty for a change that is no event.
 [[nodiscard]] std::string eventJSON(const QueueChange& change);

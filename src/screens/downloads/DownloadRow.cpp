@@ -80,14 +80,15 @@ Label part(std::string text, Tint tint = Tint::secondary) {
     return {"", std::move(text), tint};
 }
 
-std::vector<Label> queuedStatus(const Download& item, const std::optional<std::string>& holdReason) {
-    if (item.hold) return {part(item.hold->text, Tint::attention)};
+std::vector<Label> queuedStatus(const Download& item, Timestamp now, const std::optional<std::string>& holdReason) {
+    if (item.hold) return {part(item.hold->textAt(now), Tint::attention)};
     std::vector<Label> parts = {part(holdReason.value_or("Queued"))};
     if (item.expectedSize() > 0) parts.push_back(part(formatByteCount(item.expectedSize())));
     return parts;
 }
 
-std::vector<Label> downloadingStatus(const Download& item) {
+std::vector<Label> downloadingStatus(const Download& item, Timestamp now) {
+    if (item.hold) return {part(item.progressText()), part(item.hold->textAt(now), Tint::attention)};
     std::vector<Label> parts = {part(item.progressText()), part(item.speedText()), part(item.etaText())};
     std::erase_if(parts, [](const Label& each) { return each.text.empty(); });
     return parts;
@@ -119,9 +120,9 @@ std::string detailsOf(const DownloadRecord& item) {
 std::vector<Label> statusOf(const Download& item, Timestamp now, const std::optional<std::string>& holdReason) {
     switch (item.status) {
         case Status::queued:
-            return queuedStatus(item, holdReason);
+            return queuedStatus(item, now, holdReason);
         case Status::downloading:
-            return downloadingStatus(item);
+            return downloadingStatus(item, now);
         case Status::awaitingConflict:
             return {part("Waiting — file already exists", Tint::attention)};
         case Status::paused:

@@ -60,7 +60,8 @@ struct DownloadRow {
     [[nodiscard]] std::string statusText() const;
 };
 
-// `now` tells how long ago the download was completed; `holdReason`, where the whole queue waits, for what.
+// `now` tells how long ago the download was completed, and how long it still waits; `holdReason`, where the whole queue
+// waits, for what.
 [[nodiscard]] DownloadRow downloadRow(const Download& item, Timestamp now,
                                       const std::optional<std::string>& holdReason = std::nullopt);
 

@@ -48,12 +48,14 @@ void DownloadsScreen::appear() {
     rows_.tellLook(DownloadSection::finished);
     tellNumbers();
     scheduleTimes();
+    scheduleCountdown();
 }
 
 void DownloadsScreen::disappear() {
     isOnView_ = false;
     numbers_.reset();
     times_.reset();
+    countdown_.reset();
     dialogs_.clear();
 }
 
@@ -164,7 +166,21 @@ void DownloadsScreen::follow(const QueueChange& change) {
         scheduleTimes();
     }
     rows_.follow(change);
+    if (change.item && change.item->hold) scheduleCountdown();
     scheduleNumbers();
+}
+
+// The time that is left to held items is told every second. Those that have a slot are told as they go on.
+void DownloadsScreen::scheduleCountdown() {
+    if (!isOnView_ || countdown_.isActive()) return;
+    countdown_ = loop_.schedule(std::chrono::seconds(1), [this] {
+        countdown_.reset();
+        const DownloadList& list = manager_.downloads();
+        const auto counts = [&](const std::string& what) { return list.firstHeldFor(what)->hold->until.has_value(); };
+        if (!std::ranges::any_of(list.holds(), counts)) return;
+        rows_.tellLook(DownloadSection::queued);
+        scheduleCountdown();
+    });
 }
 
 void DownloadsScreen::scheduleNumbers() {

@@ -111,6 +111,7 @@ private:
     void scheduleNumbers();
     void tellNumbers();
     void scheduleTimes();
+    void scheduleCountdown();
     void updateChrome();
     [[nodiscard]] Chrome makeChrome() const;
     [[nodiscard]] std::vector<Label> makeSummary() const;
@@ -133,6 +134,7 @@ private:
     QueueRows rows_;
     Subscription numbers_;
     Subscription times_;
+    Subscription countdown_;
     Subscription queue_;
     ActionDialogs dialogs_{scope_};
     TaskScope scope_;

@@ -53,6 +53,18 @@ TEST(DownloadRow, saysWhatAHeldOneWaitsForAndOffersItsFolderAnyway) {
     EXPECT_EQ(downloadMenu(item).front().title, "Use This Folder Anyway");
 }
 
+TEST(DownloadRow, saysForHowLongItStillWaits) {
+    Hold hold{.reason = Hold::Reason::service, .text = "Waiting for put.io: HTTP error 503", .until = now + 11500ms};
+    Download item = sample(Status::downloading);
+    item.hold = std::make_shared<const Hold>(hold);
+    EXPECT_EQ(downloadRow(item, now).statusText(), "1.2 MB / 2 MB · Waiting for put.io: HTTP error 503, again in 12s");
+    item = sample(Status::queued);
+    hold.until = now + 5min;
+    item.hold = std::make_shared<const Hold>(hold);
+    EXPECT_EQ(downloadRow(item, now).statusText(), "Waiting for put.io: HTTP error 503, again in 5m 0s");
+    EXPECT_EQ(downloadRow(item, now + 5min).statusText(), "Waiting for put.io: HTTP error 503");
+}
+
 TEST(DownloadRow, looksAsItsStatusSays) {
     struct Case {
         Status status;
