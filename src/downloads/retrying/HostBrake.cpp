@@ -29,9 +29,8 @@ bool HostBrake::Pass::failed(const Fault& fault) {
 
 std::optional<HostBrake::Pass> HostBrake::enter(const UUID& who) {
     const TimePoint now = loop_.now();
-    const auto time = next();
-    if (!time || *time > now) return std::nullopt;
     const bool isProbe = isClosed();
+    if (isProbing_ || (isProbe ? *closedUntil_ : pace_.next(now)) > now) return std::nullopt;
     if (isProbe) isProbing_ = true;
     pace_.noteSent(now);
     return Pass(*this, who, isProbe);

@@ -28,6 +28,30 @@ public:
     const Fault busy{.blame = Fault::Blame::perhapsHost, .reason = "HTTP error 503", .hasAnswered = true};
 };
 
+// As real time does: it passes between two looks at the clock.
+class RestlessLoop final : public MainLoop {
+public:
+    [[nodiscard]] TimePoint now() const override { return now_ += 1us; }
+
+    void post(Job job) override { loop_.post(std::move(job)); }
+
+    Subscription schedule(Duration delay, Job job) override { return loop_.schedule(delay, std::move(job)); }
+
+private:
+    mutable TimePoint now_{24h};
+    VirtualLoop loop_;
+};
+
+TEST(HostBrakeInRealTime, holdsNothingBackWhileAllIsWell) {
+    RestlessLoop loop;
+    SeededRandom random;
+    HostBrake brake(loop, random);
+    auto pass = brake.enter(random.makeUUID());
+    ASSERT_TRUE(pass);
+    pass->succeeded();
+    EXPECT_TRUE(brake.enter(random.makeUUID()));
+}
+
 TEST_F(HostBrakeTest, letsOneTryForAllAndAllGoAfterAnAnswer) {
     int opened = 0;
     const Subscription opening = brake.onOpening([&] { ++opened; });
