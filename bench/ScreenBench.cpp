@@ -41,7 +41,9 @@ public:
 
     World world;
     FakeWorkspace workspace;
-    DownloadsScreen screen{world.manager(), workspace, world.platform()};
+    SpeedLimit limit{world.loop};
+    SpeedControl speed{world.loop, world.clock, world.preferences, limit};
+    DownloadsScreen screen{world.manager(), speed, workspace, world.platform()};
 };
 
 // A view that reads the rows of which it is told, as far as they fit a window.

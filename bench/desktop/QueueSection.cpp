@@ -109,7 +109,9 @@ void printWindow(const std::vector<double>& holds, double processor) {
 int measureQueue(MeasuredApplication& application, const std::filesystem::path& folder, double startedAt) {
     Engine engine(folder);
     engine.manager.restoreQueue();
-    DownloadsScreen screen(engine.manager, engine.workspace, engine.platform);
+    SpeedLimit limit(engine.platform.loop);
+    SpeedControl speed(engine.platform.loop, engine.platform.clock, engine.preferences, limit);
+    DownloadsScreen screen(engine.manager, speed, engine.workspace, engine.platform);
     DownloadsView view(screen);
     view.resize(900, 600);
     view.show();

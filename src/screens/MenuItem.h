@@ -14,6 +14,7 @@ struct MenuItem {
     std::string_view symbol = {};  // static text, or empty
     bool isEnabled = true;
     bool isDestructive = false;
+    std::optional<bool> isChecked = {};  // of a line that turns something on and off
 
     [[nodiscard]] static MenuItem separator() { return {}; }
 

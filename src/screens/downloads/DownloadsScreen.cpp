@@ -29,8 +29,10 @@ bool goesUpwards(DownloadAction action) {
 
 }  // namespace
 
-DownloadsScreen::DownloadsScreen(DownloadManager& manager, Workspace& workspace, const Platform& platform)
+DownloadsScreen::DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace,
+                                 const Platform& platform)
     : manager_(manager),
+      speed_(speed),
       workspace_(workspace),
       loop_(platform.loop),
       clock_(platform.clock),
@@ -38,7 +40,8 @@ DownloadsScreen::DownloadsScreen(DownloadManager& manager, Workspace& workspace,
       rows_(
           manager.downloads(), platform.loop, [this](const ScreenChange& change) { changes_.tell(change); },
           [this] { updateChrome(); }),
-      queue_(manager.onChange([this](const QueueChange& change) { follow(change); })) {
+      queue_(manager.onChange([this](const QueueChange& change) { follow(change); })),
+      limit_(speed.onChange([this] { updateChrome(); })) {
     chrome_ = makeChrome();
 }
 
@@ -87,7 +90,7 @@ std::string DownloadsScreen::headerAt(std::size_t row) const {
 }
 
 DownloadRow DownloadsScreen::rowAt(std::size_t row) const {
-    return downloadRow(*rows_.itemAt(row), clock_.now());
+    return downloadRow(*rows_.itemAt(row), clock_.now(), manager_.holdReason());
 }
 
 std::vector<MenuItem<DownloadAction>> DownloadsScreen::menuAt(const std::vector<std::size_t>& rows) const {
@@ -132,6 +135,7 @@ DownloadsScreen::Chrome DownloadsScreen::makeChrome() const {
             .canCancelAll = hasPausable || hasPaused,
             .canClearFinished = hasFinished,
             .summary = makeSummary(),
+            .speed = tovri::speedSwitch(speed_),
             .saveFailure = manager_.saveFailure()};
 }
 

@@ -17,6 +17,7 @@
 #include "screens/ToolbarItem.h"
 #include "screens/downloads/DownloadRow.h"
 #include "screens/downloads/QueueRows.h"
+#include "screens/downloads/SpeedSwitch.h"
 
 namespace tovri {
 
@@ -29,7 +30,7 @@ enum class QueueAction : std::uint8_t { pauseAll, resumeAll, cancelAll, clearFin
 class DownloadsScreen {
 public:
     // What the references name outlives the screen.
-    DownloadsScreen(DownloadManager& manager, Workspace& workspace, const Platform& platform);
+    DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace, const Platform& platform);
 
     void appear();
     void disappear();
@@ -46,6 +47,9 @@ public:
 
     // Above the rows; as of the last time that the screen was on view.
     [[nodiscard]] const std::vector<Label>& summary() const { return chrome_.summary; }
+
+    // At the other end of the summary.
+    [[nodiscard]] const SpeedSwitch& speedSwitch() const { return chrome_.speed; }
 
     [[nodiscard]] std::vector<ToolbarItem<QueueAction>> toolbar() const;
 
@@ -88,6 +92,8 @@ public:
     // Likewise to each of them, and in such an order that they keep theirs.
     void perform(DownloadAction action, const std::vector<UUID>& ids);
 
+    void limitSpeed(bool limits) { speed_.setOn(limits); }
+
     void retrySaving() { manager_.saveSoon(); }
 
     // A double click, or Return.
@@ -102,6 +108,7 @@ private:
         bool canCancelAll = false;
         bool canClearFinished = false;
         std::vector<Label> summary;
+        SpeedSwitch speed;
         std::optional<std::string> saveFailure;
 
         bool operator==(const Chrome&) const = default;
@@ -122,6 +129,7 @@ private:
     Task<Result<void>> deleteAnyway(UUID id, std::string missing);
 
     DownloadManager& manager_;
+    SpeedControl& speed_;
     Workspace& workspace_;
     MainLoop& loop_;
     WallClock& clock_;
@@ -136,6 +144,7 @@ private:
     Subscription times_;
     Subscription countdown_;
     Subscription queue_;
+    Subscription limit_;
     ActionDialogs dialogs_{scope_};
     TaskScope scope_;
 };

@@ -91,6 +91,7 @@ void QueueRows::follow(const QueueChange& change) {
     using enum QueueChange::Kind;
     if (change.kind == isPaused || change.kind == conflict || change.kind == saving) return;
     if (change.kind == begun || change.kind == progress) return;
+    if (change.kind == isHeld) return tellLook(DownloadSection::queued);
     if (change.kind == hold && !change.item) return;
     if (!change.item || isCatchingUp_) return needReset();
     const ConstDownloadPointer& item = change.item;

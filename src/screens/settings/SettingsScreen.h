@@ -11,6 +11,7 @@
 #include "screens/FileChooser.h"
 #include "screens/Label.h"
 #include "screens/Stepper.h"
+#include "screens/settings/TransferSettings.h"
 #include "service/AuthManager.h"
 #include "settings/ConflictBehavior.h"
 #include "settings/DesktopPreferences.h"
@@ -21,7 +22,7 @@ namespace tovri {
 // "abcd...yz" for a long client ID, a short one as it is.
 [[nodiscard]] std::string shortClientID(const std::string& clientID);
 
-// The settings window: three tabs, each a form. Every change is stored at once.
+// The settings window: four tabs, each a form. Every change is stored at once.
 class SettingsScreen {
 public:
     struct Tab {
@@ -30,6 +31,7 @@ public:
     };
 
     static constexpr Tab general{"General", "gear"};
+    static constexpr Tab transfers{"Transfers", "speedometer"};
     static constexpr Tab account{"Account", "person.circle"};
     static constexpr Tab desktop{"Desktop", "desktopcomputer"};
 
@@ -80,6 +82,10 @@ public:
     void setPollInterval(std::int64_t minutes);
 
     void setReadLongFolders(bool reads) { preferences_.setReadLongFolders(reads); }
+
+    // --- Transfers ---
+
+    [[nodiscard]] TransferSettings& transferSettings() { return transferSettings_; }
 
     // --- Account: the section "put.io", then one without a header ---
 
@@ -136,6 +142,7 @@ private:
     Preferences& preferences_;
     AuthManager& auth_;
     DesktopPreferences& desktopPreferences_;
+    TransferSettings transferSettings_{preferences_};
     std::string clientIDText_;
     bool isEditingClientID_ = false;
     Signal<> changes_;

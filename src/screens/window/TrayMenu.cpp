@@ -1,10 +1,13 @@
 #include "screens/window/TrayMenu.h"
 
+#include "screens/downloads/SpeedSwitch.h"
+
 namespace tovri {
 
 using Status = DownloadStatus;
 
-std::vector<MenuItem<TrayAction>> trayMenu(const DownloadManager& downloads) {
+std::vector<MenuItem<TrayAction>> trayMenu(const DownloadManager& downloads, const SpeedControl& speed) {
+    const SpeedSwitch limit = speedSwitch(speed);
     const DownloadList& list = downloads.downloads();
     return {{TrayAction::show, "Show Tovri"},
             MenuItem<TrayAction>::separator(),
@@ -16,6 +19,7 @@ std::vector<MenuItem<TrayAction>> trayMenu(const DownloadManager& downloads) {
              .title = "Resume All",
              .symbol = "play.fill",
              .isEnabled = list.count(Status::paused) > 0},
+            {.action = TrayAction::limitSpeed, .title = limit.title, .isChecked = limit.isOn},
             MenuItem<TrayAction>::separator(),
             {TrayAction::quit, "Quit"}};
 }

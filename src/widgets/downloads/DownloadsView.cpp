@@ -20,6 +20,7 @@ DownloadsView::DownloadsView(DownloadsScreen& screen, QWidget* parent)
     setList(list_);
     list_->setModel(&model_);
     connectList();
+    addSummarySwitch([this](bool isOn) { screen_.limitSpeed(isOn); });
     showChrome();
     new DialogPresenter(screen.dialogs(), *this);
 }
@@ -41,6 +42,8 @@ void DownloadsView::follow(const ScreenChange& change) {
 void DownloadsView::showChrome() {
     toolbar().show(toolbarEntries(screen_.toolbar()));
     showSummary(screen_.summary());
+    const SpeedSwitch& speed = screen_.speedSwitch();
+    showSummarySwitch(textOf(speed.text), speed.isOn, textOf(SpeedSwitch::help));
     content().show(screen_.placeholder());
     showBanner(screen_.banner());
 }

@@ -22,6 +22,8 @@ void addItems(QMenu& menu, const std::vector<MenuItem<Action>>& items, const std
         if (!item.symbol.empty())
             line->setIcon(symbolIcon(item.symbol, item.isDestructive ? Tint::failure : Tint::primary));
         line->setEnabled(item.isEnabled);
+        line->setCheckable(item.isChecked.has_value());
+        line->setChecked(item.isChecked.value_or(false));
         QObject::connect(line, &QAction::triggered, &menu, [perform, action = *item.action] { perform(action); });
     }
 }

@@ -79,7 +79,16 @@ void SectionView::showBanner(const std::optional<Banner>& banner) {
 
 void SectionView::showSummary(const std::vector<Label>& summary) {
     summary_->show(summary);
-    summary_->setVisible(!summary.empty());
+    summary_->setVisible(!summary.empty() || hasSummarySwitch_);
+}
+
+void SectionView::addSummarySwitch(const std::function<void(bool)>& set) {
+    hasSummarySwitch_ = true;
+    connect(summary_, &SummaryLine::switched, this, set);
+}
+
+void SectionView::showSummarySwitch(const QString& text, bool isOn, const QString& help) {
+    summary_->showSwitch(text, isOn, help);
 }
 
 void SectionView::showSheet(bool isOpen, const std::function<Sheet*()>& make) {

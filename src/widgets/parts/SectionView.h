@@ -52,8 +52,12 @@ protected:
     // Below the toolbar, or nowhere.
     void showBanner(const std::optional<Banner>& banner);
 
-    // Above the list.
+    // Above the list; without a text, only where the line has a switch.
     void showSummary(const std::vector<Label>& summary);
+
+    // At the line's other end; what the user does with it goes to `set`.
+    void addSummarySwitch(const std::function<void(bool)>& set);
+    void showSummarySwitch(const QString& text, bool isOn, const QString& help);
 
     // Opens the section's sheet, or takes it away.
     void showSheet(bool isOpen, const std::function<Sheet*()>& make);
@@ -79,6 +83,7 @@ private:
     Toolbar* toolbar_;
     SummaryLine* summary_;
     BannerView* banner_ = nullptr;  // made for the first one
+    bool hasSummarySwitch_ = false;
     ContentArea* content_ = nullptr;
     QPointer<Sheet> sheet_;
 };

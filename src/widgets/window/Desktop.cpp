@@ -26,7 +26,8 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
               surroundings_.app.preferences(), surroundings_.workspace, surroundings_.collation,
               surroundings_.platform.random}),
       transfers_(*surroundings_.app.api(), surroundings_.workspace, surroundings_.platform),
-      downloads_(surroundings_.app.downloadManager(), surroundings_.workspace, surroundings_.platform),
+      downloads_(surroundings_.app.downloadManager(), surroundings_.app.speedControl(), surroundings_.workspace,
+                 surroundings_.platform),
       rules_(surroundings_.app.syncManager(), *surroundings_.app.api(), surroundings_.platform),
       feeds_(*surroundings_.app.api(), surroundings_.platform.random),
       window_({content_, signIn_, surroundings_.app.updater()}, [this](SidebarItem item) { return makeSection(item); }),
@@ -64,7 +65,7 @@ void Desktop::open() {
 // A panel may come up later than the program, or go.
 void Desktop::showTray() {
     if (tray_ || !surroundings_.hasTray()) return;
-    tray_ = std::make_unique<TrayIcon>(surroundings_.app.downloadManager());
+    tray_ = std::make_unique<TrayIcon>(surroundings_.app.downloadManager(), surroundings_.app.speedControl());
     connect(tray_.get(), &TrayIcon::showWanted, &window_, &MainWindow::bringForward);
     connect(tray_.get(), &TrayIcon::quitWanted, this, &Desktop::quit);
 }

@@ -22,6 +22,7 @@
 #include "widgets/window/ElidedLabel.h"
 #include "widgets/window/LinkButton.h"
 #include "widgets/window/SettingsForm.h"
+#include "widgets/window/TransferSettingsPage.h"
 
 namespace tovri {
 namespace {
@@ -65,6 +66,8 @@ SettingsWindow::SettingsWindow(SettingsScreen& screen)
         tabs->addTab(page, symbolIcon(tab.symbol), titleOf(tab.title));
     };
     add(makeGeneral(), SettingsScreen::general);
+    transfers_ = new TransferSettingsPage(screen_.transferSettings());
+    add(transfers_, SettingsScreen::transfers);
     add(makeAccount(), SettingsScreen::account);
     add(makeDesktop(), SettingsScreen::desktop);
     column->addWidget(tabs);
@@ -180,6 +183,7 @@ void SettingsWindow::update() {
     explanation_->setText(textOf(screen_.conflictExplanation()));
     interval_->show(screen_.pollInterval());
     readsLongFolders_->setChecked(screen_.readLongFolders());
+    transfers_->update();
     updateAccount();
     keepsAwake_->setChecked(screen_.keepsAwake());
     notifies_->setChecked(screen_.notifies());

@@ -14,8 +14,9 @@ namespace tovri {
 class ElidedLabel;
 class StepperBox;
 class Switch;
+class TransferSettingsPage;
 
-// The settings: three tabs, each change in effect at once.
+// The settings: four tabs, each change in effect at once.
 class SettingsWindow final : public QWidget {
     Q_OBJECT
 
@@ -47,6 +48,7 @@ private:
     QLabel* explanation_ = nullptr;
     StepperBox* interval_ = nullptr;
     Switch* readsLongFolders_ = nullptr;
+    TransferSettingsPage* transfers_ = nullptr;
     QWidget* shownClientID_ = nullptr;
     QWidget* editedClientID_ = nullptr;
     QLabel* clientIDText_ = nullptr;

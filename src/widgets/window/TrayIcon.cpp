@@ -6,8 +6,9 @@
 
 namespace tovri {
 
-TrayIcon::TrayIcon(DownloadManager& downloads)
+TrayIcon::TrayIcon(DownloadManager& downloads, SpeedControl& speed)
     : downloads_(downloads),
+      speed_(speed),
       icon_(
           QIcon::fromTheme(QStringLiteral("tovri"), applicationIcon())),  // installed, it is drawn for small sizes too
       following_(downloads.onChange([this](const QueueChange& change) {
@@ -25,7 +26,7 @@ TrayIcon::TrayIcon(DownloadManager& downloads)
 
 void TrayIcon::fillMenu() {
     menu_.clear();
-    addItems<TrayAction>(menu_, trayMenu(downloads_), [this](TrayAction action) {
+    addItems<TrayAction>(menu_, trayMenu(downloads_, speed_), [this](TrayAction action) {
         switch (action) {
             case TrayAction::show:
                 return emit showWanted();
@@ -33,6 +34,8 @@ void TrayIcon::fillMenu() {
                 return downloads_.pauseAll();
             case TrayAction::resumeAll:
                 return downloads_.resumeAll();
+            case TrayAction::limitSpeed:
+                return speed_.setOn(!speed_.state().isOn);
             case TrayAction::quit:
                 return emit quitWanted();
         }

@@ -5,6 +5,7 @@
 
 #include "base/Subscription.h"
 #include "downloads/DownloadManager.h"
+#include "limits/SpeedControl.h"
 
 namespace tovri {
 
@@ -13,8 +14,8 @@ class TrayIcon final : public QObject {
     Q_OBJECT
 
 public:
-    // `downloads` outlives the icon.
-    explicit TrayIcon(DownloadManager& downloads);
+    // Both outlive the icon.
+    TrayIcon(DownloadManager& downloads, SpeedControl& speed);
 
     // Whether the desktop has a place for it now.
     [[nodiscard]] static bool isAvailable() { return QSystemTrayIcon::isSystemTrayAvailable(); }
@@ -32,6 +33,7 @@ private:
     void updateText();
 
     DownloadManager& downloads_;
+    SpeedControl& speed_;
     QMenu menu_;
     QSystemTrayIcon icon_;
     Subscription following_;

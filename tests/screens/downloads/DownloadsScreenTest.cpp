@@ -62,7 +62,9 @@ public:
 
     World world;
     FakeWorkspace workspace;
-    DownloadsScreen screen{world.manager(), workspace, world.platform()};
+    SpeedLimit limit{world.loop};
+    SpeedControl speed{world.loop, world.clock, world.preferences, limit};
+    DownloadsScreen screen{world.manager(), speed, workspace, world.platform()};
     std::vector<ScreenChange> changes;
     Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
 };
@@ -165,6 +167,30 @@ TEST_F(Downloads, tellsNumbersAFewTimesASecondAndOnlyOnView) {
     EXPECT_EQ(changes.front(), (ScreenChange{Kind::changed, 1, 2}));  // both were out of date
     EXPECT_EQ(changes.back().kind, Kind::chrome);
     EXPECT_NE(summary(), before);
+}
+
+TEST_F(Downloads, saysUntilWhenTheTimetableHoldsAllAndTurnsItOff) {
+    const Subscription holding = speed.onChange([this] { world.manager().holdAll(speed.holdReason()); });
+    world.clock.set(std::chrono::sys_days(std::chrono::year(2026) / 6 / 1) + 10h);
+    const DownloadPointer item = enqueue("runs");
+    world.loop.advance(2s);
+    EXPECT_EQ(screen.speedSwitch(), (SpeedSwitch{"Limit speed", "Limit Speed", false}));
+    world.preferences.assign(preference::speedTimetable, SpeedTimetable::parse("mon 08:00-18:00 hold").value());
+    changes.clear();
+    screen.limitSpeed(true);
+    world.loop.advance(2s);
+    EXPECT_EQ(statusOf(item), "Held until 18:00 · 1 KB");
+    EXPECT_EQ(screen.speedSwitch(), (SpeedSwitch{"Held until 18:00", "Limit Speed (Held until 18:00)", true}));
+    EXPECT_GT(told(Kind::chrome), 0U);
+    screen.limitSpeed(false);
+    world.loop.advance(1s);
+    EXPECT_EQ(item->status, Status::downloading);
+
+    world.preferences.assign(preference::speedTimetable, SpeedTimetable());
+    screen.limitSpeed(true);
+    EXPECT_EQ(screen.speedSwitch().text, "Limit 2 MB/s");
+    world.preferences.assign(preference::speedLimit, ByteRate());
+    EXPECT_EQ(screen.speedSwitch().text, "No limit");
 }
 
 TEST_F(Downloads, keepsTheTimesUpToDate) {

@@ -35,6 +35,8 @@ public:
     }
 
     World world;
+    SpeedLimit limit{world.loop};
+    SpeedControl speed{world.loop, world.clock, world.preferences, limit};
     ContentScreen window{auth, world.manager(), state};
     std::vector<Change> changes;
     Subscription following{window.onChange([this](Change change) { changes.push_back(change); })};
@@ -140,20 +142,22 @@ TEST_F(Window, answersAllConflictsAtOnceIfAskedTo) {
 TEST_F(Window, theTrayOffersWhatTheQueueCanDo) {
     const auto enabled = [this] {
         std::string titles;
-        for (const MenuItem<TrayAction>& item : trayMenu(world.manager()))
+        for (const MenuItem<TrayAction>& item : trayMenu(world.manager(), speed))
             if (!item.isSeparator() && item.isEnabled) titles += item.title + ". ";
         return titles;
     };
-    EXPECT_EQ(enabled(), "Show Tovri. Quit. ");
+    EXPECT_EQ(enabled(), "Show Tovri. Limit Speed. Quit. ");
     EXPECT_EQ(trayText(world.manager()), "Tovri");
     const ConstDownloadPointer item = world.enqueue(world.addFile("slow", std::string(1000, '.')));
     world.link(item->fileID).rate = 100;
     world.loop.advance(5s);
-    EXPECT_EQ(enabled(), "Show Tovri. Pause All. Quit. ");
+    EXPECT_EQ(enabled(), "Show Tovri. Pause All. Limit Speed. Quit. ");
     EXPECT_EQ(trayText(world.manager()), "Tovri \xE2\x80\x93 1 download");
     world.manager().pauseAll();
     world.loop.advance(1s);
-    EXPECT_EQ(enabled(), "Show Tovri. Resume All. Quit. ");
+    EXPECT_EQ(enabled(), "Show Tovri. Resume All. Limit Speed. Quit. ");
+    speed.setOn(true);
+    EXPECT_EQ(enabled(), "Show Tovri. Resume All. Limit Speed (2 MB/s). Quit. ");
 }
 
 TEST(ClosingStep, asksOnlyWhereNothingLeadsBackAndNothingWasAnswered) {

@@ -136,7 +136,9 @@ public:
 
     World world;
     FakeWorkspace workspace;
-    DownloadsScreen screen{world.manager(), workspace, world.platform()};
+    SpeedLimit limit{world.loop};
+    SpeedControl speed{world.loop, world.clock, world.preferences, limit};
+    DownloadsScreen screen{world.manager(), speed, workspace, world.platform()};
     DownloadsView view{screen};
 };
 

@@ -93,12 +93,16 @@ TEST_P(WindowPictures, settings) {
     startSignedIn();
     app->authManager().saveClientID("abcdefghij");
     SettingsWindow& settings = desktop->settings();
+    app->speedControl().setOn(true);
+    app->preferences().assign(
+        preference::speedTimetable,
+        SpeedTimetable::parse("mon-fri 08:00-18:00 500K; sat,sun 22:00-06:00 hold").value_or(SpeedTimetable()));
     settings.bringForward();
-    for (int tab = 0; tab < 3; ++tab) {
+    for (int tab = 0; tab < 4; ++tab) {
         settings.findChild<QTabWidget*>()->setCurrentIndex(tab);
         take(settings, QString("settings-%1").arg(tab));
     }
-    settings.findChild<QTabWidget*>()->setCurrentIndex(1);
+    settings.findChild<QTabWidget*>()->setCurrentIndex(2);
     press(settings, "Change");
     take(settings, "settings-client-id");
 }

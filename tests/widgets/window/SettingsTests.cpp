@@ -2,7 +2,9 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QSpinBox>
 #include <QTabWidget>
+#include <QTimeEdit>
 
 #include "tests/widgets/window/DesktopFixture.h"
 
@@ -57,11 +59,44 @@ TEST_F(SettingsOnScreen, takeEffectAtOnce) {
     EXPECT_EQ(defaults.string("conflictBehavior"), "skip");
     EXPECT_TRUE(shows(settings(), "Discard the download and keep the existing file."));
 
-    turnTo(2);
+    turnTo(3);
     QTest::keyClick(button(settings(), "Keep the computer awake while files are transferred"), Qt::Key_Space);
     EXPECT_EQ(defaults.boolean("keepAwakeWhileTransferring"), false);
     QTest::keyClick(button(settings(), "Notify when all downloads are done or one has failed"), Qt::Key_Space);
     EXPECT_EQ(defaults.boolean("notifyWhenFinished"), false);
+}
+
+TEST_F(SettingsOnScreen, limitTheSpeedByTheClock) {
+    turnTo(1);
+    QTest::keyClick(button(settings(), "Limit the speed"), Qt::Key_Space);
+    auto* limit = settings().findChildren<QSpinBox*>().constFirst();
+    EXPECT_EQ(limit->text(), "2,000 KB/s");
+    limit->selectAll();
+    QTest::keyClicks(limit, "500");
+    EXPECT_EQ(app->speedControl().text(), "2 MB/s");  // not while it is typed
+    QTest::keyClick(limit, Qt::Key_Return);
+    EXPECT_EQ(app->speedControl().text(), "500 KB/s");
+    EXPECT_EQ(defaults.integer("speedLimit"), 500'000);
+
+    press(settings(), "Add Time");
+    press(settings(), "Add Time");
+    EXPECT_EQ(defaults.string("speedTimetable"), "mon-fri 08:00-18:00 hold; mon-fri 08:00-18:00 hold");
+    press(settings(), "Remove Mon–Fri, 08:00 to 18:00");
+    settle();
+    press(settings(), "Sat");
+    auto* from = settings().findChild<QTimeEdit*>();
+    QTest::keyClick(from, Qt::Key_Up);
+    auto* what = field<QComboBox>(settings(), "What counts then");
+    QTest::keyClick(what, Qt::Key_Home);
+    EXPECT_EQ(defaults.string("speedTimetable"), "mon-sat 09:00-18:00 500000");
+    QTest::keyClick(what, Qt::Key_End);
+    for (const char* day : {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat"}) press(settings(), day);
+    EXPECT_EQ(defaults.string("speedTimetable"), "sat 09:00-18:00 hold");
+
+    auto* reserve = settings().findChildren<QSpinBox*>().constLast();
+    EXPECT_EQ(reserve->text(), "256 MiB");
+    QTest::keyClick(reserve, Qt::Key_Up);
+    EXPECT_EQ(defaults.integer("reservedMebibytes"), 266);
 }
 
 TEST_F(SettingsOnScreen, areReachedByTheTabKey) {
@@ -81,7 +116,7 @@ TEST_F(SettingsOnScreen, areReachedByTheTabKey) {
 }
 
 TEST_F(SettingsOnScreen, editTheClientID) {
-    turnTo(1);
+    turnTo(2);
     EXPECT_TRUE(shows(settings(), "Not set"));
     app->authManager().saveClientID("abcdefghij");
     EXPECT_TRUE(shows(settings(), "abcd...ij"));
