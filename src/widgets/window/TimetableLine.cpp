@@ -16,6 +16,8 @@
 namespace tovri {
 namespace {
 
+constexpr int spaceForArrows = 56;
+
 enum Choice { limited, held };
 
 QTime timeOf(std::chrono::minutes time) {
@@ -78,6 +80,7 @@ QTimeEdit* TimetableLine::makeTime(const char* label,
     time->setKeyboardTracking(false);
     time->setWrapping(true);
     time->setAccessibleName(textOf(label));
+    time->setFixedWidth(time->fontMetrics().horizontalAdvance(QStringLiteral("00:00")) + spaceForArrows);
     connect(time, &QTimeEdit::timeChanged, this, [this, set](QTime changed) {
         (settings_.*set)(index_, std::chrono::minutes(changed.hour() * 60 + changed.minute()));
     });
