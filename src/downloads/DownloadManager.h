@@ -216,7 +216,7 @@ private:
     void holdForRule(Download& item);
     void dropToken(Download& item);
     void dropArrived(Download& item);
-    void leavePartial(const Download& item);
+    void leavePartial(Download& item);
     void removePartial(std::string_view token);
     void finishSuspending();
 

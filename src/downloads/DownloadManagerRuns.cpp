@@ -100,7 +100,7 @@ void DownloadManager::dropToken(Download& item) {
     item.resumeData.reset();
 }
 
-void DownloadManager::leavePartial(const Download& item) {
+void DownloadManager::leavePartial(Download& item) {
     const auto point = ResumePoint::parse(*item.resumeData);
     if (!point) return;
     const NotedReach reach{.end = point->offset, .checksum = point->checksum};
@@ -110,7 +110,8 @@ void DownloadManager::leavePartial(const Download& item) {
                                       .length = point->length,
                                       .validator = point->validator,
                                       .checksum = listedChecksum(item)},
-                             .parts = {{.first = 0, .written = reach, .durable = reach}}}});
+                             .parts = {{.first = 0, .written = reach, .durable = reach}}}},
+                   item);
 }
 
 // As dropToken, and what has arrived whole.

@@ -83,7 +83,7 @@ void Leftovers::look(Names kept, std::string bootID) {
 }
 
 void Leftovers::looked(const Path& folder, std::vector<PartialNote> found) {
-    for (PartialNote& note : found) put({.folder = ports_.receiving.tokenOf(folder), .note = std::move(note)});
+    for (PartialNote& note : found) add({.folder = ports_.receiving.tokenOf(folder), .note = std::move(note)});
     scope_.start(ports_.receiving.forgetIfGone(folder));
     unknown_.erase(folder);
     known_.tell();
@@ -104,7 +104,17 @@ Task<Result<void>> Leftovers::known(Path folder, std::stop_token stop) {
 
 // --- From then on ---
 
-void Leftovers::put(Leftover leftover) {
+void Leftovers::put(Leftover leftover, Download& item) {
+    if (!ports_.list.contains(item) || !mayAsk(item.status) || !isOf(leftover.note.file, item)) {
+        add(std::move(leftover));
+        return;
+    }
+    item.onDisk = leftover.note.beginning().end;
+    const FileID fileID = item.fileID;
+    byFile_.emplace(fileID, std::move(leftover));
+}
+
+void Leftovers::add(Leftover leftover) {
     const FileID fileID = leftover.note.file.fileID;
     tellItems(leftover.note.file, leftover.note.beginning().end);
     byFile_.emplace(fileID, std::move(leftover));

@@ -48,8 +48,8 @@ public:
     // Returns when what stands in the folder is known. ErrorCase::cancelled after a stop request, and nothing else.
     Task<Result<void>> known(Path folder, std::stop_token stop);
 
-    // A partial file that is one from now on. It goes at once when nobody may ask for it.
-    void put(Leftover leftover);
+    // The item's transfer has left it. It goes at once when nobody may ask for it.
+    void put(Leftover leftover, Download& item);
 
     // What a transfer of the item's file can go on from; the longest, if there are several. It is none any more.
     [[nodiscard]] std::optional<Leftover> take(const Download& item);
@@ -58,6 +58,7 @@ public:
     void dropUnwanted(FileID fileID);
 
 private:
+    void add(Leftover leftover);
     void looked(const Path& folder, std::vector<PartialNote> found);
     [[nodiscard]] bool isWanted(const NotedFile& file) const;
     void remove(const Leftover& leftover);

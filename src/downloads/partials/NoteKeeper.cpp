@@ -9,9 +9,19 @@ NoteKeeper::NoteKeeper(FileManager& files, const std::filesystem::path& partial,
                        bool hasNote)
     : files_(files),
       partial_(partial),
-      hasNote_(hasNote),
+      flags_{.hasNote = hasNote},
       file_(files, partial, std::move(bootID)),
       note_(std::move(begun)) {}
+
+bool NoteKeeper::is(bool Flags::* flag) const {
+    const std::scoped_lock lock(asking_);
+    return flags_.*flag;
+}
+
+bool NoteKeeper::set(bool Flags::* flag, bool value) {
+    const std::scoped_lock lock(asking_);
+    return std::exchange(flags_.*flag, value);
+}
 
 void NoteKeeper::describe(ByteCount length, std::string validator) {
     const std::scoped_lock lock(access_);
@@ -68,14 +78,14 @@ void NoteKeeper::putOnTrial() {
 void NoteKeeper::noteDurable() {
     const std::scoped_lock lock(access_);
     note_.isOnTrial = false;
-    if (!isRefused_) takeAsDurable(note_);
+    if (!is(&Flags::isRefused)) takeAsDurable(note_);
     sinceSync_ = 0;
     (void)writeNow();
 }
 
 std::optional<std::int64_t> NoteKeeper::writeNow() {
-    if (isEnded_ || note_.parts.empty() || !note_.file.canBeGoneOnFrom()) return std::nullopt;
-    hasNote_ = true;
+    if (is(&Flags::isEnded) || note_.parts.empty() || !note_.file.canBeGoneOnFrom()) return std::nullopt;
+    (void)set(&Flags::hasNote);
     const Result<std::int64_t> number = file_.write(note_);
     if (!number) return std::nullopt;
     sinceNote_ = 0;
@@ -85,8 +95,10 @@ std::optional<std::int64_t> NoteKeeper::writeNow() {
 void NoteKeeper::synchronize() {
     const PartialNote synced = beginSync();
     std::optional<std::int64_t> number;
-    if (!isEnded_ && !isRefused_) isRefused_ = !files_.makeDurable(partial_);
-    if (!isEnded_ && !isRefused_) {
+    const bool isWanted = !is(&Flags::isEnded) && !is(&Flags::isRefused);
+    const bool isDurable = isWanted && files_.makeDurable(partial_);
+    if (isWanted && !isDurable) (void)set(&Flags::isRefused);
+    if (isDurable) {
         const std::scoped_lock lock(access_);
         takeAsDurable(synced);
         number = writeNow();
@@ -95,7 +107,7 @@ void NoteKeeper::synchronize() {
         const std::scoped_lock lock(access_);
         file_.noteDurable(*number);
     }
-    isSyncBegun_ = false;
+    (void)set(&Flags::isSyncBegun, false);
 }
 
 PartialNote NoteKeeper::beginSync() {
@@ -114,7 +126,7 @@ void NoteKeeper::takeAsDurable(const PartialNote& synced) {
 void NoteKeeper::remove() {
     end();
     const std::scoped_lock lock(access_);
-    if (hasNote_) (void)files_.removeItem(file_.path());
+    if (hasNote()) (void)files_.removeItem(file_.path());
 }
 
 }  // namespace tovri

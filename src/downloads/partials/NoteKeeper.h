@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -53,16 +52,16 @@ public:
     void noteDurable();
 
     // Whether somebody is to call synchronize() now: false while another is about to, or does.
-    [[nodiscard]] bool mayBeginSync() { return !isSyncBegun_.exchange(true); }
+    [[nodiscard]] bool mayBeginSync() { return !set(&Flags::isSyncBegun); }
 
     // Has the partial file synced, and notes what it held before that as durable, durably. Waits for the disk.
     void synchronize();
 
     // No note is written any more. Does not block.
-    void end() { isEnded_ = true; }
+    void end() { (void)set(&Flags::isEnded); }
 
     // Whether there may be a note to remove. Any thread; does not block.
-    [[nodiscard]] bool hasNote() const { return hasNote_; }
+    [[nodiscard]] bool hasNote() const { return is(&Flags::hasNote); }
 
     void remove();
 
@@ -71,12 +70,23 @@ private:
     [[nodiscard]] PartialNote beginSync();
     void takeAsDurable(const PartialNote& synced);
 
+    struct Flags {
+        bool hasNote = false;
+        bool isEnded = false;
+        bool isSyncBegun = false;
+        bool isRefused = false;  // by the disk: what it says later of the same bytes is no proof
+    };
+
+    [[nodiscard]] bool is(bool Flags::* flag) const;
+
+    // What it was before.
+    [[nodiscard]] bool set(bool Flags::* flag, bool value = true);
+
     FileManager& files_;
     const std::filesystem::path partial_;
-    std::atomic<bool> isEnded_ = false;
-    std::atomic<bool> hasNote_;
-    std::atomic<bool> isSyncBegun_ = false;
-    std::atomic<bool> isRefused_ = false;  // by the disk: what it says later of the same bytes is no proof
+
+    mutable std::mutex asking_;  // held by nobody who waits for the disk
+    Flags flags_;
 
     mutable std::mutex access_;
     NoteFile file_;

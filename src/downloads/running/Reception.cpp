@@ -7,14 +7,6 @@ namespace tovri {
 
 using Urgency = SaveSchedule::Urgency;
 
-namespace {
-
-Error lostToken() {
-    return {ErrorCase::transport, "The transfer cannot go on from what was saved; the download starts over."};
-}
-
-}  // namespace
-
 Reception::Reception(RunSurroundings& around, DownloadPointer item, Tries& tries)
     : around_(around), item_(std::move(item)), tries_(tries), speed_(around.loop.now()) {}
 
@@ -27,176 +19,6 @@ Reception::~Reception() {
     if (partial_->hasNote())
         around_.volumes.run(partial_->lane(), [partial = partial_] { partial->removeNoteIfGone(); });
     around_.receiving.removeIfEmpty(place_);
-}
-
-// --- Where it begins ---
-
-Task<Result<void>> Reception::open(std::filesystem::path destination, std::string lane, std::stop_token stop) {
-    if (item_->resumeData) {
-        std::optional<ResumePoint> point = ResumePoint::parse(*item_->resumeData);
-        if (!point) {
-            dropToken();
-            co_return failure(lostToken());
-        }
-        Result<void> opened = co_await goOnFrom(std::move(*point), std::move(stop));
-        co_return opened;
-    }
-    const bool isFound = co_await findWhole(stop);
-    if (isFound) co_return Result<void>();
-    Result<ReceivingFolders::Place> place = co_await around_.receiving.choose(std::move(destination), lane, stop);
-    if (!place) co_return failure(place);
-    chosen_ = std::move(*place);
-    Result<void> begun = co_await adoptOrBegin(std::move(stop));
-    co_return begun;
-}
-
-// Takes the item's token once nothing is left that may take long.
-Task<Result<void>> Reception::goOnFrom(ResumePoint point, std::stop_token stop) {
-    Result<ReceivingFolders::Place> place = co_await around_.receiving.find(point.folder, stop);
-    if (stop.stop_requested()) co_return failure(Error::cancelled());
-    if (!place) {
-        dropToken();
-        co_return failure(place);
-    }
-    const NotedReach durable{.end = point.offset, .checksum = point.checksum};
-    if (!point.isWhole()) {
-        Result<ResumePoint> further = co_await withNote(point, *place);
-        if (further) point = std::move(*further);
-    }
-    goOnIn(std::move(*place), std::move(point), durable);
-    Result<void> opened = co_await reopen();
-    if (!stop.stop_requested()) dropToken();
-    co_return opened;
-}
-
-// What came after the token, where the process that went on from it was killed.
-Task<Result<ResumePoint>> Reception::withNote(ResumePoint point, ReceivingFolders::Place place) {
-    const NotedFile file{.fileID = item_->fileID,
-                         .length = point.length,
-                         .validator = point.validator,
-                         .checksum = listedChecksum(*item_)};
-    auto read = [&files = around_.files, path = place.folder / point.partial.text(), bootID = around_.bootID, file,
-                 point]() -> Result<ResumePoint> {
-        const auto dated = NoteFile::read(files, path);
-        const auto note = dated ? dated->counting(bootID) : std::nullopt;
-        ResumePoint further = point;
-        if (!note || !file.isSame(note->file)) return further;
-        const NotedReach reach = note->beginning();
-        if (reach.end <= point.offset || reach.end > files.fileSize(path).value_or(0)) return further;
-        further.validator = note->file.validator;
-        further.offset = reach.end;
-        further.checksum = reach.checksum;
-        return further;
-    };
-    Result<ResumePoint> further =
-        co_await onVolume<ResumePoint>(around_.loop, around_.volumes, place.lane, {}, std::move(read));
-    co_return further;
-}
-
-// Opens the partial file where its bytes end.
-Task<Result<void>> Reception::reopen() {
-    auto open = [partial = partial_]() -> Result<ByteCount> {
-        if (Result<void> opened = partial->reopen(); !opened) return failure(opened);
-        return 0;
-    };
-    Result<ByteCount> opened =
-        co_await onVolume<ByteCount>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(open));
-    if (opened) co_return Result<void>();
-    spoil();
-    co_return failure(opened);
-}
-
-void Reception::dropToken() {
-    item_->resumeData.reset();
-    around_.saves.request(Urgency::gathered);
-}
-
-// A file that arrived whole and is not there any more is fetched again.
-Task<bool> Reception::findWhole(std::stop_token stop) {
-    if (!item_->receivedFile && !around_.kept.takeOver(*item_)) co_return false;
-    std::optional<ResumePoint> point = ResumePoint::parse(*item_->receivedFile);
-    const std::string damaged = "its token cannot be read";
-    Result<void> opened = failure(Error(ErrorCase::file, damaged));
-    if (point && point->isWhole()) opened = co_await goOnFrom(std::move(*point), stop);
-    if (opened || stop.stop_requested()) co_return true;
-    around_.log.line("[DownloadManager] What had arrived of " + item_->fileName +
-                     " is fetched again: " + opened.error().description);
-    item_->receivedFile.reset();
-    forget();
-    co_return false;
-}
-
-// Goes on from what an earlier transfer has left of the file, if that is there, or begins with its first byte.
-Task<Result<void>> Reception::adoptOrBegin(std::stop_token stop) {
-    Result<void> known = co_await around_.leftovers.known(chosen_.folder, stop);
-    if (!known) co_return known;
-    while (std::optional<Leftover> left = around_.leftovers.take(*item_)) {
-        Result<void> adopted = co_await adopt(std::move(*left), stop);
-        if (adopted && place_.folder != chosen_.folder) around_.receiving.removeIfEmpty(chosen_);
-        if (adopted || stop.stop_requested()) co_return adopted;
-        around_.log.line("[DownloadManager] What was left of " + item_->fileName +
-                         " is fetched again: " + adopted.error().description);
-        discard();
-        forget();
-    }
-    receiveIn(chosen_, {.partial = around_.random.makeUUID(), .file = {}, .parts = {}});
-    co_return Result<void>();
-}
-
-Task<Result<void>> Reception::adopt(Leftover left, std::stop_token stop) {
-    Result<ReceivingFolders::Place> place = co_await around_.receiving.find(left.folder, stop);
-    if (stop.stop_requested()) around_.leftovers.put(std::move(left));
-    if (!place || stop.stop_requested()) co_return place ? failure(Error::cancelled()) : failure(place);
-    const NotedFile file = left.note.file;
-    const NotedReach reach = left.note.beginning();
-    const ResumePoint point{.link = "",
-                            .validator = file.validator,
-                            .length = file.length,
-                            .offset = reach.end,
-                            .partial = left.note.partial,
-                            .checksum = reach.checksum,
-                            .folder = left.folder};
-    Result<ResumePoint> further = co_await withNote(point, *place);
-    isAdopted_ = true;
-    goOnIn(std::move(*place), std::move(*further), {});
-    partial_->putOnTrial();
-    Result<void> opened = co_await reopen();
-    if (!opened) co_return opened;
-    speed_ = SpeedMeter(around_.loop.now(), resumed_->offset);
-    progressed(resumed_->offset);
-    co_return Result<void>();
-}
-
-void Reception::goOnIn(ReceivingFolders::Place place, ResumePoint point, NotedReach durable) {
-    const NotedPart part{
-        .first = 0, .written = {.end = point.offset, .checksum = point.checksum}, .durable = std::move(durable)};
-    receiveIn(std::move(place), {.partial = point.partial, .file = {}, .parts = {part}});
-    link_ = point.link;
-    partial_->announce({.length = point.length, .validator = point.validator, .limit = point.length});
-    furthest_ = point.offset;
-    isJoined_ = true;
-    resumed_ = std::move(point);
-}
-
-void Reception::receiveIn(ReceivingFolders::Place place, PartialNote begun) {
-    name_ = begun.partial;
-    place_ = std::move(place);
-    begun.file.fileID = item_->fileID;
-    begun.file.checksum = listedChecksum(*item_);
-    const NotedReach reach = begun.beginning();
-    const std::filesystem::path path = place_.folder / name_.text();
-    partial_ = std::make_shared<PartialFile>(
-        PartialFile::Place{around_.files, around_.volumes, place_.lane, path},
-        ArrivedBytes{.length = reach.end, .checksum = reach.checksum},
-        std::make_unique<NoteKeeper>(around_.files, path, around_.bootID, std::move(begun), reach.end > 0));
-    noteEverySecond();
-}
-
-void Reception::noteEverySecond() {
-    noting_ = around_.loop.schedule(std::chrono::seconds(1), [this] {
-        partial_->second();
-        noteEverySecond();
-    });
 }
 
 bool Reception::isFruitless() const {
@@ -267,7 +89,8 @@ Task<std::optional<ByteBlob>> Reception::keepWhole() {
         Result<ArrivedBytes> arrived = partial->finish();
         if (!arrived) return arrived;
         if (Result<void> durable = files.makeDurable(partial->path()); !durable) return failure(durable);
-        if (files.fileSize(partial->path()) != arrived->length) return failure(lostToken());
+        if (files.fileSize(partial->path()) != arrived->length)
+            return failure(Error(ErrorCase::file, "What had arrived is not there any more."));
         return arrived;
     };
     Result<ArrivedBytes> arrived =
@@ -316,7 +139,7 @@ void Reception::letGo() {
     if (isSpoilt_ || partial_->isRefused() || arrived.length < 1 || !note.file.canBeGoneOnFrom())
         discard();
     else
-        around_.leftovers.put({.folder = around_.receiving.tokenOf(place_.folder), .note = std::move(note)});
+        around_.leftovers.put({.folder = around_.receiving.tokenOf(place_.folder), .note = std::move(note)}, *item_);
 }
 
 }  // namespace tovri

@@ -13,6 +13,7 @@ import tempfile
 import threading
 import time
 import unittest
+import zlib
 
 from support import LIMIT, SANDBOX, SOON, ProgramTest, Terminal, tree_of, wait_until
 
@@ -70,28 +71,50 @@ class DiskImage(ProgramTest):
         wait_until(lambda: subprocess.run(["umount", str(self.disk)], capture_output=True, check=False).returncode == 0,
                    "the end of all that uses the disk")
 
-    def cut_power(self):
-        """The disk is as it was at this moment without what the machine still had in its memory."""
+    def copy_of_disk(self):
+        """The disk as it is at this moment without what the machine still has in its memory."""
         left = self.home / "left"
         command("cp", "--sparse=always", str(self.image), str(left))
+        return left
+
+    def go_on_with(self, left):
+        """The machine has started anew, with this disk, since queue and notes were written."""
         self.unmount()
         self.image = left.rename(self.home / "image")
         self.mount(self.image)
-        # The machine has started anew since the queue was written.
         file = self.data / "queue.json"
         queue = json.loads(file.read_text()) if file.exists() else {}
         if "bootID" in queue:
             file.write_text(json.dumps({**queue, "bootID": "an earlier one"}))
+        for note in (*self.data.glob("Partial/*.note"), *self.disk.rglob(".tovri-*/*.note")):
+            slots = [note.read_bytes()[start:start + 8192] for start in (0, 8192)]
+            note.write_bytes(b"".join(self.of_earlier_start(slot).ljust(8192, b"\0") for slot in slots))
+
+    @staticmethod
+    def of_earlier_start(slot):
+        lines = slot.split(b"\0")[0].split(b"\n")
+        if lines[0] != b"tovri-note-1":
+            return slot
+        lines[2] = b"an earlier one"
+        text = b"\n".join(lines[:-2]) + b"\n"
+        return text + b"%08x\n" % zlib.crc32(text)
+
+    def cut_power(self):
+        self.go_on_with(self.copy_of_disk())
 
 
-class PowerLoss(DiskImage):
-    account = ("--files", "40", "--folders", "5", "--max-size", "1MiB")
+class PowerCut(DiskImage):
+    """Data and downloads are on the disk."""
 
     def setUp(self):
         super().setUp()
         self.downloads = self.disk / "here"
         self.data = self.disk / "data" / "Tovri"
         self.environment["XDG_DATA_HOME"] = str(self.disk / "data")
+
+
+class PowerLoss(PowerCut):
+    account = ("--files", "40", "--folders", "5", "--max-size", "1MiB")
 
     def test_what_get_has_brought_is_there(self):
         self.serve(*self.account)
