@@ -68,7 +68,8 @@ DownloadManager::DownloadManager(DownloadPorts ports)
               .stagingFolder = store_->stagingDirectory(),
               .bootID = ports_.clock.bootID(),
               .runWaits = [this] { runEnded(); }},
-      securing_(durability_.onDone([this] { finishSuspending(); })) {
+      securing_(durability_.onDone([this] { finishSuspending(); })),
+      leftoversKnown_(leftovers_.onKnown([this] { held_.look(); })) {
     around_.lastGain = ports_.loop.now();
     brakes_.onOpening([this](const std::string& host) { serviceHolds_.hostOpened(host); });
     list_.onForbiddenStep([this](const std::string& fault) { ports_.log.line("[DownloadManager] " + fault); });

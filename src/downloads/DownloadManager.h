@@ -271,6 +271,7 @@ private:
     Signal<> looked_;  // told when the files of the previous process have been looked at
     RunSurroundings around_;
     Subscription securing_;
+    Subscription leftoversKnown_;
     std::unordered_set<DownloadRun*> runs_;  // whose frames the scope owns
     TaskScope scope_;
 };

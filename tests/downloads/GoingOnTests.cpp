@@ -471,6 +471,23 @@ TEST_F(GoingOn, waitsForTheRoomOfTheRestAlone) {
     world.files.setCapacity(usb, 90'000);
     world.manager().retry(item);
     expectArrived(item, usb);
+
+    // At the start, too, where the notes are read only then.
+    world.files.setCapacity(usb, 1'000'000);
+    const std::int64_t second = world.addFile("second", std::string(60'000, 'x'));
+    world.link(second).breaks = {{.at = 50'000}};
+    const DownloadPointer other = enqueue(second, usb);
+    ASSERT_TRUE(world.runUntil(other, Status::failed));
+    world.manager().retry(other);
+    world.manager().pauseAll();
+    world.settle();
+    world.manager().saveNow();
+    world.kill();
+    world.files.setCapacity(usb, 150'000);
+    world.start();
+    world.manager().resumeAll();
+    EXPECT_TRUE(world.loop.runUntil([&] { return !world.manager().canRunNow(); }));
+    EXPECT_EQ(World::outcome(world.find(second)), "completed");
 }
 
 }  // namespace

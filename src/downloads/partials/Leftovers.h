@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -47,6 +48,11 @@ public:
 
     // Returns when what stands in the folder is known. ErrorCase::cancelled after a stop request, and nothing else.
     Task<Result<void>> known(Path folder, std::stop_token stop);
+
+    // Whether there are folders of which that is not known yet. Told each time when one is.
+    [[nodiscard]] bool isLooking() const { return !unknown_.empty(); }
+
+    Subscription onKnown(std::function<void()> tell) { return known_.subscribe(std::move(tell)); }
 
     // The item's transfer has left it. It goes at once when nobody may ask for it.
     void put(Leftover leftover, Download& item);
