@@ -168,7 +168,7 @@ TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
 
 TEST_F(Passes, tryWhatFailedAgainLaterEachTime) {
     home.watch(shows);
-    const std::int64_t file = world().addFile("new.mkv", "new", shows);
+    const FileID file = world().addFile("new.mkv", "new", shows);
     world().link(file).status = 501;
     home.pass();
     std::size_t transfers = world().transfersOf(file);
@@ -178,7 +178,7 @@ TEST_F(Passes, tryWhatFailedAgainLaterEachTime) {
         home.sync->startSyncAll(SyncUrgency::forced);
         world().loop.advance(1s);
         if (minutes == 8) home.restart();
-        const DownloadPointer item = world().find(file);
+        const ConstDownloadPointer item = world().find(file);
         ASSERT_EQ(World::outcome(item), "queued");
         ASSERT_TRUE(item->hold);
         EXPECT_THAT(item->hold->textAt(world().clock.now()),

@@ -474,9 +474,9 @@ TEST_F(GoingOn, waitsForTheRoomOfTheRestAlone) {
 
     // At the start, too, where the notes are read only then.
     world.files.setCapacity(usb, 1'000'000);
-    const std::int64_t second = world.addFile("second", std::string(60'000, 'x'));
-    world.link(second).breaks = {{.at = 50'000}};
-    const DownloadPointer other = enqueue(second, usb);
+    const FileID second = world.addFile("second", std::string(60'000, 'x'));
+    world.link(second).breaks = {{.at = 50'000, .fault = TransportFault::none}};
+    const ConstDownloadPointer other = enqueue(second, usb);
     ASSERT_TRUE(world.runUntil(other, Status::failed));
     world.manager().retry(other);
     world.manager().pauseAll();

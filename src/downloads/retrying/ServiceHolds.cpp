@@ -52,7 +52,7 @@ void ServiceHolds::releaseNext(std::string what) {
 
 bool ServiceHolds::isAnyHeld() const {
     return std::ranges::any_of(waits_, [this](const auto& wait) {
-        const DownloadPointer first = list_.firstHeldFor(wait.first);
+        const ConstDownloadPointer first = list_.firstHeldFor(wait.first);
         return first && first->hold->reason == Hold::Reason::service;
     });
 }

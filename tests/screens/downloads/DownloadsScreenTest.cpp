@@ -172,7 +172,7 @@ TEST_F(Downloads, tellsNumbersAFewTimesASecondAndOnlyOnView) {
 TEST_F(Downloads, saysUntilWhenTheTimetableHoldsAllAndTurnsItOff) {
     const Subscription holding = speed.onChange([this] { world.manager().holdAll(speed.holdReason()); });
     world.clock.set(std::chrono::sys_days(std::chrono::year(2026) / 6 / 1) + 10h);
-    const DownloadPointer item = enqueue("runs");
+    const ConstDownloadPointer item = enqueue("runs");
     world.loop.advance(2s);
     EXPECT_EQ(screen.speedSwitch(), (SpeedSwitch{"Limit speed", "Limit Speed", false}));
     world.preferences.assign(preference::speedTimetable, SpeedTimetable::parse("mon 08:00-18:00 hold").value());
