@@ -58,6 +58,7 @@ std::optional<HttpResponse> forcedAnswer(const Fault& fault) {
         response.body.clear();
     }
     if (fault.retryAfter) response.headers.emplace_back("Retry-After", *fault.retryAfter);
+    if (fault.rateLimitReset) response.headers.emplace_back("X-RateLimit-Reset", *fault.rateLimitReset);
     return response;
 }
 

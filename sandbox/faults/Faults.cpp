@@ -18,7 +18,7 @@ bool isMeantFor(const Fault& fault, Role role, std::span<const std::string> name
 
 void Faults::add(Fault fault) {
     const std::scoped_lock lock(mutex_);
-    entries_.push_back({std::move(fault)});
+    entries_.emplace_back(std::move(fault));
 }
 
 void Faults::clear() {
@@ -30,12 +30,27 @@ std::optional<Fault> Faults::take(Role role, std::span<const std::string> names)
     const std::scoped_lock lock(mutex_);
     for (Entry& entry : entries_) {
         if (!isMeantFor(entry.fault, role, names)) continue;
-        if (entry.seen++ < entry.fault.after) continue;
-        if (entry.fault.times && entry.used >= *entry.fault.times) continue;
-        ++entry.used;
-        return entry.fault;
+        if (strikes(entry)) return entry.fault;
     }
     return std::nullopt;
+}
+
+bool Faults::strikes(Entry& entry) {
+    const Fault& fault = entry.fault;
+    const Clock::time_point now = Clock::now();
+    if (entry.seen++ < fault.after) return false;
+    if (fault.times && entry.used >= *fault.times) return false;
+    if (fault.perSecond) {
+        if (now - entry.secondBegun >= std::chrono::seconds(1)) {
+            entry.secondBegun = now;
+            entry.passedInIt = 0;
+        }
+        if (entry.passedInIt++ < *fault.perSecond) return false;
+    }
+    if (entry.used == 0) entry.begun = now;
+    if (fault.lasts && now - entry.begun >= *fault.lasts) return false;
+    ++entry.used;
+    return true;
 }
 
 std::vector<Faults::Use> Faults::uses() const {

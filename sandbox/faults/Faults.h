@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "sandbox/Role.h"
@@ -25,10 +26,13 @@ struct Fault {
     std::string pattern = "*";  // a shell pattern for the file's name or the path, or "#ID"
     std::optional<std::uint64_t> times;
     std::uint64_t after = 0;
+    std::optional<Seconds> lasts;            // from its first use on
+    std::optional<std::uint64_t> perSecond;  // so many requests pass in each second
 
     std::optional<int> status;
     FaultBody body = FaultBody::json;
     std::optional<std::string> retryAfter;
+    std::optional<std::string> rateLimitReset;
     std::optional<std::string> redirect;
     std::optional<std::string> link;
     bool staleCursor = false;
@@ -76,11 +80,20 @@ public:
     std::vector<Use> uses() const;
 
 private:
+    using Clock = std::chrono::steady_clock;
+
     struct Entry {
+        explicit Entry(Fault added) : fault(std::move(added)) {}
+
         Fault fault;
         std::uint64_t seen = 0;
         std::uint64_t used = 0;
+        Clock::time_point begun;        // of its first use
+        Clock::time_point secondBegun;  // that is counted
+        std::uint64_t passedInIt = 0;
     };
+
+    [[nodiscard]] static bool strikes(Entry& entry);
 
     mutable std::mutex mutex_;
     std::vector<Entry> entries_;

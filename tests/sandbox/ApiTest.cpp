@@ -173,7 +173,7 @@ TEST_F(ApiTest, forcesAnswersPerCallAndPerFile) {
     const FileID file = account().addFile(rootID, {.name = "film.mkv", .size = 9});
     const std::string linkPath = fmt::format("/files/{}/url", file);
     addFault("api:/v2/files/list?parent_id=0:status=200,body=html,times=1");
-    addFault("api:/v2/files/list:status=429,retry-after=7,times=1");
+    addFault("api:/v2/files/list:status=429,retry-after=7,rate-limit-reset=9,times=1");
     addFault("api:/v2/files/list:status=503,body=empty,times=1");
     addFault("link:*.mkv:link=not a link,times=1");
     addFault("link:#1:status=401,times=1");
@@ -183,6 +183,7 @@ TEST_F(ApiTest, forcesAnswersPerCallAndPerFile) {
     const auto limited = get("/files/list?parent_id=0");
     EXPECT_EQ(limited->status, 429);
     EXPECT_EQ(limited->get_header_value("Retry-After"), "7");
+    EXPECT_EQ(limited->get_header_value("X-RateLimit-Reset"), "9");
     EXPECT_EQ(get("/files/list")->body, "");
     EXPECT_EQ(get("/files/list")->status, 200);
     EXPECT_EQ(Json(get(linkPath)).text("url"), "not a link");

@@ -43,7 +43,7 @@ class Arrival(ProgramTest):
         self.assertEqual(self.run_cli("ls", "/")[0], "")
 
     def test_a_folder_stays_when_one_of_its_files_failed(self):
-        self.serve("--demo", "--fault", "storage:*.srt:status=500")
+        self.serve("--demo", "--fault", "storage:*.srt:status=501")
         self.get("/Films/A Trip to the Moon (1902)", "--delete", status=1)
         self.assertEqual(self.sandbox.requests(path="/files/delete"), [])
 

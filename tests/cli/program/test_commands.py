@@ -59,7 +59,7 @@ class Commands(ProgramTest):
         self.run_cli("ls")
 
     def test_the_token_of_the_environment_is_in_no_file_and_no_output(self):
-        self.serve("--demo", "--token", "SECRET-OF-THIS-TEST", "--fault", "storage:*.srt:status=500",
+        self.serve("--demo", "--token", "SECRET-OF-THIS-TEST", "--fault", "storage:*.srt:status=501",
                    "--fault", "api:/v2/files/list?parent_id=38:status=200,body=html")
         outputs = "".join(self.get("/Films/The General (1926)", "/Audiobooks", "/Welcome.txt", status=1))
         outputs += "".join(self.run_cli("status")) + "".join(self.run_cli("queue", "--json"))

@@ -9,12 +9,12 @@ from support import ProgramTest
 class Failures(ProgramTest):
     def test_each_failed_file_has_its_line_and_can_be_retried(self):
         self.serve("--demo")
-        self.sandbox.fault("storage:*.en.srt:status=404,times=1", "link:Poster.jpg:status=500,times=1")
+        self.sandbox.fault("storage:*.en.srt:status=501,times=1", "link:Poster.jpg:status=400,times=1")
         _, messages = self.get("/Films/The General (1926)", status=1)
         lines = messages.splitlines()
         self.assertEqual(len(lines), 2, messages)
         for line in lines:
-            self.assertRegex(line, r"^Failed: .*/The General \(1926\)/.*: HTTP error (404|500) from put\.io\. "
+            self.assertRegex(line, r"^Failed: .*/The General \(1926\)/.*: HTTP error (501|400) from put\.io\. "
                                    r"Try again with: tovri-cli retry [0-9A-F]{8}$")
         retried = lines[0].split()[-1]
         self.assertIn("1 arrived", self.run_cli("retry", retried)[0])

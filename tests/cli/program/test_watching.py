@@ -137,7 +137,7 @@ class Rules(Watching):
         self.add_rule()
         for name in ("removed", "cancelled", "failed"):
             self.change("add", path=f"/News/{name}.txt", text=name)
-        self.sandbox.fault("storage:*:status=500")
+        self.sandbox.fault("storage:*:status=501")
         self.run_cli("rules", "sync", status=1)
         self.run_cli("pause")
         items = {item["name"]: item["id"] for item in self.queue()}
