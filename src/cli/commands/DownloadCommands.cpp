@@ -222,6 +222,16 @@ Task<void> RunCommand::prepare(std::stop_token /*stop*/) {
     co_return;
 }
 
+namespace {
+
+// Whether it failed, and waits for the user or for a later try.
+bool isUnfortunate(const Download& item) {
+    if (item.status == Status::queued) return item.hold && item.hold->reason == Hold::Reason::later;
+    return item.status == Status::failed || item.status == Status::remoteDeleteFailed || item.isDoubtful();
+}
+
+}  // namespace
+
 std::string RetryCommand::objection() {
     if (context().invocation.operands.empty())
         return context().invocation.has("--anyway") ? "--anyway needs to know which: give the IDs of the downloads."
@@ -242,8 +252,8 @@ Task<void> RetryCommand::prepare(std::stop_token /*stop*/) {
     for (const UUID& id : items_) wanted.push_back(list.find(id));
     if (items_.empty())
         for (const ConstDownloadPointer& item :
-             list.withStatus({Status::failed, Status::completed, Status::remoteDeleteFailed}))
-            if (item->status != Status::completed || item->isDoubtful()) wanted.push_back(item);
+             list.withStatus({Status::failed, Status::completed, Status::remoteDeleteFailed, Status::queued}))
+            if (isUnfortunate(*item)) wanted.push_back(item);
     for (const ConstDownloadPointer& item : wanted)
         if (item) retry(item);
     // Should the process die before the next save, what was placed till then would be fetched anew at the next retry.
@@ -265,8 +275,7 @@ void RetryCommand::retry(const ConstDownloadPointer& item) {
         deleteAnyway(item);
     else if (item->status == Status::remoteDeleteFailed)
         downloads.retryDelete(item);
-    else if (item->status == Status::failed || item->status == Status::cancelled || item->status == Status::skipped ||
-             item->isDoubtful())
+    else if (item->status == Status::cancelled || item->status == Status::skipped || isUnfortunate(*item))
         downloads.retry(item);
     else if (item->status != Status::deleting)  // with the rest of its folder
         context().terminal.message(

@@ -114,7 +114,8 @@ std::optional<Error> Reception::errorOf(const ExpectedAnswer& expected, Transfer
     if (std::optional<Error> refused = partial_->error()) return refused;
     const AnnouncedFile announced = partial_->announced();
     const bool hasAll = announced.length && expected.offset + end.received == *announced.length;
-    if (end.error && !(hasAll && end.received > 0)) return std::move(end.error);
+    const bool isLateFault = end.error && end.error->transportFault != TransportFault::none && end.received > 0;
+    if (end.error && !(hasAll && isLateFault)) return std::move(end.error);
     const ByteCount whole = announced.length.value_or(announced.limit);
     if (whole < 0 || expected.offset + end.received == whole) return std::nullopt;
     const TransportFault fault = announced.length ? TransportFault::brokenOff : TransportFault::none;
