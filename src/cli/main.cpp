@@ -141,13 +141,13 @@ private:
                 preference::conflictBehavior.key,
                 std::string(rawValue(parseBehavior(*what).value_or(ConflictBehavior::keepBoth))));
         if (const auto rate = invocation_.value("--limit-rate"))
-            replaceLimit(parseByteRate(*rate).value_or(ByteRate()));
+            replaceLimit(parseRate(*rate).value_or(BytesPerSecond()));
         return runDefaults_;
     }
 
-    void replaceLimit(ByteRate rate) {
-        runDefaults_.replaceBoolean(preference::limitSpeed.key, rate.bytesPerSecond > 0);
-        runDefaults_.replaceInteger(preference::speedLimit.key, rate.bytesPerSecond);
+    void replaceLimit(BytesPerSecond rate) {
+        runDefaults_.replaceBoolean(preference::limitSpeed.key, rate.count > 0);
+        runDefaults_.replaceInteger(preference::speedLimit.key, rate.count);
         runDefaults_.replaceString(preference::speedTimetable.key, "");
     }
 

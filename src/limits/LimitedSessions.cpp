@@ -36,7 +36,7 @@ public:
         waitsForShare_ ? share_->whenReady(std::move(ready)) : receiver_->whenReady(std::move(ready));
     }
 
-    [[nodiscard]] std::optional<ByteRate> pace() const override { return share_->pace(); }
+    [[nodiscard]] std::optional<BytesPerSecond> pace() const override { return share_->pace(); }
 
     // Bytes that were handed on of a piece of which not all was. Once the attempt has ended.
     [[nodiscard]] ByteCount ahead() const { return ahead_; }

@@ -3,14 +3,16 @@
 #include <algorithm>
 #include <chrono>
 
+#include "base/ByteCountFormat.h"
+
 namespace tovri {
 namespace {
 
 // The clock on the wall may be put forward, and time passes for it while the machine sleeps.
 constexpr std::chrono::seconds longestPause{20};
 
-std::optional<ByteRate> positive(ByteRate rate) {
-    return rate.bytesPerSecond > 0 ? std::optional(rate) : std::nullopt;
+std::optional<BytesPerSecond> positive(BytesPerSecond rate) {
+    return rate.count > 0 ? std::optional(rate) : std::nullopt;
 }
 
 }  // namespace
@@ -31,7 +33,7 @@ std::optional<std::string> SpeedControl::holdReason() const {
 std::string SpeedControl::text() const {
     if (state_.isHeld && state_.until.empty()) return "Held by the timetable";
     std::string text = "No limit";
-    if (state_.limit) text = formatByteRate(*state_.limit);
+    if (state_.limit) text = formatRate(*state_.limit);
     if (state_.isHeld) text = "Held";
     if (!state_.until.empty()) text += " until " + state_.until;
     return text;

@@ -19,11 +19,11 @@ class SpeedControl {
 public:
     // What counts now.
     struct State {
-        bool isOn = false;              // the user's switch
-        std::optional<ByteRate> limit;  // none: as fast as bytes can come
-        bool isHeld = false;            // downloads wait; the limit is that of uploads
-        std::string until;              // "18:00", "Mon 08:00": when the timetable says otherwise; empty where it says
-                                        // nothing now, or the same for ever
+        bool isOn = false;                    // the user's switch
+        std::optional<BytesPerSecond> limit;  // none: as fast as bytes can come
+        bool isHeld = false;                  // downloads wait; the limit is that of uploads
+        std::string until;  // "18:00", "Mon 08:00": when the timetable says otherwise; empty where it says
+                            // nothing now, or the same for ever
 
         bool operator==(const State&) const = default;
     };

@@ -17,8 +17,8 @@ constexpr std::chrono::milliseconds keeping{200};
 // A main loop that was kept busy for longer does not make up for it at once.
 constexpr std::chrono::seconds longestPause{1};
 
-double bytesIn(ByteRate rate, MainLoop::Duration time) {
-    return static_cast<double>(rate.bytesPerSecond) * std::chrono::duration<double>(time).count();
+double bytesIn(BytesPerSecond rate, MainLoop::Duration time) {
+    return static_cast<double>(rate.count) * std::chrono::duration<double>(time).count();
 }
 
 void callAll(std::vector<Ready> waiting) {
@@ -31,7 +31,7 @@ void callAll(std::vector<Ready> waiting) {
 class SpeedLimit::Pool {
 public:
     // Takes back what was dealt out under another limit.
-    void setRate(std::optional<ByteRate> rate);
+    void setRate(std::optional<BytesPerSecond> rate);
 
     // Deals out so many bytes, and returns what is left of them. Shares that have not asked for more are filled up to
     // their part of `ofOneInterval`.
@@ -48,7 +48,7 @@ private:
     [[nodiscard]] std::vector<Ready> takeReady();
 
     mutable std::mutex access_;
-    std::optional<ByteRate> rate_;
+    std::optional<BytesPerSecond> rate_;
     std::vector<Share*> shares_;
 };
 
@@ -81,7 +81,7 @@ public:
         if (pool_->rate_) granted_ += unused;
     }
 
-    [[nodiscard]] std::optional<ByteRate> pace() const override {
+    [[nodiscard]] std::optional<BytesPerSecond> pace() const override {
         const std::lock_guard lock(pool_->access_);
         return pool_->rate_;
     }
@@ -114,7 +114,7 @@ private:
     Ready ready_;
 };
 
-void SpeedLimit::Pool::setRate(std::optional<ByteRate> rate) {
+void SpeedLimit::Pool::setRate(std::optional<BytesPerSecond> rate) {
     std::vector<Ready> ready;
     {
         const std::lock_guard lock(access_);
@@ -165,7 +165,7 @@ SpeedLimit::~SpeedLimit() {
     pool_->setRate(std::nullopt);
 }
 
-void SpeedLimit::set(std::optional<ByteRate> rate) {
+void SpeedLimit::set(std::optional<BytesPerSecond> rate) {
     if (rate == rate_) return;
     rate_ = rate;
     timer_.reset();

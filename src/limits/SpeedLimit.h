@@ -3,7 +3,7 @@
 #include <memory>
 #include <optional>
 
-#include "base/ByteRate.h"
+#include "base/Bytes.h"
 #include "platform/ByteAllowance.h"
 #include "platform/MainLoop.h"
 
@@ -21,9 +21,9 @@ public:
     ~SpeedLimit();
 
     // From now on, also for the transfers under way. None: as fast as they can.
-    void set(std::optional<ByteRate> rate);
+    void set(std::optional<BytesPerSecond> rate);
 
-    [[nodiscard]] std::optional<ByteRate> rate() const { return rate_; }
+    [[nodiscard]] std::optional<BytesPerSecond> rate() const { return rate_; }
 
     // One transfer's share, for as long as somebody has it, which may be longer than the limit lives: then it is as if
     // there was none.
@@ -39,7 +39,7 @@ private:
 
     MainLoop& loop_;
     std::shared_ptr<Pool> pool_;
-    std::optional<ByteRate> rate_;
+    std::optional<BytesPerSecond> rate_;
     double free_ = 0;  // bytes that nobody has got yet
     MainLoop::TimePoint lastDealt_;
     Subscription timer_;

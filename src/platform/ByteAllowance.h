@@ -3,7 +3,6 @@
 #include <functional>
 #include <optional>
 
-#include "base/ByteRate.h"
 #include "base/Bytes.h"
 
 namespace tovri {
@@ -20,7 +19,7 @@ public:
     virtual void giveBack(ByteCount unused) = 0;
 
     // The most that will be given in the long run; none: any number.
-    [[nodiscard]] virtual std::optional<ByteRate> pace() const = 0;
+    [[nodiscard]] virtual std::optional<BytesPerSecond> pace() const = 0;
 
     // After a take of less than was wanted: calls `ready` once, on any thread, as soon as there is more.
     virtual void whenReady(std::move_only_function<void()> ready) = 0;

@@ -7,7 +7,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/ByteRate.h"
 #include "base/Bytes.h"
 #include "base/Result.h"
 #include "base/RetryHints.h"
@@ -53,7 +52,7 @@ public:
 
     // How fast it takes bytes at most, in the long run; none: as fast as they come. What comes over the line before its
     // time would go beyond what the user allows the line.
-    [[nodiscard]] virtual std::optional<ByteRate> pace() const { return std::nullopt; }
+    [[nodiscard]] virtual std::optional<BytesPerSecond> pace() const { return std::nullopt; }
 };
 
 // One attempt at one range of bytes.

@@ -6,8 +6,8 @@
 #include <string_view>
 #include <tuple>
 
-#include "base/ByteRate.h"
 #include "base/Bytes.h"
+#include "base/RateText.h"
 #include "settings/ConflictBehavior.h"
 #include "settings/SpeedTimetable.h"
 
@@ -25,7 +25,7 @@ struct PreferenceValues {
     std::int64_t reservedMebibytes = 256;
     std::int64_t patienceMinutes = 10;
     bool limitSpeed = false;
-    ByteRate speedLimit{2'000'000};
+    BytesPerSecond speedLimit{2'000'000};
     SpeedTimetable speedTimetable;
 };
 
@@ -85,7 +85,7 @@ inline constexpr Preference<std::int64_t> reservedMebibytes{
 inline constexpr Preference<bool> limitSpeed{"limitSpeed", &PreferenceValues::limitSpeed,
                                              "true or false; whether transfers keep to speedLimit and speedTimetable"};
 
-inline constexpr Preference<ByteRate> speedLimit{
+inline constexpr Preference<BytesPerSecond> speedLimit{
     "speedLimit", &PreferenceValues::speedLimit,
     "how many bytes a second all transfers together may move, as in 500K or 2M, where K is 1024 and M is 1024 K; 0 for "
     "no limit but the timetable's"};
@@ -102,18 +102,10 @@ inline constexpr Preference<std::int64_t> patienceMinutes{
     {1}};
 
 // In the order in which they are read and listed.
-inline constexpr std::tuple all{defaultDownloadPath,
-                                defaultDownloadBookmark,
-                                deleteAfterDownload,
-                                maxConcurrentDownloads,
-                                syncPollIntervalMinutes,
-                                conflictBehavior,
-                                readLongFolders,
-                                reservedMebibytes,
-                                patienceMinutes,
-                                limitSpeed,
-                                speedLimit,
-                                speedTimetable};
+inline constexpr std::tuple all{
+    defaultDownloadPath, defaultDownloadBookmark, deleteAfterDownload, maxConcurrentDownloads, syncPollIntervalMinutes,
+    conflictBehavior,    readLongFolders,         reservedMebibytes,   patienceMinutes,        limitSpeed,
+    speedLimit,          speedTimetable};
 
 // `visit(preference)` for each of them, whose type says what its value is.
 template <class Visit>

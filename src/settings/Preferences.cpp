@@ -25,8 +25,8 @@ void read(UserDefaults& defaults, std::string_view key, std::optional<ConflictBe
     if (const auto word = defaults.string(key)) value = conflictBehaviorOf(*word);
 }
 
-void read(UserDefaults& defaults, std::string_view key, std::optional<ByteRate>& value) {
-    if (const auto number = defaults.integer(key)) value = ByteRate{*number};
+void read(UserDefaults& defaults, std::string_view key, std::optional<BytesPerSecond>& value) {
+    if (const auto number = defaults.integer(key)) value = BytesPerSecond{*number};
 }
 
 void read(UserDefaults& defaults, std::string_view key, std::optional<SpeedTimetable>& value) {
@@ -56,8 +56,8 @@ void write(UserDefaults& defaults, std::string_view key, ConflictBehavior value)
     defaults.setString(key, rawValue(value));
 }
 
-void write(UserDefaults& defaults, std::string_view key, const ByteRate& value) {
-    defaults.setInteger(key, value.bytesPerSecond);
+void write(UserDefaults& defaults, std::string_view key, const BytesPerSecond& value) {
+    defaults.setInteger(key, value.count);
 }
 
 void write(UserDefaults& defaults, std::string_view key, const SpeedTimetable& value) {
@@ -73,8 +73,8 @@ bool isAcceptable(const Preference<std::int64_t>& preference, const std::int64_t
     return stored >= preference.range.least;
 }
 
-bool isAcceptable(const Preference<ByteRate>& /*preference*/, const ByteRate& stored) {
-    return stored.bytesPerSecond >= 0;
+bool isAcceptable(const Preference<BytesPerSecond>& /*preference*/, const BytesPerSecond& stored) {
+    return stored.count >= 0;
 }
 
 }  // namespace
@@ -106,7 +106,7 @@ template void Preferences::assign(const Preference<std::optional<ByteBlob>>&, st
 template void Preferences::assign(const Preference<bool>&, bool);
 template void Preferences::assign(const Preference<std::int64_t>&, std::int64_t);
 template void Preferences::assign(const Preference<ConflictBehavior>&, ConflictBehavior);
-template void Preferences::assign(const Preference<ByteRate>&, ByteRate);
+template void Preferences::assign(const Preference<BytesPerSecond>&, BytesPerSecond);
 template void Preferences::assign(const Preference<SpeedTimetable>&, SpeedTimetable);
 
 std::filesystem::path Preferences::downloadFolderURL() const {

@@ -141,9 +141,9 @@ std::optional<TimetableEntry> parseEntry(std::string_view text) {
     const auto days = parseDays(words[0]);
     const auto from = parseTime(times[0]);
     const auto to = parseTime(times[1]);
-    const auto limit = parseByteRate(words[2]);
+    const auto limit = parseRate(words[2]);
     const bool isHold = words[2] == holdWord;
-    if (!days || !from || !to || (!isHold && (!limit || limit->bytesPerSecond < 1))) return std::nullopt;
+    if (!days || !from || !to || (!isHold && (!limit || limit->count < 1))) return std::nullopt;
     return TimetableEntry{*days, *from, *to, isHold ? std::nullopt : limit};
 }
 
@@ -177,10 +177,10 @@ const TimetableEntry* SpeedTimetable::at(Timestamp moment, const ClockOffset& of
 }
 
 std::optional<Timestamp> SpeedTimetable::nextChange(Timestamp moment, const ClockOffset& offset) const {
-    const auto whatCounts = [&](Timestamp when) -> std::optional<std::optional<ByteRate>> {
+    const auto whatCounts = [&](Timestamp when) -> std::optional<std::optional<BytesPerSecond>> {
         const TimetableEntry* entry = at(when, offset);
         if (entry == nullptr) return std::nullopt;
-        return std::make_optional<std::optional<ByteRate>>(entry->limit);
+        return std::make_optional<std::optional<BytesPerSecond>>(entry->limit);
     };
     const auto before = whatCounts(moment);
     const Timestamp end = moment + week + day;

@@ -8,17 +8,17 @@
 #include <string_view>
 #include <vector>
 
-#include "base/ByteRate.h"
+#include "base/RateText.h"
 #include "platform/WallClock.h"
 
 namespace tovri {
 
 // On certain days, from a time of the day to another, transfers together keep to a limit, or downloads are held.
 struct TimetableEntry {
-    std::bitset<7> days;                           // on which it begins; Monday first
-    std::chrono::minutes from{0};                  // since midnight by the clock on the wall, below 24 hours
-    std::chrono::minutes to{0};                    // likewise; not after `from`: on the day after
-    std::optional<ByteRate> limit = std::nullopt;  // none: held
+    std::bitset<7> days;                                 // on which it begins; Monday first
+    std::chrono::minutes from{0};                        // since midnight by the clock on the wall, below 24 hours
+    std::chrono::minutes to{0};                          // likewise; not after `from`: on the day after
+    std::optional<BytesPerSecond> limit = std::nullopt;  // none: held
 
     [[nodiscard]] bool isHold() const { return !limit; }
 

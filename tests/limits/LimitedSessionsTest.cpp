@@ -15,7 +15,7 @@ protected:
     LimitedTransferSessionTest() {
         for (int i = 0; i < 100'000; ++i) content_ += static_cast<char>(i * 7919 >> 3);
         storage_.links[url_].content = content_;
-        limit_.set(ByteRate{10'000});
+        limit_.set(BytesPerSecond{10'000});
     }
 
     void begin(const std::shared_ptr<GatheringReceiver>& receiver) {
@@ -89,7 +89,7 @@ TEST(LimitedHTTPSession, limitsUploadsOfFilesAlone) {
     VirtualLoop loop;
     ScriptedHTTPSession beneath(loop);
     SpeedLimit limit(loop);
-    limit.set(ByteRate{1000});
+    limit.set(BytesPerSecond{1000});
     LimitedHTTPSession session(beneath, limit);
     HTTPRequest asking;
     asking.body = "question";

@@ -36,21 +36,21 @@ protected:
 
 TEST_F(SpeedControlTest, givesTheLimitWhatCountsNow) {
     EXPECT_EQ(limit_.rate(), std::nullopt);
-    preferences_.assign(preference::speedLimit, ByteRate{5'000'000});
+    preferences_.assign(preference::speedLimit, BytesPerSecond{5'000'000});
     setTimetable("mon 12:00-18:00 1M; daily 22:00-06:00 hold");
     EXPECT_EQ(limit_.rate(), std::nullopt);
     EXPECT_EQ(changes_, 0);
 
     control_.setOn(true);
-    EXPECT_EQ(limit_.rate(), ByteRate{5'000'000});
+    EXPECT_EQ(limit_.rate(), BytesPerSecond{5'000'000});
     EXPECT_EQ(control_.text(), "5 MB/s");
     loop_.advance(2h);
-    EXPECT_EQ(limit_.rate(), ByteRate{1024 * 1024});
+    EXPECT_EQ(limit_.rate(), BytesPerSecond{1024 * 1024});
     EXPECT_EQ(control_.text(), "1 MB/s until 18:00");
     EXPECT_EQ(control_.holdReason(), std::nullopt);
     loop_.advance(10h);
     EXPECT_EQ(control_.holdReason(), "Held until Tue 06:00");
-    EXPECT_EQ(limit_.rate(), ByteRate{5'000'000});  // of uploads
+    EXPECT_EQ(limit_.rate(), BytesPerSecond{5'000'000});  // of uploads
     loop_.advance(2h + 1min);
     EXPECT_EQ(control_.holdReason(), "Held until 06:00");
     control_.setOn(false);
@@ -61,7 +61,7 @@ TEST_F(SpeedControlTest, givesTheLimitWhatCountsNow) {
 
 TEST_F(SpeedControlTest, noticesSoonThatTheClockWasPutForward) {
     setTimetable("mon 18:00-20:00 hold");
-    preferences_.assign(preference::speedLimit, ByteRate{0});
+    preferences_.assign(preference::speedLimit, BytesPerSecond{0});
     control_.setOn(true);
     EXPECT_EQ(control_.text(), "No limit");
     clock_.set(monday_ + 17h);  // the machine slept

@@ -91,7 +91,7 @@ TEST_F(SpeedLimitTest, isKeptTogetherAndFairlyWhateverItIs) {
     for (const ByteCount rate : {500, 10'000, 5'000'000, 400'000'000}) {
         SCOPED_TRACE(rate);
         transfers_.clear();
-        limit_.set(ByteRate{rate});
+        limit_.set(BytesPerSecond{rate});
         for (int i = 0; i < 3; ++i) begin();
         for (int second = 0; second < 20; ++second) expectNear(movedIn(1s), rate, 0.1);
         expectNear(moved(), 20 * rate, 0.01);
@@ -100,14 +100,14 @@ TEST_F(SpeedLimitTest, isKeptTogetherAndFairlyWhateverItIs) {
 }
 
 TEST_F(SpeedLimitTest, isSmoothWithinASecond) {
-    limit_.set(ByteRate{5'000'000});
+    limit_.set(BytesPerSecond{5'000'000});
     for (int i = 0; i < 4; ++i) begin();
     loop_.advance(1s);
     for (int i = 0; i < 40; ++i) expectNear(movedIn(100ms), 500'000, 0.5);
 }
 
 TEST_F(SpeedLimitTest, leavesToTheOthersWhatASlowOneCannotUse) {
-    limit_.set(ByteRate{5'000'000});
+    limit_.set(BytesPerSecond{5'000'000});
     Transfer& slow = begin(300'000);
     Transfer& silent = begin(0);
     Transfer& one = begin();
@@ -120,10 +120,10 @@ TEST_F(SpeedLimitTest, leavesToTheOthersWhatASlowOneCannotUse) {
 }
 
 TEST_F(SpeedLimitTest, changesUnderWay) {
-    limit_.set(ByteRate{5'000'000});
+    limit_.set(BytesPerSecond{5'000'000});
     begin();
     loop_.advance(5s);
-    limit_.set(ByteRate{1'000'000});
+    limit_.set(BytesPerSecond{1'000'000});
     expectNear(movedIn(1s), 1'000'000, 0.1);
     begin();
     expectNear(movedIn(10s), 10'000'000, 0.02);
@@ -135,7 +135,7 @@ TEST_F(SpeedLimitTest, changesUnderWay) {
 
 // Less than the limit may come for long; that is no reason to be faster afterwards.
 TEST_F(SpeedLimitTest, savesNothingUp) {
-    limit_.set(ByteRate{1'000'000});
+    limit_.set(BytesPerSecond{1'000'000});
     begin(10'000);
     loop_.advance(60s);
     begin();
@@ -143,7 +143,7 @@ TEST_F(SpeedLimitTest, savesNothingUp) {
 }
 
 TEST_F(SpeedLimitTest, letsAllGoOnAtOnceWithoutIt) {
-    limit_.set(ByteRate{1});
+    limit_.set(BytesPerSecond{1});
     const auto share = limit_.join();
     EXPECT_EQ(share->take(100), 0);
     bool isReady = false;
@@ -158,7 +158,7 @@ TEST_F(SpeedLimitTest, letsAllGoOnAtOnceWithoutIt) {
 }
 
 TEST_F(SpeedLimitTest, wakesTheMachineOnlyWhileSomethingMoves) {
-    limit_.set(ByteRate{1000});
+    limit_.set(BytesPerSecond{1000});
     EXPECT_TRUE(loop_.isIdle());
     begin();
     loop_.advance(1s);
@@ -170,7 +170,7 @@ TEST_F(SpeedLimitTest, wakesTheMachineOnlyWhileSomethingMoves) {
 TEST(SpeedLimitsShare, mayOutliveIt) {
     VirtualLoop loop;
     auto limit = std::make_unique<SpeedLimit>(loop);
-    limit->set(ByteRate{1});
+    limit->set(BytesPerSecond{1});
     const auto share = limit->join();
     bool isReady = false;
     EXPECT_EQ(share->take(5), 0);

@@ -5,7 +5,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include "base/ByteRate.h"
+#include "base/RateText.h"
 #include "cli/arguments/Completion.h"
 #include "cli/arguments/HelpText.h"
 #include "cli/arguments/ManPage.h"
@@ -26,7 +26,7 @@ std::string checkNumber(const std::string& text) {
 }
 
 std::string checkRate(const std::string& text) {
-    if (parseByteRate(text)) return {};
+    if (parseRate(text)) return {};
     return fmt::format("'{}' is no number of bytes a second, as in 500K or 2M", text);
 }
 

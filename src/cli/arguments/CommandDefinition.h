@@ -13,7 +13,7 @@ enum class ValueKind {
     localFile,
     localFolder,
     number,     // whole, from 1 on
-    rate,       // bytes a second, as parseByteRate reads them
+    rate,       // bytes a second, as parseRate reads them
     serviceID,  // what put.io has given as an ID; all operands of the command are such
     choice,     // one of a fixed list
 };

@@ -41,7 +41,7 @@ std::string textOf(const Preferences& preferences, const Preference<ConflictBeha
     return std::string(rawValue(preferences.value(behavior)));
 }
 
-std::string textOf(const Preferences& preferences, const Preference<ByteRate>& rate) {
+std::string textOf(const Preferences& preferences, const Preference<BytesPerSecond>& rate) {
     return textOf(preferences.value(rate));
 }
 
@@ -77,8 +77,8 @@ struct Assignment {
         return assign(behavior, parseBehavior(text), "takes ask, keepBoth, replace or skip");
     }
 
-    [[nodiscard]] std::optional<std::string> to(const Preference<ByteRate>& rate) const {
-        return assign(rate, parseByteRate(text), "takes a number of bytes a second, as in 500K or 2M");
+    [[nodiscard]] std::optional<std::string> to(const Preference<BytesPerSecond>& rate) const {
+        return assign(rate, parseRate(text), "takes a number of bytes a second, as in 500K or 2M");
     }
 
     [[nodiscard]] std::optional<std::string> to(const Preference<SpeedTimetable>& timetable) const {
@@ -103,8 +103,8 @@ void addTo(JSON& json, const Preferences& preferences, const Preference<T>& pref
         json.flag(preference.key, preferences.value(preference));
     else if constexpr (std::is_same_v<T, std::int64_t>)
         json.field(preference.key, preferences.value(preference));
-    else if constexpr (std::is_same_v<T, ByteRate>)
-        json.field(preference.key, preferences.value(preference).bytesPerSecond);
+    else if constexpr (std::is_same_v<T, BytesPerSecond>)
+        json.field(preference.key, preferences.value(preference).count);
     else if constexpr (!std::is_same_v<T, Bookmark>)
         json.field(preference.key, unicodeText(textOf(preferences, preference)));
 }

@@ -93,7 +93,7 @@ private:
 
     void didSend(ByteCount, ByteCount) override {}
 
-    [[nodiscard]] std::optional<ByteRate> pace() const override { return receiver_->pace(); }
+    [[nodiscard]] std::optional<BytesPerSecond> pace() const override { return receiver_->pace(); }
 
     void tick(std::chrono::steady_clock::time_point now) override {
         if (isProgressNews() && pace_.isDue(now)) tellProgress();

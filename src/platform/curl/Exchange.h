@@ -51,7 +51,7 @@ public:
     virtual void didPauseBody() {}
 
     // How fast it takes the body at most; none: as fast as that comes.
-    [[nodiscard]] virtual std::optional<ByteRate> pace() const { return std::nullopt; }
+    [[nodiscard]] virtual std::optional<BytesPerSecond> pace() const { return std::nullopt; }
 
     virtual void tick(std::chrono::steady_clock::time_point now) = 0;
     virtual void didEnd(Result<void> result) = 0;

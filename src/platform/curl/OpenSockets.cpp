@@ -41,12 +41,12 @@ std::chrono::microseconds roundTrip(int socket) {
 
 // So large that the line is never idle for want of it, and little larger. None where the system does not give that much
 // to whoever asks: it does to those that leave it the choice.
-std::optional<int> receiveBufferFor(int socket, ByteRate pace) {
+std::optional<int> receiveBufferFor(int socket, BytesPerSecond pace) {
     constexpr double least = 64.0 * 1024;  // smaller ones make the other end wait
     constexpr double most = 208.0 * 1024;  // net.core.rmem_max, unless somebody has changed it
     constexpr std::chrono::duration<double> ahead = std::chrono::milliseconds(25);
     const std::chrono::duration<double> trip = roundTrip(socket);
-    const auto rate = static_cast<double>(pace.bytesPerSecond);
+    const auto rate = static_cast<double>(pace.count);
     if (1.5 * rate * trip.count() > most) return std::nullopt;
     return static_cast<int>(std::clamp(rate * (2 * trip + ahead).count(), least, most));
 }
@@ -79,7 +79,7 @@ int OpenSockets::find(const std::string& peer, int peerPort, int localPort) {
     return found == sockets_.end() ? -1 : found->first;
 }
 
-void OpenSockets::setPace(int socket, std::optional<ByteRate> pace) {
+void OpenSockets::setPace(int socket, std::optional<BytesPerSecond> pace) {
     const auto found = sockets_.find(socket);
     if (found == sockets_.end() || std::exchange(found->second.pace, pace) == pace) return;
     const std::optional<int> size = pace ? receiveBufferFor(socket, *pace) : std::nullopt;

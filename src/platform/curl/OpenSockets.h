@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "base/ByteRate.h"
+#include "base/RateText.h"
 
 namespace tovri {
 
@@ -23,7 +23,7 @@ public:
 
     // Has the system keep no more of what comes over this socket than somebody needs who reads that fast; none: as much
     // as it sees fit.
-    void setPace(int socket, std::optional<ByteRate> pace);
+    void setPace(int socket, std::optional<BytesPerSecond> pace);
 
 private:
     struct Ends {
@@ -38,7 +38,7 @@ private:
 
     struct Socket {
         Ends ends;
-        std::optional<ByteRate> pace;
+        std::optional<BytesPerSecond> pace;
     };
 
     std::unordered_map<int, Socket> sockets_;

@@ -9,12 +9,12 @@ constexpr ByteCount kilobyte = 1000;
 constexpr Stepper::Bounds plainBounds{0, 10'000'000};
 constexpr Stepper::Bounds timeBounds{1, plainBounds.most};  // without a limit there is no need of a time
 
-std::int64_t kilobytesOf(ByteRate rate, const Stepper::Bounds& bounds) {
-    if (rate.bytesPerSecond <= 0) return bounds.least;
-    return std::max<std::int64_t>((rate.bytesPerSecond + kilobyte / 2) / kilobyte, 1);
+std::int64_t kilobytesOf(BytesPerSecond rate, const Stepper::Bounds& bounds) {
+    if (rate.count <= 0) return bounds.least;
+    return std::max<std::int64_t>((rate.count + kilobyte / 2) / kilobyte, 1);
 }
 
-Stepper stepperOf(const char* label, ByteRate rate, const Stepper::Bounds& bounds) {
+Stepper stepperOf(const char* label, BytesPerSecond rate, const Stepper::Bounds& bounds) {
     return {label, {}, kilobytesOf(rate, bounds), bounds};
 }
 
@@ -27,7 +27,7 @@ Stepper TransferSettings::limit() const {
 // A rate that was set to the byte elsewhere is not rounded by being shown.
 void TransferSettings::setLimit(std::int64_t kilobytes) {
     if (kilobytes == limit().number) return;
-    preferences_.assign(preference::speedLimit, ByteRate{plainBounds.clamped(kilobytes) * kilobyte});
+    preferences_.assign(preference::speedLimit, BytesPerSecond{plainBounds.clamped(kilobytes) * kilobyte});
 }
 
 // --- Timetable ---
@@ -35,7 +35,7 @@ void TransferSettings::setLimit(std::int64_t kilobytes) {
 std::vector<TransferSettings::Time> TransferSettings::times() const {
     std::vector<Time> times;
     for (const TimetableEntry& entry : preferences_.value(preference::speedTimetable).entries) {
-        const ByteRate rate = entry.limit.value_or(preferences_.value(preference::speedLimit));
+        const BytesPerSecond rate = entry.limit.value_or(preferences_.value(preference::speedLimit));
         const std::string days = daysText(entry.days);
         times.push_back({entry, days, stepperOf("Limit", rate, timeBounds),
                          days + ", " + timeOfDayText(entry.from) + " to " + timeOfDayText(entry.to)});
@@ -78,14 +78,14 @@ void TransferSettings::setHolds(std::size_t index, bool holds) {
     change(index, [this, holds](TimetableEntry& entry) {
         if (holds == entry.isHold()) return;
         const std::int64_t rate = kilobytesOf(preferences_.value(preference::speedLimit), timeBounds);
-        entry.limit = holds ? std::nullopt : std::optional(ByteRate{rate * kilobyte});
+        entry.limit = holds ? std::nullopt : std::optional(BytesPerSecond{rate * kilobyte});
     });
 }
 
 void TransferSettings::setTimeLimit(std::size_t index, std::int64_t kilobytes) {
     change(index, [kilobytes](TimetableEntry& entry) {
         if (entry.isHold() || kilobytesOf(*entry.limit, timeBounds) == kilobytes) return;
-        entry.limit = ByteRate{timeBounds.clamped(kilobytes) * kilobyte};
+        entry.limit = BytesPerSecond{timeBounds.clamped(kilobytes) * kilobyte};
     });
 }
 

@@ -43,7 +43,7 @@ public:
         return taken;
     }
 
-    [[nodiscard]] std::optional<ByteRate> pace() const override { return std::nullopt; }
+    [[nodiscard]] std::optional<BytesPerSecond> pace() const override { return std::nullopt; }
 
     void giveBack(ByteCount unused) override { give(unused); }
 

@@ -189,7 +189,7 @@ TEST_F(Downloads, saysUntilWhenTheTimetableHoldsAllAndTurnsItOff) {
     world.preferences.assign(preference::speedTimetable, SpeedTimetable());
     screen.limitSpeed(true);
     EXPECT_EQ(screen.speedSwitch().text, "Limit 2 MB/s");
-    world.preferences.assign(preference::speedLimit, ByteRate());
+    world.preferences.assign(preference::speedLimit, BytesPerSecond());
     EXPECT_EQ(screen.speedSwitch().text, "No limit");
 }
 
