@@ -74,7 +74,9 @@ TEST_F(SigningIn, isAskedForAgainAfterSigningOut) {
     key(Qt::Key_Comma, Qt::ControlModifier);
     SettingsWindow& settings = desktop->settings();
     ASSERT_TRUE(settings.isVisible());
-    settings.findChild<QTabWidget*>()->setCurrentIndex(1);
+    auto* tabs = settings.findChild<QTabWidget*>();
+    for (int i = 0; i < tabs->count(); ++i)
+        if (tabs->tabText(i) == "Account") tabs->setCurrentIndex(i);
     EXPECT_TRUE(shows(settings, "Signed in"));
     press(settings, "Sign Out");
     EXPECT_TRUE(shows(settings, "Not signed in"));
