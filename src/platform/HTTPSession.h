@@ -22,8 +22,8 @@ struct HTTPRequest {
     std::string url;
     std::vector<std::pair<std::string, std::string>> headers;
     std::string body;
-    std::filesystem::path bodyFile;                // when set, its content is the body
-    std::chrono::seconds timeout{60};              // the longest time without any byte moving in either direction
+    std::filesystem::path bodyFile;    // when set, its content is the body
+    std::chrono::seconds timeout{60};  // the longest time without any byte moving in either direction
     std::chrono::milliseconds timeLimit = std::chrono::minutes(5);  // for all of it, but the sending of `bodyFile`
     ByteCount answerLimit = 256LL << 20;                            // of the answer's body, decoded
     std::shared_ptr<ByteAllowance> bodyAllowance;  // may be empty; of the body no more is sent than it gives
