@@ -421,11 +421,11 @@ TEST_F(GoingOn, keepsAtTheStartWhatAnItemCanGoOnFrom) {
     };
 
     struct Case {
-        const char* what;
-        NotedFile noted;
-        ByteCount end;
-        bool isOnTrial;
-        bool stays;
+        const char* what = "";
+        NotedFile noted = {};
+        ByteCount end = 0;
+        bool isOnTrial = false;
+        bool stays = false;
     };
 
     const Case cases[] = {

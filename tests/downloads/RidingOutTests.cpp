@@ -95,8 +95,8 @@ class Fresh final : public RidingOut {
 
 TEST_F(RidingOut, eachFaultOnceAndAsABurst) {
     struct Case {
-        const char* what;
-        void (*spoil)(RidingOut& test, FileID file, int times);
+        const char* what = "";
+        void (*spoil)(RidingOut& test, FileID file, int times) = nullptr;
         bool isFetchedOnce = true;
     };
 
