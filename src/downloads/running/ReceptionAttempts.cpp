@@ -78,7 +78,8 @@ Task<Reception::AttemptEnd> Reception::attempt(HostBrake::Pass pass, std::stop_t
     const StarvationWatch watch(
         around_.loop, [this] { return partial_->taken(); },
         [&] {
-            isStarved = !partial_->waitsForVolume() && around_.list.nextCandidate();
+            const bool isHeldBackHere = partial_->waitsForVolume() || around_.transfers.isLimited();
+            isStarved = !isHeldBackHere && around_.list.nextCandidate();
             if (isStarved) given.request_stop();
         });
     Result<TransferEnd> end = co_await Answer<TransferEnd>(
