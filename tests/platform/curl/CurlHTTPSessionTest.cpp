@@ -24,8 +24,8 @@ using testing::StartsWith;
 const char* const token = "Bearer secret";
 
 std::string answerWith(const std::string& status, const std::string& headers, const std::string& body) {
-    return "HTTP/1.1 " + status + "\r\n" + headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
-           body;
+    return "HTTP/1.1 " + status + "\r\n" + headers +
+           "Connection: close\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
 // Gives what the test gives it.
