@@ -76,7 +76,7 @@ std::string SpeedControl::momentText(Timestamp moment, Timestamp now) const {
     const auto local = [this](Timestamp when) { return when.time_since_epoch() + clock_.offsetFromUTC(when); };
     const auto time = std::chrono::floor<std::chrono::minutes>(local(moment));
     const auto day = std::chrono::floor<days>(time);
-    const std::string text = timeOfDayText(time - day);
+    std::string text = timeOfDayText(time - day);
     if (day == std::chrono::floor<days>(local(now))) return text;
     const std::chrono::weekday weekday{std::chrono::sys_days(day)};
     return std::string(dayName(weekday.iso_encoding() - 1)) + " " + text;

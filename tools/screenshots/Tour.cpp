@@ -195,7 +195,7 @@ void Tour::queueDownloads() {
     const auto queue = [&](std::string_view path, bool deletes = false) {
         return manager.enqueue(demonstration_.fileAt(path), {.deleteAfterDownload = deletes});
     };
-    const auto wait = [&](const DownloadPointer& item, Status status) {
+    const auto wait = [&](const ConstDownloadPointer& item, Status status) {
         demonstration_.waitUntil([&] { return item->status == status; }, rawValue(status));
     };
     demonstration_.strikeWith("api:/v2/files/delete:status=500");
@@ -209,7 +209,7 @@ void Tour::queueDownloads() {
 
     demonstration_.strikeWith("storage:*:rate=700KB");
     demonstration_.app().preferences().setConflictBehavior(ConflictBehavior::ask);
-    const DownloadPointer paused = queue("/Films/Safety Last! (1923).mkv");
+    const ConstDownloadPointer paused = queue("/Films/Safety Last! (1923).mkv");
     demonstration_.waitUntil([&] { return paused->bytesDownloaded > 1'000'000; }, "some of a download is here");
     manager.pause(paused);
     queue("/Films/The General (1926)/Poster.jpg");
@@ -272,7 +272,7 @@ void Tour::automation() {
         const PutIOFile folder = demonstration_.fileAt("/" + name);
         SyncRule rule;
         rule.id = SystemRandom().makeUUID();
-        rule.putioFolderID = folder.id;
+        rule.putioFolderID = folderOf(folder.id);
         rule.putioFolderName = folder.name;
         rule.localFolderPath = demonstration_.home() / name;
         rule.isEnabled = name == "Series";

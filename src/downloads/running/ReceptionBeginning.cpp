@@ -130,8 +130,11 @@ Task<Result<void>> Reception::adoptOrBegin(std::stop_token stop) {
 
 Task<Result<void>> Reception::adopt(Leftover left, std::stop_token stop) {
     Result<ReceivingFolders::Place> place = co_await around_.receiving.find(left.folder, stop);
-    if (stop.stop_requested()) around_.leftovers.put(std::move(left), *item_);
-    if (!place || stop.stop_requested()) co_return place ? failure(Error::cancelled()) : failure(place);
+    if (stop.stop_requested()) {
+        around_.leftovers.put(std::move(left), *item_);
+        co_return failure(Error::cancelled());
+    }
+    if (!place) co_return failure(place);
     const NotedFile file = left.note.file;
     const NotedReach reach = left.note.beginning();
     const ResumePoint point{.link = "",
@@ -153,8 +156,7 @@ Task<Result<void>> Reception::adopt(Leftover left, std::stop_token stop) {
 }
 
 void Reception::goOnIn(ReceivingFolders::Place place, ResumePoint point, NotedReach durable) {
-    const NotedPart part{
-        .first = 0, .written = {.end = point.offset, .checksum = point.checksum}, .durable = std::move(durable)};
+    const NotedPart part{.first = 0, .written = {.end = point.offset, .checksum = point.checksum}, .durable = durable};
     receiveIn(std::move(place), {.partial = point.partial, .file = {}, .parts = {part}});
     link_ = point.link;
     partial_->announce({.length = point.length, .validator = point.validator, .limit = point.length});

@@ -11,9 +11,9 @@ using Blame = Fault::Blame;
 
 TEST(RetryAfter, countsADateFromTheAnswersOwnClock) {
     struct Case {
-        RetryHints hints;
-        Refusal refusal;
-        std::optional<std::chrono::seconds> expected;
+        RetryHints hints = {};
+        Refusal refusal = {};
+        std::optional<std::chrono::seconds> expected = {};
     };
 
     const std::string date = "Sun, 06 Nov 1994 08:49:37 GMT";

@@ -44,7 +44,9 @@ public:
         for (int i = 0; i < count; i += 2) {
             const std::string path = this->path(i);
             const std::string target = second_.storageURL() + path;
-            first_.faults().add(*sandbox::parseFault("storage:" + path + ":redirect=" + target));
+            std::string fault = "storage:";
+            fault.append(path).append(":redirect=").append(target);
+            first_.faults().add(*sandbox::parseFault(fault));
         }
         const std::string bundle = (folder_.path / "ca.pem").string();
         std::ofstream(bundle) << first_.certificatePem() << second_.certificatePem();
