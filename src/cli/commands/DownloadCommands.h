@@ -62,7 +62,7 @@ private:
     struct QueuedBefore {
         std::map<Place, ConstDownloadPointer> known;
         std::set<Place> unfinished;
-        std::set<Place> otherwise;  // of these, with the opposite of the deletion that is asked for now
+        std::set<Place> otherwise;  // of these, those queued with the other answer to --delete
     };
 
     [[nodiscard]] QueuedBefore queuedBefore(bool deletes);
