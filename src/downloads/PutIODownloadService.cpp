@@ -34,7 +34,7 @@ Task<Result<std::string>> PutIODownloadService::downloadLink(FileID fileID, std:
 }
 
 Task<Result<void>> PutIODownloadService::deleteFile(FileID entry, std::stop_token stop) {
-    return deleteConfirmed(api_, {entry}, std::move(stop));
+    return deleteConfirmed(&api_, {entry}, std::move(stop));
 }
 
 }  // namespace tovri

@@ -54,7 +54,7 @@ PutIOFile Demonstration::fileAt(std::string_view path) {
     const std::optional<sandbox::File> found = sandbox_.account().findPath(path);
     if (!found) throw std::runtime_error(fmt::format("the account has no {}", path));
     PutIOFile file;
-    file.id = found->id;
+    file.id = FileID(found->id);
     file.name = found->name;
     file.size = static_cast<ByteCount>(found->size);
     return file;

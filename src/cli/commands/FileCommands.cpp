@@ -67,7 +67,7 @@ Task<ExitCode> DeleteCommand::run(std::stop_token stop) {
         context_.complain("nothing was deleted.");
         co_return ExitCode::failure;
     }
-    Result<void> done = co_await deleteConfirmed(context_.api, std::move(ids), stop);
+    Result<void> done = co_await deleteConfirmed(&context_.api, std::move(ids), stop);
     if (!done) context_.complain(done.error());
     co_return done ? ExitCode::success : ExitCode::failure;
 }
