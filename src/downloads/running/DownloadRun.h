@@ -71,10 +71,10 @@ private:
     Task<> keepArrived();
     void noteVolume(const std::optional<ByteBlob>& token);
     Task<> failTransfer(Error error);
-    Task<> holdWithoutBytes();
     Task<> keepForLater();
     Task<> holdForService();
     Task<> holdWithBytes();
+    Task<> holdForRoom(Path folder, std::string lane);
     Task<> holdWhole(ErrorCase reason);
     Task<> holdStaged();
     void hold();
