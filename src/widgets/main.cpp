@@ -95,9 +95,9 @@ private:
     std::unique_ptr<CredentialStore> openSecrets(const std::stop_token& stop) {
         if (token_) return std::make_unique<FileCredentialStore>(files_, folders_.state / "credentials.json");
         const auto tell = [this](const std::string& reason) {
-            const std::string file = (folders_.state / "credentials.json").native();
-            loop_.post([this, line = "[Tovri] No keyring keeps the secrets (" + reason + "); they are kept in " + file +
-                                     ", which only you can read."] { log_.line(line); });
+            // At once: the program may be ending, and its loop take no more.
+            log_.line("[Tovri] No keyring keeps the secrets (" + reason + "); they are kept in " +
+                      (folders_.state / "credentials.json").native() + ", which only you can read.");
         };
         return chooseCredentialStore(secretsInFile_, tell, keyringLimits, stop);
     }

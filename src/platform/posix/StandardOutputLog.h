@@ -7,7 +7,7 @@
 namespace tovri {
 
 // Lines on an open stream, in order with what else the program writes there, and each flushed at once. Where nobody
-// reads any more it stays quiet; the program ignores SIGPIPE.
+// reads any more it stays quiet; the program ignores SIGPIPE. Any thread.
 class StandardOutputLog final : public DiagnosticLog {
 public:
     // `stream` outlives the log.
