@@ -1,5 +1,6 @@
 // The operations of PutIOAPI on the files of the account.
 
+#include <algorithm>
 #include <variant>
 
 #include "service/APIError.h"
@@ -69,19 +70,19 @@ Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, FolderI
                                                 platform_.folders.temporary / platform_.random.makeUUID().text());
     request.headers.emplace_back("Content-Type", "multipart/form-data; boundary=" + upload.boundary);
     request.bodyFile = body->path();
-    request.onBodySent = std::move(progress);
 
     // The work has a share of its own: when the upload is stopped meanwhile, the file goes with the one that ends last.
-    auto build = [upload, mine = body,
-                  files = &platform_.files](std::stop_token stopped) mutable -> Result<std::monostate> {
+    auto build = [upload, mine = body, files = &platform_.files](std::stop_token stopped) mutable -> Result<ByteCount> {
         const auto held = std::move(mine);
-        Result<void> written = writeBody(upload, *files, *held, stopped);
-        if (!written) return failure(written);
-        return std::monostate();
+        return writeBody(upload, *files, *held, stopped);
     };
-    Result<std::monostate> built =
-        co_await inBackground<std::monostate>(platform_.loop, platform_.background, stop, std::move(build));
-    if (!built) co_return failure(built);
+    Result<ByteCount> frame =
+        co_await inBackground<ByteCount>(platform_.loop, platform_.background, stop, std::move(build));
+    if (!frame) co_return failure(frame);
+    if (progress)
+        request.onBodySent = [progress = std::move(progress), frame = *frame](ByteCount sent, ByteCount total) {
+            progress(std::max<ByteCount>(sent - frame, 0), total - frame);
+        };
 
     Result<ServiceAnswer> answer = co_await send(std::move(request), std::move(stop));
     auto removeBody = [mine = std::move(body)](const std::stop_token&) mutable -> Result<std::monostate> {

@@ -53,17 +53,20 @@ Result<std::unique_ptr<FileHandle>> TemporaryFile::create() {
     return handle;
 }
 
-Result<void> writeBody(const MultipartUpload& upload, FileManager& files, TemporaryFile& body,
-                       const std::stop_token& stop) {
+Result<ByteCount> writeBody(const MultipartUpload& upload, FileManager& files, TemporaryFile& body,
+                            const std::stop_token& stop) {
+    const std::string head = partHeaders(upload);
+    const std::string end = "\r\n--" + upload.boundary + "--\r\n";
     Result<std::unique_ptr<FileHandle>> target = body.create();
     if (!target) return failure(target);
-    Result<void> written = (*target)->write(partHeaders(upload));
-    if (!written) return written;
+    Result<void> written = (*target)->write(head);
+    if (!written) return failure(written);
     Result<std::unique_ptr<FileHandle>> source = files.openForReading(upload.file);
     if (!source) return failure(source);
     written = copy(**source, **target, stop);
-    if (!written) return written;
-    return (*target)->write("\r\n--" + upload.boundary + "--\r\n");
+    if (written) written = (*target)->write(end);
+    if (!written) return failure(written);
+    return static_cast<ByteCount>(head.size() + end.size());
 }
 
 }  // namespace tovri

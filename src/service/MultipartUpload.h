@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/Bytes.h"
 #include "base/Result.h"
 #include "platform/FileManager.h"
 #include "service/FileID.h"
@@ -39,8 +40,9 @@ struct MultipartUpload {
     std::filesystem::path file;
 };
 
-// Builds the body in the temporary file, a piece of 8 MiB at a time. Blocks; any thread.
-[[nodiscard]] Result<void> writeBody(const MultipartUpload& upload, FileManager& files, TemporaryFile& body,
-                                     const std::stop_token& stop);
+// Builds the body in the temporary file, a piece of 8 MiB at a time, and returns how much of it is not the file's own.
+// Blocks; any thread.
+[[nodiscard]] Result<ByteCount> writeBody(const MultipartUpload& upload, FileManager& files, TemporaryFile& body,
+                                          const std::stop_token& stop);
 
 }  // namespace tovri

@@ -12,6 +12,16 @@
 
 namespace tovri::cli {
 
+PutCommand::PutCommand(CommandContext& context)
+    : context_(context),
+      tree_(context.api),
+      uploads_(context.platform.loop, context.platform.random),
+      following_(uploads_.onChange([this](Uploads::Field field) {
+          if (field == Uploads::Field::sent) tellProgress();
+      })) {
+    uploads_.configure(context.api);
+}
+
 Task<ExitCode> PutCommand::run(std::stop_token stop) {
     Result<PutIOFile> folder = co_await tree_.findFolder(context_.invocation.value("--to").value_or("/"), stop);
     if (!folder) {
@@ -34,10 +44,7 @@ Task<Result<void>> PutCommand::upload(std::string file, FolderID folderID, std::
         co_return failure(Error(ErrorCase::file, "This is a folder or no ordinary file; only files can be uploaded."));
     began_ = context_.platform.loop.now();
     lastTold_ = began_;
-    auto progress = [this, name = path.filename().native()](ByteCount sent, ByteCount total) {
-        tellProgress(name, sent, total);
-    };
-    Result<PutIOFile> uploaded = co_await context_.api.uploadFile(path, folderID, std::move(progress), stop);
+    Result<PutIOFile> uploaded = co_await uploads_.upload(path, folderID, stop);
     if (context_.terminal.showsOutput()) context_.terminal.showLive({});
     if (!uploaded) co_return failure(uploaded);
     tellArrived(file, *uploaded);
@@ -66,20 +73,23 @@ void PutCommand::tellFailed(const std::string& file, const Error& error) {
 }
 
 // Ten times a second on a terminal, once a second as JSON.
-void PutCommand::tellProgress(const std::string& name, ByteCount sent, ByteCount total) {
+void PutCommand::tellProgress() {
+    if (uploads_.pending().empty()) return;
+    const PendingUpload& upload = uploads_.pending().front();
+    const auto [sent, total] = uploads_.sent(upload.id);
     const bool isJSON = context_.invocation.has("--json");
     const MainLoop::TimePoint now = context_.platform.loop.now();
-    if (now - lastTold_ < (isJSON ? std::chrono::milliseconds(1000) : std::chrono::milliseconds(100))) return;
+    if (isJSON && now - lastTold_ < std::chrono::milliseconds(1000)) return;
     lastTold_ = now;
     const BytesPerSecond speed = rateOf(sent, now - began_);
     if (isJSON) {
         if (context_.terminal.isBehind()) return;
         JSON json;
-        json.beginObject().field("event", "progress").field("name", unicodeText(name)).field("bytes", sent);
+        json.beginObject().field("event", "progress").field("name", unicodeText(upload.name)).field("bytes", sent);
         return context_.terminal.print(json.field("size", total).field("speed", speed.count).endObject().line());
     }
     if (!context_.terminal.showsOutput() || total <= 0) return;
-    ProgressRow row{printable(name), static_cast<double>(sent) / static_cast<double>(total), {}, {}, {}};
+    ProgressRow row{printable(upload.name), static_cast<double>(sent) / static_cast<double>(total), {}, {}, {}};
     if (speed > BytesPerSecond()) {
         row.speed = formatRate(speed);
         row.remaining = durationText(timeFor(total - sent, speed).count()) + " left";

@@ -76,8 +76,17 @@ void FileBrowserScreen::perform(FileMenuAction action, const FileIDs& files) {
     }
 }
 
-void FileBrowserScreen::perform(FileRowAction /*action*/, std::size_t row) {
-    if (row < uploads_.rows().size()) state().cancelUpload(uploads_.rows()[row]);
+void FileBrowserScreen::perform(FileRowAction action, std::size_t row) {
+    if (row >= uploads_.rows().size()) return;
+    const PendingUpload upload = uploads_.rows()[row].upload;
+    switch (action) {
+        case FileRowAction::cancelUpload:
+            return state().cancelUpload(upload);
+        case FileRowAction::retryUpload:
+            return state().uploads().retry(upload.id);
+        case FileRowAction::dismissUpload:
+            return state().uploads().dismiss(upload.id);
+    }
 }
 
 void FileBrowserScreen::activate(const FileIDs& files) {

@@ -10,7 +10,7 @@ FileBrowserScreen::FileBrowserScreen(const Surroundings& surroundings)
     : surroundings_(surroundings),
       followingState_(state().onChange([this](FileBrowserState::Field field) { follow(field); })),
       followingUploads_(
-          state().onUploadFailure([this](std::string message) { dialogs_.showFailure(std::move(message)); })),
+          state().uploads().onFailure([this](std::string message) { dialogs_.showFailure(std::move(message)); })),
       followingDialogs_(dialogs_.onChange([this] { changes_.tell({}); })) {
     showUploads();
     showFiles();
@@ -28,7 +28,9 @@ void FileBrowserScreen::disappear() {
 
 void FileBrowserScreen::follow(FileBrowserState::Field field) {
     using Field = FileBrowserState::Field;
-    if (field == Field::pendingUploads || field == Field::breadcrumbs) showUploads();
+    if (field == Field::pendingUploads || field == Field::sentBytes || field == Field::failedUploads ||
+        field == Field::breadcrumbs)
+        showUploads();
     if (field == Field::files || field == Field::searchText || field == Field::sortOrder) showFiles();
     changes_.tell({});
 }
@@ -41,9 +43,13 @@ void FileBrowserScreen::showFiles() {
 }
 
 void FileBrowserScreen::showUploads() {
-    std::vector<PendingUpload> rows;
-    for (const PendingUpload& upload : state().pendingUploads())
-        if (upload.folderID == state().currentFolderID()) rows.push_back(upload);
+    const Uploads& uploads = state().uploads();
+    const FolderID folder = state().currentFolderID();
+    std::vector<UploadEntry> rows;
+    for (const PendingUpload& upload : uploads.pending())
+        if (upload.folderID == folder) rows.push_back({upload, uploads.sent(upload.id)});
+    for (const FailedUpload& failed : uploads.failed())
+        if (failed.upload.folderID == folder) rows.push_back({.upload = failed.upload, .failure = failed.reason});
     uploads_.replace(std::move(rows), [this](const ScreenChange& change) { changes_.tell(change); });
 }
 

@@ -33,8 +33,8 @@ enum class FileToolbarAction : std::uint8_t {
     refresh,
 };
 
-// The file browser: the running uploads into the folder on view, then its folders and files. What it shows beyond the
-// dialogs belongs to FileBrowserState.
+// The file browser: the uploads into the folder on view, running and failed, then its folders and files. What it shows
+// beyond the dialogs belongs to FileBrowserState.
 class FileBrowserScreen {
 public:
     // All outlive the screen.
@@ -133,9 +133,9 @@ private:
     };
 
     struct UploadRowTraits {
-        static UUID key(const PendingUpload& upload) { return upload.id; }
+        static UUID key(const UploadEntry& entry) { return entry.upload.id; }
 
-        static bool isSame(const PendingUpload& left, const PendingUpload& right) { return left == right; }
+        static bool isSame(const UploadEntry& left, const UploadEntry& right) { return left == right; }
     };
 
     [[nodiscard]] FileBrowserState& state() const { return surroundings_.state; }
@@ -157,7 +157,7 @@ private:
     Surroundings surroundings_;
     FileBrowserState::Listing listing_;  // into which the rows point
     RowList<const PutIOFile*, FileRowTraits> files_;
-    RowList<PendingUpload, UploadRowTraits> uploads_;
+    RowList<UploadEntry, UploadRowTraits> uploads_;
     Signal<const ScreenChange&> changes_;
     ActionDialogs dialogs_{scope_};
     Subscription followingState_;

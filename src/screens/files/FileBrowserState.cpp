@@ -16,8 +16,20 @@ std::vector<Breadcrumb> rootPath() {
     return {{rootFolderID, "Your Files"}};
 }
 
-std::string lastComponent(const std::filesystem::path& path) {
-    return (path.has_filename() ? path : path.parent_path()).filename().string();
+FileBrowserState::Field fieldOf(Uploads::Field field) {
+    switch (field) {
+        case Uploads::Field::isUploading:
+            return FileBrowserState::Field::isUploading;
+        case Uploads::Field::total:
+            return FileBrowserState::Field::uploadTotal;
+        case Uploads::Field::pending:
+            return FileBrowserState::Field::pendingUploads;
+        case Uploads::Field::sent:
+            return FileBrowserState::Field::sentBytes;
+        case Uploads::Field::failed:
+            break;
+    }
+    return FileBrowserState::Field::failedUploads;
 }
 
 }  // namespace
@@ -27,7 +39,15 @@ FileBrowserState::FileBrowserState(const Platform& platform)
       random_(platform.random),
       files_(std::make_shared<const std::vector<PutIOFile>>()),
       breadcrumbs_(rootPath()),
-      currentLoadRequestID_(random_.makeUUID()) {}
+      currentLoadRequestID_(random_.makeUUID()),
+      uploads_(loop_, random_),
+      followingUploads_(uploads_.onChange([this](Uploads::Field field) { changes_.tell(fieldOf(field)); })),
+      followingArrivals_(uploads_.onArrival([this](FolderID folderID) { loadAfterUpload(folderID); })) {}
+
+void FileBrowserState::configure(PutIOAPI& api) {
+    api_ = &api;
+    uploads_.configure(api);
+}
 
 FolderID FileBrowserState::currentFolderID() const {
     return breadcrumbs_.empty() ? rootFolderID : breadcrumbs_.back().id;
@@ -158,60 +178,6 @@ void FileBrowserState::reset() {
 }
 
 // --- Uploads ---
-
-double FileBrowserState::uploadProgress() const {
-    if (uploadTotal_ < 1) return 0;
-    const auto pending = static_cast<std::int64_t>(pendingUploads_.size());
-    return static_cast<double>(std::max<std::int64_t>(uploadTotal_ - pending, 0)) / static_cast<double>(uploadTotal_);
-}
-
-void FileBrowserState::uploadFiles(const std::vector<std::filesystem::path>& files, FolderID folderID) {
-    if (!api_ || files.empty()) return;
-    std::vector<PendingUpload> started;
-    for (const std::filesystem::path& file : files)
-        started.push_back({random_.makeUUID(), lastComponent(file), folderID});
-    std::vector<PendingUpload> pending = pendingUploads_;
-    pending.insert(pending.end(), started.begin(), started.end());
-    for (const PendingUpload& entry : started) uploadTasks_.try_emplace(entry.id);
-    assign(Field::isUploading, isUploading_, true);
-    assign(Field::uploadTotal, uploadTotal_, uploadTotal_ + static_cast<std::int64_t>(files.size()));
-    assign(Field::pendingUploads, pendingUploads_, std::move(pending));
-    tellChanges();
-
-    for (std::size_t i = 0; i < files.size(); ++i) {
-        const auto task = uploadTasks_.find(started[i].id);
-        if (task == uploadTasks_.end()) continue;  // cancelled by whoever was told of it
-        scope_.start(upload(files[i], started[i], task->second.get_token()));
-    }
-}
-
-Task<> FileBrowserState::upload(std::filesystem::path file, PendingUpload pending, std::stop_token stop) {
-    Result<PutIOFile> uploaded = co_await api_->uploadFile(std::move(file), pending.folderID, {}, std::move(stop));
-    if (!uploaded && !uploaded.error().isCancellation())
-        uploadFailures_.tell("Couldn't upload “" + pending.name + "”: " + uploaded.error().description);
-    finishUpload(pending);
-    if (uploaded) loadAfterUpload(pending.folderID);
-}
-
-void FileBrowserState::finishUpload(const PendingUpload& upload) {
-    uploadTasks_.erase(upload.id);
-    std::vector<PendingUpload> left = pendingUploads_;
-    std::erase(left, upload);
-    if (left.empty()) {
-        assign(Field::isUploading, isUploading_, false);
-        assign(Field::uploadTotal, uploadTotal_, std::int64_t{0});
-    }
-    assign(Field::pendingUploads, pendingUploads_, std::move(left));
-    tellChanges();
-}
-
-void FileBrowserState::cancelUpload(PendingUpload upload) {
-    if (const auto task = uploadTasks_.find(upload.id); task != uploadTasks_.end()) {
-        std::stop_source stop = task->second;
-        stop.request_stop();
-    }
-    finishUpload(upload);
-}
 
 void FileBrowserState::loadAfterUpload(FolderID folderID) {
     if (currentFolderID() != folderID) return;

@@ -7,7 +7,6 @@
 #include <optional>
 #include <stop_token>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "screens/files/FileArrangement.h"
 #include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
+#include "uploads/Uploads.h"
 
 namespace tovri {
 
@@ -28,15 +28,6 @@ struct Breadcrumb {
     std::string name;
 
     bool operator==(const Breadcrumb&) const = default;
-};
-
-// A local file on its way into a put.io folder.
-struct PendingUpload {
-    UUID id;
-    std::string name;  // of the local file
-    FolderID folderID;
-
-    bool operator==(const PendingUpload&) const = default;
 };
 
 using FileIDs = std::unordered_set<FileID>;
@@ -58,6 +49,8 @@ public:
         hasLoaded,
         uploadTotal,
         pendingUploads,
+        sentBytes,  // of any upload
+        failedUploads,
     };
 
     // A listing as it was received. Whoever holds it keeps it as it is.
@@ -67,7 +60,7 @@ public:
     explicit FileBrowserState(const Platform& platform);
 
     // `api` outlives the state. Nothing loads or uploads before.
-    void configure(PutIOAPI& api) { api_ = &api; }
+    void configure(PutIOAPI& api);
 
     // --- What is shown ---
 
@@ -121,28 +114,26 @@ public:
 
     // --- Uploads ---
 
-    [[nodiscard]] bool isUploading() const { return isUploading_; }
+    // Those into all folders, and what is known of each.
+    [[nodiscard]] Uploads& uploads() { return uploads_; }
 
-    // How many files the present batch has had, counted until its last one has ended.
-    [[nodiscard]] std::int64_t uploadTotal() const { return uploadTotal_; }
+    [[nodiscard]] bool isUploading() const { return uploads_.isUploading(); }
 
-    [[nodiscard]] const std::vector<PendingUpload>& pendingUploads() const { return pendingUploads_; }
+    [[nodiscard]] std::int64_t uploadTotal() const { return uploads_.total(); }
 
-    [[nodiscard]] double uploadProgress() const;
+    [[nodiscard]] const std::vector<PendingUpload>& pendingUploads() const { return uploads_.pending(); }
 
-    // Starts all at once. The folder is loaded again after each that arrived, if it is the one shown.
-    void uploadFiles(const std::vector<std::filesystem::path>& files, FolderID folderID);
+    [[nodiscard]] double uploadProgress() const { return uploads_.progress(); }
 
-    // A copy: the list that may hold it shrinks.
-    void cancelUpload(PendingUpload upload);
+    // The folder is loaded again after each that arrived, if it is the one shown.
+    void uploadFiles(const std::vector<std::filesystem::path>& files, FolderID folderID) {
+        uploads_.start(files, folderID);
+    }
+
+    void cancelUpload(const PendingUpload& upload) { uploads_.cancel(upload); }
 
     // Told after the state is consistent, only when the value differs.
     Subscription onChange(std::function<void(Field)> tell) { return changes_.subscribe(std::move(tell)); }
-
-    // An upload failed; the message is for the user. A cancelled one is not told.
-    Subscription onUploadFailure(std::function<void(std::string message)> tell) {
-        return uploadFailures_.subscribe(std::move(tell));
-    }
 
 private:
     template <class T>
@@ -154,9 +145,7 @@ private:
     Task<> load(FolderID folderID, UUID request);
     Task<> loadRest(FolderID folderID, UUID request, ListingContinuation rest);
     void appendFiles(std::vector<PutIOFile>& more);
-    Task<> upload(std::filesystem::path file, PendingUpload pending, std::stop_token stop);
     Task<> loadAgainLater(FolderID folderID, std::stop_token stop);
-    void finishUpload(const PendingUpload& upload);
     void loadAfterUpload(FolderID folderID);
 
     MainLoop& loop_;
@@ -172,15 +161,13 @@ private:
     bool isLoading_ = false;
     std::optional<std::string> error_;
     std::optional<std::string> cut_;
-    bool isUploading_ = false;
     bool hasLoaded_ = false;
-    UUID currentLoadRequestID_;  // of the newest load
-    std::int64_t uploadTotal_ = 0;
-    std::vector<PendingUpload> pendingUploads_;               // in the order of their start
-    std::unordered_map<UUID, std::stop_source> uploadTasks_;  // by PendingUpload::id
-    std::vector<Field> changed_;                              // assigned, not told yet
+    UUID currentLoadRequestID_;   // of the newest load
+    std::vector<Field> changed_;  // assigned, not told yet
     Signal<Field> changes_;
-    Signal<std::string> uploadFailures_;
+    Uploads uploads_;
+    Subscription followingUploads_;
+    Subscription followingArrivals_;
     TaskScope scope_;
 };
 

@@ -1,5 +1,7 @@
 #include "screens/files/FileRow.h"
 
+#include "base/ByteCountFormat.h"
+
 namespace tovri {
 namespace {
 
@@ -21,13 +23,24 @@ FileRow fileRow(const PutIOFile& file) {
     return row;
 }
 
-FileRow fileRow(const PendingUpload& upload) {
+FileRow fileRow(const UploadEntry& entry) {
     FileRow row;
     row.kind = FileRow::Kind::upload;
-    row.uploadID = upload.id;
-    row.name = upload.name;
+    row.uploadID = entry.upload.id;
+    row.name = entry.upload.name;
+    if (entry.failure) {
+        row.symbol = "exclamationmark.circle.fill";
+        row.tint = row.captionTint = Tint::attention;
+        row.caption = "Not uploaded";
+        row.detail = *entry.failure;
+        row.buttons = {{FileRowAction::retryUpload, "arrow.clockwise", "Upload again"},
+                       {FileRowAction::dismissUpload, "xmark.circle", "Remove from the list"}};
+        return row;
+    }
     row.caption = "Uploading...";
-    row.button = {FileRowAction::cancelUpload, "xmark.circle", "Cancel upload"};
+    if (entry.sent.total > 0)
+        row.detail = formatByteCount(entry.sent.sent) + " of " + formatByteCount(entry.sent.total);
+    row.buttons = {{FileRowAction::cancelUpload, "xmark.circle", "Cancel upload"}};
     return row;
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/UUID.h"
 #include "screens/RowButton.h"
@@ -12,7 +13,16 @@
 
 namespace tovri {
 
-enum class FileRowAction : std::uint8_t { cancelUpload };
+enum class FileRowAction : std::uint8_t { cancelUpload, retryUpload, dismissUpload };
+
+// An upload into the folder on view, under way or failed.
+struct UploadEntry {
+    PendingUpload upload;
+    SentBytes sent = {};
+    std::optional<std::string> failure = {};  // why it did not arrive
+
+    bool operator==(const UploadEntry&) const = default;
+};
 
 // What a row of the file browser shows.
 struct FileRow {
@@ -21,15 +31,17 @@ struct FileRow {
     Kind kind = Kind::file;
     FileID fileID;                // of a folder or file
     UUID uploadID;                // of an upload
-    std::string_view symbol;      // empty with an upload, whose sign turns
+    std::string_view symbol;      // empty with an upload under way, whose sign turns
     Tint tint = Tint::secondary;  // of the symbol
     std::string name;
     std::string caption;
+    std::string detail;  // after the caption, or empty
+    Tint captionTint = Tint::secondary;
     std::string_view trailingSymbol;  // in the tertiary tint, or empty
-    std::optional<RowButton<FileRowAction>> button;
+    std::vector<RowButton<FileRowAction>> buttons;
 };
 
 [[nodiscard]] FileRow fileRow(const PutIOFile& file);
-[[nodiscard]] FileRow fileRow(const PendingUpload& upload);
+[[nodiscard]] FileRow fileRow(const UploadEntry& entry);
 
 }  // namespace tovri

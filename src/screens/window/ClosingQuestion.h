@@ -1,22 +1,35 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "settings/DesktopPreferences.h"
 
 namespace tovri {
 
 // Asked when the window is closed on a desktop that has no place for an icon of programs in the background. The answer
-// is remembered.
+// is remembered; without one the window stays open.
 struct ClosingQuestion {
     static constexpr const char* title = "Keep Tovri running?";
     static constexpr const char* text =
         "Without a window, downloads and automation go on in the background. Start Tovri again to bring the window "
         "back. Your answer is remembered.";
-    static constexpr const char* cancelLabel = "Cancel";  // the window stays open
     static constexpr const char* quitLabel = "Quit";
     static constexpr const char* runOnLabel = "Keep Running";  // emphasised
+};
+
+// Asked before an end that takes uploads with it.
+struct QuittingQuestion {
+    static constexpr const char* title = "Quit while files are being uploaded?";
+    static constexpr const char* quitLabel = "Quit Anyway";
+
+    // `pending` files have not arrived.
+    [[nodiscard]] static std::string text(std::size_t pending) {
+        return (pending == 1 ? "1 file has" : std::to_string(pending) + " files have") +
+               " not arrived on put.io yet. Uploads are not gone on with after the next start.";
+    }
 };
 
 enum class ClosingStep : std::uint8_t { hide, ask, quit };

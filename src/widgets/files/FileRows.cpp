@@ -31,11 +31,11 @@ RowContent FileRows::contentAt(std::size_t row) const {
                        .symbolTint = file.tint,
                        .symbolSize = measures::fileSymbol,
                        .title = textOf(file.name),
-                       .caption = {{textOf(file.caption)}},
+                       .caption = {{textOf(file.caption), file.captionTint}},
                        .trailingSymbol = file.trailingSymbol};
-    if (file.button)
-        content.buttons.push_back(
-            {static_cast<int>(file.button->action), file.button->symbol, textOf(file.button->help)});
+    if (!file.detail.empty()) content.caption.push_back({textOf(file.detail)});
+    for (const auto& button : file.buttons)
+        content.buttons.push_back({static_cast<int>(button.action), button.symbol, textOf(button.help)});
     return content;
 }
 

@@ -38,7 +38,7 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
       ending_(surroundings_.app) {
     connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
     connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);
-    connect(&window_, &MainWindow::quitWanted, this, &Desktop::quit);
+    connect(&window_, &MainWindow::quitWanted, this, &Desktop::quitUnlessUploading);
 }
 
 SectionView* Desktop::makeSection(SidebarItem item) {
@@ -67,7 +67,7 @@ void Desktop::showTray() {
     if (tray_ || !surroundings_.hasTray()) return;
     tray_ = std::make_unique<TrayIcon>(surroundings_.app.downloadManager(), surroundings_.app.speedControl());
     connect(tray_.get(), &TrayIcon::showWanted, &window_, &MainWindow::bringForward);
-    connect(tray_.get(), &TrayIcon::quitWanted, this, &Desktop::quit);
+    connect(tray_.get(), &TrayIcon::quitWanted, this, &Desktop::quitUnlessUploading);
 }
 
 void Desktop::receive(std::string_view address) {
@@ -87,21 +87,27 @@ void Desktop::closeWindow() {
         case ClosingStep::ask:
             return askAboutClosing();
         case ClosingStep::quit:
-            return quit();
+            return quitUnlessUploading();
     }
+}
+
+// One at a time of each kind, which `open` names while it is there.
+Sheet* Desktop::makeQuestion(Sheet*& open, const QString& title, const QString& sentence) {
+    open = new Sheet(title, &window_);
+    open->setAttribute(Qt::WA_DeleteOnClose);
+    open->setSentence(sentence);
+    open->addCancelButton(textOf("Cancel"));
+    connect(open, &QDialog::finished, this, [&open] { open = nullptr; });
+    connect(open, &Sheet::cancelled, open, [sheet = open] { sheet->done(0); });
+    return open;
 }
 
 void Desktop::askAboutClosing() {
     if (closing_) return;
-    closing_ = new Sheet(textOf(ClosingQuestion::title), &window_);
-    closing_->setAttribute(Qt::WA_DeleteOnClose);
-    closing_->setSentence(textOf(ClosingQuestion::text));
-    closing_->addCancelButton(textOf(ClosingQuestion::cancelLabel));
-    QPushButton* quitButton = closing_->addConfirmButton(textOf(ClosingQuestion::quitLabel), Emphasis::none);
-    QPushButton* stayButton = closing_->addConfirmButton(textOf(ClosingQuestion::runOnLabel));
+    Sheet* sheet = makeQuestion(closing_, textOf(ClosingQuestion::title), textOf(ClosingQuestion::text));
+    QPushButton* quitButton = sheet->addConfirmButton(textOf(ClosingQuestion::quitLabel), Emphasis::none);
+    QPushButton* stayButton = sheet->addConfirmButton(textOf(ClosingQuestion::runOnLabel));
     stayButton->setDefault(true);
-    connect(closing_, &QObject::destroyed, this, [this] { closing_ = nullptr; });
-    connect(closing_, &Sheet::cancelled, closing_, [sheet = closing_] { sheet->done(0); });
     const auto answer = [this](ClosedWindow what) {
         preferences_.setClosedWindow(what);
         closing_->done(0);
@@ -109,12 +115,26 @@ void Desktop::askAboutClosing() {
     };
     connect(quitButton, &QPushButton::clicked, this, [answer] { answer(ClosedWindow::quits); });
     connect(stayButton, &QPushButton::clicked, this, [answer] { answer(ClosedWindow::runsOn); });
-    closing_->open();
+    sheet->open();
 }
 
 void Desktop::hideWindows() {
     settings_.hide();
     window_.hide();
+}
+
+void Desktop::quitUnlessUploading() {
+    const std::size_t pending = surroundings_.app.fileBrowserState().pendingUploads().size();
+    if (pending == 0) return quit();
+    window_.bringForward();
+    if (quitting_) return;
+    Sheet* sheet = makeQuestion(quitting_, textOf(QuittingQuestion::title), textOf(QuittingQuestion::text(pending)));
+    QPushButton* quitButton = sheet->addConfirmButton(textOf(QuittingQuestion::quitLabel), Emphasis::none);
+    connect(quitButton, &QPushButton::clicked, this, [this] {
+        quitting_->done(0);
+        quit();
+    });
+    sheet->open();
 }
 
 void Desktop::quit() {

@@ -66,7 +66,9 @@ private:
     SectionView* makeSection(SidebarItem item);
     void showTray();
     void closeWindow();
+    Sheet* makeQuestion(Sheet*& open, const QString& title, const QString& sentence);
     void askAboutClosing();
+    void quitUnlessUploading();
     void hideWindows();
 
     Surroundings surroundings_;
@@ -84,6 +86,7 @@ private:
     SettingsWindow settings_;
     std::unique_ptr<TrayIcon> tray_;
     Sheet* closing_ = nullptr;
+    Sheet* quitting_ = nullptr;
     DesktopPresence presence_;
     Ending ending_;
 };

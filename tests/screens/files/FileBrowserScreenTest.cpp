@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <chrono>
 
+#include "base/ByteCountFormat.h"
 #include "downloads/PutIODownloadService.h"
 #include "screens/files/FileBrowserFixture.h"
 #include "screens/files/FileBrowserScreen.h"
@@ -334,6 +335,40 @@ TEST_F(FileBrowserScreenTest, movesWhatIsDroppedOnAFolder) {
     settle();
     EXPECT_EQ(failureText(), "HTTP error 403 from put.io.");
     EXPECT_EQ(http.requests.size(), requests + 4);
+}
+
+TEST_F(FileBrowserScreenTest, aFailedUploadStaysInItsFolderUntilItIsTriedAgainOrDismissed) {
+    load();
+    statuses["/upload"] = 500;
+    screen.upload({"/home/user/a.txt", "/home/user/b.txt"});
+    settle();
+    ASSERT_EQ(screen.row(0).kind, FileRow::Kind::upload);
+    EXPECT_EQ(screen.row(0).caption, "Not uploaded");
+    EXPECT_EQ(screen.row(0).detail, "HTTP error 500 from put.io.");
+
+    screen.perform(FileRowAction::dismissUpload, 1);
+    statuses.clear();
+    const std::size_t before = requestsTo("/upload");
+    screen.perform(FileRowAction::retryUpload, 0);
+    settle();
+    EXPECT_EQ(requestsTo("/upload"), before + 1);
+    EXPECT_TRUE(state.uploads().failed().empty());
+}
+
+TEST_F(FileBrowserScreenTest, tellsHowMuchOfAnUploadIsSent) {
+    load();
+    const std::string content(1000, '.');
+    files.put("/home/user/a.txt", content);
+    http.latency = 10s;
+    screen.upload({"/home/user/a.txt"});
+    EXPECT_TRUE(loop.runUntil([&] { return requestsTo("/upload") == 1; }, 1ms));
+    const auto tell = http.requests.back().onBodySent;
+    ASSERT_TRUE(tell);
+    const ByteCount body = *files.fileSize(http.requests.back().bodyFile);
+    tell(body, body);  // what frames the file is not counted
+    loop.advance(200ms);
+    EXPECT_EQ(screen.row(0).caption, "Uploading...");
+    EXPECT_EQ(screen.row(0).detail, formatByteCount(1000) + " of " + formatByteCount(1000));
 }
 
 TEST_F(FileBrowserScreenTest, uploadsIntoTheRowOrTheFolderOnView) {

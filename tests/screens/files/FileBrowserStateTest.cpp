@@ -261,7 +261,8 @@ TEST_F(FileBrowserStateTest, aFinishedUploadLoadsItsFolderTwiceWhileItIsShown) {
 
 TEST_F(FileBrowserStateTest, aFailedUploadIsToldAndTheOthersGoOn) {
     std::vector<std::string> failures;
-    const Subscription watching = state.onUploadFailure([&](std::string text) { failures.push_back(std::move(text)); });
+    const Subscription watching =
+        state.uploads().onFailure([&](std::string text) { failures.push_back(std::move(text)); });
     state.uploadFiles({"/home/user/missing.txt", "/home/user/b.txt"}, rootFolderID);
     settle();
     ASSERT_EQ(failures.size(), 1U);
@@ -277,7 +278,7 @@ TEST_F(FileBrowserStateTest, aFailedUploadIsToldAndTheOthersGoOn) {
 
 TEST_F(FileBrowserStateTest, aCancelledUploadEndsAtOnceAndInSilence) {
     bool hasFailed = false;
-    const Subscription watching = state.onUploadFailure([&](const std::string&) { hasFailed = true; });
+    const Subscription watching = state.uploads().onFailure([&](const std::string&) { hasFailed = true; });
     http.latency = 10s;
     state.uploadFiles({"/home/user/a.txt"}, rootFolderID);
     loop.advance(1s);  // it is being sent

@@ -73,4 +73,22 @@ TEST_F(Uploading, isShownBelowTheSectionsUntilAllHasArrived) {
 }
 
 }  // namespace
+
+TEST_F(Uploading, isAskedAboutBeforeTheProgramEnds) {
+    startSignedIn();
+    http.latency = 10s;
+    drop("/home/user/film");
+    key(Qt::Key_Q, Qt::ControlModifier);
+    settle(1s);
+    EXPECT_FALSE(hasEnded);
+    press(window(), "Cancel");
+    settle(1s);
+    EXPECT_FALSE(button(window(), "Quit Anyway"));
+    emit window().quitWanted();
+    settle(1s);
+    press(window(), "Quit Anyway");
+    settle(1s);
+    EXPECT_TRUE(hasEnded);
+}
+
 }  // namespace tovri::test
