@@ -123,9 +123,10 @@ void Uploads::cancel(PendingUpload upload) {
 void Uploads::retry(const UUID& id) {
     const auto failed = std::ranges::find(failed_, id, [](const FailedUpload& each) { return each.upload.id; });
     if (failed == failed_.end()) return;
-    const FailedUpload again = *failed;
+    const std::filesystem::path file = failed->file;
+    const FolderID folderID = failed->upload.folderID;
     dismiss(id);
-    start({again.file}, again.upload.folderID);
+    start({file}, folderID);
 }
 
 void Uploads::dismiss(const UUID& id) {
