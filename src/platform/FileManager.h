@@ -92,10 +92,17 @@ public:
     // owner alone until it takes its place there.
     [[nodiscard]] virtual Result<void> adoptFolderPermissions(const Path& file, const Path& folder) = 0;
 
+    // A word about a file that stays with it whatever becomes of its names and its content, and that a move to another
+    // volume takes along; another process reads it too. Empty where there is none, also on volumes that keep none.
+    [[nodiscard]] virtual std::string mark(const Path& file) = 0;
+
+    // An empty one removes it. Succeeds where the volume, or the file's owner, lets us keep none.
+    [[nodiscard]] virtual Result<void> setMark(const Path& file, const std::string& mark) = 0;
+
     // A folder goes with all that it holds.
     [[nodiscard]] virtual Result<void> removeItem(const Path& path) = 0;
 
-    // Returns when the file's bytes and its name would survive a loss of power.
+    // Returns when the file's bytes, its mark and its name would survive a loss of power.
     [[nodiscard]] virtual Result<void> makeDurable(const Path& path) = 0;
 
     // The same for files that are there together, at a lower price: the outcome of each, in their order.

@@ -74,6 +74,19 @@ TEST_F(Brought, areKnownByThemselvesWhenAnotherFileHasTheirName) {
     EXPECT_EQ(find("/d/other"), std::nullopt);
 }
 
+// As after a change of its content, or for another data folder.
+TEST_F(Brought, areKnownByTheirMark) {
+    files.put("/d/f", "one");
+    ASSERT_TRUE(brought().mark("/d/f", Original::kept));
+    EXPECT_EQ(find("/d/f"), Original::kept);
+    ASSERT_TRUE(brought().mark("/d/f", Original::gone));
+    ASSERT_TRUE(files.append("/d/f", "longer"));
+    ASSERT_TRUE(files.moveItem("/d/f", "/d/g", {}));
+    EXPECT_EQ(find("/d/g"), Original::gone);
+    ASSERT_TRUE(brought().mark("/d/g", std::nullopt));
+    EXPECT_EQ(find("/d/g"), std::nullopt);
+}
+
 // As on a volume that takes "F" for "f", and that gives its files other numbers when it is connected again.
 TEST_F(Brought, areKnownByAnotherSpellingOfTheirName) {
     bring("/d/deep/f");

@@ -214,6 +214,25 @@ TEST_P(FileManagerContract, seesThatAFileIsNotWhatItWas) {
     EXPECT_EQ(files.stamp(here / "none"), std::nullopt);
 }
 
+TEST_P(FileManagerContract, aMarkStaysWithItsFile) {
+    put(here / "a", "bytes");
+    const auto stamp = files.stamp(here / "a");
+    ASSERT_TRUE(files.setMark(here / "a", "word"));
+    if (files.mark(here / "a").empty()) GTEST_SKIP() << "the temporary folder's volume keeps no marks";
+    EXPECT_NE(files.stamp(here / "a"), stamp);
+    ASSERT_TRUE(files.appendToFile(here / "a", "more"));
+    ASSERT_TRUE(files.moveItem(here / "a", here / "b", {}));
+    EXPECT_EQ(files.mark(here / "b"), "word");
+    put(elsewhere / "c", "old");
+    ASSERT_TRUE(files.replaceItem(here / "b", elsewhere / "c", {}));
+    EXPECT_EQ(files.mark(elsewhere / "c"), "word");
+    ASSERT_TRUE(files.setMark(elsewhere / "c", ""));
+    ASSERT_TRUE(files.setMark(elsewhere / "c", ""));
+    EXPECT_EQ(files.mark(elsewhere / "c"), "");
+    EXPECT_EQ(files.mark(here / "none"), "");
+    EXPECT_FALSE(files.setMark(here / "none", "word"));
+}
+
 TEST_P(FileManagerContract, tellsWhatIsWithinAFolder) {
     EXPECT_TRUE(files.isWithin(here, here));
     EXPECT_TRUE(files.isWithin(here / "yet/to be", here / ""));

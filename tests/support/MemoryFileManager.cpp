@@ -57,7 +57,7 @@ std::optional<FileIdentity> MemoryFileManager::identity(const Path& path) {
 std::optional<FileStamp> MemoryFileManager::stamp(const Path& path) {
     const NodePointer node = find(path);
     if (!node || node->isFolder) return std::nullopt;
-    const auto changed = static_cast<std::int64_t>(std::hash<std::string>{}(node->bytes));
+    const auto changed = static_cast<std::int64_t>(std::hash<std::string>{}(node->mark + '/' + node->bytes));
     return FileStamp{*identity(path), static_cast<ByteCount>(node->bytes.size()), changed};
 }
 
@@ -164,6 +164,20 @@ Result<void> MemoryFileManager::adoptFolderPermissions(const Path& file, const P
     if (!fileSize(file)) return failure(missing(file));
     if (!find(folder)) return failure(missing(folder));
     return checkWritable(folder);
+}
+
+std::string MemoryFileManager::mark(const Path& file) {
+    const NodePointer node = find(file);
+    return node ? node->mark : std::string();
+}
+
+Result<void> MemoryFileManager::setMark(const Path& file, const std::string& mark) {
+    if (auto fine = begin("setMark", file); !fine) return fine;
+    const NodePointer node = find(file);
+    if (!node || node->isFolder) return failure(missing(file));
+    if (auto writable = checkWritable(file); !writable) return writable;
+    node->mark = mark;
+    return {};
 }
 
 void MemoryFileManager::makeWay(const Path& path, const Slot& place) {

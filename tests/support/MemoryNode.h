@@ -18,12 +18,15 @@ struct MemoryFileManager::Node {
     bool isFolder;
     std::string bytes;
     std::string durableBytes;
+    std::string mark;
+    std::string durableMark;
     std::size_t reserved = 0;  // bytes that it has room for, whether it holds them or not
     Entries entries;
     Entries durableEntries;
 
     void makeDurable() {
         durableBytes = bytes;
+        durableMark = mark;
         durableEntries = entries;
     }
 
@@ -31,6 +34,7 @@ struct MemoryFileManager::Node {
 
     void losePower() {
         bytes = durableBytes;
+        mark = durableMark;
         entries = durableEntries;
         for (const auto& [name, entry] : entries) entry->losePower();
     }

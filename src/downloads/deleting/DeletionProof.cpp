@@ -71,6 +71,32 @@ private:
     }
 };
 
+Result<void> checkUnchanged(FileManager& files, const ProvenFile& file) {
+    const auto stamp = files.stamp(file.path);
+    if (!stamp) return failure(gone(file.path));
+    if (*stamp != file.stamp) return failure(changed(file.path));
+    return {};
+}
+
+// The mark itself changes the stamp.
+Result<void> markGone(FileManager& files, BroughtFiles& brought, ProvenFile& file) {
+    if (Result<void> same = checkUnchanged(files, file); !same) return same;
+    if (Result<void> marked = brought.mark(file.path, Original::gone); !marked) return marked;
+    const auto stamp = files.stamp(file.path);
+    if (!stamp) return failure(gone(file.path));
+    if (stamp->identity != file.stamp.identity || stamp->size != file.stamp.size) return failure(changed(file.path));
+    file.stamp = *stamp;
+    return {};
+}
+
+Result<void> makeDurable(FileManager& files, const std::vector<ProvenFile>& proven) {
+    std::vector<Path> paths;
+    for (const ProvenFile& file : proven) paths.push_back(file.path);
+    for (Result<void>& durable : files.makeAllDurable(paths))
+        if (!durable) return std::move(durable);
+    return {};
+}
+
 // The folders of the files, without those that are above another one.
 std::set<Path> lowestFolders(const std::vector<ProvenFile>& files) {
     std::set<Path> folders;
@@ -124,18 +150,22 @@ DeletionProof::Step DeletionProof::looking() const {
         for (const ProvenFile& each : proven)
             if (Result<void> noted = brought->note(each.path, each.stamp, Original::gone); !noted) return noted;
         if (Result<void> durable = brought->makeDurable(); !durable) return durable;
-        for (const ProvenFile& each : proven) {
-            const auto stamp = files.stamp(each.path);
-            if (!stamp) return failure(gone(each.path));
-            if (*stamp != each.stamp) return failure(changed(each.path));
-        }
+        std::vector<ProvenFile> marked = proven;
+        for (ProvenFile& each : marked)
+            if (Result<void> known = markGone(files, *brought, each); !known) return known;
+        if (Result<void> durable = makeDurable(files, marked); !durable) return durable;
+        for (const ProvenFile& each : marked)
+            if (Result<void> same = checkUnchanged(files, each); !same) return same;
         return {};
     };
 }
 
 Task<> DeletionProof::takeBack(std::vector<ProvenFile> files) {
-    const Step step = [brought = brought_](const std::vector<ProvenFile>& proven) -> Result<void> {
-        for (const ProvenFile& each : proven) (void)brought->note(each.path, each.stamp, Original::kept);
+    const Step step = [&files = files_, brought = brought_](const std::vector<ProvenFile>& proven) -> Result<void> {
+        for (const ProvenFile& each : proven) {
+            (void)brought->note(each.path, each.stamp, Original::kept);
+            if (!files.mark(each.path).empty()) (void)brought->mark(each.path, Original::kept);
+        }
         return {};
     };
     co_await onEachVolume(std::move(files), step);
@@ -143,7 +173,10 @@ Task<> DeletionProof::takeBack(std::vector<ProvenFile> files) {
 
 Task<> DeletionProof::release(std::vector<Path> paths) {
     const Step step = [brought = brought_](const std::vector<ProvenFile>& released) -> Result<void> {
-        for (const ProvenFile& each : released) brought->forget(each.path);
+        for (const ProvenFile& each : released) {
+            brought->forget(each.path);
+            (void)brought->mark(each.path, std::nullopt);
+        }
         return {};
     };
     std::vector<ProvenFile> files;

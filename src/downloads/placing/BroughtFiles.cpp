@@ -100,8 +100,21 @@ void BroughtFiles::forget(const std::filesystem::path& path) {
     (void)append(lineOf({forgottenWord, {}, 0, path}));
 }
 
-// The volume is asked without the lock: one that hangs must not hold up the others.
+Result<void> BroughtFiles::mark(const std::filesystem::path& path, std::optional<Original> original) {
+    const std::string word(!original ? std::string_view() : *original == Original::gone ? goneWord : keptWord);
+    if (files_.mark(path) == word) return {};  // nobody is to find that the file has changed
+    return files_.setMark(path, word);
+}
+
 std::optional<BroughtFiles::Original> BroughtFiles::find(const std::filesystem::path& path) {
+    const std::string mark = files_.mark(path);
+    if (mark == goneWord) return Original::gone;
+    const std::optional<Original> listed = findListed(path);
+    return !listed && mark == keptWord ? Original::kept : listed;
+}
+
+// The volume is asked without the lock: one that hangs must not hold up the others.
+std::optional<BroughtFiles::Original> BroughtFiles::findListed(const std::filesystem::path& path) {
     const auto stamp = files_.stamp(path);
     const std::string itself = path.native() + "/";
     const std::string folder = path.parent_path().native() + "/";

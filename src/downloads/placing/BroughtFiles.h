@@ -15,7 +15,8 @@
 namespace tovri {
 
 // Remembers, also beyond the queue, which local files came with the deletion of their original: each may be the only
-// copy of what it holds. A file is known by its path, and by itself where it was renamed or is reached by another path.
+// copy of what it holds. A file is known by its path, by itself where it was renamed or is reached by another path, and
+// where its volume allows that by a mark on it, which other data folders read too and which outlasts changes of it.
 // Any thread; what is asked of a file's place is asked on its volume's thread, so that nothing is placed in between.
 class BroughtFiles {
 public:
@@ -30,6 +31,9 @@ public:
     // Another file has the name now, or put.io keeps the original for good. A file whose original is gone goes on being
     // known by itself: it may have another name.
     void forget(const std::filesystem::path& path);
+
+    // What the file itself says from now on; nothing without `original`.
+    [[nodiscard]] Result<void> mark(const std::filesystem::path& path, std::optional<Original> original);
 
     // None when what stands there did not come so. A folder that holds such a file counts as kept: it would only leave
     // its place.
@@ -54,6 +58,7 @@ private:
     void load();
     void add(const std::string& path, const Entry& entry);
     void erase(const std::string& path);
+    [[nodiscard]] std::optional<Original> findListed(const std::filesystem::path& path);
     [[nodiscard]] std::optional<Original> findItself(const std::string& path,
                                                      const std::optional<FileStamp>& stamp) const;
     [[nodiscard]] Result<void> append(const std::string& line);

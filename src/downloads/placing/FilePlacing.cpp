@@ -14,6 +14,8 @@ Result<void> FilePlacing::moveTo(const Path& target, Move move) const {
     const bool crossesVolumes = !source || !folder || source->volume != folder->volume;
     // A copy takes on the folder's permissions by itself. A file system that has none keeps the file as it is.
     if (!crossesVolumes) (void)files.adoptFolderPermissions(received, target.parent_path());
+    // Also one that was meant for an item with its deletion may take its place for another now.
+    (void)brought->mark(received, isDeletedLater ? std::optional(BroughtFiles::Original::kept) : std::nullopt);
     // Whoever finds the name after a loss of power may rely on the bytes.
     if (!crossesVolumes && isDeletedLater)
         if (Result<void> durable = files.makeDurable(received); !durable) return durable;

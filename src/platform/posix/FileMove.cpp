@@ -10,6 +10,7 @@
 #include "platform/PlacingNames.h"
 #include "platform/posix/FileCopy.h"
 #include "platform/posix/FileError.h"
+#include "platform/posix/FileMark.h"
 #include "platform/posix/FolderPermissions.h"
 
 namespace tovri {
@@ -66,6 +67,8 @@ Result<NewFile> FileMove::durableCopy() {
     Result<NewFile> copy = copyOf(from_, gatheringPlace(from_, to_), stop_);
     if (!copy) return copy;
     if (auto adopted = adoptFolderPermissions(copy->descriptor(), parentOf(to_)); !adopted) return failure(adopted);
+    if (const int failed = setFileMark(copy->descriptor(), fileMark(from_)); failed != 0)
+        return failure(fileError("mark", to_, failed));
     if (::fsync(copy->descriptor()) != 0) return failure(fileError("write", to_, errno));
     if (stop_.stop_requested()) return failure(Error::cancelled());
     return copy;

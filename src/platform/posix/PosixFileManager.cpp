@@ -11,6 +11,7 @@
 #include "platform/posix/FileCopy.h"
 #include "platform/posix/FileDescriptor.h"
 #include "platform/posix/FileError.h"
+#include "platform/posix/FileMark.h"
 #include "platform/posix/FileMove.h"
 #include "platform/posix/FileSync.h"
 #include "platform/posix/FolderPermissions.h"
@@ -152,6 +153,14 @@ Result<void> PosixFileManager::adoptFolderPermissions(const Path& file, const Pa
     Result<RegularFile> opened = openRegularFile("set the permissions of", file, O_RDONLY | O_NOFOLLOW);
     if (!opened) return failure(opened);
     return tovri::adoptFolderPermissions(opened->file.number(), folder);
+}
+
+std::string PosixFileManager::mark(const Path& file) {
+    return fileMark(file);
+}
+
+Result<void> PosixFileManager::setMark(const Path& file, const std::string& mark) {
+    return setFileMark(file, mark);
 }
 
 Result<void> PosixFileManager::removeItem(const Path& path) {

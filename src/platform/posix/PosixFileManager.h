@@ -26,6 +26,8 @@ public:
     [[nodiscard]] Result<void> moveItem(const Path& from, const Path& to, std::stop_token stop) override;
     [[nodiscard]] Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) override;
     [[nodiscard]] Result<void> adoptFolderPermissions(const Path& file, const Path& folder) override;
+    [[nodiscard]] std::string mark(const Path& file) override;
+    [[nodiscard]] Result<void> setMark(const Path& file, const std::string& mark) override;
     [[nodiscard]] Result<void> removeItem(const Path& path) override;
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
     [[nodiscard]] std::vector<Result<void>> makeAllDurable(const std::vector<Path>& paths) override;

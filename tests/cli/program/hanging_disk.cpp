@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/vfs.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace {
@@ -65,6 +66,14 @@ int mkdir(const char* path, mode_t mode) noexcept {
 
 int unlink(const char* path) noexcept {
     return passOn<int>("unlink", path, path);
+}
+
+ssize_t lgetxattr(const char* path, const char* name, void* value, size_t size) noexcept {
+    return passOn<ssize_t>("lgetxattr", path, path, name, value, size);
+}
+
+int lsetxattr(const char* path, const char* name, const void* value, size_t size, int flags) noexcept {
+    return passOn<int>("lsetxattr", path, path, name, value, size, flags);
 }
 
 ssize_t readlink(const char* path, char* buffer, size_t size) noexcept {

@@ -205,6 +205,38 @@ class OnlyCopy(DeletionTest):
         self.get("/C/g", "/C/G", "--on-conflict", "replace")
         self.assertEqual(self.sizes(), {"f": 2000, "g": 1000, "g (1)": 3000, "F/f": 5000, "G/f": 4000, "G/f (1)": 6000})
 
+    def test_one_of_another_data_folder_is_kept(self):
+        self.need_marks()
+        self.serve_files({"A": {"f": "1KB"}, "B": {"f": "2KB"}, "C": {"f": "3KB"}})
+        self.get("/A/f", "--delete")
+        self.environment["XDG_DATA_HOME"] = str(self.home / "other data")
+        self.get("/B/f", "--on-conflict", "replace")
+        self.assertEqual(self.sizes(), {"f": 1000, "f (1)": 2000})
+        # What put.io has still is replaced as ever.
+        self.downloads = self.home / "another place"
+        self.get("/B/f")
+        self.environment["XDG_DATA_HOME"] = str(self.home / "data")
+        self.get("/C/f", "--on-conflict", "replace")
+        self.assertEqual(self.sizes(), {"f": 3000})
+
+    def test_one_that_was_edited_and_renamed_is_kept(self):
+        self.need_marks()
+        self.serve_files({"A": {"f": "1KB"}, "B": {"g": "2KB"}})
+        self.get("/A/f", "--delete")
+        with (self.downloads / "f").open("ab") as file:
+            file.write(b"more")
+        (self.downloads / "f").rename(self.downloads / "g")
+        self.get("/B/g", "--on-conflict", "replace")
+        self.assertEqual(self.sizes(), {"g": 1004, "g (1)": 2000})
+
+    def need_marks(self):
+        probe = self.home / "probe"
+        probe.touch()
+        try:
+            os.setxattr(probe, "user.tovri.probe", b"1")
+        except OSError:
+            self.skipTest("the file system of the home folder keeps no user attributes")
+
     def test_files_of_two_rules_are_both_kept(self):
         self.serve_files({"A": {"G": {}}, "B": {"G": {}}})
         self.run_cli("config", "conflictBehavior", "replace")
