@@ -18,6 +18,9 @@ public:
     // What put.io says of the file now. One that is not there is a failure.
     virtual Task<Result<PutIOFile>> file(FileID fileID, std::stop_token stop) = 0;
 
+    // Whether put.io itself says that it has no such file or folder. What leaves a doubt is a failure.
+    virtual Task<Result<bool>> isAbsent(FileID entry, std::stop_token stop) = 0;
+
     // All that a folder holds, as far as it can be had.
     virtual Task<Result<FolderListing>> readFolder(FolderID folderID, std::stop_token stop) = 0;
 

@@ -12,6 +12,10 @@ Task<Result<PutIOFile>> PutIODownloadService::file(FileID fileID, std::stop_toke
     co_return std::move(answer->file);
 }
 
+Task<Result<bool>> PutIODownloadService::isAbsent(FileID entry, std::stop_token stop) {
+    return api_.isAbsent(entry, std::move(stop));
+}
+
 Task<Result<FolderListing>> PutIODownloadService::readFolder(FolderID folderID, std::stop_token stop) {
     return api_.readFolder(folderID, std::move(stop));
 }

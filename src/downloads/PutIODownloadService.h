@@ -14,6 +14,7 @@ public:
     explicit PutIODownloadService(PutIOAPI& api) : api_(api) {}
 
     Task<Result<PutIOFile>> file(FileID fileID, std::stop_token stop) override;
+    Task<Result<bool>> isAbsent(FileID entry, std::stop_token stop) override;
     Task<Result<FolderListing>> readFolder(FolderID folderID, std::stop_token stop) override;
     Task<Result<std::string>> account(std::stop_token stop) override;
     Task<Result<std::string>> downloadLink(FileID fileID, std::stop_token stop) override;

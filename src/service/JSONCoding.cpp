@@ -15,6 +15,7 @@
 #include "service/PutIOAccount.h"
 #include "service/PutIOFileList.h"
 #include "service/RSSFeed.h"
+#include "service/ServiceRefusal.h"
 #include "service/Transfer.h"
 
 namespace tovri {
@@ -295,6 +296,7 @@ TOVRI_JSON_RECORD(TransferStarted);
 TOVRI_JSON_RECORD(RSSFeed);
 TOVRI_JSON_RECORD(RSSFeedListResponse);
 TOVRI_JSON_RECORD(RSSFeedResponse);
+TOVRI_JSON_RECORD(ServiceRefusal);
 TOVRI_JSON_RECORD(PutIOAPI::StatusResponse);
 TOVRI_JSON_RECORD(PutIOAPI::DownloadURLResponse);
 TOVRI_JSON_RECORD(PutIOAPI::UploadResponse);

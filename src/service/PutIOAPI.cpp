@@ -3,10 +3,13 @@
 #include "service/APIError.h"
 #include "service/QueryEncoding.h"
 #include "service/ResponsePreview.h"
+#include "service/ServiceRefusal.h"
 #include "service/WebURL.h"
 
 namespace tovri {
 namespace {
+
+constexpr int notFound = 404;
 
 std::vector<QueryItem> queryItems(const PutIOAPI::Parameters& parameters) {
     return {parameters.begin(), parameters.end()};
@@ -62,6 +65,27 @@ Task<Result<PutIOAPI::ServiceAnswer>> PutIOAPI::sendPost(std::string path, Param
 }
 
 Task<Result<PutIOAPI::ServiceAnswer>> PutIOAPI::send(HTTPRequest request, std::stop_token stop) {
+    Result<CheckedLater> answer = co_await sendUnchecked(std::move(request), std::move(stop));
+    if (!answer) co_return failure(answer);
+    Result<void> valid = validate(answer->response, answer->token);
+    if (!valid) co_return failure(valid);
+    co_return ServiceAnswer{std::make_shared<const std::string>(std::move(answer->response.body)),
+                            std::move(answer->token)};
+}
+
+Task<Result<bool>> PutIOAPI::isAbsent(FileID entry, std::stop_token stop) {
+    HTTPRequest request;
+    request.url = baseURL_ + "/files/" + entry.text();
+    Result<CheckedLater> answer = co_await sendUnchecked(std::move(request), std::move(stop));
+    if (!answer) co_return failure(answer);
+    Result<void> valid = validate(answer->response, answer->token);
+    if (valid) co_return false;
+    const Result<ServiceRefusal> refusal = decodeJSON<ServiceRefusal>(answer->response.body);
+    if (valid.error().httpStatus == notFound && refusal && refusal->saysNotFound()) co_return true;
+    co_return failure(valid);
+}
+
+Task<Result<PutIOAPI::CheckedLater>> PutIOAPI::sendUnchecked(HTTPRequest request, std::stop_token stop) {
     const std::optional<std::string> token = authManager_.token();
     if (!token) co_return failure(APIError::notAuthenticated());
     if (!parseWebURL(request.url)) co_return failure(APIError::invalidURL());
@@ -70,9 +94,7 @@ Task<Result<PutIOAPI::ServiceAnswer>> PutIOAPI::send(HTTPRequest request, std::s
     Result<HTTPResponse> response = co_await Answer<HTTPResponse>(
         platform_.loop, std::move(stop), [&](auto done) { return session_.send(std::move(request), std::move(done)); });
     if (!response) co_return failure(response);
-    Result<void> valid = validate(*response, *token);
-    if (!valid) co_return failure(valid);
-    co_return ServiceAnswer{std::make_shared<const std::string>(std::move(response->body)), *token};
+    co_return CheckedLater{std::move(*response), *token};
 }
 
 void PutIOAPI::reportGetDecodeError(std::string_view path, const Error& error, const ServiceAnswer& answer) {

@@ -101,6 +101,10 @@ public:
     // An http or https address from which the file's bytes come without a token.
     Task<Result<std::string>> getDownloadURL(FileID fileID, std::stop_token stop);
 
+    // Whether the service itself says, in the form of its own answers, that it has no such file or folder. A status
+    // alone, which may come from anything on the way, is a failure.
+    Task<Result<bool>> isAbsent(FileID entry, std::stop_token stop);
+
     Task<Result<void>> deleteFiles(std::vector<FileID> fileIDs, std::stop_token stop);
 
     Task<Result<void>> moveFiles(std::vector<FileID> fileIDs, FolderID parentID, std::stop_token stop);
@@ -156,12 +160,18 @@ private:
         std::string token;                        // with which the request was sent
     };
 
+    struct CheckedLater {
+        HTTPResponse response;
+        std::string token;  // with which the request was sent
+    };
+
     // A POST whose answer says nothing but that it was done.
     Task<Result<void>> command(std::string path, Parameters parameters, std::stop_token stop);
 
     Task<Result<ServiceAnswer>> sendGet(std::string path, Parameters parameters, std::stop_token stop);
     Task<Result<ServiceAnswer>> sendPost(std::string path, Parameters parameters, std::stop_token stop);
     Task<Result<ServiceAnswer>> send(HTTPRequest request, std::stop_token stop);
+    Task<Result<CheckedLater>> sendUnchecked(HTTPRequest request, std::stop_token stop);
 
     // A long answer is decoded off the main thread.
     template <class T>

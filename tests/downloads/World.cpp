@@ -87,7 +87,8 @@ Result<HTTPResponse> World::answer(const HTTPRequest& request) {
     const bool deletes = request.url.ends_with("/files/delete");
     const FileID id(deletes ? numberAfter(request.body, "file_ids=") : numberAfter(request.url, "/v2/files/"));
     if (refusals[id] > 0 && refusals[id]-- > 0) return HTTPResponse{400, ""};
-    if (!remote_.contains(id) || account != owner) return HTTPResponse{404, ""};
+    if (!remote_.contains(id) || account != owner)
+        return HTTPResponse{404, R"({"status":"ERROR","status_code":404,"error_type":"NotFound"})"};
     if (!deletes && !request.url.ends_with("/url"))
         return HTTPResponse{200, R"({"file":)" + recordText(id) + R"(,"status":"OK"})"};
     if (!deletes) link(id).expired.reset();

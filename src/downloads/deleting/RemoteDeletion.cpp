@@ -222,11 +222,10 @@ Task<Result<bool>> RemoteDeletion::wasDoneBefore(Deletion deletion) {
 
 // Whether the account that was asked to delete it has no such file any more.
 Task<bool> RemoteDeletion::isAbsent(Deletion deletion) {
-    constexpr int notFound = 404;
     Result<std::string> account = co_await service_->account(scope_.stopToken());
     if (!account || deletion.items.front()->deletionAccount != *account) co_return false;
-    Result<PutIOFile> record = co_await service_->file(deletion.id, scope_.stopToken());
-    co_return !record && record.error().httpStatus == notFound;
+    Result<bool> absent = co_await service_->isAbsent(deletion.id, scope_.stopToken());
+    co_return absent.value_or(false);
 }
 
 // --- How it ends ---

@@ -38,6 +38,10 @@ Task<Result<PutIOFile>> RetryingDownloadService::file(FileID fileID, std::stop_t
     return persist<PutIOFile>([this, fileID, stop] { return service_.file(fileID, stop); }, stop);
 }
 
+Task<Result<bool>> RetryingDownloadService::isAbsent(FileID entry, std::stop_token stop) {
+    return persist<bool>([this, entry, stop] { return service_.isAbsent(entry, stop); }, stop);
+}
+
 Task<Result<FolderListing>> RetryingDownloadService::readFolder(FolderID folderID, std::stop_token stop) {
     return persist<FolderListing>([this, folderID, stop] { return service_.readFolder(folderID, stop); }, stop);
 }

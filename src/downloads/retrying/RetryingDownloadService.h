@@ -15,6 +15,7 @@ public:
     RetryingDownloadService(DownloadService& service, Tries& tries) : service_(service), tries_(tries) {}
 
     Task<Result<PutIOFile>> file(FileID fileID, std::stop_token stop) override;
+    Task<Result<bool>> isAbsent(FileID entry, std::stop_token stop) override;
     Task<Result<FolderListing>> readFolder(FolderID folderID, std::stop_token stop) override;
     Task<Result<std::string>> account(std::stop_token stop) override;
     Task<Result<std::string>> downloadLink(FileID fileID, std::stop_token stop) override;

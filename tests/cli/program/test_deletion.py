@@ -115,6 +115,15 @@ class File(DeletionTest):
         self.assertEqual(len(self.deletions()), 1)
         self.assertEqual(self.statuses(), {"f": "completed"})
 
+    def test_stays_when_only_something_on_the_way_says_that_it_is_gone(self):
+        self.serve_files({"f": "5KB"}, "--fault", "api:/v2/files/delete:drop", "--fault",
+                         "api:/v2/files/1:status=404,body=html")
+        self.get("/f", "--delete", status=1)
+        self.assertEqual(self.statuses(), {"f": "remoteDeleteFailed"})
+        self.sandbox.call("DELETE", "faults")
+        self.run_cli("retry")
+        self.assertEqual(self.run_cli("ls")[0], "")
+
     def test_is_looked_up_when_the_program_was_killed_before_the_answer(self):
         self.serve_files({"f": "5KB"}, "--fault", "api:/v2/files/delete:stall=1")
         process = self.start("get", "/f", "--to", str(self.downloads), "--delete")
