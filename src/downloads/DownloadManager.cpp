@@ -318,6 +318,7 @@ void DownloadManager::retry(const ConstDownloadPointer& shown) {
 
 void DownloadManager::queueAgain(const DownloadPointer& item) {
     abandonRun(*item);
+    if (item->folderGroupID) groups_.reopen(*item->folderGroupID);
     item->ruleRetry.reset();
     dropToken(*item);
     if (auto copy = differingCopy(*item)) item->formerCopy = std::make_shared<const DifferingCopy>(std::move(*copy));

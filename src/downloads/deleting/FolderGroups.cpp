@@ -57,6 +57,18 @@ FolderGroups::Verdict FolderGroups::verdict(const UUID& group) const {
     return size == expected && members.finished == size ? Verdict::givenUp : Verdict::wait;
 }
 
+// Not where the folder's deletion has been tried, or is: then that decides.
+void FolderGroups::reopen(const UUID& group) {
+    const auto found = members_.find(group);
+    if (found == members_.end() || folderGroupExpectedCounts_.contains(group)) return;
+    const Members& members = found->second;
+    const bool isGivenUp = std::ranges::none_of(members.items, [](const ConstDownloadPointer& item) {
+        return item->status == Download::Status::deleting || item->status == Download::Status::remoteDeleteFailed;
+    });
+    const auto size = static_cast<std::int64_t>(members.items.size());
+    if (isGivenUp && members.completed < size) expect(group, size);
+}
+
 std::vector<DownloadPointer> FolderGroups::members(const UUID& group, Download::Status status) {
     const auto found = members_.find(group);
     if (found == members_.end()) return {};

@@ -31,6 +31,9 @@ public:
 
     void settle(const UUID& group) { folderGroupExpectedCounts_.erase(group); }
 
+    // A member of a group that was given up is wanted again: the group is, too, with the members that the list has.
+    void reopen(const UUID& group);
+
     // Members with the status, in list order.
     [[nodiscard]] std::vector<DownloadPointer> members(const UUID& group, Download::Status status);
 

@@ -94,6 +94,15 @@ class Folder(DeletionTest):
         self.sandbox.fault("api:/v2/files/list?parent_id=1:stale-cursor")
         self.assert_kept(f"{STRANGERS} put.io listed only the beginning of a folder. HTTP error 400 from put.io.")
 
+    def test_goes_when_a_member_that_had_failed_has_come(self):
+        self.sandbox.fault("storage:last:status=400")
+        self.run_cli("run", status=1)
+        self.assertEqual(self.statuses()["last"], "failed")
+        self.sandbox.call("DELETE", "faults")
+        self.run_cli("retry")
+        self.assertEqual(self.run_cli("ls")[0], "")
+        self.assertEqual(set(self.statuses().values()), {"completed"})
+
     def test_stays_when_a_member_has_left_the_list(self):
         self.run_cli("remove", next(item["id"] for item in self.queue() if item["name"] == "second"))
         self.run_cli("run")
