@@ -50,11 +50,14 @@ std::optional<ExitCode> DownloadRun::refusal() const {
 
 void DownloadRun::begin() {
     changes_ = downloads_.onChange([this](const QueueChange& change) { follow(change); });
+    // Whoever asked put.io learns of the refusal first, and fails for it.
     signOut_ = context_.auth.onChange([this](AuthManager::Change) {
-        if (!context_.auth.isAuthenticated())
-            giveUp(
-                "put.io does not accept the access token. Sign in with: tovri-cli login. Then go on with: tovri-cli "
-                "retry");
+        refusal_ = context_.platform.loop.schedule(MainLoop::Duration::zero(), [this] {
+            if (!context_.auth.isAuthenticated())
+                giveUp(
+                    "put.io does not accept the access token. Sign in with: tovri-cli login. Then go on with: "
+                    "tovri-cli retry");
+        });
     });
     if (context_.invocation.has("--use-folder-anyway")) downloads_.useFoldersAnyway();
     context_.app.setup();

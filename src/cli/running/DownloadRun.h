@@ -84,6 +84,7 @@ private:
     Subscription patience_;
     Subscription check_;
     Subscription signOut_;
+    Subscription refusal_;  // of the token, until it ends the run
     Subscription changes_;
 };
 

@@ -107,6 +107,14 @@ class Failures(ProgramTest):
         self.run_cli("retry")
         self.assert_tree()
 
+    def test_what_asked_with_a_refused_token_fails_for_it(self):
+        self.serve()
+        self.sandbox.fault("link:*:status=401")
+        self.get("/Generated", "--jobs", "1", status=1)
+        outcomes = [(item["status"], item.get("error")) for item in self.queue()]
+        self.assertEqual(outcomes.count(("failed", "Not authenticated. Please sign in again.")), 1, outcomes)
+        self.assertEqual({status for status, _ in outcomes}, {"failed", "queued"})
+
     def test_wrong_arguments_begin_nothing(self):
         self.serve("--demo")
         cases = [["get"], ["get", "/", "--jobs", "none"], ["fetch"], [], ["config", "colour"], ["config", "maxConcurrentDownloads", "0"],
