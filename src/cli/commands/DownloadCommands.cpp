@@ -171,7 +171,10 @@ Task<void> GetCommand::prepare(std::stop_token stop) {
     for (const std::string& path : context().invocation.operands) {
         Result<PutIOFile> file = co_await tree_.find(path, stop);
         Result<void> queued;
-        if (file)
+        if (file && !named_.insert(file->id).second)
+            context().terminal.message(
+                fmt::format("\"{}\" is named more than once; it comes once.", printable(file->name)));
+        else if (file)
             queued = co_await enqueue(std::move(*file), stop);
         else
             queued = failure(file);

@@ -72,6 +72,7 @@ private:
     void tellDeletion(const std::string& name, bool deletes);
 
     RemoteTree tree_;
+    std::set<FileID> named_;                        // on the command line, as far as they were found
     std::vector<ConstDownloadPointer> unfinished_;  // what the saved queue still had to bring at the start
 };
 

@@ -1,5 +1,6 @@
 """What was asked for arrives, byte for byte, and what was to be deleted from put.io is deleted once."""
 
+import json
 import os
 import pathlib
 import random
@@ -32,6 +33,16 @@ class Arrival(ProgramTest):
         self.get("/Welcome.txt", "11", "/Films/Sherlock Jr. (1924).mkv")
         self.assertEqual(sorted(os.listdir(self.downloads)),
                          ["Safety Last! (1923).mkv", "Sherlock Jr. (1924).mkv", "Welcome.txt"])
+
+    def test_what_is_named_twice_comes_once(self):
+        self.serve("--demo")
+        identifier = next(file["id"] for file in json.loads(self.run_cli("ls", "--json")[0])["files"]
+                          if file["name"] == "Welcome.txt")
+        _, messages = self.get("/Welcome.txt", "/Books", str(identifier), "/Books", "--delete")
+        for name in ("Welcome.txt", "Books"):
+            self.assertIn(f'"{name}" is named more than once; it comes once.', messages)
+        self.assertEqual(sorted(os.listdir(self.downloads)), ["Books", "Welcome.txt"])
+        self.assertEqual(len(self.sandbox.requests(path="/files/delete")), 2)
 
     def test_a_folder_is_deleted_with_one_request_after_its_last_file(self):
         self.serve()
