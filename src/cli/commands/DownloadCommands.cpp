@@ -118,20 +118,24 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     if (!listed) co_return failure(listed);
 
     const QueuedBefore before = queuedBefore(deletes);
-    const auto placeOf = [](const ListedFile& each) { return Place{each.file.id, each.folder}; };
     const bool differs =
         std::ranges::any_of(*listed, [&](const ListedFile& each) { return before.otherwise.contains(placeOf(each)); });
     const auto waiting = std::ranges::count_if(
         *listed, [&](const ListedFile& each) { return before.unfinished.contains(placeOf(each)); });
     if (waiting == 0) co_return false;
 
+    std::vector<ListedFile> unknown;
+    for (const ListedFile& each : *listed)
+        if (!before.known.contains(placeOf(each))) unknown.push_back(each);
+    Result<std::set<Place>> here = co_await onDisk(std::move(unknown), stop);
+    if (!here) co_return failure(here);
     std::vector<ConstDownloadPointer> failed;
     std::size_t kept = 0;
     std::erase_if(*listed, [&](const ListedFile& each) {
         const auto item = before.known.find(placeOf(each));
         const bool isKnown = item != before.known.end();
         if (isKnown && item->second->status == Status::failed) failed.push_back(item->second);
-        const bool isHere = isKnown ? item->second->status == Status::completed : isOnDisk(each);
+        const bool isHere = isKnown ? item->second->status == Status::completed : here->contains(placeOf(each));
         if (deletes && isHere && !(isKnown && isDeletedLater(*item->second))) ++kept;
         return isKnown || isHere;
     });
@@ -160,8 +164,19 @@ GetCommand::QueuedBefore GetCommand::queuedBefore(bool deletes) {
     return before;
 }
 
-bool GetCommand::isOnDisk(const ListedFile& file) {
-    return file.file.size && context().platform.files.fileSize(file.folder / file.file.name) == file.file.size;
+// Those of the files that the queue does not know, and that are on the disk in their size.
+Task<Result<std::set<GetCommand::Place>>> GetCommand::onDisk(std::vector<ListedFile> files, std::stop_token stop) {
+    const Platform& platform = context().platform;
+    auto look = [&disk = platform.files, files = std::move(files)]() -> Result<std::set<Place>> {
+        std::set<Place> found;
+        for (const ListedFile& each : files)
+            if (each.file.size && disk.fileSize(each.folder / each.file.name) == each.file.size)
+                found.insert(placeOf(each));
+        return found;
+    };
+    Result<std::set<Place>> found = co_await onVolume<std::set<Place>>(
+        platform.loop, platform.volumes, "folder " + destination().folder.native(), std::move(stop), std::move(look));
+    co_return found;
 }
 
 // A path that cannot be had does not keep the others from coming.

@@ -66,7 +66,10 @@ private:
     };
 
     [[nodiscard]] QueuedBefore queuedBefore(bool deletes);
-    [[nodiscard]] bool isOnDisk(const ListedFile& file);
+
+    [[nodiscard]] static Place placeOf(const ListedFile& file) { return {file.file.id, file.folder}; }
+
+    Task<Result<std::set<Place>>> onDisk(std::vector<ListedFile> files, std::stop_token stop);
     Task<Result<bool>> goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop);
     void tellGoingOn(const std::string& name, std::size_t waiting, std::size_t missing);
     void tellDeletion(const std::string& name, bool deletes);

@@ -338,6 +338,17 @@ class NotAnswering(ProgramTest):
         self.interrupt_hanging(self.start("get", "/Welcome.txt", "--to", str(self.hanging)))
         self.run_cli("remove", *(item["id"] for item in self.queue()))
 
+    def test_what_a_folder_is_gone_on_with_can_be_left(self):
+        self.sandbox.fault("storage:*:stall=1")
+        process = self.start("get", "/Books", "--to", str(self.hanging))
+        wait_until(lambda: self.sandbox.stats()["transfersInFlight"] == 3, "the transfers")
+        self.interrupt(process)
+        self.run_cli("pause")
+        self.run_cli("remove", self.queue()[0]["id"])
+        self.hanging = self.hanging / "Books"
+        self.hang()
+        self.interrupt_hanging(self.start("get", "/Books", "--to", str(self.hanging.parent)))
+
     def test_one_rule_keeps_no_other_from_looking(self):
         for folder, to in (("/Films", self.hanging), ("/Books", self.downloads)):
             self.run_cli("rules", "add", folder, str(to))
