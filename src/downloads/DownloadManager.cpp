@@ -69,7 +69,7 @@ DownloadManager::DownloadManager(DownloadPorts ports)
               .bootID = ports_.clock.bootID(),
               .runWaits = [this] { runEnded(); }},
       securing_(durability_.onDone([this] { finishSuspending(); })),
-      leftoversKnown_(leftovers_.onKnown([this] { held_.look(); })) {
+      leftoversKnown_(leftovers_.onKnown([this] { held_.bytesAreKnown(); })) {
     around_.lastGain = ports_.loop.now();
     brakes_.onOpening([this](const std::string& host) { serviceHolds_.hostOpened(host); });
     list_.onForbiddenStep([this](const std::string& fault) { ports_.log.line("[DownloadManager] " + fault); });

@@ -35,7 +35,9 @@ bool DownloadManager::hasUnfinishedWork() const {
 bool DownloadManager::canRunNow() const {
     if (list_.count({Status::downloading, Status::awaitingConflict, Status::deleting}) > 0) return true;
     if (!isSignedIn_ || around_.isQueuePaused) return false;
-    return list_.nextCandidate() || held_.isLooking() || serviceHolds_.isAnyHeld();
+    // What waits for room may need less of it than was thought.
+    const bool mayNeedLess = list_.heldCount() > 0 && leftovers_.isLooking();
+    return list_.nextCandidate() || held_.isLooking() || mayNeedLess || serviceHolds_.isAnyHeld();
 }
 
 std::optional<MainLoop::TimePoint> DownloadManager::waitsForServiceSince() const {

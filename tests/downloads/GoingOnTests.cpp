@@ -478,14 +478,18 @@ TEST_F(GoingOn, waitsForTheRoomOfTheRestAlone) {
     world.link(second).breaks = {{.at = 50'000, .fault = TransportFault::none}};
     const ConstDownloadPointer other = enqueue(second, usb);
     ASSERT_TRUE(world.runUntil(other, Status::failed));
-    world.manager().retry(other);
     world.manager().pauseAll();
+    world.manager().retry(other);
     world.settle();
     world.manager().saveNow();
+    const Path folder = world.partialFiles(usb).begin()->first.parent_path();
     world.kill();
     world.files.setCapacity(usb, 150'000);
+    world.volumes.longestDelays["search " + folder.native()] = 3s;
     world.start();
     world.manager().resumeAll();
+    world.loop.advance(50ms);
+    EXPECT_TRUE(world.find(second)->hold);
     EXPECT_TRUE(world.loop.runUntil([&] { return !world.manager().canRunNow(); }));
     EXPECT_EQ(World::outcome(world.find(second)), "completed");
 }

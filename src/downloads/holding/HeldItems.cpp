@@ -49,6 +49,16 @@ void HeldItems::look() {
     });
 }
 
+void HeldItems::bytesAreKnown() {
+    const auto needsLess = [](const Download& item) {
+        return item.hold->reason == Hold::Reason::room && item.onDisk > 0;
+    };
+    for (const std::string& what : list_.holds())
+        for (const DownloadPointer& item : list_.heldFor(what, needsLess)) list_.release(*item);
+    look();
+    released_();
+}
+
 Task<> HeldItems::lookAt(std::string what) {
     do {
         const ConstDownloadPointer first = list_.firstHeldFor(what);

@@ -23,6 +23,10 @@ public:
 
     void look();
 
+    // More is known of what stands on the disk already of held items: those that wait for more room than they need are
+    // candidates again.
+    void bytesAreKnown();
+
     // Something that was told to be looked at has not been yet.
     [[nodiscard]] bool isLooking() const { return !looking_.empty(); }
 

@@ -1,6 +1,7 @@
 #include "downloads/partials/Leftovers.h"
 
 #include <algorithm>
+#include <chrono>
 #include <variant>
 
 #include "downloads/partials/NoteFile.h"
@@ -71,7 +72,12 @@ std::vector<PartialNote> lookThrough(FileManager& files, const Path& folder, con
 // --- At the start ---
 
 void Leftovers::look(Names kept, std::string bootID) {
+    constexpr std::chrono::seconds patience{5};
     for (const Path& folder : ports_.receiving.folders()) unknown_.insert(folder);
+    patience_ = ports_.loop.schedule(patience, [this] {
+        patience_.reset();
+        if (!unknown_.empty()) known_.tell();
+    });
     ports_.receiving.visit([&loop = ports_.loop, &files = ports_.files,
                             kept = std::make_shared<const Names>(std::move(kept)), bootID = std::move(bootID),
                             self = std::weak_ptr(self_)](const Path& folder, const std::optional<Path>& place) {
@@ -86,6 +92,7 @@ void Leftovers::looked(const Path& folder, std::vector<PartialNote> found) {
     for (PartialNote& note : found) add({.folder = ports_.receiving.tokenOf(folder), .note = std::move(note)});
     scope_.start(ports_.receiving.forgetIfGone(folder));
     unknown_.erase(folder);
+    if (unknown_.empty()) patience_.reset();
     known_.tell();
 }
 

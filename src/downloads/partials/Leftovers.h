@@ -49,8 +49,9 @@ public:
     // Returns when what stands in the folder is known. ErrorCase::cancelled after a stop request, and nothing else.
     Task<Result<void>> known(Path folder, std::stop_token stop);
 
-    // Whether there are folders of which that is not known yet. Told each time when one is.
-    [[nodiscard]] bool isLooking() const { return !unknown_.empty(); }
+    // Whether that is about to be known of all folders: a volume that does not answer is not waited for. Told each time
+    // when it is of one, and when there is nothing more to wait for.
+    [[nodiscard]] bool isLooking() const { return !unknown_.empty() && patience_.isActive(); }
 
     Subscription onKnown(std::function<void()> tell) { return known_.subscribe(std::move(tell)); }
 
@@ -74,6 +75,7 @@ private:
     std::unordered_multimap<FileID, Leftover> byFile_;
     std::set<Path> unknown_;  // folders that are being looked through
     Signal<> known_;
+    Subscription patience_;
     std::shared_ptr<Leftovers*> self_ = std::make_shared<Leftovers*>(this);  // of the looks under way
     TaskScope scope_;
 };
