@@ -37,11 +37,6 @@ std::optional<PartialNote> findNote(FileManager& files, const Path& partial, con
     return note->parts.empty() ? std::nullopt : std::move(note);
 }
 
-void removeWithNote(FileManager& files, const Path& partial) {
-    if (const Path note = NoteFile::pathOf(partial); files.exists(note)) (void)files.removeItem(note);
-    (void)files.removeItem(partial);
-}
-
 // Removes what is not to be kept and has no note that counts; the notes of the rest.
 std::vector<PartialNote> lookThrough(FileManager& files, const Path& folder, const Leftovers::Names& kept,
                                      const std::string& bootID) {
@@ -59,7 +54,7 @@ std::vector<PartialNote> lookThrough(FileManager& files, const Path& folder, con
         if (note) {
             found.push_back(std::move(*note));
         } else if (isPartial) {
-            removeWithNote(files, entry);
+            NoteFile::removeWithNote(files, entry);
         } else {
             (void)files.removeItem(entry);  // also "UUID.moving"
         }

@@ -16,6 +16,11 @@ NoteFile::Path NoteFile::pathOf(const Path& partial) {
     return path;
 }
 
+void NoteFile::removeWithNote(FileManager& files, const Path& partial) {
+    if (const Path note = pathOf(partial); files.exists(note)) (void)files.removeItem(note);
+    (void)files.removeItem(partial);
+}
+
 NoteFile::Slots NoteFile::parse(std::string_view bytes) {
     const std::string_view second = bytes.size() > slotSize ? bytes.substr(slotSize) : std::string_view();
     return {DatedNote::parse(bytes.substr(0, slotSize)), DatedNote::parse(second)};

@@ -26,6 +26,9 @@ public:
     // The note of a partial file; none when there is no whole one, or it is another file's. Any thread.
     [[nodiscard]] static std::optional<DatedNote> read(FileManager& files, const Path& partial);
 
+    // The partial file goes, and its note before it. Any thread.
+    static void removeWithNote(FileManager& files, const Path& partial);
+
     // `files` outlives this. No file is made before the first note.
     NoteFile(FileManager& files, const Path& partial, std::string bootID)
         : files_(files), path_(pathOf(partial)), bootID_(std::move(bootID)) {}

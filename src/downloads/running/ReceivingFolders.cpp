@@ -23,11 +23,6 @@ std::string oneLine(std::string text) {
     return text;
 }
 
-void removeWithNote(FileManager& files, const Path& partial) {
-    if (const Path note = NoteFile::pathOf(partial); files.exists(note)) (void)files.removeItem(note);
-    (void)files.removeItem(partial);
-}
-
 // The lane in which it is found out where the folder is now.
 std::string searchLane(const Path& folder) {
     return "search " + folder.native();
@@ -290,14 +285,15 @@ Task<> ReceivingFolders::forgetIfGone(Path folder) {
 
 void ReceivingFolders::remove(const std::optional<Path>& folder, const UUID& name) {
     if (!folder) {
-        ports_.lanes.run(own_, [&files = ports_.files, path = own_ / name.text()] { removeWithNote(files, path); });
+        ports_.lanes.run(own_,
+                         [&files = ports_.files, path = own_ / name.text()] { NoteFile::removeWithNote(files, path); });
         return;
     }
     const auto entry = listed(*folder);
     if (!entry) return;
     runIn(*entry, [name](FileManager& files, const Path& found, bool isThere) {
         if (!isThere) return;
-        removeWithNote(files, found / name.text());
+        NoteFile::removeWithNote(files, found / name.text());
         removeEmptyFolder(files, found);
     });
 }
