@@ -4,7 +4,7 @@
 #include <string>
 #include <unordered_map>
 
-#include "base/RateText.h"
+#include "base/Bytes.h"
 
 namespace tovri {
 
