@@ -74,7 +74,7 @@ struct Machine {
 void load(benchmark::State& state) {
     Machine machine(state.range(0));
     for (auto _ : state) {
-        const SyncManager manager(machine.platform());
+        const SyncManager manager(syncPorts(machine.platform()));
         if (manager.rules().size() != 1) state.SkipWithError("The rules were not read.");
     }
 }
@@ -82,7 +82,7 @@ void load(benchmark::State& state) {
 // What the main loop waits for; the write goes on beside it, as it would.
 void settle(benchmark::State& state) {
     Machine machine(state.range(0));
-    SyncManager manager(machine.platform());
+    SyncManager manager(syncPorts(machine.platform()));
     const UUID rule = manager.rules().at(0).id;
     FileID file(firstFile + 1);  // in front of the others, which an insertion moves
     double longest = 0;
@@ -98,7 +98,7 @@ void settle(benchmark::State& state) {
 
 void write(benchmark::State& state) {
     Machine machine(state.range(0));
-    SyncManager manager(machine.platform());
+    SyncManager manager(syncPorts(machine.platform()));
     const UUID rule = manager.rules().at(0).id;
     FileID file(firstFile + 1);
     for (auto _ : state) {

@@ -43,7 +43,7 @@ public:
     FakeWorkspace workspace;
     SpeedLimit limit{world.loop};
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
-    DownloadsScreen screen{world.manager(), speed, workspace, world.platform()};
+    DownloadsScreen screen{world.manager(), speed, workspace, {world.loop, world.clock, world.random}};
 };
 
 // A view that reads the rows of which it is told, as far as they fit a window.

@@ -74,7 +74,7 @@ public:
     NoBrowser web;
     Preferences preferences{defaults, folderAccess, platform.folders.home};
     AuthManager auth{credentials, web, loop, ServiceHosts{}};
-    PutIOAPI api{auth, http, platform, ServiceHosts{}};
+    PutIOAPI api{auth, http, servicePorts(platform), ServiceHosts{}};
     BusyTransfers transfers;
     PutIODownloadService service{api};
     DownloadManager manager;
@@ -111,7 +111,8 @@ int measureQueue(MeasuredApplication& application, const std::filesystem::path& 
     engine.manager.restoreQueue();
     SpeedLimit limit(engine.platform.loop);
     SpeedControl speed(engine.platform.loop, engine.platform.clock, engine.preferences, limit);
-    DownloadsScreen screen(engine.manager, speed, engine.workspace, engine.platform);
+    DownloadsScreen screen(engine.manager, speed, engine.workspace,
+                           {engine.platform.loop, engine.platform.clock, engine.platform.random});
     DownloadsView view(screen);
     view.resize(900, 600);
     view.show();

@@ -14,8 +14,8 @@ TovriApp::TovriApp(Ports ports, Polling polling)
       transfers_(ports_.transfers, speedLimit_),
       speedControl_(ports_.platform.loop, ports_.platform.clock, preferences_, speedLimit_),
       downloadManager_(downloadPorts(ports_.platform, transfers_)),
-      syncManager_(ports_.platform),
-      fileBrowserState_(ports_.platform),
+      syncManager_(syncPorts(ports_.platform)),
+      fileBrowserState_(ports_.platform.loop, ports_.platform.random),
       updater_(ports_.updates),
       signIn_(authManager_.onChange([this](AuthManager::Change change) { follow(change); })),
       speed_(speedControl_.onChange([this] { downloadManager_.holdAll(speedControl_.holdReason()); })) {
@@ -40,7 +40,8 @@ void TovriApp::setup() {
 }
 
 PutIOAPI TovriApp::makeClient() {
-    return {authManager_, http_, ports_.platform, ports_.hosts, [this] { return preferences_.readLongFolders(); }};
+    return {authManager_, http_, servicePorts(ports_.platform), ports_.hosts,
+            [this] { return preferences_.readLongFolders(); }};
 }
 
 // The queue stays as it is; so does the client, which takes the token of whoever signs in next.

@@ -13,12 +13,12 @@ bool isSettled(Status status) {
     return (isFinished(status) && status != Status::failed) || status == Status::deleting;
 }
 
-SyncManager::SyncManager(const Platform& platform)
-    : platform_(platform), store_(platform), rules_(store_.load()), self_(std::make_shared<SyncManager*>(this)) {
+SyncManager::SyncManager(SyncPorts ports)
+    : ports_(std::move(ports)), store_(ports_), rules_(store_.load()), self_(std::make_shared<SyncManager*>(this)) {
     for (SyncRule& rule : rules_) rule.revision = 1;
     store_.onFailure([this](const Error& error) {
         setLastError(error.description);
-        platform_.log.line("[SyncManager] " + error.description);
+        ports_.log.line("[SyncManager] " + error.description);
     });
 }
 

@@ -42,8 +42,8 @@ enum class SyncUrgency {
 // the operation returns. Downloads nothing by itself, and takes no file from a queue.
 class SyncManager {
 public:
-    // Loads the saved rules. What the platform names outlives the manager.
-    explicit SyncManager(const Platform& platform);
+    // Loads the saved rules. What the ports name outlives the manager.
+    explicit SyncManager(SyncPorts ports);
     ~SyncManager();
     SyncManager(const SyncManager&) = delete;
     SyncManager& operator=(const SyncManager&) = delete;
@@ -155,7 +155,7 @@ private:
     void setSyncing(bool isSyncing);
     void setLastError(std::optional<std::string> text);
 
-    Platform platform_;
+    SyncPorts ports_;
     SyncRuleStore store_;
     PutIOAPI* api_ = nullptr;
     DownloadManager* downloadManager_ = nullptr;

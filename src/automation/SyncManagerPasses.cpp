@@ -42,12 +42,12 @@ void SyncManager::stopPolling() {
 Task<> SyncManager::runPolling(std::stop_token stop) {
     using namespace std::chrono_literals;
     if (isSyncing_) {  // perhaps the pass of a polling that was just stopped, and ends in this turn
-        Result<std::monostate> turn = co_await sleepFor(platform_.loop, 0s, stop);
+        Result<std::monostate> turn = co_await sleepFor(ports_.loop, 0s, stop);
         if (!turn) co_return;
     }
     while (!stop.stop_requested()) {
         co_await syncAll(SyncUrgency::whenDue, stop);
-        Result<std::monostate> slept = co_await sleepFor(platform_.loop, 60s, stop);
+        Result<std::monostate> slept = co_await sleepFor(ports_.loop, 60s, stop);
         if (!slept) co_return;
     }
 }
@@ -56,11 +56,11 @@ Task<> SyncManager::runPolling(std::stop_token stop) {
 
 Task<> SyncManager::syncAll(SyncUrgency urgency, std::stop_token stop) {
     if (!api_ || !downloadManager_) {
-        platform_.log.line("[SyncManager] Not configured — api or downloadManager is nil");
+        ports_.log.line("[SyncManager] Not configured — api or downloadManager is nil");
         co_return;
     }
     if (isSyncing_) {
-        platform_.log.line("[SyncManager] Already syncing, skipping");
+        ports_.log.line("[SyncManager] Already syncing, skipping");
         co_return;
     }
     const RunningPass pass(*this);
@@ -78,7 +78,7 @@ Task<> SyncManager::syncRule(UUID id, SyncUrgency urgency, std::stop_token stop)
 }
 
 Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop_token stop) {
-    const Timestamp passTime = platform_.clock.now();
+    const Timestamp passTime = ports_.clock.now();
     const UUID id = rules_[index].id;
     const std::string name = rules_[index].putioFolderName;
     if (!rules_[index].isInitialized) {
@@ -119,7 +119,7 @@ bool SyncManager::isDue(const SyncRule& rule, Timestamp now) const {
 }
 
 Result<std::filesystem::path> SyncManager::localFolder(const SyncRule& rule) const {
-    std::filesystem::path folder = localFolderURL(rule, platform_.folderAccess);
+    std::filesystem::path folder = localFolderURL(rule, ports_.folderAccess);
     if (folder.is_absolute()) return folder;
     return failure(Error(ErrorCase::file, "The rule has no local folder to download into. Edit it and choose one."));
 }
@@ -138,12 +138,11 @@ void SyncManager::takeIn(std::size_t index, std::vector<ListedFile> listing, Ext
     });
     FileIDs inFlight = filesInFlight(rule, unknown);
     const std::size_t newCount = unknown.size() - inFlight.size();
-    platform_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(listing.size()) +
-                       " files total, " + std::to_string(newCount) + " new, " + std::to_string(inFlight.size()) +
-                       " in flight");
+    ports_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(listing.size()) + " files total, " +
+                    std::to_string(newCount) + " new, " + std::to_string(inFlight.size()) + " in flight");
     if (newCount > 0) {
         enqueue(rule, listing, inFlight);
-        platform_.log.line("[SyncManager] Enqueued " + std::to_string(newCount) + " files for download");
+        ports_.log.line("[SyncManager] Enqueued " + std::to_string(newCount) + " files for download");
     }
     listing = {};  // a long one need not stand beside the text of a long queue
     // Before the first of them can arrive: a process that dies later finds in its queue what it has asked for.
@@ -175,8 +174,8 @@ void SyncManager::completeStock(std::size_t index, const std::vector<ListedFile>
     std::vector<FileID> known(rule.knownFileIDs.begin(), rule.knownFileIDs.end());
     known.insert(known.end(), rest.begin(), rest.end());
     rule.knownFileIDs = FileIDSet(std::move(known));
-    platform_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(rest.size()) +
-                       " files that put.io had not listed before count as known and are not downloaded");
+    ports_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(rest.size()) +
+                    " files that put.io had not listed before count as known and are not downloaded");
 }
 
 // Of the listed files that the rule does not know, those that it has in the queue; failed ones are tried again.
@@ -199,7 +198,7 @@ SyncManager::FileIDs SyncManager::filesAskedFor(const SyncRule& rule, const File
 }
 
 void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight) {
-    const std::filesystem::path folder = localFolderURL(rule, platform_.folderAccess);
+    const std::filesystem::path folder = localFolderURL(rule, ports_.folderAccess);
     DownloadManager::EnqueueOptions options{.destination = DestinationFolder{folder, rule.localFolderBookmark},
                                             .deleteAfterDownload = rule.deleteAfterDownload,
                                             .syncRuleID = rule.id};
@@ -212,7 +211,7 @@ void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& l
 
 void SyncManager::reportSyncFailure(const std::string& name, const Error& error) {
     setLastError("Sync failed for " + name + ": " + error.description);
-    platform_.log.line("[SyncManager] Error syncing " + name + ": " + error.description);
+    ports_.log.line("[SyncManager] Error syncing " + name + ": " + error.description);
 }
 
 // --- Inventories ---
@@ -257,20 +256,20 @@ void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile
     save();
     // Written before anybody is told: a second inventory would take for old what has come since the first.
     (void)store_.finish();
-    platform_.log.line("[SyncManager] Initialized " + rule.putioFolderName + " with " + std::to_string(listing.size()) +
-                       " existing files");
+    ports_.log.line("[SyncManager] Initialized " + rule.putioFolderName + " with " + std::to_string(listing.size()) +
+                    " existing files");
     changes_.tell({SyncChange::Kind::ruleChanged, index});
 }
 
 // As the user wants it, but nothing that may stay unsaid.
 void SyncManager::reportCutListing(const std::string& name, const Error& reason) {
     setLastError(name + ": " + reason.description);
-    platform_.log.line("[SyncManager] " + name + ": " + reason.description);
+    ports_.log.line("[SyncManager] " + name + ": " + reason.description);
 }
 
 void SyncManager::reportInventoryFailure(const std::string& name, const Error& error) {
     setLastError("Couldn't initialize " + name + ": " + error.description + ". Will retry.");
-    platform_.log.line("[SyncManager] Error initializing " + name + ": " + error.description);
+    ports_.log.line("[SyncManager] Error initializing " + name + ": " + error.description);
 }
 
 }  // namespace tovri

@@ -93,26 +93,26 @@ private:
     bool mustKeepOldFile_ = false;  // set before anything is written, then the lane's
 };
 
-SyncRuleStore::SyncRuleStore(const Platform& platform)
-    : platform_(platform),
-      storageURL_(platform.folders.applicationData / "sync-rules.json"),
-      writer_(std::make_shared<Writer>(platform.files, storageURL_)),
+SyncRuleStore::SyncRuleStore(SyncPorts ports)
+    : ports_(std::move(ports)),
+      storageURL_(ports_.dataFolder / "sync-rules.json"),
+      writer_(std::make_shared<Writer>(ports_.files, storageURL_)),
       tellFailure_(std::make_shared<std::function<void(const Error&)>>()) {}
 
 std::vector<SyncRule> SyncRuleStore::load() {
-    if (!platform_.files.exists(storageURL_)) return {};
-    Result<ByteBlob> bytes = platform_.files.readFile(storageURL_);
+    if (!ports_.files.exists(storageURL_)) return {};
+    Result<ByteBlob> bytes = ports_.files.readFile(storageURL_);
     Result<std::vector<SyncRule>> rules = bytes ? decodeRules(std::move(*bytes)) : failure(bytes);
     if (rules) return std::move(*rules);
-    platform_.log.line("[SyncManager] Ignoring unreadable rules at " + storageURL_.native() + ": " +
-                       rules.error().description);
+    ports_.log.line("[SyncManager] Ignoring unreadable rules at " + storageURL_.native() + ": " +
+                    rules.error().description);
     writer_->keepOldFile();
     return {};
 }
 
 void SyncRuleStore::save(const std::vector<SyncRule>& rules, const Unsecured& unsecured) {
     if (!writer_->hand({rules, unsecured})) return;
-    platform_.volumes.run(lane, [&loop = platform_.loop, writer = writer_, held = std::weak_ptr(tellFailure_)] {
+    ports_.volumes.run(lane, [&loop = ports_.loop, writer = writer_, held = std::weak_ptr(tellFailure_)] {
         const Result<void> written = writer->write();
         if (written) return;
         loop.post([held, error = unsaved(written.error())] {
@@ -124,7 +124,7 @@ void SyncRuleStore::save(const std::vector<SyncRule>& rules, const Unsecured& un
 
 Result<void> SyncRuleStore::finish() {
     constexpr std::chrono::seconds patience{10};
-    if (!platform_.volumes.waitFor(lane, patience))
+    if (!ports_.volumes.waitFor(lane, patience))
         return failure(unsaved({ErrorCase::file, "The disk takes too long; check the disk and try again."}));
     const Result<void> outcome = writer_->outcome();
     return outcome ? outcome : failure(unsaved(outcome.error()));

@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include "automation/SyncPorts.h"
 #include "automation/SyncRule.h"
-#include "platform/Platform.h"
 
 namespace tovri {
 
@@ -16,7 +16,7 @@ namespace tovri {
 // failure the next change brings all rules again.
 class SyncRuleStore {
 public:
-    explicit SyncRuleStore(const Platform& platform);
+    explicit SyncRuleStore(SyncPorts ports);
 
     // Told on the main thread of each writing that failed, but for those that finish() returns.
     void onFailure(std::function<void(const Error&)> tell) { *tellFailure_ = std::move(tell); }
@@ -40,7 +40,7 @@ public:
 private:
     class Writer;
 
-    Platform platform_;
+    SyncPorts ports_;
     std::filesystem::path storageURL_;
     std::shared_ptr<Writer> writer_;                                  // shared with the lane
     std::shared_ptr<std::function<void(const Error&)>> tellFailure_;  // a writing's report holds it weakly

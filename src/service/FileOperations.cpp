@@ -65,19 +65,17 @@ Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, FolderI
     request.url = hosts_.upload + "/v2/files/upload";
     if (!parseWebURL(request.url)) co_return failure(APIError::invalidURL());
 
-    const MultipartUpload upload{platform_.random.makeUUID().text(), parentID, std::move(file)};
-    auto body = std::make_shared<TemporaryFile>(platform_.files,
-                                                platform_.folders.temporary / platform_.random.makeUUID().text());
+    const MultipartUpload upload{ports_.random.makeUUID().text(), parentID, std::move(file)};
+    auto body = std::make_shared<TemporaryFile>(ports_.files, ports_.temporaryFolder / ports_.random.makeUUID().text());
     request.headers.emplace_back("Content-Type", "multipart/form-data; boundary=" + upload.boundary);
     request.bodyFile = body->path();
 
     // The work has a share of its own: when the upload is stopped meanwhile, the file goes with the one that ends last.
-    auto build = [upload, mine = body, files = &platform_.files](std::stop_token stopped) mutable -> Result<ByteCount> {
+    auto build = [upload, mine = body, files = &ports_.files](std::stop_token stopped) mutable -> Result<ByteCount> {
         const auto held = std::move(mine);
         return writeBody(upload, *files, *held, stopped);
     };
-    Result<ByteCount> frame =
-        co_await inBackground<ByteCount>(platform_.loop, platform_.background, stop, std::move(build));
+    Result<ByteCount> frame = co_await inBackground<ByteCount>(ports_.loop, ports_.background, stop, std::move(build));
     if (!frame) co_return failure(frame);
     if (progress)
         request.onBodySent = [progress = std::move(progress), frame = *frame](ByteCount sent, ByteCount total) {
@@ -89,7 +87,7 @@ Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, FolderI
         mine.reset();
         return std::monostate();
     };
-    co_await inBackground<std::monostate>(platform_.loop, platform_.background, {}, std::move(removeBody));
+    co_await inBackground<std::monostate>(ports_.loop, ports_.background, {}, std::move(removeBody));
     if (!answer) co_return failure(answer);
     Result<UploadResponse> response = decodeJSON<UploadResponse>(*answer->body);
     if (!response) co_return failure(uploadFailure(std::move(response.error()), *answer->body));

@@ -17,11 +17,11 @@ std::vector<QueryItem> queryItems(const PutIOAPI::Parameters& parameters) {
 
 }  // namespace
 
-PutIOAPI::PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts,
+PutIOAPI::PutIOAPI(AuthManager& authManager, HTTPSession& session, ServicePorts ports, ServiceHosts hosts,
                    std::function<bool()> readsLongFolders)
     : authManager_(authManager),
       session_(session),
-      platform_(platform),
+      ports_(std::move(ports)),
       hosts_(std::move(hosts)),
       baseURL_(hosts_.api + "/v2"),
       readsLongFolders_(std::move(readsLongFolders)) {}
@@ -92,21 +92,21 @@ Task<Result<PutIOAPI::CheckedLater>> PutIOAPI::sendUnchecked(HTTPRequest request
     request.headers.emplace(request.headers.begin(), "Authorization", "Bearer " + *token);
 
     Result<HTTPResponse> response = co_await Answer<HTTPResponse>(
-        platform_.loop, std::move(stop), [&](auto done) { return session_.send(std::move(request), std::move(done)); });
+        ports_.loop, std::move(stop), [&](auto done) { return session_.send(std::move(request), std::move(done)); });
     if (!response) co_return failure(response);
     co_return CheckedLater{std::move(*response), *token};
 }
 
 void PutIOAPI::reportGetDecodeError(std::string_view path, const Error& error, const ServiceAnswer& answer) {
     if (error.isCancellation()) return;
-    platform_.log.line(std::string("[PutIOAPI] Decode error for ").append(path) + ": " + error.description);
+    ports_.log.line(std::string("[PutIOAPI] Decode error for ").append(path) + ": " + error.description);
     if (const std::optional<std::string> preview = responsePreview(*answer.body, answer.token))
-        platform_.log.line("[PutIOAPI] Response preview: " + *preview);
+        ports_.log.line("[PutIOAPI] Response preview: " + *preview);
 }
 
 void PutIOAPI::reportPostDecodeError(std::string_view path, const Error& error) {
     if (error.isCancellation()) return;
-    platform_.log.line(std::string("[PutIOAPI] POST decode error for ").append(path) + ": " + error.description);
+    ports_.log.line(std::string("[PutIOAPI] POST decode error for ").append(path) + ": " + error.description);
 }
 
 }  // namespace tovri

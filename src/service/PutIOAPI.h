@@ -16,7 +16,6 @@
 #include "base/Task.h"
 #include "platform/Await.h"
 #include "platform/HTTPSession.h"
-#include "platform/Platform.h"
 #include "service/AuthManager.h"
 #include "service/FolderListing.h"
 #include "service/JSONCoding.h"
@@ -25,6 +24,7 @@
 #include "service/PutIOFileList.h"
 #include "service/RSSFeed.h"
 #include "service/ServiceHosts.h"
+#include "service/ServicePorts.h"
 #include "service/Transfer.h"
 
 namespace tovri {
@@ -69,9 +69,9 @@ public:
         }
     };
 
-    // `authManager`, `session` and all that `platform` names outlive the client. `readsLongFolders` says at any time
+    // `authManager`, `session` and all that `ports` name outlive the client. `readsLongFolders` says at any time
     // whether the user wants folders that do not fit into one answer to be read to their end; when it is empty, yes.
-    PutIOAPI(AuthManager& authManager, HTTPSession& session, const Platform& platform, ServiceHosts hosts,
+    PutIOAPI(AuthManager& authManager, HTTPSession& session, ServicePorts ports, ServiceHosts hosts,
              std::function<bool()> readsLongFolders = {});
 
     // `path` begins with a slash and is appended to the base URL; the parameters become the query.
@@ -182,7 +182,7 @@ private:
 
     AuthManager& authManager_;
     HTTPSession& session_;
-    Platform platform_;
+    ServicePorts ports_;
     ServiceHosts hosts_;
     std::string baseURL_;
     std::function<bool()> readsLongFolders_;
@@ -213,7 +213,7 @@ Task<Result<T>> PutIOAPI::decode(std::shared_ptr<const std::string> body, std::s
     constexpr std::size_t longAnswer = 256 * 1024;  // decoded in less than a millisecond
     if (body->size() <= longAnswer) co_return decodeJSON<T>(*body);
     auto work = [body = std::move(body)](const std::stop_token&) { return decodeJSON<T>(*body); };
-    Result<T> record = co_await inBackground<T>(platform_.loop, platform_.background, stop, std::move(work));
+    Result<T> record = co_await inBackground<T>(ports_.loop, ports_.background, stop, std::move(work));
     co_return record;
 }
 

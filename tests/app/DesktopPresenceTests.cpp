@@ -32,7 +32,7 @@ public:
     RecordingNotifications notifications;
     bool isInFront = false;
     DesktopPreferences preferences{world.defaults};
-    FileBrowserState uploads{world.platform()};
+    FileBrowserState uploads{world.loop, world.random};
     DesktopPresence presence{
         {world.loop, inhibitor, notifications, [this] { return isInFront; }}, world.manager(), uploads, preferences};
 };

@@ -305,7 +305,7 @@ TEST_F(Passes, oneAtATime) {
     home.settle();
     EXPECT_EQ(home.listings[shows], 2);
 
-    SyncManager bare(world().platform());
+    SyncManager bare(syncPorts(world().platform()));
     bare.startSyncAll(SyncUrgency::forced);
     EXPECT_THAT(home.lines(), testing::Contains("Not configured — api or downloadManager is nil"));
 }

@@ -236,14 +236,14 @@ TEST(Rules, areWrittenInTheirOrder) {
     const Platform real{loop,       platform.clock, platform.random, files,           platform.folderAccess,
                         background, volumes,        platform.log,    platform.folders};
     for (std::int64_t round = 0; round < 20; ++round) {
-        SyncRuleStore store(real);
+        SyncRuleStore store(syncPorts(real));
         SyncRule rule = fakes.newRule(FolderID(round), "Shows");
         for (std::int64_t settled = 0; settled < 50; ++settled) {
             rule.knownFileIDs.insert(FileID(settled));
             store.save({rule}, {});
         }
         store.finish().value();
-        EXPECT_EQ(SyncRuleStore(real).load().at(0).knownFileIDs.size(), 50U);
+        EXPECT_EQ(SyncRuleStore(syncPorts(real)).load().at(0).knownFileIDs.size(), 50U);
     }
 }
 

@@ -111,7 +111,7 @@ public:
 
 private:
     void begin() {
-        sync = std::make_unique<SyncManager>(world.platform());
+        sync = std::make_unique<SyncManager>(syncPorts(world.platform()));
         sync->configure(world.api(), world.manager());
         observing_ = sync->onChange([this](const SyncChange& change) {
             if (told) told(change);

@@ -51,7 +51,7 @@ public:
     World world;
 
 private:
-    PutIOAPI api_{world.auth(), world.http, world.platform(), ServiceHosts{}};
+    PutIOAPI api_{world.auth(), world.http, servicePorts(world.platform()), ServiceHosts{}};
     PutIODownloadService service_{api_};
     std::optional<DownloadManager> editor_;
 };

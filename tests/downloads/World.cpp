@@ -156,7 +156,7 @@ Platform World::platform() {
 
 void World::start() {
     files.goOn();
-    api_ = std::make_unique<PutIOAPI>(auth_, http, platform(), ServiceHosts{},
+    api_ = std::make_unique<PutIOAPI>(auth_, http, servicePorts(platform()), ServiceHosts{},
                                       [this] { return preferences.readLongFolders(); });
     manager_ = std::make_unique<DownloadManager>(ports());
     service_ = std::make_unique<PutIODownloadService>(*api_);

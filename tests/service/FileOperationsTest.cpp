@@ -185,7 +185,7 @@ public:
     std::function<std::string(std::size_t page)> cursorAfter;
     int status = 200;  // of the answers after the first
     bool isWanted = true;
-    PutIOAPI longFolders{auth, http, platform, ServiceHosts{}, [this] { return isWanted; }};
+    PutIOAPI longFolders{auth, http, servicePorts(platform), ServiceHosts{}, [this] { return isWanted; }};
 
 private:
     Result<HTTPResponse> respond(const HTTPRequest& request) {

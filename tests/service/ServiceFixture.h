@@ -67,7 +67,7 @@ public:
     Platform platform{
         loop, clock, random, files, folderAccess, background, volumes, log, {"/home/user", "/data", "/tmp"}};
     AuthManager auth{credentials, web, loop, ServiceHosts{}};
-    PutIOAPI api{auth, http, platform, ServiceHosts{}};
+    PutIOAPI api{auth, http, servicePorts(platform), ServiceHosts{}};
     TaskScope scope;
 
 private:

@@ -12,8 +12,9 @@ const Breadcrumb root{rootFolderID, "Your Files"};
 
 }  // namespace
 
-SyncRuleEditorSheet::SyncRuleEditorSheet(SyncManager& manager, PutIOAPI& api, const Platform& platform)
-    : manager_(manager), api_(api), random_(platform.random), folderAccess_(platform.folderAccess) {
+SyncRuleEditorSheet::SyncRuleEditorSheet(SyncManager& manager, PutIOAPI& api, RandomSource& random,
+                                         FolderAccess& folderAccess)
+    : manager_(manager), api_(api), random_(random), folderAccess_(folderAccess) {
     reset(std::nullopt);
 }
 

@@ -14,7 +14,8 @@
 #include "automation/SyncManager.h"
 #include "base/Signal.h"
 #include "base/TaskScope.h"
-#include "platform/Platform.h"
+#include "platform/FolderAccess.h"
+#include "platform/RandomSource.h"
 #include "screens/FileChooser.h"
 #include "screens/Stepper.h"
 #include "screens/files/FileBrowserState.h"
@@ -43,7 +44,7 @@ public:
     static constexpr Stepper::Bounds intervalBounds{1, 60};
 
     // All outlive the sheet.
-    SyncRuleEditorSheet(SyncManager& manager, PutIOAPI& api, const Platform& platform);
+    SyncRuleEditorSheet(SyncManager& manager, PutIOAPI& api, RandomSource& random, FolderAccess& folderAccess);
 
     [[nodiscard]] bool isOpen() const { return isOpen_; }
 

@@ -5,12 +5,12 @@
 
 namespace tovri {
 
-SyncRulesScreen::SyncRulesScreen(SyncManager& manager, PutIOAPI& api, const Platform& platform)
+SyncRulesScreen::SyncRulesScreen(SyncManager& manager, PutIOAPI& api, Ports ports)
     : manager_(manager),
-      loop_(platform.loop),
-      clock_(platform.clock),
-      home_(platform.folders.home),
-      editor_(manager, api, platform),
+      loop_(ports.loop),
+      clock_(ports.clock),
+      home_(std::move(ports.home)),
+      editor_(manager, api, ports.random, ports.folderAccess),
       following_(manager.onChange([this](const SyncChange& change) { follow(change); })) {}
 
 void SyncRulesScreen::appear() {

@@ -2,13 +2,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
 #include <vector>
 
 #include "automation/SyncManager.h"
 #include "base/Signal.h"
-#include "platform/Platform.h"
+#include "platform/FolderAccess.h"
+#include "platform/MainLoop.h"
+#include "platform/RandomSource.h"
+#include "platform/WallClock.h"
 #include "screens/Banner.h"
 #include "screens/Placeholder.h"
 #include "screens/ScreenChange.h"
@@ -23,8 +27,17 @@ enum class SyncToolbarAction : std::uint8_t { syncAll, addRule };
 // The automation rules, their state and the sheet that makes and edits them. All that it shows is SyncManager's.
 class SyncRulesScreen {
 public:
-    // All outlive the screen.
-    SyncRulesScreen(SyncManager& manager, PutIOAPI& api, const Platform& platform);
+    // What it works with; outlives it.
+    struct Ports {
+        MainLoop& loop;
+        WallClock& clock;
+        RandomSource& random;
+        FolderAccess& folderAccess;
+        std::filesystem::path home;
+    };
+
+    // Both outlive the screen.
+    SyncRulesScreen(SyncManager& manager, PutIOAPI& api, Ports ports);
 
     void appear();
     void disappear();

@@ -29,16 +29,15 @@ bool goesUpwards(DownloadAction action) {
 
 }  // namespace
 
-DownloadsScreen::DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace,
-                                 const Platform& platform)
+DownloadsScreen::DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace, Ports ports)
     : manager_(manager),
       speed_(speed),
       workspace_(workspace),
-      loop_(platform.loop),
-      clock_(platform.clock),
-      random_(platform.random),
+      loop_(ports.loop),
+      clock_(ports.clock),
+      random_(ports.random),
       rows_(
-          manager.downloads(), platform.loop, [this](const ScreenChange& change) { changes_.tell(change); },
+          manager.downloads(), ports.loop, [this](const ScreenChange& change) { changes_.tell(change); },
           [this] { updateChrome(); }),
       queue_(manager.onChange([this](const QueueChange& change) { follow(change); })),
       limit_(speed.onChange([this] { updateChrome(); })) {

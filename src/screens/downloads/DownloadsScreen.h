@@ -29,8 +29,15 @@ enum class QueueAction : std::uint8_t { pauseAll, resumeAll, cancelAll, clearFin
 // time are told a few times a second, and only while the screen is on view.
 class DownloadsScreen {
 public:
-    // What the references name outlives the screen.
-    DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace, const Platform& platform);
+    // What it works with; outlives it.
+    struct Ports {
+        MainLoop& loop;
+        WallClock& clock;
+        RandomSource& random;
+    };
+
+    // All outlive the screen.
+    DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace, Ports ports);
 
     void appear();
     void disappear();

@@ -34,9 +34,9 @@ FileBrowserState::Field fieldOf(Uploads::Field field) {
 
 }  // namespace
 
-FileBrowserState::FileBrowserState(const Platform& platform)
-    : loop_(platform.loop),
-      random_(platform.random),
+FileBrowserState::FileBrowserState(MainLoop& loop, RandomSource& random)
+    : loop_(loop),
+      random_(random),
       files_(std::make_shared<const std::vector<PutIOFile>>()),
       breadcrumbs_(rootPath()),
       currentLoadRequestID_(random_.makeUUID()),

@@ -14,7 +14,8 @@
 #include "base/Signal.h"
 #include "base/TaskScope.h"
 #include "base/UUID.h"
-#include "platform/Platform.h"
+#include "platform/MainLoop.h"
+#include "platform/RandomSource.h"
 #include "screens/files/FileArrangement.h"
 #include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
@@ -56,8 +57,8 @@ public:
     // A listing as it was received. Whoever holds it keeps it as it is.
     using Listing = FileArrangement::Listing;
 
-    // What `platform` names outlives the state.
-    explicit FileBrowserState(const Platform& platform);
+    // Both outlive the state.
+    FileBrowserState(MainLoop& loop, RandomSource& random);
 
     // `api` outlives the state. Nothing loads or uploads before.
     void configure(PutIOAPI& api);

@@ -6,10 +6,10 @@
 
 namespace tovri {
 
-TransfersScreen::TransfersScreen(PutIOAPI& api, Workspace& workspace, const Platform& platform)
+TransfersScreen::TransfersScreen(PutIOAPI& api, Workspace& workspace, MainLoop& loop, RandomSource& random)
     : api_(api),
-      loop_(platform.loop),
-      random_(platform.random),
+      loop_(loop),
+      random_(random),
       addSheet_(api, workspace),
       followingDialogs_(dialogs_.onChange([this] { changes_.tell({}); })) {}
 

@@ -12,7 +12,8 @@
 
 #include "base/Signal.h"
 #include "base/TaskScope.h"
-#include "platform/Platform.h"
+#include "platform/MainLoop.h"
+#include "platform/RandomSource.h"
 #include "platform/Workspace.h"
 #include "screens/ActionDialogs.h"
 #include "screens/Placeholder.h"
@@ -33,7 +34,7 @@ public:
     static constexpr std::chrono::seconds refreshInterval{5};
 
     // All outlive the screen.
-    TransfersScreen(PutIOAPI& api, Workspace& workspace, const Platform& platform);
+    TransfersScreen(PutIOAPI& api, Workspace& workspace, MainLoop& loop, RandomSource& random);
 
     void appear();
     void disappear();

@@ -35,7 +35,10 @@ public:
 
     test::SyncWorld home;
     FolderID folder;
-    SyncRulesScreen screen{*home.sync, home.world.api(), home.world.platform()};
+    SyncRulesScreen screen{
+        *home.sync,
+        home.world.api(),
+        {home.world.loop, home.world.clock, home.world.random, home.world.folderAccess, "/home/user"}};
 };
 
 TEST(SyncRuleRow, saysHowTheRuleStands) {

@@ -64,7 +64,7 @@ public:
     FakeWorkspace workspace;
     SpeedLimit limit{world.loop};
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
-    DownloadsScreen screen{world.manager(), speed, workspace, world.platform()};
+    DownloadsScreen screen{world.manager(), speed, workspace, {world.loop, world.clock, world.random}};
     std::vector<ScreenChange> changes;
     Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
 };

@@ -68,7 +68,7 @@ public:
     std::size_t pageSize = 1000;                             // files that the service lists at once
     std::map<std::string, int> statuses;                     // by the end of an address: what it answers instead of 200
     PlainTextCollation collation;
-    FileBrowserState state{platform};
+    FileBrowserState state{platform.loop, platform.random};
 
 private:
     [[nodiscard]] Result<HTTPResponse> respond(const HTTPRequest& request) const {

@@ -297,7 +297,7 @@ TEST_F(FileBrowserStateTest, aCancelledUploadEndsAtOnceAndInSilence) {
 }
 
 TEST_F(FileBrowserStateTest, goesWhileEverythingIsUnderWay) {
-    std::optional<FileBrowserState> other(std::in_place, platform);
+    std::optional<FileBrowserState> other(std::in_place, platform.loop, platform.random);
     other->configure(api);
     other->loadFiles();
     other->uploadFiles({"/home/user/a.txt", "/home/user/b.txt"}, rootFolderID);

@@ -27,7 +27,7 @@ public:
     static constexpr const char* song = R"({"id":2,"name":"Song","status":"SEEDING"})";
 
     test::FakeWorkspace workspace;
-    TransfersScreen screen{api, workspace, platform};
+    TransfersScreen screen{api, workspace, platform.loop, platform.random};
 };
 
 TEST_F(TransfersScreenTest, refreshesItselfWhileItIsOnView) {

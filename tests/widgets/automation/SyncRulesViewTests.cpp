@@ -66,7 +66,10 @@ public:
 
     SyncWorld home;
     FolderID folder;
-    SyncRulesScreen screen{*home.sync, home.world.api(), home.world.platform()};
+    SyncRulesScreen screen{
+        *home.sync,
+        home.world.api(),
+        {home.world.loop, home.world.clock, home.world.random, home.world.folderAccess, "/home/user"}};
     SyncRulesView view{screen};
 };
 

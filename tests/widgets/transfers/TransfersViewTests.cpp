@@ -47,7 +47,7 @@ public:
     }
 
     FakeWorkspace workspace;
-    TransfersScreen screen{api, workspace, platform};
+    TransfersScreen screen{api, workspace, platform.loop, platform.random};
     TransfersView view{screen};
 };
 
