@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "app/TovriApp.h"
+#include "base/PlainText.h"
 #include "base/TaskScope.h"
 #include "cli/CommandContext.h"
 #include "cli/RunDefaults.h"
@@ -73,7 +74,7 @@ bool needsStoredSecret(CommandName command, bool hasToken) {
 void endAtTheLatest(int /*signal*/) {
     constexpr std::string_view text =
         "tovri-cli: something hangs, so it ended without waiting; what was not saved yet is lost.\n";
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());  // our own words
     ::_exit(static_cast<int>(ExitCode::interrupted));
 }
 
@@ -253,7 +254,7 @@ private:
 };
 
 ExitCode complain(const std::string& text) {
-    fmt::print(stderr, "{}\n", text);
+    fmt::print(stderr, "{}\n", plainLines(text));
     return ExitCode::wrongArguments;
 }
 
@@ -261,7 +262,7 @@ ExitCode runProgram(std::vector<std::string> arguments) {
     auto parsed = parseArguments(std::move(arguments));
     if (const auto* wrong = std::get_if<WrongArguments>(&parsed)) return complain(wrong->message);
     if (const auto* requested = std::get_if<RequestedText>(&parsed)) {
-        std::fwrite(requested->text.data(), 1, requested->text.size(), stdout);
+        std::fwrite(requested->text.data(), 1, requested->text.size(), stdout);  // our own words
         return std::fflush(stdout) == 0 ? ExitCode::success : ExitCode::failure;
     }
     const Result<ServiceHosts> hosts =

@@ -1,6 +1,5 @@
 #include <QApplication>
 #include <QDeadlineTimer>
-#include <QMessageBox>
 #include <QSocketNotifier>
 #include <QTextStream>
 #include <QThread>
@@ -38,6 +37,7 @@
 #include "platform/secret/ChooseCredentialStore.h"
 #include "platform/secret/CredentialCache.h"
 #include "service/KeychainItem.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Theme.h"
 #include "widgets/window/Desktop.h"
 #include "widgets/window/WaitingWindow.h"
@@ -144,11 +144,9 @@ private:
 
     // Said where the user looks. A session that ends does not wait for an answer.
     static void endUnsaved(const std::string& reason) {
-        constexpr std::chrono::seconds patience{20};
-        QTextStream(stderr) << "tovri: " << QString::fromStdString(reason) << '\n';
-        QMessageBox box(QMessageBox::Warning, QStringLiteral("Tovri"), QString::fromStdString(reason));
-        QTimer::singleShot(patience, &box, &QMessageBox::accept);
-        box.exec();
+        constexpr int patience = 20'000;  // milliseconds
+        StandardOutputLog(stderr).line("tovri: " + reason);
+        warnInBox(QString::fromStdString(reason), patience);
         QCoreApplication::exit(failed);
     }
 
@@ -189,7 +187,7 @@ private:
 };
 
 int complain(const QString& text) {
-    QTextStream(stderr) << "tovri: " << text << '\n';
+    StandardOutputLog(stderr).line("tovri: " + text.toStdString());
     return wrongArguments;
 }
 
@@ -198,11 +196,11 @@ bool answeredWithoutWindow(int count, char** arguments) {
     for (int i = 1; i < count; ++i) {
         const QByteArrayView argument(arguments[i]);
         if (argument == "--help" || argument == "-h") {
-            QTextStream(stdout) << usage;
+            QTextStream(stdout) << usage;  // our own words
             return true;
         }
         if (argument == "--version") {
-            QTextStream(stdout) << "tovri " << TOVRI_VERSION << '\n';
+            QTextStream(stdout) << "tovri " << TOVRI_VERSION << '\n';  // our own words
             return true;
         }
     }
@@ -238,7 +236,7 @@ int runProgram() {
     SingleInstance instance(folders.standard.applicationData);
     const auto lock = lockOrCall(folders.standard.applicationData, instance, address);
     if (!lock) {
-        QMessageBox::warning(nullptr, QStringLiteral("Tovri"), QString::fromStdString(lock.error().description));
+        warnInBox(QString::fromStdString(lock.error().description));
         return failed;
     }
     if (!*lock) return success;

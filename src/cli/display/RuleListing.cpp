@@ -50,8 +50,8 @@ std::string rulesJSON(const std::vector<SyncRule>& rules) {
         json.beginObject()
             .field("id", rule.id.text())
             .field("putioFolderID", rule.putioFolderID)
-            .field("putioFolderName", unicodeText(rule.putioFolderName))
-            .field("localFolderPath", unicodeText(rule.localFolderPath))
+            .field("putioFolderName", rule.putioFolderName)
+            .field("localFolderPath", rule.localFolderPath)
             .flag("deleteAfterDownload", rule.deleteAfterDownload)
             .flag("isEnabled", rule.isEnabled)
             .field("pollIntervalMinutes", rule.pollIntervalMinutes)
@@ -64,7 +64,7 @@ std::string rulesJSON(const std::vector<SyncRule>& rules) {
         json.endObject();
     }
     json.endArray().endObject();
-    return std::string(json.line());
+    return json.line();
 }
 
 }  // namespace tovri::cli

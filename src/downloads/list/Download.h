@@ -91,7 +91,7 @@ struct Download : DownloadRecord {
 
     [[nodiscard]] std::string speedText() const;     // "1.2 MB/s", empty below 1
     [[nodiscard]] std::string progressText() const;  // "1.2 MB / 3.4 MB"
-    [[nodiscard]] std::string percentText() const;   // "42%", truncated
+    [[nodiscard]] std::string percentText() const;   // "42%"
     [[nodiscard]] std::optional<double> etaSeconds() const;
     [[nodiscard]] std::string etaText() const;  // "12s left", "3m 4s left", "1h 2m left" or empty
 };
@@ -105,6 +105,9 @@ using DownloadPointer = std::shared_ptr<Download>;
 
 // An item for all who do not belong to the engine.
 using ConstDownloadPointer = std::shared_ptr<const Download>;
+
+// Of a progress from 0 to 1, truncated: "42%"; what is no such number is not shown as if it were.
+[[nodiscard]] std::string percentText(double progress);
 
 // "59s", "3m 4s", "1h 2m"
 [[nodiscard]] std::string durationText(double seconds);

@@ -16,6 +16,7 @@
 #include "widgets/parts/StepperBox.h"
 #include "widgets/parts/Switch.h"
 #include "widgets/parts/Texts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
@@ -125,7 +126,7 @@ QWidget* SettingsWindow::makeAccount() {
     auto* form = new SettingsForm;
     form->addSection(textOf(SettingsScreen::putioSection));
     form->addRow(textOf(SettingsScreen::clientIDLabel), makeClientID());
-    status_ = new QLabel;
+    status_ = makeLabel();
     form->addRow(textOf(SettingsScreen::statusLabel), status_);
     form->addSection({});
     signOut_ = new QPushButton(titleOf(SettingsScreen::signOutLabel));
@@ -137,7 +138,7 @@ QWidget* SettingsWindow::makeAccount() {
 }
 
 QWidget* SettingsWindow::makeClientID() {
-    clientIDText_ = new QLabel;
+    clientIDText_ = makeLabel();
     auto* change = new LinkButton(textOf(SettingsScreen::changeLabel));
     connect(change, &QToolButton::clicked, this, [this] {
         screen_.editClientID();

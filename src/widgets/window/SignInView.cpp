@@ -15,6 +15,7 @@
 #include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
@@ -55,9 +56,9 @@ void showText(QLineEdit& field, const std::string& text) {
 SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     : QScrollArea(parent),
       screen_(screen),
-      symbol_(new QLabel),
-      name_(new QLabel(SignInScreen::name)),
-      tagline_(new QLabel(SignInScreen::tagline)),
+      symbol_(makeLabel()),
+      name_(makeLabel(SignInScreen::name)),
+      tagline_(makeLabel(SignInScreen::tagline)),
       change_(new LinkButton(SignInScreen::changeClientIDLabel)),
       error_(new ErrorLine(calloutFont)),
       following_(screen.onChange([this] { update(); })) {
@@ -102,7 +103,7 @@ QWidget* SignInView::makeSetup() {
     headline_ = new TextLabel(SignInScreen::setupHeadline);
     hint_ = new TextLabel;
     hint_->setWordWrap(true);
-    hint_->setTextFormat(Qt::RichText);
+    hint_->setTextFormat(Qt::RichText);  // our own words
     hint_->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     connect(hint_, &QLabel::linkActivated, this, [this] { screen_.openApplicationPage(); });
     auto* line = new QHBoxLayout;
