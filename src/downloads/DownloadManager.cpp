@@ -34,6 +34,7 @@ DownloadManager::DownloadManager(DownloadPorts ports)
                 saves_.request(SaveSchedule::Urgency::gathered);
                 processQueue();
             }),
+      accounts_(list_),
       brakes_(ports_.loop, ports_.random),
       serviceHolds_(ports_.loop, ports_.clock, list_, [this] { processQueue(); }),
       deletion_(list_, groups_, saves_, {ports_.loop, ports_.files, ports_.volumes, lanes_, journal_, brought_}),
@@ -118,6 +119,7 @@ ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const Enque
     record.deleteAfterDownload =
         options.deleteAfterDownload.value_or(around_.preferences && around_.preferences->deleteAfterDownload());
     record.syncRuleID = options.syncRuleID;
+    record.account = accounts_.account();
 
     auto item = std::make_shared<Download>(std::move(record));
     list_.insertOnTop({item});
@@ -156,6 +158,7 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
         DownloadRecord record = newRecord(listed.file, ports_.random.makeUUID());
         record.destinationFolder = folder;
         record.securityScopeBookmark = bookmark;
+        record.account = accounts_.account();
         if (request.deleteAfterDownload) {
             record.folderDeleteID = request.folderID;
             record.folderGroupID = request.groupID;
@@ -363,6 +366,22 @@ void DownloadManager::holdAll(std::optional<std::string> reason) {
         for (DownloadRun* run : runs) run->yieldSlot();
     list_.tell(QueueChange::Kind::isHeld);
     processQueue();
+}
+
+void DownloadManager::useAnyAccount(const ConstDownloadPointer& shown) {
+    const DownloadPointer item = list_.changeable(*shown);
+    if (!item) return;
+    accounts_.useAnyAccount(*item);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::setAccount(const std::optional<std::string>& name) {
+    accounts_.setAccount(name);
+    for (const DownloadPointer& item : list_.withStatus(Status::downloading))
+        if (item->run && accounts_.obstacle(*item)) item->run->yieldSlot();
+    processQueue();
+    if (use_ == Use::running) scheduleSave();
 }
 
 void DownloadManager::setSignedIn(bool isSignedIn) {

@@ -34,10 +34,11 @@ struct DifferingCopy {
 struct DownloadRecord {
     UUID id;
     FileID fileID;
-    std::string fileName;                 // as put.io has it: data, not a path
-    ByteCount fileSize = 0;               // as put.io reported it; 0 when it gave none
-    std::optional<std::string> crc32;     // likewise: up to eight hexadecimal digits
-    std::optional<ByteCount> listedSize;  // as put.io said when it was asked again, where that is another size
+    std::string fileName;                        // as put.io has it: data, not a path
+    ByteCount fileSize = 0;                      // as put.io reported it; 0 when it gave none
+    std::optional<std::string> crc32;            // likewise: up to eight hexadecimal digits
+    std::optional<ByteCount> listedSize;         // as put.io said when it was asked again, where that is another size
+    std::shared_ptr<const std::string> account;  // put.io's, in which it was queued; null: of whoever is signed in next
     SharedFolder destinationFolder;
     std::shared_ptr<const ByteBlob> securityScopeBookmark;
     bool deleteAfterDownload = false;  // delete this one file from put.io once it is placed
