@@ -26,6 +26,18 @@ std::optional<std::string> CredentialCache::load(const std::string& account) {
     return found == values_.end() ? std::nullopt : found->second;
 }
 
+void CredentialCache::readAnew(const std::string& account, Loaded done) {
+    later(
+        [&loop = loop_, self = std::weak_ptr(self_), account, done = std::move(done)](CredentialStore& store) mutable {
+            loop.post([self, account, value = store.load(account), done = std::move(done)]() mutable {
+                const auto cache = self.lock();
+                if (!cache) return;
+                (*cache)->values_[account] = value;
+                done(std::move(value));
+            });
+        });
+}
+
 void CredentialCache::save(const std::string& account, const std::string& value) {
     values_[account] = value;
     later([account, value](CredentialStore& store) { store.save(account, value); });
