@@ -17,6 +17,7 @@ constexpr std::string_view dot = " · ";
 
 // In the row the time since the last pass stands in a column that says what it is; here words say it.
 std::string statusText(const SyncRule& rule, const SyncRuleRow& row, Timestamp now) {
+    if (rule.isEnabled && rule.isForeign) return "Waits for the account " + printable(rule.account.value_or(""));
     if (!rule.isEnabled || !rule.isInitialized || !rule.lastSyncDate) return row.status;
     return relativeTimeText(timeSince(*rule.lastSyncDate, now), UnitNames::whole) + " ago";
 }
@@ -58,6 +59,7 @@ std::string rulesJSON(const std::vector<SyncRule>& rules) {
             .flag("isInitialized", rule.isInitialized)
             .field("knownFiles", static_cast<std::int64_t>(rule.knownFileIDs.size()))
             .field("pendingFiles", static_cast<std::int64_t>(rule.pendingFileIDs.size()));
+        if (rule.account) json.field("account", *rule.account);
         if (rule.lastSyncDate)
             json.field("lastSyncDate",
                        fmt::format("{:%FT%TZ}", std::chrono::floor<std::chrono::seconds>(*rule.lastSyncDate)));
