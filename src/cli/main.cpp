@@ -12,6 +12,7 @@
 #include "app/TovriApp.h"
 #include "base/PlainText.h"
 #include "base/TaskScope.h"
+#include "base/Trimmed.h"
 #include "cli/CommandContext.h"
 #include "cli/RunDefaults.h"
 #include "cli/StandardTerminal.h"
@@ -36,6 +37,7 @@
 #include "platform/posix/SystemSleepClock.h"
 #include "platform/posix/XDGFolders.h"
 #include "platform/secret/ChooseCredentialStore.h"
+#include "service/SignInRedirect.h"
 
 namespace tovri::cli {
 namespace {
@@ -113,9 +115,16 @@ public:
                    std::filesystem::current_path(),
                    token_.has_value(),
                    folders_.configuration,
-                   [this] { return storedDefaults_.isSaved(); }} {}
+                   [this] { return storedDefaults_.isSaved(); },
+                   [this](KeychainItem item, const std::string& value) {
+                       return load(*secrets_, item) == value || (item == KeychainItem::accessToken && token_ == value);
+                   },
+                   [this] { return forgetToken(); }} {}
 
     ExitCode run() {
+        if (token_ && !token_->empty() && !isAccessToken(trimmed(*token_)))
+            terminal_.message(
+                "TOVRI_TOKEN holds no access token: those have no blanks, line breaks or other controls.");
         const Subscription signals[] = {onEnding(SIGINT), onEnding(SIGTERM), onEnding(SIGHUP)};
         if (lock_ && !*lock_) {
             context_.complain(lock_->error());
@@ -166,6 +175,15 @@ private:
                 fmt::format("No keyring keeps the secrets ({}); they are kept in {}, which only you can read.", reason,
                             (folders_.state / "credentials.json").native()));
         });
+    }
+
+    // Which of them has it depends on whether the keyring answered when somebody signed in.
+    bool forgetToken() {
+        for (CredentialStore* store : {secrets_.get(), static_cast<CredentialStore*>(&secretsInFile_)}) {
+            remove(*store, KeychainItem::accessToken);
+            if (load(*store, KeychainItem::accessToken)) return false;
+        }
+        return true;
     }
 
     Task<> work() {
