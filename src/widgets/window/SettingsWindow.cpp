@@ -128,6 +128,8 @@ QWidget* SettingsWindow::makeAccount() {
     form->addRow(textOf(SettingsScreen::clientIDLabel), makeClientID());
     status_ = makeLabel();
     form->addRow(textOf(SettingsScreen::statusLabel), status_);
+    account_ = makeLabel();
+    form->addRow(textOf(SettingsScreen::accountLabel), account_);
     form->addSection({});
     signOut_ = new QPushButton(titleOf(SettingsScreen::signOutLabel));
     signOut_->setAutoDefault(true);
@@ -198,12 +200,18 @@ void SettingsWindow::updateAccount() {
     const QString edited = textOf(screen_.clientIDText());
     if (clientIDField_->text() != edited) clientIDField_->setText(edited);
     showLabel(*status_, screen_.status());
+    account_->setText(textOf(screen_.signedInAccount()));
     signOut_->setEnabled(screen_.canSignOut());
 }
 
 void SettingsWindow::chooseFolder() {
     chooseLocalFiles(*this, SettingsScreen::downloadFolderChooser(),
                      [this](const LocalPaths& chosen) { screen_.setDownloadFolder(chosen.front()); });
+}
+
+void SettingsWindow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!event->spontaneous()) screen_.appear();
 }
 
 void SettingsWindow::hideEvent(QHideEvent* event) {

@@ -61,6 +61,7 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
       tagline_(makeLabel(SignInScreen::tagline)),
       change_(new LinkButton(SignInScreen::changeClientIDLabel)),
       error_(new ErrorLine(calloutFont)),
+      notice_(new TextLabel),
       following_(screen.onChange([this] { update(); })) {
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
@@ -79,6 +80,7 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     column->addWidget(waiting_, 0, Qt::AlignHCenter);
     column->addWidget(change_, 0, Qt::AlignHCenter);
     column->addWidget(error_, 0, Qt::AlignHCenter);
+    column->addWidget(notice_, 0, Qt::AlignHCenter);
     column->addStretch();
     connect(change_, &QToolButton::clicked, this, [this] {
         screen_.changeClientID();
@@ -192,6 +194,8 @@ void SignInView::update() {
     addressError_->show(textOf(screen_.addressError().value_or("")));
     change_->setVisible(screen_.showsChangeClientID());
     showError();
+    notice_->setText(textOf(screen_.notice().value_or("")));
+    notice_->setVisible(screen_.notice().has_value());
 }
 
 // As wide as it is, so that it stands in the middle.
