@@ -102,6 +102,9 @@ void addAccountOptions(CLI::App& app, Options& options) {
     app.add_option("--token", options.token, "The access token to expect (default: sandbox-token)")
         ->type_name("TEXT")
         ->group("Account");
+    app.add_option("--username", options.username, "What the account is called (default: sandbox)")
+        ->type_name("TEXT")
+        ->group("Account");
 }
 
 void addBehaviourOptions(CLI::App& app, Options& options) {

@@ -13,7 +13,8 @@ namespace tovri::sandbox {
 // What the command line asks for.
 struct Options {
     SandboxSettings settings;
-    std::optional<std::string> token;  // stands above the account file's
+    std::optional<std::string> token;     // stands above the account file's
+    std::optional<std::string> username;  // likewise
     std::string accountFile;
     bool isDemo = false;
     bool isGenerated = false;

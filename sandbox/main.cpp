@@ -47,6 +47,7 @@ void fill(Sandbox& sandbox, const Options& options) {
     if (options.isDemo) addDemoAccount(scene);
     for (const LivingFolder& folder : options.livingFolders) sandbox.folders().add(folder);
     if (options.token) scene.settings.token = *options.token;
+    if (options.username) scene.settings.username = *options.username;
     for (const std::string& text : options.faults) {
         std::expected<Fault, std::string> fault = parseFault(text);
         if (!fault) throw std::runtime_error(fault.error());

@@ -15,6 +15,7 @@
 #include "platform/UserDefaults.h"
 #include "platform/WebAuthentication.h"
 #include "screens/files/FileBrowserState.h"
+#include "service/AccountInfo.h"
 #include "service/AuthManager.h"
 #include "service/PutIOAPI.h"
 #include "service/ServiceHosts.h"
@@ -54,6 +55,9 @@ public:
 
     [[nodiscard]] AuthManager& authManager() { return authManager_; }
 
+    // Whose account that is. Asks by itself from `setup` on.
+    [[nodiscard]] AccountInfo& account() { return account_; }
+
     [[nodiscard]] Preferences& preferences() { return preferences_; }
 
     [[nodiscard]] SpeedControl& speedControl() { return speedControl_; }
@@ -74,12 +78,15 @@ public:
 
 private:
     void follow(AuthManager::Change change);
+    void followAccount();
+    void reloadFiles();
     void startPolling();
 
     Ports ports_;
     Polling polling_;
     AppDelegate appDelegate_;
     AuthManager authManager_;
+    AccountInfo account_;
     Preferences preferences_;
     SpeedLimit speedLimit_;
     LimitedHTTPSession http_;
@@ -93,6 +100,7 @@ private:
     UpdaterController updater_;
     bool hasSetup_ = false;
     Subscription signIn_;
+    Subscription accountChange_;
     Subscription speed_;
 };
 

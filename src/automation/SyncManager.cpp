@@ -57,6 +57,8 @@ void SyncManager::addRule(SyncRule rule) {
     rule.isInitialized = false;
     rule.stockIsWhole = false;
     rule.revision = 1;
+    if (!rule.account) rule.account = account_;
+    rule.isForeign = isForeign(rule);
     ++beginnings_[id];
     rules_.push_back(std::move(rule));
     save();
@@ -85,6 +87,8 @@ void SyncManager::updateRule(SyncRule rule) {
         rule.lastSyncDate = stored.lastSyncDate;
     }
     rule.revision = stored.revision + 1;
+    rule.account = stored.account;
+    rule.isForeign = stored.isForeign;
     stored = std::move(rule);
     save();
     changes_.tell({SyncChange::Kind::ruleChanged, *index});
@@ -97,6 +101,47 @@ void SyncManager::deleteRule(const UUID& id) {
         changes_.tell({SyncChange::Kind::ruleRemoved, *index});
     }
     save();
+}
+
+// --- Accounts ---
+
+bool SyncManager::isForeign(const SyncRule& rule) const {
+    return isAccountTold_ && rule.account && rule.account != account_;
+}
+
+void SyncManager::setAccount(const std::optional<std::string>& name) {
+    isAccountTold_ = true;
+    account_ = name;
+    bool isAnyNew = false;
+    bool goesAnyOn = false;
+    for (std::size_t index = 0; index < rules_.size(); ++index) {
+        SyncRule& rule = rules_[index];
+        isAnyNew = isAnyNew || (!rule.account && name);
+        if (!rule.account) rule.account = name;
+        if (rule.isForeign == isForeign(rule)) continue;
+        rule.isForeign = !rule.isForeign;
+        goesAnyOn = goesAnyOn || !rule.isForeign;
+        changes_.tell({SyncChange::Kind::ruleChanged, index});
+    }
+    if (isAnyNew) save();
+    if (goesAnyOn && isPolling()) startPolling();
+}
+
+void SyncManager::useAnyAccount(const UUID& id) {
+    const auto index = indexOf(id);
+    if (!index) return;
+    SyncRule& rule = rules_[*index];
+    rule.account = account_;
+    rule.isForeign = false;
+    rule.knownFileIDs.clear();
+    rule.pendingFileIDs.clear();
+    rule.isInitialized = false;
+    rule.stockIsWhole = false;
+    rule.lastSyncDate.reset();
+    ++rule.revision;
+    ++beginnings_[id];
+    save();
+    changes_.tell({SyncChange::Kind::ruleChanged, *index});
 }
 
 // --- What settles ---

@@ -83,6 +83,14 @@ public:
     // What the rule has in the queue stays there.
     void deleteRule(const UUID& id);
 
+    // In which account somebody is signed in; none: nobody knows yet. Rules of another one wait; those of none become
+    // this one's.
+    void setAccount(const std::optional<std::string>& name);
+
+    // The user wants a rule of another account to work in the one that is signed in. It begins anew there, with an
+    // inventory by the next pass: the files that it knows are the other account's.
+    void useAnyAccount(const UUID& id);
+
     // The file will not be downloaded again for the rule.
     void fileSettled(const UUID& rule, FileID fileID);
 
@@ -143,6 +151,8 @@ private:
     void reportSyncFailure(const std::string& name, const Error& error);
     void reportInventoryFailure(const std::string& name, const Error& error);
 
+    [[nodiscard]] bool isForeign(const SyncRule& rule) const;
+
     [[nodiscard]] std::optional<std::size_t> indexOf(const UUID& id) const;
     [[nodiscard]] std::vector<std::size_t> settle(const UUID& rule, FileID fileID);
     [[nodiscard]] bool isUnsecured(const UUID& rule, FileID fileID) const;
@@ -160,6 +170,8 @@ private:
     PutIOAPI* api_ = nullptr;
     DownloadManager* downloadManager_ = nullptr;
 
+    bool isAccountTold_ = false;
+    std::optional<std::string> account_;
     std::vector<SyncRule> rules_;
     SyncRuleStore::Unsecured unsecured_;
     std::unordered_map<UUID, std::uint64_t> beginnings_;  // how often a rule began anew: an older listing is stale

@@ -81,6 +81,11 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
     const Timestamp passTime = ports_.clock.now();
     const UUID id = rules_[index].id;
     const std::string name = rules_[index].putioFolderName;
+    if (rules_[index].isForeign) {
+        platform_.log.line("[SyncManager] " + name + ": waits for the put.io account " +
+                           rules_[index].account.value_or("") + ", in which the rule was made");
+        co_return;
+    }
     if (!rules_[index].isInitialized) {
         const bool isInitialized = co_await initializeRule(id, stop);
         (void)isInitialized;  // either way, a later pass downloads
@@ -226,6 +231,7 @@ Task<bool> SyncManager::initializeRule(UUID id, std::stop_token stop) {
     auto index = indexOf(id);
     if (!index) co_return false;
     if (rules_[*index].isInitialized) co_return true;
+    if (rules_[*index].isForeign) co_return false;
 
     const std::string name = rules_[*index].putioFolderName;
     const std::uint64_t beginning = beginnings_[id];

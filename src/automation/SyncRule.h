@@ -24,12 +24,16 @@ struct SyncRule {
     bool deleteAfterDownload = false;  // from put.io, once a file has arrived
     bool isEnabled = true;             // whether automatic passes look at it
     std::int64_t pollIntervalMinutes = 5;
+    std::optional<std::string> account;  // put.io's, in which it was made; none: of whoever is signed in next
 
     FileIDSet knownFileIDs;                 // never downloaded again: found by the inventory, or settled since
     FileIDSet pendingFileIDs;               // put into the queue, not settled yet
     bool isInitialized = false;             // the inventory has succeeded; no file is downloaded before
     bool stockIsWhole = false;              // a whole listing has been seen; till then, old files may be unknown
     std::optional<Timestamp> lastSyncDate;  // when the last pass began that could list the folder
+
+    // Another account is signed in, or nobody knows which: the rule waits. Not saved.
+    bool isForeign = false;
 
     // Which state of the five fields above this is a copy of; not saved. SyncManager counts it up with each change of
     // them; 0 stands in a record that is nobody's copy.

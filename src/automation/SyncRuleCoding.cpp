@@ -29,6 +29,7 @@ constexpr RecordFormat ruleFormat{
     optional("isInitialized", &SyncRule::isInitialized, FlagFormat()),
     younger("stockIsWhole", &SyncRule::stockIsWhole, FlagFormat()),
     optional("lastSyncDate", &SyncRule::lastSyncDate, DateFormat()),
+    optional("account", &SyncRule::account, TextFormat()),
 };
 
 }  // namespace

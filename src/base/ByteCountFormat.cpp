@@ -52,16 +52,16 @@ std::string formatGroupedNumber(ByteCount number) {
 }
 
 std::string formatRate(BytesPerSecond rate) {
-    return formatByteCount(rate.count) + "/s";
+    return rate.count < 0 ? std::string(noNumber) : formatByteCount(rate.count) + "/s";
 }
 
 std::string formatExactByteCount(ByteCount count) {
+    if (count < 0) return std::string(noNumber);
     return formatGroupedNumber(count) + (count == 1 ? " byte" : " bytes");
 }
 
 std::string formatByteCount(ByteCount count) {
-    const auto bits = static_cast<std::uint64_t>(count);
-    return count < 0 ? "-" + magnitudeText(0 - bits) : magnitudeText(bits);
+    return count < 0 ? std::string(noNumber) : magnitudeText(static_cast<std::uint64_t>(count));
 }
 
 }  // namespace tovri

@@ -13,6 +13,7 @@
 #include "cli/arguments/ArgumentParser.h"
 #include "platform/Platform.h"
 #include "service/AuthManager.h"
+#include "service/KeychainItem.h"
 #include "service/PutIOAPI.h"
 #include "settings/Preferences.h"
 
@@ -32,6 +33,9 @@ struct CommandContext {
     bool hasTokenFromEnvironment = false;
     std::filesystem::path configurationFolder;
     std::function<bool()> hasSavedPreferences;  // whether what was assigned has reached the disk
+    // Whether this value is what is stored of the secret, or what the environment gives.
+    std::function<bool(KeychainItem, const std::string& value)> isKept;
+    std::function<bool()> forgetToken;  // takes it out of every store; whether it is gone
 
     // How wide a line on standard output may be, when that is a terminal.
     [[nodiscard]] std::optional<std::size_t> outputWidth() const;

@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/PlainText.h"
+
 namespace tovri::cli {
 namespace {
 
@@ -86,7 +88,7 @@ void StandardTerminal::writeLine(int descriptor, std::string_view line) {
         held_.emplace_back(descriptor, line);
         return;
     }
-    const std::string text = std::string(line) + "\n";
+    const std::string text = plainLine(line) + "\n";
     const bool isShown = descriptor == STDOUT_FILENO ? showsOutput_ : showsMessages_;
     if (live_.isEmpty() || !isShown) return write(descriptor, text);
     write(STDOUT_FILENO, live_.insertAbove(text, size().columns));
@@ -111,7 +113,7 @@ Subscription StandardTerminal::ask(std::string_view question, Echo echo, LineRec
     hiddenLive_ = lateLive_.value_or(live_.lines());
     lateLive_.reset();
     if (!live_.isEmpty()) write(STDOUT_FILENO, live_.replace({}, size().columns));
-    write(STDERR_FILENO, question);
+    write(STDERR_FILENO, plainLines(question));
     question_ = std::make_shared<Question>();
     question_->done = std::move(done);
     question_->readable = events_.onReadable(STDIN_FILENO, [this, asked = std::weak_ptr(question_)] {

@@ -37,10 +37,12 @@ public:
     [[nodiscard]] virtual bool isBehind() const = 0;
 
     // A line of data on standard output, a line for the user on standard error; without the line break at their end.
+    // What is no plain text in them is replaced: one line stays one, and commands no terminal, wherever it goes.
     virtual void print(std::string_view line) = 0;
     virtual void message(std::string_view line) = 0;
 
-    // Keeps these lines below all others on standard output, which is a terminal. No lines take them away.
+    // Keeps these lines below all others on standard output, which is a terminal. No lines take them away. They may
+    // hold colours, so what comes from outside is printable already.
     virtual void showLive(std::vector<std::string> lines) = 0;
 
     // Reads a line of standard input after the question, which standard error shows; none at the input's end. All other

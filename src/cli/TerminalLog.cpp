@@ -5,8 +5,6 @@
 
 #include <unistd.h>
 
-#include "cli/display/DisplayText.h"
-
 namespace tovri::cli {
 namespace {
 
@@ -30,11 +28,9 @@ void TerminalLog::line(std::string_view text) {
     loop_.post([this, line = std::string(text)] { show(line); });
 }
 
-// A name in the line may hold control characters; only a terminal would obey them.
 void TerminalLog::show(std::string_view text) {
     if (isRepeated(text)) return;
-    const std::string line = terminal_.showsOutput() ? printable(text) : std::string(text);
-    stream_ == Stream::output ? terminal_.print(line) : terminal_.message(line);
+    stream_ == Stream::output ? terminal_.print(text) : terminal_.message(text);
 }
 
 bool TerminalLog::isRepeated(std::string_view text) {

@@ -10,7 +10,9 @@
 #include <unistd.h>
 
 #include "app/TovriApp.h"
+#include "base/PlainText.h"
 #include "base/TaskScope.h"
+#include "base/Trimmed.h"
 #include "cli/CommandContext.h"
 #include "cli/RunDefaults.h"
 #include "cli/StandardTerminal.h"
@@ -35,6 +37,7 @@
 #include "platform/posix/SystemSleepClock.h"
 #include "platform/posix/XDGFolders.h"
 #include "platform/secret/ChooseCredentialStore.h"
+#include "service/SignInRedirect.h"
 
 namespace tovri::cli {
 namespace {
@@ -73,7 +76,7 @@ bool needsStoredSecret(CommandName command, bool hasToken) {
 void endAtTheLatest(int /*signal*/) {
     constexpr std::string_view text =
         "tovri-cli: something hangs, so it ended without waiting; what was not saved yet is lost.\n";
-    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, text.data(), text.size());  // our own words
     ::_exit(static_cast<int>(ExitCode::interrupted));
 }
 
@@ -112,9 +115,16 @@ public:
                    std::filesystem::current_path(),
                    token_.has_value(),
                    folders_.configuration,
-                   [this] { return storedDefaults_.isSaved(); }} {}
+                   [this] { return storedDefaults_.isSaved(); },
+                   [this](KeychainItem item, const std::string& value) {
+                       return load(*secrets_, item) == value || (item == KeychainItem::accessToken && token_ == value);
+                   },
+                   [this] { return forgetToken(); }} {}
 
     ExitCode run() {
+        if (token_ && !token_->empty() && !isAccessToken(trimmed(*token_)))
+            terminal_.message(
+                "TOVRI_TOKEN holds no access token: those have no blanks, line breaks or other controls.");
         const Subscription signals[] = {onEnding(SIGINT), onEnding(SIGTERM), onEnding(SIGHUP)};
         if (lock_ && !*lock_) {
             context_.complain(lock_->error());
@@ -165,6 +175,15 @@ private:
                 fmt::format("No keyring keeps the secrets ({}); they are kept in {}, which only you can read.", reason,
                             (folders_.state / "credentials.json").native()));
         });
+    }
+
+    // Which of them has it depends on whether the keyring answered when somebody signed in.
+    bool forgetToken() {
+        for (CredentialStore* store : {secrets_.get(), static_cast<CredentialStore*>(&secretsInFile_)}) {
+            remove(*store, KeychainItem::accessToken);
+            if (load(*store, KeychainItem::accessToken)) return false;
+        }
+        return true;
     }
 
     Task<> work() {
@@ -253,7 +272,7 @@ private:
 };
 
 ExitCode complain(const std::string& text) {
-    fmt::print(stderr, "{}\n", text);
+    fmt::print(stderr, "{}\n", plainLines(text));
     return ExitCode::wrongArguments;
 }
 
@@ -261,7 +280,7 @@ ExitCode runProgram(std::vector<std::string> arguments) {
     auto parsed = parseArguments(std::move(arguments));
     if (const auto* wrong = std::get_if<WrongArguments>(&parsed)) return complain(wrong->message);
     if (const auto* requested = std::get_if<RequestedText>(&parsed)) {
-        std::fwrite(requested->text.data(), 1, requested->text.size(), stdout);
+        std::fwrite(requested->text.data(), 1, requested->text.size(), stdout);  // our own words
         return std::fflush(stdout) == 0 ? ExitCode::success : ExitCode::failure;
     }
     const Result<ServiceHosts> hosts =

@@ -29,6 +29,7 @@ DownloadManager::DownloadManager(DownloadPorts ports)
                 saves_.request(SaveSchedule::Urgency::gathered);
                 processQueue();
             }),
+      accounts_(list_),
       brakes_(ports_.loop, ports_.random),
       serviceHolds_(ports_.loop, ports_.clock, list_, [this] { processQueue(); }),
       deletion_(list_, groups_, saves_, {ports_.loop, ports_.files, ports_.volumes, lanes_, journal_, brought_}),
@@ -231,6 +232,22 @@ void DownloadManager::holdAll(std::optional<std::string> reason) {
         for (DownloadRun* run : runs) run->yieldSlot();
     list_.tell(QueueChange::Kind::isHeld);
     processQueue();
+}
+
+void DownloadManager::useAnyAccount(const ConstDownloadPointer& shown) {
+    const DownloadPointer item = list_.changeable(*shown);
+    if (!item) return;
+    accounts_.useAnyAccount(*item);
+    processQueue();
+    scheduleSave();
+}
+
+void DownloadManager::setAccount(const std::optional<std::string>& name) {
+    accounts_.setAccount(name);
+    for (const DownloadPointer& item : list_.withStatus(Status::downloading))
+        if (item->run && accounts_.obstacle(*item)) item->run->yieldSlot();
+    processQueue();
+    if (use_ == Use::running) scheduleSave();
 }
 
 void DownloadManager::setSignedIn(bool isSignedIn) {

@@ -17,6 +17,7 @@
 #include "downloads/DownloadService.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/deleting/RemoteDeletion.h"
+#include "downloads/holding/AccountGate.h"
 #include "downloads/holding/HeldItems.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/partials/KeptFiles.h"
@@ -131,6 +132,9 @@ public:
     // The same for all, from now on.
     void useFoldersAnyway() { destinations_.acceptAny(); }
 
+    // Downloads a held item from the account that is signed in although it was queued in another.
+    void useAnyAccount(const ConstDownloadPointer& item);
+
     // For as long as there is a reason, given as the user sees it, nothing starts: what runs keeps what has arrived and
     // waits in the queue, unless it is being placed. What the user has paused stays so.
     void holdAll(std::optional<std::string> reason);
@@ -139,6 +143,10 @@ public:
 
     // While nobody is signed in nothing starts. Somebody is until this is told.
     void setSignedIn(bool isSignedIn);
+
+    // In which account; none: nobody knows yet. Items of another one wait, and what runs of them goes back to the
+    // queue.
+    void setAccount(const std::optional<std::string>& name);
 
     // --- Keeping ---
 
@@ -261,6 +269,7 @@ private:
     Leftovers leftovers_;
     DestinationCheck destinations_;
     HeldItems held_;
+    AccountGate accounts_;
     HostBrakes brakes_;
     ServiceHolds serviceHolds_;
     RemoteDeletion deletion_;

@@ -43,6 +43,7 @@ ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const Enque
     record.deleteAfterDownload =
         options.deleteAfterDownload.value_or(around_.preferences && around_.preferences->deleteAfterDownload());
     record.syncRuleID = options.syncRuleID;
+    record.account = accounts_.account();
 
     auto item = std::make_shared<Download>(std::move(record));
     list_.insertOnTop({item});
@@ -81,6 +82,7 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
         DownloadRecord record = newRecord(listed.file, ports_.random.makeUUID());
         record.destinationFolder = folder;
         record.securityScopeBookmark = bookmark;
+        record.account = accounts_.account();
         if (request.deleteAfterDownload) {
             record.folderDeleteID = request.folderID;
             record.folderGroupID = request.groupID;

@@ -49,6 +49,8 @@ void DownloadManager::restoreQueue() {
     cleanUp(items, journal_->recover());
     lookForLost();
 
+    for (const DownloadPointer& item : items)
+        if (!item->account && !isFinished(item->status)) item->account = accounts_.account();
     for (const DownloadPointer& item : items) holdForRule(*item);
     for (const DownloadPointer& item : items)
         if (item->status == Status::awaitingConflict && !recovery_.isHeld(*item)) goOn(item);

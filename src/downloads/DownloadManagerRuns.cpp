@@ -16,7 +16,8 @@ void DownloadManager::processQueue() {
     for (int held = 0; hasFreeSlot();) {
         const DownloadPointer next = nextInQueue();
         if (!next) break;
-        const HoldPointer hold = destinations_.knownObstacle(*next);
+        HoldPointer hold = accounts_.obstacle(*next);
+        if (!hold) hold = destinations_.knownObstacle(*next);
         if (!hold) {
             start(next);
             continue;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -12,6 +13,13 @@ public:
     virtual ~CredentialStore() = default;
 
     [[nodiscard]] virtual std::optional<std::string> load(const std::string& account) = 0;
+
+    // The same as it is stored at this moment, where `load` may know it from before. `done` runs on the main thread,
+    // perhaps at once; not at all where the store goes first.
+    using Loaded = std::move_only_function<void(std::optional<std::string>)>;
+
+    virtual void readAnew(const std::string& account, Loaded done) { done(load(account)); }
+
     virtual void save(const std::string& account, const std::string& value) = 0;
     virtual void remove(const std::string& account) = 0;
 };

@@ -1,6 +1,6 @@
 #include "service/AuthManager.h"
 
-#include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "base/Trimmed.h"
@@ -8,36 +8,18 @@
 #include "service/AuthError.h"
 #include "service/KeychainItem.h"
 #include "service/QueryEncoding.h"
+#include "service/SignInRedirect.h"
 #include "service/WebURL.h"
 
 namespace tovri {
 namespace {
 
 constexpr std::string_view placeholderClientID = "7316";
-constexpr const char* callbackScheme = "tovri-putio";
-constexpr std::string_view redirectURI = "tovri-putio://callback";
 
-// A line break or blank inside would end the header that carries the token, or begin another.
-bool fitsIntoHeader(std::string_view token) {
-    return std::ranges::all_of(token, [](char c) { return c > ' ' && c < '\x7F'; });
-}
-
-// The value of "access_token" as it stands, without percent-decoding; a name without value does not count.
-std::optional<std::string> tokenInFragment(std::string_view fragment) {
-    constexpr std::string_view name = "access_token=";
-    while (!fragment.empty()) {
-        const std::string_view piece = fragment.substr(0, fragment.find('&'));
-        if (piece.starts_with(name) && piece.size() > name.size() && fitsIntoHeader(piece))
-            return std::string(piece.substr(name.size()));
-        fragment.remove_prefix(std::min(piece.size() + 1, fragment.size()));
-    }
-    return std::nullopt;
-}
-
-std::optional<std::string> tokenInRedirect(std::string_view url) {
-    const std::size_t hash = url.find('#');
-    if (hash == std::string_view::npos) return std::nullopt;
-    return tokenInFragment(url.substr(hash + 1));
+// None where the text, from whatever source, is no token.
+std::optional<std::string> usable(const std::optional<std::string>& text) {
+    const std::string_view token = trimmed(text ? std::string_view(*text) : std::string_view());
+    return isAccessToken(token) ? std::optional<std::string>(token) : std::nullopt;
 }
 
 }  // namespace
@@ -45,7 +27,7 @@ std::optional<std::string> tokenInRedirect(std::string_view url) {
 AuthManager::AuthManager(CredentialStore& store, WebAuthentication& web, MainLoop& loop, ServiceHosts hosts)
     : store_(store), web_(web), loop_(loop), hosts_(std::move(hosts)) {
     clientID_ = load(store_, KeychainItem::clientID).value_or(std::string(placeholderClientID));
-    token_ = load(store_, KeychainItem::accessToken);
+    token_ = usable(load(store_, KeychainItem::accessToken));
     isAuthenticated_ = token_.has_value();
 }
 
@@ -71,22 +53,29 @@ Result<std::string> AuthManager::authorizationURL() const {
 }
 
 Task<Result<void>> AuthManager::signIn(std::stop_token stop) {
+    Result<std::string> token = co_await requestToken(std::move(stop));
+    if (!token) co_return failure(token);
+    adopt(std::move(*token));
+    co_return Result<void>();
+}
+
+Task<Result<std::string>> AuthManager::requestToken(std::stop_token stop) {
     Result<std::string> page = authorizationURL();
     if (!page) co_return failure(page);
     Result<std::optional<std::string>> redirect = co_await Answer<std::optional<std::string>>(
-        loop_, std::move(stop), [&](auto done) { return web_.authenticate(*page, callbackScheme, std::move(done)); });
+        loop_, std::move(stop),
+        [&](auto done) { return web_.authenticate(*page, std::string(redirectScheme), std::move(done)); });
     if (!redirect) co_return failure(redirect);
     if (!*redirect) co_return failure(AuthError::noCallback());
 
     std::optional<std::string> token = tokenInRedirect(**redirect);
     if (!token) co_return failure(AuthError::noToken());
-    adopt(std::move(*token));
-    co_return Result<void>();
+    co_return std::move(*token);
 }
 
 Result<void> AuthManager::signInWithToken(std::string_view token) {
     token = trimmed(token);
-    if (token.empty() || !fitsIntoHeader(token)) return failure(AuthError::noToken());
+    if (!isAccessToken(token)) return failure(AuthError::noToken());
     adopt(std::string(token));
     return {};
 }
@@ -99,6 +88,31 @@ bool AuthManager::handleCallback(std::string_view url) {
 }
 
 void AuthManager::signOut() {
+    wasRefused_ = false;
+    forget();
+}
+
+void AuthManager::refuse() {
+    wasRefused_ = true;
+    forget();
+}
+
+Task<> AuthManager::takeOverStored(std::string refused, std::stop_token stop) {
+    if (token_ != refused) co_return;
+    Result<std::optional<std::string>> stored =
+        co_await Answer<std::optional<std::string>>(loop_, std::move(stop), [&](auto done) {
+            const auto shared = std::make_shared<decltype(done)>(std::move(done));
+            store_.readAnew(accountName(KeychainItem::accessToken),
+                            [open = std::weak_ptr(shared)](std::optional<std::string> value) {
+                                if (const auto waiting = open.lock()) (*waiting)(std::move(value));
+                            });
+            return Subscription([shared] {});
+        });
+    std::optional<std::string> other = stored ? usable(*stored) : std::nullopt;
+    if (other && *other != refused && token_ == refused) use(std::move(*other));
+}
+
+void AuthManager::forget() {
     token_.reset();
     account_.reset();
     const bool wasAuthenticated = std::exchange(isAuthenticated_, false);
@@ -107,9 +121,18 @@ void AuthManager::signOut() {
 }
 
 void AuthManager::adopt(std::string token) {
+    save(store_, token, KeychainItem::accessToken);
+    use(std::move(token));
+}
+
+void AuthManager::use(std::string token) {
+    wasRefused_ = false;
+    const bool differs = token_ != token;
     token_ = std::move(token);
-    save(store_, *token_, KeychainItem::accessToken);
-    if (!std::exchange(isAuthenticated_, true)) changes_.tell(Change::isAuthenticated);
+    if (!std::exchange(isAuthenticated_, true))
+        changes_.tell(Change::isAuthenticated);
+    else if (differs)
+        changes_.tell(Change::token);
 }
 
 }  // namespace tovri

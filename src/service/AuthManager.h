@@ -21,7 +21,11 @@ namespace tovri {
 // come back at construction. Signs in by the service's OAuth page (implicit grant, RFC 6749, section 4.2).
 class AuthManager {
 public:
-    enum class Change { isAuthenticated, clientID };
+    enum class Change {
+        isAuthenticated,
+        token,  // another one in its place, while somebody stays signed in
+        clientID,
+    };
 
     // `store`, `web` and `loop` outlive the manager.
     AuthManager(CredentialStore& store, WebAuthentication& web, MainLoop& loop, ServiceHosts hosts);
@@ -47,6 +51,9 @@ public:
     // a failure changes nothing.
     Task<Result<void>> signIn(std::stop_token stop);
 
+    // The same up to the token, which it does not take: for whoever wants to know first whose it is.
+    Task<Result<std::string>> requestToken(std::stop_token stop);
+
     // Signs in with a token that the user already has; white space at its ends is dropped. `noToken` when nothing is
     // left that could stand in a request header.
     Result<void> signInWithToken(std::string_view token);
@@ -58,17 +65,30 @@ public:
     // Forgets the token, also in the store. The client ID stays.
     void signOut();
 
+    // The service does not accept the token. Where the store has another one by now, that one is taken over; it stays
+    // to be seen whether it is accepted.
+    Task<> takeOverStored(std::string refused, std::stop_token stop);
+
+    // Signs out because the service does not accept the token.
+    void refuse();
+
+    // Whether that is why nobody is signed in.
+    [[nodiscard]] bool wasRefused() const { return wasRefused_; }
+
     // Told after the state is consistent, only when the value differs.
     Subscription onChange(std::function<void(Change)> tell) { return changes_.subscribe(std::move(tell)); }
 
 private:
     void adopt(std::string token);
+    void use(std::string token);
+    void forget();
 
     CredentialStore& store_;
     WebAuthentication& web_;
     MainLoop& loop_;
     ServiceHosts hosts_;
     bool isAuthenticated_ = false;
+    bool wasRefused_ = false;
     std::optional<PutIOAccount> account_;
     std::optional<std::string> token_;
     std::string clientID_;

@@ -30,7 +30,7 @@ Result<void> PutIOAPI::validate(const HTTPResponse& response, const std::string&
     if (response.status == 0) return failure(APIError::invalidResponse());
     if (response.status >= 200 && response.status <= 299) return {};
     if (response.status == 401) {
-        if (authManager_.token() == sentToken) authManager_.signOut();
+        if (authManager_.token() == sentToken) authManager_.refuse();
         return failure(APIError::notAuthenticated());
     }
     Error refused = response.status == 429 ? APIError::rateLimited() : APIError::httpError(response.status);
@@ -92,8 +92,9 @@ Task<Result<PutIOAPI::CheckedLater>> PutIOAPI::sendUnchecked(HTTPRequest request
     request.headers.emplace(request.headers.begin(), "Authorization", "Bearer " + *token);
 
     Result<HTTPResponse> response = co_await Answer<HTTPResponse>(
-        ports_.loop, std::move(stop), [&](auto done) { return session_.send(std::move(request), std::move(done)); });
+        ports_.loop, stop, [&](auto done) { return session_.send(std::move(request), std::move(done)); });
     if (!response) co_return failure(response);
+    if (response->status == 401) co_await authManager_.takeOverStored(*token, std::move(stop));
     co_return CheckedLater{std::move(*response), *token};
 }
 

@@ -82,8 +82,8 @@ public:
     template <class T>
     Task<Result<T>> post(std::string path, Parameters parameters, std::stop_token stop);
 
-    // Success for a status from 200 to 299. A 401 signs the user out before it fails, unless somebody has signed in
-    // anew since the request was sent with `sentToken`.
+    // Success for a status from 200 to 299. A 401 signs the user out before it fails, unless another token has taken
+    // the place of `sentToken` since the request was sent.
     Result<void> validate(const HTTPResponse& response, const std::string& sentToken);
 
     // The first page of a folder's entries, in the service's order, and whether it is all of them. The root is 0.

@@ -1,17 +1,18 @@
 #include <QApplication>
 #include <QDeadlineTimer>
-#include <QMessageBox>
 #include <QSocketNotifier>
 #include <QTextStream>
 #include <QThread>
 #include <QTimer>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <utility>
 
 #include "app/TovriApp.h"
+#include "base/Trimmed.h"
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/CurlTransferSession.h"
 #include "platform/icu/ICUTextCollation.h"
@@ -38,6 +39,8 @@
 #include "platform/secret/ChooseCredentialStore.h"
 #include "platform/secret/CredentialCache.h"
 #include "service/KeychainItem.h"
+#include "service/SignInRedirect.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Theme.h"
 #include "widgets/window/Desktop.h"
 #include "widgets/window/WaitingWindow.h"
@@ -71,6 +74,8 @@ public:
         : instance_(instance), folders_(std::move(folders)), hosts_(std::move(hosts)) {}
 
     int run(const QString& address) {
+        if (token_ && !token_->empty() && !isAccessToken(trimmed(*token_)))
+            log_.line("[Tovri] TOVRI_TOKEN holds no access token, so nobody is signed in by it");
         if (!address.isEmpty()) receive(address);
         instance_.listen([this](const QString& called) { receive(called); });
         QSocketNotifier ending(signals_.descriptor(), QSocketNotifier::Read);
@@ -144,11 +149,9 @@ private:
 
     // Said where the user looks. A session that ends does not wait for an answer.
     static void endUnsaved(const std::string& reason) {
-        constexpr std::chrono::seconds patience{20};
-        QTextStream(stderr) << "tovri: " << QString::fromStdString(reason) << '\n';
-        QMessageBox box(QMessageBox::Warning, QStringLiteral("Tovri"), QString::fromStdString(reason));
-        QTimer::singleShot(patience, &box, &QMessageBox::accept);
-        box.exec();
+        constexpr int patience = 20'000;  // milliseconds
+        StandardOutputLog(stderr).line("tovri: " + reason);
+        warnInBox(QString::fromStdString(reason), patience);
         QCoreApplication::exit(failed);
     }
 
@@ -189,7 +192,7 @@ private:
 };
 
 int complain(const QString& text) {
-    QTextStream(stderr) << "tovri: " << text << '\n';
+    StandardOutputLog(stderr).line("tovri: " + text.toStdString());
     return wrongArguments;
 }
 
@@ -198,11 +201,11 @@ bool answeredWithoutWindow(int count, char** arguments) {
     for (int i = 1; i < count; ++i) {
         const QByteArrayView argument(arguments[i]);
         if (argument == "--help" || argument == "-h") {
-            QTextStream(stdout) << usage;
+            QTextStream(stdout) << usage;  // our own words
             return true;
         }
         if (argument == "--version") {
-            QTextStream(stdout) << "tovri " << TOVRI_VERSION << '\n';
+            QTextStream(stdout) << "tovri " << TOVRI_VERSION << '\n';  // our own words
             return true;
         }
     }
@@ -224,8 +227,28 @@ Result<std::optional<DataFolderLock>> lockOrCall(const std::filesystem::path& fo
     }
 }
 
-int runProgram() {
-    const QStringList arguments = QApplication::arguments().mid(1);
+// The addresses that the program was given, each of which is empty text there from now on: every user can read every
+// process's arguments, and an address holds a token.
+QStringList takeAddresses(int count, char** arguments) {
+    QStringList taken;
+    for (int i = 1; i < count; ++i) {
+        const QString argument = QString::fromLocal8Bit(arguments[i]);
+        if (!argument.startsWith(addressScheme)) continue;
+        taken << argument;
+        std::memset(arguments[i], 0, std::strlen(arguments[i]));
+    }
+    return taken;
+}
+
+// Without what is meant for the toolkit.
+QStringList ownArguments(QStringList addresses) {
+    QStringList arguments = QApplication::arguments().mid(1);
+    for (QString& argument : arguments)
+        if (argument.isEmpty() && !addresses.isEmpty()) argument = addresses.takeFirst();
+    return arguments;
+}
+
+int runProgram(const QStringList& arguments) {
     if (arguments.size() > 1 || (!arguments.isEmpty() && !arguments.constFirst().startsWith(addressScheme)))
         return complain(QStringLiteral("expected nothing, or one address that begins with %1 (see tovri --help)")
                             .arg(addressScheme));
@@ -238,7 +261,7 @@ int runProgram() {
     SingleInstance instance(folders.standard.applicationData);
     const auto lock = lockOrCall(folders.standard.applicationData, instance, address);
     if (!lock) {
-        QMessageBox::warning(nullptr, QStringLiteral("Tovri"), QString::fromStdString(lock.error().description));
+        warnInBox(QString::fromStdString(lock.error().description));
         return failed;
     }
     if (!*lock) return success;
@@ -252,6 +275,7 @@ int runProgram() {
 int main(int count, char** arguments) {
     std::signal(SIGPIPE, SIG_IGN);  // where nobody reads any more, writing fails instead
     if (tovri::answeredWithoutWindow(count, arguments)) return tovri::success;
+    const QStringList addresses = tovri::takeAddresses(count, arguments);
     QApplication application(count, arguments);
     QApplication::setApplicationName(QStringLiteral("tovri"));
     QApplication::setApplicationVersion(QStringLiteral(TOVRI_VERSION));
@@ -259,5 +283,5 @@ int main(int count, char** arguments) {
     QApplication::setQuitOnLastWindowClosed(false);
     tovri::Theme theme(application);
     theme.followDesktop();
-    return tovri::runProgram();
+    return tovri::runProgram(tovri::ownArguments(addresses));
 }

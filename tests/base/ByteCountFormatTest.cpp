@@ -31,7 +31,7 @@ TEST(ByteCountFormat, choosesUnitAndFractionAsPeopleRead) {
         {1'050'000'000, "1.05 GB"},  // the zero before the last digit stays
         {3'000'000'000'000, "3 TB"},
         {std::numeric_limits<ByteCount>::max(), "9.22 EB"},
-        {std::numeric_limits<ByteCount>::min(), "-9.22 EB"},
+        {std::numeric_limits<ByteCount>::min(), "–"},
     };
     for (const Case& c : cases) EXPECT_EQ(formatByteCount(c.count), c.text) << c.count;
 }

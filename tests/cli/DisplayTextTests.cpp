@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "cli/display/DisplayText.h"
+#include "cli/display/JSON.h"
 
 namespace tovri::cli {
 namespace {
@@ -32,6 +33,12 @@ TEST(DisplayText, letsNothingThroughThatATerminalObeys) {
         {"e\xCC\x81 \xE6\x97\xA5 \xF0\x9F\x8E\xAC", "e\xCC\x81 \xE6\x97\xA5 \xF0\x9F\x8E\xAC"},
     };
     for (const Case& c : cases) EXPECT_EQ(printable(c.bytes), c.expected) << testing::PrintToString(c.bytes);
+}
+
+TEST(DisplayText, jsonIsExactAndCommandsNoTerminal) {
+    JSON json;
+    json.beginObject().field("name", "\x1b[31m\n\x7F\xC2\x9B\xE2\x80\xAE\xFFé").endObject();
+    EXPECT_EQ(json.line(), R"({"name":"\u001B[31m\n\u007f\u009b\u202e�é"})");
 }
 
 TEST(DisplayText, countsColumnsAsATerminalDoes) {

@@ -104,16 +104,40 @@ TEST_F(AuthManagerTest, tellsObserversOfRealChangesOnly) {
     auth.signOut();
     auth.signOut();
     const std::vector<std::pair<AuthManager::Change, bool>> expected{
-        {isAuthenticated, true}, {clientID, true}, {isAuthenticated, false}};
+        {isAuthenticated, true}, {token, true}, {clientID, true}, {isAuthenticated, false}};
     EXPECT_EQ(told, expected);
     EXPECT_EQ(restarted().clientID(), "456");
     EXPECT_FALSE(restarted().isAuthenticated());
+}
+
+// Another process may have signed in meanwhile.
+TEST_F(AuthManagerTest, aRefusedTokenGivesWayToTheOneThatIsStoredByNow) {
+    answerWith(401, "");
+    EXPECT_TRUE(auth.signInWithToken("old"));
+    credentials.values["accessToken"] = "newer";
+    EXPECT_FALSE(run(api.listFiles(rootFolderID, never())));
+    EXPECT_EQ(auth.token(), "newer");
+    EXPECT_EQ(credentials.values.at("accessToken"), "newer");
+    EXPECT_FALSE(auth.wasRefused());
+
+    EXPECT_FALSE(run(api.listFiles(rootFolderID, never())));
+    EXPECT_FALSE(auth.isAuthenticated());
+    EXPECT_TRUE(auth.wasRefused());
+    EXPECT_FALSE(credentials.values.contains("accessToken"));
+    EXPECT_TRUE(auth.signInWithToken("good"));
+    auth.signOut();
+    EXPECT_FALSE(auth.wasRefused());
 }
 
 TEST_F(AuthManagerTest, startsFromWhatTheStoreHolds) {
     credentials.values = {{"accessToken", "\xFF"}};  // not text: as if absent
     EXPECT_FALSE(restarted().isAuthenticated());
     EXPECT_EQ(restarted().clientID(), "7316");
+    credentials.values = {{"accessToken", "a\r\nX-Header: b"}};  // it would add a header
+    EXPECT_FALSE(restarted().isAuthenticated());
+    credentials.values = {{"accessToken", " abc\n"}};
+    EXPECT_EQ(restarted().token(), "abc");
+    credentials.values.clear();
     credentials.values = {{"clientID", ""}};
     EXPECT_EQ(restarted().clientID(), "");
 }

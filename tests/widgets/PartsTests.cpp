@@ -1,5 +1,6 @@
 #include <QCheckBox>
 #include <QComboBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QMenu>
 #include <QPushButton>
@@ -20,6 +21,7 @@
 #include "widgets/parts/StepperBox.h"
 #include "widgets/parts/Switch.h"
 #include "widgets/parts/Toolbar.h"
+#include "widgets/theme/ForeignText.h"
 
 namespace tovri {
 namespace {
@@ -57,6 +59,23 @@ std::vector<ToolbarEntry> someEntries(bool canDownload) {
              .choices = {{10, "Name", true}, {11, "Size", false}}},
             {.kind = ToolbarEntry::Kind::progress, .title = "Uploading", .isVisible = false},
             {.kind = ToolbarEntry::Kind::searchField, .title = "Filter files"}};
+}
+
+TEST(ForeignTextTest, namesAreNoMarkup) {
+    const QString name = "<img src=\"file:%2fdev%2fzero\">\n& more";
+    Breadcrumbs crumbs;
+    crumbs.show(QStringList{name.repeated(20), "Extras"});
+    QWidget widget;
+    setPlainToolTip(widget, name);
+    const std::unique_ptr<QLabel> label(makeLabel(name));
+    EXPECT_EQ(label->textFormat(), Qt::PlainText);
+    QStringList toolTips{widget.toolTip()};
+    for (const auto* button : crumbs.findChildren<QToolButton*>()) toolTips << button->toolTip();
+    for (const QString& text : toolTips) {
+        EXPECT_FALSE(text.contains("<img")) << text.toStdString();
+        EXPECT_FALSE(Qt::mightBeRichText(text) && !text.startsWith("<p style")) << text.toStdString();
+    }
+    EXPECT_EQ(plainToolTip("A & B"), "A & B");
 }
 
 TEST(ToolbarTest, followsItsEntriesWithoutTakingTheFocusOrTheText) {

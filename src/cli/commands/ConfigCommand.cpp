@@ -106,7 +106,7 @@ void addTo(JSON& json, const Preferences& preferences, const Preference<T>& pref
     else if constexpr (std::is_same_v<T, BytesPerSecond>)
         json.field(preference.key, preferences.value(preference).count);
     else if constexpr (!std::is_same_v<T, Bookmark>)
-        json.field(preference.key, unicodeText(textOf(preferences, preference)));
+        json.field(preference.key, textOf(preferences, preference));
 }
 
 }  // namespace

@@ -69,8 +69,9 @@ std::size_t ControlCommand::changeItems(const std::vector<ConstDownloadPointer>&
     std::size_t count = 0;
     for (const ConstDownloadPointer& item : items) {
         const Status before = item->status;
+        const bool wasHeld = item->hold != nullptr;
         change(item);
-        if (item->status != before || !queue.downloads().contains(*item)) ++count;
+        if (item->status != before || (wasHeld && !item->hold) || !queue.downloads().contains(*item)) ++count;
     }
     return count;
 }
@@ -81,6 +82,7 @@ void ControlCommand::change(const ConstDownloadPointer& item) {
         case CommandName::pause:
             return queue.pause(item);
         case CommandName::resume:
+            if (item->status == Status::queued && item->hold && item->account) return queue.useAnyAccount(item);
             return queue.resume(item);
         case CommandName::cancel:
             if (!isFinished(item->status) && item->status != Status::deleting) queue.cancel(item);

@@ -49,7 +49,7 @@ void ListCommand::print(const std::vector<PutIOFile>& files) const {
 
 void ListCommand::printJSON(const std::vector<PutIOFile>& files) const {
     std::string text = "{\"files\":[";
-    for (const PutIOFile& file : files) text += (text.back() == '[' ? "" : ",") + encodeJSON(file);
+    for (const PutIOFile& file : files) text += (text.back() == '[' ? "" : ",") + escapedJSON(encodeJSON(file));
     context_.terminal.print(text + "]}");
 }
 

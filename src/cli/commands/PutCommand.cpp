@@ -56,7 +56,7 @@ void PutCommand::tellArrived(const std::string& file, const PutIOFile& uploaded)
         return context_.terminal.print(
             fmt::format("Uploaded: {} ({}, ID {})", printable(file), uploaded.displaySize(), uploaded.id.text()));
     JSON json;
-    json.beginObject().field("event", "uploaded").field("file", unicodeText(file)).field("fileID", uploaded.id);
+    json.beginObject().field("event", "uploaded").field("file", file).field("fileID", uploaded.id);
     json.field("name", uploaded.name).field("size", uploaded.size.value_or(0)).endObject();
     context_.terminal.print(json.line());
 }
@@ -65,10 +65,7 @@ void PutCommand::tellFailed(const std::string& file, const Error& error) {
     context_.complain(fmt::format("{}: {}", file, withAdvice(error)));
     if (!context_.invocation.has("--json")) return;
     JSON json;
-    json.beginObject()
-        .field("event", "failed")
-        .field("file", unicodeText(file))
-        .field("error", unicodeText(error.description));
+    json.beginObject().field("event", "failed").field("file", file).field("error", error.description);
     context_.terminal.print(json.endObject().line());
 }
 
@@ -85,7 +82,7 @@ void PutCommand::tellProgress() {
     if (isJSON) {
         if (context_.terminal.isBehind()) return;
         JSON json;
-        json.beginObject().field("event", "progress").field("name", unicodeText(upload.name)).field("bytes", sent);
+        json.beginObject().field("event", "progress").field("name", upload.name).field("bytes", sent);
         return context_.terminal.print(json.field("size", total).field("speed", speed.count).endObject().line());
     }
     if (!context_.terminal.showsOutput() || total <= 0) return;

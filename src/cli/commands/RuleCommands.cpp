@@ -32,7 +32,9 @@ std::string named(const SyncRule& rule) {
 }  // namespace
 
 Task<ExitCode> RuleListCommand::run(std::stop_token /*stop*/) {
-    const std::vector<SyncRule>& rules = context_.app.syncManager().rules();
+    std::vector<SyncRule> rules = context_.app.syncManager().rules();
+    const std::optional<std::string> last = context_.app.account().lastName();
+    for (SyncRule& rule : rules) rule.isForeign = last && rule.account && rule.account != last;
     if (context_.invocation.has("--json")) {
         context_.terminal.print(rulesJSON(rules));
         co_return ExitCode::success;
@@ -123,6 +125,8 @@ Task<Result<std::string>> RuleAddCommand::change(std::stop_token stop) {
     Result<SyncRule> rule = co_await withFolder(std::move(begun), context().invocation.operands.front(), stop);
     if (!rule) co_return failure(rule);
 
+    const Result<PutIOAccount> account = co_await context().app.account().refresh(stop);
+    if (account) rule->account = account->username;
     const std::string name = named(*rule);
     const UUID id = rule->id;
     sync().addRule(std::move(*rule));
@@ -168,6 +172,12 @@ Task<Result<std::string>> RuleStepCommand::change(std::stop_token /*stop*/) {
         co_return fmt::format("Deleted: the rule for \"{}\"", name);
     }
     const bool isEnabled = context().invocation.command == CommandName::rulesEnable;
+    const std::optional<std::string> last = context().app.account().lastName();
+    if (isEnabled && last && rule->account && rule->account != last) {
+        const UUID id = rule->id;
+        sync().useAnyAccount(id);
+        rule = *sync().find(id);
+    }
     rule->isEnabled = isEnabled;
     sync().updateRule(std::move(*rule));
     co_return fmt::format("{}: the rule for \"{}\"", isEnabled ? "Enabled" : "Paused", name);

@@ -4,10 +4,12 @@
 
 #include <fmt/format.h>
 
+#include "base/Trimmed.h"
 #include "cli/commands/Question.h"
 #include "cli/commands/SavedQueue.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
+#include "service/SignInRedirect.h"
 
 namespace tovri::cli {
 namespace {
@@ -36,47 +38,65 @@ QueueCounts countsOf(const QueueSnapshot& queue) {
 
 }  // namespace
 
-// The token is tried at once: a wrong one should not show in the middle of the night.
+// The token is tried before it takes the place of another: a wrong one should not show in the middle of the night.
 Task<ExitCode> LoginCommand::run(std::stop_token stop) {
-    if (const auto id = context_.invocation.value("--client-id")) context_.auth.saveClientID(*id);
-    Result<void> done;
-    if (context_.invocation.has("--token-stdin"))
-        done = co_await signInWithToken(stop);
-    else
-        done = co_await signIn(stop);
-    if (!done) {
-        context_.complain(done.error());
+    if (const auto id = context_.invocation.value("--client-id")) {
+        context_.auth.saveClientID(*id);
+        if (!context_.isKept(KeychainItem::clientID, context_.auth.clientID())) {
+            context_.complain("the client ID could not be kept, so nobody is signed in.");
+            co_return ExitCode::failure;
+        }
+    }
+    Result<std::string> token = co_await newToken(stop);
+    if (!token) {
+        context_.complain(token.error());
         co_return ExitCode::failure;
     }
-    if (context_.hasTokenFromEnvironment) context_.terminal.message(tokenPrecedes);
-    Result<std::vector<PutIOFile>> tried = co_await context_.api.listFiles(rootFolderID, stop);
-    if (!tried && tried.error().code == ErrorCase::notAuthenticated) {
+    const Result<PutIOAccount> account = co_await context_.app.account().lookUp(*token, stop);
+    if (!account && account.error().code == ErrorCase::notAuthenticated) {
         context_.complain("put.io does not accept this access token; nothing was kept.");
         co_return ExitCode::failure;
     }
-    context_.terminal.print("Signed in.");
-    if (!tried) context_.complain("put.io could not be asked: " + tried.error().description);
-    co_return ExitCode::success;
+    co_return keep(*token, account);
 }
 
-Task<Result<void>> LoginCommand::signIn(std::stop_token stop) {
-    Result<void> done = co_await context_.auth.signIn(stop);
-    co_return done;
-}
-
-Task<Result<void>> LoginCommand::signInWithToken(std::stop_token stop) {
+Task<Result<std::string>> LoginCommand::newToken(std::stop_token stop) {
+    if (!context_.invocation.has("--token-stdin")) {
+        Result<std::string> token = co_await context_.auth.requestToken(stop);
+        co_return token;
+    }
     const std::string question = context_.terminal.canAsk() ? "Access token (not shown): " : "";
     Result<std::optional<std::string>> line =
         co_await ask(context_.platform.loop, context_.terminal, question, Terminal::Echo::hidden, stop);
-    Result<void> done = context_.auth.signInWithToken(line && *line ? **line : std::string());
-    if (!done) co_return failure(Error(ErrorCase::noToken, "Standard input holds no access token."));
-    co_return done;
+    std::string token(trimmed(line && *line ? std::string_view(**line) : std::string_view()));
+    if (!isAccessToken(token)) co_return failure(Error(ErrorCase::noToken, "Standard input holds no access token."));
+    co_return token;
+}
+
+ExitCode LoginCommand::keep(const std::string& token, const Result<PutIOAccount>& account) {
+    const Result<void> taken = context_.auth.signInWithToken(token);
+    if (!taken || !context_.isKept(KeychainItem::accessToken, token)) {
+        context_.complain(taken ? "the access token could not be kept." : taken.error().description);
+        return ExitCode::failure;
+    }
+    if (account) context_.app.account().remember(token, *account);
+    context_.terminal.print(account ? fmt::format("Signed in as {}.", printable(account->username)) : "Signed in.");
+    if (!account)
+        context_.complain("put.io could not be asked, so the access token is not checked: " +
+                          account.error().description);
+    if (context_.hasTokenFromEnvironment) context_.terminal.message(tokenPrecedes);
+    return ExitCode::success;
 }
 
 Task<ExitCode> LogoutCommand::run(std::stop_token /*stop*/) {
     context_.auth.signOut();
+    if (!context_.forgetToken()) {
+        context_.complain("the access token could not be taken out of its store.");
+        co_return ExitCode::failure;
+    }
     context_.terminal.print("Signed out.");
-    if (context_.hasTokenFromEnvironment) context_.terminal.message(tokenPrecedes);
+    if (context_.hasTokenFromEnvironment)
+        context_.terminal.message("TOVRI_TOKEN is set and still signs in as long as it is.");
     co_return ExitCode::success;
 }
 
@@ -84,19 +104,13 @@ Task<ExitCode> StatusCommand::run(std::stop_token /*stop*/) {
     const Result<QueueSnapshot> saved = readSavedQueue(context_.platform);
     if (!saved) context_.complain(saved.error().description);
     const QueueSnapshot queue = saved.value_or(QueueSnapshot());
-    const QueueCounts counts = countsOf(queue);
-    const AuthManager& auth = context_.auth;
+    const std::optional<Result<PutIOAccount>> whose = co_await account();
     if (context_.invocation.has("--json")) {
-        JSON json;
-        json.beginObject().flag("isAuthenticated", auth.isAuthenticated());
-        json.flag("hasTokenFromEnvironment", context_.hasTokenFromEnvironment);
-        json.flag("hasClientID", !auth.needsClientID()).flag("isPaused", queue.isPaused);
-        json.field("waiting", counts.waiting).field("paused", counts.paused).field("failed", counts.failed);
-        json.field("finished", counts.finished).endObject();
-        context_.terminal.print(json.line());
+        printJSON(queue, whose);
         co_return ExitCode::success;
     }
-    context_.terminal.print(signInText());
+    const QueueCounts counts = countsOf(queue);
+    context_.terminal.print(signInText(whose));
     context_.terminal.print(fmt::format("Queue: {} waiting, {} paused, {} failed, {} finished{}", counts.waiting,
                                         counts.paused, counts.failed, counts.finished,
                                         queue.isPaused ? "; the queue is paused" : ""));
@@ -106,9 +120,42 @@ Task<ExitCode> StatusCommand::run(std::stop_token /*stop*/) {
     co_return ExitCode::success;
 }
 
-std::string StatusCommand::signInText() const {
-    if (context_.hasTokenFromEnvironment) return "Signed in with the token of TOVRI_TOKEN";
-    return context_.auth.isAuthenticated() ? "Signed in" : "Not signed in; sign in with: tovri-cli login";
+// None while nobody is signed in. Does not remember it, so that looking writes nothing, and waits for no slow network.
+Task<std::optional<Result<PutIOAccount>>> StatusCommand::account() {
+    constexpr std::chrono::seconds patience{5};
+    if (!context_.auth.isAuthenticated()) co_return std::nullopt;
+    std::stop_source tooLong;
+    const Subscription limit =
+        context_.platform.loop.schedule(patience, [tooLong]() mutable { tooLong.request_stop(); });
+    Result<PutIOAccount> account = co_await context_.app.account().lookUp(*context_.auth.token(), tooLong.get_token());
+    co_return account;
+}
+
+void StatusCommand::printJSON(const QueueSnapshot& queue, const std::optional<Result<PutIOAccount>>& account) const {
+    const QueueCounts counts = countsOf(queue);
+    JSON json;
+    json.beginObject().flag("isAuthenticated", context_.auth.isAuthenticated());
+    json.flag("hasTokenFromEnvironment", context_.hasTokenFromEnvironment);
+    json.flag("hasClientID", !context_.auth.needsClientID()).flag("isPaused", queue.isPaused);
+    json.field("waiting", counts.waiting).field("paused", counts.paused).field("failed", counts.failed);
+    json.field("finished", counts.finished);
+    if (account && *account) {
+        json.field("account", (*account)->username);
+        if ((*account)->disk && (*account)->disk->used) json.field("used", *(*account)->disk->used);
+        if (const auto left = freeSpace(**account)) json.field("free", *left);
+    }
+    json.endObject();
+    context_.terminal.print(json.line());
+}
+
+std::string StatusCommand::signInText(const std::optional<Result<PutIOAccount>>& account) const {
+    if (!account) return "Not signed in; sign in with: tovri-cli login";
+    std::string text = "Signed in";
+    if (context_.hasTokenFromEnvironment) text += " with the token of TOVRI_TOKEN";
+    if (*account) return text + ": " + printable(accountText(**account));
+    if (account->error().code == ErrorCase::notAuthenticated)
+        return text + ", but put.io does not accept the access token; sign in with: tovri-cli login";
+    return text + "; put.io could not be asked whose account that is";
 }
 
 }  // namespace tovri::cli

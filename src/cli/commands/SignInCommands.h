@@ -11,8 +11,8 @@ public:
     Task<ExitCode> run(std::stop_token stop) override;
 
 private:
-    Task<Result<void>> signIn(std::stop_token stop);
-    Task<Result<void>> signInWithToken(std::stop_token stop);
+    Task<Result<std::string>> newToken(std::stop_token stop);
+    ExitCode keep(const std::string& token, const Result<PutIOAccount>& account);
 
     CommandContext& context_;
 };
@@ -27,7 +27,7 @@ private:
     CommandContext& context_;
 };
 
-// status: who is signed in, and what the queue holds. Asks the service nothing.
+// status: who is signed in, with the space of the account, and what the queue holds.
 class StatusCommand final : public Command {
 public:
     explicit StatusCommand(CommandContext& context) : context_(context) {}
@@ -35,7 +35,9 @@ public:
     Task<ExitCode> run(std::stop_token stop) override;
 
 private:
-    [[nodiscard]] std::string signInText() const;
+    Task<std::optional<Result<PutIOAccount>>> account();
+    void printJSON(const QueueSnapshot& queue, const std::optional<Result<PutIOAccount>>& account) const;
+    [[nodiscard]] std::string signInText(const std::optional<Result<PutIOAccount>>& account) const;
 
     CommandContext& context_;
 };

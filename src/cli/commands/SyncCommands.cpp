@@ -23,6 +23,8 @@ Task<void> RuleSyncCommand::prepare(std::stop_token stop) {
     const Subscription failures = sync.onChange([this, &sync](const SyncChange& change) {
         if (change.kind == SyncChange::Kind::lastError && sync.lastError()) running().fail(*sync.lastError());
     });
+    // Rules wait until it is known whose account it is.
+    if (!context().app.account().name()) (void)co_await context().app.account().refresh(stop);
     if (rule_)
         co_await sync.syncRule(*rule_, SyncUrgency::forced, stop);
     else

@@ -3,37 +3,16 @@
 #include <algorithm>
 #include <vector>
 
+#include <fmt/format.h>
 #include <locale.h>
 #include <wchar.h>
+
+#include "base/PlainText.h"
 
 namespace tovri::cli {
 namespace {
 
-constexpr std::string_view replacement = "\xEF\xBF\xBD";
 constexpr std::string_view ellipsis = "\xE2\x80\xA6";
-
-// The code point at the start of the bytes and how many bytes it takes; `length` 0 when they are no UTF-8 (RFC 3629).
-struct CodePoint {
-    char32_t value = 0;
-    std::size_t length = 0;
-};
-
-CodePoint firstCodePoint(std::string_view bytes) {
-    const auto lead = static_cast<unsigned char>(bytes.front());
-    if (lead < 0x80) return {lead, 1};
-    const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || bytes.size() < length) return {};
-    char32_t value = lead & (0xFFU >> (length + 1));
-    for (std::size_t i = 1; i < length; ++i) {
-        const auto next = static_cast<unsigned char>(bytes[i]);
-        if ((next & 0xC0U) != 0x80) return {};
-        value = value << 6U | (next & 0x3FU);
-    }
-    constexpr char32_t smallest[] = {0x80, 0x800, 0x10000};
-    const bool isSurrogate = value >= 0xD800 && value <= 0xDFFF;
-    if (value < smallest[length - 2] || isSurrogate || value > 0x10FFFF) return {};
-    return {value, length};
-}
 
 // -1 for what is no character. Independent of the user's locale, which may know nothing but ASCII.
 int widthOf(char32_t character) {
@@ -45,14 +24,8 @@ int widthOf(char32_t character) {
     return width;
 }
 
-// The embeddings, overrides and isolates of the bidirectional algorithm (Unicode Standard Annex 9).
-bool changesDirection(char32_t character) {
-    return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069) ||
-           character == 0x200E || character == 0x200F || character == 0x061C;
-}
-
 bool isPrintable(char32_t character) {
-    return widthOf(character) >= 0 && character != 0 && !changesDirection(character);
+    return isPlain(character) && widthOf(character) >= 0;
 }
 
 // The characters for which `isKept` holds; all others are replaced.
@@ -63,7 +36,7 @@ std::string keeping(std::string_view bytes, IsKept isKept) {
     while (!bytes.empty()) {
         const CodePoint point = firstCodePoint(bytes);
         const std::size_t length = std::max<std::size_t>(point.length, 1);
-        text += point.length > 0 && isKept(point.value) ? bytes.substr(0, length) : replacement;
+        text += point.length > 0 && isKept(point.value) ? bytes.substr(0, length) : replacementCharacter;
         bytes.remove_prefix(length);
     }
     return text;
@@ -105,6 +78,22 @@ std::string printable(std::string_view bytes) {
 
 std::string unicodeText(std::string_view bytes) {
     return keeping(bytes, [](char32_t) { return true; });
+}
+
+// None of the characters that are not plain lies beyond the Basic Multilingual Plane, so four digits do.
+std::string escapedJSON(std::string_view json) {
+    std::string text;
+    text.reserve(json.size());
+    while (!json.empty()) {
+        const CodePoint point = firstCodePoint(json);
+        const std::size_t length = std::max<std::size_t>(point.length, 1);
+        if (point.length == 0 || isPlain(point.value))
+            text += json.substr(0, length);
+        else
+            text += fmt::format("\\u{:04x}", static_cast<std::uint32_t>(point.value));
+        json.remove_prefix(length);
+    }
+    return text;
 }
 
 std::size_t columnsOf(std::string_view text) {

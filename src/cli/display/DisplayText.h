@@ -13,6 +13,9 @@ namespace tovri::cli {
 // Any bytes as text that JSON can hold: what is no UTF-8 is replaced by U+FFFD.
 [[nodiscard]] std::string unicodeText(std::string_view bytes);
 
+// A JSON text with every character that is not plain as its escape; they stand only in its strings.
+[[nodiscard]] std::string escapedJSON(std::string_view json);
+
 // How many columns a printable text takes: East Asian characters take two, combining marks none.
 [[nodiscard]] std::size_t columnsOf(std::string_view text);
 

@@ -19,7 +19,7 @@ std::vector<std::string> feedLines(const std::vector<RSSFeed>& feeds, std::optio
 
 std::string feedsJSON(const std::vector<RSSFeed>& feeds) {
     std::string text = R"({"feeds":[)";
-    for (const RSSFeed& feed : feeds) text += (text.back() == '[' ? "" : ",") + encodeJSON(feed);
+    for (const RSSFeed& feed : feeds) text += (text.back() == '[' ? "" : ",") + escapedJSON(encodeJSON(feed));
     return text + "]}";
 }
 

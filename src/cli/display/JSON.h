@@ -7,10 +7,12 @@
 #include <rapidjson/writer.h>
 
 #include "base/Identifier.h"
+#include "cli/display/DisplayText.h"
 
 namespace tovri::cli {
 
-// Writes one JSON text on one line, key by key.
+// Writes one JSON text on one line, key by key. A text may be any bytes: what is no UTF-8 is replaced by U+FFFD, and
+// what is not plain is escaped, so that it comes out exact and commands no terminal on its way.
 class JSON {
 public:
     JSON() : writer_(buffer_) {}
@@ -25,7 +27,10 @@ public:
 
     JSON& key(std::string_view name) { return writer_.Key(name.data(), length(name)), *this; }
 
-    JSON& text(std::string_view value) { return writer_.String(value.data(), length(value)), *this; }
+    JSON& text(std::string_view value) {
+        const std::string unicode = unicodeText(value);
+        return writer_.String(unicode.data(), length(unicode)), *this;
+    }
 
     JSON& number(std::int64_t value) { return writer_.Int64(value), *this; }
 
@@ -44,7 +49,7 @@ public:
         return writer_.Key(name.data(), length(name)), writer_.Bool(value), *this;
     }
 
-    [[nodiscard]] std::string_view line() const { return {buffer_.GetString(), buffer_.GetSize()}; }
+    [[nodiscard]] std::string line() const { return escapedJSON({buffer_.GetString(), buffer_.GetSize()}); }
 
 private:
     static rapidjson::SizeType length(std::string_view text) { return static_cast<rapidjson::SizeType>(text.size()); }

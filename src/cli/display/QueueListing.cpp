@@ -23,10 +23,6 @@ bool isActive(DownloadStatus status) {
     return status == downloading || status == awaitingConflict || status == deleting;
 }
 
-std::string percentText(const DownloadRecord& item) {
-    return fmt::format("{}%", static_cast<int>(item.progress * 100));
-}
-
 std::string sizesText(const DownloadRecord& item) {
     return formatByteCount(item.bytesDownloaded) + " / " + formatByteCount(item.expectedSize());
 }
@@ -58,11 +54,11 @@ std::string statusText(const DownloadRecord& item, Timestamp now) {
             if (item.hold) return printable(item.hold->text);
             return item.expectedSize() > 0 ? "Queued \xC2\xB7 " + formatByteCount(item.expectedSize()) : "Queued";
         case downloading:
-            return sizesText(item) + " \xC2\xB7 " + percentText(item);
+            return sizesText(item) + " \xC2\xB7 " + percentText(item.progress);
         case awaitingConflict:
             return "Waiting \xE2\x80\x94 file already exists";
         case paused:
-            return sizesText(item) + " \xC2\xB7 Paused " + percentText(item);
+            return sizesText(item) + " \xC2\xB7 Paused " + percentText(item.progress);
         case completed:
             return arrivedText(item, now);
         case failed:
@@ -81,16 +77,16 @@ std::string statusText(const DownloadRecord& item, Timestamp now) {
 }
 
 void addOptional(JSON& json, std::string_view key, const std::optional<std::string>& value) {
-    if (value) json.field(key, unicodeText(*value));
+    if (value) json.field(key, *value);
 }
 
 void addItem(JSON& json, const DownloadRecord& item) {
     json.beginObject().field("id", item.id.text()).field("fileID", item.fileID).field("name", item.fileName);
     json.field("size", item.fileSize).field("bytes", item.bytesDownloaded).field("status", rawValue(item.status));
-    json.field("destination", unicodeText(item.destinationFolder->native()));
+    json.field("destination", item.destinationFolder->native());
     addOptional(json, "path", item.resolvedURL);
     if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
-    if (item.hold) json.field("waiting", unicodeText(item.hold->text));
+    if (item.hold) json.field("waiting", item.hold->text);
     addOptional(json, "error", item.error);
     json.endObject();
 }
@@ -122,7 +118,7 @@ std::string queueJSON(const QueueSnapshot& queue) {
     JSON json;
     json.beginObject().flag("isPaused", queue.isPaused).key("downloads").beginArray();
     for (const DownloadRecord& item : queue.downloads) addItem(json, item);
-    return std::string(json.endArray().endObject().line());
+    return json.endArray().endObject().line();
 }
 
 }  // namespace tovri::cli

@@ -17,6 +17,7 @@ constexpr std::string_view dot = " · ";
 
 // In the row the time since the last pass stands in a column that says what it is; here words say it.
 std::string statusText(const SyncRule& rule, const SyncRuleRow& row, Timestamp now) {
+    if (rule.isEnabled && rule.isForeign) return "Waits for the account " + printable(rule.account.value_or(""));
     if (!rule.isEnabled || !rule.isInitialized || !rule.lastSyncDate) return row.status;
     return relativeTimeText(timeSince(*rule.lastSyncDate, now), UnitNames::whole) + " ago";
 }
@@ -50,21 +51,22 @@ std::string rulesJSON(const std::vector<SyncRule>& rules) {
         json.beginObject()
             .field("id", rule.id.text())
             .field("putioFolderID", rule.putioFolderID)
-            .field("putioFolderName", unicodeText(rule.putioFolderName))
-            .field("localFolderPath", unicodeText(rule.localFolderPath))
+            .field("putioFolderName", rule.putioFolderName)
+            .field("localFolderPath", rule.localFolderPath)
             .flag("deleteAfterDownload", rule.deleteAfterDownload)
             .flag("isEnabled", rule.isEnabled)
             .field("pollIntervalMinutes", rule.pollIntervalMinutes)
             .flag("isInitialized", rule.isInitialized)
             .field("knownFiles", static_cast<std::int64_t>(rule.knownFileIDs.size()))
             .field("pendingFiles", static_cast<std::int64_t>(rule.pendingFileIDs.size()));
+        if (rule.account) json.field("account", *rule.account);
         if (rule.lastSyncDate)
             json.field("lastSyncDate",
                        fmt::format("{:%FT%TZ}", std::chrono::floor<std::chrono::seconds>(*rule.lastSyncDate)));
         json.endObject();
     }
     json.endArray().endObject();
-    return std::string(json.line());
+    return json.line();
 }
 
 }  // namespace tovri::cli

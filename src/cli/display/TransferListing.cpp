@@ -47,7 +47,8 @@ std::vector<std::string> transferLines(const std::vector<Transfer>& transfers, s
 
 std::string transfersJSON(const std::vector<Transfer>& transfers) {
     std::string text = R"({"transfers":[)";
-    for (const Transfer& transfer : transfers) text += (text.back() == '[' ? "" : ",") + encodeJSON(transfer);
+    for (const Transfer& transfer : transfers)
+        text += (text.back() == '[' ? "" : ",") + escapedJSON(encodeJSON(transfer));
     return text + "]}";
 }
 

@@ -215,6 +215,12 @@ void DownloadRun::tellHeld() {
         if (!item->hold) continue;
         if (++told > most) break;
         const bool isElsewhere = item->hold->reason == Hold::Reason::volume;
+        if (item->hold->reason == Hold::Reason::account) {
+            context_.terminal.message(fmt::format("{}: {}. Let it come from this account with: tovri-cli resume {}",
+                                                  printable(item->hold->text), pathText(*item),
+                                                  shortID(item->id, list.items().size())));
+            continue;
+        }
         context_.terminal.message(fmt::format("{}: {}. Go on with: tovri-cli run{}", printable(item->hold->text),
                                               pathText(*item), isElsewhere ? " [--use-folder-anyway]" : ""));
     }

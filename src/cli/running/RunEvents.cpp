@@ -102,18 +102,18 @@ std::string eventJSON(const QueueChange& change) {
     const Download& item = *change.item;
     JSON json;
     addItem(json.beginObject().field("event", nameOf(event)), item);
-    if (event == Event::queued) json.field("destination", unicodeText(item.destinationFolder->native()));
-    if (event == Event::arrived && item.resolvedURL) json.field("path", unicodeText(*item.resolvedURL));
+    if (event == Event::queued) json.field("destination", item.destinationFolder->native());
+    if (event == Event::arrived && item.resolvedURL) json.field("path", *item.resolvedURL);
     if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
-    if (event == Event::waiting) json.field("reason", unicodeText(item.hold->text));
-    if (item.error) json.field("error", unicodeText(*item.error));
-    return std::string(json.endObject().line());
+    if (event == Event::waiting) json.field("reason", item.hold->text);
+    if (item.error) json.field("error", *item.error);
+    return json.endObject().line();
 }
 
 std::string progressJSON(const Download& item) {
     JSON json;
     addItem(json.beginObject().field("event", "progress"), item).field("speed", item.speed.count);
-    return std::string(json.endObject().line());
+    return json.endObject().line();
 }
 
 std::string summaryLine(const RunTally& tally) {
@@ -139,7 +139,7 @@ std::string summaryJSON(const RunTally& tally) {
     if (tally.doubtful() > 0) json.field("doubtful", number(tally.doubtful()));
     if (tally.waiting() > 0) json.field("waiting", number(tally.waiting()));
     json.endObject();
-    return std::string(json.line());
+    return json.line();
 }
 
 }  // namespace tovri::cli

@@ -207,10 +207,12 @@ Task<Result<bool>> RemoteDeletion::wasDoneBefore(Deletion deletion) {
     if (!account) co_return false;  // what comes next will fail for the same reason
     bool wasAsked = true;
     for (const DownloadPointer& item : deletion.items) {
-        if (item->deletionAccount && *item->deletionAccount != *account)
-            co_return failure(Error(ErrorCase::notAuthenticated, "It is in the account of " + *item->deletionAccount +
-                                                                     ", and " + *account + " is signed in. " +
-                                                                     nothingDeletedText));
+        const std::string owner =
+            item->deletionAccount.value_or(item->account ? *item->account : *account);  // of the file
+        if (owner != *account)
+            co_return failure(Error(
+                ErrorCase::notAuthenticated,
+                "It is in the account of " + owner + ", and " + *account + " is signed in. " + nothingDeletedText));
         wasAsked = wasAsked && item->deletionAccount;
         item->deletionAccount = *account;
     }

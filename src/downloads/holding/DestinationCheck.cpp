@@ -161,6 +161,7 @@ bool DestinationCheck::isOver(const Hold& hold, const DestinationFacts& facts, B
             return acceptsAny_ || !book_.contradiction(hold.folder, facts);
         case Reason::service:
         case Reason::later:
+        case Reason::account:
             return false;
         case Reason::room:
             break;

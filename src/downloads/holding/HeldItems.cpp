@@ -24,7 +24,7 @@ HeldItems::HeldItems(MainLoop& loop, DownloadList& list, DestinationCheck& desti
 
 void HeldItems::follow(const QueueChange& change) {
     if (!change.item || !change.item->hold || timer_.isActive()) return;
-    if (change.item->hold->isForTime()) return;
+    if (!change.item->hold->isForDestination()) return;
     timer_ = loop_.schedule(pauseBetweenLooks, [this] {
         timer_.reset();
         look();
@@ -35,7 +35,7 @@ void HeldItems::look() {
     bool isAnyLookedAt = false;
     for (const std::string& what : list_.holds()) {
         if (what.empty()) continue;  // of another process
-        if (list_.firstHeldFor(what)->hold->isForTime()) continue;
+        if (!list_.firstHeldFor(what)->hold->isForDestination()) continue;
         isAnyLookedAt = true;
         if (looking_.insert(what).second)
             scope_.start(lookAt(what));

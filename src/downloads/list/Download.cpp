@@ -27,7 +27,7 @@ std::string Download::progressText() const {
 }
 
 std::string Download::percentText() const {
-    return std::to_string(static_cast<int>(progress * 100)) + "%";
+    return tovri::percentText(progress);
 }
 
 std::optional<double> Download::etaSeconds() const {
@@ -46,6 +46,11 @@ std::string Hold::textAt(Timestamp now) const {
     if (!until || *until <= now) return text;
     const std::chrono::duration<double> left = std::chrono::ceil<std::chrono::seconds>(*until - now);
     return text + ", again in " + durationText(left.count());
+}
+
+std::string percentText(double progress) {
+    const bool isShare = progress >= 0 && progress <= 1;
+    return (isShare ? std::to_string(static_cast<int>(progress * 100)) : std::string(noNumber)) + "%";
 }
 
 std::string durationText(double seconds) {

@@ -34,10 +34,11 @@ struct DifferingCopy {
 struct DownloadRecord {
     UUID id;
     FileID fileID;
-    std::string fileName;                 // as put.io has it: data, not a path
-    ByteCount fileSize = 0;               // as put.io reported it; 0 when it gave none
-    std::optional<std::string> crc32;     // likewise: up to eight hexadecimal digits
-    std::optional<ByteCount> listedSize;  // as put.io said when it was asked again, where that is another size
+    std::string fileName;                        // as put.io has it: data, not a path
+    ByteCount fileSize = 0;                      // as put.io reported it; 0 when it gave none
+    std::optional<std::string> crc32;            // likewise: up to eight hexadecimal digits
+    std::optional<ByteCount> listedSize;         // as put.io said when it was asked again, where that is another size
+    std::shared_ptr<const std::string> account;  // put.io's, in which it was queued; null: of whoever is signed in next
     SharedFolder destinationFolder;
     std::shared_ptr<const ByteBlob> securityScopeBookmark;
     bool deleteAfterDownload = false;  // delete this one file from put.io once it is placed
@@ -91,7 +92,7 @@ struct Download : DownloadRecord {
 
     [[nodiscard]] std::string speedText() const;     // "1.2 MB/s", empty below 1
     [[nodiscard]] std::string progressText() const;  // "1.2 MB / 3.4 MB"
-    [[nodiscard]] std::string percentText() const;   // "42%", truncated
+    [[nodiscard]] std::string percentText() const;   // "42%"
     [[nodiscard]] std::optional<double> etaSeconds() const;
     [[nodiscard]] std::string etaText() const;  // "12s left", "3m 4s left", "1h 2m left" or empty
 };
@@ -105,6 +106,9 @@ using DownloadPointer = std::shared_ptr<Download>;
 
 // An item for all who do not belong to the engine.
 using ConstDownloadPointer = std::shared_ptr<const Download>;
+
+// Of a progress from 0 to 1, truncated: "42%"; what is no such number is not shown as if it were.
+[[nodiscard]] std::string percentText(double progress);
 
 // "59s", "3m 4s", "1h 2m"
 [[nodiscard]] std::string durationText(double seconds);

@@ -21,6 +21,7 @@ struct Hold {
         volume,   // the folder is on another one than before
         service,  // put.io, or the way to it, has failed
         later,    // it has failed, and its rule lets it try again some time
+        account,  // another account is signed in than when it was queued
     };
 
     Reason reason = Reason::room;
@@ -30,7 +31,10 @@ struct Hold {
     std::string text = {};                // as the user sees it
     std::optional<Timestamp> until = {};  // when it goes on, where that is known
 
-    // Whether it is over at some time by itself. Others wait for a destination, and say which.
+    // Whether it waits for a destination, and says which.
+    [[nodiscard]] bool isForDestination() const { return !isForTime() && reason != Reason::account; }
+
+    // Whether it is over at some time by itself.
     [[nodiscard]] bool isForTime() const { return reason == Reason::service || reason == Reason::later; }
 
     // `what` of all that wait for the same host.

@@ -82,6 +82,7 @@ struct SharedRuleRetryFormat {
 
 constexpr RecordFormat itemFormat{
     "an item",
+    optional("account", &DownloadRecord::account, SharedTextFormat()),
     optional("arrivedChecksum", &DownloadRecord::arrivedChecksum, TextFormat()),
     required("bytesDownloaded", &DownloadRecord::bytesDownloaded, IntegerFormat()),
     optional("completedAt", &DownloadRecord::completedAt, DateFormat()),

@@ -105,6 +105,15 @@ struct SharedBase64Format : Base64Format {
     }
 };
 
+// A text that many records share.
+struct SharedTextFormat : TextFormat {
+    static std::shared_ptr<const std::string> read(const SavedValue& saved) {
+        auto& text = saved.shared.texts[std::string(saved.text())];
+        if (!text) text = std::make_shared<const std::string>(TextFormat::read(saved));
+        return text;
+    }
+};
+
 // The path of a file as a URL; the bytes of its name survive, whatever they are.
 struct FileURLFormat {
     static void write(auto& json, const std::string& path) { writeString(json, fileURLText(path, FileURLKind::file)); }

@@ -28,6 +28,7 @@ struct Unreadable {
 struct SharedValues {
     std::unordered_map<std::string, std::shared_ptr<const std::filesystem::path>> folders;  // by their URLs
     std::unordered_map<ByteBlob, std::shared_ptr<const ByteBlob>> blobs;
+    std::unordered_map<std::string, std::shared_ptr<const std::string>> texts;
 };
 
 // One value of a file, as it is found under its key.

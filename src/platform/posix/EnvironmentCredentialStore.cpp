@@ -25,6 +25,11 @@ std::optional<std::string> EnvironmentCredentialStore::load(const std::string& a
     return token_ ? token_ : stored_.load(account);
 }
 
+void EnvironmentCredentialStore::readAnew(const std::string& account, Loaded done) {
+    if (account == tokenAccount && (isSignedOut_ || token_)) return done(load(account));
+    stored_.readAnew(account, std::move(done));
+}
+
 void EnvironmentCredentialStore::save(const std::string& account, const std::string& value) {
     if (account == tokenAccount && value == token_) return;
     if (account == tokenAccount) isSignedOut_ = false;

@@ -2,10 +2,12 @@
 
 #include <string>
 
+#include "base/PlainText.h"
+
 namespace tovri {
 
 void StandardOutputLog::line(std::string_view text) {
-    std::string whole(text);
+    std::string whole = plainLine(text);
     whole += '\n';
     ::flockfile(stream_);
     std::fwrite(whole.data(), 1, whole.size(), stream_);

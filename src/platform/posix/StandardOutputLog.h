@@ -6,8 +6,9 @@
 
 namespace tovri {
 
-// Lines on an open stream, in order with what else the program writes there, and each flushed at once. Where nobody
-// reads any more it stays quiet; the program ignores SIGPIPE. Any thread.
+// Lines on an open stream, in order with what else the program writes there, and each flushed at once. What is no plain
+// text in them is replaced, so one line stays one line. Where nobody reads any more it stays quiet; the program ignores
+// SIGPIPE. Any thread.
 class StandardOutputLog final : public DiagnosticLog {
 public:
     // `stream` outlives the log.

@@ -26,6 +26,21 @@ std::optional<std::string> CredentialCache::load(const std::string& account) {
     return found == values_.end() ? std::nullopt : found->second;
 }
 
+// What is saved or removed while the store is being read is newer.
+void CredentialCache::readAnew(const std::string& account, Loaded done) {
+    auto adopt = [self = std::weak_ptr(self_), account, before = load(account),
+                  done = std::move(done)](std::optional<std::string> value) mutable {
+        const auto cache = self.lock();
+        if (!cache) return;
+        std::optional<std::string>& known = (*cache)->values_[account];
+        if (known == before) known = std::move(value);
+        done(known);
+    };
+    later([&loop = loop_, account, adopt = std::move(adopt)](CredentialStore& store) mutable {
+        loop.post([adopt = std::move(adopt), value = store.load(account)]() mutable { adopt(std::move(value)); });
+    });
+}
+
 void CredentialCache::save(const std::string& account, const std::string& value) {
     values_[account] = value;
     later([account, value](CredentialStore& store) { store.save(account, value); });

@@ -34,6 +34,7 @@ public:
     void hurry() { thread_.request_stop(); }
 
     [[nodiscard]] std::optional<std::string> load(const std::string& account) override;
+    void readAnew(const std::string& account, Loaded done) override;
     void save(const std::string& account, const std::string& value) override;
     void remove(const std::string& account) override;
 

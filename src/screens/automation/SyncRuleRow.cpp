@@ -13,6 +13,11 @@ struct Status {
 
 Status statusOf(const SyncRule& rule, Timestamp now) {
     if (!rule.isEnabled) return {"Paused", Tint::attention};
+    if (rule.isForeign)
+        return {"Other account", Tint::attention,
+                "Made in the put.io account " + rule.account.value_or("") +
+                    ". Pause it and enable it again to use it in the one that is signed in; what is in the folder then "
+                    "stays there."};
     if (rule.isInitialized && rule.lastSyncDate) return {relativeTimeText(timeSince(*rule.lastSyncDate, now))};
     if (rule.isInitialized) return {"Waiting"};
     return {"Initializing", Tint::attention,
@@ -43,7 +48,7 @@ SyncRuleRow syncRuleRow(const SyncRule& rule, const std::filesystem::path& home,
 }
 
 std::optional<std::chrono::nanoseconds> timeToNextText(const SyncRule& rule, Timestamp now) {
-    if (!rule.isEnabled || !rule.isInitialized || !rule.lastSyncDate) return std::nullopt;
+    if (!rule.isEnabled || rule.isForeign || !rule.isInitialized || !rule.lastSyncDate) return std::nullopt;
     return timeToNextRelativeText(timeSince(*rule.lastSyncDate, now));
 }
 

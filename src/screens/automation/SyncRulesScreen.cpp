@@ -125,6 +125,10 @@ void SyncRulesScreen::perform(SyncRuleAction action, const UUID& rule) {
 void SyncRulesScreen::setEnabled(const UUID& rule, bool isEnabled) {
     const SyncRule* found = manager_.find(rule);
     if (!found || found->isEnabled == isEnabled) return;
+    if (isEnabled && found->isForeign) {
+        manager_.useAnyAccount(rule);
+        found = manager_.find(rule);
+    }
     SyncRule changed = *found;
     changed.isEnabled = isEnabled;
     manager_.updateRule(std::move(changed));

@@ -207,6 +207,9 @@ std::vector<MenuItem<DownloadAction>> downloadMenu(const Download& item) {
     Menu menu = downloadMenu(item.status);
     if (item.hold && item.hold->reason == Hold::Reason::volume)
         menu.insert(menu.begin(), {{useFolderAnyway, "Use This Folder Anyway"}, MenuItem<DownloadAction>::separator()});
+    if (item.hold && item.hold->reason == Hold::Reason::account)
+        menu.insert(menu.begin(),
+                    {{useAnyAccount, "Download from This Account"}, MenuItem<DownloadAction>::separator()});
     if (item.isDoubtful()) menu.insert(menu.begin(), {retry, "Retry"});
     if (canDeleteAnyway(item)) {
         const auto retrying = std::ranges::find(menu, std::optional(retryDelete), &MenuItem<DownloadAction>::action);

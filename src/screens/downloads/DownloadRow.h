@@ -24,6 +24,7 @@ enum class DownloadAction : std::uint8_t {
     retryDelete,
     deleteAnyway,
     useFolderAnyway,  // although another volume is expected there
+    useAnyAccount,    // although it was queued in another one
     moveToTop,
     moveUp,
     moveDown,

@@ -281,6 +281,8 @@ void DownloadsScreen::act(DownloadAction action, const ConstDownloadPointer& ite
             return askToDeleteAnyway(*item);
         case DownloadAction::useFolderAnyway:
             return manager_.useFolderAnyway(item);
+        case DownloadAction::useAnyAccount:
+            return manager_.useAnyAccount(item);
         case DownloadAction::moveToTop:
             return manager_.moveToTop(item);
         case DownloadAction::moveUp:

@@ -29,15 +29,29 @@ std::string shortClientID(const std::string& clientID) {
     return clientID.substr(0, starts[head]) + "..." + clientID.substr(starts[starts.size() - tail]);
 }
 
-SettingsScreen::SettingsScreen(Preferences& preferences, AuthManager& auth, DesktopPreferences& desktopPreferences)
+SettingsScreen::SettingsScreen(Preferences& preferences, AuthManager& auth, DesktopPreferences& desktopPreferences,
+                               AccountInfo* accountInfo)
     : preferences_(preferences),
       auth_(auth),
       desktopPreferences_(desktopPreferences),
+      account_(accountInfo),
       followingPreferences_(preferences.onChange([this](std::string_view /*key*/) { changes_.tell(); })),
       followingAuth_(auth.onChange([this](AuthManager::Change /*change*/) { changes_.tell(); })),
-      followingDesktop_(desktopPreferences.onChange([this] { changes_.tell(); })) {}
+      followingDesktop_(desktopPreferences.onChange([this] { changes_.tell(); })) {
+    if (account_) followingAccount_ = account_->onChange([this] { changes_.tell(); });
+}
+
+std::string SettingsScreen::signedInAccount() const {
+    if (!account_ || !auth_.isAuthenticated()) return {};
+    return account_->known() ? accountText(*account_->known()) : account_->name().value_or("");
+}
+
+void SettingsScreen::appear() {
+    if (account_) account_->beginWatching();
+}
 
 void SettingsScreen::disappear() {
+    if (account_) account_->endWatching();
     if (std::exchange(isEditingClientID_, false)) changes_.tell();
 }
 

@@ -12,6 +12,7 @@
 #include "screens/Label.h"
 #include "screens/Stepper.h"
 #include "screens/settings/TransferSettings.h"
+#include "service/AccountInfo.h"
 #include "service/AuthManager.h"
 #include "settings/ConflictBehavior.h"
 #include "settings/DesktopPreferences.h"
@@ -35,8 +36,9 @@ public:
     static constexpr Tab account{"Account", "person.circle"};
     static constexpr Tab desktop{"Desktop", "desktopcomputer"};
 
-    // All outlive the screen.
-    SettingsScreen(Preferences& preferences, AuthManager& auth, DesktopPreferences& desktopPreferences);
+    // All outlive the screen. Without `accountInfo` nothing is said of it.
+    SettingsScreen(Preferences& preferences, AuthManager& auth, DesktopPreferences& desktopPreferences,
+                   AccountInfo* accountInfo = nullptr);
 
     // The window closes, and with it the field of the client ID.
     void disappear();
@@ -96,6 +98,7 @@ public:
     static constexpr int clientIDFieldWidth = 200;  // in points
     static constexpr const char* saveLabel = "Save";
     static constexpr const char* statusLabel = "Status";
+    static constexpr const char* accountLabel = "Account";
     static constexpr const char* signOutLabel = "Sign Out";  // destructive
 
     // What stands before changeLabel while the ID is not edited.
@@ -107,6 +110,12 @@ public:
     [[nodiscard]] const std::string& clientIDText() const { return clientIDText_; }
 
     [[nodiscard]] Label status() const;
+
+    // Whose account it is, and how much of its space is used and free; empty before that is known.
+    [[nodiscard]] std::string signedInAccount() const;
+
+    // The window is looked at: that is kept fresh.
+    void appear();
 
     [[nodiscard]] bool canSignOut() const { return auth_.isAuthenticated(); }
 
@@ -142,6 +151,7 @@ private:
     Preferences& preferences_;
     AuthManager& auth_;
     DesktopPreferences& desktopPreferences_;
+    AccountInfo* account_;
     TransferSettings transferSettings_{preferences_};
     std::string clientIDText_;
     bool isEditingClientID_ = false;
@@ -149,6 +159,7 @@ private:
     Subscription followingPreferences_;
     Subscription followingAuth_;
     Subscription followingDesktop_;
+    Subscription followingAccount_;
 };
 
 }  // namespace tovri

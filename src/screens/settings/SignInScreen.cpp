@@ -5,12 +5,16 @@
 
 namespace tovri {
 
-SignInScreen::SignInScreen(AuthManager& auth, Workspace& workspace, ServiceHosts hosts)
+SignInScreen::SignInScreen(AuthManager& auth, SignInGate& gate, Workspace& workspace, ServiceHosts hosts,
+                           CountWaiting countWaiting)
     : auth_(auth),
+      gate_(gate),
       workspace_(workspace),
       hosts_(std::move(hosts)),
+      countWaiting_(std::move(countWaiting)),
       clientID_(auth.clientID()),
-      followingAuth_(auth.onChange([this](AuthManager::Change change) { follow(change); })) {}
+      followingAuth_(auth.onChange([this](AuthManager::Change change) { follow(change); })),
+      followingGate_(gate.onRefused([this](const Error& error) { finish(error.description); })) {}
 
 void SignInScreen::appear() {
     clientID_ = auth_.clientID();
@@ -28,6 +32,15 @@ void SignInScreen::follow(AuthManager::Change change) {
         finish(std::nullopt);
     else
         changes_.tell();
+}
+
+std::optional<std::string> SignInScreen::notice() const {
+    if (!auth_.wasRefused()) return std::nullopt;
+    std::string text = "put.io does not accept the sign-in any more.";
+    const std::size_t waiting = countWaiting_ ? countWaiting_() : 0;
+    if (waiting == 1) text += " 1 download waits for you to sign in again.";
+    if (waiting > 1) text += " " + std::to_string(waiting) + " downloads wait for you to sign in again.";
+    return text;
 }
 
 // --- The client ID ---
@@ -68,6 +81,7 @@ void SignInScreen::signIn() {
     error_.reset();
     addressError_.reset();
     attempt_ = std::stop_source();
+    gate_.expect();
     changes_.tell();
     scope_.start(signIn(attempt_.get_token()));
 }
@@ -80,6 +94,7 @@ Task<> SignInScreen::signIn(std::stop_token attempt) {
 
 void SignInScreen::finish(std::optional<std::string> error) {
     attempt_.request_stop();
+    gate_.expectNoMore();
     isSigningIn_ = false;
     error_ = std::move(error);
     addressError_.reset();
@@ -96,7 +111,9 @@ void SignInScreen::openPageAgain() {
 }
 
 void SignInScreen::submitAddress(std::string_view address) {
-    if (!isSigningIn_ || auth_.handleCallback(trimmed(address))) return;
+    if (!isSigningIn_) return;
+    gate_.expect();  // the user is here, however long it took
+    if (gate_.receive(trimmed(address))) return;
     addressError_ = AuthError::noToken().description;
     changes_.tell();
 }

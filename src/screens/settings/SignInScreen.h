@@ -10,6 +10,7 @@
 #include "base/Signal.h"
 #include "base/TaskScope.h"
 #include "platform/Workspace.h"
+#include "screens/settings/SignInGate.h"
 #include "service/AuthManager.h"
 #include "service/ServiceHosts.h"
 
@@ -25,8 +26,12 @@ public:
     static constexpr const char* tagline = "Download manager for put.io";
     static constexpr std::string_view errorSymbol = "exclamationmark.triangle";
 
+    // Says how many downloads wait for somebody to sign in.
+    using CountWaiting = std::function<std::size_t()>;
+
     // All outlive the screen.
-    SignInScreen(AuthManager& auth, Workspace& workspace, ServiceHosts hosts);
+    SignInScreen(AuthManager& auth, SignInGate& gate, Workspace& workspace, ServiceHosts hosts,
+                 CountWaiting countWaiting);
 
     void appear();
     void disappear();
@@ -77,6 +82,9 @@ public:
     // Why the last attempt failed.
     [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
 
+    // Why this screen is there although nobody signed out, and how many downloads wait; below all others.
+    [[nodiscard]] std::optional<std::string> notice() const;
+
     // What is wrong with the address that was pasted last; under its field.
     [[nodiscard]] const std::optional<std::string>& addressError() const { return addressError_; }
 
@@ -96,8 +104,10 @@ private:
     Task<> signIn(std::stop_token attempt);
 
     AuthManager& auth_;
+    SignInGate& gate_;
     Workspace& workspace_;
     ServiceHosts hosts_;
+    CountWaiting countWaiting_;
     std::string clientID_;
     bool isChangingClientID_ = false;
     bool isSigningIn_ = false;
@@ -106,6 +116,7 @@ private:
     std::stop_source attempt_;
     Signal<> changes_;
     Subscription followingAuth_;
+    Subscription followingGate_;
     TaskScope scope_;
 };
 

@@ -57,14 +57,22 @@ std::string bytes(const std::optional<ByteCount>& count) {
     return formatByteCount(count.value_or(0));
 }
 
+std::string percentText(const Transfer& transfer) {
+    const std::int64_t percent = transfer.percentDone.value_or(0);
+    return percent < 0 || percent > 100 ? std::string(noNumber) : std::to_string(percent);
+}
+
 // Nothing while nothing moves.
 std::string speedPart(const std::optional<BytesPerSecond>& speed) {
     return speed > BytesPerSecond() ? fmt::format("{}{}", dot, formatRate(*speed)) : "";
 }
 
 std::string seedingDetail(const Transfer& transfer) {
-    return fmt::format("{0}{1}{2}Ratio: {3:.2f}{2}{4} peers", bytes(transfer.uploaded), speedPart(transfer.upSpeed),
-                       dot, transfer.currentRatio.value_or(0), transfer.peersConnected.value_or(0));
+    const double ratio = transfer.currentRatio.value_or(0);
+    const std::int64_t peers = transfer.peersConnected.value_or(0);
+    return fmt::format("{0}{1}{2}Ratio: {3}{2}{4} peers", bytes(transfer.uploaded), speedPart(transfer.upSpeed), dot,
+                       ratio < 0 ? std::string(noNumber) : fmt::format("{:.2f}", ratio),
+                       peers < 0 ? std::string(noNumber) : std::to_string(peers));
 }
 
 // The service's numbers are taken as they come, so the sum stops at the largest.
@@ -95,7 +103,7 @@ std::string transferTitle(const Transfer& transfer) {
 std::string transferDetail(const Transfer& transfer) {
     switch (groupOf(transfer)) {
         case TransferGroup::active:
-            return fmt::format("{}%{}{} / {}{}", transfer.percentDone.value_or(0), dot, bytes(transfer.downloaded),
+            return fmt::format("{}%{}{} / {}{}", percentText(transfer), dot, bytes(transfer.downloaded),
                                bytes(transfer.size), speedPart(transfer.downSpeed));
         case TransferGroup::seeding:
             return seedingDetail(transfer);

@@ -11,6 +11,7 @@
 #include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/rows/RowListView.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
@@ -42,7 +43,7 @@ FolderBrowser::FolderBrowser(SyncRuleEditorSheet& screen, QWidget* parent)
       screen_(screen),
       rows_(screen),
       model_(rows_),
-      check_(new QLabel),
+      check_(makeLabel()),
       selected_(new TextLabel),
       way_(new Breadcrumbs),
       list_(new RowListView),

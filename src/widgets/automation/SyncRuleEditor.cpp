@@ -12,6 +12,7 @@
 #include "widgets/parts/LocalFiles.h"
 #include "widgets/parts/StepperBox.h"
 #include "widgets/parts/Texts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 
 namespace tovri {
@@ -82,7 +83,7 @@ void SyncRuleEditor::update(SyncRuleEditorSheet::Change change) {
     if (change == SyncRuleEditorSheet::Change::folders) return remoteFolder_->showFolders();
     remoteFolder_->showWay();
     localFolder_->setText(textOf(screen_.localFolderPath()));
-    localFolder_->setToolTip(localFolder_->text());
+    setPlainToolTip(*localFolder_, localFolder_->text());
     deletes_->setChecked(screen_.deleteAfterDownload());
     interval_->show(screen_.pollInterval());
     confirm_->setEnabled(screen_.canConfirm());

@@ -11,6 +11,7 @@
 
 #include "widgets/automation/SyncRuleCells.h"
 #include "widgets/rows/RowPainter.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 
 namespace tovri {
@@ -145,7 +146,7 @@ bool SyncRuleTable::showToolTip(QHelpEvent& event) {
         index.isValid()
             ? SyncRuleCells(*this, rules_.rowAt(index.row())).help(index.column(), visualRect(index), event.pos())
             : QString();
-    QToolTip::showText(event.globalPos(), text, viewport(), visualRect(index));
+    showPlainToolTip(event.globalPos(), text, viewport(), visualRect(index));
     return true;
 }
 

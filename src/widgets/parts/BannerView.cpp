@@ -10,13 +10,14 @@
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
 namespace tovri {
 
 BannerView::BannerView(const QString& buttonTitle, QWidget* parent)
-    : QWidget(parent), symbol_(new QLabel), text_(new TextLabel), button_(new QToolButton) {
+    : QWidget(parent), symbol_(makeLabel()), text_(new TextLabel), button_(new QToolButton) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(measures::margin, measures::gap, measures::spacing, measures::gap);
     line->setSpacing(measures::spacing);

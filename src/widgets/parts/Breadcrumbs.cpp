@@ -10,6 +10,7 @@
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
@@ -48,7 +49,7 @@ QToolButton* Breadcrumbs::makeButton(const QString& name, bool isLast, int index
     const QString shown = button->fontMetrics().elidedText(name, Qt::ElideRight, widestName);
     button->setText(QString(shown).replace('&', QLatin1StringView("&&")));
     button->setAccessibleName(name);
-    if (shown != name) button->setToolTip(name);
+    if (shown != name) setPlainToolTip(*button, name);
     connect(button, &QToolButton::clicked, this, [this, index] { emit chosen(index); });
     return button;
 }

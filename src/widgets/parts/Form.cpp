@@ -9,6 +9,7 @@
 #include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 
 namespace tovri {
@@ -53,7 +54,7 @@ QFormLayout* makeForm() {
 
 // As high as the field, so that both stand on one line.
 void addField(QFormLayout& form, const QString& title, QWidget* field) {
-    auto* label = new QLabel(title);
+    auto* label = makeLabel(title);
     label->setTextFormat(Qt::PlainText);
     label->setMinimumHeight(field->sizeHint().height());
     label->setBuddy(field);

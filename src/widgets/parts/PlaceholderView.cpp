@@ -9,6 +9,7 @@
 #include "widgets/parts/Texts.h"
 #include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
@@ -17,10 +18,10 @@ namespace tovri {
 
 PlaceholderView::PlaceholderView(QWidget* parent)
     : QWidget(parent),
-      symbol_(new QLabel),
+      symbol_(makeLabel()),
       turning_(new TurningSign),
-      title_(new QLabel),
-      text_(new QLabel),
+      title_(makeLabel()),
+      text_(makeLabel()),
       button_(new QPushButton) {
     setBackgroundRole(QPalette::Base);
     setAutoFillBackground(true);

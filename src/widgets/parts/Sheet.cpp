@@ -12,6 +12,7 @@
 #include "widgets/parts/Texts.h"
 #include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
@@ -99,7 +100,7 @@ void dismiss(QPointer<Sheet>& sheet) {
 }
 
 ErrorLine::ErrorLine(QFont (*textFont)(const QFont& base), QWidget* parent)
-    : QWidget(parent), textFont_(textFont), symbol_(new QLabel), text_(makeText()) {
+    : QWidget(parent), textFont_(textFont), symbol_(makeLabel()), text_(makeText()) {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(0, 0, 0, 0);
     line->setSpacing(measures::gap);

@@ -12,6 +12,7 @@
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 #include "widgets/theme/TextDirection.h"
@@ -41,8 +42,8 @@ void SummaryLine::show(std::vector<Label> labels) {
 void SummaryLine::showSwitch(const QString& text, bool isOn, const QString& help) {
     if (switch_ == nullptr) makeSwitch();
     switchText_->setText(text);
-    switchText_->setToolTip(help);
-    switch_->setToolTip(help);
+    setPlainToolTip(*switchText_, help);
+    setPlainToolTip(*switch_, help);
     switch_->setAccessibleName(text);
     switch_->setChecked(isOn);
     update();
@@ -52,7 +53,7 @@ void SummaryLine::makeSwitch() {
     auto* line = new QHBoxLayout(this);
     line->setContentsMargins(measures::margin, 0, measures::margin - switchRing, 0);
     line->setSpacing(measures::spacing - switchRing);
-    switchText_ = new QLabel;
+    switchText_ = makeLabel();
     switch_ = new Switch;
     switchText_->setBuddy(switch_);
     line->addStretch();

@@ -12,6 +12,7 @@
 #include "widgets/parts/Texts.h"
 #include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Colors.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
@@ -118,7 +119,7 @@ QToolButton* Toolbar::makeButton(const ToolbarEntry& entry) {
 void Toolbar::fill(QToolButton& button, const ToolbarEntry& entry) {
     button.setText(titleOf(entry.title));
     button.setIcon(symbolIcon(entry.symbol));
-    button.setToolTip(textOf(entry.help.empty() ? entry.title : entry.help));
+    setPlainToolTip(button, textOf(entry.help.empty() ? entry.title : entry.help));
     button.setAccessibleName(textOf(entry.title));
     button.setAccessibleDescription(textOf(entry.help));
     button.setEnabled(entry.isEnabled);

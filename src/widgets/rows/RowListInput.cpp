@@ -6,6 +6,7 @@
 #include <QToolTip>
 
 #include "widgets/rows/RowListView.h"
+#include "widgets/theme/ForeignText.h"
 
 namespace tovri {
 
@@ -51,7 +52,7 @@ void RowListView::showToolTip(const QPoint& point, const QPoint& globalPosition)
     } else if (text.isEmpty()) {
         text = RowPainter(*this).cutTexts(area, content);
     }
-    QToolTip::showText(globalPosition, text, viewport(), area);
+    showPlainToolTip(globalPosition, text, viewport(), area);
 }
 
 void RowListView::mouseMoveEvent(QMouseEvent* event) {

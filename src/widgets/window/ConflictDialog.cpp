@@ -9,6 +9,7 @@
 
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
@@ -20,10 +21,10 @@ ConflictDialog::ConflictDialog(ContentScreen& screen, QWidget* parent)
       screen_(screen),
       conflict_(screen.conflictSheet()->id),
       path_(textOf(screen.conflictSheet()->existingPath)),
-      symbol_(new QLabel),
-      title_(new QLabel(textOf(ConflictSheet::title))),
-      message_(new QLabel(textOf(screen.conflictSheet()->message))),
-      shownPath_(new QLabel),
+      symbol_(makeLabel()),
+      title_(makeLabel(textOf(ConflictSheet::title))),
+      message_(makeLabel(textOf(screen.conflictSheet()->message))),
+      shownPath_(makeLabel()),
       applyToAll_(new QCheckBox(textOf(ConflictSheet::applyToAllLabel))) {
     setWindowModality(Qt::WindowModal);
     setWindowTitle(title_->text());
@@ -39,7 +40,7 @@ ConflictDialog::ConflictDialog(ContentScreen& screen, QWidget* parent)
         column->addWidget(label);
     }
     message_->setWordWrap(true);
-    shownPath_->setToolTip(path_);
+    setPlainToolTip(*shownPath_, path_);
     shownPath_->setAccessibleName(path_);
     column->addSpacing(measures::gap);
     column->addWidget(applyToAll_, 0, Qt::AlignHCenter);

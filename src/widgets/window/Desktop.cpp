@@ -20,8 +20,14 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
       preferences_(surroundings_.defaults),
       content_(surroundings_.app.authManager(), surroundings_.app.downloadManager(),
                surroundings_.app.fileBrowserState()),
-      signIn_(surroundings_.app.authManager(), surroundings_.workspace, surroundings_.hosts),
-      settingsScreen_(surroundings_.app.preferences(), surroundings_.app.authManager(), preferences_),
+      gate_(surroundings_.app.authManager(), surroundings_.app.account(), surroundings_.platform.loop,
+            surroundings_.platform.log),
+      signIn_(surroundings_.app.authManager(), gate_, surroundings_.workspace, surroundings_.hosts,
+              [&queue = surroundings_.app.downloadManager()] {
+                  return queue.downloads().count({DownloadStatus::queued, DownloadStatus::downloading});
+              }),
+      settingsScreen_(surroundings_.app.preferences(), surroundings_.app.authManager(), preferences_,
+                      &surroundings_.app.account()),
       files_({surroundings_.app.fileBrowserState(), *surroundings_.app.api(), surroundings_.app.downloadManager(),
               surroundings_.app.preferences(), surroundings_.workspace, surroundings_.collation,
               surroundings_.platform.random}),
@@ -38,6 +44,10 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
       presence_({surroundings_.platform.loop, surroundings_.inhibitor, surroundings_.notifications,
                  [] { return QApplication::activeWindow() != nullptr; }},
                 surroundings_.app.downloadManager(), surroundings_.app.fileBrowserState(), preferences_),
+      asking_(gate_.onChange([this] { askAboutAccount(); })),
+      leaving_(surroundings_.app.authManager().onChange([this](AuthManager::Change change) {
+          if (change != AuthManager::Change::clientID) dropQuestions();
+      })),
       ending_(surroundings_.app) {
     connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
     connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);
@@ -75,7 +85,7 @@ void Desktop::showTray() {
 
 void Desktop::receive(std::string_view address) {
     if (ending_.hasBegun()) return;
-    if (!address.empty()) (void)surroundings_.app.authManager().handleCallback(address);
+    if (!address.empty()) (void)gate_.receive(address);
     AppDelegate::applicationShouldHandleReopen(window_.isVisible(), [this] { window_.show(); });
     window_.bringForward();
 }
@@ -119,6 +129,24 @@ void Desktop::askAboutClosing() {
     connect(quitButton, &QPushButton::clicked, this, [answer] { answer(ClosedWindow::quits); });
     connect(stayButton, &QPushButton::clicked, this, [answer] { answer(ClosedWindow::runsOn); });
     sheet->open();
+}
+
+// The button that changes nothing is the one that Return and Escape press.
+void Desktop::askAboutAccount() {
+    dismiss(account_);
+    if (!gate_.question()) return;
+    window_.bringForward();
+    account_ = makeConfirmation(&window_, textOf(gate_.question()->title), textOf(gate_.question()->text),
+                                textOf(SignInGate::Question::confirmLabel), textOf(SignInGate::Question::cancelLabel));
+    account_->setAttribute(Qt::WA_DeleteOnClose);
+    connect(account_, &Sheet::cancelled, this, [this] { gate_.answer(SignInGate::Choice::ignore); });
+    connect(account_, &Sheet::confirmed, this, [this] { gate_.answer(SignInGate::Choice::signIn); });
+    account_->open();
+}
+
+// They are about files, transfers and feeds of the account that was signed in.
+void Desktop::dropQuestions() {
+    for (ActionDialogs* dialogs : {&files_.dialogs(), &transfers_.dialogs(), &feeds_.dialogs()}) dialogs->clear();
 }
 
 void Desktop::hideWindows() {

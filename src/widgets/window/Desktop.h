@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -69,12 +70,15 @@ private:
     Sheet* makeQuestion(Sheet*& open, const QString& title, const QString& sentence);
     void askAboutClosing();
     void quitUnlessUploading();
+    void askAboutAccount();
+    void dropQuestions();
     void hideWindows();
 
     Surroundings surroundings_;
     Ending::Done ended_;
     DesktopPreferences preferences_;
     ContentScreen content_;
+    SignInGate gate_;
     SignInScreen signIn_;
     SettingsScreen settingsScreen_;
     FileBrowserScreen files_;
@@ -87,7 +91,10 @@ private:
     std::unique_ptr<TrayIcon> tray_;
     Sheet* closing_ = nullptr;
     Sheet* quitting_ = nullptr;
+    QPointer<Sheet> account_;
     DesktopPresence presence_;
+    Subscription asking_;
+    Subscription leaving_;
     Ending ending_;
 };
 

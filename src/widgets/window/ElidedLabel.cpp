@@ -2,6 +2,7 @@
 
 #include <QPainter>
 
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/TextDirection.h"
 
 namespace tovri {
@@ -13,7 +14,7 @@ ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QWidget(pare
 void ElidedLabel::setText(const QString& text) {
     if (text_ == text) return;
     text_ = text;
-    setToolTip(text);
+    setPlainToolTip(*this, text);
     setAccessibleDescription(text);
     updateGeometry();
     update();

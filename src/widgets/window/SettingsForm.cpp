@@ -9,6 +9,7 @@
 #include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 
 namespace tovri {
@@ -25,7 +26,7 @@ SettingsForm::SettingsForm(QWidget* parent) : QWidget(parent), column_(new QVBox
 void SettingsForm::addSection(const QString& title) {
     if (section_) column_->addSpacing(measures::sheetMargin);
     if (!title.isEmpty()) {
-        auto* header = new QLabel(title);
+        auto* header = makeLabel(title);
         header->setContentsMargins(measures::gap, 0, measures::gap, 0);
         titles_.append(header);
         column_->addWidget(header, 0, Qt::AlignLeading);
@@ -47,7 +48,7 @@ void SettingsForm::addRow(const QString& label, QWidget* control) {
     auto* line = new QHBoxLayout(row);
     line->setContentsMargins(0, 0, 0, 0);
     line->setSpacing(measures::sheetMargin);
-    auto* text = new QLabel(label);
+    auto* text = makeLabel(label);
     text->setBuddy(control);
     line->addSpacing(switchRing);
     line->addWidget(text);

@@ -16,6 +16,7 @@
 #include "widgets/parts/StepperBox.h"
 #include "widgets/parts/Switch.h"
 #include "widgets/parts/Texts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
@@ -125,8 +126,10 @@ QWidget* SettingsWindow::makeAccount() {
     auto* form = new SettingsForm;
     form->addSection(textOf(SettingsScreen::putioSection));
     form->addRow(textOf(SettingsScreen::clientIDLabel), makeClientID());
-    status_ = new QLabel;
+    status_ = makeLabel();
     form->addRow(textOf(SettingsScreen::statusLabel), status_);
+    account_ = makeLabel();
+    form->addRow(textOf(SettingsScreen::accountLabel), account_);
     form->addSection({});
     signOut_ = new QPushButton(titleOf(SettingsScreen::signOutLabel));
     signOut_->setAutoDefault(true);
@@ -137,7 +140,7 @@ QWidget* SettingsWindow::makeAccount() {
 }
 
 QWidget* SettingsWindow::makeClientID() {
-    clientIDText_ = new QLabel;
+    clientIDText_ = makeLabel();
     auto* change = new LinkButton(textOf(SettingsScreen::changeLabel));
     connect(change, &QToolButton::clicked, this, [this] {
         screen_.editClientID();
@@ -197,12 +200,18 @@ void SettingsWindow::updateAccount() {
     const QString edited = textOf(screen_.clientIDText());
     if (clientIDField_->text() != edited) clientIDField_->setText(edited);
     showLabel(*status_, screen_.status());
+    account_->setText(textOf(screen_.signedInAccount()));
     signOut_->setEnabled(screen_.canSignOut());
 }
 
 void SettingsWindow::chooseFolder() {
     chooseLocalFiles(*this, SettingsScreen::downloadFolderChooser(),
                      [this](const LocalPaths& chosen) { screen_.setDownloadFolder(chosen.front()); });
+}
+
+void SettingsWindow::showEvent(QShowEvent* event) {
+    QWidget::showEvent(event);
+    if (!event->spontaneous()) screen_.appear();
 }
 
 void SettingsWindow::hideEvent(QHideEvent* event) {

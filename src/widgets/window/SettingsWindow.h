@@ -27,6 +27,7 @@ public:
     void bringForward();
 
 protected:
+    void showEvent(QShowEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void changeEvent(QEvent* event) override;
 
@@ -54,6 +55,7 @@ private:
     QLabel* clientIDText_ = nullptr;
     QLineEdit* clientIDField_ = nullptr;
     QLabel* status_ = nullptr;
+    QLabel* account_ = nullptr;
     QPushButton* signOut_ = nullptr;
     Switch* keepsAwake_ = nullptr;
     Switch* notifies_ = nullptr;

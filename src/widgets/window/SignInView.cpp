@@ -15,6 +15,7 @@
 #include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Style.h"
 #include "widgets/theme/Symbols.h"
@@ -55,11 +56,12 @@ void showText(QLineEdit& field, const std::string& text) {
 SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     : QScrollArea(parent),
       screen_(screen),
-      symbol_(new QLabel),
-      name_(new QLabel(SignInScreen::name)),
-      tagline_(new QLabel(SignInScreen::tagline)),
+      symbol_(makeLabel()),
+      name_(makeLabel(SignInScreen::name)),
+      tagline_(makeLabel(SignInScreen::tagline)),
       change_(new LinkButton(SignInScreen::changeClientIDLabel)),
       error_(new ErrorLine(calloutFont)),
+      notice_(new TextLabel),
       following_(screen.onChange([this] { update(); })) {
     setFrameShape(QFrame::NoFrame);
     setWidgetResizable(true);
@@ -78,6 +80,7 @@ SignInView::SignInView(SignInScreen& screen, QWidget* parent)
     column->addWidget(waiting_, 0, Qt::AlignHCenter);
     column->addWidget(change_, 0, Qt::AlignHCenter);
     column->addWidget(error_, 0, Qt::AlignHCenter);
+    column->addWidget(notice_, 0, Qt::AlignHCenter);
     column->addStretch();
     connect(change_, &QToolButton::clicked, this, [this] {
         screen_.changeClientID();
@@ -102,7 +105,7 @@ QWidget* SignInView::makeSetup() {
     headline_ = new TextLabel(SignInScreen::setupHeadline);
     hint_ = new TextLabel;
     hint_->setWordWrap(true);
-    hint_->setTextFormat(Qt::RichText);
+    hint_->setTextFormat(Qt::RichText);  // our own words
     hint_->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
     connect(hint_, &QLabel::linkActivated, this, [this] { screen_.openApplicationPage(); });
     auto* line = new QHBoxLayout;
@@ -191,6 +194,8 @@ void SignInView::update() {
     addressError_->show(textOf(screen_.addressError().value_or("")));
     change_->setVisible(screen_.showsChangeClientID());
     showError();
+    notice_->setText(textOf(screen_.notice().value_or("")));
+    notice_->setVisible(screen_.notice().has_value());
 }
 
 // As wide as it is, so that it stands in the middle.

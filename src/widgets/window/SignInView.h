@@ -55,6 +55,7 @@ private:
     ErrorLine* addressError_ = nullptr;
     LinkButton* change_;
     ErrorLine* error_;
+    QLabel* notice_;
     Subscription following_;
 };
 

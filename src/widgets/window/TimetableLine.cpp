@@ -10,6 +10,7 @@
 
 #include "widgets/parts/AmountBox.h"
 #include "widgets/parts/Texts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
@@ -39,7 +40,7 @@ TimetableLine::TimetableLine(TransferSettings& settings, std::size_t index, QWid
     auto* lower = new QHBoxLayout;
     lower->setSpacing(measures::spacing);
     lower->addWidget(from_);
-    lower->addWidget(new QLabel(QStringLiteral("–")));
+    lower->addWidget(makeLabel(QStringLiteral("–")));
     lower->addWidget(to_);
     lower->addStretch();
     lower->addWidget(choice_);
@@ -68,7 +69,7 @@ void TimetableLine::makeDays() {
     remove_->setIcon(symbolIcon("trash"));
     remove_->setAutoRaise(true);
     remove_->setFocusPolicy(Qt::StrongFocus);
-    remove_->setToolTip(textOf(TransferSettings::removeLabel));
+    setPlainToolTip(*remove_, textOf(TransferSettings::removeLabel));
     // In a turn of its own: the line goes with it.
     connect(remove_, &QToolButton::clicked, this, [this] { settings_.removeTime(index_); }, Qt::QueuedConnection);
 }

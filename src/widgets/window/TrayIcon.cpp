@@ -2,6 +2,7 @@
 
 #include "screens/window/TrayMenu.h"
 #include "widgets/parts/Menus.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Symbols.h"
 
 namespace tovri {
@@ -44,7 +45,7 @@ void TrayIcon::fillMenu() {
 
 void TrayIcon::updateText() {
     const QString text = textOf(trayText(downloads_));
-    if (icon_.toolTip() != text) icon_.setToolTip(text);
+    if (icon_.toolTip() != text) icon_.setToolTip(plainToolTip(text));
 }
 
 }  // namespace tovri

@@ -9,6 +9,7 @@
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
@@ -30,7 +31,7 @@ QWidget* makeLine() {
 }  // namespace
 
 UploadStatus::UploadStatus(QWidget* parent)
-    : QWidget(parent), symbol_(new QLabel), text_(new QLabel), count_(new QLabel), bar_(new QProgressBar) {
+    : QWidget(parent), symbol_(makeLabel()), text_(makeLabel()), count_(makeLabel()), bar_(new QProgressBar) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);

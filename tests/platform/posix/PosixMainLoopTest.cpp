@@ -166,5 +166,16 @@ TEST(StandardOutputLog, writesWholeLinesFromManyThreads) {
     std::fclose(file);
 }
 
+TEST(StandardOutputLog, leavesNoTraceOfWhatCommandsATerminal) {
+    std::FILE* const file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    StandardOutputLog(file).line("[Test] a\n[Forged] b\x1b]0;c\x07\x7F\xC2\x9B\xE2\x80\xAE\x9B");
+    ASSERT_EQ(std::fseek(file, 0, SEEK_SET), 0);
+    std::string read(200, '\0');
+    read.resize(std::fread(read.data(), 1, read.size(), file));
+    EXPECT_EQ(read, "[Test] a�[Forged] b�]0;c�����\n");
+    std::fclose(file);
+}
+
 }  // namespace
 }  // namespace tovri::test

@@ -81,6 +81,20 @@ TEST_F(CredentialCacheTest, handsOutWhatWasKeptAndKeepsWhatChangesInItsOrder) {
     EXPECT_EQ(kept.values, (std::map<std::string, std::string>{{"accessToken", "LAST"}}));
 }
 
+TEST_F(CredentialCacheTest, readsAnewWhatAnotherProcessHasStored) {
+    kept.values = {{"accessToken", "OLD"}};
+    CredentialCache cache(loop, opensAtOnce(), accounts, ready);
+    waitUntilReady();
+    kept.values["accessToken"] = "NEW";
+    EXPECT_EQ(cache.load("accessToken"), "OLD");
+    std::optional<std::string> read;
+    cache.readAnew("accessToken", [&](std::optional<std::string> value) { read = std::move(value); });
+    ASSERT_TRUE(loop.waitForPost());
+    loop.runPosted();
+    EXPECT_EQ(read, "NEW");
+    EXPECT_EQ(cache.load("accessToken"), "NEW");
+}
+
 TEST_F(CredentialCacheTest, neitherWaitsForAStoreThatIsLateNorTakesItsWordForWhatChangedMeanwhile) {
     kept.values = {{"accessToken", "OLD"}, {"clientID", "OLD"}};
     std::promise<void> open;

@@ -12,13 +12,18 @@ public:
     SignInScreenTest() {
         auth.signOut();
         auth.saveClientID("123");
+        answerWith(200, R"({"info":{"username":"alice"},"status":"OK"})");
         screen.appear();
     }
 
     static constexpr const char* redirect = "tovri-putio://callback#access_token=abc";
 
     test::FakeWorkspace workspace;
-    SignInScreen screen{auth, workspace, ServiceHosts{}};
+    test::MemoryUserDefaults defaults;
+    AccountInfo account{auth, http, platform, ServiceHosts{}, defaults};
+    SignInGate gate{auth, account, loop, log};
+    std::size_t waiting = 0;
+    SignInScreen screen{auth, gate, workspace, ServiceHosts{}, [this] { return waiting; }};
 };
 
 TEST_F(SignInScreenTest, asksForTheClientIDFirst) {
@@ -92,7 +97,7 @@ TEST_F(SignInScreenTest, helpsWhileThePageIsOpen) {
     EXPECT_EQ(screen.addressError(), "No access token received from put.io.");
     EXPECT_TRUE(screen.isSigningIn());
     screen.submitAddress(std::string(" ") + redirect + "\n");
-    EXPECT_EQ(auth.token(), "abc");
+    EXPECT_TRUE(loop.runUntil([&] { return auth.isAuthenticated(); }));
     EXPECT_FALSE(screen.isSigningIn());
     EXPECT_FALSE(screen.addressError());
     loop.advance(1min);
@@ -108,6 +113,19 @@ TEST_F(SignInScreenTest, endsTheWaitWhenTheTokenComesByAnotherWay) {
     EXPECT_FALSE(screen.error());
     EXPECT_TRUE(auth.handleCallback(redirect));  // once more
     EXPECT_TRUE(auth.isAuthenticated());
+}
+
+TEST_F(SignInScreenTest, saysWhyItIsThere) {
+    EXPECT_TRUE(auth.signInWithToken("secret"));
+    auth.signOut();
+    EXPECT_FALSE(screen.notice());
+    EXPECT_TRUE(auth.signInWithToken("secret"));
+    answerWith(401, "");
+    EXPECT_FALSE(run(api.listFiles(rootFolderID, never())));
+    EXPECT_EQ(screen.notice(), "put.io does not accept the sign-in any more.");
+    waiting = 3;
+    EXPECT_EQ(screen.notice(),
+              "put.io does not accept the sign-in any more. 3 downloads wait for you to sign in again.");
 }
 
 }  // namespace

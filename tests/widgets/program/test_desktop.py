@@ -1,4 +1,5 @@
 import json
+import pathlib
 import signal
 import subprocess
 import unittest
@@ -142,11 +143,22 @@ class LateKeyring(DesktopTest):
         go_on = self.wait_for("push button", "Go On Without It")
         self.assertEqual(self.run_second("tovri-putio://callback#access_token=" + token), 0)
         go_on.press()
+        self.wait_for("push button", "Sign In").press()  # nobody has begun to sign in
         self.wait_for("list", "Files")
         status, output = self.terminate()
         self.assertEqual(status, 0)
         self.assertIn("No keyring keeps the secrets", output)
         self.assertNotIn(token, output)
+
+
+class Arguments(DesktopTest):
+    account = ("--demo",)
+
+    def test_no_token_stays_in_the_arguments(self):
+        self.serve()
+        self.start_program("tovri-putio://callback#access_token=a-secret-in-an-argument")
+        self.wait_for("menu item", "File")
+        self.assertNotIn(b"secret", pathlib.Path(f"/proc/{self.program.pid}/cmdline").read_bytes())
 
 
 class Keyboard(DesktopTest):

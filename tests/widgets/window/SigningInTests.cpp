@@ -68,6 +68,7 @@ TEST_F(SigningIn, endsByTheRedirectThatASecondStartBrings) {
 }
 
 TEST_F(SigningIn, isAskedForAgainAfterSigningOut) {
+    credentials.values["clientID"] = "123";
     startSignedIn();
     key(Qt::Key_5, Qt::ControlModifier);
     EXPECT_EQ(window().windowTitle(), "RSS");
@@ -85,8 +86,31 @@ TEST_F(SigningIn, isAskedForAgainAfterSigningOut) {
     EXPECT_TRUE(button(window(), "Sign in with put.io"));
     key(Qt::Key_1, Qt::ControlModifier);
 
+    press(window(), "Sign in with put.io");
     desktop->receive(redirect);
+    settle();
     EXPECT_EQ(window().windowTitle(), "RSS");
+}
+
+// Any web page can open such an address.
+TEST_F(SigningIn, asksBeforeAnAddressThatNobodyWaitsForReplacesTheAccount) {
+    http.handler = [usual = http.handler](const HTTPRequest& request) -> Result<HTTPResponse> {
+        if (!request.url.ends_with("/account/info")) return usual(request);
+        const bool isOwn = request.headers.front().second == "Bearer secret";
+        const std::string name = isOwn ? "alice" : "<b>mallory</b>";
+        return HTTPResponse{200, R"({"info":{"username":")" + name + R"("},"status":"OK"})"};
+    };
+    startSignedIn();
+    credentials.values["clientID"] = "123";
+    for (const char* choice : {"Ignore", "Sign In"}) {
+        desktop->receive(redirect);
+        settle();
+        EXPECT_EQ(app->authManager().token(), "secret");
+        EXPECT_TRUE(shows(window(), "Sign in as <b>mallory</b>?"));
+        press(window(), choice);
+    }
+    EXPECT_EQ(app->authManager().token(), "abc");
+    EXPECT_EQ(app->account().name(), "<b>mallory</b>");
 }
 
 }  // namespace
