@@ -65,8 +65,9 @@ Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, FolderI
     if (!parseWebURL(request.url)) co_return failure(APIError::invalidURL());
 
     const MultipartUpload upload{platform_.random.makeUUID().text(), parentID, std::move(file)};
-    auto body = std::make_shared<TemporaryFile>(platform_.files,
-                                                platform_.folders.temporary / platform_.random.makeUUID().text());
+    auto body = std::make_shared<TemporaryFile>(
+        platform_.files,
+        platform_.folders.temporary / (platform_.folders.uploadPrefix + platform_.random.makeUUID().text()));
     request.headers.emplace_back("Content-Type", "multipart/form-data; boundary=" + upload.boundary);
     request.bodyFile = body->path();
     request.onBodySent = std::move(progress);

@@ -27,6 +27,7 @@ public:
     [[nodiscard]] Result<void> replaceItem(const Path& from, const Path& to, std::stop_token stop) override;
     [[nodiscard]] Result<void> adoptFolderPermissions(const Path& file, const Path& folder) override;
     [[nodiscard]] Result<void> removeItem(const Path& path) override;
+    [[nodiscard]] Result<void> removeFile(const Path& path) override;
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
     [[nodiscard]] std::vector<Result<void>> makeAllDurable(const std::vector<Path>& paths) override;
     [[nodiscard]] Result<void> makeFolderDurable(const Path& folder) override;
