@@ -29,6 +29,8 @@ constexpr RecordFormat ruleFormat{
     optional("isInitialized", &SyncRule::isInitialized, FlagFormat()),
     younger("stockIsWhole", &SyncRule::stockIsWhole, FlagFormat()),
     optional("lastSyncDate", &SyncRule::lastSyncDate, DateFormat()),
+    optional("lastFailure", &SyncRule::lastFailure, TextFormat()),
+    optional("watchedSince", &SyncRule::watchedSince, DateFormat()),
 };
 
 }  // namespace
