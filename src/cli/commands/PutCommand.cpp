@@ -8,22 +8,20 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/ProgressLayout.h"
+#include "cli/display/TimeText.h"
 #include "downloads/list/Download.h"
 
 namespace tovri::cli {
 
 Task<ExitCode> PutCommand::run(std::stop_token stop) {
     Result<PutIOFile> folder = co_await tree_.findFolder(context_.invocation.value("--to").value_or("/"), stop);
-    if (!folder) {
-        context_.complain(folder.error());
-        co_return ExitCode::failure;
-    }
+    if (!folder) co_return context_.fail(folder.error());
     ExitCode code = ExitCode::success;
     for (const std::string& file : context_.invocation.operands) {
         Result<void> done = co_await upload(file, folderOf(folder->id), stop);
         if (done) continue;
         tellFailed(file, done.error());
-        code = ExitCode::failure;
+        if (code != ExitCode::notSignedIn) code = exitCodeOf(done.error());
     }
     co_return code;
 }
@@ -50,7 +48,8 @@ void PutCommand::tellArrived(const std::string& file, const PutIOFile& uploaded)
             fmt::format("Uploaded: {} ({}, ID {})", printable(file), uploaded.displaySize(), uploaded.id.text()));
     JSON json;
     json.beginObject().field("event", "uploaded").field("file", unicodeText(file)).field("fileID", uploaded.id);
-    json.field("name", uploaded.name).field("size", uploaded.size.value_or(0)).endObject();
+    json.field("name", uploaded.name).field("size", uploaded.size.value_or(0));
+    json.field("time", timeText(context_.platform.clock.now())).endObject();
     context_.terminal.print(json.line());
 }
 
@@ -61,7 +60,8 @@ void PutCommand::tellFailed(const std::string& file, const Error& error) {
     json.beginObject()
         .field("event", "failed")
         .field("file", unicodeText(file))
-        .field("error", unicodeText(error.description));
+        .field("error", unicodeText(error.description))
+        .field("time", timeText(context_.platform.clock.now()));
     context_.terminal.print(json.endObject().line());
 }
 

@@ -94,16 +94,20 @@ Task<ExitCode> StatusCommand::run(std::stop_token /*stop*/) {
         json.field("waiting", counts.waiting).field("paused", counts.paused).field("failed", counts.failed);
         json.field("finished", counts.finished).endObject();
         context_.terminal.print(json.line());
-        co_return ExitCode::success;
+        co_return saved ? ExitCode::success : ExitCode::failure;
     }
     context_.terminal.print(signInText());
     context_.terminal.print(fmt::format("Queue: {} waiting, {} paused, {} failed, {} finished{}", counts.waiting,
                                         counts.paused, counts.failed, counts.finished,
                                         queue.isPaused ? "; the queue is paused" : ""));
+    for (const SyncRule& rule : context_.app.syncManager().rules())
+        if (rule.lastFailure)
+            context_.terminal.print(
+                printable(fmt::format("Rule for {} failed: {}", rule.putioFolderName, *rule.lastFailure)));
     context_.terminal.print(
         fmt::format("Queue folder: {}", printable(context_.platform.folders.applicationData.native())));
     context_.terminal.print(fmt::format("Preferences folder: {}", printable(context_.configurationFolder.native())));
-    co_return ExitCode::success;
+    co_return saved ? ExitCode::success : ExitCode::failure;
 }
 
 std::string StatusCommand::signInText() const {
