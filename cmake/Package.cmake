@@ -6,7 +6,10 @@ install(FILES ${packaging}/tovri.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES ${packaging}/tovri.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications)
 install(FILES ${packaging}/com.tovri.putio.metainfo.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/metainfo)
 install(FILES ${packaging}/tovri-watch.service DESTINATION lib/systemd/user)
-install(FILES ${packaging}/copyright ${packaging}/changelog DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tovri)
+install(FILES ${packaging}/copyright ${packaging}/changelog ${packaging}/system-wide.conf ${PROJECT_SOURCE_DIR}/LICENSE
+  ${PROJECT_SOURCE_DIR}/SECURITY.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tovri)
+install(FILES ${PROJECT_SOURCE_DIR}/resources/icons/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/tovri
+  RENAME LICENSE.icons)
 
 # These name the version in their own words.
 foreach(file changelog com.tovri.putio.metainfo.xml)

@@ -17,6 +17,12 @@ if(TOVRI_SANITIZER)
   add_compile_options(-fsanitize=${TOVRI_SANITIZER} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_compile_options(-fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitizer-ignore.txt)
   add_link_options(-fsanitize=${TOVRI_SANITIZER})
+else()
+  # What makes a fault end the program instead of serving whoever sent the bytes. The package's test looks for it in the
+  # built programs. The sanitizers have checks of their own, which these would hide.
+  add_compile_options(-fstack-protector-strong -fcf-protection=full -ftrivial-auto-var-init=zero -fPIE
+    -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -D_GLIBCXX_ASSERTIONS)
+  add_link_options(-pie -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
 
 function(tovri_library name)

@@ -17,6 +17,7 @@ SyncManager::SyncManager(SyncPorts ports)
     : ports_(std::move(ports)), store_(ports_), rules_(store_.load()), self_(std::make_shared<SyncManager*>(this)) {
     for (SyncRule& rule : rules_) rule.revision = 1;
     store_.onFailure([this](const Error& error) {
+        lastErrorRule_.reset();
         setLastError(error.description);
         ports_.log.line("[SyncManager] " + error.description);
     });
@@ -78,13 +79,17 @@ void SyncManager::updateRule(SyncRule rule) {
         rule.isInitialized = false;
         rule.stockIsWhole = false;
         rule.lastSyncDate.reset();
-        ++beginnings_[id];
+        beginAnew(rule);
     } else if (rule.revision != 0 && rule.revision != stored.revision) {
         rule.knownFileIDs = std::move(stored.knownFileIDs);
         rule.pendingFileIDs = std::move(stored.pendingFileIDs);
         rule.isInitialized = stored.isInitialized;
         rule.stockIsWhole = stored.stockIsWhole;
         rule.lastSyncDate = stored.lastSyncDate;
+    }
+    if (!isOtherFolder) {
+        rule.lastFailure = std::move(stored.lastFailure);
+        rule.watchedSince = stored.watchedSince;
     }
     rule.revision = stored.revision + 1;
     rule.account = stored.account;
@@ -93,6 +98,14 @@ void SyncManager::updateRule(SyncRule rule) {
     save();
     changes_.tell({SyncChange::Kind::ruleChanged, *index});
     if (isOtherFolder) scope_.start(runInventory(id));
+}
+
+// What is on its way to the disk belongs to the folder of before: the new inventory is written as it is.
+void SyncManager::beginAnew(SyncRule& rule) {
+    rule.lastFailure.reset();
+    rule.watchedSince = ports_.clock.now();
+    std::erase_if(unsecured_, [&](const auto& each) { return each.first == rule.id; });
+    ++beginnings_[rule.id];
 }
 
 void SyncManager::deleteRule(const UUID& id) {
@@ -188,7 +201,15 @@ void SyncManager::noteSecured(const Download& item) {
 }
 
 void SyncManager::reportDoubt(const Download& item) {
-    if (item.syncRuleID && item.isDoubtful()) setLastError(item.fileName + ": " + *item.error);
+    if (!item.syncRuleID || !item.isDoubtful()) return;
+    lastErrorRule_ = item.syncRuleID;
+    setLastError(item.fileName + ": " + *item.error);
+}
+
+// Whether the item had ended when the rule was pointed at the folder that it watches now.
+bool SyncManager::isOfBefore(const Download& item, const SyncRule& rule) const {
+    const bool isSensible = rule.watchedSince && *rule.watchedSince <= ports_.clock.now();
+    return isSensible && item.completedAt && *item.completedAt < *rule.watchedSince;
 }
 
 // The previous process may have died, or restoring the queue may have closed an item, before the rule learned of it.
@@ -197,7 +218,7 @@ void SyncManager::settleUnseen() {
     for (const ConstDownloadPointer& item : downloadManager_->downloads().items()) {
         if (!item->syncRuleID || !isSettled(item->status)) continue;
         const SyncRule* rule = find(*item->syncRuleID);
-        if (!rule || rule->knownFileIDs.contains(item->fileID)) continue;
+        if (!rule || rule->knownFileIDs.contains(item->fileID) || isOfBefore(*item, *rule)) continue;
         if (downloadManager_->mayBeLost(*item)) continue;  // told later, or fetched again
         if (isUnsecured(rule->id, item->fileID)) unsecured_.insert({rule->id, item->fileID});
         std::ranges::copy(settle(rule->id, item->fileID), std::inserter(changed, changed.end()));

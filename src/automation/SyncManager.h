@@ -10,6 +10,7 @@
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <variant>
 #include <vector>
 
 #include "automation/SyncRule.h"
@@ -62,6 +63,9 @@ public:
 
     // What went wrong last in an inventory or a pass, as the user sees it; the next pass clears it.
     [[nodiscard]] const std::optional<std::string>& lastError() const { return lastError_; }
+
+    // Whose that was, where it was one rule's.
+    [[nodiscard]] const std::optional<UUID>& lastErrorRule() const { return lastErrorRule_; }
 
     // The user has seen it.
     void dismissLastError() { setLastError(std::nullopt); }
@@ -136,6 +140,7 @@ private:
     }
 
     Task<> runPolling(std::stop_token stop);
+    Task<Result<std::monostate>> pauseBetweenPasses(std::stop_token stop);
     Task<> runInventory(UUID id);
     Task<> syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop_token stop);
     [[nodiscard]] bool isDue(const SyncRule& rule, Timestamp now) const;
@@ -147,9 +152,10 @@ private:
     void enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight);
     void noteSynced(std::size_t index, FileIDs inFlight, Timestamp passTime);
     void adoptInventory(std::size_t index, const std::vector<ListedFile>& listing, Extent extent);
-    void reportCutListing(const std::string& name, const Error& reason);
-    void reportSyncFailure(const std::string& name, const Error& error);
-    void reportInventoryFailure(const std::string& name, const Error& error);
+    void reportCutListing(const UUID& rule, const Error& reason);
+    void reportSyncFailure(const UUID& rule, const std::string& name, const Error& error);
+    void reportInventoryFailure(const UUID& rule, const std::string& name, const Error& error);
+    void correctLastSync(std::size_t index, Timestamp now);
 
     [[nodiscard]] bool isForeign(const SyncRule& rule) const;
 
@@ -158,7 +164,13 @@ private:
     [[nodiscard]] bool isUnsecured(const UUID& rule, FileID fileID) const;
     void noteSecured(const Download& item);
     void reportDoubt(const Download& item);
+    [[nodiscard]] bool isOfBefore(const Download& item, const SyncRule& rule) const;
     void settleUnseen();
+
+    void beginAnew(SyncRule& rule);
+
+    // Keeps it with the rule and saves that, unless it is no news.
+    void noteOutcome(const UUID& rule, std::optional<std::string> failure);
 
     void save() { store_.save(rules_, unsecured_); }
 
@@ -177,6 +189,7 @@ private:
     std::unordered_map<UUID, std::uint64_t> beginnings_;  // how often a rule began anew: an older listing is stale
     bool isSyncing_ = false;
     std::optional<std::string> lastError_;
+    std::optional<UUID> lastErrorRule_;
     Signal<const SyncChange&> changes_;
 
     std::shared_ptr<SyncManager*> self_;  // the engine's callback holds it weakly

@@ -47,9 +47,25 @@ Task<> SyncManager::runPolling(std::stop_token stop) {
     }
     while (!stop.stop_requested()) {
         co_await syncAll(SyncUrgency::whenDue, stop);
-        Result<std::monostate> slept = co_await sleepFor(ports_.loop, 60s, stop);
-        if (!slept) co_return;
+        Result<std::monostate> paused = co_await pauseBetweenPasses(stop);
+        if (!paused) co_return;
     }
+}
+
+// The loop's clock stands still while the machine is asleep; that time counts too.
+Task<Result<std::monostate>> SyncManager::pauseBetweenPasses(std::stop_token stop) {
+    using namespace std::chrono_literals;
+    constexpr MainLoop::Duration nap = 15s;
+    const auto now = [this] {
+        const auto asleep = ports_.sleep ? ports_.sleep->timeAsleep() : 0ns;
+        return ports_.loop.now() + std::chrono::duration_cast<MainLoop::Duration>(asleep);
+    };
+    const auto end = now() + 60s;
+    for (auto left = end - now(); left > 0s; left = end - now()) {
+        Result<std::monostate> slept = co_await sleepFor(ports_.loop, std::min(left, nap), stop);
+        if (!slept) co_return slept;
+    }
+    co_return std::monostate();
 }
 
 // --- Passes ---
@@ -82,7 +98,7 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
     const UUID id = rules_[index].id;
     const std::string name = rules_[index].putioFolderName;
     if (rules_[index].isForeign) {
-        platform_.log.line("[SyncManager] " + name + ": waits for the put.io account " +
+        ports_.log.line("[SyncManager] " + name + ": waits for the put.io account " +
                            rules_[index].account.value_or("") + ", in which the rule was made");
         co_return;
     }
@@ -91,9 +107,10 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
         (void)isInitialized;  // either way, a later pass downloads
         co_return;
     }
+    correctLastSync(index, passTime);
     if (urgency == SyncUrgency::whenDue && !isDue(rules_[index], passTime)) co_return;
     if (const Result<std::filesystem::path> folder = localFolder(rules_[index]); !folder) {
-        reportSyncFailure(name, folder.error());
+        reportSyncFailure(id, name, folder.error());
         co_return;
     }
 
@@ -102,14 +119,29 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
     FolderWalk walk(service);
     Result<std::vector<ListedFile>> listing = co_await walk.collectFiles(rules_[index].putioFolderID, {}, stop);
     if (!listing) {
-        if (!listing.error().isCancellation()) reportSyncFailure(name, listing.error());
+        if (!listing.error().isCancellation()) reportSyncFailure(id, name, listing.error());
         co_return;
     }
     if (stop.stop_requested()) co_return;
     const bool isStillThere = index < rules_.size() && rules_[index].id == id;
     if (!isStillThere || beginnings_[id] != beginning) co_return;
     takeIn(index, std::move(*listing), extentOf(walk), passTime);
-    if (walk.cut()) reportCutListing(name, *walk.cut());
+    if (walk.cut())
+        reportCutListing(id, *walk.cut());
+    else
+        noteOutcome(id, std::nullopt);
+}
+
+// A clock that was ahead would otherwise keep the rule from looking until it has gone by.
+void SyncManager::correctLastSync(std::size_t index, Timestamp now) {
+    SyncRule& rule = rules_[index];
+    if (!rule.lastSyncDate || *rule.lastSyncDate <= now) return;
+    rule.lastSyncDate = now;
+    ++rule.revision;
+    save();
+    ports_.log.line("[SyncManager] " + rule.putioFolderName +
+                       ": the last pass lies in the future, so the clock was wrong; it counts as now");
+    changes_.tell({SyncChange::Kind::ruleChanged, index});
 }
 
 bool SyncManager::isDue(const SyncRule& rule, Timestamp now) const {
@@ -214,9 +246,19 @@ void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& l
     }
 }
 
-void SyncManager::reportSyncFailure(const std::string& name, const Error& error) {
+void SyncManager::reportSyncFailure(const UUID& rule, const std::string& name, const Error& error) {
+    noteOutcome(rule, error.description);
     setLastError("Sync failed for " + name + ": " + error.description);
     ports_.log.line("[SyncManager] Error syncing " + name + ": " + error.description);
+}
+
+void SyncManager::noteOutcome(const UUID& rule, std::optional<std::string> failure) {
+    if (failure) lastErrorRule_ = rule;
+    const auto index = indexOf(rule);
+    if (!index || rules_[*index].lastFailure == failure) return;
+    rules_[*index].lastFailure = std::move(failure);
+    save();
+    changes_.tell({SyncChange::Kind::ruleChanged, *index});
 }
 
 // --- Inventories ---
@@ -239,14 +281,17 @@ Task<bool> SyncManager::initializeRule(UUID id, std::stop_token stop) {
     FolderWalk walk(service);
     Result<std::vector<ListedFile>> listing = co_await walk.collectFiles(rules_[*index].putioFolderID, {}, stop);
     if (!listing) {
-        if (!listing.error().isCancellation()) reportInventoryFailure(name, listing.error());
+        if (!listing.error().isCancellation()) reportInventoryFailure(id, name, listing.error());
         co_return false;
     }
     index = indexOf(id);
     if (!index || beginnings_[id] != beginning) co_return false;
     if (rules_[*index].isInitialized) co_return true;  // another one was quicker: what came since is new
     adoptInventory(*index, *listing, extentOf(walk));
-    if (walk.cut()) reportCutListing(name, *walk.cut());
+    if (walk.cut())
+        reportCutListing(id, *walk.cut());
+    else
+        noteOutcome(id, std::nullopt);
     co_return true;
 }
 
@@ -268,12 +313,17 @@ void SyncManager::adoptInventory(std::size_t index, const std::vector<ListedFile
 }
 
 // As the user wants it, but nothing that may stay unsaid.
-void SyncManager::reportCutListing(const std::string& name, const Error& reason) {
+void SyncManager::reportCutListing(const UUID& rule, const Error& reason) {
+    const SyncRule* current = find(rule);
+    if (!current) return;
+    const std::string name = current->putioFolderName;
+    noteOutcome(rule, reason.description);
     setLastError(name + ": " + reason.description);
     ports_.log.line("[SyncManager] " + name + ": " + reason.description);
 }
 
-void SyncManager::reportInventoryFailure(const std::string& name, const Error& error) {
+void SyncManager::reportInventoryFailure(const UUID& rule, const std::string& name, const Error& error) {
+    noteOutcome(rule, error.description);
     setLastError("Couldn't initialize " + name + ": " + error.description + ". Will retry.");
     ports_.log.line("[SyncManager] Error initializing " + name + ": " + error.description);
 }

@@ -14,6 +14,7 @@ struct SyncPorts {
     FolderAccess& folderAccess;
     VolumeQueues& volumes;
     DiagnosticLog& log;
+    const SleepClock* sleep;  // none where the machine never sleeps
     std::filesystem::path dataFolder;
 };
 
@@ -25,6 +26,7 @@ struct SyncPorts {
             .folderAccess = platform.folderAccess,
             .volumes = platform.volumes,
             .log = platform.log,
+            .sleep = platform.sleep,
             .dataFolder = platform.folders.applicationData};
 }
 

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "automation/FileIDSet.h"
 #include "base/Bytes.h"
@@ -32,6 +33,8 @@ struct SyncRule {
     bool stockIsWhole = false;              // a whole listing has been seen; till then, old files may be unknown
     std::optional<Timestamp> lastSyncDate;  // when the last pass began that could list the folder
 
+    std::optional<std::string> lastFailure;  // of its inventory or its last pass; none when that went well
+    std::optional<Timestamp> watchedSince;   // when it was pointed at another folder: what ended before is not its
     // Another account is signed in, or nobody knows which: the rule waits. Not saved.
     bool isForeign = false;
 
@@ -39,6 +42,10 @@ struct SyncRule {
     // them; 0 stands in a record that is nobody's copy.
     std::uint64_t revision = 0;
 };
+
+// The first of the rules that brings the same folder to the same place, other than `rule` itself; null when none does.
+// Good as long as `rules` is.
+[[nodiscard]] const SyncRule* ruleOfPair(const std::vector<SyncRule>& rules, const SyncRule& rule);
 
 // Where the rule's files go: where its bookmark leads, else its path.
 [[nodiscard]] std::filesystem::path localFolderURL(const SyncRule& rule, FolderAccess& access);

@@ -30,6 +30,8 @@ constexpr RecordFormat ruleFormat{
     younger("stockIsWhole", &SyncRule::stockIsWhole, FlagFormat()),
     optional("lastSyncDate", &SyncRule::lastSyncDate, DateFormat()),
     optional("account", &SyncRule::account, TextFormat()),
+    optional("lastFailure", &SyncRule::lastFailure, TextFormat()),
+    optional("watchedSince", &SyncRule::watchedSince, DateFormat()),
 };
 
 }  // namespace

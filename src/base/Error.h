@@ -24,6 +24,7 @@ enum class ErrorCase {
     transport,           // the connection failed, timed out or broke off
     alreadyExists,       // a file system entry stands where a new one should go
     diskFull,            // a file system has no room left
+    inUse,               // another process holds it
     otherVolume,         // a folder is on another file system than before
     file,                // any other failure of the file system
     credentialStore,     // the secret store refused

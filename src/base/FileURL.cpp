@@ -49,13 +49,14 @@ std::string fileURLText(const std::filesystem::path& path, FileURLKind kind) {
     std::string text;
     text.reserve(schemeAndNoHost.size() + rest.size() + rest.size() / 4 + 1);
     text += schemeAndNoHost;
+    if (!rest.starts_with('/')) text += '/';
     while (true) {
         const auto run = static_cast<std::size_t>(std::ranges::find_if_not(rest, stays) - rest.begin());
         text += rest.substr(0, run);
         if (run == rest.size()) break;
         const auto byte = static_cast<unsigned char>(rest[run]);
         const char encoded[] = {'%', digits[byte >> 4U], digits[byte & 15U]};
-        text.append(encoded, sizeof encoded);
+        if (byte != 0) text.append(encoded, sizeof encoded);
         rest.remove_prefix(run + 1);
     }
     if (needsSlash) text += '/';

@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 
 #include "cli/display/DisplayText.h"
+#include "cli/display/JSON.h"
+#include "cli/display/TimeText.h"
 
 namespace tovri::cli {
 
@@ -20,6 +22,34 @@ void CommandContext::complain(std::string_view text) const {
 
 void CommandContext::complain(const Error& error) const {
     complain(withAdvice(error));
+}
+
+ExitCode CommandContext::fail(const Error& error) const {
+    return fail(withAdvice(error), exitCodeOf(error));
+}
+
+ExitCode CommandContext::fail(std::string_view text, ExitCode code, const std::optional<UUID>& rule) const {
+    complain(text);
+    if (!invocation.has("--json")) return code;
+    JSON json;
+    json.beginObject().field("event", "error").field("command", definitionOf(invocation.command).name);
+    json.field("error", text).field("status", static_cast<std::int64_t>(code));
+    if (rule) json.field("rule", rule->text());
+    terminal.print(json.field("time", timeText(platform.clock.now())).endObject().line());
+    return code;
+}
+
+void CommandContext::tellDone(std::string_view text, const std::optional<UUID>& rule) const {
+    if (!invocation.has("--json")) return terminal.print(text);
+    JSON json;
+    json.beginObject().field("event", "done").field("command", definitionOf(invocation.command).name);
+    json.field("message", text);
+    if (rule) json.field("rule", rule->text());
+    terminal.print(json.field("time", timeText(platform.clock.now())).endObject().line());
+}
+
+ExitCode exitCodeOf(const Error& error) {
+    return error.code == ErrorCase::notAuthenticated ? ExitCode::notSignedIn : ExitCode::failure;
 }
 
 std::string withAdvice(const Error& error) {

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "app/TovriApp.h"
+#include "base/UUID.h"
 #include "cli/ExitCode.h"
 #include "cli/Terminal.h"
 #include "cli/TerminalLog.h"
@@ -45,7 +46,19 @@ struct CommandContext {
 
     // The same of a failure, with what the user can do about it where that is known.
     void complain(const Error& error) const;
+
+    // Says on standard error that the command has failed, and with --json in an object on standard output too. The
+    // exit status says of which kind it is.
+    [[nodiscard]] ExitCode fail(const Error& error) const;
+    ExitCode fail(std::string_view text, ExitCode code = ExitCode::failure,
+                  const std::optional<UUID>& rule = std::nullopt) const;
+
+    // Says on standard output what was done, with --json in an object; for which rule, where it was done to one.
+    void tellDone(std::string_view text, const std::optional<UUID>& rule = std::nullopt) const;
 };
+
+// The exit status of a command that has failed for this reason.
+[[nodiscard]] ExitCode exitCodeOf(const Error& error);
 
 // The failure's description with what the user can do about it where that is known.
 [[nodiscard]] std::string withAdvice(const Error& error);

@@ -1,5 +1,7 @@
 #include "cli/TerminalLog.h"
 
+#include <algorithm>
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -8,6 +10,18 @@
 namespace tovri::cli {
 namespace {
 
+constexpr std::string_view failures[] = {"Error syncing ", "Error initializing "};
+
+// What still fails is said again after this long; that nothing happens is not.
+constexpr MainLoop::Duration reminder = std::chrono::hours(1);
+
+// More than anybody has rules: what else is spoken of must not gather for months.
+constexpr std::size_t mostSubjects = 1000;
+
+bool isFailure(std::string_view line) {
+    return std::ranges::any_of(failures, [&](std::string_view words) { return line.contains(words); });
+}
+
 // "Films" of "[SyncManager] Films: 5 files total" and of "[SyncManager] Error syncing Films: ..."; none of a line that
 // is about nothing in particular.
 std::optional<std::string> subjectOf(std::string_view line) {
@@ -15,7 +29,7 @@ std::optional<std::string> subjectOf(std::string_view line) {
     const auto colon = line.find(": ");
     if (name == std::string_view::npos || colon == std::string_view::npos || colon < name) return std::nullopt;
     std::string_view subject = line.substr(name + 2, colon - name - 2);
-    for (const std::string_view failure : {"Error syncing ", "Error initializing "})
+    for (const std::string_view failure : failures)
         if (subject.starts_with(failure)) subject.remove_prefix(failure.size());
     return std::string(subject);
 }
@@ -36,7 +50,14 @@ void TerminalLog::show(std::string_view text) {
 bool TerminalLog::isRepeated(std::string_view text) {
     if (!isInRound_) return false;
     const std::optional<std::string> subject = subjectOf(text);
-    return subject && std::exchange(lastAbout_[*subject], std::string(text)) == text;
+    if (!subject) return false;
+    const MainLoop::TimePoint now = loop_.now();
+    if (lastAbout_.size() >= mostSubjects) lastAbout_.clear();
+    Told& told = lastAbout_[*subject];
+    const bool isDueAgain = isFailure(text) && now - told.at >= reminder;
+    if (told.text == text && !isDueAgain) return true;
+    told = {std::string(text), now};
+    return false;
 }
 
 }  // namespace tovri::cli

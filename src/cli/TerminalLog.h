@@ -21,12 +21,17 @@ public:
 
     void line(std::string_view text) override;
 
-    // Between the two, a line is left out that says of something what was said of it last.
+    // Between the two, a line is left out that says of something what was said of it last; a failure only for an hour.
     void beginRound() { isInRound_ = true; }
 
     void endRound() { isInRound_ = false; }
 
 private:
+    struct Told {
+        std::string text;
+        MainLoop::TimePoint at;
+    };
+
     void show(std::string_view text);
     [[nodiscard]] bool isRepeated(std::string_view text);
 
@@ -34,7 +39,7 @@ private:
     Terminal& terminal_;
     Stream stream_;
     bool isInRound_ = false;
-    std::unordered_map<std::string, std::string> lastAbout_;  // in rounds: the last line, by what it is about
+    std::unordered_map<std::string, Told> lastAbout_;  // in rounds: the last line, by what it is about
 };
 
 }  // namespace tovri::cli

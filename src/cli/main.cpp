@@ -22,10 +22,12 @@
 #include "cli/commands/ConfigCommand.h"
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/CurlTransferSession.h"
+#include "platform/posix/CoreDumps.h"
 #include "platform/posix/DataFolderLock.h"
 #include "platform/posix/EnvironmentCredentialStore.h"
 #include "platform/posix/FileCredentialStore.h"
 #include "platform/posix/FileUserDefaults.h"
+#include "platform/posix/LeftUploads.h"
 #include "platform/posix/PackageManagerUpdater.h"
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixBackgroundQueue.h"
@@ -125,10 +127,12 @@ public:
         if (token_ && !token_->empty() && !isAccessToken(trimmed(*token_)))
             terminal_.message(
                 "TOVRI_TOKEN holds no access token: those have no blanks, line breaks or other controls.");
+        removeLeftUploads(folders_.standard.temporary);
         const Subscription signals[] = {onEnding(SIGINT), onEnding(SIGTERM), onEnding(SIGHUP)};
         if (lock_ && !*lock_) {
-            context_.complain(lock_->error());
-            end(ExitCode::failure);
+            const Error& reason = lock_->error();
+            end(context_.fail(reason.description,
+                              reason.code == ErrorCase::inUse ? ExitCode::inUse : ExitCode::failure));
         } else {
             app_.preferences().refreshDownloadFolderBookmark();
             command_ = makeCommand(context_);
@@ -247,7 +251,9 @@ private:
     PathFolderAccess folderAccess_;
     PosixBackgroundQueue background_{loop_};
     PosixVolumeQueues volumes_;
-    Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, volumes_, log_, folders_.standard};
+    SystemSleepClock sleepClock_;
+    Platform platform_{loop_,    clock_, random_,           files_,      folderAccess_, background_,
+                       volumes_, log_,   folders_.standard, &sleepClock_};
     FileUserDefaults storedDefaults_;
     RunDefaults runDefaults_;
     FileCredentialStore secretsInFile_;
@@ -255,7 +261,6 @@ private:
     EnvironmentCredentialStore credentials_;
     TerminalSignIn signIn_{terminal_};
     PackageManagerUpdater updates_;
-    SystemSleepClock sleepClock_;
     CurlHTTPSession http_{loop_, sleepClock_};
     CurlTransferSession transfers_{loop_, sleepClock_};
     std::optional<Result<DataFolderLock>> lock_;
@@ -294,6 +299,7 @@ ExitCode runProgram(std::vector<std::string> arguments) {
 }  // namespace tovri::cli
 
 int main(int count, char** arguments) {
+    tovri::forbidCoreDumps();
     std::signal(SIGPIPE, SIG_IGN);  // where nobody reads any more, writing fails instead
     return static_cast<int>(tovri::cli::runProgram({arguments + 1, arguments + count}));
 }

@@ -3,6 +3,7 @@
 #include <set>
 
 #include "downloads/DownloadManager.h"
+#include "downloads/restoring/StagedPath.h"
 #include "downloads/running/DownloadRun.h"
 
 namespace tovri {
@@ -16,11 +17,13 @@ void startOver(Download& item) {
 }
 
 // Puts an item that the previous run left half-done into a state from which this run can go on.
-void normalize(Download& item, bool isQueuePaused, FileManager& files) {
+void normalize(Download& item, bool isQueuePaused, FileManager& files, const std::filesystem::path& staging) {
     item.hold.reset();
-    if (item.status == Status::awaitingConflict) {
-        if (item.stagedURL && files.exists(*item.stagedURL)) return;
+    // What the queue file says is no proof that a file is ours to move or to remove.
+    if (item.stagedURL && !(isStagedPath(*item.stagedURL, staging) && files.fileSize(*item.stagedURL)))
         item.stagedURL.reset();
+    if (item.status == Status::awaitingConflict) {
+        if (item.stagedURL) return;
         startOver(item);
     } else if (item.status == Status::downloading && !item.resumeData && !item.receivedFile) {
         startOver(item);
@@ -43,7 +46,8 @@ void DownloadManager::restoreQueue() {
     store_->createStagingDirectory();
     receiving_.load();
     std::vector<DownloadPointer> items = loadQueue();
-    for (const DownloadPointer& item : items) normalize(*item, around_.isQueuePaused, ports_.files);
+    for (const DownloadPointer& item : items)
+        normalize(*item, around_.isQueuePaused, ports_.files, store_->stagingDirectory());
     list_.append(items);
     endInterruptedDeletions();
     cleanUp(items, journal_->recover());

@@ -94,10 +94,11 @@ void DownloadManager::abandonRun(Download& item) {
     item.stagedURL.reset();
 }
 
-// Its bytes are left to the next transfer of the file. Those of a failed item are already, and perhaps another's.
+// Its bytes are left to the next transfer of the file. Those of a failed item are already, and perhaps another's; where
+// the queue is only edited, the next start finds them.
 void DownloadManager::dropToken(Download& item) {
-    if (use_ == Use::editing || !item.resumeData) return;
-    if (item.status != Status::failed) leavePartial(item);
+    if (!item.resumeData) return;
+    if (use_ != Use::editing && item.status != Status::failed) leavePartial(item);
     item.resumeData.reset();
 }
 

@@ -65,11 +65,11 @@ public:
     // Where the volume of this lasting identity is mounted now, wherever it was before.
     [[nodiscard]] virtual std::vector<Path> mountPoints(const std::string& identity) = 0;
 
-    // With all missing parents; an existing folder is fine.
+    // With all missing parents; an existing folder is fine. Fails where a link on the way may be somebody else's.
     [[nodiscard]] virtual Result<void> createDirectories(const Path& path) = 0;
 
     // A folder for its owner alone; only the last part of the path may be missing. An existing one is fine if it
-    // belongs to the user or to whoever owns the folder above it, and is no link.
+    // belongs to the user, who then closes it to all others, or to whoever owns the folder above it, and is no link.
     [[nodiscard]] virtual Result<void> createPrivateFolder(const Path& path) = 0;
 
     // The entries of a folder, hidden ones included, in no particular order.
@@ -101,6 +101,9 @@ public:
 
     // A folder goes with all that it holds.
     [[nodiscard]] virtual Result<void> removeItem(const Path& path) = 0;
+
+    // Anything but a folder.
+    [[nodiscard]] virtual Result<void> removeFile(const Path& path) = 0;
 
     // Returns when the file's bytes, its mark and its name would survive a loss of power.
     [[nodiscard]] virtual Result<void> makeDurable(const Path& path) = 0;
@@ -148,6 +151,7 @@ struct StandardFolders {
     std::filesystem::path home;
     std::filesystem::path applicationData;  // ours alone: holds the queue, the staging folder, the rules
     std::filesystem::path temporary;
+    std::string uploadPrefix = "tovri-upload-";  // how the names of this process's files there begin
 };
 
 }  // namespace tovri

@@ -6,6 +6,7 @@
 #include "platform/FolderAccess.h"
 #include "platform/MainLoop.h"
 #include "platform/RandomSource.h"
+#include "platform/SleepClock.h"
 #include "platform/VolumeQueues.h"
 #include "platform/WallClock.h"
 
@@ -22,6 +23,7 @@ struct Platform {
     VolumeQueues& volumes;
     DiagnosticLog& log;
     StandardFolders folders;
+    const SleepClock* sleep = nullptr;  // none where the machine never sleeps
 };
 
 }  // namespace tovri

@@ -66,7 +66,8 @@ Task<Result<PutIOFile>> PutIOAPI::uploadFile(std::filesystem::path file, FolderI
     if (!parseWebURL(request.url)) co_return failure(APIError::invalidURL());
 
     const MultipartUpload upload{ports_.random.makeUUID().text(), parentID, std::move(file)};
-    auto body = std::make_shared<TemporaryFile>(ports_.files, ports_.temporaryFolder / ports_.random.makeUUID().text());
+    auto body = std::make_shared<TemporaryFile>(
+        ports_.files, ports_.temporaryFolder / (ports_.uploadPrefix + ports_.random.makeUUID().text()));
     request.headers.emplace_back("Content-Type", "multipart/form-data; boundary=" + upload.boundary);
     request.bodyFile = body->path();
 

@@ -7,6 +7,15 @@
 #include "service/PutIOAPI.h"
 
 namespace tovri {
+namespace {
+
+// What comes without it may be the answer of a service that is not well: files that are missing there are not gone.
+Result<void> confirmation(const PutIOFileList& page) {
+    if (page.status == "OK") return {};
+    return failure(Error(ErrorCase::invalidResponse, "put.io did not confirm the listing."));
+}
+
+}  // namespace
 
 Error notReadToItsEnd() {
     return {ErrorCase::turnedOff, "Reading long folders to their end is turned off."};
@@ -28,6 +37,7 @@ Task<Result<std::vector<PutIOFile>>> ListingContinuation::next(std::stop_token s
     if (!api_.readsLongFolders()) co_return failure(notReadToItsEnd());
     Result<PutIOFileList> page = co_await api_.continueListing(cursor_, std::move(stop));
     if (!page) co_return failure(page);
+    if (Result<void> confirmed = confirmation(*page); !confirmed) co_return failure(confirmed);
     co_return accept(std::move(*page));
 }
 
@@ -47,6 +57,7 @@ Result<std::vector<PutIOFile>> ListingContinuation::accept(PutIOFileList page) {
 Task<Result<FolderListing>> PutIOAPI::readFolder(FolderID folderID, std::stop_token stop) {
     Result<PutIOFileList> first = co_await listFolder(folderID, stop);
     if (!first) co_return failure(first);
+    if (Result<void> confirmed = confirmation(*first); !confirmed) co_return failure(confirmed);
     ListingContinuation rest(*this, *first);
     FolderListing listing;
     listing.firstPageSize = first->files.size();

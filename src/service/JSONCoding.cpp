@@ -15,6 +15,7 @@
 #include "service/PutIOAccount.h"
 #include "service/PutIOFileList.h"
 #include "service/RSSFeed.h"
+#include "service/ReadableJSON.h"
 #include "service/ServiceRefusal.h"
 #include "service/Transfer.h"
 
@@ -265,7 +266,13 @@ template <class Record>
 Result<Record> decodeJSON(std::string_view text) {
     simdjson::dom::parser parser;
     element root;
-    const simdjson::error_code code = parser.parse(text.data(), text.size()).get(root);
+    simdjson::error_code code = parser.parse(text.data(), text.size()).get(root);
+    if (code != simdjson::SUCCESS && code != simdjson::EMPTY && code != simdjson::UTF8_ERROR) {
+        // Deeper than any listed value, there may be arrays within arrays.
+        const std::string readable = readableJSON(text);
+        if (parser.allocate(readable.size(), readable.size() + 1) == simdjson::SUCCESS)
+            code = parser.parse(readable).get(root);
+    }
     if (code != simdjson::SUCCESS) return failure(decodingError(problemOf(code)));
     Record record;
     Mismatch mismatch;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "platform/Platform.h"
 
@@ -14,6 +15,7 @@ struct ServicePorts {
     RandomSource& random;
     DiagnosticLog& log;
     std::filesystem::path temporaryFolder;
+    std::string uploadPrefix;  // how the names of this process's files there begin
 };
 
 // Those among the ports of the whole program.
@@ -23,7 +25,8 @@ struct ServicePorts {
             .files = platform.files,
             .random = platform.random,
             .log = platform.log,
-            .temporaryFolder = platform.folders.temporary};
+            .temporaryFolder = platform.folders.temporary,
+            .uploadPrefix = platform.folders.uploadPrefix};
 }
 
 }  // namespace tovri

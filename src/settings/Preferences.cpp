@@ -80,7 +80,7 @@ bool isAcceptable(const Preference<BytesPerSecond>& /*preference*/, const BytesP
 }  // namespace
 
 Preferences::Preferences(UserDefaults& defaults, FolderAccess& folderAccess, const std::filesystem::path& home)
-    : defaults_(defaults), folderAccess_(folderAccess) {
+    : defaults_(defaults), folderAccess_(folderAccess), home_(home) {
     values_.defaultDownloadPath = home.native() + "/Downloads";
     preference::forEach([this](const auto& one) { load(one); });
 }
@@ -112,7 +112,7 @@ template void Preferences::assign(const Preference<SpeedTimetable>&, SpeedTimeta
 std::filesystem::path Preferences::downloadFolderURL() const {
     if (values_.defaultDownloadBookmark)
         if (auto resolved = folderAccess_.resolve(*values_.defaultDownloadBookmark)) return std::move(resolved->folder);
-    return values_.defaultDownloadPath;
+    return home_ / values_.defaultDownloadPath;  // which is absolute, unless somebody wrote another one by hand
 }
 
 void Preferences::refreshDownloadFolderBookmark() {

@@ -89,6 +89,7 @@ private:
 
     UserDefaults& defaults_;
     FolderAccess& folderAccess_;
+    std::filesystem::path home_;
     PreferenceValues values_;
     Signal<std::string_view> changes_;
 };

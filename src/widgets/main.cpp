@@ -16,11 +16,13 @@
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/CurlTransferSession.h"
 #include "platform/icu/ICUTextCollation.h"
+#include "platform/posix/CoreDumps.h"
 #include "platform/posix/DataFolderLock.h"
 #include "platform/posix/EndingSignals.h"
 #include "platform/posix/EnvironmentCredentialStore.h"
 #include "platform/posix/FileCredentialStore.h"
 #include "platform/posix/FileUserDefaults.h"
+#include "platform/posix/LeftUploads.h"
 #include "platform/posix/PackageManagerUpdater.h"
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixBackgroundQueue.h"
@@ -168,7 +170,9 @@ private:
     PathFolderAccess folderAccess_;
     PosixBackgroundQueue background_{loop_};
     PosixVolumeQueues volumes_;
-    Platform platform_{loop_, clock_, random_, files_, folderAccess_, background_, volumes_, log_, folders_.standard};
+    SystemSleepClock sleepClock_;
+    Platform platform_{loop_,    clock_, random_,           files_,      folderAccess_, background_,
+                       volumes_, log_,   folders_.standard, &sleepClock_};
     FileUserDefaults defaults_{files_, log_, folders_.configuration / "preferences.json"};
     FileCredentialStore secretsInFile_{files_, folders_.state / "credentials.json"};
     QtWorkspace workspace_;
@@ -177,7 +181,6 @@ private:
     SessionNotifications notifications_;
     BrowserAuthentication signIn_{workspace_};
     PackageManagerUpdater updates_;
-    SystemSleepClock sleepClock_;
     CurlHTTPSession http_{loop_, sleepClock_};
     CurlTransferSession transfers_{loop_, sleepClock_};
     CredentialCache secrets_{loop_,
@@ -265,6 +268,7 @@ int runProgram(const QStringList& arguments) {
         return failed;
     }
     if (!*lock) return success;
+    removeLeftUploads(folders.standard.temporary);
     Program program(instance, folders, *hosts);
     return program.run(address);
 }
@@ -273,6 +277,7 @@ int runProgram(const QStringList& arguments) {
 }  // namespace tovri
 
 int main(int count, char** arguments) {
+    tovri::forbidCoreDumps();
     std::signal(SIGPIPE, SIG_IGN);  // where nobody reads any more, writing fails instead
     if (tovri::answeredWithoutWindow(count, arguments)) return tovri::success;
     const QStringList addresses = tovri::takeAddresses(count, arguments);

@@ -57,6 +57,11 @@ TEST(TerminalLog, leavesOutOfARoundWhatWasSaidOfTheSameRuleLast) {
     EXPECT_THAT(round({error, shows}), ElementsAre(error));
     EXPECT_THAT(round({error}), ElementsAre());
     EXPECT_THAT(round({films}), ElementsAre(films));
+    EXPECT_THAT(round({error}), ElementsAre(error));
+    loop.advance(std::chrono::hours(1));
+    EXPECT_THAT(round({error, shows}), ElementsAre(error));  // only what still fails is said again
+    EXPECT_THAT(round({error}), ElementsAre());
+    EXPECT_THAT(round({films}), ElementsAre(films));
     EXPECT_THAT(round({queued}), ElementsAre(queued));
     EXPECT_THAT(round({queued}), ElementsAre(queued));
 

@@ -162,7 +162,7 @@ TEST_F(Keeping, placesNothingThatAPowerLossHasDamaged) {
 
 TEST_F(Keeping, keepsTheFileWhenItCannotBeStaged) {
     world.files.put(World::downloads / "f", "old");
-    world.files.failNext("createDirectories", World::staging, {ErrorCase::file, "The data disk is full."});
+    world.files.failNext("createPrivateFolder", World::staging, {ErrorCase::file, "The data disk is full."});
     const ConstDownloadPointer item = enqueueTo(World::downloads, "f", "content of f");
     world.settle();
     EXPECT_EQ(World::outcome(item), "failed: \"f\" cannot be set aside until you decide: The data disk is full.");

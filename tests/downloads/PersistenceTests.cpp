@@ -192,6 +192,30 @@ TEST_F(Persistence, putsEveryStatusIntoAStateFromWhichItCanGoOn) {
     }
 }
 
+TEST_F(Persistence, takesNoFileForStagedThatIsNotItsOwn) {
+    const World::Path letter = World::downloads / "letters/letter.txt";
+    const World::Path stagedFolder = World::staging / "folder";
+    for (const World::Path& named :
+         {World::downloads / "letters", letter, World::staging / "../../../downloads/letters", stagedFolder,
+          World::staging / "folder/letter.txt"}) {
+        SCOPED_TRACE(named.native());
+        world.files.put(letter, "dear");
+        QueueSnapshot snapshot;
+        snapshot.downloads.push_back(record("taken", Status::awaitingConflict));
+        snapshot.downloads.back().stagedURL = named.native();
+        world.kill();
+        world.files.put(World::queueFile,
+                        wholeText([&](const FileManager::Sink& sink) { return encodeQueue(snapshot, sink); }));
+        world.files.put(stagedFolder / "letter.txt", "staged");
+        world.start();
+        const ConstDownloadPointer item = manager().downloads().items().front();
+        EXPECT_FALSE(item->stagedURL);
+        manager().cancel(item);
+        world.settle();
+        EXPECT_EQ(world.files.content(letter), "dear");
+    }
+}
+
 TEST_F(Persistence, keepsAnUnreadableQueueAside) {
     const std::string newer = R"({"version":2,"isPaused":true,"downloads":[],"folderGroupExpectedCounts":{}})";
     int number = 0;

@@ -130,6 +130,19 @@ std::string replaced(std::string_view what, std::string_view with) {
     return at == std::string::npos ? text : text.replace(at, what.size(), with);
 }
 
+TEST(QueueFile, holdsNothingThatItsReaderRefuses) {
+    QueueSnapshot queue;
+    DownloadRecord& item = queue.downloads.emplace_back();
+    item.destinationFolder = std::make_shared<const std::filesystem::path>("relative/folder");
+    item.resolvedURL = std::string("with\0nothing", 12);
+    item.stagedURL = "";
+    item.progress = std::numeric_limits<double>::quiet_NaN();
+    const auto read = decodeQueue(wholeText([&](const FileManager::Sink& sink) { return encodeQueue(queue, sink); }));
+    ASSERT_TRUE(read) << read.error().description;
+    EXPECT_EQ(*read->downloads.front().destinationFolder, "/relative/folder");
+    EXPECT_EQ(read->downloads.front().progress, 0);
+}
+
 TEST(QueueFile, isReadToleratingWhatCarriesNoMeaning) {
     const std::string cases[] = {
         replaced(R"(file:\/\/\/home\/user\/Down%20loads\/)", "file:///home/user/Down%20loads"),  // plain slashes

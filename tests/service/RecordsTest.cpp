@@ -130,6 +130,22 @@ TEST(Records, readNumbersAsAStrictDecoderDoes) {
     EXPECT_EQ(decodeJSON<PutIOFile>(R"({"id":1,"id":2,"name":""})")->id, FileID(2));  // the last of a repeated key
 }
 
+TEST(Records, areReadWhateverStandsUnderKeysThatNobodyKnows) {
+    const std::string deep = std::string(2000, '[') + std::string(2000, ']');
+    for (const std::string& value : std::initializer_list<std::string>{
+             "99999999999999999999", "-99999999999999999999", "1e999", std::string(400, '9'), R"("\ud800")",
+             R"("\udc00\ud800x\\ud800")", R"({"\udfff":[1e-999,{"x":-1e999}]})", deep}) {
+        SCOPED_TRACE(value.substr(0, 40));
+        const auto file = decodeJSON<PutIOFile>(R"({"id":1,"other":)" + value + R"(,"name":"a\ud83d\ude00\udead"})");
+        ASSERT_TRUE(file) << file.error().description;
+        EXPECT_EQ(file->name, "a\xF0\x9F\x98\x80\xEF\xBF\xBD");
+        EXPECT_FALSE(decodeJSON<PutIOFile>(R"({"name":"","id":)" + value + "}"));
+        EXPECT_FALSE(decodeJSON<PutIOFileList>(R"({"status":"OK","files":[{"id":)" + value + R"(,"name":""}]})"));
+    }
+    EXPECT_FALSE(decodeJSON<PutIOFileList>(R"({"status":"OK","files":1e999})"));
+    EXPECT_FALSE(decodeJSON<Transfer>(R"({"id":1,"current_ratio":1e999})"));
+}
+
 TEST(Records, nameIconAndSizeAsTheScreensShowThem) {
     struct Case {
         const char* fields;

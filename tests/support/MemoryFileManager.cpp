@@ -199,6 +199,12 @@ Result<void> MemoryFileManager::removeItem(const Path& path) {
     return {};
 }
 
+Result<void> MemoryFileManager::removeFile(const Path& path) {
+    if (const NodePointer node = find(path); node && node->isFolder)
+        return failure(Error(ErrorCase::file, "Could not remove \"" + path.native() + "\": it is a folder."));
+    return removeItem(path);
+}
+
 Result<void> MemoryFileManager::makeDurable(const Path& path) {
     if (auto fine = begin("makeDurable", path); !fine) return fine;
     const NodePointer node = find(path);

@@ -8,6 +8,7 @@ namespace tovri::cli {
 
 inline const FlagDefinition jsonDocument{"--json", "", "Print a JSON document"};
 inline const FlagDefinition jsonEvents{"--json", "", "Print events as lines of JSON"};
+inline const FlagDefinition yes{"--yes", "", "Do not ask"};
 inline const FlagDefinition onConflict{"--on-conflict",
                                        "WHAT",
                                        "What to do when a name is taken, for this run (otherwise: conflictBehavior)",

@@ -16,14 +16,15 @@ Task<ExitCode> ControlCommand::run(std::stop_token /*stop*/) {
     queue.setOnSyncFileSettled(
         [&rules = context_.app.syncManager()](const UUID& rule, FileID fileID) { rules.fileSettled(rule, fileID); });
     const Result<std::vector<ConstDownloadPointer>> selected = selectedItems();
-    if (!selected) {
-        context_.complain(selected.error());
-        co_return ExitCode::failure;
-    }
+    if (!selected) co_return context_.fail(selected.error());
     const std::size_t count = selected->empty() ? changeQueue() : changeItems(*selected);
-    if (!hasSaved()) co_return ExitCode::failure;
+    if (const Result<void> saved = save(); !saved) co_return context_.fail(saved.error());
     tell(count);
-    co_return ExitCode::success;
+    ExitCode code = ExitCode::success;
+    for (const ConstDownloadPointer& item : *selected)
+        if (!isAsAsked(*item))
+            code = context_.fail(fmt::format("{} is {}, and stays so.", item->fileName, rawValue(item->status)));
+    co_return code;
 }
 
 Result<std::vector<ConstDownloadPointer>> ControlCommand::selectedItems() const {
@@ -99,21 +100,34 @@ void ControlCommand::settle(const Download& item) {
         context_.app.syncManager().fileSettled(*item.syncRuleID, item.fileID);
 }
 
-// The rules first: a process that dies in between leaves a queue in which nothing has changed.
-bool ControlCommand::hasSaved() {
-    if (const Result<void> saved = context_.app.syncManager().saveNow(); !saved) {
-        context_.complain(saved.error());
-        return false;
+// Whether a download that was named is now as the command would have it.
+bool ControlCommand::isAsAsked(const Download& item) const {
+    const bool isOver = isFinished(item.status) || item.status == Status::deleting;
+    switch (context_.invocation.command) {
+        case CommandName::pause:
+            return item.status == Status::paused;
+        case CommandName::resume:
+            return item.status != Status::paused && !isOver;
+        case CommandName::cancel:
+            return item.status == Status::cancelled;
+        case CommandName::remove:
+            return !context_.app.downloadManager().downloads().contains(item);
+        default:
+            return true;
     }
-    if (context_.app.downloadManager().saveNow()) return true;
-    context_.complain("the queue could not be saved; nothing was changed.");
-    return false;
+}
+
+// The rules first: a process that dies in between leaves a queue in which nothing has changed.
+Result<void> ControlCommand::save() {
+    if (Result<void> saved = context_.app.syncManager().saveNow(); !saved) return saved;
+    if (context_.app.downloadManager().saveNow()) return {};
+    return failure(Error(ErrorCase::file, "the queue could not be saved; nothing was changed."));
 }
 
 void ControlCommand::tell(std::size_t count) const {
     const bool isWhole = context_.invocation.operands.empty();
     const bool isQueuePaused = context_.app.downloadManager().isPaused();
-    const auto print = [&](std::string_view what) { context_.terminal.print(fmt::format("{}: {}", what, count)); };
+    const auto print = [&](std::string_view what) { context_.tellDone(fmt::format("{}: {}", what, count)); };
     switch (context_.invocation.command) {
         case CommandName::pause:
             return print(isWhole ? "The queue is paused. Downloads paused" : "Paused");

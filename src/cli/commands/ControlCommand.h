@@ -4,8 +4,8 @@
 
 namespace tovri::cli {
 
-// pause, resume, cancel, remove, top and clear, on the saved queue. Each prints how many downloads it changed; those in
-// whose state there is nothing to do stay as they are.
+// pause, resume, cancel, remove, top and clear, on the saved queue. Each prints how many downloads it changed, and
+// fails for those that were named and cannot become what was asked.
 class ControlCommand final : public Command {
 public:
     explicit ControlCommand(CommandContext& context) : context_(context) {}
@@ -18,7 +18,8 @@ private:
     [[nodiscard]] std::size_t changeItems(const std::vector<ConstDownloadPointer>& items);
     void change(const ConstDownloadPointer& item);
     void settle(const Download& item);
-    [[nodiscard]] bool hasSaved();
+    [[nodiscard]] bool isAsAsked(const Download& item) const;
+    [[nodiscard]] Result<void> save();
     void tell(std::size_t count) const;
 
     CommandContext& context_;

@@ -27,10 +27,7 @@ Task<ExitCode> DownloadCommand::run(std::stop_token stop) {
         if (!ofVolume) co_return ExitCode::interrupted;
         wrong = std::move(*ofVolume);
     }
-    if (!wrong.empty()) {
-        context_.complain(wrong);
-        co_return ExitCode::failure;
-    }
+    if (!wrong.empty()) co_return context_.fail(wrong);
     downloads_.begin();
     co_await prepare(stop);
     const ExitCode code = co_await downloads_.work(until_, stop);
@@ -144,7 +141,7 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     if (kept > 0)
         running().fail(fmt::format("\"{}\": {} here already, and not deleted from put.io.", printable(request.name),
                                    kept == 1 ? "1 file is" : fmt::format("{} files are", kept)));
-    if (walk.cut()) running().fail(withAdvice(*walk.cut()));
+    if (walk.cut()) running().fail(*walk.cut());
     deletes = deletes && walk.isComplete();
     DownloadManager& downloads = running().downloads();
     for (const ConstDownloadPointer& item : failed) downloads.retry(item);
@@ -193,7 +190,7 @@ Task<void> GetCommand::prepare(std::stop_token stop) {
             queued = co_await enqueue(std::move(*file), stop);
         else
             queued = failure(file);
-        if (!queued) running().fail(withAdvice(queued.error()));
+        if (!queued) running().fail(queued.error());
         // Should the process die before the next save, the files that were placed till then would be fetched anew.
         running().downloads().saveNow();
     }
@@ -237,6 +234,7 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
 }
 
 Task<void> RunCommand::prepare(std::stop_token /*stop*/) {
+    running().tellIfNothingToDo("Nothing to do: no download waits.");
     co_return;
 }
 
@@ -296,8 +294,7 @@ void RetryCommand::retry(const ConstDownloadPointer& item) {
     else if (item->status == Status::cancelled || item->status == Status::skipped || isUnfortunate(*item))
         downloads.retry(item);
     else if (item->status != Status::deleting)  // with the rest of its folder
-        context().terminal.message(
-            fmt::format("{} has not failed, so it is not begun anew.", printable(item->fileName)));
+        running().fail(fmt::format("{} has not failed, so it is not begun anew.", item->fileName));
 }
 
 }  // namespace tovri::cli

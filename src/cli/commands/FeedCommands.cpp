@@ -1,11 +1,12 @@
 #include "cli/commands/FeedCommands.h"
 
 #include <algorithm>
+#include <array>
 
 #include <fmt/format.h>
 
 #include "base/Trimmed.h"
-#include "cli/commands/Question.h"
+#include "cli/commands/Confirmation.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/FeedListing.h"
 #include "screens/feeds/RSSFeedRow.h"
@@ -49,6 +50,17 @@ RSSFeedUpdate update(const RSSFeed& feed, const Invocation& invocation) {
     return changed;
 }
 
+std::string removalQuestion(const RSSFeed& feed) {
+    return fmt::format(
+        "Delete \xE2\x80\x9C{}\xE2\x80\x9D?\nThis permanently removes it from your put.io account and can't be undone.",
+        printable(feedTitle(feed)));
+}
+
+bool namesChange(const Invocation& invocation) {
+    return std::ranges::any_of(std::array{"--title", "--keyword", "--skip-existing", "--delete-old"},
+                               [&](const char* flag) { return invocation.has(flag); });
+}
+
 // What is said when the step is done.
 std::string_view doneText(CommandName command) {
     if (command == CommandName::feedsEdit) return "Saved";
@@ -60,10 +72,7 @@ std::string_view doneText(CommandName command) {
 
 Task<ExitCode> FeedListCommand::run(std::stop_token stop) {
     Result<std::vector<RSSFeed>> feeds = co_await context_.api.listFeeds(stop);
-    if (!feeds) {
-        context_.complain(feeds.error());
-        co_return ExitCode::failure;
-    }
+    if (!feeds) co_return context_.fail(feeds.error());
     if (context_.invocation.has("--json"))
         context_.terminal.print(feedsJSON(*feeds));
     else
@@ -73,16 +82,10 @@ Task<ExitCode> FeedListCommand::run(std::stop_token stop) {
 
 Task<ExitCode> FeedAddCommand::run(std::stop_token stop) {
     NewRSSFeed feed = newFeed(context_.invocation);
-    if (feed.rssSourceURL.empty()) {
-        context_.complain("the URL is empty.");
-        co_return ExitCode::wrongArguments;
-    }
+    if (feed.rssSourceURL.empty()) co_return context_.fail("the URL is empty.", ExitCode::wrongArguments);
     Result<RSSFeed> added = co_await add(std::move(feed), stop);
-    if (!added) {
-        context_.complain(added.error());
-        co_return ExitCode::failure;
-    }
-    context_.terminal.print("Added: " + named(*added));
+    if (!added) co_return context_.fail(added.error());
+    context_.tellDone("Added: " + named(*added));
     co_return ExitCode::success;
 }
 
@@ -95,27 +98,22 @@ Task<Result<RSSFeed>> FeedAddCommand::add(NewRSSFeed feed, std::stop_token stop)
 }
 
 Task<ExitCode> FeedStepCommand::run(std::stop_token stop) {
-    if (context_.invocation.command == CommandName::feedsEdit && context_.invocation.flags.empty()) {
-        context_.complain("nothing is named that should change; see tovri-cli feeds edit --help");
-        co_return ExitCode::wrongArguments;
-    }
+    if (context_.invocation.command == CommandName::feedsEdit && !namesChange(context_.invocation))
+        co_return context_.fail("nothing is named that should change; see tovri-cli feeds edit --help",
+                                ExitCode::wrongArguments);
+    const bool isRemoval = context_.invocation.command == CommandName::feedsRemove;
+    if (const auto refused = isRemoval ? refusalToAsk(context_) : std::nullopt) co_return *refused;
     Result<RSSFeed> feed = co_await find(stop);
-    if (!feed) {
-        context_.complain(feed.error());
-        co_return ExitCode::failure;
-    }
-    const bool isWanted = co_await isMeant(*feed, stop);
-    if (!isWanted) {
-        context_.complain("nothing was done.");
-        co_return ExitCode::failure;
+    if (!feed) co_return context_.fail(feed.error());
+    if (isRemoval) {
+        std::optional<ExitCode> refused = co_await refusalOfUser(&context_, removalQuestion(*feed), stop);
+        if (refused) co_return *refused;
     }
     Result<void> performed = co_await perform(*feed, stop);
+    if (!performed) co_return context_.fail(performed.error());
     if (const auto title = context_.invocation.value("--title")) feed->title = title;
-    if (performed)
-        context_.terminal.print(fmt::format("{}: {}", doneText(context_.invocation.command), named(*feed)));
-    else
-        context_.complain(performed.error());
-    co_return performed ? ExitCode::success : ExitCode::failure;
+    context_.tellDone(fmt::format("{}: {}", doneText(context_.invocation.command), named(*feed)));
+    co_return ExitCode::success;
 }
 
 Task<Result<RSSFeed>> FeedStepCommand::find(std::stop_token stop) {
@@ -127,18 +125,6 @@ Task<Result<RSSFeed>> FeedStepCommand::find(std::stop_token stop) {
     co_return failure(
         Error(ErrorCase::file,
               fmt::format("There is no feed with the ID {}. tovri-cli feeds list shows what there is.", text)));
-}
-
-Task<bool> FeedStepCommand::isMeant(RSSFeed feed, std::stop_token stop) {
-    if (context_.invocation.command != CommandName::feedsRemove) co_return true;
-    if (context_.invocation.has("--yes") || !context_.terminal.canAsk()) co_return true;
-    std::string question = fmt::format(
-        "Delete \xE2\x80\x9C{}\xE2\x80\x9D?\nThis permanently removes it from your put.io account and can't be undone. "
-        "[y/N] ",
-        printable(feedTitle(feed)));
-    Result<std::optional<std::string>> answer =
-        co_await ask(context_.platform.loop, context_.terminal, std::move(question), Terminal::Echo::shown, stop);
-    co_return isYes(answer);
 }
 
 Task<Result<void>> FeedStepCommand::perform(RSSFeed feed, std::stop_token stop) {

@@ -42,9 +42,6 @@ private:
     // The feed that the command names.
     Task<Result<RSSFeed>> find(std::stop_token stop);
 
-    // Whether the user agrees.
-    Task<bool> isMeant(RSSFeed feed, std::stop_token stop);
-
     Task<Result<void>> perform(RSSFeed feed, std::stop_token stop);
 
     CommandContext& context_;

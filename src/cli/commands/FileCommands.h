@@ -8,6 +8,11 @@
 
 namespace tovri::cli {
 
+// The IDs of what the paths name, all of which is there. Fails for the top folder, which cannot be "moved" or
+// "deleted", as `what` says. `tree` outlives the task.
+Task<Result<std::vector<FileID>>> entriesOf(RemoteTree* tree, std::vector<std::string> paths, std::string what,
+                                            std::stop_token stop);
+
 // mv
 class MoveCommand final : public Command {
 public:
@@ -30,7 +35,7 @@ public:
     Task<ExitCode> run(std::stop_token stop) override;
 
 private:
-    Task<bool> isConfirmed(std::stop_token stop);
+    [[nodiscard]] std::string question() const;
 
     CommandContext& context_;
     RemoteTree tree_;

@@ -19,18 +19,12 @@ Task<ExitCode> ListCommand::run(std::stop_token stop) {
         listing = co_await tree_.list(folderOf(found->id), stop);
     else
         listing->files.push_back(*found);
-    if (!listing) {
-        context_.complain(listing.error());
-        co_return ExitCode::failure;
-    }
+    if (!listing) co_return context_.fail(listing.error());
     if (context_.invocation.has("--json"))
         printJSON(listing->files);
     else
         print(listing->files);
-    if (const auto cut = cutError(*listing, fmt::format("\"{}\"", path))) {
-        context_.complain(*cut);
-        co_return ExitCode::failure;
-    }
+    if (const auto cut = cutError(*listing, fmt::format("\"{}\"", path))) co_return context_.fail(*cut);
     co_return ExitCode::success;
 }
 

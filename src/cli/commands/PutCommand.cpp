@@ -8,6 +8,7 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/ProgressLayout.h"
+#include "cli/display/TimeText.h"
 #include "downloads/list/Download.h"
 
 namespace tovri::cli {
@@ -24,16 +25,13 @@ PutCommand::PutCommand(CommandContext& context)
 
 Task<ExitCode> PutCommand::run(std::stop_token stop) {
     Result<PutIOFile> folder = co_await tree_.findFolder(context_.invocation.value("--to").value_or("/"), stop);
-    if (!folder) {
-        context_.complain(folder.error());
-        co_return ExitCode::failure;
-    }
+    if (!folder) co_return context_.fail(folder.error());
     ExitCode code = ExitCode::success;
     for (const std::string& file : context_.invocation.operands) {
         Result<void> done = co_await upload(file, folderOf(folder->id), stop);
         if (done) continue;
         tellFailed(file, done.error());
-        code = ExitCode::failure;
+        if (code != ExitCode::notSignedIn) code = exitCodeOf(done.error());
     }
     co_return code;
 }
@@ -57,7 +55,8 @@ void PutCommand::tellArrived(const std::string& file, const PutIOFile& uploaded)
             fmt::format("Uploaded: {} ({}, ID {})", printable(file), uploaded.displaySize(), uploaded.id.text()));
     JSON json;
     json.beginObject().field("event", "uploaded").field("file", file).field("fileID", uploaded.id);
-    json.field("name", uploaded.name).field("size", uploaded.size.value_or(0)).endObject();
+    json.field("name", uploaded.name).field("size", uploaded.size.value_or(0));
+    json.field("time", timeText(context_.platform.clock.now())).endObject();
     context_.terminal.print(json.line());
 }
 
@@ -66,6 +65,7 @@ void PutCommand::tellFailed(const std::string& file, const Error& error) {
     if (!context_.invocation.has("--json")) return;
     JSON json;
     json.beginObject().field("event", "failed").field("file", file).field("error", error.description);
+    json.field("time", timeText(context_.platform.clock.now()));
     context_.terminal.print(json.endObject().line());
 }
 

@@ -7,10 +7,7 @@ namespace tovri::cli {
 
 Task<ExitCode> QueueCommand::run(std::stop_token /*stop*/) {
     const Result<QueueSnapshot> queue = readSavedQueue(context_.platform);
-    if (!queue) {
-        context_.complain(queue.error().description);
-        co_return ExitCode::failure;
-    }
+    if (!queue) co_return context_.fail(queue.error().description);
     if (context_.invocation.has("--json")) {
         context_.terminal.print(queueJSON(*queue));
         co_return ExitCode::success;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "cli/commands/Command.h"
@@ -34,8 +35,9 @@ protected:
     [[nodiscard]] Result<SyncRule> namedRule() const;
 
     // The rule with what the arguments say: the folder on put.io, the local one, deletion and interval.
+    // Both folders are looked at: a rule that could not work is not made.
     Task<Result<SyncRule>> withFolder(SyncRule rule, std::string folder, std::stop_token stop);
-    Result<void> applyLocalFolder(SyncRule& rule, const std::string& folder) const;
+    Task<Result<SyncRule>> withLocalFolder(SyncRule rule, std::string folder, std::stop_token stop);
     void applyOptions(SyncRule& rule) const;
 
     // Waits for the inventory of a rule that has been made or has begun anew; says how many files it found.
@@ -44,9 +46,20 @@ protected:
     // What is wrong with the arguments; empty when nothing is.
     [[nodiscard]] virtual std::string objection() const;
 
+    // What was done, in one line, and to which rule; how the command ends when the user did not mean it.
+    struct Changed {
+        std::string text;
+        UUID rule;
+        std::optional<ExitCode> refusal = std::nullopt;
+    };
+
+    // Whether it asks put.io anything, and whether what it takes away does not come back.
+    [[nodiscard]] virtual bool asksService() const { return true; }
+
+    [[nodiscard]] virtual bool mustBeMeant() const { return false; }
+
 private:
-    // What was done, in one line.
-    virtual Task<Result<std::string>> change(std::stop_token stop) = 0;
+    virtual Task<Result<Changed>> change(std::stop_token stop) = 0;
 
     CommandContext& context_;
     RemoteTree tree_;
@@ -58,7 +71,7 @@ public:
     explicit RuleAddCommand(CommandContext& context) : RuleChangeCommand(context) {}
 
 private:
-    Task<Result<std::string>> change(std::stop_token stop) override;
+    Task<Result<Changed>> change(std::stop_token stop) override;
 };
 
 // rules edit
@@ -68,7 +81,7 @@ public:
 
 private:
     [[nodiscard]] std::string objection() const override;
-    Task<Result<std::string>> change(std::stop_token stop) override;
+    Task<Result<Changed>> change(std::stop_token stop) override;
 };
 
 // rules enable, rules disable and rules rm
@@ -77,7 +90,11 @@ public:
     explicit RuleStepCommand(CommandContext& context) : RuleChangeCommand(context) {}
 
 private:
-    Task<Result<std::string>> change(std::stop_token stop) override;
+    [[nodiscard]] bool asksService() const override { return false; }
+
+    [[nodiscard]] bool mustBeMeant() const override { return context().invocation.command == CommandName::rulesRemove; }
+
+    Task<Result<Changed>> change(std::stop_token stop) override;
 };
 
 }  // namespace tovri::cli

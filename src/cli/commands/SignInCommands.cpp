@@ -107,17 +107,21 @@ Task<ExitCode> StatusCommand::run(std::stop_token /*stop*/) {
     const std::optional<Result<PutIOAccount>> whose = co_await account();
     if (context_.invocation.has("--json")) {
         printJSON(queue, whose);
-        co_return ExitCode::success;
+        co_return saved ? ExitCode::success : ExitCode::failure;
     }
     const QueueCounts counts = countsOf(queue);
     context_.terminal.print(signInText(whose));
     context_.terminal.print(fmt::format("Queue: {} waiting, {} paused, {} failed, {} finished{}", counts.waiting,
                                         counts.paused, counts.failed, counts.finished,
                                         queue.isPaused ? "; the queue is paused" : ""));
+    for (const SyncRule& rule : context_.app.syncManager().rules())
+        if (rule.lastFailure)
+            context_.terminal.print(
+                printable(fmt::format("Rule for {} failed: {}", rule.putioFolderName, *rule.lastFailure)));
     context_.terminal.print(
         fmt::format("Queue folder: {}", printable(context_.platform.folders.applicationData.native())));
     context_.terminal.print(fmt::format("Preferences folder: {}", printable(context_.configurationFolder.native())));
-    co_return ExitCode::success;
+    co_return saved ? ExitCode::success : ExitCode::failure;
 }
 
 // None while nobody is signed in. Does not remember it, so that looking writes nothing, and waits for no slow network.

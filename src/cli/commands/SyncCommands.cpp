@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 
 #include "cli/commands/ItemSelection.h"
+#include "downloads/OutdatedItems.h"
+#include "screens/automation/SyncRuleRow.h"
 
 namespace tovri::cli {
 
@@ -21,7 +23,9 @@ std::string RuleSyncCommand::objection() {
 Task<void> RuleSyncCommand::prepare(std::stop_token stop) {
     SyncManager& sync = context().app.syncManager();
     const Subscription failures = sync.onChange([this, &sync](const SyncChange& change) {
-        if (change.kind == SyncChange::Kind::lastError && sync.lastError()) running().fail(*sync.lastError());
+        if (change.kind == SyncChange::Kind::lastError && sync.lastError())
+
+            running().fail(syncFailureText(*sync.lastError()), ExitCode::failure, sync.lastErrorRule());
     });
     // Rules wait until it is known whose account it is.
     if (!context().app.account().name()) (void)co_await context().app.account().refresh(stop);
@@ -29,6 +33,7 @@ Task<void> RuleSyncCommand::prepare(std::stop_token stop) {
         co_await sync.syncRule(*rule_, SyncUrgency::forced, stop);
     else
         co_await sync.syncAll(SyncUrgency::forced, stop);
+    running().tellIfNothingToDo("Nothing to do: no new files.");
 }
 
 WatchCommand::WatchCommand(CommandContext& context) : DownloadCommand(context, DownloadRun::Until::stopped) {
@@ -39,6 +44,7 @@ WatchCommand::WatchCommand(CommandContext& context) : DownloadCommand(context, D
             context.log.beginRound();
         else
             context.log.endRound();
+        if (!sync.isSyncing()) removeOutdatedItems(context.app.downloadManager(), context.platform.clock.now());
     });
 }
 

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "base/Trimmed.h"
-#include "cli/commands/Question.h"
+#include "cli/commands/Confirmation.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/TransferListing.h"
 #include "screens/transfers/TransferRow.h"
@@ -17,6 +17,12 @@ std::string named(const Transfer& transfer) {
     return fmt::format("{} (ID {})", printable(transferTitle(transfer)), transfer.id.text());
 }
 
+std::string cancelQuestion(const Transfer& transfer) {
+    return fmt::format(
+        "Cancel \xE2\x80\x9C{}\xE2\x80\x9D?\nput.io stops the transfer and discards what it has downloaded so far.",
+        printable(transferTitle(transfer)));
+}
+
 std::string statusText(const Transfer& transfer) {
     return transfer.status.value_or("unknown");
 }
@@ -25,10 +31,7 @@ std::string statusText(const Transfer& transfer) {
 
 Task<ExitCode> TransferListCommand::run(std::stop_token stop) {
     Result<std::vector<Transfer>> transfers = co_await context_.api.listTransfers(stop);
-    if (!transfers) {
-        context_.complain(transfers.error());
-        co_return ExitCode::failure;
-    }
+    if (!transfers) co_return context_.fail(transfers.error());
     if (context_.invocation.has("--json"))
         context_.terminal.print(transfersJSON(*transfers));
     else
@@ -38,16 +41,10 @@ Task<ExitCode> TransferListCommand::run(std::stop_token stop) {
 
 Task<ExitCode> TransferAddCommand::run(std::stop_token stop) {
     std::string url(trimmed(context_.invocation.operands.front()));
-    if (url.empty()) {
-        context_.complain("the URL is empty.");
-        co_return ExitCode::wrongArguments;
-    }
+    if (url.empty()) co_return context_.fail("the URL is empty.", ExitCode::wrongArguments);
     Result<Transfer> added = co_await add(std::move(url), stop);
-    if (!added) {
-        context_.complain(added.error());
-        co_return ExitCode::failure;
-    }
-    context_.terminal.print("Added: " + named(*added));
+    if (!added) co_return context_.fail(added.error());
+    context_.tellDone("Added: " + named(*added));
     co_return ExitCode::success;
 }
 
@@ -60,26 +57,20 @@ Task<Result<Transfer>> TransferAddCommand::add(std::string url, std::stop_token 
 }
 
 Task<ExitCode> TransferStepCommand::run(std::stop_token stop) {
+    const bool mustBeMeant = context_.invocation.command == CommandName::transfersCancel;
+    if (const auto refused = mustBeMeant ? refusalToAsk(context_) : std::nullopt) co_return *refused;
     Result<Transfer> transfer = co_await find(stop);
-    if (!transfer) {
-        context_.complain(transfer.error());
-        co_return ExitCode::failure;
-    }
-    if (const std::string reason = objection(*transfer); !reason.empty()) {
-        context_.complain(fmt::format("\"{}\" {}", transferTitle(*transfer), reason));
-        co_return ExitCode::failure;
-    }
-    const bool isWanted = co_await isMeant(*transfer, stop);
-    if (!isWanted) {
-        context_.complain("nothing was done.");
-        co_return ExitCode::failure;
+    if (!transfer) co_return context_.fail(transfer.error());
+    if (const std::string reason = objection(*transfer); !reason.empty())
+        co_return context_.fail(fmt::format("\"{}\" {}", transferTitle(*transfer), reason));
+    if (mustBeMeant) {
+        std::optional<ExitCode> refused = co_await refusalOfUser(&context_, cancelQuestion(*transfer), stop);
+        if (refused) co_return *refused;
     }
     Result<void> performed = co_await perform(transfer->id, stop);
-    if (performed)
-        context_.terminal.print(fmt::format("{}: {}", done(), named(*transfer)));
-    else
-        context_.complain(performed.error());
-    co_return performed ? ExitCode::success : ExitCode::failure;
+    if (!performed) co_return context_.fail(performed.error());
+    context_.tellDone(fmt::format("{}: {}", done(), named(*transfer)));
+    co_return ExitCode::success;
 }
 
 // put.io takes an ID that it does not know for one that is over already.
@@ -100,17 +91,6 @@ std::string TransferCancelCommand::objection(const Transfer& transfer) const {
                        statusText(transfer));
 }
 
-Task<bool> TransferCancelCommand::isMeant(Transfer transfer, std::stop_token stop) {
-    if (context().invocation.has("--yes") || !context().terminal.canAsk()) co_return true;
-    std::string question = fmt::format(
-        "Cancel \xE2\x80\x9C{}\xE2\x80\x9D?\nput.io stops the transfer and discards what it has downloaded so far. "
-        "[y/N] ",
-        printable(transferTitle(transfer)));
-    Result<std::optional<std::string>> answer =
-        co_await ask(context().platform.loop, context().terminal, std::move(question), Terminal::Echo::shown, stop);
-    co_return isYes(answer);
-}
-
 Task<Result<void>> TransferCancelCommand::perform(TransferID id, std::stop_token stop) {
     return context().api.cancelTransfers({id}, std::move(stop));
 }
@@ -120,10 +100,6 @@ std::string TransferRetryCommand::objection(const Transfer& transfer) const {
     return fmt::format("has not failed (its status is {}), so there is nothing to retry.", statusText(transfer));
 }
 
-Task<bool> TransferRetryCommand::isMeant(Transfer /*transfer*/, std::stop_token /*stop*/) {
-    co_return true;
-}
-
 Task<Result<void>> TransferRetryCommand::perform(TransferID id, std::stop_token stop) {
     Result<Transfer> retried = co_await context().api.retryTransfer(id, std::move(stop));
     if (!retried) co_return failure(retried);
@@ -131,12 +107,13 @@ Task<Result<void>> TransferRetryCommand::perform(TransferID id, std::stop_token 
 }
 
 Task<ExitCode> TransferCleanCommand::run(std::stop_token stop) {
+    std::optional<ExitCode> refused =
+        co_await refusalOfUser(&context_, "Take all completed transfers off put.io's list?", stop);
+    if (refused) co_return *refused;
     Result<void> cleaned = co_await context_.api.cleanTransfers(stop);
-    if (cleaned)
-        context_.terminal.print("Completed transfers are off the list.");
-    else
-        context_.complain(cleaned.error());
-    co_return cleaned ? ExitCode::success : ExitCode::failure;
+    if (!cleaned) co_return context_.fail(cleaned.error());
+    context_.tellDone("Completed transfers are off the list.");
+    co_return ExitCode::success;
 }
 
 }  // namespace tovri::cli

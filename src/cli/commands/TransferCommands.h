@@ -48,9 +48,6 @@ private:
     // Why it cannot be done; empty when it can.
     [[nodiscard]] virtual std::string objection(const Transfer& transfer) const = 0;
 
-    // Whether the user agrees.
-    virtual Task<bool> isMeant(Transfer transfer, std::stop_token stop) = 0;
-
     virtual Task<Result<void>> perform(TransferID id, std::stop_token stop) = 0;
 
     // What is said when it is done.
@@ -66,7 +63,6 @@ public:
 
 private:
     [[nodiscard]] std::string objection(const Transfer& transfer) const override;
-    Task<bool> isMeant(Transfer transfer, std::stop_token stop) override;
     Task<Result<void>> perform(TransferID id, std::stop_token stop) override;
 
     [[nodiscard]] std::string_view done() const override { return "Cancelled"; }
@@ -79,7 +75,6 @@ public:
 
 private:
     [[nodiscard]] std::string objection(const Transfer& transfer) const override;
-    Task<bool> isMeant(Transfer transfer, std::stop_token stop) override;
     Task<Result<void>> perform(TransferID id, std::stop_token stop) override;
 
     [[nodiscard]] std::string_view done() const override { return "Trying again"; }

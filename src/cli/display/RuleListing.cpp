@@ -1,12 +1,12 @@
 #include "cli/display/RuleListing.h"
 
-#include <fmt/chrono.h>
 #include <fmt/format.h>
 
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/RowLayout.h"
 #include "cli/display/ShortID.h"
+#include "cli/display/TimeText.h"
 #include "screens/RelativeTime.h"
 #include "screens/automation/SyncRuleRow.h"
 
@@ -26,6 +26,7 @@ std::string detailText(const SyncRule& rule, const SyncRuleRow& row, Timestamp n
     std::string text = statusText(rule, row, now);
     if (row.isEnabled) text += fmt::format("{}every {}", dot, row.interval);
     if (row.deletes) text += fmt::format("{}deletes from put.io", dot);
+    if (rule.lastFailure) text += fmt::format("{}failed: {}", dot, printable(*rule.lastFailure));
     return text;
 }
 
@@ -60,9 +61,8 @@ std::string rulesJSON(const std::vector<SyncRule>& rules) {
             .field("knownFiles", static_cast<std::int64_t>(rule.knownFileIDs.size()))
             .field("pendingFiles", static_cast<std::int64_t>(rule.pendingFileIDs.size()));
         if (rule.account) json.field("account", *rule.account);
-        if (rule.lastSyncDate)
-            json.field("lastSyncDate",
-                       fmt::format("{:%FT%TZ}", std::chrono::floor<std::chrono::seconds>(*rule.lastSyncDate)));
+        if (rule.lastSyncDate) json.field("lastSyncDate", timeText(*rule.lastSyncDate));
+        if (rule.lastFailure) json.field("lastFailure", *rule.lastFailure);
         json.endObject();
     }
     json.endArray().endObject();

@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "base/Sentence.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/ShortID.h"
 
@@ -34,17 +35,15 @@ DownloadRun::DownloadRun(CommandContext& context)
 
 std::optional<ExitCode> DownloadRun::refusal() const {
     if (context_.preferences.conflictBehavior() == ConflictBehavior::ask && !canAsk(context_)) {
-        context_.complain(
+        return context_.fail(
             context_.invocation.has("--on-conflict")
                 ? "--on-conflict ask needs a terminal; give keep-both, replace or skip."
                 : "the preference conflictBehavior is \"ask\", which needs a terminal; give --on-conflict keep-both, "
-                  "replace or skip, or change it: tovri-cli config conflictBehavior keepBoth");
-        return ExitCode::wrongArguments;
+                  "replace or skip, or change it: tovri-cli config conflictBehavior keepBoth",
+            ExitCode::wrongArguments);
     }
-    if (!context_.auth.isAuthenticated()) {
-        context_.complain("not signed in. Sign in with: tovri-cli login");
-        return ExitCode::failure;
-    }
+    if (!context_.auth.isAuthenticated())
+        return context_.fail("not signed in. Sign in with: tovri-cli login", ExitCode::notSignedIn);
     return std::nullopt;
 }
 
@@ -54,18 +53,34 @@ void DownloadRun::begin() {
     signOut_ = context_.auth.onChange([this](AuthManager::Change) {
         refusal_ = context_.platform.loop.schedule(MainLoop::Duration::zero(), [this] {
             if (!context_.auth.isAuthenticated())
-                giveUp(
-                    "put.io does not accept the access token. Sign in with: tovri-cli login. Then go on with: "
-                    "tovri-cli retry");
+                giveUp(fmt::format("put.io does not accept the access token. Sign in with: tovri-cli login. Then go on "
+                                   "with: tovri-cli {}",
+                                   isWatch() ? "watch" : "retry"),
+                       ExitCode::notSignedIn);
         });
     });
     if (context_.invocation.has("--use-folder-anyway")) downloads_.useFoldersAnyway();
     context_.app.setup();
 }
 
-void DownloadRun::fail(const std::string& text) {
-    hasFailed_ = true;
-    context_.complain(text);
+void DownloadRun::fail(const Error& error) {
+    fail(withAdvice(error), exitCodeOf(error));
+}
+
+void DownloadRun::fail(const std::string& text, ExitCode code, const std::optional<UUID>& rule) {
+    if (failed_ != ExitCode::notSignedIn) failed_ = code;
+    context_.fail(text, code, rule);
+}
+
+void DownloadRun::tellIfNothingToDo(std::string_view reason) {
+    const bool waits = downloads_.downloads().count({Status::paused, Status::deleting}) > 0;
+    if (failed_ != ExitCode::success || waits || downloads_.hasUnfinishedWork()) return;
+    if (context_.invocation.has("--json")) return context_.tellDone(reason);
+    context_.terminal.message(reason);
+}
+
+bool DownloadRun::isWatch() const {
+    return context_.invocation.command == CommandName::watch;
 }
 
 void DownloadRun::follow(const QueueChange& change) {
@@ -92,14 +107,21 @@ void DownloadRun::tellFailure(const Download& item) {
         return std::nullopt;
     }();
     if (!words) return;
+    context_.terminal.message(fmt::format("{}: {}: {} {}", words->what, pathText(item),
+                                          printable(asSentence(item.error.value_or("Download failed"))),
+                                          adviceFor(item, words->advice)));
+}
+
+// While rules are watched, a rule tries again by itself, and no other process can try anything else.
+std::string DownloadRun::adviceFor(const Download& item, std::string_view what) const {
+    if (isWatch() && item.status == Status::failed && item.syncRuleID) return "Its rule tries again.";
     const std::string id = shortID(item.id, downloads_.downloads().items().size());
-    context_.terminal.message(fmt::format("{}: {}: {} {}: tovri-cli retry {}{}", words->what, pathText(item),
-                                          printable(item.error.value_or("Download failed")), words->advice, id,
-                                          item.isUnproven ? ", or in spite of that with --anyway" : ""));
+    return fmt::format("{}{}: tovri-cli retry {}{}", what, isWatch() ? ", once this has been stopped" : "", id,
+                       item.isUnproven ? ", or in spite of that with --anyway" : "");
 }
 
 void DownloadRun::tellUnsaved(const std::optional<std::string>& reason) {
-    if (reason && reason != unsaved_) context_.complain(*reason);
+    if (reason && reason != unsaved_) context_.fail(*reason);
     unsaved_ = reason;
 }
 
@@ -143,7 +165,8 @@ void DownloadRun::watchPatience() {
 
 std::string DownloadRun::waitText() const {
     for (const ConstDownloadPointer& item : downloads_.downloads().items())
-        if (item->hold && item->hold->reason == Hold::Reason::service) return " " + printable(item->hold->text) + ".";
+        if (item->hold && item->hold->reason == Hold::Reason::service)
+            return " " + printable(asSentence(item->hold->text));
     return {};
 }
 
@@ -221,8 +244,9 @@ void DownloadRun::tellHeld() {
                                                   shortID(item->id, list.items().size())));
             continue;
         }
-        context_.terminal.message(fmt::format("{}: {}. Go on with: tovri-cli run{}", printable(item->hold->text),
-                                              pathText(*item), isElsewhere ? " [--use-folder-anyway]" : ""));
+        context_.terminal.message(fmt::format("{}: {}. Go on with: tovri-cli {}{}", printable(item->hold->text),
+                                              pathText(*item), isWatch() ? "watch" : "run",
+                                              isElsewhere ? " [--use-folder-anyway]" : ""));
     }
     if (told > most) context_.terminal.message(fmt::format("and {} more wait.", list.heldCount() - most));
 }
@@ -232,9 +256,9 @@ ExitCode DownloadRun::exitCode() const {
     const DownloadList& list = downloads_.downloads();
     const bool waits =
         (downloads_.isPaused() && list.count({Status::queued, Status::paused}) > 0) || list.heldCount() > 0;
-    const bool failed = hasFailed_ || isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 ||
-                        tally_.doubtful() > 0 || waits || unsaved_;
-    return failed ? ExitCode::failure : ExitCode::success;
+    const bool failed =
+        isGivingUp_ || tally_.failed > 0 || tally_.undeleted() > 0 || tally_.doubtful() > 0 || waits || unsaved_;
+    return failed && failed_ == ExitCode::success ? ExitCode::failure : failed_;
 }
 
 void DownloadRun::rest(std::function<void()> done) {
@@ -246,12 +270,12 @@ void DownloadRun::rest(std::function<void()> done) {
     });
 }
 
-void DownloadRun::giveUp(std::string reason) {
+void DownloadRun::giveUp(const std::string& reason, ExitCode code) {
     if (std::exchange(isGivingUp_, true)) return;
     patience_.reset();
     prompt_.close();
     securing_.request_stop();
-    fail(reason);
+    fail(reason, code);
     rest([this] { checkSoon(); });
 }
 

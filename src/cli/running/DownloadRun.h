@@ -7,6 +7,7 @@
 #include <set>
 #include <stop_token>
 #include <string>
+#include <string_view>
 
 #include "base/Task.h"
 #include "cli/CommandContext.h"
@@ -31,7 +32,12 @@ public:
     [[nodiscard]] DownloadManager& downloads() { return downloads_; }
 
     // Tells a failure that is no item's, and remembers it for the exit status.
-    void fail(const std::string& text);
+    void fail(const Error& error);
+    void fail(const std::string& text, ExitCode code = ExitCode::failure,
+              const std::optional<UUID>& rule = std::nullopt);
+
+    // Says so, when nothing is to be done.
+    void tellIfNothingToDo(std::string_view reason);
 
     enum class Until {
         empty,    // nothing runs and nothing is queued
@@ -62,7 +68,9 @@ private:
     void rest(std::function<void()> done);
 
     // Ends the run before it is empty, for this reason.
-    void giveUp(std::string reason);
+    void giveUp(const std::string& reason, ExitCode code = ExitCode::failure);
+    [[nodiscard]] bool isWatch() const;
+    [[nodiscard]] std::string adviceFor(const Download& item, std::string_view what) const;
     void tellPause();
     void tellHeld();
     [[nodiscard]] ExitCode exitCode() const;
@@ -73,8 +81,8 @@ private:
     std::unique_ptr<RunReporter> reporter_;
     ConflictPrompt prompt_;
     Until until_ = Until::empty;
-    bool hasFailed_ = false;
-    std::optional<std::string> unsaved_;  // what was last told of what could not be saved
+    ExitCode failed_ = ExitCode::success;  // what was told of it that is no item's
+    std::optional<std::string> unsaved_;   // what was last told of what could not be saved
     bool isGivingUp_ = false;
     bool isAtRest_ = false;
     std::move_only_function<void()> ended_;

@@ -3,6 +3,7 @@
 #include "base/ByteCountFormat.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
+#include "cli/display/TimeText.h"
 #include "cli/running/RunReporter.h"
 #include "downloads/running/ArrivalProof.h"
 
@@ -60,9 +61,11 @@ std::string_view nameOf(Event event) {
     return "";
 }
 
-JSON& addItem(JSON& json, const Download& item) {
+JSON& addItem(JSON& json, const Download& item, Timestamp now) {
     json.field("id", item.id.text()).field("fileID", item.fileID).field("name", item.fileName);
-    return json.field("size", item.fileSize).field("bytes", item.bytesDownloaded);
+    json.field("size", item.fileSize).field("bytes", item.bytesDownloaded);
+    if (item.syncRuleID) json.field("rule", item.syncRuleID->text());
+    return json.field("time", timeText(now));
 }
 
 }  // namespace
@@ -96,12 +99,12 @@ std::string eventLine(const QueueChange& change, Timestamp now) {
     }
 }
 
-std::string eventJSON(const QueueChange& change) {
+std::string eventJSON(const QueueChange& change, Timestamp now) {
     const Event event = eventOf(change);
     if (event == Event::none) return {};
     const Download& item = *change.item;
     JSON json;
-    addItem(json.beginObject().field("event", nameOf(event)), item);
+    addItem(json.beginObject().field("event", nameOf(event)), item, now);
     if (event == Event::queued) json.field("destination", item.destinationFolder->native());
     if (event == Event::arrived && item.resolvedURL) json.field("path", *item.resolvedURL);
     if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
@@ -110,9 +113,9 @@ std::string eventJSON(const QueueChange& change) {
     return json.endObject().line();
 }
 
-std::string progressJSON(const Download& item) {
+std::string progressJSON(const Download& item, Timestamp now) {
     JSON json;
-    addItem(json.beginObject().field("event", "progress"), item).field("speed", item.speed.count);
+    addItem(json.beginObject().field("event", "progress"), item, now).field("speed", item.speed.count);
     return json.endObject().line();
 }
 
@@ -130,7 +133,7 @@ std::string summaryLine(const RunTally& tally) {
     return text;
 }
 
-std::string summaryJSON(const RunTally& tally) {
+std::string summaryJSON(const RunTally& tally, Timestamp now) {
     const auto number = [](std::size_t count) { return static_cast<std::int64_t>(count); };
     JSON json;
     json.beginObject().field("event", "summary").field("arrived", number(tally.arrived));
@@ -138,8 +141,7 @@ std::string summaryJSON(const RunTally& tally) {
     json.field("notDeleted", number(tally.undeleted()));
     if (tally.doubtful() > 0) json.field("doubtful", number(tally.doubtful()));
     if (tally.waiting() > 0) json.field("waiting", number(tally.waiting()));
-    json.endObject();
-    return json.line();
+    return json.field("time", timeText(now)).endObject().line();
 }
 
 }  // namespace tovri::cli

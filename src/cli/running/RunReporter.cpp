@@ -56,19 +56,19 @@ public:
     void follow(const QueueChange& change) override {
         if (change.kind == QueueChange::Kind::inserted && !change.item) return tellQueued();
         if (change.kind == QueueChange::Kind::inserted) queued_.insert(change.item->id);
-        if (waits_.isNews(change)) print(eventJSON(change));
+        if (waits_.isNews(change)) print(eventJSON(change, view_.clock.now()));
         if (change.kind != QueueChange::Kind::progress || timer_.isActive()) return;
         timer_ = view_.loop.schedule(std::chrono::seconds(1), [this] {
             timer_.reset();
             if (view_.terminal.isBehind()) return;
             for (const ConstDownloadPointer& item : view_.downloads.downloads().withStatus(Status::downloading))
-                print(progressJSON(*item));
+                print(progressJSON(*item, view_.clock.now()));
         });
     }
 
     void end() override {
         timer_.reset();
-        print(summaryJSON(view_.tally));
+        print(summaryJSON(view_.tally, view_.clock.now()));
     }
 
 private:
@@ -76,7 +76,7 @@ private:
     void tellQueued() {
         for (const ConstDownloadPointer& item : view_.downloads.downloads().items())
             if (!isFinished(item->status) && queued_.insert(item->id).second)
-                print(eventJSON({QueueChange::Kind::inserted, item}));
+                print(eventJSON({QueueChange::Kind::inserted, item}, view_.clock.now()));
     }
 
     void print(const std::string& line) const {

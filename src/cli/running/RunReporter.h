@@ -41,12 +41,12 @@ enum class ReportForm { json, live, lines };
 [[nodiscard]] std::string eventLine(const QueueChange& change, Timestamp now);
 
 // One JSON object on one line; empty for a change that is no event.
-[[nodiscard]] std::string eventJSON(const QueueChange& change);
-[[nodiscard]] std::string progressJSON(const Download& item);
+[[nodiscard]] std::string eventJSON(const QueueChange& change, Timestamp now);
+[[nodiscard]] std::string progressJSON(const Download& item, Timestamp now);
 
 // "3 arrived, 1 skipped, 1 failed"; empty when nothing was finished.
 [[nodiscard]] std::string summaryLine(const RunTally& tally);
-[[nodiscard]] std::string summaryJSON(const RunTally& tally);
+[[nodiscard]] std::string summaryJSON(const RunTally& tally, Timestamp now);
 
 // Where the item's file goes or stands, as the user can read it.
 [[nodiscard]] std::string pathText(const Download& item);

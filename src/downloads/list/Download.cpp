@@ -18,6 +18,12 @@ void DownloadRecord::forgetArrival() {
     durable.reset();
 }
 
+bool isOutdated(const DownloadRecord& item, Timestamp now) {
+    constexpr std::chrono::seconds keptFor{2'592'000};  // 30 days
+    const auto reference = item.completedAt ? item.completedAt : item.startedAt;
+    return isFinished(item.status) && reference && now - *reference > keptFor;
+}
+
 std::string Download::speedText() const {
     return speed < BytesPerSecond(1) ? "" : formatRate(speed);
 }

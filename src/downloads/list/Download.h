@@ -102,6 +102,9 @@ struct Download : DownloadRecord {
     return item.deleteAfterDownload || item.folderDeleteID;
 }
 
+// Whether it finished more than 30 days ago, where a date says so.
+[[nodiscard]] bool isOutdated(const DownloadRecord& item, Timestamp now);
+
 using DownloadPointer = std::shared_ptr<Download>;
 
 // An item for all who do not belong to the engine.

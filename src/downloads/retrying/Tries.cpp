@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/Sentence.h"
 #include "platform/Await.h"
 
 namespace tovri {
@@ -81,7 +82,7 @@ Result<void> Tries::mayWait() {
         isUsedUp_ = true;
     const HoldPointer waited = hold();
     tell(nullptr);
-    return failure(last_.value_or(Error(ErrorCase::transport, waited->text + ".")));
+    return failure(last_.value_or(Error(ErrorCase::transport, asSentence(waited->text))));
 }
 
 // By more than the pace of its requests.

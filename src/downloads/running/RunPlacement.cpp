@@ -211,7 +211,7 @@ Task<> RunPlacement::keepWhole() {
 
 void RunPlacement::remove(Path file) {
     around_.volumes.run(target_.lane,
-                        [&files = around_.files, file = std::move(file)] { (void)files.removeItem(file); });
+                        [&files = around_.files, file = std::move(file)] { (void)files.removeFile(file); });
 }
 
 }  // namespace tovri

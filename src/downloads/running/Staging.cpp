@@ -8,7 +8,7 @@ Task<Result<std::filesystem::path>> Staging::stage(Path received, std::string la
     if (holds(received)) co_return received;
     const Path staged = around_.stagingFolder / around_.random.makeUUID().text();
     auto move = [&files = around_.files, received, staged]() -> Result<Path> {
-        if (Result<void> made = files.createDirectories(staged.parent_path()); !made) return failure(made);
+        if (Result<void> made = files.createPrivateFolder(staged.parent_path()); !made) return failure(made);
         if (Result<void> moved = files.moveItem(received, staged, {}); !moved) return failure(moved);
         if (Result<void> durable = files.makeDurable(staged); !durable) {
             (void)files.moveItem(staged, received, {});

@@ -58,12 +58,8 @@ Result<ByteCount> DownloadStore::save(QueueSnapshot snapshot) const {
 }
 
 void DownloadStore::prune(QueueSnapshot& snapshot) const {
-    constexpr std::chrono::seconds keptFor{2'592'000};  // 30 days
-    const Timestamp now = clock_.now();
-    std::erase_if(snapshot.downloads, [&](const DownloadRecord& item) {
-        const auto reference = item.completedAt ? item.completedAt : item.startedAt;
-        return isFinished(item.status) && reference && now - *reference > keptFor;
-    });
+    std::erase_if(snapshot.downloads,
+                  [now = clock_.now()](const DownloadRecord& item) { return isOutdated(item, now); });
 }
 
 void DownloadStore::cleanStaging(const std::set<std::filesystem::path>& keep) {

@@ -31,7 +31,10 @@ public:
     [[nodiscard]] const std::filesystem::path& queueURL() const { return queueURL_; }
 
     // A failure shows when something is staged.
-    void createStagingDirectory() { (void)files_.createDirectories(stagingDirectory_); }
+    void createStagingDirectory() {
+        (void)files_.createDirectories(stagingDirectory_.parent_path());
+        (void)files_.createPrivateFolder(stagingDirectory_);
+    }
 
     // What a process left that died while it replaced a file of the data folder. To be called before any is replaced.
     void removeHalfWritten();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -45,7 +46,8 @@ struct IdentifierFormat {
 };
 
 struct NumberFormat {
-    static void write(auto& json, double number) { json.Double(number); }
+    // JSON has no other numbers than these.
+    static void write(auto& json, double number) { json.Double(std::isfinite(number) ? number : 0); }
 
     static double read(const SavedValue& saved) { return saved.as<double>("a number"); }
 };

@@ -152,6 +152,7 @@ EasyHandle CurlLoop::takeHandle() {
     set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
     set(CURLOPT_SSL_VERIFYPEER, 1L);
     set(CURLOPT_SSL_VERIFYHOST, 2L);
+    set(CURLOPT_SSLVERSION, static_cast<long>(CURL_SSLVERSION_TLSv1_2));  // whatever the system allows besides
     set(CURLOPT_USERAGENT, "Tovri");
     set(CURLOPT_CLOSESOCKETFUNCTION, &Callbacks::close);
     set(CURLOPT_CLOSESOCKETDATA, this);

@@ -17,7 +17,7 @@ RequestBody RequestBody::ofText(std::string text) {
 }
 
 Result<RequestBody> RequestBody::ofFile(const std::filesystem::path& path) {
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
     RequestBody body({}, descriptor, 0);
     struct stat status{};
     if (descriptor < 0 || ::fstat(descriptor, &status) != 0)

@@ -35,9 +35,9 @@ Result<DataFolderLock> DataFolderLock::acquire(const std::filesystem::path& fold
     whole.l_whence = SEEK_SET;
     if (::fcntl(file.number(), F_OFD_SETLK, &whole) != 0) {
         if (errno != EAGAIN && errno != EACCES) return failure(fileError("lock", path, errno));
-        return failure({ErrorCase::file, "The downloads in \"" + displayText(folder) + "\" are in use by " +
-                                             holder(file.number()) +
-                                             "; wait for it to end, or end it, and try again."});
+        return failure({ErrorCase::inUse, "The downloads in \"" + displayText(folder) + "\" are in use by " +
+                                              holder(file.number()) +
+                                              "; wait for it to end, or end it, and try again."});
     }
     const std::string self = std::string(program) + " (process " + std::to_string(::getpid()) + ")";
     if (::ftruncate(file.number(), 0) != 0) return failure(fileError("write", path, errno));

@@ -13,7 +13,7 @@ namespace tovri {
 class DataFolderLock {
 public:
     // Creates the folder when it is missing. `program` is what a second process is told about the holder, beside the
-    // process's number; the error says it as the user may see it.
+    // process's number; the error, ErrorCase::inUse, says it as the user may see it.
     [[nodiscard]] static Result<DataFolderLock> acquire(const std::filesystem::path& folder, std::string_view program);
 
 private:

@@ -18,6 +18,7 @@
 #include "platform/posix/NewFile.h"
 #include "platform/posix/PosixWritableFile.h"
 #include "platform/posix/RegularFile.h"
+#include "platform/posix/TrustedPath.h"
 #include "platform/posix/VolumeLookup.h"
 
 namespace tovri {
@@ -104,6 +105,7 @@ std::vector<Path> PosixFileManager::mountPoints(const std::string& identity) {
 }
 
 Result<void> PosixFileManager::createDirectories(const Path& path) {
+    if (Result<void> trusted = checkLinks(path); !trusted) return trusted;
     const int failed = newFolders_.make(path.has_filename() ? path : path.parent_path(), asTheUserWants);
     return fileOutcome(failed == EEXIST ? ENOTDIR : failed, "create the folder", path);
 }
@@ -114,8 +116,10 @@ Result<void> PosixFileManager::createPrivateFolder(const Path& path) {
     const auto status = statusOf(path);
     if (!status || !S_ISDIR(status->st_mode)) return fileOutcome(ENOTDIR, "create the folder", path);
     const auto above = statusOf(parentOf(path));
-    const bool isOurs = status->st_uid == ::geteuid() || (above && above->st_uid == status->st_uid);
-    return fileOutcome(isOurs ? 0 : EPERM, "use the folder", path);
+    const bool isOurs = status->st_uid == ::geteuid();
+    const bool isPrivate = (status->st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)) == S_IRWXU;
+    if (isOurs && !isPrivate) (void)::chmod(path.c_str(), S_IRWXU);  // some volumes have one mode for all
+    return fileOutcome(isOurs || (above && above->st_uid == status->st_uid) ? 0 : EPERM, "use the folder", path);
 }
 
 Result<std::vector<Path>> PosixFileManager::directoryContents(const Path& path) {
@@ -169,6 +173,10 @@ Result<void> PosixFileManager::removeItem(const Path& path) {
     if (error) return failure(fileError("remove", path, error.value()));
     if (count == 0) return failure(fileError("remove", path, ENOENT));
     return {};
+}
+
+Result<void> PosixFileManager::removeFile(const Path& path) {
+    return fileOutcome(::unlink(path.c_str()) == 0 ? 0 : errno, "remove", path);
 }
 
 Result<void> PosixFileManager::makeDurable(const Path& path) {

@@ -29,6 +29,7 @@ public:
     [[nodiscard]] std::string mark(const Path& file) override;
     [[nodiscard]] Result<void> setMark(const Path& file, const std::string& mark) override;
     [[nodiscard]] Result<void> removeItem(const Path& path) override;
+    [[nodiscard]] Result<void> removeFile(const Path& path) override;
     [[nodiscard]] Result<void> makeDurable(const Path& path) override;
     [[nodiscard]] std::vector<Result<void>> makeAllDurable(const std::vector<Path>& paths) override;
     [[nodiscard]] Result<void> makeFolderDurable(const Path& folder) override;

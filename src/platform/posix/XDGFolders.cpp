@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "platform/posix/FileError.h"
+#include "platform/posix/LeftUploads.h"
 
 namespace tovri {
 
@@ -34,22 +35,36 @@ XDGFolders XDGFolders::fromEnvironment() {
     folders.standard.home = home;
     folders.standard.applicationData = absoluteOr("XDG_DATA_HOME", home / ".local/share") / "Tovri";
     folders.standard.temporary = absoluteOr("TMPDIR", "/tmp");
+    folders.standard.uploadPrefix = uploadPrefixOf(::getpid());
     folders.configuration = absoluteOr("XDG_CONFIG_HOME", home / ".config") / "Tovri";
     folders.state = absoluteOr("XDG_STATE_HOME", home / ".local/state") / "Tovri";
     return folders;
 }
 
+namespace {
+
+// 0, or an errno value.
+int makeWithParents(const Path& folder) {
+    if (::mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST) return 0;
+    if (errno != ENOENT || !folder.has_relative_path() || !folder.has_parent_path()) return errno;
+    if (const int failed = makeWithParents(folder.parent_path()); failed != 0) return failed;
+    return ::mkdir(folder.c_str(), S_IRWXU) == 0 || errno == EEXIST ? 0 : errno;
+}
+
+}  // namespace
+
 Result<void> createPrivateFolder(const Path& folder) {
-    if (::mkdir(folder.c_str(), S_IRWXU) == 0) return {};
-    int number = errno;
-    if (number == ENOENT && folder.has_relative_path() && folder.has_parent_path()) {
-        if (auto parent = createPrivateFolder(folder.parent_path()); !parent) return parent;
-        if (::mkdir(folder.c_str(), S_IRWXU) == 0) return {};
-        number = errno;
-    }
+    if (const int failed = makeWithParents(folder); failed != 0)
+        return failure(fileError("create the folder", folder, failed));
     struct stat status{};
-    if (::stat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) return {};
-    return failure(fileError("create the folder", folder, number == EEXIST ? ENOTDIR : number));
+    if (::stat(folder.c_str(), &status) != 0) return failure(fileError("use the folder", folder, errno));
+    if (!S_ISDIR(status.st_mode)) return failure(fileError("create the folder", folder, ENOTDIR));
+    if (status.st_uid != ::geteuid())
+        return failure(Error(ErrorCase::file, "The folder \"" + displayText(folder) +
+                                                  "\" belongs to another user; Tovri uses only folders of your own."));
+    const bool isPrivate = (status.st_mode & (S_IRWXU | S_IRWXG | S_IRWXO)) == S_IRWXU;
+    if (!isPrivate && ::chmod(folder.c_str(), S_IRWXU) != 0) return failure(fileError("use the folder", folder, errno));
+    return {};
 }
 
 }  // namespace tovri

@@ -17,7 +17,8 @@ struct XDGFolders {
     [[nodiscard]] static XDGFolders fromEnvironment();
 };
 
-// The folder with all missing parents, which only the user can enter when they are new. An existing one stays as it is.
+// The folder with all missing parents, which only the user can enter when they are new. An existing one has to belong
+// to the user, and is closed to all others; its parents stay as they are.
 [[nodiscard]] Result<void> createPrivateFolder(const std::filesystem::path& folder);
 
 }  // namespace tovri

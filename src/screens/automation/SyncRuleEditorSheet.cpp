@@ -27,6 +27,15 @@ Stepper SyncRuleEditorSheet::pollInterval() const {
     return {"Check every " + std::to_string(pollIntervalMinutes_) + unit, "", pollIntervalMinutes_, intervalBounds};
 }
 
+const char* SyncRuleEditorSheet::notice() const {
+    SyncRule edited;
+    if (existingRule_) edited.id = existingRule_->id;
+    edited.putioFolderID = putioFolderID_;
+    edited.localFolderPath = localFolderPath_;
+    const bool isSecond = isOpen_ && canConfirm() && ruleOfPair(manager_.rules(), edited);
+    return isSecond ? "Another rule brings this folder to the same place already." : "";
+}
+
 // --- Opening and closing ---
 
 void SyncRuleEditorSheet::reset(std::optional<SyncRule> rule) {

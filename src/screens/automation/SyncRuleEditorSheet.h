@@ -73,6 +73,9 @@ public:
 
     [[nodiscard]] Stepper pollInterval() const;
 
+    // What the user may not have meant, and may confirm all the same; empty when there is nothing.
+    [[nodiscard]] const char* notice() const;
+
     // Without a rule for a new one.
     void open(std::optional<SyncRule> rule);
 

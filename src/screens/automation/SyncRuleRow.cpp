@@ -26,6 +26,12 @@ Status statusOf(const SyncRule& rule, Timestamp now) {
 
 }  // namespace
 
+std::string syncFailureText(std::string text) {
+    constexpr std::string_view end = ".. Will retry.";
+    if (text.ends_with(end)) text.erase(text.size() - end.size(), 1);
+    return text;
+}
+
 std::string abbreviatedPath(const std::string& path, const std::filesystem::path& home) {
     const std::string& start = home.native();
     if (start.empty() || !path.starts_with(start)) return path;
@@ -42,8 +48,8 @@ SyncRuleRow syncRuleRow(const SyncRule& rule, const std::filesystem::path& home,
             .localFolderHelp = rule.localFolderPath,
             .interval = rule.isEnabled ? std::to_string(rule.pollIntervalMinutes) + "m" : "—",
             .status = std::move(status.text),
-            .statusTint = status.tint,
-            .statusHelp = std::move(status.help),
+            .statusTint = rule.lastFailure ? Tint::attention : status.tint,
+            .statusHelp = rule.lastFailure ? "The last look failed: " + *rule.lastFailure : std::move(status.help),
             .isEnabled = rule.isEnabled};
 }
 

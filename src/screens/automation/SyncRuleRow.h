@@ -47,6 +47,9 @@ struct SyncRuleRow {
     bool operator==(const SyncRuleRow&) const = default;
 };
 
+// What the engine says of the last failure, without the second of two full stops where it puts sentences together.
+[[nodiscard]] std::string syncFailureText(std::string text);
+
 // The path with "~" for the user's home folder.
 [[nodiscard]] std::string abbreviatedPath(const std::string& path, const std::filesystem::path& home);
 

@@ -41,7 +41,7 @@ std::vector<ToolbarItem<SyncToolbarAction>> SyncRulesScreen::toolbar() const {
 
 std::optional<Banner> SyncRulesScreen::banner() const {
     if (!manager_.lastError()) return std::nullopt;
-    return Banner{"exclamationmark.triangle.fill", Tint::attention, *manager_.lastError(), "Dismiss"};
+    return Banner{"exclamationmark.triangle.fill", Tint::attention, syncFailureText(*manager_.lastError()), "Dismiss"};
 }
 
 SyncRuleRow SyncRulesScreen::row(std::size_t index) const {

@@ -3,6 +3,7 @@
 #include <QCheckBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
 #include <algorithm>
@@ -29,7 +30,8 @@ SyncRuleEditor::SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent)
       localFolder_(new QLineEdit),
       choose_(new QPushButton(titleOf(SyncRuleEditorSheet::chooseLabel))),
       deletes_(new QCheckBox(titleOf(SyncRuleEditorSheet::deleteLabel))),
-      interval_(new StepperBox([&screen](std::int64_t minutes) { screen.setPollInterval(minutes); })) {
+      interval_(new StepperBox([&screen](std::int64_t minutes) { screen.setPollInterval(minutes); })),
+      notice_(new QLabel) {
     arrange();
     connectParts();
     update(SyncRuleEditorSheet::Change::fields);
@@ -56,6 +58,9 @@ void SyncRuleEditor::arrange() {
     addSection(*form, textOf(SyncRuleEditorSheet::optionsSection));
     form->addRow(deletes_);
     form->addRow(interval_);
+    notice_->setTextFormat(Qt::PlainText);
+    notice_->setWordWrap(true);
+    form->addRow(notice_);
     addCancelButton(textOf(SyncRuleEditorSheet::cancelLabel));
     confirm_ = addConfirmButton(textOf(screen_.confirmLabel()));
 }
@@ -86,6 +91,8 @@ void SyncRuleEditor::update(SyncRuleEditorSheet::Change change) {
     setPlainToolTip(*localFolder_, localFolder_->text());
     deletes_->setChecked(screen_.deleteAfterDownload());
     interval_->show(screen_.pollInterval());
+    notice_->setText(textOf(screen_.notice()));
+    notice_->setVisible(!notice_->text().isEmpty());
     confirm_->setEnabled(screen_.canConfirm());
 }
 

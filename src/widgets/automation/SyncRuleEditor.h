@@ -5,6 +5,7 @@
 #include "widgets/parts/Sheet.h"
 
 class QCheckBox;
+class QLabel;
 class QLineEdit;
 
 namespace tovri {
@@ -33,6 +34,7 @@ private:
     QPushButton* choose_;
     QCheckBox* deletes_;
     StepperBox* interval_;
+    QLabel* notice_;
     QPushButton* confirm_ = nullptr;
     Subscription following_;
 };

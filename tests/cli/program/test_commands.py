@@ -53,7 +53,7 @@ class Commands(ProgramTest):
         self.assertNotIn(token, terminal.text)
         self.run_cli("ls")
         self.run_cli("logout")
-        self.assertIn("Sign in with", self.run_cli("ls", status=1)[1])
+        self.assertIn("Sign in with", self.run_cli("ls", status=3)[1])
         self.assertIn("does not accept", self.run_cli("login", "--token-stdin", given="wrong\n", status=1)[1])
         self.run_cli("login", "--token-stdin", given=f"  {token}\n")
         self.run_cli("ls")

@@ -97,7 +97,7 @@ class Failures(ProgramTest):
     def test_a_refused_token_stops_the_run_and_loses_nothing(self):
         self.serve()
         self.sandbox.fault("link:*:status=401,after=4")
-        _, messages = self.get("/Generated", status=1)
+        _, messages = self.get("/Generated", status=3)
         self.assertIn("put.io does not accept the access token", messages)
         self.assertLessEqual(messages.count("Failed: "), 3, "those that were asking already")
         refused = [r for r in self.sandbox.requests("link") if r["status"] == 401]

@@ -92,7 +92,7 @@ class Interruption(ProgramTest):
         self.interrupt(process)
         _, messages = self.run_cli("run", status=1)
         self.assertEqual(messages.count("Interrupted before put.io confirmed the deletion."), 3, messages)
-        self.assertEqual(self.run_cli("run"), ("", ""))
+        self.assertEqual(self.run_cli("run"), ("", "Nothing to do: no download waits.\n"))
         output, messages = self.run_cli("retry")
         self.assertEqual((output.count("Deleted from put.io: "), messages), (3, ""))
 
@@ -169,7 +169,7 @@ class Interruption(ProgramTest):
         first = self.start("get", "/Generated", "--to", str(self.downloads), stdout=subprocess.DEVNULL)
         wait_until(self.queue, "the first saved queue")
         for command in (["run"], ["get", "/Generated"], ["pause"], ["clear"]):
-            _, messages = self.run_cli(*command, status=1)
+            _, messages = self.run_cli(*command, status=4)
             self.assertIn(f"process {first.pid}", messages)
         for command in (["queue"], ["status"], ["ls"], ["link", "/Generated/" + self.queue()[0]["name"]]):
             self.run_cli(*command)

@@ -100,6 +100,7 @@ class Outputs(ProgramTest):
         self.assertIn("[DownloadManager] Enqueued", messages)
         events = [json.loads(line) for line in output.splitlines()]
         self.assertEqual(len([e for e in events if e["event"] == "arrived"]), 40)
+        self.assertRegex(events[-1].pop("time"), r"^20\d\d-\d\d-\d\dT\d\d:\d\d:\d\dZ$")
         self.assertEqual(events[-1], {"event": "summary", "arrived": 40, "skipped": 0, "failed": 0, "notDeleted": 0})
         self.assertEqual(len(json.loads(self.run_cli("ls", "/Generated", "--json")[0])["files"]), 40)
         for command in ("queue", "status", "config"):

@@ -70,7 +70,7 @@ class Saving(ProgramTest):
         self.assertIn("The rules cannot be saved. ", self.run_cli("rules", "add", "/", "elsewhere", status=1)[1])
         rules.rmdir()
         rules.write_text(kept)
-        self.assertEqual(self.run_cli("rules", "sync")[1], "")
+        self.assertEqual(self.run_cli("rules", "sync")[1], "Nothing to do: no new files.\n")
 
     def test_a_full_disk(self):
         """Of a disk of its own, full but for what a small file needs on its way."""

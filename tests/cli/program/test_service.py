@@ -46,28 +46,28 @@ class Transfers(ServiceTest):
         self.assertEqual(form, {"url": "magnet:?xt=urn:btih:0&dn=A+Film", "save_parent_id": "1", "extract": "true"})
         wait_until(lambda: "Completed\n  1  A Film" in self.run_cli("transfers", "list")[0], "the transfer's end")
         self.assertIn("A Film", self.run_cli("ls", "/Generated")[0])
-        self.run_cli("transfers", "clean")
+        self.run_cli("transfers", "clean", "--yes")
         self.assertEqual(self.listed(), {})
         self.run_cli("transfers", "add", "https://example.com/x.zip")
         self.assertEqual(self.last_form("/transfers/add"), {"url": "https://example.com/x.zip"})
 
     def test_only_what_can_be_done_is_done(self):
         self.serve("--demo")
-        self.assertEqual(self.run_cli("transfers", "cancel", "6")[0], "Cancelled: Häxan (1922) (ID 6)\n")
+        self.assertEqual(self.run_cli("transfers", "cancel", "6", "--yes")[0], "Cancelled: Häxan (1922) (ID 6)\n")
         self.assertEqual(self.run_cli("transfers", "retry", "9")[0], "Trying again: A very rare reel (ID 9)\n")
         listed = self.listed()
         self.assertNotIn(6, listed)
         self.assertEqual(listed[9]["status"], "IN_QUEUE")
-        for arguments, reason in ((["cancel", "8"], '"Safety Last! (1923)" is neither active nor seeding (its status is COMPLETED)'),
+        for arguments, reason in ((["cancel", "8", "--yes"], '"Safety Last! (1923)" is neither active nor seeding (its status is COMPLETED)'),
                                   (["retry", "4"], '"The Kid (1921)" has not failed (its status is DOWNLOADING)'),
-                                  (["cancel", "99"], "There is no transfer with the ID 99."),
+                                  (["cancel", "99", "--yes"], "There is no transfer with the ID 99."),
                                   (["add", "magnet:x", "--to", "/Welcome.txt"], "is a file, not a folder"),
                                   (["add", "magnet:x", "--to", "/None"], 'There is no "None"')):
             output, messages = self.run_cli("transfers", *arguments, status=1)
             self.assertIn(f"tovri-cli transfers {arguments[0]}: ", messages)
             self.assertIn(reason, messages)
             self.assertEqual(output, "")
-        for arguments in (["add", " \n"], ["cancel", "film"], ["retry"], ["explode"], []):
+        for arguments in (["add", " \n"], ["cancel", "film"], ["cancel", "4"], ["clean"], ["retry"], ["explode"], []):
             self.assertEqual(self.run_cli("transfers", *arguments, status=2)[0], "")
         self.assertEqual(self.sandbox.requests(path="/transfers/add"), [])
         self.assertEqual(len(self.sandbox.requests(path="/transfers/cancel")), 1)
@@ -82,10 +82,10 @@ class Transfers(ServiceTest):
 
     def test_failures_of_the_service_are_told(self):
         self.serve("--demo", "--fault", "api:/v2/transfers/clean:status=503", "--fault", "api:/v2/transfers/add:status=429")
-        self.assertIn("HTTP error 503 from put.io.", self.run_cli("transfers", "clean", status=1)[1])
+        self.assertIn("HTTP error 503 from put.io.", self.run_cli("transfers", "clean", "--yes", status=1)[1])
         self.assertIn("Rate limited by put.io.", self.run_cli("transfers", "add", "magnet:x", status=1)[1])
         self.environment["TOVRI_TOKEN"] = "wrong"
-        self.assertIn("Sign in with: tovri-cli login", self.run_cli("transfers", "list", status=1)[1])
+        self.assertIn("Sign in with: tovri-cli login", self.run_cli("transfers", "list", status=3)[1])
 
 
 class Feeds(ServiceTest):
@@ -112,18 +112,18 @@ class Feeds(ServiceTest):
         self.assertEqual(self.run_cli("feeds", "pause", "2")[0], "Paused: New title (ID 2)\n")
         self.assertTrue(re.search(r"2  New title +Auto-delete · Paused\n", self.run_cli("feeds", "list")[0]))
         self.run_cli("feeds", "resume", "2")
-        self.assertEqual(self.run_cli("feeds", "rm", "1")[0], "Deleted: https://example.com/a.xml (ID 1)\n")
+        self.assertEqual(self.run_cli("feeds", "rm", "1", "--yes")[0], "Deleted: https://example.com/a.xml (ID 1)\n")
         feeds = json.loads(self.run_cli("feeds", "list", "--json")[0])["feeds"]
         self.assertEqual([(f["id"], f["title"], f["paused"]) for f in feeds], [(2, "New title", False)])
 
     def test_what_is_wrong_is_said_and_nothing_sent(self):
         self.serve("--demo", "--fault", "api:/v2/rss/pause:status=500")
         for arguments, reason in ((["edit", "99", "--title", "x"], "There is no feed with the ID 99."),
-                                  (["rm", "99"], "There is no feed with the ID 99."),
+                                  (["rm", "99", "--yes"], "There is no feed with the ID 99."),
                                   (["pause", "1"], "HTTP error 500 from put.io."),
                                   (["add", "https://a/b", "--to", "/Welcome.txt"], "is a file, not a folder")):
             self.assertIn(reason, self.run_cli("feeds", *arguments, status=1)[1])
-        for arguments in (["add", " "], ["edit", "1"], ["edit", "1", "--skip-existing", "maybe"], ["rm", "x"], ["list", "x"]):
+        for arguments in (["add", " "], ["edit", "1"], ["edit", "1", "--skip-existing", "maybe"], ["rm", "x"], ["rm", "1"], ["list", "x"]):
             self.assertEqual(self.run_cli("feeds", *arguments, status=2)[0], "")
         for path in ("/rss/create", "/rss/update", "/rss/delete"):
             self.assertEqual(self.sandbox.requests(path=path), [])

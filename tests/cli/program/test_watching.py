@@ -97,7 +97,7 @@ class Rules(Watching):
         self.assertIn("rules enable", messages)
         self.run_cli("rules", "enable", short)
         self.assertTrue(self.rules()[0]["isEnabled"])
-        self.run_cli("rules", "rm", short)
+        self.run_cli("rules", "rm", short, "--yes")
         self.assertEqual(self.rules(), [])
         _, messages = self.run_cli("watch", status=1)
         self.assertIn("rules add", messages)
@@ -115,7 +115,8 @@ class Rules(Watching):
             (("add", "/Welcome.txt", "here"), 1),
             (("edit", before[0]["id"]), 2),
             (("edit", "nonsense", "--keep"), 1),
-            (("rm", "nonsense"), 1),
+            (("rm", "nonsense", "--yes"), 1),
+            (("rm", before[0]["id"]), 2),
             (("sync", "nonsense"), 1),
         ):
             with self.subTest(arguments):
@@ -190,7 +191,7 @@ class Rules(Watching):
         self.assertIn("no local folder", messages)
         self.assertEqual(self.arrived(), ["new.txt"])
         self.assertEqual(len(self.rules()), 3)
-        self.run_cli("rules", "rm", rule["id"])
+        self.run_cli("rules", "rm", rule["id"], "--yes")
         self.assertEqual(len(self.rules()), 1)
 
 
@@ -203,7 +204,7 @@ class Watch(Watching):
             process = self.start("watch", stdout=output)
         wait_until(lambda: "Arrived: " in told.read_text(), "the file")
         self.assertEqual(self.arrived(), ["Deep/new.txt"])
-        _, messages = self.run_cli("rules", "rm", "0", status=1)
+        _, messages = self.run_cli("rules", "rm", "0", "--yes", status=4)
         self.assertIn(str(process.pid), messages)
         _, messages = self.interrupt(process, signal.SIGTERM)
         self.assertIn("tovri-cli watch", messages)
@@ -227,7 +228,7 @@ class Watch(Watching):
         self.sandbox.fault("api:*:status=401")
         process = self.start("watch")
         _, messages = process.communicate(timeout=LIMIT)
-        self.assertEqual(process.returncode, 1, messages)
+        self.assertEqual(process.returncode, 3, messages)
         self.assertEqual(messages.count("tovri-cli login"), 1, messages)
         self.assertEqual([item["name"] for item in self.queue()], ["new.txt"])
 

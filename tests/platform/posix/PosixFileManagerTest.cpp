@@ -39,6 +39,23 @@ TEST_F(PosixFileManagerTest, symbolicLinksCountByThemselves) {
     EXPECT_EQ(entriesIn(here), 2U);
 }
 
+TEST_F(PosixFileManagerTest, followsNoLinkThatSomebodyElseMayHaveMade) {
+    std::filesystem::create_directory(here / "target");
+    const Path shared = here / "shared";
+    std::filesystem::create_directory(shared);
+    std::filesystem::create_directory_symlink(here / "target", shared / "Film");
+    EXPECT_TRUE(files.createDirectories(shared / "Film/Extras"));  // the user's own, where nobody else may write
+    ASSERT_EQ(::chmod(shared.c_str(), 0777), 0);
+    EXPECT_FALSE(files.createDirectories(shared / "Film/More"));
+    EXPECT_TRUE(files.createDirectories(shared / "Real/More"));
+    ASSERT_EQ(::chmod(shared.c_str(), 0755), 0);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::lchown((shared / "Film").c_str(), 65534, 65534), 0);
+        EXPECT_FALSE(files.createDirectories(shared / "Film/More"));
+    }
+    EXPECT_FALSE(std::filesystem::exists(here / "target/More"));
+}
+
 TEST_F(PosixFileManagerTest, whatItWritesForTheProgramIsForTheOwnerAlone) {
     ASSERT_TRUE(files.writeFileAtomically(here / "written", "x"));
     ASSERT_TRUE(files.createFile(here / "created"));

@@ -12,6 +12,7 @@
 #include "platform/posix/EnvironmentCredentialStore.h"
 #include "platform/posix/FileCredentialStore.h"
 #include "platform/posix/FileUserDefaults.h"
+#include "platform/posix/LeftUploads.h"
 #include "platform/posix/PathFolderAccess.h"
 #include "platform/posix/PosixFileManager.h"
 #include "platform/posix/XDGFolders.h"
@@ -158,6 +159,42 @@ TEST_F(StoresTest, dataFolderHasOneOwnerUntilItDies) {
     }
     EXPECT_TRUE(DataFolderLock::acquire(data, "tovri"));
     EXPECT_EQ(modeOf(here / "data"), 0700U);
+}
+
+TEST_F(StoresTest, ownFoldersAreClosedToOthers) {
+    const Path folder = here / "data/Tovri";
+    const mode_t before = ::umask(0);
+    EXPECT_TRUE(createPrivateFolder(folder));
+    ::umask(before);
+    EXPECT_EQ(modeOf(folder), 0700U);
+    for (const unsigned mode : {0777U, 0755U, 0500U}) {
+        ASSERT_EQ(::chmod(folder.c_str(), mode), 0);
+        EXPECT_TRUE(createPrivateFolder(folder));
+        EXPECT_EQ(modeOf(folder), 0700U);
+    }
+    if (::geteuid() != 0) return;  // only root can give a folder to somebody else
+    ASSERT_EQ(::chown(folder.c_str(), 65534, 65534), 0);
+    const Result<void> foreign = createPrivateFolder(folder);
+    ASSERT_FALSE(foreign);
+    EXPECT_THAT(foreign.error().description, HasSubstr("belongs to another user"));
+    EXPECT_FALSE(DataFolderLock::acquire(folder, "tovri"));
+}
+
+TEST_F(StoresTest, whatAKilledUploadLeftIsRemoved) {
+    const pid_t gone = ::fork();
+    if (gone == 0) ::_exit(0);
+    ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
+    const auto make = [&](const std::string& name) { std::ofstream(here / name) << "bytes"; };
+    const std::string left = uploadPrefixOf(gone) + "UUID";
+    const std::vector<std::string> kept = {uploadPrefixOf(::getpid()) + "UUID", "tovri-upload-x-UUID", "other",
+                                           "tovri-upload-" + std::to_string(gone)};
+    make(left);
+    for (const std::string& name : kept) make(name);
+    std::filesystem::create_directory(here / (uploadPrefixOf(gone) + "folder"));
+    removeLeftUploads(here);
+    EXPECT_FALSE(std::filesystem::exists(here / left));
+    for (const std::string& name : kept) EXPECT_TRUE(std::filesystem::exists(here / name)) << name;
+    EXPECT_TRUE(std::filesystem::exists(here / (uploadPrefixOf(gone) + "folder")));
 }
 
 TEST_F(StoresTest, foldersFollowTheEnvironment) {

@@ -139,8 +139,12 @@ TEST_F(SyncRulesScreenTest, showsTheLastErrorUntilItIsDismissed) {
     home.refusal = 500;
     home.pass();
     EXPECT_EQ(screen.banner().value().text, "Sync failed for Shows: HTTP error 500 from put.io.");
+    EXPECT_EQ(screen.row(0).statusHelp, "The last look failed: HTTP error 500 from put.io.");
     screen.dismissBanner();
     EXPECT_FALSE(screen.banner());
+    home.watch(folder, "Second");
+    EXPECT_EQ(screen.banner().value().text, "Couldn't initialize Second: HTTP error 500 from put.io. Will retry.");
+    screen.deleteRules({sync().rules().back().id});
     screen.deleteRules({rule, rule});
     EXPECT_EQ(screen.rowCount(), 0U);
 }
@@ -200,6 +204,15 @@ TEST_F(SyncRuleEditorTest, makesARule) {
     EXPECT_FALSE(made.deleteAfterDownload);
     EXPECT_EQ(made.pollIntervalMinutes, 60);
     EXPECT_TRUE(made.isEnabled);
+
+    screen.perform(SyncToolbarAction::addRule);
+    home.settle();
+    editor.openFolder(0);
+    EXPECT_STREQ(editor.notice(), "");
+    editor.setLocalFolder("/srv/shows");
+    EXPECT_STREQ(editor.notice(), "Another rule brings this folder to the same place already.");
+    editor.confirm();
+    EXPECT_EQ(sync().rules().size(), 2U);
 
     screen.openPlaceholder();  // nothing of the last time is left
     EXPECT_FALSE(editor.canConfirm());
