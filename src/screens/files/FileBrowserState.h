@@ -17,18 +17,11 @@
 #include "base/UUID.h"
 #include "platform/Platform.h"
 #include "screens/files/FileArrangement.h"
+#include "screens/files/FolderHistory.h"
 #include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
 
 namespace tovri {
-
-// One step of the path from the root folder to the one that is shown.
-struct Breadcrumb {
-    FolderID id;
-    std::string name;
-
-    bool operator==(const Breadcrumb&) const = default;
-};
 
 // A local file on its way into a put.io folder.
 struct PendingUpload {
@@ -88,6 +81,9 @@ public:
 
     [[nodiscard]] bool isLoading() const { return isLoading_; }
 
+    // Whether the files are still those of another folder than the breadcrumbs lead to.
+    [[nodiscard]] bool isStale() const { return isLoading_ && filesFolderID_ != currentFolderID(); }
+
     // Why the last load of this folder failed.
     [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
 
@@ -111,10 +107,18 @@ public:
     // files. A newer load supersedes it at any time: what it brings then is dropped.
     void loadFiles();
 
+    // A folder that is on the way already is gone back to.
     void navigateInto(const PutIOFile& folder);
 
     // Back to the breadcrumb; the last one loads its folder again, one that does not exist does nothing.
     void navigateToBreadcrumb(std::size_t index);
+
+    [[nodiscard]] const FolderHistory& history() const { return history_; }
+
+    // Nothing happens where there is nothing that way.
+    void goUp();
+    void goBack();
+    void goForward();
 
     // Back to an empty root, for another user. What is being loaded is dropped.
     void reset();
@@ -149,6 +153,8 @@ private:
     void assign(Field field, T& member, T value);
 
     void tellChanges();
+    void enter(FolderPath path);
+    void show(FolderPath path);
     void setFiles(std::vector<PutIOFile> files);
     [[nodiscard]] bool isCurrent(FolderID folderID, const UUID& request) const;
     Task<> load(FolderID folderID, UUID request);
@@ -164,6 +170,8 @@ private:
     PutIOAPI* api_ = nullptr;
 
     Listing files_;
+    FolderID filesFolderID_ = rootFolderID;  // whose listing they are
+    FolderHistory history_;
     FileArrangement arrangement_;
     std::vector<Breadcrumb> breadcrumbs_;
     FileIDs selectedFiles_;

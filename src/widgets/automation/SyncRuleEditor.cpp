@@ -7,7 +7,7 @@
 #include <QPushButton>
 #include <algorithm>
 
-#include "widgets/automation/FolderBrowser.h"
+#include "widgets/files/FolderBrowser.h"
 #include "widgets/parts/Form.h"
 #include "widgets/parts/LocalFiles.h"
 #include "widgets/parts/StepperBox.h"
@@ -24,16 +24,16 @@ constexpr int sheetWidth = 480;
 SyncRuleEditor::SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent)
     : Sheet(textOf(screen.title()), parent),
       screen_(screen),
-      remoteFolder_(new FolderBrowser(screen)),
+      remoteFolder_(new FolderBrowser(screen.remoteFolder(), textOf(SyncRuleEditorSheet::remoteSection))),
       localFolder_(new QLineEdit),
       choose_(new QPushButton(titleOf(SyncRuleEditorSheet::chooseLabel))),
       deletes_(new QCheckBox(titleOf(SyncRuleEditorSheet::deleteLabel))),
       interval_(new StepperBox([&screen](std::int64_t minutes) { screen.setPollInterval(minutes); })) {
     arrange();
     connectParts();
-    update(SyncRuleEditorSheet::Change::fields);
+    update();
     fitInto(*parent);
-    following_ = screen.onChange([this](SyncRuleEditorSheet::Change change) { update(change); });
+    following_ = screen.onChange([this] { update(); });
 }
 
 void SyncRuleEditor::arrange() {
@@ -77,10 +77,8 @@ void SyncRuleEditor::chooseLocalFolder() {
                      [this](const LocalPaths& folders) { screen_.setLocalFolder(folders.front()); });
 }
 
-void SyncRuleEditor::update(SyncRuleEditorSheet::Change change) {
+void SyncRuleEditor::update() {
     if (!screen_.isOpen()) return;
-    if (change == SyncRuleEditorSheet::Change::folders) return remoteFolder_->showFolders();
-    remoteFolder_->showWay();
     localFolder_->setText(textOf(screen_.localFolderPath()));
     localFolder_->setToolTip(localFolder_->text());
     deletes_->setChecked(screen_.deleteAfterDownload());
