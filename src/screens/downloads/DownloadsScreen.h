@@ -9,10 +9,12 @@
 
 #include "base/Signal.h"
 #include "downloads/DownloadManager.h"
+#include "platform/TextCollation.h"
 #include "platform/Workspace.h"
 #include "screens/ActionDialogs.h"
 #include "screens/Banner.h"
 #include "screens/Label.h"
+#include "screens/Notices.h"
 #include "screens/Placeholder.h"
 #include "screens/ToolbarItem.h"
 #include "screens/downloads/DownloadRow.h"
@@ -22,7 +24,14 @@
 namespace tovri {
 
 // What the toolbar of the downloads screen does.
-enum class QueueAction : std::uint8_t { pauseAll, resumeAll, cancelAll, clearFinished };
+enum class QueueAction : std::uint8_t {
+    pauseAll,
+    resumeAll,
+    cancelAll,
+    clearFinished,
+    retryFailed,
+    showFailed,  // the face's own: it brings failedRows() into sight
+};
 
 // The queue grouped by state, what is running in sum, and what can be done to all and to each. Rows are section headers
 // and downloads; reading one costs the same in a queue of ten and of a hundred thousand. Numbers that change all the
@@ -30,7 +39,16 @@ enum class QueueAction : std::uint8_t { pauseAll, resumeAll, cancelAll, clearFin
 class DownloadsScreen {
 public:
     // What the references name outlives the screen.
-    DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace, const Platform& platform);
+    struct Surroundings {
+        DownloadManager& manager;
+        SpeedControl& speed;
+        Workspace& workspace;
+        Notices& notices;
+        const TextCollation& collation;
+        Platform platform;
+    };
+
+    explicit DownloadsScreen(const Surroundings& surroundings);
 
     void appear();
     void disappear();
@@ -39,7 +57,7 @@ public:
 
     // --- What is shown ---
 
-    // In place of summary and rows while the queue is empty.
+    // In place of the rows while the queue is empty, or the filter lets none through. Its button is search("").
     [[nodiscard]] std::optional<Placeholder> placeholder() const;
 
     // The queue cannot be saved. Its button is retrySaving().
@@ -52,6 +70,12 @@ public:
     [[nodiscard]] const SpeedSwitch& speedSwitch() const { return chrome_.speed; }
 
     [[nodiscard]] std::vector<ToolbarItem<QueueAction>> toolbar() const;
+
+    // What the names of the rows contain; empty for all rows.
+    [[nodiscard]] const std::string& searchText() const { return chrome_.searchText; }
+
+    // Of those on view. Looks at every row.
+    [[nodiscard]] std::vector<std::size_t> failedRows() const;
 
     [[nodiscard]] std::size_t rowCount() const { return rows_.count(); }
 
@@ -86,6 +110,8 @@ public:
 
     void perform(QueueAction action);
 
+    void search(std::string text);
+
     // Does nothing when the download has gone, or is past the state in which its row offered the action.
     void perform(DownloadAction action, const UUID& id);
 
@@ -107,6 +133,9 @@ private:
         bool canResumeAll = false;
         bool canCancelAll = false;
         bool canClearFinished = false;
+        bool hasFailed = false;
+        bool isFilteredEmpty = false;
+        std::string searchText;
         std::vector<Label> summary;
         SpeedSwitch speed;
         std::optional<std::string> saveFailure;
@@ -115,6 +144,7 @@ private:
     };
 
     void follow(const QueueChange& change);
+    void offerUndo();
     void scheduleNumbers();
     void tellNumbers();
     void scheduleTimes();
@@ -131,6 +161,8 @@ private:
     DownloadManager& manager_;
     SpeedControl& speed_;
     Workspace& workspace_;
+    Notices& notices_;
+    const TextCollation& collation_;
     MainLoop& loop_;
     WallClock& clock_;
     RandomSource& random_;

@@ -175,7 +175,7 @@ int Toolbar::widthOfParts(int search) const {
 
 void Toolbar::measure() {
     setTexts(Qt::ToolButtonTextBesideIcon);
-    widthWithTexts_ = widthOfParts(searchWidth);
+    widthWithTexts_ = widthOfParts(searchWidth * 3 / 4);
     setTexts(Qt::ToolButtonIconOnly);
     widthOfSymbols_ = widthOfParts(searchWidth / 2);
     showTexts();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <functional>
 #include <memory>
 #include <string_view>
@@ -8,6 +9,8 @@
 #include "app/TovriApp.h"
 #include "platform/TextCollation.h"
 #include "platform/Workspace.h"
+#include "screens/KeptLog.h"
+#include "screens/NoticingWorkspace.h"
 #include "screens/automation/SyncRulesScreen.h"
 #include "screens/downloads/DownloadsScreen.h"
 #include "screens/feeds/RSSFeedsScreen.h"
@@ -17,9 +20,11 @@
 #include "screens/transfers/TransfersScreen.h"
 #include "screens/window/ContentScreen.h"
 #include "widgets/window/Ending.h"
+#include "widgets/window/LogWindow.h"
 #include "widgets/window/MainWindow.h"
 #include "widgets/window/SettingsWindow.h"
 #include "widgets/window/TrayIcon.h"
+#include "widgets/window/WindowMemory.h"
 
 namespace tovri {
 
@@ -42,6 +47,7 @@ public:
         UserNotifications& notifications;
         ServiceHosts hosts;
         std::function<bool()> hasTray;
+        KeptLog& log;
     };
 
     // `ended` runs when nothing keeps the process any more.
@@ -56,6 +62,9 @@ public:
     // The program was started once more, with a sign-in page's redirect or an empty address.
     void receive(std::string_view address);
 
+    // A change of the settings could not be written, for this reason.
+    void tellUnsavedSettings(const std::string& reason);
+
     // The window goes at once, the process when its downloads have come to rest.
     void quit();
 
@@ -65,6 +74,7 @@ signals:
 private:
     SectionView* makeSection(SidebarItem item);
     void showTray();
+    void showLog();
     void closeWindow();
     void askAboutClosing();
     void hideWindows();
@@ -72,6 +82,8 @@ private:
     Surroundings surroundings_;
     Ending::Done ended_;
     DesktopPreferences preferences_;
+    Notices notices_;
+    NoticingWorkspace workspace_;
     ContentScreen content_;
     SignInScreen signIn_;
     SettingsScreen settingsScreen_;
@@ -81,7 +93,9 @@ private:
     SyncRulesScreen rules_;
     RSSFeedsScreen feeds_;
     MainWindow window_;
+    WindowMemory memory_;
     SettingsWindow settings_;
+    QPointer<LogWindow> log_;
     std::unique_ptr<TrayIcon> tray_;
     Sheet* closing_ = nullptr;
     DesktopPresence presence_;
