@@ -67,7 +67,8 @@ public:
     DownloadManager downloads{downloadPorts(platform, transfers)};
     FakeWorkspace workspace;
     ICUTextCollation language{"en_US"};
-    FileBrowserScreen screen{{state, api, downloads, preferences, workspace, language, random}};
+    Notices notices{loop};
+    FileBrowserScreen screen{{state, api, downloads, preferences, workspace, language, random, notices, {}}};
     FileBrowserView view{screen};
 };
 

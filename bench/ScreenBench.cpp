@@ -4,6 +4,7 @@
 #include "downloads/World.h"
 #include "screens/downloads/DownloadsScreen.h"
 #include "support/FakeWorkspace.h"
+#include "support/PlainTextCollation.h"
 
 using namespace tovri;
 using namespace tovri::test;
@@ -43,7 +44,9 @@ public:
     FakeWorkspace workspace;
     SpeedLimit limit{world.loop};
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
-    DownloadsScreen screen{world.manager(), speed, workspace, {world.loop, world.clock, world.random}};
+    Notices notices{world.loop};
+    PlainTextCollation collation;
+    DownloadsScreen screen{{world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
 };
 
 // A view that reads the rows of which it is told, as far as they fit a window.

@@ -33,6 +33,9 @@ void SyncManager::configure(PutIOAPI& api, DownloadManager& downloadManager) {
     downloadManager.setOnSyncFileSettled([held = std::weak_ptr(self_)](const UUID& rule, FileID fileID) {
         if (const auto self = held.lock()) (*self)->fileSettled(rule, fileID);
     });
+    downloadManager.setOnSyncFileReturned([held = std::weak_ptr(self_)](const UUID& rule, FileID fileID) {
+        if (const auto self = held.lock()) (*self)->fileReturned(rule, fileID);
+    });
     watching_ = downloadManager.onChange([this](const QueueChange& change) {
         if (change.kind == QueueChange::Kind::status) reportDoubt(*change.item);
     });
@@ -169,6 +172,17 @@ void SyncManager::fileSettled(const UUID& rule, FileID fileID) {
         save();
     }
     for (const std::size_t index : changed) changes_.tell({SyncChange::Kind::ruleChanged, index});
+}
+
+void SyncManager::fileReturned(const UUID& rule, FileID fileID) {
+    for (std::size_t index = 0; index < rules_.size(); ++index) {
+        SyncRule& each = rules_[index];
+        if (each.id != rule || !each.knownFileIDs.erase(fileID)) continue;
+        each.pendingFileIDs.insert(fileID);
+        ++each.revision;
+        save();
+        changes_.tell({SyncChange::Kind::ruleChanged, index});
+    }
 }
 
 // The places of the rules that did not know it: the first of that ID, and others of it that wait for the file.

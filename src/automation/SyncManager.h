@@ -98,6 +98,9 @@ public:
     // The file will not be downloaded again for the rule.
     void fileSettled(const UUID& rule, FileID fileID);
 
+    // The same file is on its way for the rule again.
+    void fileReturned(const UUID& rule, FileID fileID);
+
     // --- Passes ---
 
     // One pass over all enabled rules, or over one rule, enabled or not. Nothing happens while another pass is running.

@@ -131,43 +131,6 @@ void DownloadManager::resumeAll() {
     scheduleSave();
 }
 
-void DownloadManager::cancel(const ConstDownloadPointer& shown) {
-    const DownloadPointer item = list_.changeable(*shown);
-    if (!item) return;
-    abandon(item);
-    processQueue();
-}
-
-// Cancels the item and whatever goes on for it.
-void DownloadManager::abandon(const DownloadPointer& item) {
-    abandonRun(*item);
-    dropToken(*item);
-    settlement_.markCancelled(item);
-    conflicts_.dismissConflict(*item);
-    dropArrived(*item);
-    item->stagedURL.reset();
-}
-
-void DownloadManager::cancelAll() {
-    for (const DownloadPointer& item :
-         list_.withStatus({Status::downloading, Status::queued, Status::paused, Status::awaitingConflict}))
-        abandon(item);
-    scheduleSave();
-}
-
-void DownloadManager::remove(const ConstDownloadPointer& shown) {
-    const DownloadPointer item = list_.changeable(*shown);
-    if (!item) return;
-    abandonRun(*item);
-    if (!isFinished(item->status)) settlement_.notifySyncSettled(*item);
-    if (!list_.remove(*item)) return;  // whoever was told removed it
-    conflicts_.dismissConflict(*item);
-    dropArrived(*item);
-    leftovers_.dropUnwanted(item->fileID);
-    processQueue();
-    scheduleSave();
-}
-
 void DownloadManager::clearFinished() {
     const std::vector<DownloadPointer> finished = list_.withStatus(finishedStatuses);
     for (const DownloadPointer& item : finished) dropArrived(*item);

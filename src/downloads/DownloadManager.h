@@ -32,6 +32,7 @@
 #include "downloads/running/Settlement.h"
 #include "downloads/running/VolumeLanes.h"
 #include "downloads/saving/QueueSaver.h"
+#include "downloads/undoing/TakenOut.h"
 #include "settings/Preferences.h"
 
 namespace tovri {
@@ -56,6 +57,9 @@ public:
     void configure(DownloadService& service, const Preferences& preferences);
 
     void setOnSyncFileSettled(Settlement::SyncFileSettled tell) { settlement_.setOnSyncFileSettled(std::move(tell)); }
+
+    // Told where that is taken back.
+    void setOnSyncFileReturned(Settlement::SyncFileSettled tell) { settlement_.setOnSyncFileReturned(std::move(tell)); }
 
     Subscription onChange(std::function<void(const QueueChange&)> tell) { return list_.onChange(std::move(tell)); }
 
@@ -103,10 +107,21 @@ public:
     void pauseAll();
     void resumeAll();
     void cancel(const ConstDownloadPointer& item);
+    void cancel(const std::vector<ConstDownloadPointer>& items);
     void cancelAll();
     void remove(const ConstDownloadPointer& item);
+    void remove(const std::vector<ConstDownloadPointer>& items);
     void clearFinished();
     void retry(const ConstDownloadPointer& item);
+
+    // What the last of the five above has taken out can be taken back for ten seconds, or until the next of them: each
+    // item goes back to its place and status with the bytes that it had, unless it has got another future since. It was
+    // cancelled and saved at once all the same. Empty where nothing can be taken back.
+    [[nodiscard]] const TakenOut& takenOut() const { return takenOut_; }
+
+    [[nodiscard]] bool canTakeBack() const { return !takenOut_.items.empty(); }
+
+    void takeBack();
 
     void retryDelete(const ConstDownloadPointer& item);
 
@@ -217,6 +232,16 @@ private:
     void runEnded();
     static void abandonRun(Download& item);
     void abandon(const DownloadPointer& item);
+    void takeAway(const DownloadPointer& item);
+    [[nodiscard]] std::vector<DownloadPointer> changeable(const std::vector<ConstDownloadPointer>& shown);
+    void beginTakingOut(TakenOut::How how);
+    void tellTakenOut() const;
+    void setAside(const DownloadPointer& item);
+    void forgetTakenOut();
+    void drop(const TakenOut::Item& each);
+    [[nodiscard]] bool isToComeBack(const TakenOut::Item& each, TakenOut::How how) const;
+    void giveBack(const TakenOut::Item& each);
+    [[nodiscard]] std::optional<StatusStep> stepBack(const TakenOut::Item& each) const;
     void moved(const Download& item);
     void pauseAtRest(Download& item);
     void queueAgain(const DownloadPointer& item);
@@ -224,7 +249,7 @@ private:
     void holdForRule(Download& item);
     void dropToken(Download& item);
     void dropArrived(Download& item);
-    void leavePartial(Download& item);
+    void leavePartial(Download& item, std::string_view token);
     void removePartial(std::string_view token);
     void finishSuspending();
 
@@ -261,6 +286,7 @@ private:
     Subscription suspendLimit_;
 
     DownloadList list_;
+    TakenOut takenOut_;
     FolderGroups groups_;
     ConflictQueue conflicts_;
     VolumeLanes lanes_;

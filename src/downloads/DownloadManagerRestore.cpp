@@ -101,7 +101,7 @@ void DownloadManager::leaveFailed(const std::vector<DownloadPointer>& items, con
     for (const DownloadPointer& item : items) {
         if (item->status != Status::failed || !item->resumeData) continue;
         const auto point = ResumePoint::parse(*item->resumeData);
-        if (point && !goneOnFrom.contains(point->partial)) leavePartial(*item);
+        if (point && !goneOnFrom.contains(point->partial)) leavePartial(*item, *item->resumeData);
     }
 }
 

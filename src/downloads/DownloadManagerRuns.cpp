@@ -98,12 +98,12 @@ void DownloadManager::abandonRun(Download& item) {
 // the queue is only edited, the next start finds them.
 void DownloadManager::dropToken(Download& item) {
     if (!item.resumeData) return;
-    if (use_ != Use::editing && item.status != Status::failed) leavePartial(item);
+    if (use_ != Use::editing && item.status != Status::failed) leavePartial(item, *item.resumeData);
     item.resumeData.reset();
 }
 
-void DownloadManager::leavePartial(Download& item) {
-    const auto point = ResumePoint::parse(*item.resumeData);
+void DownloadManager::leavePartial(Download& item, std::string_view token) {
+    const auto point = ResumePoint::parse(token);
     if (!point) return;
     const NotedReach reach{.end = point->offset, .checksum = point->checksum};
     leftovers_.put({.folder = point->folder,
@@ -130,6 +130,7 @@ void DownloadManager::removePartial(std::string_view token) {
 
 void DownloadManager::suspend(std::function<void()> done) {
     around_.isEnding = true;
+    forgetTakenOut();
     suspended_ = std::move(done);
     const std::vector<DownloadRun*> runs(runs_.begin(), runs_.end());
     for (DownloadRun* run : runs) run->suspend();

@@ -6,19 +6,19 @@
 
 namespace tovri {
 
-// What the screens ask of the desktop around them. What cannot be done is not done; nobody is told.
+// What the screens ask of the desktop around them.
 class Workspace {
 public:
     virtual ~Workspace() = default;
 
-    // In the user's browser.
-    virtual void openWebAddress(const std::string& url) = 0;
+    // In the user's browser. False when none could be found.
+    virtual bool openWebAddress(const std::string& url) = 0;
 
-    // In the file manager, the file selected.
+    // In the file manager, the file selected. Where there is none nothing happens.
     virtual void revealFile(const std::filesystem::path& file) = 0;
 
-    // With the application that the user has for such files.
-    virtual void openFile(const std::filesystem::path& file) = 0;
+    // With the application that the user has for such files. False when none could be found.
+    virtual bool openFile(const std::filesystem::path& file) = 0;
 
     // The clipboard's plain text; none when it holds something else, or nothing.
     [[nodiscard]] virtual std::optional<std::string> clipboardText() = 0;

@@ -27,6 +27,8 @@ void ActionDialogs::cancel() {
 }
 
 void ActionDialogs::showFailure(std::string message) {
+    if (failure_ && failure_->message.contains(message)) return;
+    if (failure_) message = failure_->message + "\n" + message;
     failure_ = FailureAlert{std::move(message)};
     changes_.tell();
 }

@@ -30,6 +30,7 @@ public:
 
     void cancel();
 
+    // One alert for all that fails until it is dismissed.
     void showFailure(std::string message);
 
     // Shows why something failed, unless it was called off.

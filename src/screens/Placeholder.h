@@ -25,6 +25,12 @@ struct Placeholder {
     return {Placeholder::Kind::progress, "", "", std::move(text), ""};
 }
 
+// The filter lets no row through, and its button takes it away.
+[[nodiscard]] inline Placeholder noMatchesPlaceholder(const std::string& filter) {
+    return {Placeholder::Kind::message, "magnifyingglass", "No Matches", "Nothing here is called “" + filter + "”.",
+            "Clear Filter"};
+}
+
 // What kept a list from loading, and the way to try again.
 [[nodiscard]] inline Placeholder errorPlaceholder(std::string error) {
     return {Placeholder::Kind::message, "exclamationmark.triangle", "Error", std::move(error), "Retry"};

@@ -33,6 +33,7 @@ struct ToolbarItem {
     std::string help = {};         // tooltip, or empty
     bool isEnabled = true;
     bool isVisible = true;
+    bool isCompact = false;  // its title is said by the tooltip alone
     std::vector<Choice> choices = {};
 
     bool operator==(const ToolbarItem&) const = default;

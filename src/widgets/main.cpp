@@ -117,8 +117,11 @@ private:
             qApp, &QGuiApplication::commitDataRequest, qApp,
             [this] { (void)app_->appDelegate().applicationWillTerminate(); }, Qt::DirectConnection);
         desktop_.emplace(Desktop::Surroundings{*app_, platform_, defaults_, workspace_, collation_, inhibitor_,
-                                               notifications_, hosts_, TrayIcon::isAvailable},
+                                               notifications_, hosts_, TrayIcon::isAvailable, log_},
                          [](const Result<void>& saved) { saved ? end() : endUnsaved(saved.error().description); });
+        defaults_.onFailure([this](const std::string& reason) {
+            if (desktop_) desktop_->tellUnsavedSettings(reason);
+        });
         QObject::connect(&*desktop_, &Desktop::ending, qApp, [this] { instance_.close(); });
         if (waiting_) desktop_->window().setGeometry(waiting_->geometry());
         desktop_->open();
@@ -163,7 +166,8 @@ private:
     std::optional<std::string> token_ = EnvironmentCredentialStore::tokenOfEnvironment();
     EndingSignals signals_;
     QtMainLoop loop_;
-    StandardOutputLog log_;
+    StandardOutputLog output_;
+    KeptLog log_{output_, loop_};
     SystemClock clock_;
     SystemRandom random_;
     PosixFileManager files_;

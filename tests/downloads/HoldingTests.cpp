@@ -78,7 +78,7 @@ TEST_F(Holding, leavesEachThatRunsTheRoomThatItStillNeeds) {
     EXPECT_EQ(state(first), "completed");  // what it got it has: nothing has become free
     EXPECT_EQ(state(third), "queued: Waiting for 1 KB on Archive");
     manager.cancel(second);
-    world.loop.advance(100ms);  // not with the next look only
+    world.loop.advance(10s + 100ms);  // its bytes stay as long as it can be taken back, and not until the next look
     EXPECT_EQ(state(third), "downloading");
     expectArrived(third);
 }

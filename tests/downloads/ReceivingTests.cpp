@@ -120,7 +120,7 @@ TEST_F(Receiving, goesOnWhereTheVolumeIsMountedNow) {
     ASSERT_THAT(receivingFolders(now / "Shows"), SizeIs(1));
     world.manager().remove(world.find(other->fileID));
     const ConstDownloadPointer item = world.manager().downloads().items().front();
-    world.loop.advance(5s);
+    world.loop.advance(11s);
     EXPECT_THAT(world.partialFiles(receivingFolders(now / "Shows").at(0)), SizeIs(1));
     // Its name is remembered, not where it is for the time being.
     quit();

@@ -44,7 +44,8 @@ Statuses reach(DownloadStatus from, const Steps& without) {
     return found;
 }
 
-const Steps byUser = {StatusStep::cancel, StatusStep::retry};
+const Steps byUser = {StatusStep::cancel, StatusStep::retry, StatusStep::takeBack, StatusStep::takeBackPaused,
+                      StatusStep::takeBackAsking};
 
 TEST(StatusStep, leavesNoDownloadWithoutAWayToItsEnd) {
     for (const DownloadStatus status : allStatuses())
@@ -62,7 +63,7 @@ TEST(StatusStep, deletesNothingThatHasNotArrived) {
         const bool hasArrived = status == completed || status == deleting || status == remoteDeleteFailed;
         EXPECT_EQ(reach(status, {StatusStep::complete}).contains(deleting), hasArrived) << rawValue(status);
     }
-    for (const StatusStep step : byUser) {
+    for (const StatusStep step : {StatusStep::cancel, StatusStep::retry}) {
         for (const DownloadStatus status : {completed, deleting, remoteDeleteFailed}) {
             const auto next = target(step, status);
             ASSERT_TRUE(next) << rawValue(status);

@@ -89,12 +89,12 @@ ListedRows queue() {
     rows.push_back(row(5, "checkmark.circle.fill", Tint::success,
                        "A document with a name so long that it cannot "
                        "possibly fit into the width that this picture has for it.pdf",
-                       {{"2.3 MB"}, {"5 min ago"}}, {{3, "folder", "Show in Finder"}}));
+                       {{"2.3 MB"}, {"5 min ago"}}, {{3, "folder", "Show in Folder"}}));
     rows.push_back(row(6, "xmark.circle.fill", Tint::failure, "Notes.txt",
                        {{"HTTP error 404 from put.io.", Tint::failure}}, {{4, "arrow.clockwise", "Retry"}, cancel}));
     rows.push_back(row(7, "trash.slash.fill", Tint::attention, "Album.flac",
                        {{"Downloaded — couldn't delete from put.io", Tint::attention, "trash.slash.fill"}},
-                       {{4, "arrow.clockwise", "Retry"}, {3, "folder", "Show in Finder"}}));
+                       {{4, "arrow.clockwise", "Retry"}, {3, "folder", "Show in Folder"}}));
     rows.push_back(
         row(8, "forward.circle.fill", Tint::secondary, "Skipped.srt", {{"Skipped"}}, {{4, "arrow.up.to.line", "Top"}}));
     return source;

@@ -7,6 +7,7 @@
 #include <QContextMenuEvent>
 #include <QLabel>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QTest>
 #include <ranges>
 
@@ -91,6 +92,25 @@ bool pressInRow(const QWidget& view, int row, const QString& help) {
     const int button = static_cast<int>(found - content.buttons.begin());
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {}, list.buttonRect(row, button).center());
     return true;
+}
+
+void doubleClick(QWidget& window, const QPoint& place, const std::function<void()>& meanwhile) {
+    static quint64 time = 0;  // milliseconds
+    time += 60'000;
+    const auto send = [&](QEvent::Type type, const QPoint& at) {
+        QWidget* below = window.childAt(at);
+        QWidget& target = below == nullptr ? window : *below;
+        const Qt::MouseButton held = type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::LeftButton;
+        QMouseEvent event(type, target.mapFrom(&window, at), window.mapToGlobal(at), Qt::LeftButton, held, {});
+        event.setTimestamp(time);
+        time += 70;
+        QApplication::sendEvent(&target, &event);
+    };
+    send(QEvent::MouseButtonPress, place);
+    send(QEvent::MouseButtonRelease, place);
+    meanwhile();
+    send(QEvent::MouseButtonDblClick, place + QPoint(2, 1));
+    send(QEvent::MouseButtonRelease, place + QPoint(2, 1));
 }
 
 void pressKeyInRow(const QWidget& view, int row, Qt::Key key) {

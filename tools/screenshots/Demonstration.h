@@ -69,6 +69,7 @@ private:
     sandbox::Sandbox sandbox_;
     QtMainLoop loop_;
     test::RecordingLog log_;
+    KeptLog keptLog_{log_, loop_};
     SystemClock clock_;
     SystemRandom random_;
     PosixFileManager files_;

@@ -145,10 +145,16 @@ void Tour::files() {
     QTest::keyClick(&list, Qt::Key_Delete);
     take("files-delete");
     escape();
+    type(Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier);
+    QTest::qWait(500);
+    take("files-move");
+    escape();
 
     type(Qt::Key_F, Qt::ControlModifier);
     QTest::keyClicks(QApplication::focusWidget(), "tra");
     take("files-search");
+    QTest::keyClicks(QApplication::focusWidget(), "xyz");
+    take("files-no-matches");
     type(Qt::Key_A, Qt::ControlModifier);
     type(Qt::Key_Delete);
 }
@@ -237,6 +243,8 @@ void Tour::downloads() {
 void Tour::conflict() {
     DownloadManager& manager = demonstration_.app().downloadManager();
     manager.cancelAll();
+    QTest::qWait(300);
+    take("downloads-cancelled");
     demonstration_.strikeNoMore();
     manager.enqueue(demonstration_.fileAt("/Pictures/Earthrise.jpg"), {});
     demonstration_.waitUntil([&] { return manager.pendingConflict() != nullptr; }, "a name is taken");
@@ -310,6 +318,9 @@ void Tour::settings() {
 }
 
 void Tour::closing() {
+    type(Qt::Key_Question, Qt::ControlModifier);
+    take("keyboard");
+    escape();
     window().close();
     take("closing");
     escape();

@@ -133,6 +133,12 @@ void DownloadList::append(std::vector<DownloadPointer> items) {
     changes_.tell({QueueChange::Kind::inserted, nullptr});
 }
 
+void DownloadList::putBack(const DownloadPointer& item) {
+    items_.putBack(item);
+    addToIndices(item.get());
+    changes_.tell({QueueChange::Kind::inserted, item});
+}
+
 DownloadPointer DownloadList::remove(const Download& item) {
     const auto place = placeOf(item);
     if (place == items_.end()) return nullptr;

@@ -30,6 +30,7 @@ struct QueueChange {
         isHeld,    // whether the whole queue is, or why
         conflict,  // another conflict, or none, is shown
         saving,    // whether the queue can be saved, or why not
+        takenOut,  // what the user can take back
     };
     Kind kind;
     ConstDownloadPointer item;
@@ -64,6 +65,9 @@ public:
     // The first of `items` comes to stand on top.
     void insertOnTop(std::vector<DownloadPointer> items);
     void append(std::vector<DownloadPointer> items);
+
+    // A removed item returns to the place that it had.
+    void putBack(const DownloadPointer& item);
 
     // What was removed, or null where the item is not in the list.
     DownloadPointer remove(const Download& item);

@@ -1,6 +1,7 @@
 #include "downloads/list/ItemOrder.h"
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 
 namespace tovri {
@@ -36,6 +37,25 @@ void ItemOrder::pushBack(DownloadPointer item) {
     item->position = empty() ? 0 : back()->position + 1;
     if (runs_.empty() || runs_.back().size() == longestRun) runs_.emplace_back();
     runs_.back().push_back({item->position, std::move(item)});
+    ++size_;
+}
+
+void ItemOrder::putBack(DownloadPointer item) {
+    if (at(item->position) != end()) return pushFront(std::move(item));
+    if (runs_.empty()) runs_.emplace_back();
+    auto run = std::ranges::upper_bound(runs_, item->position, {}, [](const auto& each) {
+        return each.empty() ? std::numeric_limits<std::int64_t>::min() : each.front().position;
+    });
+    if (run != runs_.begin()) --run;
+    if (run->size() == longestRun) {
+        const auto middle = run->begin() + longestRun / 2;
+        Run rest(std::move_iterator(middle), std::move_iterator(run->end()));
+        run->erase(middle, run->end());
+        run = std::prev(runs_.insert(std::next(run), std::move(rest)));
+        if (std::next(run)->front().position < item->position) ++run;
+    }
+    const auto place = std::ranges::lower_bound(*run, item->position, {}, &Entry::position);
+    run->insert(place, {item->position, item});
     ++size_;
 }
 

@@ -87,6 +87,9 @@ public:
     void pushFront(DownloadPointer item);
     void pushBack(DownloadPointer item);
 
+    // Where it has stood before; on top where another has its position by now.
+    void putBack(DownloadPointer item);
+
     // Both leave the items their positions, of which the first two are exchanged.
     void swap(Iterator a, Iterator b);
     DownloadPointer erase(Iterator place);

@@ -36,7 +36,8 @@ constexpr Statuses any = {queued, downloading, awaitingConflict, paused,   compl
                           failed, cancelled,   skipped,          deleting, remoteDeleteFailed};
 
 // A file that was placed when the previous process died is found while its item waits again: hence `complete` from
-// queued and paused. A question that was open then is asked anew.
+// queued and paused. A question that was open then is asked anew. What was removed, not cancelled, is taken back with
+// the status that it had.
 constexpr std::array rows = {
     Row{StatusStep::start, "start", {queued}, downloading},
     Row{StatusStep::fail, "fail", {queued, downloading, awaitingConflict}, failed},
@@ -58,6 +59,9 @@ constexpr std::array rows = {
     Row{StatusStep::restorePaused, "restorePaused", {queued, downloading, awaitingConflict}, paused},
     Row{StatusStep::restoreDeletion, "restoreDeletion", {deleting}, remoteDeleteFailed},
     Row{StatusStep::fetchAgain, "fetchAgain", {completed}, queued},
+    Row{StatusStep::takeBack, "takeBack", {cancelled, downloading, awaitingConflict}, queued},
+    Row{StatusStep::takeBackPaused, "takeBackPaused", {cancelled, downloading, awaitingConflict}, paused},
+    Row{StatusStep::takeBackAsking, "takeBackAsking", {cancelled}, awaitingConflict},
 };
 
 static_assert(rows.size() == statusStepCount);

@@ -32,9 +32,12 @@ enum class StatusStep {
     restorePaused,    // the same in a queue that is paused
     restoreDeletion,  // the previous process died while put.io was asked
     fetchAgain,       // it had arrived, but the machine has lost it
+    takeBack,         // the user takes a cancellation or a removal back: it waits for a slot
+    takeBackPaused,   // likewise, and it was paused, or all are now
+    takeBackAsking,   // likewise, and it was the user's to decide
 };
 
-inline constexpr std::size_t statusStepCount = 20;
+inline constexpr std::size_t statusStepCount = 23;
 
 // Where the step leads from `status`; none when it is not to be taken from there.
 [[nodiscard]] std::optional<DownloadStatus> target(StatusStep step, DownloadStatus status);

@@ -160,6 +160,7 @@ void Leftovers::dropUnwanted(FileID fileID) {
 }
 
 bool Leftovers::isWanted(const NotedFile& file) const {
+    if (spared_.contains(file.fileID)) return true;
     return std::ranges::any_of(ports_.list.items(), [&](const ConstDownloadPointer& item) {
         return item->fileID == file.fileID && mayAsk(item->status) && isOf(file, *item);
     });

@@ -8,6 +8,7 @@
 #include <stop_token>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "base/Signal.h"
@@ -61,6 +62,11 @@ public:
     // What a transfer of the item's file can go on from; the longest, if there are several. It is none any more.
     [[nodiscard]] std::optional<Leftover> take(const Download& item);
 
+    // What is left of these files stays for the time being, whether anybody may ask for it or not.
+    void spare(FileID fileID) { spared_.insert(fileID); }
+
+    void spareNone() { spared_.clear(); }
+
     // An item has come to an end, or has gone: what was kept for it goes, unless another may ask for it.
     void dropUnwanted(FileID fileID);
 
@@ -73,6 +79,7 @@ private:
 
     Ports ports_;
     std::unordered_multimap<FileID, Leftover> byFile_;
+    std::unordered_set<FileID> spared_;
     std::set<Path> unknown_;  // folders that are being looked through
     Signal<> known_;
     Subscription patience_;

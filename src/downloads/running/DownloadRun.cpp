@@ -203,7 +203,7 @@ void DownloadRun::noteWhole() {
 // --- How it ends ---
 
 Task<> DownloadRun::conclude(Result<void> way) {
-    if (!isCurrent() && stage_ == Stage::placement) {
+    if (!isCurrent() && stage_ == Stage::placement && way) {
         reception_.discard();
     } else if (!isCurrent()) {
         reception_.letGo();

@@ -44,8 +44,11 @@ public:
     // Keeps what has arrived and leaves the item as it is: the process is about to end.
     void suspend();
 
-    // The item has another future: what has arrived goes.
+    // The item has another future. What has arrived is left to whoever may ask for it, or goes.
     void abandon();
+
+    // Before abandon(), while it waits for the user: the staged file stays where it is.
+    void leaveStaged() { placement_.leaveStaged(); }
 
     // All bytes have come.
     [[nodiscard]] bool isPlacing() const { return stage_ == Stage::placement; }

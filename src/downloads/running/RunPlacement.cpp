@@ -33,7 +33,8 @@ Task<Result<void>> RunPlacement::place(RunTarget target, Path received, std::sto
     const bool isTaken = !placed && placed.error().code == ErrorCase::alreadyExists;
     if (placed && isCurrent()) co_await secure(*placed);
     if (!isCurrent()) {
-        if (placed && !hasReplaced(*placed)) remove(*placed);
+        if (!placed) co_return failure(placed);
+        if (!hasReplaced(*placed)) remove(*placed);
         co_return Result<void>();
     }
     if (isTaken) {
@@ -131,7 +132,7 @@ Task<Result<RunPlacement::Decision>> RunPlacement::askUser(bool isOnlyCopy) {
     item_->receivedFile.reset();
     ConflictResolution choice = co_await answerOfUser(isOnlyCopy);
     if (choice && isCurrent()) co_return Decision{.choice = choice};
-    remove(received_);
+    removeReceived();
     if (isCurrent()) item_->stagedURL.reset();
     around_.saves.request(Urgency::soon);
     co_return Decision{};

@@ -38,7 +38,12 @@ public:
     void takeStaged(Path staged) { received_ = std::move(staged); }
 
     // When nobody wants the file any more.
-    void removeReceived() { remove(received_); }
+    void removeReceived() {
+        if (!leavesStaged_) remove(received_);
+    }
+
+    // The file that waits for the user stays in the staging folder, whoever withdraws its question.
+    void leaveStaged() { leavesStaged_ = true; }
 
     [[nodiscard]] bool isWaitingForUser() const { return isWaitingForUser_; }
 
@@ -78,6 +83,7 @@ private:
     RunTarget target_;
     Path received_;  // where the whole file is now
     bool isWaitingForUser_ = false;
+    bool leavesStaged_ = false;
     bool wasUserAsked_ = false;
 };
 

@@ -59,4 +59,8 @@ void Settlement::notifySyncSettled(const Download& item) const {
     if (item.syncRuleID && onSyncFileSettled_) onSyncFileSettled_(*item.syncRuleID, item.fileID);
 }
 
+void Settlement::notifySyncReturned(const Download& item) const {
+    if (item.syncRuleID && onSyncFileReturned_) onSyncFileReturned_(*item.syncRuleID, item.fileID);
+}
+
 }  // namespace tovri

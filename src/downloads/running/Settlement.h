@@ -30,6 +30,9 @@ public:
 
     void setOnSyncFileSettled(SyncFileSettled tell) { onSyncFileSettled_ = std::move(tell); }
 
+    // Told where what settled a file is taken back: its rule waits for it again.
+    void setOnSyncFileReturned(SyncFileSettled tell) { onSyncFileReturned_ = std::move(tell); }
+
     // The file stands, durably where it is to be deleted from put.io, at `url`.
     void markCompleted(const DownloadPointer& item, const std::filesystem::path& url);
     void markSkipped(const DownloadPointer& item);
@@ -41,6 +44,7 @@ public:
     void markCancelled(const DownloadPointer& item);
 
     void notifySyncSettled(const Download& item) const;
+    void notifySyncReturned(const Download& item) const;
 
 private:
     DownloadList& list_;
@@ -50,6 +54,7 @@ private:
     Leftovers& leftovers_;
     const WallClock& clock_;
     SyncFileSettled onSyncFileSettled_;
+    SyncFileSettled onSyncFileReturned_;
 };
 
 }  // namespace tovri

@@ -55,8 +55,12 @@ void FileUserDefaults::write(std::string_view changed) {
     } else {
         keepAside();
     }
-    if (!createPrivateFolder(file_.parent_path())) return;
-    if (files_.writeFileAtomically(file_, values_.text())) unsaved_.clear();
+    Result<void> written = createPrivateFolder(file_.parent_path());
+    if (written) written = files_.writeFileAtomically(file_, values_.text());
+    if (written)
+        unsaved_.clear();
+    else if (tellFailure_)
+        tellFailure_(written.error().description);
 }
 
 void FileUserDefaults::keepAside() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <string>
 
@@ -33,6 +34,10 @@ public:
     void setData(std::string_view key, std::string_view bytes) override;
     void remove(std::string_view key) override;
 
+    // Told why a change could not be written, as the user sees it. It counts all the same until the process ends, and
+    // the next change tries to write it again.
+    void onFailure(std::function<void(const std::string& reason)> tell) { tellFailure_ = std::move(tell); }
+
     // False while a change has not reached the file; the next write tries it again.
     [[nodiscard]] bool isSaved() const { return unsaved_.empty(); }
 
@@ -45,6 +50,7 @@ private:
     DiagnosticLog& log_;
     std::filesystem::path file_;
     JSONObject values_;
+    std::function<void(const std::string&)> tellFailure_;
     std::set<std::string> unsaved_;  // keys whose change has not reached the file
 };
 

@@ -20,8 +20,8 @@ QUrl urlOf(const std::filesystem::path& file) {
 
 }  // namespace
 
-void QtWorkspace::openWebAddress(const std::string& url) {
-    QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
+bool QtWorkspace::openWebAddress(const std::string& url) {
+    return QDesktopServices::openUrl(QUrl(QString::fromStdString(url)));
 }
 
 void QtWorkspace::revealFile(const std::filesystem::path& file) {
@@ -35,8 +35,8 @@ void QtWorkspace::revealFile(const std::filesystem::path& file) {
     });
 }
 
-void QtWorkspace::openFile(const std::filesystem::path& file) {
-    QDesktopServices::openUrl(urlOf(file));
+bool QtWorkspace::openFile(const std::filesystem::path& file) {
+    return QDesktopServices::openUrl(urlOf(file));
 }
 
 std::optional<std::string> QtWorkspace::clipboardText() {

@@ -8,9 +8,9 @@ namespace tovri {
 // (org.freedesktop.FileManager1, of the File Manager D-Bus Interface); where none does, their folder is opened.
 class QtWorkspace final : public Workspace {
 public:
-    void openWebAddress(const std::string& url) override;
+    bool openWebAddress(const std::string& url) override;
     void revealFile(const std::filesystem::path& file) override;
-    void openFile(const std::filesystem::path& file) override;
+    bool openFile(const std::filesystem::path& file) override;
     [[nodiscard]] std::optional<std::string> clipboardText() override;
     void setClipboardText(const std::string& text) override;
 };

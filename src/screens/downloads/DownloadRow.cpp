@@ -5,6 +5,7 @@
 
 #include "base/ByteCountFormat.h"
 #include "downloads/running/ArrivalProof.h"
+#include "platform/FileManagerName.h"
 #include "screens/RelativeTime.h"
 
 namespace tovri {
@@ -16,11 +17,13 @@ using Button = RowButton<DownloadAction>;
 
 constexpr std::string_view undeletedSymbol = "trash.slash.fill";
 
+const std::string revealTitle = std::string("Show in ") + fileManagerName;
+
 const Button retryButton{retry, "arrow.clockwise", "Retry"};
 
 std::vector<Button> buttonsOf(Status status) {
     const Button cancelButton{cancel, "xmark", "Cancel"};
-    const Button revealButton{reveal, "folder", "Show in Finder"};
+    const Button revealButton{reveal, "folder", revealTitle};
     switch (status) {
         case Status::queued:
             return {{moveToTop, "arrow.up.to.line", "Move to top of queue"}, cancelButton};
@@ -161,13 +164,13 @@ Menu ownEntries(Status status) {
                     MenuItem<DownloadAction>::separator(),
                     {cancel, "Cancel"}};
         case Status::completed:
-            return {{reveal, "Show in Finder"}, {open, "Open"}};
+            return {{reveal, revealTitle}, {open, "Open"}};
         case Status::failed:
         case Status::cancelled:
         case Status::skipped:
             return {{retry, "Retry"}};
         case Status::remoteDeleteFailed:
-            return {{retryDelete, "Retry Delete from put.io"}, {reveal, "Show in Finder"}, {open, "Open"}};
+            return {{retryDelete, "Retry Delete from put.io"}, {reveal, revealTitle}, {open, "Open"}};
         case Status::deleting:
             return {};
     }
@@ -223,14 +226,35 @@ bool canDeleteAnyway(const DownloadRecord& item) {
     return item.status == Status::remoteDeleteFailed && item.isUnproven;
 }
 
+namespace {
+
+bool isForSeveral(const MenuItem<DownloadAction>& item) {
+    return item.action != reveal && item.action != open;
+}
+
+bool isIn(const Menu& menu, const MenuItem<DownloadAction>& item) {
+    return std::ranges::find(menu, item.action, &MenuItem<DownloadAction>::action) != menu.end();
+}
+
+// What any of them can do: nothing is under way that it could disturb.
+Menu menuOfFinished(const std::set<Status>& statuses) {
+    Menu menu;
+    for (const Status status : statuses)
+        for (MenuItem<DownloadAction>& item : ownEntries(status))
+            if (isForSeveral(item) && !isIn(menu, item)) menu.push_back(std::move(item));
+    if (!menu.empty()) menu.push_back(MenuItem<DownloadAction>::separator());
+    menu.push_back(downloadMenu(*statuses.begin()).back());
+    return menu;
+}
+
+}  // namespace
+
 Menu commonMenu(const std::set<DownloadStatus>& statuses) {
     if (statuses.empty()) return {};
+    if (std::ranges::all_of(statuses, isFinished)) return menuOfFinished(statuses);
     const auto isForAll = [&](const MenuItem<DownloadAction>& item) {
-        const auto has = [&](Status status) {
-            return std::ranges::any_of(downloadMenu(status),
-                                       [&](const auto& other) { return other.action == item.action; });
-        };
-        return item.action != reveal && item.action != open && std::ranges::all_of(statuses, has);
+        const auto has = [&](Status status) { return isIn(downloadMenu(status), item); };
+        return isForSeveral(item) && std::ranges::all_of(statuses, has);
     };
     Menu menu;
     for (MenuItem<DownloadAction>& item : downloadMenu(*statuses.begin())) {

@@ -77,7 +77,8 @@ struct DownloadRow {
 // What of it every row of that status has.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> downloadMenu(DownloadStatus status);
 
-// That of several rows together: what each of them has and what makes sense for more than one.
+// That of several rows together: what each of them has and what makes sense for more than one; of finished ones, what
+// any of them has.
 [[nodiscard]] std::vector<MenuItem<DownloadAction>> commonMenu(const std::set<DownloadStatus>& statuses);
 
 // Whether the item's row has the action as a button or in its menu.

@@ -20,27 +20,22 @@ constexpr std::chrono::milliseconds numberPause{250};
 // How long "5 min ago" may be behind.
 constexpr std::chrono::minutes longestTimePause{1};
 
-// Whether several items have it done to them from the last to the first: to keep their order, or so that the end of one
-// does not start another of them.
-bool goesUpwards(DownloadAction action) {
-    using enum DownloadAction;
-    return action == moveToTop || action == moveDown || action == cancel || action == remove;
-}
-
 }  // namespace
 
-DownloadsScreen::DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace, Ports ports)
-    : manager_(manager),
-      speed_(speed),
-      workspace_(workspace),
-      loop_(ports.loop),
-      clock_(ports.clock),
-      random_(ports.random),
+DownloadsScreen::DownloadsScreen(const Surroundings& around)
+    : manager_(around.manager),
+      speed_(around.speed),
+      workspace_(around.workspace),
+      notices_(around.notices),
+      collation_(around.collation),
+      loop_(around.loop),
+      clock_(around.clock),
+      random_(around.random),
       rows_(
-          manager.downloads(), ports.loop, [this](const ScreenChange& change) { changes_.tell(change); },
-          [this] { updateChrome(); }),
-      queue_(manager.onChange([this](const QueueChange& change) { follow(change); })),
-      limit_(speed.onChange([this] { updateChrome(); })) {
+          around.manager.downloads(), around.loop,
+          [this](const ScreenChange& change) { changes_.tell(change); }, [this] { updateChrome(); }),
+      queue_(around.manager.onChange([this](const QueueChange& change) { follow(change); })),
+      limit_(around.speed.onChange([this] { updateChrome(); })) {
     chrome_ = makeChrome();
 }
 
@@ -64,6 +59,7 @@ void DownloadsScreen::disappear() {
 // --- What is shown ---
 
 std::optional<Placeholder> DownloadsScreen::placeholder() const {
+    if (chrome_.isFilteredEmpty) return noMatchesPlaceholder(searchText());
     if (!chrome_.isEmpty) return std::nullopt;
     return Placeholder{Placeholder::Kind::message, "arrow.down.circle", "No Downloads",
                        "Files you download will appear here.", ""};
@@ -119,7 +115,18 @@ std::vector<ToolbarItem<QueueAction>> DownloadsScreen::toolbar() const {
              .title = "Clear Finished",
              .symbol = "trash",
              .help = "Remove completed, failed, skipped, and cancelled",
-             .isEnabled = chrome_.canClearFinished}};
+             .isEnabled = chrome_.canClearFinished},
+            {.action = QueueAction::retryFailed,
+             .title = "Retry Failed",
+             .symbol = "arrow.clockwise",
+             .isVisible = chrome_.hasFailed,
+             .isCompact = true},
+            {.action = QueueAction::showFailed,
+             .title = "Show Failed",
+             .symbol = "xmark.circle.fill",
+             .isVisible = chrome_.hasFailed,
+             .isCompact = true},
+            {.kind = ToolbarItem<QueueAction>::Kind::searchField, .title = "Filter downloads"}};
 }
 
 DownloadsScreen::Chrome DownloadsScreen::makeChrome() const {
@@ -133,6 +140,9 @@ DownloadsScreen::Chrome DownloadsScreen::makeChrome() const {
             .canResumeAll = hasPaused,
             .canCancelAll = hasPausable || hasPaused,
             .canClearFinished = hasFinished,
+            .hasFailed = list.count(Status::failed) > 0,
+            .isFilteredEmpty = !list.items().empty() && rows_.count() == 0 && !searchText().empty(),
+            .searchText = searchText(),
             .summary = makeSummary(),
             .speed = tovri::speedSwitch(speed_),
             .saveFailure = manager_.saveFailure()};
@@ -152,6 +162,7 @@ std::vector<Label> DownloadsScreen::makeSummary() const {
     if (speed < BytesPerSecond(1)) return parts;
     parts.push_back({"speedometer", formatRate(speed)});
     if (!remainingTime_.empty()) parts.push_back({"clock", remainingTime_});
+    parts.push_back({"", std::to_string(static_cast<int>(manager_.overallProgress() * 100)) + "% done"});
     return parts;
 }
 
@@ -168,9 +179,20 @@ void DownloadsScreen::follow(const QueueChange& change) {
         lastCompletion_ = change.item->completedAt;
         scheduleTimes();
     }
+    if (change.kind == QueueChange::Kind::takenOut) return offerUndo();
     rows_.follow(change);
     if (change.item && change.item->hold) scheduleCountdown();
     scheduleNumbers();
+}
+
+void DownloadsScreen::offerUndo() {
+    if (!manager_.canTakeBack()) return notices_.withdrawAnswer();
+    const std::size_t count = manager_.takenOut().items.size();
+    const bool isCancelled = manager_.takenOut().how == TakenOut::How::cancelled;
+    notices_.tell({.text = std::to_string(count) + (count == 1 ? " download " : " downloads ") +
+                           (isCancelled ? "cancelled." : "removed."),
+                   .action = "Undo",
+                   .perform = [this] { manager_.takeBack(); }});
 }
 
 // The time that is left to held items is told every second. Those that have a slot are told as they go on.
@@ -216,103 +238,6 @@ void DownloadsScreen::updateChrome() {
     if (chrome == chrome_) return;
     chrome_ = std::move(chrome);
     changes_.tell({ScreenChange::Kind::chrome});
-}
-
-// --- What the user does ---
-
-void DownloadsScreen::perform(QueueAction action) {
-    switch (action) {
-        case QueueAction::pauseAll:
-            return manager_.pauseAll();
-        case QueueAction::resumeAll:
-            return manager_.resumeAll();
-        case QueueAction::cancelAll:
-            return manager_.cancelAll();
-        case QueueAction::clearFinished:
-            return manager_.clearFinished();
-    }
-}
-
-void DownloadsScreen::perform(DownloadAction action, const UUID& id) {
-    const ConstDownloadPointer item = manager_.downloads().find(id);
-    if (item && isOffered(action, *item)) act(action, item);
-}
-
-void DownloadsScreen::perform(DownloadAction action, const std::vector<UUID>& ids) {
-    if (ids.size() == 1) return perform(action, ids.front());
-    std::vector<ConstDownloadPointer> items;
-    for (const UUID& id : ids)
-        if (ConstDownloadPointer item = manager_.downloads().find(id)) items.push_back(std::move(item));
-    std::ranges::sort(items, {}, [](const ConstDownloadPointer& item) { return item->position; });
-    if (goesUpwards(action)) std::ranges::reverse(items);
-    items.erase(items.begin(), items.begin() + stuckCount(action, items));
-    for (const ConstDownloadPointer& item : items)
-        if (isOffered(action, *item)) act(action, item);
-}
-
-// How many of the first ones fill the end of the queue towards which they are to move: none can pass another there.
-std::ptrdiff_t DownloadsScreen::stuckCount(DownloadAction action,
-                                           const std::vector<ConstDownloadPointer>& items) const {
-    const ItemOrder& queue = manager_.downloads().items();
-    if (action == DownloadAction::moveUp) return std::ranges::mismatch(items, queue).in1 - items.begin();
-    if (action != DownloadAction::moveDown) return 0;
-    return std::ranges::mismatch(items, queue | std::views::reverse).in1 - items.begin();
-}
-
-void DownloadsScreen::activate(const UUID& id) {
-    const ConstDownloadPointer item = manager_.downloads().find(id);
-    if (!item) return;
-    if (const auto action = primaryAction(*item)) act(*action, item);
-}
-
-void DownloadsScreen::act(DownloadAction action, const ConstDownloadPointer& item) {
-    switch (action) {
-        case DownloadAction::pause:
-            return manager_.pause(item);
-        case DownloadAction::resume:
-            return manager_.resume(item);
-        case DownloadAction::cancel:
-            return manager_.cancel(item);
-        case DownloadAction::retry:
-            return manager_.retry(item);
-        case DownloadAction::retryDelete:
-            return manager_.retryDelete(item);
-        case DownloadAction::deleteAnyway:
-            return askToDeleteAnyway(*item);
-        case DownloadAction::useFolderAnyway:
-            return manager_.useFolderAnyway(item);
-        case DownloadAction::useAnyAccount:
-            return manager_.useAnyAccount(item);
-        case DownloadAction::moveToTop:
-            return manager_.moveToTop(item);
-        case DownloadAction::moveUp:
-            return manager_.moveUp(item);
-        case DownloadAction::moveDown:
-            return manager_.moveDown(item);
-        case DownloadAction::remove:
-            return manager_.remove(item);
-        case DownloadAction::reveal:
-            if (item->resolvedURL) workspace_.revealFile(*item->resolvedURL);
-            return;
-        case DownloadAction::open:
-            if (item->resolvedURL) workspace_.openFile(*item->resolvedURL);
-            return;
-    }
-}
-
-void DownloadsScreen::askToDeleteAnyway(const Download& item) {
-    const std::string missing = item.error.value_or("");
-    const char* scope = item.folderDeleteID ? " Its whole folder is deleted from put.io, with all that it holds."
-                                            : " It is deleted from put.io all the same.";
-    dialogs_.ask({random_.makeUUID(), "Delete “" + item.fileName + "” from put.io anyway?", missing + scope,
-                  "Delete from put.io", [this, id = item.id, missing] { return deleteAnyway(id, missing); }});
-}
-
-// Only what the user has read is agreed to.
-Task<Result<void>> DownloadsScreen::deleteAnyway(UUID id, std::string missing) {
-    const ConstDownloadPointer item = manager_.downloads().find(id);
-    if (item && canDeleteAnyway(*item) && item->error == missing) manager_.deleteAnyway(item);
-    co_return Result<void>();
 }
 
 }  // namespace tovri

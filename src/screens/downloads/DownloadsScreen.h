@@ -9,10 +9,12 @@
 
 #include "base/Signal.h"
 #include "downloads/DownloadManager.h"
+#include "platform/TextCollation.h"
 #include "platform/Workspace.h"
 #include "screens/ActionDialogs.h"
 #include "screens/Banner.h"
 #include "screens/Label.h"
+#include "screens/Notices.h"
 #include "screens/Placeholder.h"
 #include "screens/ToolbarItem.h"
 #include "screens/downloads/DownloadRow.h"
@@ -22,22 +24,33 @@
 namespace tovri {
 
 // What the toolbar of the downloads screen does.
-enum class QueueAction : std::uint8_t { pauseAll, resumeAll, cancelAll, clearFinished };
+enum class QueueAction : std::uint8_t {
+    pauseAll,
+    resumeAll,
+    cancelAll,
+    clearFinished,
+    retryFailed,
+    showFailed,  // the face's own: it brings failedRows() into sight
+};
 
 // The queue grouped by state, what is running in sum, and what can be done to all and to each. Rows are section headers
 // and downloads; reading one costs the same in a queue of ten and of a hundred thousand. Numbers that change all the
 // time are told a few times a second, and only while the screen is on view.
 class DownloadsScreen {
 public:
-    // What it works with; outlives it.
-    struct Ports {
+    // What the references name outlives the screen.
+    struct Surroundings {
+        DownloadManager& manager;
+        SpeedControl& speed;
+        Workspace& workspace;
+        Notices& notices;
+        const TextCollation& collation;
         MainLoop& loop;
         WallClock& clock;
         RandomSource& random;
     };
 
-    // All outlive the screen.
-    DownloadsScreen(DownloadManager& manager, SpeedControl& speed, Workspace& workspace, Ports ports);
+    explicit DownloadsScreen(const Surroundings& surroundings);
 
     void appear();
     void disappear();
@@ -46,7 +59,7 @@ public:
 
     // --- What is shown ---
 
-    // In place of summary and rows while the queue is empty.
+    // In place of the rows while the queue is empty, or the filter lets none through. Its button is search("").
     [[nodiscard]] std::optional<Placeholder> placeholder() const;
 
     // The queue cannot be saved. Its button is retrySaving().
@@ -59,6 +72,12 @@ public:
     [[nodiscard]] const SpeedSwitch& speedSwitch() const { return chrome_.speed; }
 
     [[nodiscard]] std::vector<ToolbarItem<QueueAction>> toolbar() const;
+
+    // What the names of the rows contain; empty for all rows.
+    [[nodiscard]] const std::string& searchText() const { return chrome_.searchText; }
+
+    // Of those on view. Looks at every row.
+    [[nodiscard]] std::vector<std::size_t> failedRows() const;
 
     [[nodiscard]] std::size_t rowCount() const { return rows_.count(); }
 
@@ -93,6 +112,8 @@ public:
 
     void perform(QueueAction action);
 
+    void search(std::string text);
+
     // Does nothing when the download has gone, or is past the state in which its row offered the action.
     void perform(DownloadAction action, const UUID& id);
 
@@ -114,6 +135,9 @@ private:
         bool canResumeAll = false;
         bool canCancelAll = false;
         bool canClearFinished = false;
+        bool hasFailed = false;
+        bool isFilteredEmpty = false;
+        std::string searchText;
         std::vector<Label> summary;
         SpeedSwitch speed;
         std::optional<std::string> saveFailure;
@@ -122,6 +146,7 @@ private:
     };
 
     void follow(const QueueChange& change);
+    void offerUndo();
     void scheduleNumbers();
     void tellNumbers();
     void scheduleTimes();
@@ -138,6 +163,8 @@ private:
     DownloadManager& manager_;
     SpeedControl& speed_;
     Workspace& workspace_;
+    Notices& notices_;
+    const TextCollation& collation_;
     MainLoop& loop_;
     WallClock& clock_;
     RandomSource& random_;

@@ -1,6 +1,7 @@
 #include "screens/downloads/QueueRows.h"
 
 #include <algorithm>
+#include <ranges>
 #include <utility>
 
 namespace tovri {
@@ -89,7 +90,7 @@ std::optional<std::size_t> QueueRows::indexOf(const ConstDownloadPointer& item, 
 
 void QueueRows::follow(const QueueChange& change) {
     using enum QueueChange::Kind;
-    if (change.kind == isPaused || change.kind == conflict || change.kind == saving) return;
+    if (change.kind == isPaused || change.kind == conflict || change.kind == saving || change.kind == takenOut) return;
     if (change.kind == begun || change.kind == progress) return;
     if (change.kind == isHeld) return tellLook(DownloadSection::queued);
     if (change.kind == hold && !change.item) return;
@@ -136,6 +137,11 @@ void QueueRows::scheduleCatchUp() {
     if (!timer_.isActive()) timer_ = loop_.schedule(MainLoop::Duration::zero(), [this] { catchUp(); });
 }
 
+void QueueRows::setFilter(Filter filter) {
+    filter_ = std::move(filter);
+    needReset();
+}
+
 // --- Catching up ---
 
 void QueueRows::catchUp() {
@@ -158,7 +164,8 @@ void QueueRows::reset() {
     needsReset_ = false;
     looks_.clear();
     for (Group& group : groups_) group = {};
-    for (const ConstDownloadPointer& item : list_.items())
+    for (const ConstDownloadPointer& item :
+         list_.items() | std::views::filter([this](const auto& each) { return isShown(*each); }))
         group(downloadSection(item->status)).entries.push_back({item->position, item});
     for (Group& group : groups_) group.hasHeader = !group.entries.empty();
     toldWaiting_ = count(DownloadSection::queued);
@@ -177,7 +184,10 @@ void QueueRows::settle(const Stray& stray) {
         if (index) takeOut(*stray.section, *index);
         return;
     }
-    if (!index) return putIn(stray.item);
+    if (!index) {
+        if (isShown(*stray.item)) putIn(stray.item);
+        return;
+    }
 
     const DownloadSection target = downloadSection(stray.item->status);
     addHeader(target);

@@ -51,6 +51,12 @@ public:
     // A look at every row.
     [[nodiscard]] std::optional<std::size_t> rowOf(const UUID& id) const;
 
+    using Filter = std::function<bool(const Download&)>;
+
+    // From the next catching up on only the items that it lets through have rows; null lets all through. Of one item it
+    // always says the same.
+    void setFilter(Filter filter);
+
     // Takes in a change of the list.
     void follow(const QueueChange& change);
 
@@ -91,6 +97,8 @@ private:
     [[nodiscard]] std::optional<std::size_t> indexOf(const ConstDownloadPointer& item, DownloadSection section,
                                                      std::int64_t position) const;
 
+    [[nodiscard]] bool isShown(const Download& item) const { return !filter_ || filter_(item); }
+
     void stray(const ConstDownloadPointer& item, std::optional<DownloadSection> section, std::int64_t position);
     void strayAfterMove(const QueueChange& change);
     void needReset();
@@ -108,6 +116,7 @@ private:
     MainLoop& loop_;
     Tell tell_;
     std::function<void()> tellSettled_;
+    Filter filter_;
     std::array<Group, downloadSectionCount> groups_;
     std::size_t toldWaiting_ = 0;  // what the header of the queued ones says
     std::vector<Stray> strays_;

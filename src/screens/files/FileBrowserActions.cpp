@@ -101,6 +101,7 @@ void FileBrowserScreen::activate(const FileIDs& files) {
 
 std::vector<const PutIOFile*> FileBrowserScreen::targets(const FileIDs& files) const {
     std::vector<const PutIOFile*> found;
+    if (files.empty() || isInert()) return found;
     for (const PutIOFile& file : state().files())
         if (files.contains(file.id)) found.push_back(&file);
     return found;
@@ -110,8 +111,19 @@ std::vector<const PutIOFile*> FileBrowserScreen::targets(const FileIDs& files) c
 
 void FileBrowserScreen::download(const FileIDs& files, std::optional<bool> deletes) {
     const FileBrowserState::Listing listing = state().listing();
-    for (const PutIOFile* file : targets(files))
-        if (!file->isFolder()) surroundings_.downloads.enqueue(*file, {.deleteAfterDownload = deletes});
+    std::size_t count = 0;
+    for (const PutIOFile* file : targets(files)) {
+        if (file->isFolder()) continue;
+        surroundings_.downloads.enqueue(*file, {.deleteAfterDownload = deletes});
+        ++count;
+    }
+    if (count > 0) answerQueued(count, "");
+}
+
+void FileBrowserScreen::answerQueued(std::size_t count, const std::string& where) {
+    const std::string files = count == 1 ? "1 file" : std::to_string(count) + " files";
+    surroundings_.notices.tell(
+        {.text = files + where + " queued.", .action = "Show", .perform = surroundings_.showDownloads});
 }
 
 void FileBrowserScreen::downloadFolder(const PutIOFile& folder, bool deletes) {
@@ -122,8 +134,20 @@ void FileBrowserScreen::downloadFolder(const PutIOFile& folder, bool deletes) {
 }
 
 Task<> FileBrowserScreen::queueFolder(DownloadManager::FolderRequest request) {
-    request.onCut = [this](const Error& reason) { dialogs_.showFailure(reason); };
-    (void)co_await surroundings_.downloads.enqueueFolder(std::move(request), scope_.stopToken());
+    Notices& notices = surroundings_.notices;
+    const std::string name = "“" + request.name + "”";
+    request.onCut = [&notices](const Error& reason) {
+        notices.tell({.kind = Notice::Kind::failure, .text = reason.description});
+    };
+    const Result<std::vector<ConstDownloadPointer>> queued =
+        co_await surroundings_.downloads.enqueueFolder(std::move(request), scope_.stopToken());
+    if (queued && queued->empty())
+        notices.tell({.text = name + " has no files."});
+    else if (queued)
+        answerQueued(queued->size(), " of " + name);
+    else if (!queued.error().isCancellation())
+        notices.tell({.kind = Notice::Kind::failure,
+                      .text = name + " could not be listed for download: " + queued.error().description});
 }
 
 Task<> FileBrowserScreen::copyDownloadLink(FileID file) {
@@ -166,7 +190,7 @@ Task<Result<void>> FileBrowserScreen::deleteFiles(std::vector<FileID> files) {
 // --- Dragging and dropping ---
 
 void FileBrowserScreen::upload(const std::vector<std::filesystem::path>& files, std::optional<std::size_t> row) {
-    const PutIOFile* target = row ? fileAt(*row) : nullptr;
+    const PutIOFile* target = row && !isInert() ? fileAt(*row) : nullptr;
     state().uploadFiles(files, target && target->isFolder() ? folderOf(target->id) : state().currentFolderID());
 }
 
@@ -175,7 +199,7 @@ std::string FileBrowserScreen::dragPayload(const FileIDs& files) const {
 }
 
 bool FileBrowserScreen::acceptsDrop(std::size_t row, std::string_view payload) const {
-    const PutIOFile* target = fileAt(row);
+    const PutIOFile* target = isInert() ? nullptr : fileAt(row);
     if (!target || !target->isFolder()) return false;
     const std::optional<std::vector<FileTransfer>> dragged = parseFileTransfers(payload);
     return dragged && std::ranges::find(*dragged, target->id, &FileTransfer::fileID) == dragged->end();
@@ -183,13 +207,75 @@ bool FileBrowserScreen::acceptsDrop(std::size_t row, std::string_view payload) c
 
 void FileBrowserScreen::drop(std::size_t row, std::string_view payload) {
     if (!acceptsDrop(row, payload)) return;
-    scope_.start(moveFiles(idsOf(parseFileTransfers(payload).value()), folderOf(fileAt(row)->id)));
+    const PutIOFile& target = *fileAt(row);
+    moveTo(idsOf(parseFileTransfers(payload).value()), {folderOf(target.id), target.name});
 }
 
-Task<> FileBrowserScreen::moveFiles(std::vector<FileID> files, FolderID folder) {
-    const Result<void> moved = co_await surroundings_.api.moveFiles(std::move(files), folder, scope_.stopToken());
-    if (!moved) dialogs_.showFailure(moved.error());
+// The folder on view is no folder to move its own files to.
+bool FileBrowserScreen::breadcrumbAcceptsDrop(std::size_t index, std::string_view payload) const {
+    return !isInert() && index + 1 < breadcrumbs().size() && parseFileTransfers(payload);
+}
+
+void FileBrowserScreen::dropOnBreadcrumb(std::size_t index, std::string_view payload) {
+    if (breadcrumbAcceptsDrop(index, payload)) moveTo(idsOf(parseFileTransfers(payload).value()), breadcrumbs()[index]);
+}
+
+void FileBrowserScreen::uploadToBreadcrumb(std::size_t index, const std::vector<std::filesystem::path>& files) {
+    if (index < breadcrumbs().size()) state().uploadFiles(files, breadcrumbs()[index].id);
+}
+
+// --- Moving ---
+
+void FileBrowserScreen::moveTo(std::vector<FileID> files, const Breadcrumb& folder) {
+    scope_.start(moveFiles(std::move(files), folder, breadcrumbs().back()));
+}
+
+// From where they can be moved back to; from nowhere, they are moved back.
+Task<> FileBrowserScreen::moveFiles(std::vector<FileID> files, Breadcrumb folder, std::optional<Breadcrumb> origin) {
+    const Result<void> moved = co_await surroundings_.api.moveFiles(files, folder.id, scope_.stopToken());
+    const std::string what = files.size() == 1 ? "1 file" : std::to_string(files.size()) + " files";
+    Notice answer{.text = what + " moved " + (origin ? "to " : "back to ") + folder.name + "."};
+    if (origin) {
+        answer.action = "Move Back";
+        answer.perform = [this, files, origin] { scope_.start(moveFiles(files, *origin, std::nullopt)); };
+    }
+    if (moved)
+        surroundings_.notices.tell(std::move(answer));
+    else
+        dialogs_.showFailure(moved.error());
     state().loadFiles();
+}
+
+// --- Ways ---
+
+bool FileBrowserScreen::canGo(FolderWay way) const {
+    switch (way) {
+        case FolderWay::up:
+            return breadcrumbs().size() > 1;
+        case FolderWay::back:
+            return state().history().canGoBack();
+        case FolderWay::forward:
+            return state().history().canGoForward();
+    }
+    return false;
+}
+
+void FileBrowserScreen::go(FolderWay way) {
+    switch (way) {
+        case FolderWay::up:
+            return state().goUp();
+        case FolderWay::back:
+            return state().goBack();
+        case FolderWay::forward:
+            return state().goForward();
+    }
+}
+
+void FileBrowserScreen::openPlaceholder() {
+    if (!state().error() && isFilteredEmpty())
+        search("");
+    else
+        state().loadFiles();
 }
 
 }  // namespace tovri

@@ -3,11 +3,14 @@
 #include <utility>
 
 #include "screens/files/FileTransfer.h"
+#include "screens/files/FolderSummary.h"
 
 namespace tovri {
 
 FileBrowserScreen::FileBrowserScreen(const Surroundings& surroundings)
     : surroundings_(surroundings),
+      moveSheet_(surroundings.api, surroundings.random,
+                 [this](std::vector<FileID> files, const Breadcrumb& folder) { moveTo(std::move(files), folder); }),
       followingState_(state().onChange([this](FileBrowserState::Field field) { follow(field); })),
       followingUploads_(
           state().uploads().onFailure([this](std::string message) { dialogs_.showFailure(std::move(message)); })),
@@ -22,6 +25,7 @@ void FileBrowserScreen::appear() {
 
 void FileBrowserScreen::disappear() {
     dialogs_.clear();
+    moveSheet_.close();
 }
 
 // --- Following the state ---
@@ -67,7 +71,17 @@ std::optional<Placeholder> FileBrowserScreen::placeholder() const {
     if (state().error()) return errorPlaceholder(*state().error());
     if (isEmpty && state().hasLoaded())
         return Placeholder{Placeholder::Kind::message, "folder", "Empty Folder", "This folder has no files.", ""};
+    if (isFilteredEmpty()) return noMatchesPlaceholder(searchText());
     return std::nullopt;
+}
+
+bool FileBrowserScreen::isFilteredEmpty() const {
+    return rowCount() == 0 && !searchText().empty() && !state().files().empty();
+}
+
+std::string FileBrowserScreen::footer() const {
+    if (isInert() || placeholder()) return {};
+    return folderSummary(files_.rows().size(), targets(selection()));
 }
 
 std::vector<ToolbarItem<FileToolbarAction>> FileBrowserScreen::toolbar() const {

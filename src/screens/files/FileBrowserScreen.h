@@ -14,6 +14,7 @@
 #include "screens/ActionDialogs.h"
 #include "screens/Banner.h"
 #include "screens/FileChooser.h"
+#include "screens/Notices.h"
 #include "screens/Placeholder.h"
 #include "screens/RowList.h"
 #include "screens/ScreenChange.h"
@@ -21,6 +22,7 @@
 #include "screens/files/FileBrowserState.h"
 #include "screens/files/FileMenu.h"
 #include "screens/files/FileRow.h"
+#include "screens/files/MoveSheet.h"
 
 namespace tovri {
 
@@ -32,6 +34,9 @@ enum class FileToolbarAction : std::uint8_t {
     chooseUploads,  // the face's own: it shows uploadChooser() and hands over what was chosen
     refresh,
 };
+
+// Out of the folder on view: to the one above, or along those that were on view before and after it.
+enum class FolderWay : std::uint8_t { up, back, forward };
 
 // The file browser: the uploads into the folder on view, running and failed, then its folders and files. What it shows
 // beyond the dialogs belongs to FileBrowserState.
@@ -46,6 +51,8 @@ public:
         Workspace& workspace;
         const TextCollation& collation;
         RandomSource& random;
+        Notices& notices;
+        std::function<void()> showDownloads;
     };
 
     explicit FileBrowserScreen(const Surroundings& surroundings);
@@ -62,6 +69,14 @@ public:
 
     // The folder shows only its beginning. Its button is dismissBanner().
     [[nodiscard]] std::optional<Banner> banner() const;
+
+    // While another folder is being opened the rows are still those of the one before: nothing can be done with them.
+    [[nodiscard]] bool isInert() const { return state().isStale(); }
+
+    [[nodiscard]] bool isLoading() const { return state().isLoading(); }
+
+    // At the foot: how many entries there are, and what is selected of them.
+    [[nodiscard]] std::string footer() const;
 
     // Instead of the rows. Its button is openPlaceholder().
     [[nodiscard]] std::optional<Placeholder> placeholder() const;
@@ -83,6 +98,8 @@ public:
 
     [[nodiscard]] static FileChooser uploadChooser();
 
+    [[nodiscard]] MoveSheet& moveSheet() { return moveSheet_; }
+
     [[nodiscard]] const ActionDialogs& dialogs() const { return dialogs_; }
 
     [[nodiscard]] ActionDialogs& dialogs() { return dialogs_; }
@@ -93,13 +110,13 @@ public:
 
     void openBreadcrumb(std::size_t index) { state().navigateToBreadcrumb(index); }
 
-    void openPlaceholder() { state().loadFiles(); }
+    void openPlaceholder();
 
     void dismissBanner() { state().dismissCut(); }
 
     void refresh() { state().loadFiles(); }
 
-    void select(FileIDs files) { state().setSelectedFiles(std::move(files)); }
+    void select(FileIDs files) { state().setSelectedFiles(isInert() ? FileIDs() : std::move(files)); }
 
     void search(std::string text) { state().setSearchText(std::move(text)); }
 
@@ -109,6 +126,14 @@ public:
 
     // Double-click or Return: opens a folder, downloads a file. Of several, one.
     void activate(const FileIDs& files);
+
+    [[nodiscard]] bool canGo(FolderWay way) const;
+    void go(FolderWay way);
+
+    [[nodiscard]] bool canMove() const { return !isInert() && !selection().empty(); }
+
+    // Opens the sheet for what is selected.
+    void askWhereToMove() { moveSheet_.open(targets(selection()), breadcrumbs()); }
 
     // The Delete key.
     void deleteSelection() { askToDelete(selection()); }
@@ -125,6 +150,11 @@ public:
     // Moves the files into the row's folder.
     void drop(std::size_t row, std::string_view payload);
 
+    // The same with a folder on the way to this one. Local files are uploaded into it.
+    [[nodiscard]] bool breadcrumbAcceptsDrop(std::size_t index, std::string_view payload) const;
+    void dropOnBreadcrumb(std::size_t index, std::string_view payload);
+    void uploadToBreadcrumb(std::size_t index, const std::vector<std::filesystem::path>& files);
+
 private:
     struct FileRowTraits {
         static FileID key(const PutIOFile* file) { return file->id; }
@@ -140,7 +170,10 @@ private:
 
     [[nodiscard]] FileBrowserState& state() const { return surroundings_.state; }
 
+    // Those on view among them; none of a folder that is not.
     [[nodiscard]] std::vector<const PutIOFile*> targets(const FileIDs& files) const;
+    [[nodiscard]] bool isFilteredEmpty() const;
+    void answerQueued(std::size_t count, const std::string& where);
     [[nodiscard]] ToolbarItem<FileToolbarAction> sortMenu() const;
     void follow(FileBrowserState::Field field);
     void showFiles();
@@ -150,9 +183,11 @@ private:
     void openInPutIO(const PutIOFile& file);
     void askToDelete(const FileIDs& files);
     Task<Result<void>> deleteFiles(std::vector<FileID> files);
+    void openAddress(const std::string& address);
+    void moveTo(std::vector<FileID> files, const Breadcrumb& folder);
     Task<> queueFolder(DownloadManager::FolderRequest request);
     Task<> copyDownloadLink(FileID file);
-    Task<> moveFiles(std::vector<FileID> files, FolderID folder);
+    Task<> moveFiles(std::vector<FileID> files, Breadcrumb folder, std::optional<Breadcrumb> origin);
 
     Surroundings surroundings_;
     FileBrowserState::Listing listing_;  // into which the rows point
@@ -160,6 +195,7 @@ private:
     RowList<UploadEntry, UploadRowTraits> uploads_;
     Signal<const ScreenChange&> changes_;
     ActionDialogs dialogs_{scope_};
+    MoveSheet moveSheet_;
     Subscription followingState_;
     Subscription followingUploads_;
     Subscription followingDialogs_;

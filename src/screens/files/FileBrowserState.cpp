@@ -12,7 +12,7 @@ namespace {
 // put.io lists some uploads only after a while.
 constexpr std::chrono::seconds listingDelay{3};
 
-std::vector<Breadcrumb> rootPath() {
+FolderPath rootPath() {
     return {{rootFolderID, "Your Files"}};
 }
 
@@ -111,6 +111,7 @@ Task<> FileBrowserState::load(FolderID folderID, UUID request) {
         co_return tellChanges();
     }
     ListingContinuation rest(*api_, *loaded);
+    filesFolderID_ = folderID;
     setFiles(std::move(loaded->files));
     assign(Field::hasLoaded, hasLoaded_, true);
     assign(Field::isLoading, isLoading_, false);
@@ -150,18 +151,42 @@ void FileBrowserState::dismissCut() {
     tellChanges();
 }
 
+// --- Ways ---
+
 void FileBrowserState::navigateInto(const PutIOFile& folder) {
-    std::vector<Breadcrumb> path = breadcrumbs_;
+    const auto onTheWay = std::ranges::find(breadcrumbs_, folderOf(folder.id), &Breadcrumb::id);
+    if (onTheWay != breadcrumbs_.end())
+        return navigateToBreadcrumb(static_cast<std::size_t>(onTheWay - breadcrumbs_.begin()));
+    FolderPath path = breadcrumbs_;
     path.push_back({folderOf(folder.id), folder.name});
-    assign(Field::breadcrumbs, breadcrumbs_, std::move(path));
-    assign(Field::selectedFiles, selectedFiles_, {});
-    loadFiles();
+    enter(std::move(path));
 }
 
 void FileBrowserState::navigateToBreadcrumb(std::size_t index) {
     if (index >= breadcrumbs_.size()) return;
-    std::vector<Breadcrumb> path = breadcrumbs_;
+    FolderPath path = breadcrumbs_;
     path.resize(index + 1);
+    enter(std::move(path));
+}
+
+void FileBrowserState::goUp() {
+    if (breadcrumbs_.size() > 1) navigateToBreadcrumb(breadcrumbs_.size() - 2);
+}
+
+void FileBrowserState::goBack() {
+    if (auto path = history_.goBack(breadcrumbs_)) show(std::move(*path));
+}
+
+void FileBrowserState::goForward() {
+    if (auto path = history_.goForward(breadcrumbs_)) show(std::move(*path));
+}
+
+void FileBrowserState::enter(FolderPath path) {
+    if (path != breadcrumbs_) history_.leave(breadcrumbs_);
+    show(std::move(path));
+}
+
+void FileBrowserState::show(FolderPath path) {
     assign(Field::breadcrumbs, breadcrumbs_, std::move(path));
     assign(Field::selectedFiles, selectedFiles_, {});
     loadFiles();
@@ -170,6 +195,8 @@ void FileBrowserState::navigateToBreadcrumb(std::size_t index) {
 void FileBrowserState::reset() {
     currentLoadRequestID_ = random_.makeUUID();
     setFiles({});
+    filesFolderID_ = rootFolderID;
+    history_.clear();
     assign(Field::cut, cut_, {});
     assign(Field::breadcrumbs, breadcrumbs_, rootPath());
     assign(Field::hasLoaded, hasLoaded_, false);

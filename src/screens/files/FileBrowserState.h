@@ -17,18 +17,13 @@
 #include "platform/MainLoop.h"
 #include "platform/RandomSource.h"
 #include "screens/files/FileArrangement.h"
+#include "screens/files/FolderHistory.h"
 #include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
 #include "uploads/Uploads.h"
 
 namespace tovri {
 
-// One step of the path from the root folder to the one that is shown.
-struct Breadcrumb {
-    FolderID id;
-    std::string name;
-
-    bool operator==(const Breadcrumb&) const = default;
 };
 
 using FileIDs = std::unordered_set<FileID>;
@@ -82,6 +77,9 @@ public:
 
     [[nodiscard]] bool isLoading() const { return isLoading_; }
 
+    // Whether the files are still those of another folder than the breadcrumbs lead to.
+    [[nodiscard]] bool isStale() const { return isLoading_ && filesFolderID_ != currentFolderID(); }
+
     // Why the last load of this folder failed.
     [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
 
@@ -105,10 +103,18 @@ public:
     // files. A newer load supersedes it at any time: what it brings then is dropped.
     void loadFiles();
 
+    // A folder that is on the way already is gone back to.
     void navigateInto(const PutIOFile& folder);
 
     // Back to the breadcrumb; the last one loads its folder again, one that does not exist does nothing.
     void navigateToBreadcrumb(std::size_t index);
+
+    [[nodiscard]] const FolderHistory& history() const { return history_; }
+
+    // Nothing happens where there is nothing that way.
+    void goUp();
+    void goBack();
+    void goForward();
 
     // Back to an empty root, for another user. What is being loaded is dropped.
     void reset();
@@ -141,6 +147,8 @@ private:
     void assign(Field field, T& member, T value);
 
     void tellChanges();
+    void enter(FolderPath path);
+    void show(FolderPath path);
     void setFiles(std::vector<PutIOFile> files);
     [[nodiscard]] bool isCurrent(FolderID folderID, const UUID& request) const;
     Task<> load(FolderID folderID, UUID request);
@@ -154,6 +162,8 @@ private:
     PutIOAPI* api_ = nullptr;
 
     Listing files_;
+    FolderID filesFolderID_ = rootFolderID;  // whose listing they are
+    FolderHistory history_;
     FileArrangement arrangement_;
     std::vector<Breadcrumb> breadcrumbs_;
     FileIDs selectedFiles_;

@@ -1,5 +1,6 @@
 #include "screens/window/TrayMenu.h"
 
+#include "base/ByteCountFormat.h"
 #include "screens/downloads/SpeedSwitch.h"
 
 namespace tovri {
@@ -28,7 +29,11 @@ std::string trayText(const DownloadManager& downloads) {
     const std::size_t active =
         downloads.downloads().count({Status::downloading, Status::awaitingConflict, Status::deleting});
     if (active == 0) return "Tovri";
-    return "Tovri \xE2\x80\x93 " + std::to_string(active) + (active == 1 ? " download" : " downloads");
+    std::string text = "Tovri \xE2\x80\x93 " + std::to_string(active) + (active == 1 ? " download" : " downloads");
+    const BytesPerSecond speed = downloads.totalSpeed();
+    if (speed < BytesPerSecond(1)) return text;
+    return text + ", " + std::to_string(static_cast<int>(downloads.overallProgress() * 100)) + "%, " +
+           formatRate(speed);
 }
 
 }  // namespace tovri

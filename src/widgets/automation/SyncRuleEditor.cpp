@@ -8,7 +8,7 @@
 #include <QPushButton>
 #include <algorithm>
 
-#include "widgets/automation/FolderBrowser.h"
+#include "widgets/files/FolderBrowser.h"
 #include "widgets/parts/Form.h"
 #include "widgets/parts/LocalFiles.h"
 #include "widgets/parts/StepperBox.h"
@@ -26,7 +26,7 @@ constexpr int sheetWidth = 480;
 SyncRuleEditor::SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent)
     : Sheet(textOf(screen.title()), parent),
       screen_(screen),
-      remoteFolder_(new FolderBrowser(screen)),
+      remoteFolder_(new FolderBrowser(screen.remoteFolder(), textOf(SyncRuleEditorSheet::remoteSection))),
       localFolder_(new QLineEdit),
       choose_(new QPushButton(titleOf(SyncRuleEditorSheet::chooseLabel))),
       deletes_(new QCheckBox(titleOf(SyncRuleEditorSheet::deleteLabel))),
@@ -34,9 +34,9 @@ SyncRuleEditor::SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent)
       notice_(new QLabel) {
     arrange();
     connectParts();
-    update(SyncRuleEditorSheet::Change::fields);
+    update();
     fitInto(*parent);
-    following_ = screen.onChange([this](SyncRuleEditorSheet::Change change) { update(change); });
+    following_ = screen.onChange([this] { update(); });
 }
 
 void SyncRuleEditor::arrange() {
@@ -83,10 +83,8 @@ void SyncRuleEditor::chooseLocalFolder() {
                      [this](const LocalPaths& folders) { screen_.setLocalFolder(folders.front()); });
 }
 
-void SyncRuleEditor::update(SyncRuleEditorSheet::Change change) {
+void SyncRuleEditor::update() {
     if (!screen_.isOpen()) return;
-    if (change == SyncRuleEditorSheet::Change::folders) return remoteFolder_->showFolders();
-    remoteFolder_->showWay();
     localFolder_->setText(textOf(screen_.localFolderPath()));
     setPlainToolTip(*localFolder_, localFolder_->text());
     deletes_->setChecked(screen_.deleteAfterDownload());

@@ -25,7 +25,7 @@ private:
     void arrange();
     void fitInto(const QWidget& window);
     void connectParts();
-    void update(SyncRuleEditorSheet::Change change);
+    void update();
     void chooseLocalFolder();
 
     SyncRuleEditorSheet& screen_;

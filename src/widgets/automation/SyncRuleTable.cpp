@@ -72,20 +72,25 @@ void SyncRuleTable::turn(const QModelIndex& index) {
 
 void SyncRuleTable::mousePressEvent(QMouseEvent* event) {
     isKeyboardUsed_ = false;
+    isAstray_ = presses_.isAstray(*event, indexAt(event->position().toPoint()));
+    if (isAstray_) return;
     pressedSwitch_ = event->button() == Qt::LeftButton ? switchAt(event->position().toPoint()) : QModelIndex();
-    if (!pressedSwitch_.isValid()) QTreeView::mousePressEvent(event);
+    if (pressedSwitch_.isValid()) return;
+    if (event->type() == QEvent::MouseButtonDblClick && event->button() == Qt::LeftButton)
+        QTreeView::mouseDoubleClickEvent(event);
+    else
+        QTreeView::mousePressEvent(event);
 }
 
 void SyncRuleTable::mouseReleaseEvent(QMouseEvent* event) {
+    if (std::exchange(isAstray_, false)) return;
     const QPersistentModelIndex pressed = std::exchange(pressedSwitch_, {});
     if (!pressed.isValid()) return QTreeView::mouseReleaseEvent(event);
     if (switchAt(event->position().toPoint()) == pressed) turn(pressed);
 }
 
 void SyncRuleTable::mouseDoubleClickEvent(QMouseEvent* event) {
-    const bool isOnSwitch = switchAt(event->position().toPoint()).isValid();
-    if (isOnSwitch || event->button() != Qt::LeftButton) return mousePressEvent(event);
-    QTreeView::mouseDoubleClickEvent(event);
+    mousePressEvent(event);
 }
 
 void SyncRuleTable::keyPressEvent(QKeyEvent* event) {
@@ -110,6 +115,7 @@ void SyncRuleTable::focusInEvent(QFocusEvent* event) {
 
 void SyncRuleTable::contextMenuEvent(QContextMenuEvent* event) {
     if (event->reason() != QContextMenuEvent::Keyboard) {
+        if (isAstray_) return;
         const QModelIndex index = indexAt(event->pos());
         if (index.isValid()) emit menuWanted(index.row(), event->globalPos());
     } else if (currentIndex().isValid()) {

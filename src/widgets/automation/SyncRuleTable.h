@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "widgets/automation/SyncRuleModel.h"
+#include "widgets/rows/QuickPresses.h"
 
 namespace tovri {
 
@@ -42,6 +43,8 @@ private:
 
     SyncRuleModel& rules_;
     QPersistentModelIndex pressedSwitch_;
+    QuickPresses<QPersistentModelIndex> presses_;
+    bool isAstray_ = false;  // the press that is under way
     int hoveredRow_ = -1;
     bool isKeyboardUsed_ = false;
 };

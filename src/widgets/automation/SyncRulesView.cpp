@@ -16,7 +16,7 @@ SyncRulesView::SyncRulesView(SyncRulesScreen& screen, QWidget* parent)
       model_(screen),
       table_(new SyncRuleTable(model_)),
       following_(screen.onChange([this](const ScreenChange& change) { follow(change); })),
-      followingEditor_(screen.editor().onChange([this](SyncRuleEditorSheet::Change) { followEditor(); })) {
+      followingEditor_(screen.editor().onChange([this] { followEditor(); })) {
     setList(table_);
     connect(table_, &SyncRuleTable::opened, this,
             [this](const QModelIndex& index) { screen_.perform(SyncRuleAction::edit, model_.rowAt(index.row()).id); });

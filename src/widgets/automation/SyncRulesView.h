@@ -16,9 +16,13 @@ public:
     // `screen` outlives the view.
     explicit SyncRulesView(SyncRulesScreen& screen, QWidget* parent = nullptr);
 
-    [[nodiscard]] bool canRefresh() const override { return true; }
+    [[nodiscard]] bool can(SectionCommand command) const override {
+        return command == SectionCommand::refresh || SectionView::can(command);
+    }
 
-    void refresh() override { screen_.refresh(); }
+    void perform(SectionCommand command) override {
+        command == SectionCommand::refresh ? screen_.refresh() : SectionView::perform(command);
+    }
 
 protected:
     void appear() override { screen_.appear(); }

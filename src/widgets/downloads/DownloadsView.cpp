@@ -32,6 +32,8 @@ void DownloadsView::connectList() {
     connect(list_, &RowListView::opened, this,
             [this](const QModelIndex& row) { screen_.activate(screen_.idAt(static_cast<std::size_t>(row.row()))); });
     connect(list_, &RowListView::menuWanted, this, &DownloadsView::showMenu);
+    connect(&toolbar(), &Toolbar::searchChanged, this,
+            [this](const QString& text) { screen_.search(text.toStdString()); });
 }
 
 void DownloadsView::follow(const ScreenChange& change) {
@@ -41,6 +43,7 @@ void DownloadsView::follow(const ScreenChange& change) {
 
 void DownloadsView::showChrome() {
     toolbar().show(toolbarEntries(screen_.toolbar()));
+    toolbar().setSearchText(textOf(screen_.searchText()));
     showSummary(screen_.summary());
     const SpeedSwitch& speed = screen_.speedSwitch();
     showSummarySwitch(textOf(speed.text), speed.isOn, textOf(SpeedSwitch::help));
@@ -63,6 +66,28 @@ std::vector<UUID> DownloadsView::selectedIDs() const {
 void DownloadsView::showMenu(const QPoint& globalPosition) {
     popUpMenu<DownloadAction>(*this, globalPosition, screen_.menuAt(selectedRows()),
                               [this, ids = selectedIDs()](DownloadAction action) { screen_.perform(action, ids); });
+}
+
+void DownloadsView::pressToolbar(int action) {
+    if (action == static_cast<int>(QueueAction::showFailed)) return showFailed();
+    screen_.perform(static_cast<QueueAction>(action));
+}
+
+// They are selected, so that what helps one of them can be done to all.
+void DownloadsView::showFailed() {
+    QItemSelection failed;
+    for (const std::size_t row : screen_.failedRows()) {
+        const QModelIndex index = model_.index(static_cast<int>(row));
+        if (!failed.isEmpty() && failed.last().bottom() + 1 == index.row())
+            failed.last() = QItemSelectionRange(failed.last().topLeft(), index);
+        else
+            failed.select(index, index);
+    }
+    if (failed.isEmpty()) return;
+    list_->selectionModel()->setCurrentIndex(failed.first().topLeft(), QItemSelectionModel::NoUpdate);
+    list_->selectionModel()->select(failed, QItemSelectionModel::ClearAndSelect);
+    list_->scrollTo(failed.first().topLeft(), QAbstractItemView::PositionAtTop);
+    list_->setFocus();
 }
 
 void DownloadsView::pressDelete() {

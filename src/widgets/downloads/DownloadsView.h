@@ -22,7 +22,9 @@ protected:
 
     void disappear() override { screen_.disappear(); }
 
-    void pressToolbar(int action) override { screen_.perform(static_cast<QueueAction>(action)); }
+    void pressToolbar(int action) override;
+
+    void pressPlaceholder() override { screen_.search(""); }
 
     void pressBanner() override { screen_.retrySaving(); }
 
@@ -33,6 +35,7 @@ private:
     void follow(const ScreenChange& change);
     void showChrome();
     void showMenu(const QPoint& globalPosition);
+    void showFailed();
     [[nodiscard]] std::vector<std::size_t> selectedRows() const;
     [[nodiscard]] std::vector<UUID> selectedIDs() const;
 

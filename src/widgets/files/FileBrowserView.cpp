@@ -1,9 +1,11 @@
 #include "widgets/files/FileBrowserView.h"
 
+#include <QMimeData>
 #include <QScopedValueRollback>
 
 #include "screens/window/SidebarItem.h"
 #include "widgets/files/FileListView.h"
+#include "widgets/files/MoveDialog.h"
 #include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/DialogPresenter.h"
@@ -21,7 +23,8 @@ FileBrowserView::FileBrowserView(FileBrowserScreen& screen, QWidget* parent)
       model_(screen, rows_),
       breadcrumbs_(new Breadcrumbs),
       list_(new FileListView(screen)),
-      following_(screen.onChange([this](const ScreenChange& change) { follow(change); })) {
+      following_(screen.onChange([this](const ScreenChange& change) { follow(change); })),
+      followingMoves_(screen.moveSheet().onChange([this] { showMoveSheet(); })) {
     setList(list_);
     addStrip(breadcrumbs_);
     list_->setModel(&model_);
@@ -34,6 +37,8 @@ FileBrowserView::FileBrowserView(FileBrowserScreen& screen, QWidget* parent)
 void FileBrowserView::connectParts() {
     connect(&toolbar(), &Toolbar::searchChanged, this,
             [this](const QString& text) { screen_.search(text.toStdString()); });
+    breadcrumbs_->takeDrops({.accepts = [this](int index, const QMimeData& data) { return accepts(index, data); },
+                             .take = [this](int index, const QMimeData& data) { take(index, data); }});
     connect(breadcrumbs_, &Breadcrumbs::chosen, this,
             [this](int index) { screen_.openBreadcrumb(static_cast<std::size_t>(index)); });
     connect(list_, &RowListView::buttonPressed, this, [this](const QModelIndex& row, int action) {
@@ -61,9 +66,17 @@ void FileBrowserView::showChrome() {
     QStringList names;
     for (const Breadcrumb& folder : screen_.breadcrumbs()) names << textOf(folder.name);
     breadcrumbs_->show(names);
+    breadcrumbs_->setBusy(screen_.isLoading());
+    list_->setInert(screen_.isInert());
+    showFooter(textOf(screen_.footer()));
     content().show(screen_.placeholder());
     showBanner(screen_.banner());
     showSelection();
+    emit commandsChanged();
+}
+
+void FileBrowserView::showMoveSheet() {
+    showSheet(screen_.moveSheet().isOpen(), [this] { return new MoveDialog(screen_.moveSheet(), window()); });
 }
 
 void FileBrowserView::showSelection() {
@@ -86,6 +99,52 @@ void FileBrowserView::showSelection() {
 }
 
 // --- What the user does ---
+
+bool FileBrowserView::accepts(int breadcrumb, const QMimeData& data) const {
+    if (!localFilesOf(data).empty()) return true;
+    const std::string dragged = data.data(QString::fromLatin1(FileModel::transferType)).toStdString();
+    return screen_.breadcrumbAcceptsDrop(static_cast<std::size_t>(breadcrumb), dragged);
+}
+
+void FileBrowserView::take(int breadcrumb, const QMimeData& data) {
+    const auto index = static_cast<std::size_t>(breadcrumb);
+    if (const LocalPaths files = localFilesOf(data); !files.empty()) return screen_.uploadToBreadcrumb(index, files);
+    screen_.dropOnBreadcrumb(index, data.data(QString::fromLatin1(FileModel::transferType)).toStdString());
+}
+
+bool FileBrowserView::can(SectionCommand command) const {
+    switch (command) {
+        case SectionCommand::refresh:
+            return true;
+        case SectionCommand::moveTo:
+            return screen_.canMove();
+        case SectionCommand::goUp:
+            return screen_.canGo(FolderWay::up);
+        case SectionCommand::goBack:
+            return screen_.canGo(FolderWay::back);
+        case SectionCommand::goForward:
+            return screen_.canGo(FolderWay::forward);
+        default:
+            return SectionView::can(command);
+    }
+}
+
+void FileBrowserView::perform(SectionCommand command) {
+    switch (command) {
+        case SectionCommand::moveTo:
+            return screen_.askWhereToMove();
+        case SectionCommand::goUp:
+            return screen_.go(FolderWay::up);
+        case SectionCommand::goBack:
+            return screen_.go(FolderWay::back);
+        case SectionCommand::goForward:
+            return screen_.go(FolderWay::forward);
+        case SectionCommand::refresh:
+            return screen_.refresh();
+        default:
+            return SectionView::perform(command);
+    }
+}
 
 void FileBrowserView::takeSelection() {
     if (isSelectionOurs_) return;

@@ -19,9 +19,8 @@ public:
     // `screen` outlives the view.
     explicit FileBrowserView(FileBrowserScreen& screen, QWidget* parent = nullptr);
 
-    [[nodiscard]] bool canRefresh() const override { return true; }
-
-    void refresh() override { screen_.refresh(); }
+    [[nodiscard]] bool can(SectionCommand command) const override;
+    void perform(SectionCommand command) override;
 
 protected:
     void appear() override { screen_.appear(); }
@@ -41,6 +40,9 @@ private:
     void follow(const ScreenChange& change);
     void showChrome();
     void showSelection();
+    void showMoveSheet();
+    [[nodiscard]] bool accepts(int breadcrumb, const QMimeData& data) const;
+    void take(int breadcrumb, const QMimeData& data);
     void takeSelection();
     void showMenu(const QPoint& globalPosition);
 
@@ -53,6 +55,7 @@ private:
     bool haveRowsChanged_ = false;  // since then
     bool isSelectionOurs_ = false;  // the list's selection changes with the screen, not by the user
     Subscription following_;
+    Subscription followingMoves_;
 };
 
 }  // namespace tovri

@@ -1,13 +1,16 @@
 #include "widgets/parts/Breadcrumbs.h"
 
+#include <QDragEnterEvent>
 #include <QEvent>
 #include <QMenu>
+#include <QMimeData>
 #include <QPainter>
 #include <QStyle>
 #include <QToolButton>
 #include <algorithm>
 
 #include "widgets/parts/Texts.h"
+#include "widgets/parts/TurningSign.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/ForeignText.h"
@@ -23,10 +26,13 @@ constexpr int widestName = 240;
 
 }  // namespace
 
-Breadcrumbs::Breadcrumbs(QWidget* parent) : QWidget(parent), fold_(new QToolButton(this)) {
+Breadcrumbs::Breadcrumbs(QWidget* parent)
+    : QWidget(parent), fold_(new QToolButton(this)), busy_(new TurningSign(this)) {
+    busy_->hide();
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     fold_->setText(QStringLiteral("…"));
     fold_->setAccessibleName(tr("More folders"));
+    fold_->setToolTip(tr("More folders"));
     fold_->setAutoRaise(true);
     fold_->setPopupMode(QToolButton::InstantPopup);
     fold_->setMenu(new QMenu(fold_));
@@ -37,6 +43,7 @@ void Breadcrumbs::show(const QStringList& names) {
     names_ = names;
     for (QToolButton* button : buttons_) button->deleteLater();
     buttons_.clear();
+    dropFolder_ = -1;
     for (int i = 0; i < names.size(); ++i) buttons_ << makeButton(names[i], i + 1 == names.size(), i);
     arrange();
 }
@@ -59,12 +66,17 @@ int Breadcrumbs::foldedCount() const {
     int needed = 2 * measures::spacing - separatorWidth;
     for (const QToolButton* button : buttons_) needed += button->sizeHint().width() + separatorWidth;
     int folded = 0;
-    while (needed > width() && folded < static_cast<int>(buttons_.size()) - 2) {
+    while (needed > endOfLine() + measures::spacing && folded < static_cast<int>(buttons_.size()) - 2) {
         if (folded == 0) needed += fold_->sizeHint().width() + separatorWidth;
         ++folded;
         needed -= buttons_[folded]->sizeHint().width() + separatorWidth;
     }
     return folded;
+}
+
+// Where the sign has its place, whether it is there or not.
+int Breadcrumbs::endOfLine() const {
+    return width() - measures::margin - busy_->sizeHint().width() - measures::spacing;
 }
 
 // The first name, not its button, begins where the rows below do.
@@ -85,13 +97,15 @@ void Breadcrumbs::arrange() {
             separators_ << x;
             x += separatorWidth;
         }
-        const QSize size(std::min(button->sizeHint().width(), std::max(0, width() - measures::spacing - x)),
-                         measures::inlineButton);
+        const QSize size(std::min(button->sizeHint().width(), std::max(0, endOfLine() - x)), measures::inlineButton);
         const QRect logical(QPoint(x, (height() - size.height()) / 2), size);
         button->setGeometry(QStyle::visualRect(layoutDirection(), rect(), logical));
         button->show();
         x += size.width();
     };
+    const QSize sign = busy_->sizeHint();
+    const QRect end(QPoint(width() - measures::margin - sign.width(), (height() - sign.height()) / 2), sign);
+    busy_->setGeometry(QStyle::visualRect(layoutDirection(), rect(), end));
     fold_->setVisible(folded > 0);
     fold_->menu()->clear();
     for (int i = 0; i < buttons_.size(); ++i) {
@@ -112,6 +126,59 @@ QSize Breadcrumbs::sizeHint() const {
 
 QSize Breadcrumbs::minimumSizeHint() const {
     return sizeHint();
+}
+
+void Breadcrumbs::setBusy(bool isBusy) {
+    busy_->setVisible(isBusy);
+}
+
+// --- Dropping ---
+
+void Breadcrumbs::takeDrops(Drops drops) {
+    drops_ = std::move(drops);
+    setAcceptDrops(true);
+}
+
+int Breadcrumbs::folderAt(const QPoint& point) const {
+    const auto isThere = [&](const QToolButton* button) {
+        return button->isVisible() && button->geometry().contains(point);
+    };
+    const auto found = std::ranges::find_if(buttons_, isThere);
+    return found == buttons_.end() ? -1 : static_cast<int>(found - buttons_.begin());
+}
+
+void Breadcrumbs::setDropFolder(int index) {
+    if (dropFolder_ >= 0) buttons_[dropFolder_]->setDown(false);
+    dropFolder_ = index;
+    if (dropFolder_ >= 0) buttons_[dropFolder_]->setDown(true);
+}
+
+void Breadcrumbs::consider(QDropEvent& event) {
+    const int folder = folderAt(event.position().toPoint());
+    const bool isAccepted = folder >= 0 && drops_.accepts(folder, *event.mimeData());
+    setDropFolder(isAccepted ? folder : -1);
+    event.setDropAction(event.mimeData()->hasUrls() ? Qt::CopyAction : Qt::MoveAction);
+    event.setAccepted(isAccepted);
+}
+
+void Breadcrumbs::dragEnterEvent(QDragEnterEvent* event) {
+    consider(*event);
+    event->accept();  // another folder may take it
+}
+
+void Breadcrumbs::dragMoveEvent(QDragMoveEvent* event) {
+    consider(*event);
+}
+
+void Breadcrumbs::dragLeaveEvent(QDragLeaveEvent*) {
+    setDropFolder(-1);
+}
+
+void Breadcrumbs::dropEvent(QDropEvent* event) {
+    consider(*event);
+    const int folder = dropFolder_;
+    setDropFolder(-1);
+    if (folder >= 0) drops_.take(folder, *event->mimeData());
 }
 
 void Breadcrumbs::paintEvent(QPaintEvent*) {

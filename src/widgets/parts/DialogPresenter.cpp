@@ -2,6 +2,7 @@
 
 #include <QEvent>
 #include <QWidget>
+#include <utility>
 
 #include "screens/ActionDialogs.h"
 #include "widgets/parts/Sheet.h"
@@ -34,10 +35,14 @@ void DialogPresenter::present(bool isOnView) {
     const auto& action = dialogs_.pendingAction();
     const auto& failure = dialogs_.failure();
     if (!isOnView || !action || action->id != confirmed_) dismiss(confirmation_);
-    if (!isOnView || !failure || failure->message != alertMessage_) dismiss(alert_);
+    if (!isOnView || !failure) dismiss(alert_);
     if (!isOnView) return;
     if (action && confirmation_ == nullptr) presentConfirmation();
-    if (failure && alert_ == nullptr) presentAlert();
+    if (!failure) return;
+    if (alert_ == nullptr)
+        presentAlert();
+    else if (failure->message != std::exchange(alertMessage_, failure->message))
+        alert_->setSentence(textOf(alertMessage_));
 }
 
 void DialogPresenter::presentConfirmation() {

@@ -7,6 +7,7 @@
 
 #include "widgets/parts/BannerView.h"
 #include "widgets/parts/ContentArea.h"
+#include "widgets/parts/FootLine.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/SummaryLine.h"
 #include "widgets/parts/Texts.h"
@@ -59,12 +60,21 @@ void SectionView::addStrip(QWidget* strip) {
     column_->insertWidget(column_->indexOf(toolbar_) + 1, strip);
 }
 
-bool SectionView::canSearch() const {
-    return toolbar_->hasSearch();
+bool SectionView::can(SectionCommand command) const {
+    return command == SectionCommand::find && toolbar_->hasSearch();
 }
 
-void SectionView::focusSearch() {
-    toolbar_->focusSearch();
+void SectionView::perform(SectionCommand command) {
+    if (command == SectionCommand::find) toolbar_->focusSearch();
+}
+
+void SectionView::showFooter(const QString& text) {
+    if (foot_ == nullptr) {
+        if (text.isEmpty()) return;
+        foot_ = new FootLine;
+        column_->addWidget(foot_);
+    }
+    foot_->show(text);
 }
 
 void SectionView::showBanner(const std::optional<Banner>& banner) {

@@ -8,6 +8,7 @@
 
 #include "screens/Banner.h"
 #include "screens/Label.h"
+#include "widgets/parts/SectionCommand.h"
 
 class QAbstractItemView;
 class QVBoxLayout;
@@ -16,6 +17,7 @@ namespace tovri {
 
 class BannerView;
 class ContentArea;
+class FootLine;
 class Sheet;
 class SummaryLine;
 class Toolbar;
@@ -28,13 +30,12 @@ class SectionView : public QWidget {
 public:
     ~SectionView() override;
 
-    // What the window's menu passes on.
-    [[nodiscard]] virtual bool canRefresh() const { return false; }
+    // What the window's menus pass on, and when it makes sense.
+    [[nodiscard]] virtual bool can(SectionCommand command) const;
+    virtual void perform(SectionCommand command);
 
-    virtual void refresh() {}
-
-    [[nodiscard]] bool canSearch() const;
-    void focusSearch();
+signals:
+    void commandsChanged();  // others can be performed now
 
 protected:
     SectionView(const QString& name, QWidget* parent);
@@ -51,6 +52,9 @@ protected:
 
     // Below the toolbar, or nowhere.
     void showBanner(const std::optional<Banner>& banner);
+
+    // Below the list; nothing without a text.
+    void showFooter(const QString& text);
 
     // Above the list; without a text, only where the line has a switch.
     void showSummary(const std::vector<Label>& summary);
@@ -82,6 +86,7 @@ private:
     QVBoxLayout* column_;
     Toolbar* toolbar_;
     SummaryLine* summary_;
+    FootLine* foot_ = nullptr;      // made for the first text
     BannerView* banner_ = nullptr;  // made for the first one
     bool hasSummarySwitch_ = false;
     ContentArea* content_ = nullptr;

@@ -8,6 +8,8 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "widgets/parts/BreakableText.h"
+#include "widgets/parts/ScrolledText.h"
 #include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/parts/TurningSign.h"
@@ -20,6 +22,8 @@ namespace tovri {
 namespace {
 
 constexpr int messageWidth = 400;
+constexpr qsizetype longestTitle = 240;  // characters
+constexpr qsizetype longestSentence = 20'000;
 
 QLabel* makeText() {
     auto* label = new TextLabel;
@@ -32,7 +36,7 @@ QLabel* makeText() {
 Sheet::Sheet(const QString& title, QWidget* parent)
     : QDialog(parent, Qt::Sheet | Qt::WindowTitleHint | Qt::CustomizeWindowHint),
       title_(makeText()),
-      sentence_(makeText()),
+      sentence_(new ScrolledText),
       body_(new QVBoxLayout),
       turning_(new TurningSign),
       buttons_(new QDialogButtonBox) {
@@ -43,7 +47,7 @@ Sheet::Sheet(const QString& title, QWidget* parent)
     column->setContentsMargins(margin, margin, margin, margin);
     column->setSpacing(measures::spacing);
     column->setSizeConstraint(QLayout::SetMinimumSize);
-    title_->setText(title);
+    title_->setText(breakable(title, longestTitle));
     title_->setFont(semiboldFont(font()));
     sentence_->hide();
     body_->setSpacing(measures::spacing);
@@ -65,10 +69,18 @@ void Sheet::setBusy(bool isBusy) {
 }
 
 void Sheet::setSentence(const QString& text) {
-    sentence_->setText(text);
+    sentence_->setText(breakable(text, longestSentence));
     sentence_->setVisible(!text.isEmpty());
     sentence_->setMinimumWidth(messageWidth);
     setAccessibleDescription(text);
+}
+
+// The buttons stay in reach, whatever the texts are.
+void Sheet::showEvent(QShowEvent* event) {
+    const QSize room = parentWidget()->window()->size() - QSize(2 * measures::spacing, 2 * measures::spacing);
+    setMaximumSize(room.expandedTo(minimumSizeHint()));
+    resize(sizeHint().boundedTo(maximumSize()).expandedTo(minimumSize()));
+    QDialog::showEvent(event);
 }
 
 QPushButton* Sheet::addCancelButton(const QString& title) {

@@ -13,11 +13,12 @@ class QVBoxLayout;
 
 namespace tovri {
 
+class ScrolledText;
 class TurningSign;
 
 // A dialog that belongs to its window: a title, what the derived sheet adds, and buttons at the lower end in the
-// platform's order. Escape is the cancel button. It does not close by itself when the confirm button is pressed:
-// whoever shows it closes it when the screen says so.
+// platform's order. It is no larger than its window, however long its texts are. Escape is the cancel button. It does
+// not close by itself when the confirm button is pressed: whoever shows it closes it when the screen says so.
 class Sheet : public QDialog {
     Q_OBJECT
 
@@ -40,10 +41,11 @@ signals:
 
 protected:
     void reject() override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     QLabel* title_;
-    QLabel* sentence_;
+    ScrolledText* sentence_;
     QVBoxLayout* body_;
     TurningSign* turning_;
     QDialogButtonBox* buttons_;

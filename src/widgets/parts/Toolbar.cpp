@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QActionGroup>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMenu>
@@ -23,6 +24,12 @@ constexpr int buttonHeight = 32;
 constexpr int searchWidth = 200;
 constexpr const char* actionProperty = "tovriAction";
 
+void keepPlaceWhenHidden(QWidget& part) {
+    QSizePolicy policy = part.sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    part.setSizePolicy(policy);
+}
+
 }  // namespace
 
 Toolbar::Toolbar(QWidget* parent) : QWidget(parent), line_(new QHBoxLayout(this)) {
@@ -36,7 +43,8 @@ Toolbar::Toolbar(QWidget* parent) : QWidget(parent), line_(new QHBoxLayout(this)
 void Toolbar::addSearch() {
     search_ = new QLineEdit;
     search_->setClearButtonEnabled(true);
-    search_->addAction(symbolIcon("magnifyingglass", Tint::secondary), QLineEdit::LeadingPosition);
+    QAction* sign = search_->addAction(symbolIcon("magnifyingglass", Tint::secondary), QLineEdit::LeadingPosition);
+    connect(sign, &QAction::triggered, this, &Toolbar::focusSearch);
     search_->setMinimumWidth(searchWidth / 2);
     search_->setMaximumWidth(searchWidth);
     search_->setFixedHeight(buttonHeight);
@@ -52,11 +60,23 @@ void Toolbar::show(const std::vector<ToolbarEntry>& entries) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const ToolbarEntry& entry = entries[i];
         if (auto* button = qobject_cast<QToolButton*>(parts_[i])) fill(*button, entry);
-        if (entry.kind == ToolbarEntry::Kind::searchField) search_->setPlaceholderText(textOf(entry.title));
-        if (entry.kind == ToolbarEntry::Kind::searchField) search_->setAccessibleName(textOf(entry.title));
+        if (entry.kind == ToolbarEntry::Kind::searchField) nameSearch(textOf(entry.title));
         parts_[i]->setVisible(entry.isVisible);
     }
-    showTexts();
+    measure();
+}
+
+// Also the buttons within the field.
+void Toolbar::nameSearch(const QString& prompt) {
+    search_->setPlaceholderText(prompt);
+    search_->setAccessibleName(prompt);
+    search_->actions().front()->setText(prompt);
+    for (auto* button : search_->findChildren<QToolButton*>()) {
+        const bool isSign = button->defaultAction() == search_->actions().front();
+        const QString name = isSign ? prompt : tr("Clear");
+        button->setAccessibleName(name);
+        button->setToolTip(name);
+    }
 }
 
 void Toolbar::build(const std::vector<ToolbarEntry>& entries) {
@@ -91,12 +111,9 @@ QWidget* Toolbar::makePart(const ToolbarEntry& entry) {
     return nullptr;
 }
 
-// Its place stays empty while it is hidden, so that nothing moves when it appears.
 QWidget* Toolbar::makeTurningSign() {
     auto* sign = new TurningSign;
-    QSizePolicy policy = sign->sizePolicy();
-    policy.setRetainSizeWhenHidden(true);
-    sign->setSizePolicy(policy);
+    keepPlaceWhenHidden(*sign);
     return sign;
 }
 
@@ -106,6 +123,7 @@ QToolButton* Toolbar::makeButton(const ToolbarEntry& entry) {
     button->setFocusPolicy(Qt::TabFocus);
     button->setIconSize({measures::symbol, measures::symbol});
     button->setFixedHeight(buttonHeight);
+    keepPlaceWhenHidden(*button);
     if (entry.kind == ToolbarEntry::Kind::menu) {
         button->setPopupMode(QToolButton::InstantPopup);
         button->setMenu(new QMenu(button));
@@ -136,12 +154,41 @@ void Toolbar::fill(QToolButton& button, const ToolbarEntry& entry) {
     }
 }
 
+// --- With titles or without ---
+
+void Toolbar::setTexts(Qt::ToolButtonStyle style) {
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        auto* button = qobject_cast<QToolButton*>(parts_[i]);
+        if (button == nullptr) continue;
+        const bool isAlone = entries_[i].isCompact && !button->icon().isNull();
+        button->setToolButtonStyle(isAlone                   ? Qt::ToolButtonIconOnly
+                                   : button->icon().isNull() ? Qt::ToolButtonTextBesideIcon
+                                                             : style);
+    }
+}
+
+int Toolbar::widthOfParts(int search) const {
+    const QMargins margins = line_->contentsMargins();
+    int width = margins.left() + margins.right();
+    for (const QWidget* part : parts_) width += (part == search_ ? search : part->sizeHint().width()) + measures::gap;
+    return width;
+}
+
+void Toolbar::measure() {
+    setTexts(Qt::ToolButtonTextBesideIcon);
+    widthWithTexts_ = widthOfParts(searchWidth * 3 / 4);
+    setTexts(Qt::ToolButtonIconOnly);
+    widthOfSymbols_ = widthOfParts(searchWidth / 2);
+    showTexts();
+    updateGeometry();
+}
+
 void Toolbar::showTexts() {
-    const bool isWide = window()->width() >= measures::toolbarWithTexts;
-    for (QWidget* part : parts_)
-        if (auto* button = qobject_cast<QToolButton*>(part))
-            button->setToolButtonStyle(isWide || button->icon().isNull() ? Qt::ToolButtonTextBesideIcon
-                                                                         : Qt::ToolButtonIconOnly);
+    setTexts(width() >= widthWithTexts_ ? Qt::ToolButtonTextBesideIcon : Qt::ToolButtonIconOnly);
+}
+
+QSize Toolbar::minimumSizeHint() const {
+    return {widthOfSymbols_, QWidget::minimumSizeHint().height()};
 }
 
 bool Toolbar::hasSearch() const {
@@ -156,6 +203,11 @@ void Toolbar::focusSearch() {
     if (!search_->isVisible()) return;
     search_->setFocus(Qt::ShortcutFocusReason);
     search_->selectAll();
+}
+
+void Toolbar::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) measure();
 }
 
 void Toolbar::paintEvent(QPaintEvent*) {

@@ -23,7 +23,8 @@ template <class Action>
                            .symbol = item.symbol,
                            .help = item.help,
                            .isEnabled = item.isEnabled,
-                           .isVisible = item.isVisible};
+                           .isVisible = item.isVisible,
+                           .isCompact = item.isCompact};
         if (item.action) entry.action = static_cast<int>(*item.action);
         for (const auto& choice : item.choices)
             entry.choices.push_back({static_cast<int>(choice.action), choice.title, choice.isChosen});
@@ -32,9 +33,9 @@ template <class Action>
     return entries;
 }
 
-// The buttons of a screen, from its items: symbols with titles, in a narrow window the symbols alone; at the end the
-// sign of what is under way, and the search field. Shown anew as often as the items change; what stays keeps its focus
-// and its text.
+// The buttons of a screen, from its items: symbols with titles, or the symbols alone where the titles find no room; at
+// the end the sign of what is under way, and the search field. Shown anew as often as the items change; what stays
+// keeps its focus and its text. What is hidden leaves its place empty: nothing moves under the pointer.
 class Toolbar final : public QWidget {
     Q_OBJECT
 
@@ -48,11 +49,15 @@ public:
     void setSearchText(const QString& text);
     void focusSearch();
 
+    // With the symbols alone.
+    [[nodiscard]] QSize minimumSizeHint() const override;
+
 signals:
     void triggered(int action);
     void searchChanged(const QString& text);
 
 protected:
+    void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
@@ -63,12 +68,18 @@ private:
     QToolButton* makeButton(const ToolbarEntry& entry);
     void fill(QToolButton& button, const ToolbarEntry& entry);
     void addSearch();
+    void nameSearch(const QString& prompt);
+    void measure();
     void showTexts();
+    void setTexts(Qt::ToolButtonStyle style);
+    [[nodiscard]] int widthOfParts(int search) const;
 
     QHBoxLayout* line_;
     std::vector<ToolbarEntry> entries_;
     std::vector<QWidget*> parts_;  // one per entry
     QLineEdit* search_ = nullptr;
+    int widthWithTexts_ = 0;
+    int widthOfSymbols_ = 0;
 };
 
 }  // namespace tovri

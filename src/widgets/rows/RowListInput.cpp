@@ -57,45 +57,57 @@ void RowListView::showToolTip(const QPoint& point, const QPoint& globalPosition)
 
 void RowListView::mouseMoveEvent(QMouseEvent* event) {
     hover(spotAt(event->position().toPoint()));
-    if (pressed_.button == RowLook::noButton) QAbstractItemView::mouseMoveEvent(event);
+    if (!isAstray_ && pressed_.button == RowLook::noButton) QAbstractItemView::mouseMoveEvent(event);
 }
 
 void RowListView::mousePressEvent(QMouseEvent* event) {
     isKeyboardUsed_ = false;
     const Spot spot = spotAt(event->position().toPoint());
+    isAstray_ = presses_.isAstray(*event, thingAt(spot)) || isInert_;
+    if (isAstray_) return;
     if (event->button() == Qt::LeftButton && spot.button != RowLook::noButton) {
-        pressed_ = pressAt(spot);
+        pressed_ = buttonAt(spot);
         hovered_ = spot;
         updateRow(spot.row);
         return;
     }
-    QAbstractItemView::mousePressEvent(event);
+    if (event->type() == QEvent::MouseButtonDblClick && event->button() == Qt::LeftButton)
+        QAbstractItemView::mouseDoubleClickEvent(event);
+    else
+        QAbstractItemView::mousePressEvent(event);
 }
 
 void RowListView::mouseReleaseEvent(QMouseEvent* event) {
+    if (std::exchange(isAstray_, false)) return;
     const Press pressed = std::exchange(pressed_, {});
     if (pressed.button == RowLook::noButton) return QAbstractItemView::mouseReleaseEvent(event);
     updateRow(pressed.row.row());
-    const Press released = pressAt(spotAt(event->position().toPoint()));
+    const Press released = buttonAt(spotAt(event->position().toPoint()));
     if (released == pressed) pressButton(released.row.row(), released.button);
 }
 
-RowListView::Press RowListView::pressAt(const Spot& spot) const {
-    if (spot.button == RowLook::noButton) return {};
-    const RowContent content = rows_->contentAt(spot.row);
-    return {rows_->index(spot.row), spot.button, content.buttons[static_cast<std::size_t>(spot.button)].action};
+RowListView::Press RowListView::buttonAt(const Spot& spot) const {
+    return spot.button == RowLook::noButton ? Press() : thingAt(spot);
+}
+
+RowListView::Press RowListView::thingAt(const Spot& spot) const {
+    if (spot.row < 0) return {};
+    Press found{.row = rows_->index(spot.row)};
+    if (spot.button == RowLook::noButton) return found;
+    found.button = spot.button;
+    found.action = rows_->contentAt(spot.row).buttons[static_cast<std::size_t>(spot.button)].action;
+    return found;
 }
 
 void RowListView::mouseDoubleClickEvent(QMouseEvent* event) {
-    const bool isOnButton = spotAt(event->position().toPoint()).button != RowLook::noButton;
-    if (isOnButton || event->button() != Qt::LeftButton) return mousePressEvent(event);
-    QAbstractItemView::mouseDoubleClickEvent(event);
+    mousePressEvent(event);
 }
 
 void RowListView::contextMenuEvent(QContextMenuEvent* event) {
     const auto selected = selectedRows();
-    if (selected.empty()) return;
+    if (selected.empty() || isInert_) return;
     if (event->reason() != QContextMenuEvent::Keyboard) {
+        if (isAstray_) return;
         if (indexAt(event->pos()).isValid()) emit menuWanted(event->globalPos());
         return;
     }
@@ -144,6 +156,7 @@ void RowListView::focusInEvent(QFocusEvent* event) {
 
 void RowListView::keyPressEvent(QKeyEvent* event) {
     isKeyboardUsed_ = true;
+    if (isInert_) return event->ignore();
     const bool towardsEnd = event->key() == (isRightToLeft() ? Qt::Key_Left : Qt::Key_Right);
     const bool towardsStart = event->key() == (isRightToLeft() ? Qt::Key_Right : Qt::Key_Left);
     const int row = currentIndex().isValid() ? currentIndex().row() : -1;
@@ -164,7 +177,7 @@ void RowListView::keyPressEvent(QKeyEvent* event) {
 
 void RowListView::pressButton(int row, int button) {
     const RowContent content = rows_->contentAt(row);
-    if (button < 0 || button >= static_cast<int>(content.buttons.size())) return;
+    if (isInert_ || button < 0 || button >= static_cast<int>(content.buttons.size())) return;
     const InlineButton& pressed = content.buttons[static_cast<std::size_t>(button)];
     if (pressed.isEnabled) emit buttonPressed(rows_->index(row), pressed.action);
 }

@@ -16,6 +16,7 @@ constexpr int fadingStep = 16;       // milliseconds
 constexpr double breathTime = 1200;  // milliseconds
 constexpr double turnTime = 1400;    // milliseconds
 constexpr double shallowestBreath = 0.55;
+constexpr double inertOpacity = 0.4;
 
 }  // namespace
 
@@ -44,6 +45,7 @@ void RowListView::paintEvent(QPaintEvent* event) {
     executeDelayedItemsLayout();
     QPainter painter(viewport());
     if (rows_ == nullptr) return;
+    if (isInert_) painter.setOpacity(inertOpacity);
     const QRect area = event->rect();
     fade_.forgetDrawn(area.translated(0, verticalOffset()), viewport()->rect().translated(0, verticalOffset()));
     std::erase_if(animatedRows_, [&](int row) { return rowRect(row).intersects(area); });
@@ -133,6 +135,12 @@ void RowListView::timerEvent(QTimerEvent* event) {
     if (isSeen && isVisible()) return;
     animatedRows_.clear();
     animation_.stop();
+}
+
+void RowListView::setInert(bool isInert) {
+    if (std::exchange(isInert_, isInert) == isInert) return;
+    pressed_ = {};
+    viewport()->update();
 }
 
 void RowListView::setDropRow(int row) {

@@ -6,6 +6,7 @@
 #include <QPersistentModelIndex>
 #include <vector>
 
+#include "widgets/rows/QuickPresses.h"
 #include "widgets/rows/RowFade.h"
 #include "widgets/rows/RowGeometry.h"
 #include "widgets/rows/RowModel.h"
@@ -18,7 +19,8 @@ namespace tovri {
 // rows in sight stay where they are, and the selection with them; those that leave their section fade.
 //
 // Return and double click open a row, also where the desktop's own views activate at a click. Tab, or the arrow towards
-// the row's end, walks through the buttons of the current row; Space and Return press one.
+// the row's end, walks through the buttons of the current row; Space and Return press one. The second press of a double
+// click has no effect on a row that has come under the pointer since the first.
 class RowListView : public QAbstractItemView {
     Q_OBJECT
 
@@ -31,6 +33,11 @@ public:
     [[nodiscard]] RowModel* rows() const { return rows_; }
 
     [[nodiscard]] std::vector<int> selectedRows() const;
+
+    // While it is, the rows are dimmed and nothing can be done with them; they can still be scrolled.
+    void setInert(bool isInert);
+
+    [[nodiscard]] bool isInert() const { return isInert_; }
 
     [[nodiscard]] QRect visualRect(const QModelIndex& index) const override;
     [[nodiscard]] QModelIndex indexAt(const QPoint& point) const override;
@@ -91,7 +98,7 @@ private:
         bool operator==(const Spot&) const = default;
     };
 
-    // A button that the pointer holds down, wherever its row goes meanwhile.
+    // A row, or a button in it, that is pressed, wherever the row goes meanwhile.
     struct Press {
         QPersistentModelIndex row;
         int button = RowLook::noButton;
@@ -116,7 +123,8 @@ private:
     [[nodiscard]] int nextSelectable(int row, int step) const;
     void focusButton(int button);
     void hover(const Spot& spot);
-    [[nodiscard]] Press pressAt(const Spot& spot) const;
+    [[nodiscard]] Press buttonAt(const Spot& spot) const;
+    [[nodiscard]] Press thingAt(const Spot& spot) const;
     void updateRow(int row);
     void paintRow(QPainter& painter, int row);
     void paintStickyHeader(QPainter& painter);
@@ -130,10 +138,13 @@ private:
     mutable bool isGeometryOld_ = true;
     std::vector<Anchor> anchors_;
     Spot hovered_;
-    Press pressed_;
+    Press pressed_;  // the button that the pointer holds down
+    QuickPresses<Press> presses_;
+    bool isAstray_ = false;  // the press that is under way
     int dropRow_ = -1;
     int focusedButton_ = RowLook::noButton;  // of the current row
     bool isKeyboardUsed_ = false;
+    bool isInert_ = false;
     std::vector<int> animatedRows_;
     QBasicTimer animation_;
     RowFade fade_;

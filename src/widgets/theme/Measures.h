@@ -22,7 +22,6 @@ inline constexpr int sidebarMaximum = 220;
 inline constexpr int sidebarRow = 32;
 
 inline constexpr int placeholderWidth = 360;
-inline constexpr int toolbarWithTexts = 800;  // narrower windows show the icons alone
 
 // The symbols are drawn on a grid of 22, of which 16 are seen: at its multiples their lines fall on whole pixels.
 inline constexpr int smallSymbol = 16;

@@ -1,7 +1,6 @@
 #include "widgets/theme/Theme.h"
 
 #include <QApplication>
-#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
@@ -52,11 +51,11 @@ Theme::Theme(QApplication& application) : application_(application) {
     application.installEventFilter(this);
 }
 
-void Theme::followDesktop() {
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (!bus.isConnected()) return;
-    bus.connect(portal, portalPath, portalSettings, QStringLiteral("SettingChanged"), this,
-                SLOT(settingChanged(QString, QString, QDBusVariant)));
+bool Theme::followDesktop(QDBusConnection bus) {
+    if (!bus.isConnected()) return false;
+    qRegisterMetaType<QDBusVariant>();  // Qt finds the type of the slot's argument by its name
+    const bool isTold = bus.connect(portal, portalPath, portalSettings, QStringLiteral("SettingChanged"), this,
+                                    SLOT(settingChanged(QString, QString, QDBusVariant)));
     QDBusMessage question = QDBusMessage::createMethodCall(portal, portalPath, portalSettings, QStringLiteral("Read"));
     question << appearance << colorScheme;
     auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(question), this);
@@ -65,6 +64,8 @@ void Theme::followDesktop() {
         if (!reply.isError()) settingChanged(appearance, colorScheme, reply.value());
         call->deleteLater();
     });
+    if (!isTold) qWarning("The desktop does not say when it turns light or dark.");
+    return isTold;
 }
 
 void Theme::settingChanged(const QString& group, const QString& key, const QDBusVariant& value) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDBusConnection>
 #include <QObject>
 #include <QPalette>
 
@@ -19,8 +20,8 @@ class Theme final : public QObject {
 public:
     explicit Theme(QApplication& application);
 
-    // Asks the desktop for light or dark, and follows it from now on.
-    void followDesktop();
+    // Asks the desktop for light or dark, and follows it from now on. False where it will not tell of a change.
+    bool followDesktop(QDBusConnection bus = QDBusConnection::sessionBus());
 
     // Light or dark whatever the desktop says.
     void usePalette(const QPalette& palette);

@@ -1,6 +1,7 @@
 #include "widgets/window/Desktop.h"
 
 #include <QApplication>
+#include <QHeaderView>
 #include <QPushButton>
 
 #include "screens/window/ClosingQuestion.h"
@@ -18,28 +19,32 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
     : surroundings_(std::move(surroundings)),
       ended_(std::move(ended)),
       preferences_(surroundings_.defaults),
+      notices_(surroundings_.platform.loop),
+      workspace_(surroundings_.workspace, notices_),
       content_(surroundings_.app.authManager(), surroundings_.app.downloadManager(),
                surroundings_.app.fileBrowserState()),
       gate_(surroundings_.app.authManager(), surroundings_.app.account(), surroundings_.platform.loop,
             surroundings_.platform.log),
-      signIn_(surroundings_.app.authManager(), gate_, surroundings_.workspace, surroundings_.hosts,
+      signIn_(surroundings_.app.authManager(), gate_, workspace_, surroundings_.hosts,
               [&queue = surroundings_.app.downloadManager()] {
                   return queue.downloads().count({DownloadStatus::queued, DownloadStatus::downloading});
               }),
       settingsScreen_(surroundings_.app.preferences(), surroundings_.app.authManager(), preferences_,
                       &surroundings_.app.account()),
       files_({surroundings_.app.fileBrowserState(), *surroundings_.app.api(), surroundings_.app.downloadManager(),
-              surroundings_.app.preferences(), surroundings_.workspace, surroundings_.collation,
-              surroundings_.platform.random}),
-      transfers_(*surroundings_.app.api(), surroundings_.workspace, surroundings_.platform.loop,
-                 surroundings_.platform.random),
-      downloads_(surroundings_.app.downloadManager(), surroundings_.app.speedControl(), surroundings_.workspace,
-                 {surroundings_.platform.loop, surroundings_.platform.clock, surroundings_.platform.random}),
+              surroundings_.app.preferences(), workspace_, surroundings_.collation, surroundings_.platform.random,
+              notices_, [this] { content_.select(SidebarItem::downloads); }}),
+      transfers_(*surroundings_.app.api(), workspace_, surroundings_.platform.loop, surroundings_.platform.random),
+      downloads_({surroundings_.app.downloadManager(), surroundings_.app.speedControl(), workspace_, notices_,
+                  surroundings_.collation, surroundings_.platform.loop, surroundings_.platform.clock,
+                  surroundings_.platform.random}),
       rules_(surroundings_.app.syncManager(), *surroundings_.app.api(),
              {surroundings_.platform.loop, surroundings_.platform.clock, surroundings_.platform.random,
               surroundings_.platform.folderAccess, surroundings_.platform.folders.home}),
       feeds_(*surroundings_.app.api(), surroundings_.platform.random),
-      window_({content_, signIn_, surroundings_.app.updater()}, [this](SidebarItem item) { return makeSection(item); }),
+      window_({content_, signIn_, surroundings_.app.updater(), notices_},
+              [this](SidebarItem item) { return makeSection(item); }),
+      memory_(surroundings_.defaults, window_, window_.parts()),
       settings_(settingsScreen_),
       presence_({surroundings_.platform.loop, surroundings_.inhibitor, surroundings_.notifications,
                  [] { return QApplication::activeWindow() != nullptr; }},
@@ -50,8 +55,13 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
       })),
       ending_(surroundings_.app) {
     connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
+    connect(&window_, &MainWindow::logWanted, this, &Desktop::showLog);
     connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);
     connect(&window_, &MainWindow::quitWanted, this, &Desktop::quitUnlessUploading);
+}
+
+void Desktop::tellUnsavedSettings(const std::string& reason) {
+    notices_.tell({.kind = Notice::Kind::failure, .text = "The settings could not be saved. " + reason});
 }
 
 SectionView* Desktop::makeSection(SidebarItem item) {
@@ -64,8 +74,11 @@ SectionView* Desktop::makeSection(SidebarItem item) {
             return new DownloadsView(downloads_);
         case SidebarItem::rss:
             return new RSSFeedsView(feeds_);
-        case SidebarItem::sync:
-            return new SyncRulesView(rules_);
+        case SidebarItem::sync: {
+            auto* view = new SyncRulesView(rules_);
+            memory_.keep(*view->findChild<QHeaderView*>(), "rules");
+            return view;
+        }
     }
     return nullptr;
 }
@@ -81,6 +94,13 @@ void Desktop::showTray() {
     tray_ = std::make_unique<TrayIcon>(surroundings_.app.downloadManager(), surroundings_.app.speedControl());
     connect(tray_.get(), &TrayIcon::showWanted, &window_, &MainWindow::bringForward);
     connect(tray_.get(), &TrayIcon::quitWanted, this, &Desktop::quitUnlessUploading);
+}
+
+void Desktop::showLog() {
+    if (!log_) log_ = new LogWindow(surroundings_.log);
+    log_->show();
+    log_->raise();
+    log_->activateWindow();
 }
 
 void Desktop::receive(std::string_view address) {
@@ -150,6 +170,7 @@ void Desktop::dropQuestions() {
 }
 
 void Desktop::hideWindows() {
+    if (log_) log_->close();
     settings_.hide();
     window_.hide();
 }

@@ -9,6 +9,8 @@
 #include "app/TovriApp.h"
 #include "platform/TextCollation.h"
 #include "platform/Workspace.h"
+#include "screens/KeptLog.h"
+#include "screens/NoticingWorkspace.h"
 #include "screens/automation/SyncRulesScreen.h"
 #include "screens/downloads/DownloadsScreen.h"
 #include "screens/feeds/RSSFeedsScreen.h"
@@ -18,9 +20,11 @@
 #include "screens/transfers/TransfersScreen.h"
 #include "screens/window/ContentScreen.h"
 #include "widgets/window/Ending.h"
+#include "widgets/window/LogWindow.h"
 #include "widgets/window/MainWindow.h"
 #include "widgets/window/SettingsWindow.h"
 #include "widgets/window/TrayIcon.h"
+#include "widgets/window/WindowMemory.h"
 
 namespace tovri {
 
@@ -43,6 +47,7 @@ public:
         UserNotifications& notifications;
         ServiceHosts hosts;
         std::function<bool()> hasTray;
+        KeptLog& log;
     };
 
     // `ended` runs when nothing keeps the process any more.
@@ -57,6 +62,9 @@ public:
     // The program was started once more, with a sign-in page's redirect or an empty address.
     void receive(std::string_view address);
 
+    // A change of the settings could not be written, for this reason.
+    void tellUnsavedSettings(const std::string& reason);
+
     // The window goes at once, the process when its downloads have come to rest.
     void quit();
 
@@ -66,6 +74,7 @@ signals:
 private:
     SectionView* makeSection(SidebarItem item);
     void showTray();
+    void showLog();
     void closeWindow();
     Sheet* makeQuestion(Sheet*& open, const QString& title, const QString& sentence);
     void askAboutClosing();
@@ -77,6 +86,8 @@ private:
     Surroundings surroundings_;
     Ending::Done ended_;
     DesktopPreferences preferences_;
+    Notices notices_;
+    NoticingWorkspace workspace_;
     ContentScreen content_;
     SignInGate gate_;
     SignInScreen signIn_;
@@ -87,7 +98,9 @@ private:
     SyncRulesScreen rules_;
     RSSFeedsScreen feeds_;
     MainWindow window_;
+    WindowMemory memory_;
     SettingsWindow settings_;
+    QPointer<LogWindow> log_;
     std::unique_ptr<TrayIcon> tray_;
     Sheet* closing_ = nullptr;
     Sheet* quitting_ = nullptr;

@@ -6,13 +6,16 @@
 #include <QMenuBar>
 #include <QSplitter>
 #include <QStackedWidget>
+#include <QVBoxLayout>
 
 #include "widgets/parts/ContentArea.h"
+#include "widgets/parts/NoticeBar.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/SectionView.h"
 #include "widgets/parts/Sheet.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/window/ConflictDialog.h"
+#include "widgets/window/KeyboardHelp.h"
 #include "widgets/window/Sidebar.h"
 #include "widgets/window/SignInView.h"
 
@@ -42,9 +45,20 @@ MainWindow::MainWindow(const Screens& screens, MakeSection makeSection)
     split_->setSizes({ContentScreen::sidebarIdealWidth, initial.width() - ContentScreen::sidebarIdealWidth});
     pages_->addWidget(signIn_);
     pages_->addWidget(split_);
-    setCentralWidget(pages_);
+    setCentralWidget(makeCentre());
     addMenus();
     showContent();
+}
+
+// What is on view, and at its foot what there is to say of what has just happened.
+QWidget* MainWindow::makeCentre() {
+    auto* centre = new QWidget;
+    auto* column = new QVBoxLayout(centre);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(0);
+    column->addWidget(pages_, 1);
+    column->addWidget(new NoticeBar(screens_.notices));
+    return centre;
 }
 
 // --- Menus ---
@@ -52,6 +66,7 @@ MainWindow::MainWindow(const Screens& screens, MakeSection makeSection)
 void MainWindow::addMenus() {
     addFileMenu();
     addViewMenu();
+    addGoMenu();
     addHelpMenu();
 }
 
@@ -60,6 +75,8 @@ void MainWindow::addFileMenu() {
     QAction* settings =
         file->addAction(tr("&Settings…"), QKeySequence(Qt::CTRL | Qt::Key_Comma), this, &MainWindow::settingsWanted);
     settings->setMenuRole(QAction::PreferencesRole);
+    file->addSeparator();
+    addCommand(*file, SectionCommand::moveTo, tr("&Move to…"), {Qt::CTRL | Qt::SHIFT | Qt::Key_M});
     file->addSeparator();
     file->addAction(tr("&Close Window"), QKeySequence(Qt::CTRL | Qt::Key_W), this, &QWidget::close);
     QAction* quit = file->addAction(tr("&Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this, &MainWindow::quitWanted);
@@ -78,17 +95,33 @@ void MainWindow::addViewMenu() {
         sectionActions_[static_cast<std::size_t>(item)] = action;
     }
     view->addSeparator();
-    refresh_ = view->addAction(tr("&Refresh"), QKeySequence(Qt::Key_F5), this, [this] {
-        if (SectionView* shown = shownSection()) shown->refresh();
+    addCommand(*view, SectionCommand::refresh, tr("&Refresh"), {Qt::Key_F5});
+    addCommand(*view, SectionCommand::find, tr("&Find"), {Qt::CTRL | Qt::Key_F});
+}
+
+void MainWindow::addGoMenu() {
+    QMenu* go = menuBar()->addMenu(tr("&Go"));
+    addCommand(*go, SectionCommand::goBack, tr("&Back"), {Qt::ALT | Qt::Key_Left});
+    addCommand(*go, SectionCommand::goForward, tr("&Forward"), {Qt::ALT | Qt::Key_Right});
+    addCommand(*go, SectionCommand::goUp, tr("&Up"), {Qt::ALT | Qt::Key_Up, Qt::Key_Backspace});
+}
+
+void MainWindow::addCommand(QMenu& menu, SectionCommand command, const QString& title,
+                            const QList<QKeySequence>& shortcuts) {
+    QAction* action = menu.addAction(title, this, [this, command] {
+        if (SectionView* shown = shownSection()) shown->perform(command);
     });
-    refresh_->setAutoRepeat(false);
-    find_ = view->addAction(tr("&Find"), QKeySequence(Qt::CTRL | Qt::Key_F), this, [this] {
-        if (SectionView* shown = shownSection()) shown->focusSearch();
-    });
+    action->setShortcuts(shortcuts);
+    action->setAutoRepeat(false);
+    commands_.push_back({command, action});
 }
 
 void MainWindow::addHelpMenu() {
     QMenu* help = menuBar()->addMenu(tr("&Help"));
+    help->addAction(tr("&Keyboard Shortcuts"), QKeySequence(Qt::CTRL | Qt::Key_Question), this,
+                    &MainWindow::showKeyboardHelp);
+    help->addAction(tr("&Log"), this, &MainWindow::logWanted);
+    help->addSeparator();
     QAction* about = help->addAction(tr("&About Tovri"), this, &MainWindow::showAbout);
     about->setMenuRole(QAction::AboutRole);
     checkForUpdates_ = help->addAction(tr("Check for &Updates…"), this, [this] { screens_.updater.checkForUpdates(); });
@@ -103,10 +136,17 @@ void MainWindow::updateMenus() {
         action->setEnabled(shows);
         action->setChecked(shows && selected == item);
     }
-    const SectionView* shown = shownSection();
-    refresh_->setEnabled(shown && shown->canRefresh());
-    find_->setEnabled(shown && shown->canSearch());
+    updateCommands();
     checkForUpdates_->setEnabled(screens_.updater.canCheckForUpdates());
+}
+
+void MainWindow::updateCommands() {
+    const SectionView* shown = shownSection();
+    for (const Command& each : commands_) each.action->setEnabled(shown && shown->can(each.command));
+}
+
+void MainWindow::showKeyboardHelp() {
+    (new KeyboardHelp(*menuBar(), this))->open();
 }
 
 void MainWindow::showAbout() {
@@ -156,6 +196,7 @@ SectionView* MainWindow::section(SidebarItem item) {
     if (!section) {
         section = makeSection_(item);
         detail_->addWidget(section);
+        connect(section, &SectionView::commandsChanged, this, &MainWindow::updateCommands);
     }
     return section;
 }

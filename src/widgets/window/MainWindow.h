@@ -3,10 +3,13 @@
 #include <QMainWindow>
 #include <array>
 #include <functional>
+#include <vector>
 
 #include "app/UpdaterController.h"
+#include "screens/Notices.h"
 #include "screens/settings/SignInScreen.h"
 #include "screens/window/ContentScreen.h"
+#include "widgets/parts/SectionCommand.h"
 
 class QSplitter;
 class QStackedWidget;
@@ -35,6 +38,7 @@ public:
         ContentScreen& content;
         SignInScreen& signIn;
         UpdaterController& updater;
+        Notices& notices;
     };
 
     MainWindow(const Screens& screens, MakeSection makeSection);
@@ -42,8 +46,12 @@ public:
     // On top of the other windows, whatever state it was in.
     void bringForward();
 
+    // The sidebar and what is beside it.
+    [[nodiscard]] QSplitter& parts() { return *split_; }
+
 signals:
     void settingsWanted();
+    void logWanted();
     void closingWanted();  // the user closes the window, which is still there
     void quitWanted();
 
@@ -53,19 +61,29 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
+    QWidget* makeCentre();
     void addMenus();
     void addFileMenu();
     void addViewMenu();
+    void addGoMenu();
     void addHelpMenu();
+    void addCommand(QMenu& menu, SectionCommand command, const QString& title, const QList<QKeySequence>& shortcuts);
     void follow(ContentScreen::Change change);
     void showContent();
     void showSection();
     void focusRows();
     void showConflict();
     void updateMenus();
+    void updateCommands();
     SectionView* section(SidebarItem item);
     [[nodiscard]] SectionView* shownSection() const;
     void showAbout();
+    void showKeyboardHelp();
+
+    struct Command {
+        SectionCommand command;
+        QAction* action;
+    };
 
     Screens screens_;
     MakeSection makeSection_;
@@ -78,8 +96,7 @@ private:
     PlaceholderView* placeholder_;
     ConflictDialog* conflict_ = nullptr;
     std::array<QAction*, allSidebarItems.size()> sectionActions_{};
-    QAction* refresh_ = nullptr;
-    QAction* find_ = nullptr;
+    std::vector<Command> commands_;
     QAction* checkForUpdates_ = nullptr;
     Subscription followingContent_;
     Subscription followingUpdater_;

@@ -6,15 +6,23 @@
 #include "widgets/theme/Symbols.h"
 
 namespace tovri {
+namespace {
+
+constexpr std::chrono::milliseconds textPause{500};
+
+}  // namespace
 
 TrayIcon::TrayIcon(DownloadManager& downloads, SpeedControl& speed)
     : downloads_(downloads),
       speed_(speed),
       icon_(
           QIcon::fromTheme(QStringLiteral("tovri"), applicationIcon())),  // installed, it is drawn for small sizes too
-      following_(downloads.onChange([this](const QueueChange& change) {
-          if (change.kind != QueueChange::Kind::progress) updateText();
+      following_(downloads.onChange([this](const QueueChange&) {
+          if (!pause_.isActive()) pause_.start();
       })) {
+    pause_.setSingleShot(true);
+    pause_.setInterval(textPause);
+    connect(&pause_, &QTimer::timeout, this, &TrayIcon::updateText);
     connect(&menu_, &QMenu::aboutToShow, this, &TrayIcon::fillMenu);
     connect(&icon_, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick) emit showWanted();

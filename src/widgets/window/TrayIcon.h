@@ -2,6 +2,7 @@
 
 #include <QMenu>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
 #include "base/Subscription.h"
 #include "downloads/DownloadManager.h"
@@ -36,6 +37,7 @@ private:
     SpeedControl& speed_;
     QMenu menu_;
     QSystemTrayIcon icon_;
+    QTimer pause_;  // between two texts
     Subscription following_;
 };
 

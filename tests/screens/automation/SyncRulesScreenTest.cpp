@@ -155,13 +155,13 @@ class SyncRuleEditorTest : public SyncRulesScreenTest {
 public:
     [[nodiscard]] std::string folders() const {
         std::string names;
-        for (const PutIOFile& entry : editor.folders()) names += entry.name + " ";
+        for (const PutIOFile& entry : editor.remoteFolder().folders()) names += entry.name + " ";
         return names;
     }
 
     [[nodiscard]] std::string path() const {
         std::string names;
-        for (const Breadcrumb& crumb : editor.browserPath()) names += "/" + crumb.name;
+        for (const Breadcrumb& crumb : editor.remoteFolder().path()) names += "/" + crumb.name;
         return names;
     }
 
@@ -173,10 +173,10 @@ TEST_F(SyncRuleEditorTest, makesARule) {
     screen.perform(SyncToolbarAction::addRule);
     EXPECT_STREQ(editor.title(), "New Sync Rule");
     EXPECT_STREQ(editor.confirmLabel(), "Create Rule");
-    EXPECT_EQ(editor.selectedText(), "Selected: Your Files");
-    EXPECT_TRUE(editor.isLoadingFolders());
+    EXPECT_EQ(editor.remoteFolder().chosenText(), "Selected: Your Files");
+    EXPECT_TRUE(editor.remoteFolder().isLoading());
     home.settle();
-    EXPECT_FALSE(editor.isLoadingFolders());
+    EXPECT_FALSE(editor.remoteFolder().isLoading());
     EXPECT_EQ(folders(), "Shows ");
     EXPECT_FALSE(editor.canConfirm());
     editor.confirm();
@@ -190,8 +190,8 @@ TEST_F(SyncRuleEditorTest, makesARule) {
     editor.setPollInterval(61);
     EXPECT_EQ(editor.pollInterval().number, 60);
 
-    editor.openFolder(0);
-    EXPECT_EQ(editor.selectedText(), "Selected: Shows");
+    editor.remoteFolder().openFolder(0);
+    EXPECT_EQ(editor.remoteFolder().chosenText(), "Selected: Shows");
     editor.setLocalFolder("/srv/shows/");
     editor.setDeleteAfterDownload(false);
     editor.confirm();
@@ -229,33 +229,33 @@ TEST_F(SyncRuleEditorTest, listsWhatIsBelowTheFolderThatWasChosenLast) {
     ASSERT_EQ(folders(), "Shows Films ");
 
     world().http.latency = 2s;
-    editor.openFolder(0);
+    editor.remoteFolder().openFolder(0);
     world().http.latency = 1s;
-    editor.openFolder(1);
+    editor.remoteFolder().openFolder(1);
     world().loop.advance(1500ms);
     EXPECT_EQ(folders(), "Extras ");
-    EXPECT_FALSE(editor.isLoadingFolders());
+    EXPECT_FALSE(editor.remoteFolder().isLoading());
     world().loop.advance(1s);  // the late answer
     EXPECT_EQ(folders(), "Extras ");
-    EXPECT_EQ(editor.selectedText(), "Selected: Films");
+    EXPECT_EQ(editor.remoteFolder().chosenText(), "Selected: Films");
 
-    editor.openBreadcrumb(1);
+    editor.remoteFolder().openBreadcrumb(1);
     world().loop.advance(500ms);
-    EXPECT_TRUE(editor.isLoadingFolders());
+    EXPECT_TRUE(editor.remoteFolder().isLoading());
     world().loop.advance(1s);
     EXPECT_EQ(folders(), "Season 1 ");
     EXPECT_EQ(path(), "/Your Files/Shows");
 
     home.refusal = 500;
-    editor.openBreadcrumb(0);
+    editor.remoteFolder().openBreadcrumb(0);
     world().loop.advance(2s);
     EXPECT_EQ(folders(), "");
-    EXPECT_FALSE(editor.isLoadingFolders());
+    EXPECT_FALSE(editor.remoteFolder().isLoading());
 
-    editor.openBreadcrumb(0);
+    editor.remoteFolder().openBreadcrumb(0);
     editor.close();
     editor.open(std::nullopt);
-    EXPECT_TRUE(editor.isLoadingFolders());
+    EXPECT_TRUE(editor.remoteFolder().isLoading());
     home.refusal.reset();
 }
 
@@ -269,7 +269,7 @@ TEST_F(SyncRuleEditorTest, changesARuleWithoutForgettingWhatItKnows) {
     home.settle();
     EXPECT_STREQ(editor.title(), "Edit Sync Rule");
     EXPECT_STREQ(editor.confirmLabel(), "Save");
-    EXPECT_EQ(editor.selectedText(), "Selected: Shows");
+    EXPECT_EQ(editor.remoteFolder().chosenText(), "Selected: Shows");
     EXPECT_EQ(path(), "/Your Files");
     EXPECT_EQ(folders(), "Season 1 ");
     editor.setPollInterval(30);
@@ -280,7 +280,7 @@ TEST_F(SyncRuleEditorTest, changesARuleWithoutForgettingWhatItKnows) {
     world().folderAccess.refusesBookmarks = true;
     screen.perform(SyncRuleAction::edit, rule);
     home.settle();
-    editor.openFolder(0);
+    editor.remoteFolder().openFolder(0);
     editor.setLocalFolder("/home/user/Videos");
     editor.confirm();
     EXPECT_EQ(state(), "30m, Initializing");

@@ -84,8 +84,8 @@ TEST(DownloadRow, looksAsItsStatusSays) {
          Tint::attention, "[xmark Cancel]", "Cancel|-|Remove|"},
         {Status::paused, "pause.circle.fill attention", "1.2 MB / 2 MB · Paused 60%", Tint::attention,
          "[play.fill Resume][xmark Cancel]", "Resume|Cancel|-|Remove|"},
-        {Status::completed, "checkmark.circle.fill success", "1.2 MB", Tint::secondary, "[folder Show in Finder]",
-         "Show in Finder|Open|-|Remove|"},
+        {Status::completed, "checkmark.circle.fill success", "1.2 MB", Tint::secondary, "[folder Show in Folder]",
+         "Show in Folder|Open|-|Remove|"},
         {Status::failed, "xmark.circle.fill failure", "Download failed", Tint::failure,
          "[arrow.clockwise Retry][xmark Remove]", "Retry|-|Remove|"},
         {Status::cancelled, "minus.circle.fill secondary", "Cancelled", Tint::secondary, "", "Retry|-|Remove|"},
@@ -93,8 +93,8 @@ TEST(DownloadRow, looksAsItsStatusSays) {
          "[arrow.clockwise Retry][xmark Remove]", "Retry|-|Remove|"},
         {Status::deleting, " secondary", "Removing from put.io...", Tint::secondary, "", "-|Remove|"},
         {Status::remoteDeleteFailed, "trash.slash.fill attention", "Downloaded — couldn't delete from put.io",
-         Tint::attention, "[arrow.clockwise Retry deleting from put.io][folder Show in Finder]",
-         "Retry Delete from put.io|Show in Finder|Open|-|Remove|"},
+         Tint::attention, "[arrow.clockwise Retry deleting from put.io][folder Show in Folder]",
+         "Retry Delete from put.io|Show in Folder|Open|-|Remove|"},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.text);
@@ -155,7 +155,7 @@ TEST(DownloadRow, isOrangeWhereTheFileIsNotWhatPutIOHas) {
     EXPECT_EQ(symbolText(row.symbol), "exclamationmark.triangle.fill attention");
     EXPECT_EQ(row.statusText(), "1.2 MB · Arrived, but differs.");
     EXPECT_EQ(row.status.back().tint, Tint::attention);
-    EXPECT_EQ(buttonText(row), "[arrow.clockwise Retry][folder Show in Finder]");
+    EXPECT_EQ(buttonText(row), "[arrow.clockwise Retry][folder Show in Folder]");
     EXPECT_EQ(downloadMenu(item).front().action, DownloadAction::retry);
     EXPECT_TRUE(isOffered(DownloadAction::retry, item));
     item.error.reset();

@@ -6,6 +6,7 @@
 #include "downloads/World.h"
 #include "screens/downloads/DownloadsScreen.h"
 #include "support/FakeWorkspace.h"
+#include "support/PlainTextCollation.h"
 
 namespace tovri::test {
 namespace {
@@ -64,7 +65,9 @@ public:
     FakeWorkspace workspace;
     SpeedLimit limit{world.loop};
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
-    DownloadsScreen screen{world.manager(), speed, workspace, {world.loop, world.clock, world.random}};
+    Notices notices{world.loop};
+    PlainTextCollation collation;
+    DownloadsScreen screen{{world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
     std::vector<ScreenChange> changes;
     Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
 };
@@ -106,7 +109,7 @@ TEST_F(Downloads, deletesAnywayWhatTheUserHasReadIsMissing) {
 TEST_F(Downloads, showsTheQueueInSections) {
     ASSERT_TRUE(screen.placeholder());
     EXPECT_EQ(screen.placeholder()->title, "No Downloads");
-    EXPECT_EQ(shown() + summary() + "/" + toolbar(), "/(Cancel All) (Clear Finished) ");
+    EXPECT_EQ(shown() + summary() + "/" + toolbar(), "/(Cancel All) (Clear Finished) Filter downloads ");
 
     const ConstDownloadPointer first = enqueue("first", 5);
     const ConstDownloadPointer second = enqueue("second");
@@ -114,19 +117,20 @@ TEST_F(Downloads, showsTheQueueInSections) {
     enqueue("fourth");
     EXPECT_FALSE(screen.placeholder());
     EXPECT_EQ(shown(), "[Active] second first [Queued — 2 waiting] fourth third ");
-    EXPECT_EQ(toolbar(), "Pause All Cancel All (Clear Finished) ");
+    EXPECT_EQ(toolbar(), "Pause All Cancel All (Clear Finished) Filter downloads ");
     world.loop.advance(2s);
-    EXPECT_EQ(summary(), "arrow.down.circle.fill 2 active, clock 2 queued, speedometer 300 bytes/s, clock 11s");
+    EXPECT_EQ(summary(),
+              "arrow.down.circle.fill 2 active, clock 2 queued, speedometer 300 bytes/s, clock 11s,  12% done");
 
     screen.perform(DownloadAction::pause, second->id);
     world.loop.advance(4s);
     EXPECT_EQ(shown(), "[Active] fourth third [Paused] second [Finished] first ");
-    EXPECT_EQ(toolbar(), "Pause All Resume All Cancel All Clear Finished ");
+    EXPECT_EQ(toolbar(), "Pause All Resume All Cancel All Clear Finished Filter downloads ");
     screen.perform(QueueAction::clearFinished);
     screen.perform(QueueAction::cancelAll);
     world.loop.advance(1s);
     EXPECT_EQ(shown(), "[Finished] fourth third second ");
-    EXPECT_EQ(summary() + toolbar(), "(Cancel All) Clear Finished ");
+    EXPECT_EQ(summary() + toolbar(), "(Cancel All) Clear Finished Filter downloads ");
     screen.perform(QueueAction::clearFinished);
     world.loop.advance(1s);
     EXPECT_TRUE(screen.placeholder());

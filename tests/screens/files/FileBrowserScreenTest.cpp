@@ -77,7 +77,10 @@ public:
     PutIODownloadService service{api};
     DownloadManager downloads{downloadPorts(platform, transfers)};
     FakeWorkspace workspace;
-    FileBrowserScreen screen{{state, api, downloads, preferences, workspace, collation, random}};
+    Notices notices{loop};
+    bool showsDownloads = false;
+    FileBrowserScreen screen{
+        {state, api, downloads, preferences, workspace, collation, random, notices, [this] { showsDownloads = true; }}};
 };
 
 // --- What is seen ---
@@ -263,10 +266,11 @@ TEST_F(FileBrowserScreenTest, saysWhereOnlyTheBeginningOfAFolderIsToBeHad) {
     const std::string text = "put.io listed only the beginning of this folder. HTTP error 400 from put.io.";
     EXPECT_EQ(screen.banner().value().text, text);
     screen.perform(FileMenuAction::downloadFolderAndDelete, {FileID(1)});
-    settle();
+    loop.advance(std::chrono::seconds(1));
     EXPECT_TRUE(queue().empty());
-    EXPECT_EQ(screen.dialogs().failure().value().message,
-              "put.io listed only the beginning of a folder. HTTP error 400 from put.io.");
+    notices.withdrawAnswer();
+    ASSERT_NE(notices.shown(), nullptr);
+    EXPECT_EQ(notices.shown()->text, "put.io listed only the beginning of a folder. HTTP error 400 from put.io.");
     screen.dismissBanner();
     EXPECT_FALSE(screen.banner());
 }

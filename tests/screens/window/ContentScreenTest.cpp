@@ -152,7 +152,7 @@ TEST_F(Window, theTrayOffersWhatTheQueueCanDo) {
     world.link(item->fileID).rate = 100;
     world.loop.advance(5s);
     EXPECT_EQ(enabled(), "Show Tovri. Pause All. Limit Speed. Quit. ");
-    EXPECT_EQ(trayText(world.manager()), "Tovri \xE2\x80\x93 1 download");
+    EXPECT_EQ(trayText(world.manager()), "Tovri \xE2\x80\x93 1 download, 49%, 100 bytes/s");
     world.manager().pauseAll();
     world.loop.advance(1s);
     EXPECT_EQ(enabled(), "Show Tovri. Resume All. Limit Speed. Quit. ");

@@ -161,6 +161,21 @@ TEST_F(SyncRulesViewTest, turnsARuleOffAndOn) {
     EXPECT_EQ(seenSheet(view), nullptr);
 }
 
+TEST_F(SyncRulesViewTest, aQuickSecondClickLeavesTheNextRuleAlone) {
+    const UUID first = home.watch(folder);
+    (void)home.watch(world().addFolder("Films"), "Films");
+    view.show();
+    settle();
+    const auto deleteFirst = [&] {
+        home.sync->deleteRule(first);
+        settle();
+    };
+    const QPoint place = table().visualRect(switchOf(0)).center();
+    doubleClick(view, table().viewport()->mapTo(&view, place), deleteFirst);
+    EXPECT_EQ(seenSheet(view), nullptr);
+    EXPECT_EQ(rules(), QStringList{"Films, ~/Downloads/Shows, 5m, Waiting"});
+}
+
 TEST_F(SyncRulesViewTest, showsTheLastErrorUntilItIsDismissed) {
     (void)home.watch(folder);
     (void)home.watch(world().addFolder("Films"), "Films");

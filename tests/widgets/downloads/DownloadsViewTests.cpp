@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QHelpEvent>
+#include <QLineEdit>
 #include <QMenu>
 #include <QScrollBar>
 #include <QTest>
@@ -10,6 +11,7 @@
 
 #include "downloads/World.h"
 #include "support/FakeWorkspace.h"
+#include "support/PlainTextCollation.h"
 #include "tests/widgets/Seen.h"
 #include "widgets/downloads/DownloadsView.h"
 #include "widgets/parts/BannerView.h"
@@ -115,9 +117,25 @@ public:
     // The visible buttons; in parentheses what is disabled.
     [[nodiscard]] std::string toolbar() const {
         QStringList titles;
-        for (const auto* button : view.findChild<Toolbar*>()->findChildren<QToolButton*>())
+        for (const auto* button :
+             view.findChild<Toolbar*>()->findChildren<QToolButton*>(QString(), Qt::FindDirectChildrenOnly))
             if (button->isVisible()) titles << (button->isEnabled() ? button->text() : "(" + button->text() + ")");
         return titles.join(" ").toStdString();
+    }
+
+    // Twice on the same place, as fast as a hand does, in a queue that goes on.
+    void doubleClick(const QPoint& place) {
+        test::doubleClick(view, place, [this] { pass(140ms); });
+        pass(100ms);
+    }
+
+    [[nodiscard]] QPoint placeOf(const ConstDownloadPointer& item, int button) const {
+        return list().viewport()->mapTo(&view, list().buttonRect(rowOf(item), button).center());
+    }
+
+    [[nodiscard]] QPoint placeInToolbar(const QString& title) const {
+        const QAbstractButton& tool = *seenButton(view, title);
+        return tool.mapTo(&view, tool.rect().center());
     }
 
     void pressInToolbar(const QString& title) {
@@ -138,7 +156,9 @@ public:
     FakeWorkspace workspace;
     SpeedLimit limit{world.loop};
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
-    DownloadsScreen screen{world.manager(), speed, workspace, {world.loop, world.clock, world.random}};
+    Notices notices{world.loop};
+    PlainTextCollation collation;
+    DownloadsScreen screen{{world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
     DownloadsView view{screen};
 };
 
@@ -178,16 +198,16 @@ TEST_F(DownloadsViewTest, aDownloadIsLedThroughAllItsStatesByItsButtons) {
     EXPECT_EQ(menu(item), "-|Remove");
     passUntil(item, Status::remoteDeleteFailed);
     EXPECT_EQ(row(item),
-              "film | Downloaded — couldn't delete from put.io [Retry deleting from put.io] [Show in Finder]");
-    EXPECT_EQ(menu(item), "Retry Delete from put.io|Show in Finder|Open|-|Remove");
+              "film | Downloaded — couldn't delete from put.io [Retry deleting from put.io] [Show in Folder]");
+    EXPECT_EQ(menu(item), "Retry Delete from put.io|Show in Folder|Open|-|Remove");
     choose(item, "Open");
     press(item, "Retry deleting from put.io");
-    EXPECT_EQ(row(item), "film | 1 KB · 0 sec ago [Show in Finder]");
-    press(item, "Show in Finder");
+    EXPECT_EQ(row(item), "film | 1 KB · 0 sec ago [Show in Folder]");
+    press(item, "Show in Folder");
     QTest::keyClick(&list(), Qt::Key_Return);
     EXPECT_EQ(workspace.revealedFiles, std::vector{World::downloads / "film"});
     EXPECT_EQ(workspace.openedFiles, std::vector(2, World::downloads / "film"));
-    EXPECT_EQ(menu(item), "Show in Finder|Open|-|Remove");
+    EXPECT_EQ(menu(item), "Show in Folder|Open|-|Remove");
     choose(item, "Remove");
     EXPECT_TRUE(showsPlaceholder());
 }
@@ -242,7 +262,7 @@ TEST_F(DownloadsViewTest, theToolbarIsForTheWholeQueue) {
     enqueue("c");
     pass(1s);
     EXPECT_EQ(rows(), "[Active] a [Queued — 2 waiting] c b");
-    EXPECT_EQ(summary(), "1 active, 2 queued, 94 bytes/s, 31s");
+    EXPECT_EQ(summary(), "1 active, 2 queued, 94 bytes/s, 31s, 2% done");
     EXPECT_EQ(toolbar(), "Pause All Cancel All (Clear Finished)");
     pressInToolbar("Pause All");
     EXPECT_EQ(rows(), "[Paused] c b a");
@@ -253,6 +273,74 @@ TEST_F(DownloadsViewTest, theToolbarIsForTheWholeQueue) {
     EXPECT_EQ(toolbar(), "(Cancel All) Clear Finished");
     pressInToolbar("Clear Finished");
     EXPECT_TRUE(showsPlaceholder());
+}
+
+TEST_F(DownloadsViewTest, isFilteredAndLeadsToWhatFailed) {
+    enqueue("alpha", 60);
+    enqueue("beta", 60);
+    const FileID file = world.addFile("Alpha lost", "content");
+    world.link(file).status = 404;
+    const ConstDownloadPointer lost = world.enqueue(file);
+    world.manager().moveToTop(lost);
+    world.manager().cancel(world.manager().downloads().withStatus(Status::downloading));
+    passUntil(lost, Status::failed);
+    auto* search = view.findChild<QLineEdit*>();
+    QTest::keyClicks(search, "ALPHA");
+    pass(0s);
+    EXPECT_EQ(rows(), "[Finished] Alpha lost alpha");
+    enqueue("alpha two", 60);
+    enqueue("gamma", 60);
+    EXPECT_EQ(rows(), "[Queued — 1 waiting] alpha two [Finished] Alpha lost alpha");
+    QTest::keyClicks(search, " nothing");
+    pass(0s);
+    EXPECT_TRUE(showsPlaceholder());
+    ASSERT_TRUE(test::press(view, "Clear Filter"));
+    pass(0s);
+    EXPECT_EQ(search->text(), "");
+    pressInToolbar("Show Failed");
+    EXPECT_EQ(list().selectedRows(), std::vector{rowOf(lost)});
+    QTest::keyClick(&list(), Qt::Key_Down, Qt::ShiftModifier);
+    EXPECT_EQ(menuOfSelection(), "Retry|-|Remove");
+    pressInToolbar("Retry Failed");
+    EXPECT_EQ(lost->status, Status::queued);
+    EXPECT_EQ(seenButton(view, "Retry Failed"), nullptr);
+}
+
+// Also where the first click makes another tool come or go.
+TEST_F(DownloadsViewTest, noToolMovesUnderAHandThatClicksTwice) {
+    enqueue("a");
+    enqueue("b");
+    const QPoint cancelAll = placeInToolbar("Cancel All");
+    pressInToolbar("Pause All");
+    EXPECT_EQ(rows(), "[Paused] b a");
+    EXPECT_EQ(placeInToolbar("Cancel All"), cancelAll);
+    doubleClick(placeInToolbar("Resume All"));
+    EXPECT_EQ(rows(), "[Active] b [Queued — 1 waiting] a");
+    doubleClick(placeInToolbar("Pause All"));
+    EXPECT_EQ(rows(), "[Paused] b a");
+    EXPECT_EQ(placeInToolbar("Cancel All"), cancelAll);
+}
+
+TEST_F(DownloadsViewTest, aQuickSecondClickLeavesTheNextRowAlone) {
+    const ConstDownloadPointer running = enqueue("a", 60);
+    const ConstDownloadPointer next = enqueue("b", 60);
+    enqueue("c", 60);
+    doubleClick(placeOf(running, 1));  // "Cancel": another one runs in its place then
+    EXPECT_EQ(rows(), "[Active] c [Queued — 1 waiting] b [Finished] a");
+    doubleClick(placeOf(next, 0));  // "Move to top of queue", where it is already
+    EXPECT_EQ(rows(), "[Active] c [Queued — 1 waiting] b [Finished] a");
+    enqueue("d", 60);
+    doubleClick(placeOf(next, 0));  // now another row is there
+    EXPECT_EQ(rows(), "[Active] c [Queued — 2 waiting] b d [Finished] a");
+    doubleClick(placeOf(next, 1));
+    EXPECT_EQ(rows(), "[Active] c [Queued — 1 waiting] d [Finished] b a");
+    const ConstDownloadPointer lowest = world.manager().downloads().items().back();
+    list().scrollToBottom();
+    test::doubleClick(view, list().viewport()->mapTo(&view, list().visualRect(list().rows()->index(0)).center()), [&] {
+        screen.perform(DownloadAction::remove, lowest->id);
+        pass(140ms);
+    });
+    EXPECT_EQ(workspace.openedFiles.size(), 0U);
 }
 
 TEST_F(DownloadsViewTest, severalRowsAreActedOnTogether) {
@@ -273,6 +361,7 @@ TEST_F(DownloadsViewTest, severalRowsAreActedOnTogether) {
     EXPECT_TRUE(world.storage.running == 0 && world.storage.started.size() == 1) << "none took another's slot";
     EXPECT_EQ(menuOfSelection(), "Retry|-|Remove");
     view.activateWindow();
+    list().setFocus();
     settle();
     list().selectionModel()->setCurrentIndex(list().rows()->index(rowOf(lowest)), QItemSelectionModel::ClearAndSelect);
     QTest::keyClick(&list(), Qt::Key_Delete);

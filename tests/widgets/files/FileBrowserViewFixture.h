@@ -136,7 +136,10 @@ public:
     PutIODownloadService service{api};
     DownloadManager downloads{downloadPorts(platform, transfers)};
     FakeWorkspace workspace;
-    FileBrowserScreen screen{{state, api, downloads, preferences, workspace, collation, random}};
+    Notices notices{loop};
+    bool showsDownloads = false;
+    FileBrowserScreen screen{
+        {state, api, downloads, preferences, workspace, collation, random, notices, [this] { showsDownloads = true; }}};
     FileBrowserView view{screen};
 };
 

@@ -91,7 +91,7 @@ TEST_F(FileBrowserViewTest, isWalkedThroughByKeyboard) {
 
 TEST_F(FileBrowserViewTest, filtersAndSorts) {
     show();
-    view.focusSearch();
+    view.perform(SectionCommand::find);
     auto* search = view.findChild<QLineEdit*>();
     ASSERT_TRUE(search->hasFocus());
     QTest::keyClicks(search, "m");
@@ -100,7 +100,7 @@ TEST_F(FileBrowserViewTest, filtersAndSorts) {
     EXPECT_EQ(rows(), "a.mkv");
     search->clear();
     folders[0].push_back(file(5, "c.iso", 4'000'000));
-    view.refresh();
+    view.perform(SectionCommand::refresh);
     settle();
     auto* sort = qobject_cast<QToolButton*>(button("Sort"));
     ASSERT_NE(sort, nullptr);
@@ -116,7 +116,7 @@ TEST_F(FileBrowserViewTest, keepsTheSelectionThroughEveryChangeOfTheRows) {
     click("b.txt", Qt::ControlModifier);
     EXPECT_EQ(state.selectedFiles(), (FileIDs{FileID(3), FileID(4)}));
     folders[0].insert(folders[0].begin(), file(9, "0.first"));
-    view.refresh();
+    view.perform(SectionCommand::refresh);
     settle();
     EXPECT_EQ(rows(), "Films, Music, 0.first, a.mkv, b.txt");
     EXPECT_EQ(selectedRows(), "a.mkv, b.txt");

@@ -57,7 +57,8 @@ public:
                                                                   inhibitor,
                                                                   notifications,
                                                                   {},
-                                                                  [this] { return hasTray; }},
+                                                                  [this] { return hasTray; },
+                                                                  keptLog},
                                             [this](const Result<void>& saved) {
                                                 hasEnded = true;
                                                 EXPECT_TRUE(saved);
@@ -142,8 +143,9 @@ public:
     MemoryFileManager files;
     FakeFolderAccess access;
     RecordingLog log;
+    KeptLog keptLog{log, loop};
     Platform platform{
-        loop, clock, random, files, access, background, volumes, log, {"/home/user", "/data/Tovri", "/tmp"}};
+        loop, clock, random, files, access, background, volumes, keptLog, {"/home/user", "/data/Tovri", "/tmp"}};
     MemoryUserDefaults defaults;
     MemoryCredentialStore credentials;
     ScriptedHTTPSession http{loop};

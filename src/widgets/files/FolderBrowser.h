@@ -2,7 +2,7 @@
 
 #include <QWidget>
 
-#include "screens/automation/SyncRuleEditorSheet.h"
+#include "screens/files/FolderChoice.h"
 #include "widgets/rows/RowModel.h"
 #include "widgets/rows/RowSource.h"
 
@@ -14,17 +14,13 @@ class Breadcrumbs;
 class ContentArea;
 class RowListView;
 
-// Chooses the put.io folder of a rule: what is chosen, the way to it, and the folders below it, which a click or Return
-// opens.
+// Chooses a put.io folder: what is chosen, the way to it, and the folders below it, which a click or Return opens.
 class FolderBrowser final : public QWidget {
     Q_OBJECT
 
 public:
-    // `screen` outlives the browser.
-    explicit FolderBrowser(SyncRuleEditorSheet& screen, QWidget* parent = nullptr);
-
-    void showWay();
-    void showFolders();
+    // `choice` outlives the browser.
+    FolderBrowser(FolderChoice& choice, const QString& name, QWidget* parent = nullptr);
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -32,9 +28,9 @@ protected:
 private:
     class Rows final : public RowSource {
     public:
-        explicit Rows(const SyncRuleEditorSheet& screen) : screen_(screen) {}
+        explicit Rows(const FolderChoice& choice) : choice_(choice) {}
 
-        [[nodiscard]] std::size_t rowCount() const override { return screen_.folders().size(); }
+        [[nodiscard]] std::size_t rowCount() const override { return choice_.folders().size(); }
 
         [[nodiscard]] RowKey keyAt(std::size_t row) const override;
 
@@ -44,14 +40,16 @@ private:
         [[nodiscard]] RowContent contentAt(std::size_t row) const override;
 
     private:
-        const SyncRuleEditorSheet& screen_;
+        const FolderChoice& choice_;
     };
 
-    void arrange();
+    void arrange(const QString& name);
+    void showWay();
+    void showFolders();
     void open(const QModelIndex& folder);
     void dress();
 
-    SyncRuleEditorSheet& screen_;
+    FolderChoice& choice_;
     Rows rows_;
     RowModel model_;
     QLabel* check_;
@@ -59,6 +57,7 @@ private:
     Breadcrumbs* way_;
     RowListView* list_;
     ContentArea* content_;
+    Subscription following_;
 };
 
 }  // namespace tovri

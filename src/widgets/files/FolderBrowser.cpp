@@ -1,4 +1,4 @@
-#include "widgets/automation/FolderBrowser.h"
+#include "widgets/files/FolderBrowser.h"
 
 #include <QAction>
 #include <QEvent>
@@ -24,34 +24,35 @@ constexpr int mostHeight = 200;
 }  // namespace
 
 RowKey FolderBrowser::Rows::keyAt(std::size_t row) const {
-    return {0, static_cast<std::uint64_t>(screen_.folders()[row].id.number)};
+    return {0, static_cast<std::uint64_t>(choice_.folders()[row].id.number)};
 }
 
 QString FolderBrowser::Rows::titleAt(std::size_t row) const {
-    return textOf(screen_.folders()[row].name);
+    return textOf(choice_.folders()[row].name);
 }
 
 RowContent FolderBrowser::Rows::contentAt(std::size_t row) const {
-    return {.symbol = SyncRuleEditorSheet::folderSymbol,
-            .symbolTint = Tint::accent,
-            .title = titleAt(row),
-            .trailingSymbol = SyncRuleEditorSheet::folderTrailingSymbol};
+    return {
+        .symbol = "folder.fill", .symbolTint = Tint::accent, .title = titleAt(row), .trailingSymbol = "chevron.right"};
 }
 
-FolderBrowser::FolderBrowser(SyncRuleEditorSheet& screen, QWidget* parent)
+FolderBrowser::FolderBrowser(FolderChoice& choice, const QString& name, QWidget* parent)
     : QWidget(parent),
-      screen_(screen),
-      rows_(screen),
+      choice_(choice),
+      rows_(choice),
       model_(rows_),
       check_(makeLabel()),
       selected_(new TextLabel),
       way_(new Breadcrumbs),
       list_(new RowListView),
-      content_(new ContentArea(list_)) {
-    arrange();
+      content_(new ContentArea(list_)),
+      following_(choice.onChange([this](FolderChoice::Change change) {
+          change == FolderChoice::Change::chosen ? showWay() : showFolders();
+      })) {
+    arrange(name);
     list_->setModel(&model_);
     connect(way_, &Breadcrumbs::chosen, this,
-            [this](int index) { screen_.openBreadcrumb(static_cast<std::size_t>(index)); });
+            [this](int index) { choice_.openBreadcrumb(static_cast<std::size_t>(index)); });
     connect(list_, &RowListView::clicked, this, &FolderBrowser::open);
     // As a shortcut, so that the key does not reach the button that confirms the sheet.
     auto* opening = new QAction(list_);
@@ -65,7 +66,7 @@ FolderBrowser::FolderBrowser(SyncRuleEditorSheet& screen, QWidget* parent)
     dress();
 }
 
-void FolderBrowser::arrange() {
+void FolderBrowser::arrange(const QString& name) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(measures::gap);
@@ -75,7 +76,7 @@ void FolderBrowser::arrange() {
     choice->addWidget(check_);
     choice->addWidget(selected_, 1);
     auto* box = new QGroupBox;
-    box->setAccessibleName(textOf(SyncRuleEditorSheet::remoteSection));
+    box->setAccessibleName(name);
     box->setMinimumHeight(leastHeight);
     box->setMaximumHeight(mostHeight);
     auto* inBox = new QVBoxLayout(box);
@@ -83,31 +84,31 @@ void FolderBrowser::arrange() {
     inBox->setSpacing(0);
     inBox->addWidget(way_);
     inBox->addWidget(content_, 1);
-    list_->setAccessibleName(textOf(SyncRuleEditorSheet::remoteSection));
+    list_->setAccessibleName(name);
     list_->setSelectionMode(QAbstractItemView::SingleSelection);
     column->addLayout(choice);
     column->addWidget(box, 1);
 }
 
 void FolderBrowser::open(const QModelIndex& folder) {
-    if (folder.isValid() && !screen_.isLoadingFolders()) screen_.openFolder(static_cast<std::size_t>(folder.row()));
+    if (folder.isValid() && !choice_.isLoading()) choice_.openFolder(static_cast<std::size_t>(folder.row()));
 }
 
 void FolderBrowser::showWay() {
-    selected_->setText(textOf(screen_.selectedText()));
+    selected_->setText(textOf(choice_.chosenText()));
     QStringList names;
-    for (const Breadcrumb& folder : screen_.browserPath()) names << textOf(folder.name);
+    for (const Breadcrumb& folder : choice_.path()) names << textOf(folder.name);
     way_->show(names);
 }
 
 void FolderBrowser::showFolders() {
-    if (!screen_.isLoadingFolders()) model_.follow({ScreenChange::Kind::reset});
-    content_->show(screen_.isLoadingFolders() ? std::optional(progressPlaceholder("")) : std::nullopt);
+    if (!choice_.isLoading()) model_.follow({ScreenChange::Kind::reset});
+    content_->show(choice_.isLoading() ? std::optional(progressPlaceholder("")) : std::nullopt);
 }
 
 void FolderBrowser::dress() {
     const QSize size(measures::smallSymbol, measures::smallSymbol);
-    check_->setPixmap(symbolIcon(SyncRuleEditorSheet::selectedSymbol, Tint::success).pixmap(size, devicePixelRatioF()));
+    check_->setPixmap(symbolIcon("checkmark.circle.fill", Tint::success).pixmap(size, devicePixelRatioF()));
 }
 
 void FolderBrowser::changeEvent(QEvent* event) {
