@@ -1,0 +1,87 @@
+#include "downloads/connections/RangePlan.h"
+
+#include <algorithm>
+#include <ranges>
+#include <utility>
+
+namespace tovri {
+namespace {
+
+// Where two connections meet, so that no two of them write to one page.
+constexpr ByteCount alignment = ByteCount{64} << 10U;
+
+bool isShorter(const auto& a, const auto& b) {
+    return a.second.length() < b.second.length();
+}
+
+}  // namespace
+
+RangePlan::RangePlan(std::vector<ByteRange> missing) {
+    for (const ByteRange& range : missing) addFree(range);
+}
+
+std::optional<RangePlan::Share> RangePlan::take() {
+    ByteRange range;
+    if (!free_.empty()) {
+        const auto longest =
+            std::ranges::max_element(free_, [](const auto& a, const auto& b) { return isShorter(a, b); });
+        range = longest->second;
+        free_.erase(longest);
+    } else {
+        const auto longest =
+            std::ranges::max_element(taken_, [](const auto& a, const auto& b) { return isShorter(a, b); });
+        if (longest == taken_.end() || longest->second.end == unknownEnd) return std::nullopt;
+        ByteRange& whole = longest->second;
+        if (whole.length() < 2 * smallestShare) return std::nullopt;
+        const ByteCount middle = (whole.first + whole.length() / 2) / alignment * alignment;
+        range = {middle, std::exchange(whole.end, middle)};
+    }
+    taken_[++last_] = range;
+    return Share{last_, range};
+}
+
+ByteRange RangePlan::rest(Number number) const {
+    const auto found = taken_.find(number);
+    return found == taken_.end() ? ByteRange() : found->second;
+}
+
+void RangePlan::advance(Number number, ByteCount count) {
+    taken_.at(number).first += count;
+}
+
+void RangePlan::giveBack(Number number) {
+    const auto given = taken_.extract(number);
+    if (!given.empty()) addFree(given.mapped());
+}
+
+// Together with what is free on either side of it.
+void RangePlan::addFree(ByteRange range) {
+    if (range.length() <= 0) return;
+    const auto after = free_.find(range.end);
+    if (after != free_.end()) {
+        range.end = after->second.end;
+        free_.erase(after);
+    }
+    const auto before = free_.lower_bound(range.first);
+    if (before != free_.begin() && std::prev(before)->second.end == range.first) {
+        std::prev(before)->second.end = range.end;
+        return;
+    }
+    free_.emplace(range.first, range);
+}
+
+void RangePlan::cut(ByteCount length) {
+    for (ByteRange& range : taken_ | std::views::values) range.end = std::max(range.first, std::min(range.end, length));
+    for (ByteRange& range : free_ | std::views::values) range.end = std::min(range.end, length);
+    std::erase_if(free_, [](const auto& entry) { return entry.second.length() <= 0; });
+}
+
+bool RangePlan::isDone() const {
+    return free_.empty() && !isAnyUnderWay();
+}
+
+bool RangePlan::isAnyUnderWay() const {
+    return std::ranges::any_of(taken_ | std::views::values, [](const ByteRange& rest) { return rest.length() > 0; });
+}
+
+}  // namespace tovri
