@@ -2,10 +2,12 @@
 #include <random>
 #include <string>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "downloads/connections/ChecksumCombination.h"
 #include "downloads/connections/RangePlan.h"
+#include "downloads/connections/WrittenParts.h"
 
 namespace tovri::test {
 namespace {
@@ -51,6 +53,33 @@ TEST(ChecksumCombination, knowsLengthsPastFourGibibytes) {
         stepwise = combined(stepwise, quarter, length / 4);
     }
     EXPECT_EQ(combined(start, doubled, length), stepwise);
+}
+
+// Pieces of a file come in any order; what touches becomes one, with the checksum of its bytes.
+TEST(WrittenParts, joinsWhatTouches) {
+    const std::string whole = "abcdefghij";
+    const auto piece = [&](std::size_t first, std::size_t end) {
+        return WrittenPart{{static_cast<ByteCount>(first), static_cast<ByteCount>(end)},
+                           checksumOf(whole.substr(first, end - first))};
+    };
+    WrittenParts parts({piece(2, 4)});
+    parts.add(piece(6, 8));
+    parts.add(piece(0, 1));
+    EXPECT_EQ(parts.parts(), (std::vector{piece(0, 1), piece(2, 4), piece(6, 8)}));
+    EXPECT_EQ(parts.missing(10), (std::vector<ByteRange>{{1, 2}, {4, 6}, {8, 10}}));
+    parts.add(piece(4, 6));
+    EXPECT_EQ(parts.parts(), (std::vector{piece(0, 1), piece(2, 8)}));
+    EXPECT_EQ(parts.beginning(), piece(0, 1));
+    parts.add(piece(1, 2));
+    parts.add(piece(8, 10));
+    EXPECT_EQ(parts.beginning(), piece(0, 10));
+    EXPECT_EQ(parts.length(), 10);
+    EXPECT_THAT(parts.missing(10), testing::IsEmpty());
+
+    WrittenParts unknown({{{0, 4}, std::nullopt}});
+    unknown.add(piece(4, 10));
+    EXPECT_EQ(unknown.beginning(), (WrittenPart{{0, 10}, std::nullopt}));
+    EXPECT_EQ(WrittenParts({piece(3, 5)}).beginning().range.length(), 0);
 }
 
 std::string text(const std::optional<RangePlan::Share>& share) {
