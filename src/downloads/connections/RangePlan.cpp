@@ -10,10 +10,6 @@ namespace {
 // Where two connections meet, so that no two of them write to one page.
 constexpr ByteCount alignment = ByteCount{64} << 10U;
 
-bool isShorter(const auto& a, const auto& b) {
-    return a.second.length() < b.second.length();
-}
-
 }  // namespace
 
 RangePlan::RangePlan(std::vector<ByteRange> missing) {
@@ -23,35 +19,49 @@ RangePlan::RangePlan(std::vector<ByteRange> missing) {
 std::optional<RangePlan::Share> RangePlan::take() {
     ByteRange range;
     if (!free_.empty()) {
-        const auto longest =
-            std::ranges::max_element(free_, [](const auto& a, const auto& b) { return isShorter(a, b); });
+        const auto lengthOf = [](const auto& entry) { return entry.second.length(); };
+        const auto longest = std::ranges::max_element(free_, {}, lengthOf);
         range = longest->second;
         free_.erase(longest);
     } else {
-        const auto longest =
-            std::ranges::max_element(taken_, [](const auto& a, const auto& b) { return isShorter(a, b); });
-        if (longest == taken_.end() || longest->second.end == unknownEnd) return std::nullopt;
-        ByteRange& whole = longest->second;
+        const auto restOf = [](const auto& entry) { return entry.second.rest.length(); };
+        const auto longest = std::ranges::max_element(taken_, {}, restOf);
+        if (longest == taken_.end() || longest->second.rest.end == unknownEnd) return std::nullopt;
+        ByteRange& whole = longest->second.rest;
         if (whole.length() < 2 * smallestShare) return std::nullopt;
         const ByteCount middle = (whole.first + whole.length() / 2) / alignment * alignment;
         range = {middle, std::exchange(whole.end, middle)};
     }
-    taken_[++last_] = range;
+    taken_[++last_] = {.rest = range, .asked = range.end};
     return Share{last_, range};
 }
 
 ByteRange RangePlan::rest(Number number) const {
     const auto found = taken_.find(number);
-    return found == taken_.end() ? ByteRange() : found->second;
+    return found == taken_.end() ? ByteRange() : found->second.rest;
 }
 
 void RangePlan::advance(Number number, ByteCount count) {
-    taken_.at(number).first += count;
+    taken_.at(number).rest.first += count;
 }
 
 void RangePlan::giveBack(Number number) {
     const auto given = taken_.extract(number);
-    if (!given.empty()) addFree(given.mapped());
+    if (given.empty()) return;
+    addFree(given.mapped().rest);
+    lengthenTaken();
+}
+
+// Connections go on over what nobody brings any more, as far as they were asked for it.
+void RangePlan::lengthenTaken() {
+    for (Taken& taken : taken_ | std::views::values) {
+        const auto behind = free_.find(taken.rest.end);
+        if (behind == free_.end() || taken.rest.length() <= 0 || taken.asked <= taken.rest.end) continue;
+        ByteRange left = behind->second;
+        free_.erase(behind);
+        taken.rest.end = left.first = std::min(left.end, taken.asked);
+        addFree(left);
+    }
 }
 
 // Together with what is free on either side of it.
@@ -71,7 +81,8 @@ void RangePlan::addFree(ByteRange range) {
 }
 
 void RangePlan::cut(ByteCount length) {
-    for (ByteRange& range : taken_ | std::views::values) range.end = std::max(range.first, std::min(range.end, length));
+    for (Taken& taken : taken_ | std::views::values)
+        taken.rest.end = std::max(taken.rest.first, std::min(taken.rest.end, length));
     for (ByteRange& range : free_ | std::views::values) range.end = std::min(range.end, length);
     std::erase_if(free_, [](const auto& entry) { return entry.second.length() <= 0; });
 }
@@ -81,7 +92,7 @@ bool RangePlan::isDone() const {
 }
 
 bool RangePlan::isAnyUnderWay() const {
-    return std::ranges::any_of(taken_ | std::views::values, [](const ByteRange& rest) { return rest.length() > 0; });
+    return std::ranges::any_of(taken_ | std::views::values, [](const Taken& taken) { return taken.rest.length() > 0; });
 }
 
 }  // namespace tovri

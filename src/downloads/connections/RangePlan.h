@@ -41,7 +41,7 @@ public:
     // So many more bytes of its rest have come.
     void advance(Number number, ByteCount count);
 
-    // Others may bring its rest.
+    // Others may bring its rest: first of all one that stops there only because the rest was not its own to bring.
     void giveBack(Number number);
 
     // From now on the length of the file is known: nothing is missing beyond.
@@ -54,10 +54,16 @@ public:
     [[nodiscard]] bool isAnyUnderWay() const;
 
 private:
+    struct Taken {
+        ByteRange rest;
+        ByteCount asked = 0;  // where what it was to bring at first ends
+    };
+
     void addFree(ByteRange range);
+    void lengthenTaken();
 
     std::map<ByteCount, ByteRange> free_;  // by first byte
-    std::map<Number, ByteRange> taken_;    // what is left of them
+    std::map<Number, Taken> taken_;
     Number last_ = 0;
 };
 

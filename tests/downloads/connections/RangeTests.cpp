@@ -113,11 +113,25 @@ TEST(RangePlan, takesTheLongestFreeRangeAndJoinsWhatIsGivenBack) {
     const auto half = plan.take();
     ASSERT_EQ(text(half), "15-20");
     plan.advance(longest->number, 2 * mebibyte);
-    plan.giveBack(half->number);
     plan.giveBack(longest->number);
+    plan.giveBack(half->number);
     plan.giveBack(longest->number);  // a second time is nothing
     EXPECT_EQ(plan.rest(longest->number).length(), 0);
     EXPECT_EQ(text(plan.take()), "12-20");
+}
+
+// The request that is under way is for more than its share: a server that refuses ranges goes on undisturbed.
+TEST(RangePlan, lengthensWhatReachesUpToWhatIsGivenBack) {
+    RangePlan plan({{0, 64 * mebibyte}});
+    const auto first = plan.take();
+    const auto second = plan.take();
+    const auto third = plan.take();
+    ASSERT_EQ(text(second), "32-64");
+    ASSERT_EQ(text(third), "16-32");
+    plan.giveBack(second->number);
+    EXPECT_EQ(plan.rest(third->number).end, 32 * mebibyte) << "it was not asked for more";
+    plan.giveBack(third->number);
+    EXPECT_EQ(plan.rest(first->number), (ByteRange{0, 64 * mebibyte}));
 }
 
 TEST(RangePlan, dividesNoFileOfUnknownLength) {
