@@ -15,6 +15,7 @@
 #include "base/TaskScope.h"
 #include "downloads/DownloadPorts.h"
 #include "downloads/DownloadService.h"
+#include "downloads/connections/LinksAhead.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/deleting/RemoteDeletion.h"
 #include "downloads/holding/HeldItems.h"
@@ -202,6 +203,10 @@ private:
     enum class Use { none, editing, running };
 
     void processQueue();
+    void lookAhead();
+    [[nodiscard]] std::vector<FileID> nextFiles();
+    [[nodiscard]] bool mayStart() const;
+    [[nodiscard]] std::size_t slots() const;
     [[nodiscard]] bool hasFreeSlot() const;
     void start(const DownloadPointer& item);
     Task<> run(DownloadPointer item);
@@ -249,6 +254,7 @@ private:
     bool isProcessing_ = false;  // processQueue() is under way
     bool isSignedIn_ = true;
     Subscription processingOn_;
+    Subscription lookingAhead_;        // while links are to be asked for
     std::function<void()> suspended_;  // set from suspend() on, until it has run
     Subscription suspendLimit_;
 
@@ -262,6 +268,7 @@ private:
     DestinationCheck destinations_;
     HeldItems held_;
     HostBrakes brakes_;
+    LinksAhead links_;
     ServiceHolds serviceHolds_;
     RemoteDeletion deletion_;
     Settlement settlement_;

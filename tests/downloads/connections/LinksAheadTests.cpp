@@ -6,6 +6,7 @@
 
 #include "downloads/connections/LinksAhead.h"
 #include "platform/Await.h"
+#include "support/SeededRandom.h"
 #include "support/VirtualLoop.h"
 
 namespace tovri::test {
@@ -68,13 +69,17 @@ public:
     }
 
     Task<> take(FileID file, std::string* taken) {
-        std::optional<std::string> link = co_await links.take(file, stop.get_token());
+        std::shared_ptr<LinksAhead::Look> look = links.take(file);
+        std::optional<std::string> link;
+        if (look) link = co_await links.linkOf(std::move(look), stop.get_token());
         *taken = link.value_or("none");
     }
 
     VirtualLoop loop;
     LinkService service{loop};
-    LinksAhead links{loop};
+    SeededRandom random;
+    HostBrakes brakes{loop, random};
+    LinksAhead links{loop, random, brakes};
     std::stop_source stop;
     std::map<FileID, std::string> given;
     TaskScope scope;
@@ -135,12 +140,12 @@ TEST_F(LinksAheadTest, failsNobody) {
 }
 
 TEST_F(LinksAheadTest, mayGoWhileItAsks) {
-    auto ending = std::make_unique<LinksAhead>(loop);
+    auto ending = std::make_unique<LinksAhead>(loop, random, brakes);
     ending->configure(service);
     ending->prepare({FileID(7)});
     ending.reset();
     EXPECT_TRUE(loop.isIdle());
-    LinksAhead idle(loop);
+    LinksAhead idle(loop, random, brakes);
     idle.prepare({FileID(7)});  // before it knows whom to ask
     EXPECT_THAT(service.asked, ElementsAre(FileID(7)));
 }
