@@ -80,11 +80,16 @@ void RangePlan::addFree(ByteRange range) {
     free_.emplace(range.first, range);
 }
 
-void RangePlan::cut(ByteCount length) {
-    for (Taken& taken : taken_ | std::views::values)
-        taken.rest.end = std::max(taken.rest.first, std::min(taken.rest.end, length));
-    for (ByteRange& range : free_ | std::views::values) range.end = std::min(range.end, length);
+// What reached up to the end of the file still does.
+void RangePlan::setLength(ByteCount length) {
+    const auto fit = [&](ByteRange& range) {
+        const ByteCount end = range.end >= length_ ? length : std::min(range.end, length);
+        range.end = std::max(range.first, end);
+    };
+    for (Taken& taken : taken_ | std::views::values) fit(taken.rest);
+    for (ByteRange& range : free_ | std::views::values) fit(range);
     std::erase_if(free_, [](const auto& entry) { return entry.second.length() <= 0; });
+    length_ = length;
 }
 
 bool RangePlan::isDone() const {

@@ -44,8 +44,8 @@ public:
     // Others may bring its rest: first of all one that stops there only because the rest was not its own to bring.
     void giveBack(Number number);
 
-    // From now on the length of the file is known: nothing is missing beyond.
-    void cut(ByteCount length);
+    // The length of the file is known now, or is another one than was thought; `unknownEnd`: it is not known.
+    void setLength(ByteCount length);
 
     // Whether no byte has to come any more.
     [[nodiscard]] bool isDone() const;
@@ -65,6 +65,7 @@ private:
     std::map<ByteCount, ByteRange> free_;  // by first byte
     std::map<Number, Taken> taken_;
     Number last_ = 0;
+    ByteCount length_ = unknownEnd;
 };
 
 }  // namespace tovri

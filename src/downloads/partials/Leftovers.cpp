@@ -109,14 +109,14 @@ void Leftovers::put(Leftover leftover, Download& item) {
         add(std::move(leftover));
         return;
     }
-    item.onDisk = leftover.note.beginning().end;
+    item.onDisk = leftover.note.length();
     const FileID fileID = item.fileID;
     byFile_.emplace(fileID, std::move(leftover));
 }
 
 void Leftovers::add(Leftover leftover) {
     const FileID fileID = leftover.note.file.fileID;
-    tellItems(leftover.note.file, leftover.note.beginning().end);
+    tellItems(leftover.note.file, leftover.note.length());
     byFile_.emplace(fileID, std::move(leftover));
     dropUnwanted(fileID);
 }
@@ -126,11 +126,11 @@ std::optional<Leftover> Leftovers::take(const Download& item) {
     auto longest = end;
     for (auto entry = first; entry != end; ++entry) {
         const PartialNote& note = entry->second.note;
-        const ByteCount length = note.beginning().end;
+        const ByteCount length = note.length();
         // Of a whole file nothing would be asked of the server: then only the checksum can tell that it is the same.
-        if (length < 1 || !isOf(note.file, item)) continue;
+        if (note.beginning().end < 1 || !isOf(note.file, item)) continue;
         if (length == note.file.length && !(note.file.checksum && listedChecksum(item))) continue;
-        if (longest == end || length > longest->second.note.beginning().end) longest = entry;
+        if (longest == end || length > longest->second.note.length()) longest = entry;
     }
     if (longest == end) return std::nullopt;
     Leftover taken = std::move(longest->second);

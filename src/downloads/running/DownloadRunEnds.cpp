@@ -57,7 +57,7 @@ Task<> DownloadRun::keepForLater() {
     if (!token || !isCurrent()) reception_.letGo();
     if (!isCurrent()) co_return;
     const auto kept = token ? ResumePoint::parse(*token) : std::nullopt;
-    item_->bytesDownloaded = kept ? kept->offset : 0;
+    item_->bytesDownloaded = kept ? reception_.partial()->taken() : 0;
     if (!kept) item_->progress = 0;
     noteVolume(token);
     item_->resumeData = std::move(token);

@@ -139,7 +139,7 @@ TEST(RangePlan, dividesNoFileOfUnknownLength) {
     const auto first = plan.take();
     ASSERT_TRUE(first);
     EXPECT_FALSE(plan.take());
-    plan.cut(8 * mebibyte);
+    plan.setLength(8 * mebibyte);
     EXPECT_EQ(text(plan.take()), "4-8");
 }
 
