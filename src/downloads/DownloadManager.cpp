@@ -65,6 +65,7 @@ DownloadManager::DownloadManager(DownloadPorts ports)
               .destinations = destinations_,
               .clock = ports_.clock,
               .brakes = brakes_,
+              .connections = connections_,
               .links = links_,
               .dataFolder = ports_.folders.applicationData,
               .stagingFolder = store_->stagingDirectory(),

@@ -15,6 +15,7 @@
 #include "base/TaskScope.h"
 #include "downloads/DownloadPorts.h"
 #include "downloads/DownloadService.h"
+#include "downloads/connections/ConnectionBudget.h"
 #include "downloads/connections/LinksAhead.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/deleting/RemoteDeletion.h"
@@ -266,6 +267,7 @@ private:
     KeptFiles kept_;
     Leftovers leftovers_;
     DestinationCheck destinations_;
+    ConnectionBudget connections_;
     HeldItems held_;
     HostBrakes brakes_;
     LinksAhead links_;

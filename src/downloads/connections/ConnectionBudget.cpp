@@ -13,12 +13,6 @@ std::unique_ptr<ConnectionBudget::Share> ConnectionBudget::join(std::string host
     return share;
 }
 
-void ConnectionBudget::allowSeveral(bool allow) {
-    if (std::exchange(allowsSeveral_, allow) == allow) return;
-    divide();
-    tell();
-}
-
 // One for each, then one more for whoever has least and could use it, the earlier first.
 void ConnectionBudget::divide() {
     std::map<std::string, int> left;
@@ -26,7 +20,6 @@ void ConnectionBudget::divide() {
         share->granted_ = 1;
         --left.try_emplace(share->host_, perHost).first->second;
     }
-    if (!allowsSeveral_) return;
     for (int round = 2; round <= perHost; ++round) {
         for (Share* share : shares_) {
             int& rest = left.at(share->host_);

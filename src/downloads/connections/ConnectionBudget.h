@@ -23,15 +23,11 @@ public:
     // what it is granted has become another number by what others do. The budget outlives its shares.
     [[nodiscard]] std::unique_ptr<Share> join(std::string host, std::function<void()> changed);
 
-    // Whether more than one connection makes sense at all: not where the user limits the speed.
-    void allowSeveral(bool allow);
-
 private:
     void divide();
     void tell();
 
     std::list<Share*> shares_;  // in the order of their coming
-    bool allowsSeveral_ = true;
 };
 
 // What one item has of a host's connections.

@@ -117,6 +117,7 @@ void Reception::forget() {
 }
 
 void Reception::beginAnew() {
+    sides_.reset();
     discard();
     forget();
     receiveIn(chosen_.folder.empty() ? place_ : chosen_,

@@ -12,6 +12,7 @@
 #include "downloads/partials/ResumePoint.h"
 #include "downloads/running/AnswerCheck.h"
 #include "downloads/running/RunSurroundings.h"
+#include "downloads/running/SideConnections.h"
 #include "downloads/running/SpeedMeter.h"
 
 namespace tovri {
@@ -53,8 +54,8 @@ public:
     [[nodiscard]] bool isJoined() const { return isJoined_; }
 
     // The rest: one attempt after the other while trying again may mend what failed, each from where the one before
-    // ended, or from the first byte where there is no way to go on. Keeps the item's progress and speed. Fails with
-    // the last failure; the tries say whether that is for good.
+    // ended, or from the first byte where there is no way to go on; and beside it others, where that pays. Keeps the
+    // item's progress and speed. Fails with the last failure; the tries say whether that is for good.
     Task<Result<void>> receive(std::string link, std::stop_token stop);
 
     // Returns when all bytes are written, with their checksum if `mustKnowChecksum`, even where it has to be read.
@@ -117,6 +118,9 @@ private:
         std::optional<Error> error = {};
     };
 
+    Task<Result<void>> receiveAll(std::stop_token stop);
+    void beginSides(std::stop_token stop);
+    void endSides();
     [[nodiscard]] ExpectedAnswer expectedAnswer(const ByteRange& range) const;
     Task<AttemptEnd> attempt(HostBrake::Pass pass, std::shared_ptr<PartReceiver> receiver, std::stop_token stop);
     [[nodiscard]] TransferRequest request(const ExpectedAnswer& expected) const;
@@ -145,6 +149,7 @@ private:
     ByteCount furthest_ = 0;   // bytes of the file that have come
     bool isJoined_ = false;
     bool refusesRanges_ = false;
+    std::unique_ptr<SideConnections> sides_;  // while it receives
 };
 
 }  // namespace tovri

@@ -13,21 +13,57 @@ using Urgency = SaveSchedule::Urgency;
 
 Task<Result<void>> Reception::receive(std::string link, std::stop_token stop) {
     link_ = std::move(link);
+    beginSides(stop);
+    Result<void> received = co_await receiveAll(std::move(stop));
+    endSides();
+    co_return received;
+}
+
+// The first connection brings one share of the file after the other, and those beside it theirs.
+Task<Result<void>> Reception::receiveAll(std::stop_token stop) {
     while (!partial_->isWhole()) {
+        const std::optional<RangePlan::Share> share = partial_->share();
+        if (!share) {
+            Result<void> ended = co_await sides_->oneEnds(stop);
+            if (!ended) co_return ended;
+            continue;
+        }
+        auto receiver = std::make_shared<PartReceiver>(partial_, *share);
         Result<HostBrake::Pass> pass = co_await tries_.begin(hostOf(link_), stop);
         if (!pass) co_return failure(pass);
-        auto receiver = std::make_shared<PartReceiver>(partial_, partial_->share().value());
         AttemptEnd end = co_await attempt(std::move(*pass), receiver, stop);
         receiver->giveBack();
+        sides_->firstPauses();
         if (!end.error) continue;
         if (stop.stop_requested() || end.next == Next::nothing) co_return failure(std::move(*end.error));
         if (end.next == Next::newLink) {
             Result<void> asked = co_await askForLink(std::move(*end.error), stop);
             if (!asked) co_return asked;
+            sides_->follow(link_, listedChecksum(*item_).has_value());
         }
-        if (end.next == Next::firstByte || !canGoOn()) beginAnew();
+        if (end.next == Next::firstByte || !canGoOn()) {
+            beginAnew();
+            beginSides(stop);
+        }
     }
     co_return Result<void>();
+}
+
+// Where parts of this file did not fit together before, they come one behind the other.
+void Reception::beginSides(std::stop_token stop) {
+    const SideConnections::Ports ports{around_.loop, around_.volumes, around_.transfers, around_.brakes,
+                                       around_.connections};
+    const int most = item_->hasStartedOver ? 0 : ConnectionBudget::perHost - 1;
+    sides_ = std::make_unique<SideConnections>(ports, partial_, most, [this, stop = std::move(stop)] {
+        if (!stop.stop_requested()) progressed();
+    });
+    sides_->follow(link_, listedChecksum(*item_).has_value());
+}
+
+void Reception::endSides() {
+    isJoined_ = isJoined_ || sides_->haveHelped();
+    item_->roomKept = 0;
+    sides_.reset();
 }
 
 // The same content under a link that is good now.
@@ -74,9 +110,11 @@ Task<Reception::AttemptEnd> Reception::attempt(HostBrake::Pass pass, std::shared
     const ExpectedAnswer expected = expectedAnswer(receiver->range());
     TransferRequest request = this->request(expected);
     request.receiver = receiver;
-    request.onProgress = [this, &pass, stop](ByteCount) {
+    request.onProgress = [this, &pass, stop](ByteCount received) {
         pass.succeeded();
-        if (!stop.stop_requested()) progressed();
+        if (stop.stop_requested()) return;
+        if (received > 0) sides_->firstBrings();
+        progressed();
     };
     std::stop_source given;  // up, for either reason
     std::stop_callback stopped(stop, [given]() mutable { given.request_stop(); });
@@ -142,6 +180,8 @@ bool Reception::canGoOn() const {
 }
 
 void Reception::progressed() {
+    if (sides_) sides_->look();
+    if (sides_ && sides_->hasRoom()) item_->roomKept = item_->expectedSize();
     const ByteCount written = partial_->taken();
     if (written > furthest_) {
         furthest_ = written;

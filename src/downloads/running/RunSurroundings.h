@@ -6,6 +6,7 @@
 #include <string>
 
 #include "downloads/DownloadService.h"
+#include "downloads/connections/ConnectionBudget.h"
 #include "downloads/connections/LinksAhead.h"
 #include "downloads/holding/DestinationCheck.h"
 #include "downloads/list/DownloadList.h"
@@ -48,6 +49,7 @@ struct RunSurroundings {
     DestinationCheck& destinations;
     const WallClock& clock;
     HostBrakes& brakes;
+    ConnectionBudget& connections;
     LinksAhead& links;
 
     std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded

@@ -131,16 +131,6 @@ TEST_F(Budget, dividesAHostsConnections) {
     EXPECT_EQ(granted({&a}), "6");
 }
 
-TEST_F(Budget, allowsOneEachWhereTheSpeedIsLimited) {
-    Share a = join();
-    a->want(6);
-    budget.allowSeveral(false);
-    EXPECT_EQ(granted({&a}), "1");
-    EXPECT_EQ(told, 1);
-    budget.allowSeveral(true);
-    EXPECT_EQ(granted({&a}), "6");
-}
-
 TEST_F(Budget, mayBeChangedByWhoeverIsTold) {
     Share a = join();
     Share c;
