@@ -208,6 +208,28 @@ TEST_F(Connections, roomThatIsKeptIsNotCountedTwice) {
     EXPECT_FALSE(other->hold);
 }
 
+// What lies between the parts has its room on the volume, also after the end of a process.
+TEST_F(Connections, roomBetweenPartsIsNotAskedForAgain) {
+    for (const bool isPaused : {false, true}) {
+        LargeFiles test;
+        test.world.files.setCapacity("/", static_cast<ByteCount>(100 * mebibyte));
+        const FileID file = test.addFile("film", 90 * mebibyte);
+        test.world.enqueue(file);
+        test.world.loop.advance(2500ms);
+        ASSERT_EQ(test.world.storage.running, 6);
+        if (isPaused) {
+            test.world.manager().pause(test.world.find(file));
+            ASSERT_TRUE(test.world.runUntil(test.world.find(file), Status::paused));
+            test.world.manager().saveNow();
+        }
+        test.world.kill();
+        test.world.start();
+        test.world.loop.advance(10ms);
+        test.world.manager().resumeAll();
+        (void)test.arrive(test.world.find(file));
+    }
+}
+
 // What comes from two contents is fetched anew once, and then over one connection.
 TEST_F(Connections, contentsThatDoNotFitTogetherAreFetchedAnewOnce) {
     const FileID file = addFile("film", 40 * mebibyte);

@@ -33,6 +33,9 @@ public:
     // The part at the beginning of the file; empty where there is none.
     [[nodiscard]] WrittenPart beginning() const;
 
+    // Where the last one ends.
+    [[nodiscard]] ByteCount end() const { return parts_.empty() ? 0 : parts_.back().range.end; }
+
     // Of all parts.
     [[nodiscard]] ByteCount length() const { return length_; }
 

@@ -168,8 +168,7 @@ void PartialFile::whenReady(std::move_only_function<void()> ready) {
 // --- the volume's thread ---
 
 Result<void> PartialFile::reopen() {
-    const ByteCount end = written_.parts().empty() ? 0 : written_.parts().back().range.end;
-    Result<std::unique_ptr<WritableFile>> file = place_.files.reopenForWriting(place_.path, end);
+    Result<std::unique_ptr<WritableFile>> file = place_.files.reopenForWriting(place_.path, written_.end());
     if (!file) return failure(file);
     file_ = std::move(*file);
     hasRoom_ = false;

@@ -56,8 +56,10 @@ struct PartialNote {
     // What lies at the file's beginning without a gap.
     [[nodiscard]] NotedReach beginning() const;
 
-    // How many bytes are written, in all parts.
+    // How many bytes are written, in all parts, and where the last of them ends.
     [[nodiscard]] ByteCount length() const;
+
+    [[nodiscard]] ByteCount end() const { return parts.empty() ? 0 : parts.back().written.end; }
 
     bool operator==(const PartialNote&) const = default;
 };

@@ -109,6 +109,7 @@ void Reception::discard() {
 
 void Reception::forget() {
     noting_.reset();
+    item_->roomKept = 0;
     resumed_.reset();
     isAdopted_ = false;
     isSpoilt_ = false;

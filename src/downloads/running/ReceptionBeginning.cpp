@@ -160,6 +160,8 @@ Task<Result<void>> Reception::adopt(Leftover left, std::stop_token stop) {
 
 void Reception::goOnIn(ReceivingFolders::Place place, Standing standing) {
     ResumePoint& point = standing.point;
+    item_->onDisk = 0;
+    item_->roomKept = standing.parts.back().written.end;  // also between them
     receiveIn(std::move(place), {.partial = point.partial, .file = {}, .parts = std::move(standing.parts)});
     link_ = point.link;
     partial_->announce({.length = point.length, .validator = point.validator, .limit = point.length});
