@@ -31,6 +31,7 @@ DownloadManager::DownloadManager(DownloadPorts ports)
             }),
       accounts_(list_),
       brakes_(ports_.loop, ports_.random),
+      links_(ports_.loop, ports_.random, brakes_),
       serviceHolds_(ports_.loop, ports_.clock, list_, [this] { processQueue(); }),
       deletion_(list_, groups_, saves_, {ports_.loop, ports_.files, ports_.volumes, lanes_, journal_, brought_}),
       settlement_(list_, conflicts_, deletion_, saves_, leftovers_, ports_.clock),
@@ -60,6 +61,8 @@ DownloadManager::DownloadManager(DownloadPorts ports)
               .destinations = destinations_,
               .clock = ports_.clock,
               .brakes = brakes_,
+              .connections = connections_,
+              .links = links_,
               .dataFolder = ports_.folders.applicationData,
               .stagingFolder = store_->stagingDirectory(),
               .bootID = ports_.clock.bootID(),
@@ -76,6 +79,7 @@ DownloadManager::~DownloadManager() = default;
 void DownloadManager::configure(DownloadService& service, const Preferences& preferences) {
     around_.service = &service;
     around_.preferences = &preferences;
+    links_.configure(service);
     deletion_.configure(service);
     destinations_.configure(preferences);
 }
@@ -184,6 +188,7 @@ void DownloadManager::moveToTop(const ConstDownloadPointer& item) {
 
 void DownloadManager::moved(const Download& item) {
     if (item.hold) held_.look();
+    lookAhead();
     scheduleSave();
 }
 

@@ -15,6 +15,8 @@
 #include "base/TaskScope.h"
 #include "downloads/DownloadPorts.h"
 #include "downloads/DownloadService.h"
+#include "downloads/connections/ConnectionBudget.h"
+#include "downloads/connections/LinksAhead.h"
 #include "downloads/deleting/FolderGroups.h"
 #include "downloads/deleting/RemoteDeletion.h"
 #include "downloads/holding/AccountGate.h"
@@ -225,6 +227,10 @@ private:
     enum class Use { none, editing, running };
 
     void processQueue();
+    void lookAhead();
+    [[nodiscard]] std::vector<FileID> nextFiles();
+    [[nodiscard]] bool mayStart() const;
+    [[nodiscard]] std::size_t slots() const;
     [[nodiscard]] bool hasFreeSlot() const;
     void start(const DownloadPointer& item);
     Task<> run(DownloadPointer item);
@@ -282,6 +288,7 @@ private:
     bool isProcessing_ = false;  // processQueue() is under way
     bool isSignedIn_ = true;
     Subscription processingOn_;
+    Subscription lookingAhead_;        // while links are to be asked for
     std::function<void()> suspended_;  // set from suspend() on, until it has run
     Subscription suspendLimit_;
 
@@ -294,9 +301,11 @@ private:
     KeptFiles kept_;
     Leftovers leftovers_;
     DestinationCheck destinations_;
+    ConnectionBudget connections_;
     HeldItems held_;
     AccountGate accounts_;
     HostBrakes brakes_;
+    LinksAhead links_;
     ServiceHolds serviceHolds_;
     RemoteDeletion deletion_;
     Settlement settlement_;

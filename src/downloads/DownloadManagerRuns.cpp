@@ -29,6 +29,7 @@ void DownloadManager::processQueue() {
         break;
     }
     isProcessing_ = false;
+    lookAhead();
 }
 
 // The uppermost candidate about whose file all is known.
@@ -38,12 +39,31 @@ DownloadPointer DownloadManager::nextInQueue() {
     return nullptr;
 }
 
+bool DownloadManager::mayStart() const {
+    return !around_.isQueuePaused && !around_.holdReason && !around_.isEnding && use_ != Use::editing &&
+           around_.service && isSignedIn_;
+}
+
+std::size_t DownloadManager::slots() const {
+    return static_cast<std::size_t>(around_.preferences ? around_.preferences->maxConcurrentDownloads() : 3);
+}
+
 bool DownloadManager::hasFreeSlot() const {
-    if (around_.isQueuePaused || around_.holdReason || around_.isEnding || use_ == Use::editing || !around_.service ||
-        !isSignedIn_)
-        return false;
-    const std::int64_t limit = around_.preferences ? around_.preferences->maxConcurrentDownloads() : 3;
-    return static_cast<std::int64_t>(activeCount()) < limit;
+    return mayStart() && activeCount() < slots();
+}
+
+// Once all that changes now has changed.
+void DownloadManager::lookAhead() {
+    lookingAhead_ = ports_.loop.schedule(MainLoop::Duration::zero(), [this] { links_.prepare(nextFiles()); });
+}
+
+// Those that start next and will need a link, while the slots are busy.
+std::vector<FileID> DownloadManager::nextFiles() {
+    std::vector<FileID> files;
+    if (!mayStart() || hasFreeSlot()) return files;
+    for (const DownloadPointer& item : list_.candidates(slots()))
+        if (!item->resumeData && !item->receivedFile) files.push_back(item->fileID);
+    return files;
 }
 
 void DownloadManager::start(const DownloadPointer& item) {

@@ -22,10 +22,9 @@ public:
     // Up to `limit` bytes; fewer only at the end of the file.
     [[nodiscard]] virtual Result<ByteBlob> readAt(ByteCount offset, std::size_t limit) = 0;
 
-    // Keeps room on the volume for the first `length` bytes, so that writing them does not fill it; where the volume
-    // cannot do that, nothing happens. Neither size() nor what reads find changes. Cutting the file gives the room
-    // back.
-    [[nodiscard]] virtual Result<void> allocate(ByteCount length) = 0;
+    // Keeps room on the volume for the first `length` bytes, so that writing them does not fill it. False where the
+    // volume cannot do that. Neither size() nor what reads find changes. Cutting the file gives the room back.
+    [[nodiscard]] virtual Result<bool> allocate(ByteCount length) = 0;
 
     // Returns when every byte written so far would survive a loss of power. A new file's name may not.
     [[nodiscard]] virtual Result<void> synchronize() = 0;

@@ -159,7 +159,7 @@ TEST_F(RidingOut, aServiceThatTakesTenRequestsASecond) {
     settle();
     expectAllArrived();
     EXPECT_LE(refused * 20, asked) << "of " << asked;
-    EXPECT_LE(world.loop.now() - begun, 100s);  // 40 at best
+    EXPECT_LE(world.loop.now() - begun, 140s);  // 40 at best
 }
 
 TEST_F(RidingOut, asksForALinkThreeTimesWithoutANewByte) {

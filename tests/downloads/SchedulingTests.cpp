@@ -333,7 +333,11 @@ TEST_F(Scheduling, tellsTheRuleWhenAFileHasSettled) {
     const FileID cancelled = slowFile("cancelled");        // 101
     const FileID removed = slowFile("removed");            // 102
     const FileID failing = world.addFile("failing", "x");  // 103
-    world.refusals[failing] = 1;
+    bool isRefused = true;
+    world.interferes = [&](const HTTPRequest& request) -> std::optional<Result<HTTPResponse>> {
+        if (isRefused && request.url.ends_with("/" + failing.text() + "/url")) return HTTPResponse{400, ""};
+        return std::nullopt;
+    };
     world.enqueue(done, {.deleteAfterDownload = true, .syncRuleID = rule});
     for (const FileID file : {cancelled, removed, failing}) world.enqueue(file, {.syncRuleID = rule});
     world.enqueue(done);  // nobody's rule
@@ -342,6 +346,7 @@ TEST_F(Scheduling, tellsTheRuleWhenAFileHasSettled) {
     manager.cancel(world.find(cancelled));
     manager.remove(world.find(removed));
     EXPECT_EQ(told, "100 101 102 ");
+    isRefused = false;
     const auto inFlight = manager.inFlightFileIDs(rule, {cancelled, failing, FileID(999)});
     EXPECT_EQ(inFlight, (std::unordered_set<FileID>{cancelled, failing}));
     world.settle();

@@ -358,7 +358,7 @@ TEST_P(FileManagerContract, knowsTheVolumeOfAPathThatIsYetToBe) {
 TEST_P(FileManagerContract, fillsAFileInAnyOrder) {
     const Path path = here / "new/folders/part";
     auto file = files.createForWriting(path).value();
-    ASSERT_TRUE(file->allocate(1'000'000));
+    ASSERT_TRUE(file->allocate(1'000'000).value());
     EXPECT_EQ(file->size(), 0);
     EXPECT_EQ(files.fileSize(path), 0);
     const std::string large(9U << 20U, 'x');  // more than what is handed to the disk at a time

@@ -68,6 +68,7 @@ public:
 
     void goOn() { operationsLeft_.reset(); }
 
+    bool keepsRoom = true;                // whether its volumes can keep room for bytes to come
     std::vector<std::string> operations;  // "moveItem /a /b", in their order; those that ask nothing are left out
 
     // --- FileManager ---

@@ -26,11 +26,12 @@ public:
         return node_->bytes.substr(std::min(static_cast<std::size_t>(offset), node_->bytes.size()), limit);
     }
 
-    Result<void> allocate(ByteCount length) override {
-        if (auto fine = files_.begin("allocate", path_); !fine) return fine;
-        if (auto room = makeRoom(static_cast<std::size_t>(length)); !room) return room;
+    Result<bool> allocate(ByteCount length) override {
+        if (auto fine = files_.begin("allocate", path_); !fine) return failure(fine);
+        if (!files_.keepsRoom) return false;
+        if (auto room = makeRoom(static_cast<std::size_t>(length)); !room) return failure(room);
         node_->reserved = std::max(node_->reserved, static_cast<std::size_t>(length));
-        return {};
+        return true;
     }
 
     Result<void> synchronize() override {

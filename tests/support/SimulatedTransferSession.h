@@ -61,6 +61,10 @@ public:
 
     Subscription fetch(TransferRequest request, Done done) override;
 
+    [[nodiscard]] bool isLimited() const override { return limited; }
+
+    bool limited = false;  // what it says; nothing comes more slowly
+
 private:
     struct Attempt;
     using Attempts = std::map<std::int64_t, std::unique_ptr<Attempt>>;

@@ -59,7 +59,7 @@ HoldPointer waitForVolume(const Path& folder, const DestinationFacts& facts, con
 // --- Looking ---
 
 ByteCount DestinationCheck::missing(const Download& item) {
-    const ByteCount here = std::max(item.bytesDownloaded, item.onDisk);
+    const ByteCount here = std::max({item.bytesDownloaded, item.onDisk, item.roomKept});
     return item.receivedFile ? 0 : std::max<ByteCount>(0, item.expectedSize() - here);
 }
 

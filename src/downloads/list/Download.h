@@ -85,6 +85,7 @@ struct Download : DownloadRecord {
     bool isBegunAgain = false;   // this run is not its first: put.io's record may have changed since it was queued
     std::optional<FileStamp> placedAs;  // the file as it took its place, where all its bytes came in this process
     ByteCount onDisk = 0;               // of its file, left by an earlier transfer for the next to go on from
+    ByteCount roomKept = 0;             // for its file on the volume where its bytes gather, as long as they do
     std::int64_t position = 0;          // the list's sort key, smallest on top
     std::shared_ptr<Tries> tries;       // of the run, and of the ones before it as long as no byte comes
 

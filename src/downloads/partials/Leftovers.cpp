@@ -37,25 +37,32 @@ std::optional<PartialNote> findNote(FileManager& files, const Path& partial, con
     return note->parts.empty() ? std::nullopt : std::move(note);
 }
 
-// Removes what is not to be kept and has no note that counts; the notes of the rest.
-std::vector<PartialNote> lookThrough(FileManager& files, const Path& folder, const Leftovers::Names& kept,
-                                     const std::string& bootID) {
-    std::vector<PartialNote> found;
+// Room that was kept for bytes which may never come.
+void giveRoomBack(FileManager& files, const Path& partial, const PartialNote& note) {
+    (void)files.reopenForWriting(partial, note.end());
+}
+
+// Removes what is not to be kept and has no note that counts; the notes that do.
+std::vector<Leftovers::Found> lookThrough(FileManager& files, const Path& folder, const Leftovers::Names& kept,
+                                          const std::string& bootID) {
+    std::vector<Leftovers::Found> found;
     const auto entries = files.directoryContents(folder);
     if (!entries) return found;
     for (const Path& entry : *entries) {
         const std::string name = entry.filename();
         const std::string partial = name.substr(0, UUID::textLength);
-        if (!UUID::parse(partial) || kept.contains(name)) continue;
         const bool isPartial = name == partial;
+        const bool isKept = kept.contains(name);
+        if (!UUID::parse(partial) || (isKept && !isPartial)) continue;
         const bool isNote = entry == NoteFile::pathOf(folder / partial);
         if (isNote && files.exists(folder / partial)) continue;
         auto note = isPartial ? findNote(files, entry, bootID) : std::nullopt;
         if (note) {
-            found.push_back(std::move(*note));
-        } else if (isPartial) {
+            if (!isKept) giveRoomBack(files, entry, *note);
+            found.push_back({std::move(*note), isKept});
+        } else if (isPartial && !isKept) {
             NoteFile::removeWithNote(files, entry);
-        } else {
+        } else if (!isPartial) {
             (void)files.removeItem(entry);  // also "UUID.moving"
         }
     }
@@ -76,15 +83,20 @@ void Leftovers::look(Names kept, std::string bootID) {
     ports_.receiving.visit([&loop = ports_.loop, &files = ports_.files,
                             kept = std::make_shared<const Names>(std::move(kept)), bootID = std::move(bootID),
                             self = std::weak_ptr(self_)](const Path& folder, const std::optional<Path>& place) {
-        auto found = place ? lookThrough(files, *place, *kept, bootID) : std::vector<PartialNote>();
+        auto found = place ? lookThrough(files, *place, *kept, bootID) : std::vector<Found>();
         loop.post([self, folder, found = std::move(found)]() mutable {
             if (const auto leftovers = self.lock()) (*leftovers)->looked(folder, std::move(found));
         });
     });
 }
 
-void Leftovers::looked(const Path& folder, std::vector<PartialNote> found) {
-    for (PartialNote& note : found) add({.folder = ports_.receiving.tokenOf(folder), .note = std::move(note)});
+void Leftovers::looked(const Path& folder, std::vector<Found> found) {
+    for (Found& each : found) {
+        if (each.isKept)
+            tellItems(each.note.file, each.note.end());
+        else
+            add({.folder = ports_.receiving.tokenOf(folder), .note = std::move(each.note)});
+    }
     scope_.start(ports_.receiving.forgetIfGone(folder));
     unknown_.erase(folder);
     if (unknown_.empty()) patience_.reset();
@@ -111,14 +123,14 @@ void Leftovers::put(Leftover leftover, Download& item) {
         add(std::move(leftover));
         return;
     }
-    item.onDisk = leftover.note.beginning().end;
+    item.onDisk = leftover.note.end();
     const FileID fileID = item.fileID;
     byFile_.emplace(fileID, std::move(leftover));
 }
 
 void Leftovers::add(Leftover leftover) {
     const FileID fileID = leftover.note.file.fileID;
-    tellItems(leftover.note.file, leftover.note.beginning().end);
+    tellItems(leftover.note.file, leftover.note.end());
     byFile_.emplace(fileID, std::move(leftover));
     dropUnwanted(fileID);
 }
@@ -128,11 +140,11 @@ std::optional<Leftover> Leftovers::take(const Download& item) {
     auto longest = end;
     for (auto entry = first; entry != end; ++entry) {
         const PartialNote& note = entry->second.note;
-        const ByteCount length = note.beginning().end;
+        const ByteCount length = note.length();
         // Of a whole file nothing would be asked of the server: then only the checksum can tell that it is the same.
-        if (length < 1 || !isOf(note.file, item)) continue;
+        if (note.beginning().end < 1 || !isOf(note.file, item)) continue;
         if (length == note.file.length && !(note.file.checksum && listedChecksum(item))) continue;
-        if (longest == end || length > longest->second.note.beginning().end) longest = entry;
+        if (longest == end || length > longest->second.note.length()) longest = entry;
     }
     if (longest == end) return std::nullopt;
     Leftover taken = std::move(longest->second);

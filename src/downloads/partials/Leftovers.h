@@ -33,6 +33,12 @@ public:
     using Path = std::filesystem::path;
     using Names = std::set<std::string>;
 
+    // What was found beside a partial file; kept: that file is some item's already.
+    struct Found {
+        PartialNote note;
+        bool isKept = false;
+    };
+
     // What it works with; outlives it.
     struct Ports {
         MainLoop& loop;
@@ -72,7 +78,7 @@ public:
 
 private:
     void add(Leftover leftover);
-    void looked(const Path& folder, std::vector<PartialNote> found);
+    void looked(const Path& folder, std::vector<Found> found);
     [[nodiscard]] bool isWanted(const NotedFile& file) const;
     void remove(const Leftover& leftover);
     void tellItems(const NotedFile& file, ByteCount onDisk);

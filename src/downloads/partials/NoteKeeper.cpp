@@ -1,9 +1,22 @@
 #include "downloads/partials/NoteKeeper.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <utility>
 
+#include "downloads/connections/ChecksumCombination.h"
+
 namespace tovri {
+namespace {
+
+// Of bytes up to the first reach, and `length` more that end at the second one.
+NotedReach joined(const NotedReach& reach, const NotedReach& more, ByteCount length) {
+    NotedReach both{.end = more.end, .checksum = std::nullopt};
+    if (reach.checksum && more.checksum) both.checksum = combined(*reach.checksum, *more.checksum, length);
+    return both;
+}
+
+}  // namespace
 
 NoteKeeper::NoteKeeper(FileManager& files, const std::filesystem::path& partial, std::string bootID, PartialNote begun,
                        bool hasNote)
@@ -40,16 +53,17 @@ void NoteKeeper::readDurable() {
     }
 }
 
-NoteKeeper::Due NoteKeeper::reached(ByteCount first, NotedReach reach) {
+NoteKeeper::Due NoteKeeper::reached(const WrittenPart& more) {
     const std::scoped_lock lock(access_);
-    auto part = std::ranges::find(note_.parts, first, &NotedPart::first);
+    const ByteCount first = more.range.first;
+    const auto endOf = [](const NotedPart& part) { return part.written.end; };
+    auto part = std::ranges::find(note_.parts, first, endOf);
     if (part == note_.parts.end())
         part = note_.parts.insert(std::ranges::upper_bound(note_.parts, first, {}, &NotedPart::first),
                                   {.first = first, .written = {first, Checksum()}, .durable = {first, Checksum()}});
-    const ByteCount more = reach.end - part->written.end;
-    part->written = reach;
-    sinceNote_ += more;
-    sinceSync_ += more;
+    part->written = joined(part->written, {more.range.end, more.checksum}, more.range.length());
+    sinceNote_ += more.range.length();
+    sinceSync_ += more.range.length();
     const bool endsTrial = std::exchange(note_.isOnTrial, false);
     return {.note = endsTrial || sinceNote_ >= noteStep, .sync = sinceSync_ >= syncStep};
 }
@@ -120,6 +134,22 @@ void NoteKeeper::takeAsDurable(const PartialNote& synced) {
     for (NotedPart& part : note_.parts) {
         const auto before = std::ranges::find(synced.parts, part.first, &NotedPart::first);
         if (before != synced.parts.end() && before->written.end > part.durable.end) part.durable = before->written;
+    }
+    joinParts();
+}
+
+// Parts that touch are one as soon as that forgets nothing of what is durable.
+void NoteKeeper::joinParts() {
+    for (std::size_t i = 0; i + 1 < note_.parts.size();) {
+        NotedPart& part = note_.parts.at(i);
+        const NotedPart& next = note_.parts.at(i + 1);
+        if (part.durable.end != next.first) {
+            ++i;
+            continue;
+        }
+        part.written = joined(part.written, next.written, next.written.end - next.first);
+        part.durable = joined(part.durable, next.durable, next.durable.end - next.first);
+        note_.parts.erase(note_.parts.begin() + static_cast<std::ptrdiff_t>(i) + 1);
     }
 }
 

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "downloads/connections/WrittenParts.h"
 #include "downloads/partials/NoteFile.h"
 
 namespace tovri {
@@ -29,13 +30,13 @@ public:
     // Takes over what the note says of the disk.
     void readDurable();
 
-    // What is due when the part that begins at `first` reaches further now.
+    // What is due now that these bytes, behind a part or where there were none, have been written.
     struct Due {
         bool note = false;
         bool sync = false;
     };
 
-    Due reached(ByteCount first, NotedReach reach);
+    Due reached(const WrittenPart& more);
 
     // Whether there is more to note, or to sync, than was noted or synced.
     [[nodiscard]] bool isBehind() const;
@@ -69,6 +70,7 @@ private:
     [[nodiscard]] std::optional<std::int64_t> writeNow();
     [[nodiscard]] PartialNote beginSync();
     void takeAsDurable(const PartialNote& synced);
+    void joinParts();
 
     struct Flags {
         bool hasNote = false;

@@ -9,16 +9,27 @@ namespace {
 // The longest time between two syncs; what one takes comes on top.
 constexpr int secondsToSync = 8;
 
+ArrivedBytes beginningOf(const WrittenParts& parts) {
+    const WrittenPart part = parts.beginning();
+    return {.length = part.range.end, .checksum = part.checksum};
+}
+
 }  // namespace
 
-PartialFile::PartialFile(Place place, ArrivedBytes arrived, std::unique_ptr<NoteKeeper> note)
-    : place_(std::move(place)), note_(std::move(note)), taken_(arrived.length), known_(arrived), written_(arrived) {}
+PartialFile::PartialFile(Place place, WrittenParts arrived, std::unique_ptr<NoteKeeper> note)
+    : place_(std::move(place)),
+      note_(std::move(note)),
+      plan_(arrived.missing(RangePlan::unknownEnd)),
+      taken_(arrived.length()),
+      known_(arrived),
+      written_(std::move(arrived)) {}
 
 // --- any thread ---
 
 void PartialFile::announce(AnnouncedFile announced) {
     const std::scoped_lock lock(access_);
     announced_ = std::move(announced);
+    plan_.setLength(announced_.limit >= 0 ? announced_.limit : RangePlan::unknownEnd);
     if (!std::exchange(mustBeTried_, false)) return;
     place_.volumes.run(place_.lane, [self = shared_from_this()] {
         self->describeNote();
@@ -34,7 +45,7 @@ AnnouncedFile PartialFile::announced() const {
 void PartialFile::close() {
     const std::scoped_lock lock(access_);
     isClosed_ = true;
-    ready_ = nullptr;
+    ready_.clear();
 }
 
 void PartialFile::abandon() {
@@ -69,38 +80,66 @@ std::optional<Error> PartialFile::error() const {
     return error_;
 }
 
-ByteCount PartialFile::taken() const {
-    const std::scoped_lock lock(access_);
-    return taken_;
-}
-
 bool PartialFile::waitsForVolume() const {
     const std::scoped_lock lock(access_);
     return waiting_ > 0;
 }
 
 ArrivedBytes PartialFile::written() const {
+    return beginningOf(parts());
+}
+
+WrittenParts PartialFile::parts() const {
     const std::scoped_lock lock(access_);
     return known_;
 }
 
-ByteReceiver::Taken PartialFile::take(std::string_view bytes) {
-    const auto count = static_cast<ByteCount>(bytes.size());
+// --- What is missing ---
+
+std::optional<RangePlan::Share> PartialFile::share() {
+    const std::scoped_lock lock(access_);
+    return plan_.take();
+}
+
+ByteRange PartialFile::rest(Number number) const {
+    const std::scoped_lock lock(access_);
+    return plan_.rest(number);
+}
+
+void PartialFile::giveBack(Number number) {
+    const std::scoped_lock lock(access_);
+    plan_.giveBack(number);
+}
+
+bool PartialFile::isWhole() const {
+    const std::scoped_lock lock(access_);
+    return plan_.isDone();
+}
+
+ByteCount PartialFile::taken() const {
+    const std::scoped_lock lock(access_);
+    return taken_;
+}
+
+// --- What comes ---
+
+ByteReceiver::Taken PartialFile::take(Number number, std::string_view bytes) {
     const std::scoped_lock lock(access_);
     if (isClosed_ || error_) return Taken::refused;
-    if (announced_.limit >= 0 && taken_ + count > announced_.limit) {
-        error_ = Error(ErrorCase::transport, "The server sent more bytes than it announced; retry.");
-        announced_.validator.clear();
-        return Taken::refused;
-    }
+    const ByteRange rest = plan_.rest(number);
+    if (std::cmp_greater(bytes.size(), rest.length()) && rest.end == announced_.limit)
+        return refuse(Error(ErrorCase::transport, "The server sent more bytes than it announced; retry."));
+    if (rest.length() <= 0) return Taken::refused;  // another brings what follows
     if (waiting_ >= bufferLimit) return Taken::none;
-    std::string piece;
+    const auto count = std::min(static_cast<ByteCount>(bytes.size()), rest.length());
+    Piece piece{.offset = rest.first, .bytes = {}};
     if (!spare_.empty()) {
-        piece = std::move(spare_.back());
+        piece.bytes = std::move(spare_.back());
         spare_.pop_back();
     }
-    piece.assign(bytes);
+    piece.bytes.assign(bytes.substr(0, static_cast<std::size_t>(count)));
     pieces_.push_back(std::move(piece));
+    plan_.advance(number, count);
     taken_ += count;
     waiting_ += count;
     if (!std::exchange(isWriting_, true))
@@ -108,12 +147,18 @@ ByteReceiver::Taken PartialFile::take(std::string_view bytes) {
     return Taken::all;
 }
 
+ByteReceiver::Taken PartialFile::refuse(Error reason) {
+    error_ = std::move(reason);
+    announced_.validator.clear();
+    return Taken::refused;
+}
+
 void PartialFile::whenReady(std::move_only_function<void()> ready) {
     {
         const std::scoped_lock lock(access_);
         if (isClosed_) return;
         if (waiting_ > bufferLimit / 2 && !error_) {
-            ready_ = std::move(ready);
+            ready_.push_back(std::move(ready));
             return;
         }
     }
@@ -123,16 +168,17 @@ void PartialFile::whenReady(std::move_only_function<void()> ready) {
 // --- the volume's thread ---
 
 Result<void> PartialFile::reopen() {
-    Result<std::unique_ptr<WritableFile>> file = place_.files.reopenForWriting(place_.path, written_.length);
+    Result<std::unique_ptr<WritableFile>> file = place_.files.reopenForWriting(place_.path, written_.end());
     if (!file) return failure(file);
     file_ = std::move(*file);
+    hasRoom_ = false;
     if (note_) note_->readDurable();
     return {};
 }
 
 Result<void> PartialFile::open() {
     if (file_) return {};
-    if (written_.length > 0) return reopen();
+    if (written_.length() > 0) return reopen();
     Result<std::unique_ptr<WritableFile>> file = place_.files.createForWriting(place_.path);
     if (!file) return failure(file);
     begun_ = place_.files.identity(place_.path);
@@ -140,50 +186,64 @@ Result<void> PartialFile::open() {
     return {};
 }
 
+// What lies behind the last byte.
+void PartialFile::giveRoomBack() {
+    if (hasRoom_) (void)reopen();
+}
+
+bool PartialFile::allocate(ByteCount length) {
+    if (!open()) return false;
+    const Result<bool> isKept = file_->allocate(length);
+    hasRoom_ = isKept.value_or(false);
+    return hasRoom_;
+}
+
 // One piece, and the rest after what others have for this volume.
 void PartialFile::write() {
-    std::optional<std::string> piece = takeNext();
+    std::optional<Piece> piece = takeNext();
     if (!piece) return;
-    Result<void> written = append(*piece);
-    giveBack(std::move(*piece), written ? std::nullopt : std::optional(std::move(written.error())));
+    Result<void> written = put(*piece);
+    pieceEnded(std::move(*piece), written ? std::nullopt : std::optional(std::move(written.error())));
     place_.volumes.run(place_.lane, [self = shared_from_this()] { self->write(); });
 }
 
-std::optional<std::string> PartialFile::takeNext() {
+std::optional<PartialFile::Piece> PartialFile::takeNext() {
     const std::scoped_lock lock(access_);
     if (pieces_.empty()) {
         isWriting_ = false;
         return std::nullopt;
     }
-    std::string piece = std::move(pieces_.front());
+    Piece piece = std::move(pieces_.front());
     pieces_.pop_front();
     return piece;
 }
 
-void PartialFile::giveBack(std::string piece, std::optional<Error> failed) {
+void PartialFile::pieceEnded(Piece piece, std::optional<Error> failed) {
     constexpr std::size_t spareLimit = 8;
-    std::move_only_function<void()> ready;
+    std::vector<std::move_only_function<void()>> ready;
     {
         const std::scoped_lock lock(access_);
-        waiting_ -= static_cast<ByteCount>(piece.size());
+        waiting_ -= static_cast<ByteCount>(piece.bytes.size());
         known_ = written_;
         if (failed) {
             if (!error_) error_ = std::move(failed);
             waiting_ = 0;
             pieces_.clear();
         }
-        if (spare_.size() < spareLimit) spare_.push_back(std::move(piece));
-        if (waiting_ <= bufferLimit / 2) ready = std::exchange(ready_, nullptr);
+        if (spare_.size() < spareLimit) spare_.push_back(std::move(piece.bytes));
+        if (waiting_ <= bufferLimit / 2) ready = std::exchange(ready_, {});
     }
-    if (ready) ready();
+    for (auto& goOn : ready) goOn();
 }
 
-Result<void> PartialFile::append(std::string_view bytes) {
+Result<void> PartialFile::put(const Piece& piece) {
     if (Result<void> opened = open(); !opened) return opened;
-    if (Result<void> written = file_->writeAt(written_.length, bytes); !written) return written;
-    written_.length += static_cast<ByteCount>(bytes.size());
-    if (written_.checksum) written_.checksum->add(bytes);
-    if (note_) noteReached();
+    if (Result<void> written = file_->writeAt(piece.offset, piece.bytes); !written) return written;
+    WrittenPart part{.range = {piece.offset, piece.offset + static_cast<ByteCount>(piece.bytes.size())},
+                     .checksum = Checksum()};
+    part.checksum->add(piece.bytes);
+    written_.add(part);
+    if (note_) noteReached(part);
     return {};
 }
 
@@ -194,8 +254,8 @@ void PartialFile::describeNote() {
     note_->describe(announced.length.value_or(0), announced.validator);
 }
 
-void PartialFile::noteReached() {
-    const NoteKeeper::Due due = note_->reached(0, {written_.length, written_.checksum});
+void PartialFile::noteReached(const WrittenPart& part) {
+    const NoteKeeper::Due due = note_->reached(part);
     if (!due.note && !due.sync) return;
     describeNote();
     if (due.note) note_->write();
@@ -213,6 +273,7 @@ void PartialFile::endNote() {
     describeNote();
     if (note_->isBehind()) note_->write();
     note_->end();
+    giveRoomBack();
 }
 
 // Beside the lane, which goes on writing meanwhile.
@@ -226,10 +287,10 @@ void PartialFile::synchronizeAside() {
 
 Result<ArrivedBytes> PartialFile::finish() {
     while (true) {
-        std::optional<std::string> piece = takeNext();
+        std::optional<Piece> piece = takeNext();
         if (!piece) break;
-        Result<void> written = append(*piece);
-        giveBack(std::move(*piece), written ? std::nullopt : std::optional(std::move(written.error())));
+        Result<void> written = put(*piece);
+        pieceEnded(std::move(*piece), written ? std::nullopt : std::optional(std::move(written.error())));
     }
     if (std::optional<Error> failed = error()) return failure(std::move(*failed));
     if (Result<void> opened = open(); !opened) return failure(opened);  // a file of no bytes is a file too
@@ -237,18 +298,19 @@ Result<ArrivedBytes> PartialFile::finish() {
         describeNote();
         note_->write();
     }
-    return written_;
+    return beginningOf(written_);
 }
 
 Result<ArrivedBytes> PartialFile::synchronize() {
     const Result<ArrivedBytes> arrived = finish();
     if (!file_) return arrived;
+    giveRoomBack();
     if (Result<void> durable = file_->synchronize(); !durable) return failure(durable);
-    if (note_ && written_.length > 0) {
+    if (note_ && written_.length() > 0) {
         describeNote();
         note_->noteDurable();
     }
-    return written_;
+    return beginningOf(written_);
 }
 
 Result<ArrivedBytes> PartialFile::readAgain() {
@@ -264,8 +326,9 @@ Result<ArrivedBytes> PartialFile::readAgain() {
         checksum.add(*bytes);
         offset += static_cast<ByteCount>(bytes->size());
     }
-    written_.checksum = checksum;
-    return written_;
+    written_ = WrittenParts({{{0, arrived->length}, checksum}});
+    arrived->checksum = checksum;
+    return arrived;
 }
 
 void PartialFile::remove() {
@@ -276,7 +339,7 @@ void PartialFile::remove() {
         waiting_ = 0;
     }
     if (note_) note_->remove();
-    const bool mayStand = file_ || written_.length > 0;
+    const bool mayStand = file_ || written_.length() > 0;
     file_.reset();
     if (mayStand) (void)place_.files.removeItem(place_.path);
 }

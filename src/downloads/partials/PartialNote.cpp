@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ranges>
+#include <tuple>
 #include <utility>
 
 #include "downloads/partials/TextLines.h"
@@ -73,6 +74,30 @@ bool NotedFile::isSame(const NotedFile& other) const {
 NotedReach PartialNote::beginning() const {
     if (parts.empty() || parts.front().first != 0) return {.end = 0, .checksum = Checksum()};
     return parts.front().written;
+}
+
+ByteCount PartialNote::length() const {
+    ByteCount sum = 0;
+    for (const NotedPart& part : parts) sum += part.written.end - part.first;
+    return sum;
+}
+
+std::vector<NotedPart> united(std::vector<NotedPart> parts, const std::vector<NotedPart>& more) {
+    parts.insert(parts.end(), more.begin(), more.end());
+    std::ranges::sort(parts, {}, [](const NotedPart& part) {
+        return std::tuple(part.first, -part.written.end, !part.written.checksum);
+    });
+    std::vector<NotedPart> all;
+    for (const NotedPart& part : parts) {
+        if (all.empty() || part.first >= all.back().written.end) {
+            all.push_back(part);
+            continue;
+        }
+        NotedPart& before = all.back();
+        if (part.written.end > before.written.end) before.written = {.end = part.written.end, .checksum = std::nullopt};
+        if (part.first == before.first && part.durable.end > before.durable.end) before.durable = part.durable;
+    }
+    return all;
 }
 
 ByteBlob DatedNote::encoded() const {

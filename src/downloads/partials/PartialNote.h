@@ -56,8 +56,16 @@ struct PartialNote {
     // What lies at the file's beginning without a gap.
     [[nodiscard]] NotedReach beginning() const;
 
+    // How many bytes are written, in all parts, and where the last of them ends.
+    [[nodiscard]] ByteCount length() const;
+
+    [[nodiscard]] ByteCount end() const { return parts.empty() ? 0 : parts.back().written.end; }
+
     bool operator==(const PartialNote&) const = default;
 };
+
+// What either of the lists says that is there, each in its order.
+[[nodiscard]] std::vector<NotedPart> united(std::vector<NotedPart> parts, const std::vector<NotedPart>& more);
 
 // A note as it is written: after which others, and since which start of the machine.
 struct DatedNote {

@@ -55,6 +55,9 @@ public:
 
     [[nodiscard]] bool isClosed() const { return closedUntil_.has_value(); }
 
+    // Whether the host takes requests as they come: then there may be some that could wait.
+    [[nodiscard]] bool isFree() const { return !isClosed() && !pace_.isKept(loop_.now()); }
+
     // When to enter again; none while another tries for all.
     [[nodiscard]] std::optional<TimePoint> next() const;
 

@@ -17,6 +17,9 @@ public:
     // When the next request may go; past or present: now.
     [[nodiscard]] TimePoint next(TimePoint now) const;
 
+    // Whether requests have to keep to one.
+    [[nodiscard]] bool isKept(TimePoint now) const { return rate(now).has_value(); }
+
     void noteSent(TimePoint now);
 
     // It was answered.

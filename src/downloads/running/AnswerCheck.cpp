@@ -26,9 +26,10 @@ Result<AnnouncedFile> checkWhole(const ExpectedAnswer& expected, const AnswerHea
 
 Result<AnnouncedFile> checkRest(const ExpectedAnswer& expected, const AnswerHead& head) {
     const ByteCount length = expected.length.value_or(-1);
-    const ContentRange rest{expected.offset, length - 1, length};
+    const ByteCount end = expected.end.value_or(length);
+    const ContentRange rest{expected.offset, end - 1, length};
     const bool isRest = head.status == 206 && head.contentRange == rest &&
-                        head.bodyLength.value_or(length - expected.offset) == length - expected.offset;
+                        head.bodyLength.value_or(end - expected.offset) == end - expected.offset;
     const bool isOther = !head.validator.empty() && !expected.validator.empty() &&
                          head.validator != expected.validator && !expected.hasListedChecksum;
     if (!isRest || isOther)
@@ -44,7 +45,7 @@ Result<AnnouncedFile> checkAnswer(const ExpectedAnswer& expected, const AnswerHe
     if (head.status < 200 || head.status > 299) return failure(statusError(head));
     if (!head.contentEncoding.empty())
         return failure(transportError("The server sent the file in another form than it was asked for; retry."));
-    return expected.offset > 0 ? checkRest(expected, head) : checkWhole(expected, head);
+    return expected.offset > 0 || expected.end ? checkRest(expected, head) : checkWhole(expected, head);
 }
 
 bool isRefusal(const ExpectedAnswer& expected, const AnswerHead& head) {

@@ -11,11 +11,13 @@ namespace tovri {
 
 // What an attempt asks for, and what is known of the file beforehand.
 struct ExpectedAnswer {
-    ByteCount offset = 0;             // the first byte asked for
-    std::optional<ByteCount> length;  // of the whole file, as an earlier answer announced it; given where offset > 0
-    std::string validator;            // of the bytes before the offset
-    ByteCount listedSize = 0;         // as put.io's listing has it; 0 when it gave none
-    bool hasListedChecksum = false;   // the whole file will be compared with it
+    ByteCount offset = 0;               // the first byte asked for
+    std::optional<ByteCount> end = {};  // the first one behind those asked for; none: all
+    std::optional<ByteCount> length;    // of the whole file, as an earlier answer announced it; given where only a
+                                        // part of it is asked for
+    std::string validator;              // of the bytes before the offset
+    ByteCount listedSize = 0;           // as put.io's listing has it; 0 when it gave none
+    bool hasListedChecksum = false;     // the whole file will be compared with it
 };
 
 // Whether an answer's body is what was asked for, and what it announces. Its failure is what the user reads. The same

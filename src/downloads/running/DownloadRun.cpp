@@ -14,6 +14,7 @@ DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
     : around_(around),
       item_(std::move(item)),
       tries_(triesOf(around, *item_)),
+      ahead_(around.links.take(item_->fileID)),
       reception_(around, item_, *tries_),
       placement_(around, item_, *this, reception_) {
     item_->run = this;
@@ -156,8 +157,13 @@ Task<Result<void>> DownloadRun::receiveRest() {
 }
 
 Task<Result<std::string>> DownloadRun::findLink() {
-    RetryingDownloadService service(*around_.service, *tries_);
-    Result<std::string> link = co_await service.downloadLink(item_->fileID, stop_.get_token());
+    std::optional<std::string> ahead;
+    if (ahead_) ahead = co_await around_.links.linkOf(std::exchange(ahead_, nullptr), stop_.get_token());
+    Result<std::string> link(std::move(ahead).value_or(""));
+    if (link->empty()) {
+        RetryingDownloadService service(*around_.service, *tries_);
+        link = co_await service.downloadLink(item_->fileID, stop_.get_token());
+    }
     if (link && isCurrent() && around_.isQueuePaused && wish_ == Wish::goOn) wish_ = Wish::pause;
     co_return link;
 }

@@ -98,8 +98,9 @@ private:
     DownloadPointer item_;
     Stage stage_ = Stage::lookUp;
     Wish wish_ = Wish::goOn;
-    std::stop_source stop_;         // of what the wish ends
-    std::shared_ptr<Tries> tries_;  // the item's
+    std::stop_source stop_;                    // of what the wish ends
+    std::shared_ptr<Tries> tries_;             // the item's
+    std::shared_ptr<LinksAhead::Look> ahead_;  // of its link; null where there is none
     Reception reception_;
     RunPlacement placement_;
     RunTarget target_;

@@ -44,9 +44,10 @@ Task<> DownloadRun::failTransfer(Error error) {
     around_.saves.request(Urgency::gathered);
 }
 
-// The next run is to wait for the volume on which these bytes are.
+// The next run is to wait for the volume on which these bytes are, and needs no room there for what lies between them.
 void DownloadRun::noteVolume(const std::optional<ByteBlob>& token) {
     const auto point = token ? ResumePoint::parse(*token) : std::nullopt;
+    if (point) item_->onDisk = reception_.partial()->parts().end();
     if (point && point->folder && target_.facts)
         around_.destinations.notePlaced(target_.path.parent_path(), *target_.facts);
 }
@@ -57,7 +58,7 @@ Task<> DownloadRun::keepForLater() {
     if (!token || !isCurrent()) reception_.letGo();
     if (!isCurrent()) co_return;
     const auto kept = token ? ResumePoint::parse(*token) : std::nullopt;
-    item_->bytesDownloaded = kept ? kept->offset : 0;
+    item_->bytesDownloaded = kept ? reception_.partial()->taken() : 0;
     if (!kept) item_->progress = 0;
     noteVolume(token);
     item_->resumeData = std::move(token);

@@ -22,7 +22,7 @@ Reception::~Reception() {
 }
 
 bool Reception::isFruitless() const {
-    return isAdopted_ && partial_->written().length <= resumed_->offset;
+    return isAdopted_ && partial_->taken() <= begunWith_;
 }
 
 // --- How it ends ---
@@ -34,6 +34,8 @@ Task<Result<ArrivedBytes>> Reception::finish(bool mustKnowChecksum) {
     };
     Result<ArrivedBytes> arrived =
         co_await onVolume<ArrivedBytes>(around_.loop, around_.volumes, partial_->lane(), {}, std::move(finish));
+    if (arrived && partial_->isWhole() && arrived->length != partial_->taken())
+        co_return failure(Error(ErrorCase::file, "Not all parts of the file are there; retry."));
     co_return arrived;
 }
 
@@ -106,6 +108,8 @@ void Reception::discard() {
 }
 
 void Reception::forget() {
+    noting_.reset();
+    item_->roomKept = 0;
     resumed_.reset();
     isAdopted_ = false;
     isSpoilt_ = false;
@@ -114,29 +118,31 @@ void Reception::forget() {
 }
 
 void Reception::beginAnew() {
+    sides_.reset();
     discard();
     forget();
     receiveIn(chosen_.folder.empty() ? place_ : chosen_,
               {.partial = around_.random.makeUUID(), .file = {}, .parts = {}});
     speed_ = SpeedMeter(around_.loop.now());
     item_->progress = 0;
-    progressed(0);
+    progressed();
 }
 
 void Reception::letGo() {
     if (!partial_) return;
     noting_.reset();
     partial_->abandon();
-    const ArrivedBytes arrived = partial_->written();
     const AnnouncedFile announced = partial_->announced();
-    const NotedPart part{.first = 0, .written = {arrived.length, arrived.checksum}, .durable = {}};
+    std::vector<NotedPart> parts;
+    for (const auto& [range, checksum] : partial_->parts().parts())
+        parts.push_back({.first = range.first, .written = {range.end, checksum}, .durable = {range.first, Checksum()}});
     PartialNote note{.partial = name_,
                      .file = {.fileID = item_->fileID,
                               .length = announced.length.value_or(0),
                               .validator = announced.validator,
                               .checksum = listedChecksum(*item_)},
-                     .parts = {part}};
-    if (isSpoilt_ || partial_->isRefused() || arrived.length < 1 || !note.file.canBeGoneOnFrom())
+                     .parts = std::move(parts)};
+    if (isSpoilt_ || partial_->isRefused() || note.beginning().end < 1 || !note.file.canBeGoneOnFrom())
         discard();
     else
         around_.leftovers.put({.folder = around_.receiving.tokenOf(place_.folder), .note = std::move(note)}, *item_);

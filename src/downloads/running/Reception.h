@@ -6,11 +6,13 @@
 #include <optional>
 #include <stop_token>
 #include <string>
+#include <vector>
 
 #include "downloads/partials/PartialFile.h"
 #include "downloads/partials/ResumePoint.h"
 #include "downloads/running/AnswerCheck.h"
 #include "downloads/running/RunSurroundings.h"
+#include "downloads/running/SideConnections.h"
 #include "downloads/running/SpeedMeter.h"
 
 namespace tovri {
@@ -48,12 +50,12 @@ public:
     // The link that the token goes on with.
     [[nodiscard]] std::optional<std::string> link() const;
 
-    // Whether bytes of two attempts, which may have met two contents, stand in the partial file.
+    // Whether bytes of several attempts, which may have met several contents, stand in the partial file.
     [[nodiscard]] bool isJoined() const { return isJoined_; }
 
     // The rest: one attempt after the other while trying again may mend what failed, each from where the one before
-    // ended, or from the first byte where there is no way to go on. Keeps the item's progress and speed. Fails with
-    // the last failure; the tries say whether that is for good.
+    // ended, or from the first byte where there is no way to go on; and beside it others, where that pays. Keeps the
+    // item's progress and speed. Fails with the last failure; the tries say whether that is for good.
     Task<Result<void>> receive(std::string link, std::stop_token stop);
 
     // Returns when all bytes are written, with their checksum if `mustKnowChecksum`, even where it has to be read.
@@ -92,11 +94,18 @@ private:
     Task<Result<void>> goOnFrom(ResumePoint point, std::stop_token stop);
     void dropToken();
     Task<bool> findWhole(std::stop_token stop);
-    Task<Result<ResumePoint>> withNote(ResumePoint point, ReceivingFolders::Place place);
+
+    // From where a transfer goes on: what its token or an earlier transfer says, and which bytes are there.
+    struct Standing {
+        ResumePoint point;
+        std::vector<NotedPart> parts;
+    };
+
+    Task<Result<Standing>> withNote(Standing standing, ReceivingFolders::Place place);
     Task<Result<void>> adoptOrBegin(std::stop_token stop);
     Task<Result<void>> adopt(Leftover left, std::stop_token stop);
     Task<Result<void>> reopen();
-    void goOnIn(ReceivingFolders::Place place, ResumePoint point, NotedReach durable);
+    void goOnIn(ReceivingFolders::Place place, Standing standing);
     void receiveIn(ReceivingFolders::Place place, PartialNote begun);
     void noteEverySecond();
     void forget();
@@ -109,14 +118,18 @@ private:
         std::optional<Error> error = {};
     };
 
-    [[nodiscard]] ExpectedAnswer expectedAnswer() const;
-    Task<AttemptEnd> attempt(HostBrake::Pass pass, std::stop_token stop);
+    Task<Result<void>> receiveAll(std::stop_token stop);
+    void beginSides(std::stop_token stop);
+    void endSides();
+    [[nodiscard]] ExpectedAnswer expectedAnswer(const ByteRange& range) const;
+    Task<AttemptEnd> attempt(HostBrake::Pass pass, std::shared_ptr<PartReceiver> receiver, std::stop_token stop);
     [[nodiscard]] TransferRequest request(const ExpectedAnswer& expected) const;
-    [[nodiscard]] AttemptEnd judge(const ExpectedAnswer& expected, TransferEnd end, HostBrake::Pass pass);
-    [[nodiscard]] std::optional<Error> errorOf(const ExpectedAnswer& expected, TransferEnd& end) const;
+    [[nodiscard]] AttemptEnd judge(const ExpectedAnswer& expected, TransferEnd end, HostBrake::Pass pass,
+                                   const PartReceiver& receiver);
+    [[nodiscard]] std::optional<Error> errorOf(const PartReceiver& receiver, TransferEnd& end) const;
     [[nodiscard]] bool canGoOn() const;
     Task<Result<void>> askForLink(Error refusal, std::stop_token stop);
-    void progressed(ByteCount written);
+    void progressed();
     [[nodiscard]] std::optional<ByteBlob> tokenFor(const ArrivedBytes& arrived) const;
 
     RunSurroundings& around_;
@@ -132,9 +145,11 @@ private:
     ReceivingFolders::Place chosen_;  // where a new partial file belongs
     std::shared_ptr<PartialFile> partial_;
     Subscription noting_;
-    ByteCount furthest_ = 0;  // bytes of the file that have come
+    ByteCount begunWith_ = 0;  // bytes that it goes on from
+    ByteCount furthest_ = 0;   // bytes of the file that have come
     bool isJoined_ = false;
     bool refusesRanges_ = false;
+    std::unique_ptr<SideConnections> sides_;  // while it receives
 };
 
 }  // namespace tovri

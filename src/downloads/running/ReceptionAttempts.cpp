@@ -13,18 +13,57 @@ using Urgency = SaveSchedule::Urgency;
 
 Task<Result<void>> Reception::receive(std::string link, std::stop_token stop) {
     link_ = std::move(link);
-    while (true) {
+    beginSides(stop);
+    Result<void> received = co_await receiveAll(std::move(stop));
+    endSides();
+    co_return received;
+}
+
+// The first connection brings one share of the file after the other, and those beside it theirs.
+Task<Result<void>> Reception::receiveAll(std::stop_token stop) {
+    while (!partial_->isWhole()) {
+        const std::optional<RangePlan::Share> share = partial_->share();
+        if (!share) {
+            Result<void> ended = co_await sides_->oneEnds(stop);
+            if (!ended) co_return ended;
+            continue;
+        }
+        auto receiver = std::make_shared<PartReceiver>(partial_, *share);
         Result<HostBrake::Pass> pass = co_await tries_.begin(hostOf(link_), stop);
         if (!pass) co_return failure(pass);
-        AttemptEnd end = co_await attempt(std::move(*pass), stop);
-        if (!end.error) co_return Result<void>();
+        AttemptEnd end = co_await attempt(std::move(*pass), receiver, stop);
+        receiver->giveBack();
+        sides_->firstPauses();
+        if (!end.error) continue;
         if (stop.stop_requested() || end.next == Next::nothing) co_return failure(std::move(*end.error));
         if (end.next == Next::newLink) {
             Result<void> asked = co_await askForLink(std::move(*end.error), stop);
             if (!asked) co_return asked;
+            sides_->follow(link_, listedChecksum(*item_).has_value());
         }
-        if (end.next == Next::firstByte || !canGoOn()) beginAnew();
+        if (end.next == Next::firstByte || !canGoOn()) {
+            beginAnew();
+            beginSides(stop);
+        }
     }
+    co_return Result<void>();
+}
+
+// Where parts of this file did not fit together before, they come one behind the other.
+void Reception::beginSides(std::stop_token stop) {
+    const SideConnections::Ports ports{around_.loop, around_.volumes, around_.transfers, around_.brakes,
+                                       around_.connections};
+    const int most = item_->hasStartedOver ? 0 : ConnectionBudget::perHost - 1;
+    sides_ = std::make_unique<SideConnections>(ports, partial_, most, [this, stop = std::move(stop)] {
+        if (!stop.stop_requested()) progressed();
+    });
+    sides_->follow(link_, listedChecksum(*item_).has_value());
+}
+
+void Reception::endSides() {
+    isJoined_ = isJoined_ || sides_->haveHelped();
+    item_->roomKept = 0;
+    sides_.reset();
 }
 
 // The same content under a link that is good now.
@@ -39,12 +78,13 @@ Task<Result<void>> Reception::askForLink(Error refusal, std::stop_token stop) {
 
 // --- One attempt ---
 
-ExpectedAnswer Reception::expectedAnswer() const {
+ExpectedAnswer Reception::expectedAnswer(const ByteRange& range) const {
     const AnnouncedFile announced = partial_->announced();
-    const ByteCount offset = partial_->taken();
-    return {.offset = offset,
+    const bool isToTheEnd = range.end == announced.limit || range.end == RangePlan::unknownEnd;
+    return {.offset = range.first,
+            .end = isToTheEnd ? std::nullopt : std::optional(range.end),
             .length = announced.length,
-            .validator = offset > 0 ? announced.validator : std::string(),
+            .validator = range.first > 0 || !isToTheEnd ? announced.validator : std::string(),
             .listedSize = item_->expectedSize(),
             .hasListedChecksum = listedChecksum(*item_).has_value()};
 }
@@ -53,6 +93,7 @@ TransferRequest Reception::request(const ExpectedAnswer& expected) const {
     TransferRequest request;
     request.url = link_;
     request.first = expected.offset;
+    if (expected.end) request.last = *expected.end - 1;
     request.validator = expected.hasListedChecksum ? std::string() : expected.validator;
     request.accept = [expected, partial = partial_](const AnswerHead& head) -> Result<void> {
         Result<AnnouncedFile> announced = checkAnswer(expected, head);
@@ -61,16 +102,19 @@ TransferRequest Reception::request(const ExpectedAnswer& expected) const {
         partial->announce(std::move(*announced));
         return {};
     };
-    request.receiver = partial_;
     return request;
 }
 
-Task<Reception::AttemptEnd> Reception::attempt(HostBrake::Pass pass, std::stop_token stop) {
-    const ExpectedAnswer expected = expectedAnswer();
+Task<Reception::AttemptEnd> Reception::attempt(HostBrake::Pass pass, std::shared_ptr<PartReceiver> receiver,
+                                               std::stop_token stop) {
+    const ExpectedAnswer expected = expectedAnswer(receiver->range());
     TransferRequest request = this->request(expected);
-    request.onProgress = [this, &pass, offset = expected.offset, stop](ByteCount received) {
+    request.receiver = receiver;
+    request.onProgress = [this, &pass, stop](ByteCount received) {
         pass.succeeded();
-        if (!stop.stop_requested()) progressed(offset + received);
+        if (stop.stop_requested()) return;
+        if (received > 0) sides_->firstBrings();
+        progressed();
     };
     std::stop_source given;  // up, for either reason
     std::stop_callback stopped(stop, [given]() mutable { given.request_stop(); });
@@ -85,17 +129,18 @@ Task<Reception::AttemptEnd> Reception::attempt(HostBrake::Pass pass, std::stop_t
     Result<TransferEnd> end = co_await Answer<TransferEnd>(
         around_.loop, given.get_token(),
         [this, &request](auto done) { return around_.transfers.fetch(std::move(request), std::move(done)); });
-    if (end) co_return judge(expected, std::move(*end), std::move(pass));
+    if (end) co_return judge(expected, std::move(*end), std::move(pass), *receiver);
     if (isStarved && !stop.stop_requested()) tries_.isStarved();
     co_return AttemptEnd{.error = std::move(end.error())};
 }
 
 // --- What follows ---
 
-Reception::AttemptEnd Reception::judge(const ExpectedAnswer& expected, TransferEnd end, HostBrake::Pass pass) {
-    if (end.received > 0) progressed(expected.offset + end.received);
+Reception::AttemptEnd Reception::judge(const ExpectedAnswer& expected, TransferEnd end, HostBrake::Pass pass,
+                                       const PartReceiver& receiver) {
+    if (end.received > 0) progressed();
     if (end.received > 0 && expected.offset > 0) isJoined_ = true;
-    std::optional<Error> error = errorOf(expected, end);
+    std::optional<Error> error = errorOf(receiver, end);
     if (!error) {
         pass.succeeded();
         return {};
@@ -104,21 +149,24 @@ Reception::AttemptEnd Reception::judge(const ExpectedAnswer& expected, TransferE
     if (tries_.isUsedUp() || partial_->error()) return {Next::nothing, std::move(error)};
     if (isExpiredLink(*error)) return {Next::newLink, std::move(error)};
     const bool isOfRange = end.head && (end.head->status == 416 || !checkAnswer(expected, *end.head));
-    if (isOfRange && expected.offset > 0 && !isResumed()) {
+    if (isOfRange && (expected.offset > 0 || expected.end) && !isResumed()) {
         refusesRanges_ = true;
         return {Next::firstByte, std::move(error)};
     }
     return {Next::nothing, std::move(error)};
 }
 
-std::optional<Error> Reception::errorOf(const ExpectedAnswer& expected, TransferEnd& end) const {
+// What comes after the last byte that it was to bring is nobody's concern.
+std::optional<Error> Reception::errorOf(const PartReceiver& receiver, TransferEnd& end) const {
     if (std::optional<Error> refused = partial_->error()) return refused;
-    const AnnouncedFile announced = partial_->announced();
-    const bool hasAll = announced.length && expected.offset + end.received == *announced.length;
-    const bool isLateFault = end.error && end.error->transportFault != TransportFault::none && end.received > 0;
-    if (end.error && !(hasAll && isLateFault)) return std::move(end.error);
-    const ByteCount whole = announced.length.value_or(announced.limit);
-    if (whole < 0 || expected.offset + end.received == whole) return std::nullopt;
+    if (receiver.isDone() && (end.received > 0 || !end.error)) return std::nullopt;
+    if (end.error) return std::move(end.error);
+    AnnouncedFile announced = partial_->announced();
+    if (announced.limit < 0) {  // the end of the answer was the end of the file
+        announced.limit = partial_->taken();
+        partial_->announce(std::move(announced));
+        return std::nullopt;
+    }
     const TransportFault fault = announced.length ? TransportFault::brokenOff : TransportFault::none;
     return Error(fault, "The server sent fewer bytes than it announced; retry.");
 }
@@ -127,11 +175,14 @@ std::optional<Error> Reception::errorOf(const ExpectedAnswer& expected, Transfer
 bool Reception::canGoOn() const {
     const AnnouncedFile announced = partial_->announced();
     if (partial_->taken() == 0) return true;
-    if (refusesRanges_ || !announced.length || partial_->taken() >= *announced.length) return false;
+    if (refusesRanges_ || !announced.length) return false;
     return !announced.validator.empty() || listedChecksum(*item_);
 }
 
-void Reception::progressed(ByteCount written) {
+void Reception::progressed() {
+    if (sides_) sides_->look();
+    if (sides_ && sides_->hasRoom()) item_->roomKept = item_->expectedSize();
+    const ByteCount written = partial_->taken();
     if (written > furthest_) {
         furthest_ = written;
         tries_.gains();

@@ -43,38 +43,40 @@ Task<Result<void>> Reception::goOnFrom(ResumePoint point, std::stop_token stop) 
         dropToken();
         co_return failure(place);
     }
-    const NotedReach durable{.end = point.offset, .checksum = point.checksum};
-    if (!point.isWhole()) {
-        Result<ResumePoint> further = co_await withNote(point, *place);
-        if (further) point = std::move(*further);
+    const NotedReach reach{.end = point.offset, .checksum = point.checksum};
+    Standing standing{.point = std::move(point), .parts = {{.first = 0, .written = reach, .durable = reach}}};
+    if (!standing.point.isWhole()) {
+        Result<Standing> further = co_await withNote(standing, *place);
+        if (further) standing = std::move(*further);
     }
-    goOnIn(std::move(*place), std::move(point), durable);
+    goOnIn(std::move(*place), std::move(standing));
     Result<void> opened = co_await reopen();
     if (!stop.stop_requested()) dropToken();
     co_return opened;
 }
 
-// What came after the token, where the process that went on from it was killed.
-Task<Result<ResumePoint>> Reception::withNote(ResumePoint point, ReceivingFolders::Place place) {
+// What came after the token, where the process that went on from it was killed, and what is there behind gaps.
+Task<Result<Reception::Standing>> Reception::withNote(Standing standing, ReceivingFolders::Place place) {
     const NotedFile file{.fileID = item_->fileID,
-                         .length = point.length,
-                         .validator = point.validator,
+                         .length = standing.point.length,
+                         .validator = standing.point.validator,
                          .checksum = listedChecksum(*item_)};
-    auto read = [&files = around_.files, path = place.folder / point.partial.text(), bootID = around_.bootID, file,
-                 point]() -> Result<ResumePoint> {
+    const std::filesystem::path path = place.folder / standing.point.partial.text();
+    auto read = [&files = around_.files, path, bootID = around_.bootID, file, standing]() -> Result<Standing> {
         const auto dated = NoteFile::read(files, path);
-        const auto note = dated ? dated->counting(bootID) : std::nullopt;
-        ResumePoint further = point;
+        auto note = dated ? dated->counting(bootID) : std::nullopt;
+        Standing further = standing;
         if (!note || !file.isSame(note->file)) return further;
-        const NotedReach reach = note->beginning();
-        if (reach.end <= point.offset || reach.end > files.fileSize(path).value_or(0)) return further;
-        further.validator = note->file.validator;
-        further.offset = reach.end;
-        further.checksum = reach.checksum;
+        const ByteCount size = files.fileSize(path).value_or(0);
+        std::erase_if(note->parts, [size](const NotedPart& part) { return part.written.end > size; });
+        further.parts = united(std::move(further.parts), note->parts);
+        further.point.offset = further.parts.front().written.end;
+        further.point.checksum = further.parts.front().written.checksum;
+        if (!note->file.validator.empty()) further.point.validator = note->file.validator;
         return further;
     };
-    Result<ResumePoint> further =
-        co_await onVolume<ResumePoint>(around_.loop, around_.volumes, place.lane, {}, std::move(read));
+    Result<Standing> further =
+        co_await onVolume<Standing>(around_.loop, around_.volumes, place.lane, {}, std::move(read));
     co_return further;
 }
 
@@ -137,30 +139,34 @@ Task<Result<void>> Reception::adopt(Leftover left, std::stop_token stop) {
     if (!place) co_return failure(place);
     const NotedFile file = left.note.file;
     const NotedReach reach = left.note.beginning();
-    const ResumePoint point{.link = "",
-                            .validator = file.validator,
-                            .length = file.length,
-                            .offset = reach.end,
-                            .partial = left.note.partial,
-                            .checksum = reach.checksum,
-                            .folder = left.folder};
-    Result<ResumePoint> further = co_await withNote(point, *place);
+    Standing standing{.point = {.link = "",
+                                .validator = file.validator,
+                                .length = file.length,
+                                .offset = reach.end,
+                                .partial = left.note.partial,
+                                .checksum = reach.checksum,
+                                .folder = left.folder},
+                      .parts = std::move(left.note.parts)};
+    for (NotedPart& part : standing.parts) part.durable = {.end = part.first, .checksum = Checksum()};
+    Result<Standing> further = co_await withNote(std::move(standing), *place);
     isAdopted_ = true;
-    goOnIn(std::move(*place), std::move(*further), {});
+    goOnIn(std::move(*place), std::move(*further));
     partial_->putOnTrial();
     Result<void> opened = co_await reopen();
     if (!opened) co_return opened;
-    speed_ = SpeedMeter(around_.loop.now(), resumed_->offset);
-    progressed(resumed_->offset);
+    progressed();
     co_return Result<void>();
 }
 
-void Reception::goOnIn(ReceivingFolders::Place place, ResumePoint point, NotedReach durable) {
-    const NotedPart part{.first = 0, .written = {.end = point.offset, .checksum = point.checksum}, .durable = durable};
-    receiveIn(std::move(place), {.partial = point.partial, .file = {}, .parts = {part}});
+void Reception::goOnIn(ReceivingFolders::Place place, Standing standing) {
+    ResumePoint& point = standing.point;
+    item_->onDisk = 0;
+    item_->roomKept = standing.parts.back().written.end;  // also between them
+    receiveIn(std::move(place), {.partial = point.partial, .file = {}, .parts = std::move(standing.parts)});
     link_ = point.link;
     partial_->announce({.length = point.length, .validator = point.validator, .limit = point.length});
-    furthest_ = point.offset;
+    furthest_ = begunWith_ = partial_->taken();
+    speed_ = SpeedMeter(around_.loop.now(), begunWith_);
     isJoined_ = true;
     resumed_ = std::move(point);
 }
@@ -170,12 +176,13 @@ void Reception::receiveIn(ReceivingFolders::Place place, PartialNote begun) {
     place_ = std::move(place);
     begun.file.fileID = item_->fileID;
     begun.file.checksum = listedChecksum(*item_);
-    const NotedReach reach = begun.beginning();
+    std::vector<WrittenPart> parts;
+    for (const NotedPart& part : begun.parts) parts.push_back({{part.first, part.written.end}, part.written.checksum});
+    const bool mayHaveNote = !parts.empty();
     const std::filesystem::path path = place_.folder / name_.text();
     partial_ = std::make_shared<PartialFile>(
-        PartialFile::Place{around_.files, around_.volumes, place_.lane, path},
-        ArrivedBytes{.length = reach.end, .checksum = reach.checksum},
-        std::make_unique<NoteKeeper>(around_.files, path, around_.bootID, std::move(begun), reach.end > 0));
+        PartialFile::Place{around_.files, around_.volumes, place_.lane, path}, WrittenParts(std::move(parts)),
+        std::make_unique<NoteKeeper>(around_.files, path, around_.bootID, std::move(begun), mayHaveNote));
     noteEverySecond();
 }
 

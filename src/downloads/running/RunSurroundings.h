@@ -6,6 +6,8 @@
 #include <string>
 
 #include "downloads/DownloadService.h"
+#include "downloads/connections/ConnectionBudget.h"
+#include "downloads/connections/LinksAhead.h"
 #include "downloads/holding/DestinationCheck.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/partials/KeptFiles.h"
@@ -47,6 +49,8 @@ struct RunSurroundings {
     DestinationCheck& destinations;
     const WallClock& clock;
     HostBrakes& brakes;
+    ConnectionBudget& connections;
+    LinksAhead& links;
 
     std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded
     std::filesystem::path stagingFolder;

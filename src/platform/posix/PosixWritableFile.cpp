@@ -102,11 +102,11 @@ Result<ByteBlob> PosixWritableFile::readAt(ByteCount offset, std::size_t limit) 
     return bytes;
 }
 
-Result<void> PosixWritableFile::allocate(ByteCount length) {
-    if (length <= 0) return {};
-    if (retrying([&] { return ::fallocate(file_.number(), FALLOC_FL_KEEP_SIZE, 0, length); }) == 0) return {};
+Result<bool> PosixWritableFile::allocate(ByteCount length) {
+    if (length <= 0) return true;
+    if (retrying([&] { return ::fallocate(file_.number(), FALLOC_FL_KEEP_SIZE, 0, length); }) == 0) return true;
     if (errno == ENOSPC || errno == EDQUOT || errno == EFBIG || errno == EIO) return failure(writeError(path_, errno));
-    return {};
+    return false;
 }
 
 Result<void> PosixWritableFile::synchronize() {

@@ -21,7 +21,7 @@ public:
 
     [[nodiscard]] Result<void> writeAt(ByteCount offset, std::string_view bytes) override;
     [[nodiscard]] Result<ByteBlob> readAt(ByteCount offset, std::size_t limit) override;
-    [[nodiscard]] Result<void> allocate(ByteCount length) override;
+    [[nodiscard]] Result<bool> allocate(ByteCount length) override;
     [[nodiscard]] Result<void> synchronize() override;
 
     [[nodiscard]] ByteCount size() const override { return size_; }

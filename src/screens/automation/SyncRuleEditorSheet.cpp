@@ -25,7 +25,7 @@ Stepper SyncRuleEditorSheet::pollInterval() const {
 const char* SyncRuleEditorSheet::notice() const {
     SyncRule edited;
     if (existingRule_) edited.id = existingRule_->id;
-    edited.putioFolderID = putioFolderID_;
+    edited.putioFolderID = remoteFolder_.chosen().id;
     edited.localFolderPath = localFolderPath_;
     const bool isSecond = isOpen_ && canConfirm() && ruleOfPair(manager_.rules(), edited);
     return isSecond ? "Another rule brings this folder to the same place already." : "";

@@ -5,6 +5,7 @@ import random
 import re
 import signal
 import unittest
+import zlib
 
 from support import ProgramTest, wait_until
 from test_disk import MISSING, PowerCut
@@ -12,50 +13,72 @@ from test_disk import MISSING, PowerCut
 MIB = 1 << 20
 # Of the file that is killed. 1073741824 is a GiB.
 SIZE = int(os.environ.get("TOVRI_TEST_SIZE", 64 * MIB))
-# Bytes that are written between a look at the file and the kill, or before their note: a piece or two.
-PIECES = MIB
+KILLS = int(os.environ.get("TOVRI_TEST_KILLS", 10))
+RATE = SIZE // 16  # of each connection
+# Bytes that are written between a look at the note and the kill, or before the note, or that were sent beyond the end of
+# a range that was divided: a piece or two of each connection.
+PIECES = 6 * (MIB // 4)
+SLOT = 8192
 
 
-def first_byte(request):
-    return int(re.fullmatch(r"bytes=(\d+)-", request["range"]).group(1)) if request["range"] else 0
+def noted_bytes(note):
+    """How many bytes of its partial file count after a kill, by the younger of its slots that is whole."""
+    content = note.read_bytes() if note.exists() else b""
+    best, counting = 0, 0
+    for slot in (content[:SLOT], content[SLOT:2 * SLOT]):
+        lines = slot.split(b"\0")[0].decode().splitlines()
+        if len(lines) < 11 or f"{zlib.crc32(chr(10).join(lines[:-1] + ['']).encode()):08x}" != lines[-1]:
+            continue
+        parts = [line.split() for line in lines[9:-1]]
+        if int(lines[1]) > best:
+            best, counting = int(lines[1]), sum(int(end) - int(first) for first, end, *_ in parts)
+    return counting
 
 
 class LargeFile(ProgramTest):
     def account_of(self, size):
         return ("--files", "1", "--folders", "0", "--min-size", str(size), "--max-size", str(size))
 
-    def kill_at(self, place, *arguments):
-        """Kills the program when its partial file is so large. How large that is then."""
-        process = self.start(*arguments)
-        wait_until(lambda: process.poll() is not None or self.partial_bytes() >= place, f"byte {place}")
-        self.assertIsNone(process.poll(), "it has come to its end")
-        self.end(process)
-        return self.partial_bytes()
+    def counting(self):
+        return sum(noted_bytes(note) for note in self.data.glob("Partial/*.note"))
+
+    def sent(self):
+        """Once the server knows that its connections are gone."""
+        wait_until(lambda: all(r["endedAt"] for r in self.sandbox.requests("storage")), "the ends of all requests")
+        return sum(r["bytesSent"] for r in self.sandbox.requests("storage"))
 
 
 class Kills(LargeFile):
-    def test_each_restart_goes_on_eight_mebibytes_before_at_most(self):
+    def kill_at(self, place, *arguments):
+        """Kills the program when so many bytes count."""
+        process = self.start(*arguments)
+        wait_until(lambda: process.poll() is not None or self.counting() >= place, f"byte {place}")
+        self.assertIsNone(process.poll(), "it has come to its end")
+        self.end(process)
+
+    def test_each_restart_keeps_every_part_but_eight_mebibytes_at_most(self):
         self.account = self.account_of(SIZE)
         self.serve(*self.account)
-        self.sandbox.fault(f"storage:*:rate={SIZE // 4}")
+        self.sandbox.fault(f"storage:*:rate={RATE}")
         seed = int(os.environ.get("TOVRI_TEST_SEED", random.randrange(1 << 30)))
         chance = random.Random(seed)
         arguments = ["get", "/Generated", "--to", str(self.downloads)]
-        stood, asked, worst = 0, 0, 0
+        lost, worst = 0, 0
         with self.subTest(f"TOVRI_TEST_SEED={seed}"):
-            for place in sorted(chance.randrange(SIZE * 95 // 100) for _ in range(20)):
-                stands = self.kill_at(max(place, stood + 1), *arguments)
+            for place in sorted(chance.randrange(SIZE * 9 // 10) for _ in range(KILLS)):
+                self.kill_at(max(place, self.counting() + 1), *arguments)
                 arguments = ["run"] if self.queue() else arguments
-                requests = self.sandbox.requests("storage")
-                self.assertEqual(len(requests), asked + 1)
-                back = stood - first_byte(requests[-1])
-                self.assertLessEqual(back, 8 * MIB + PIECES)
-                asked, stood, worst = len(requests), stands, max(worst, back)
+                now_lost = self.sent() - self.counting()
+                self.assertLessEqual(now_lost - lost, 8 * MIB + PIECES)
+                lost, worst = now_lost, max(worst, now_lost - lost)
             self.sandbox.call("DELETE", "faults")
             self.run_cli("run")
             self.assert_tree()
-            sent = sum(r["bytesSent"] for r in self.sandbox.requests("storage"))
-            print(f"{asked - 1} restarts, the worst {worst / MIB:.1f} MiB before; sent {sent / SIZE:.2f} times")
+            self.assertLessEqual(self.sent(), SIZE + lost + PIECES, "what counted was gone on from")
+            ranges = [r["range"] for r in self.sandbox.requests("storage") if r["range"]]
+            self.assertTrue(any(re.fullmatch(r"bytes=\d+-\d+", each) for each in ranges), "no part of a file")
+            print(f"{KILLS} kills, the worst of {worst / MIB:.1f} MiB; sent {self.sent() / SIZE:.2f} times "
+                  f"in {len(self.sandbox.requests('storage'))} requests")
 
 
 @unittest.skipIf(MISSING, f"no disk images: {MISSING}")
@@ -63,24 +86,24 @@ class PowerLosses(PowerCut, LargeFile):
     account = ()
 
     def test_what_was_made_durable_is_gone_on_from(self):
-        rate = 24 * MIB
-        self.account = self.account_of(192 * MIB)
+        size, rate = 192 * MIB, 4 * MIB
+        self.account = self.account_of(size)
         self.serve(*self.account)
         self.sandbox.fault(f"storage:*:rate={rate}")
         process = self.start("get", "/Generated", "--to", str(self.downloads))
-        wait_until(lambda: self.partial_bytes() >= 150 * MIB, "most of the file")
+        wait_until(lambda: self.counting() >= 150 * MIB, "most of the file")
         process.send_signal(signal.SIGSTOP)  # it stands still while the disk's state is taken
-        stood = self.partial_bytes()
+        stood = self.counting()
         left = self.copy_of_disk()
         self.end(process)
         self.go_on_with(left)
         self.sandbox.call("DELETE", "faults")
         self.sandbox.call("POST", "reset-log", "")
         self.run_cli("run")
-        back = stood - first_byte(self.sandbox.requests("storage")[0])
+        back = stood - (size - self.sent())
         print(f"{back / MIB:.1f} MiB before where it stood")
         # What arrives while the disk syncs comes on top.
-        self.assertLessEqual(back, 64 * MIB + 2 * rate)
+        self.assertLessEqual(back, 64 * MIB + 2 * 6 * rate)
         self.assertEqual({item["status"] for item in self.queue()}, {"completed"})
         self.assert_tree()
 

@@ -251,7 +251,8 @@ class BetweenMounts(ProgramTest):
     def test_an_end_during_the_copy_fetches_nothing_again(self):
         self.account = ("--files", "1", "--folders", "0", "--min-size", "200MB", "--max-size", "200MB")
         self.serve()
-        process = self.start("get", "/Generated", "--to", str(self.downloads))
+        # A limit, so that all bytes come one behind the other.
+        process = self.start("get", "/Generated", "--to", str(self.downloads), "--limit-rate", "500M")
         wait_until(lambda: self.partial_bytes() == 200_000_000, "the last byte")
         process.send_signal(signal.SIGINT)
         process.communicate(timeout=20)

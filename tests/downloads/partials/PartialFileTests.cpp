@@ -1,3 +1,5 @@
+#include <map>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -36,13 +38,24 @@ public:
     // Of each of these, in mebibytes.
     void receive(PartialFile& file, int count) {
         for (int i = 0; i < count; ++i) {
-            ASSERT_EQ(file.take(std::string(mebibyte, 'x')), Taken::all);
+            ASSERT_EQ(take(file.shared_from_this(), std::string(mebibyte, 'x')), Taken::all);
             settle();
         }
     }
 
     std::shared_ptr<PartialFile> make(ArrivedBytes arrived = {}) {
         return std::make_shared<PartialFile>(PartialFile::Place{files, volumes, lane, path}, arrived);
+    }
+
+    // Over one connection from where its bytes end.
+    Taken take(const std::shared_ptr<PartialFile>& file, std::string_view bytes) {
+        std::shared_ptr<PartReceiver>& receiver = receivers_[file];
+        if (!receiver) receiver = connect(file);
+        return receiver->take(bytes);
+    }
+
+    static std::shared_ptr<PartReceiver> connect(const std::shared_ptr<PartialFile>& file) {
+        return std::make_shared<PartReceiver>(file, file->share().value());
     }
 
     void settle() {
@@ -63,6 +76,9 @@ public:
     VirtualLoop loop;
     VirtualVolumeQueues volumes{loop};
     MemoryFileManager files;
+
+private:
+    std::map<std::shared_ptr<PartialFile>, std::shared_ptr<PartReceiver>> receivers_;
 };
 
 TEST_F(PartialFileTest, aFullBufferTakesNothingUntilHalfOfItIsFree) {
@@ -71,16 +87,16 @@ TEST_F(PartialFileTest, aFullBufferTakesNothingUntilHalfOfItIsFree) {
     std::string all;
     const auto piece = [](char letter) { return std::string(mebibyte, letter); };
     for (const char letter : {'a', 'b', 'c', 'd'}) {
-        EXPECT_EQ(file->take(piece(letter)), Taken::all);
+        EXPECT_EQ(take(file, piece(letter)), Taken::all);
         all += piece(letter);
     }
-    EXPECT_EQ(file->take(piece('e')), Taken::none);
+    EXPECT_EQ(take(file, piece('e')), Taken::none);
     int told = 0;
     ByteCount writtenBefore = 0;
     file->whenReady([&] {
         ++told;
         writtenBefore = file->written().length;
-        EXPECT_EQ(file->take(piece('e')), Taken::all);
+        EXPECT_EQ(take(file, piece('e')), Taken::all);
     });
     settle();
     EXPECT_EQ(told, 0);
@@ -103,13 +119,13 @@ TEST_F(PartialFileTest, aVolumeThatFailsEndsTheTransferWithItsReason) {
     const auto file = make();
     files.failNext("writeAt", path, {ErrorCase::file, "The disk is full."});
     volumes.hang(lane);
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(file->take(std::string(mebibyte, 'x')), Taken::all);
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(take(file, std::string(mebibyte, 'x')), Taken::all);
     bool isTold = false;  // or the connection would wait for ever
     file->whenReady([&] { isTold = true; });
     volumes.goOn(lane);
     settle();
     EXPECT_TRUE(isTold);
-    EXPECT_EQ(file->take("more"), Taken::refused);
+    EXPECT_EQ(take(file, "more"), Taken::refused);
     EXPECT_EQ(file->error().value().description, "The disk is full.");
     EXPECT_EQ(file->finish().error().description, "The disk is full.");
     EXPECT_EQ(file->written().length, 0) << "nothing counts that came after the gap";
@@ -125,17 +141,18 @@ TEST_F(PartialFileTest, takesNothingBeyondTheAnnouncement) {
         const auto file = make({.length = before, .checksum = std::nullopt});
         if (before > 0) ASSERT_TRUE(file->reopen());
         file->announce({.length = before + 10, .validator = "\"a\"", .limit = before + 10});
-        EXPECT_EQ(file->take("56789"), Taken::all);
-        EXPECT_EQ(file->take("ABCDEF"), Taken::refused);
-        EXPECT_EQ(file->take("G"), Taken::refused) << "what is refused once does not go on";
+        EXPECT_EQ(take(file, "56789"), Taken::all);
+        EXPECT_EQ(take(file, "ABCDEF"), Taken::refused);
+        EXPECT_EQ(take(file, "G"), Taken::refused) << "what is refused once does not go on";
         settle();
         EXPECT_EQ(files.content(path), before == 0 ? "56789" : "0123456789");
         EXPECT_EQ(file->finish().error().description, "The server sent more bytes than it announced; retry.");
         EXPECT_EQ(file->announced().validator, "") << "there is no way to go on from it";
     }
     const auto exact = make();
+    EXPECT_EQ(take(exact, ""), Taken::all);
     exact->announce({.length = std::nullopt, .validator = "", .limit = 0});
-    EXPECT_EQ(exact->take("x"), Taken::refused);
+    EXPECT_EQ(take(exact, "x"), Taken::refused);
 }
 
 TEST_F(PartialFileTest, knowsTheChecksumOfWhatItWasGoneOnFrom) {
@@ -146,7 +163,7 @@ TEST_F(PartialFileTest, knowsTheChecksumOfWhatItWasGoneOnFrom) {
         first.add("12345");
         const auto file = make({.length = 5, .checksum = isKnown ? std::optional(first) : std::nullopt});
         ASSERT_TRUE(file->reopen());
-        EXPECT_EQ(file->take("6789"), Taken::all);
+        EXPECT_EQ(take(file, "6789"), Taken::all);
         const Result<ArrivedBytes> finished = file->finish();
         EXPECT_EQ(finished.value().length, 9);
         EXPECT_EQ(finished->checksum.has_value(), isKnown);
@@ -159,12 +176,12 @@ TEST_F(PartialFileTest, knowsTheChecksumOfWhatItWasGoneOnFrom) {
 
 TEST_F(PartialFileTest, leavesNothingBehindWhenItIsNotWantedAnyMore) {
     const auto file = make();
-    EXPECT_EQ(file->take("bytes"), Taken::all);
+    EXPECT_EQ(take(file, "bytes"), Taken::all);
     settle();
     EXPECT_TRUE(files.exists(path));
-    EXPECT_EQ(file->take("more bytes"), Taken::all);
+    EXPECT_EQ(take(file, "more bytes"), Taken::all);
     file->close();
-    EXPECT_EQ(file->take("late"), Taken::refused);
+    EXPECT_EQ(take(file, "late"), Taken::refused);
     volumes.run(lane, [file] { file->remove(); });
     settle();
     EXPECT_FALSE(files.exists(path));
@@ -191,7 +208,7 @@ TEST_F(PartialFileTest, notesEachSecondAndMakesEachTenDurable) {
     const auto file = makeNoted();
     file->announce({.length = 1000, .validator = "\"a\""});
     for (int second = 1; second <= 10; ++second) {
-        EXPECT_EQ(file->take("bytes"), Taken::all);
+        EXPECT_EQ(take(file, "bytes"), Taken::all);
         file->second();
         settle();
         EXPECT_EQ(noteSays(), 5 * second);
@@ -209,7 +226,7 @@ TEST_F(PartialFileTest, notesNothingThatNobodyCouldGoOnFrom) {
                                            AnnouncedFile{.length = 1000, .validator = ""}}) {
         const auto file = makeNoted();
         file->announce(announced);
-        EXPECT_EQ(file->take("bytes"), Taken::all);
+        EXPECT_EQ(take(file, "bytes"), Taken::all);
         file->second();
         settle();
         EXPECT_TRUE(file->synchronize());
@@ -222,11 +239,11 @@ TEST_F(PartialFileTest, notesNothingThatNobodyCouldGoOnFrom) {
 TEST_F(PartialFileTest, callsNothingDurableThatTheDiskHasRefused) {
     const auto file = makeNoted();
     file->announce({.length = 1000, .validator = "\"a\""});
-    EXPECT_EQ(file->take("bytes"), Taken::all);
+    EXPECT_EQ(take(file, "bytes"), Taken::all);
     files.failNext("makeDurable", noted, {ErrorCase::file, "The disk is broken."});
     for (int i = 0; i < 30; ++i) file->second();
     settle();
-    EXPECT_EQ(file->take("bytes"), Taken::all);
+    EXPECT_EQ(take(file, "bytes"), Taken::all);
     for (int i = 0; i < 30; ++i) file->second();
     settle();
     EXPECT_EQ(noteSays(), 10);
@@ -237,7 +254,7 @@ TEST_F(PartialFileTest, isOnTrialFromTheServersWordToTheFirstByte) {
     const auto isOnTrial = [&] { return NoteFile::read(files, noted)->note.isOnTrial; };
     const auto before = makeNoted();
     before->announce({.length = 1000, .validator = "\"a\""});
-    EXPECT_EQ(before->take("12345"), Taken::all);
+    EXPECT_EQ(take(before, "12345"), Taken::all);
     settle();
     EXPECT_TRUE(before->synchronize());
     EXPECT_FALSE(isOnTrial());
@@ -252,7 +269,7 @@ TEST_F(PartialFileTest, isOnTrialFromTheServersWordToTheFirstByte) {
     settle();
     EXPECT_TRUE(isOnTrial());
     EXPECT_EQ(noteSays("another start"), 5) << "what was durable still is";
-    EXPECT_EQ(file->take("6"), Taken::all);
+    EXPECT_EQ(take(file, "6"), Taken::all);
     settle();
     EXPECT_FALSE(isOnTrial());
     EXPECT_EQ(noteSays(), 6);
@@ -264,9 +281,9 @@ TEST_F(PartialFileTest, isOnTrialFromTheServersWordToTheFirstByte) {
 TEST_F(PartialFileTest, writesNothingAfterItWasAbandoned) {
     const auto file = makeNoted();
     file->announce({.length = 1000, .validator = "\"a\""});
-    EXPECT_EQ(file->take("12345"), Taken::all);
+    EXPECT_EQ(take(file, "12345"), Taken::all);
     settle();
-    EXPECT_EQ(file->take("678"), Taken::all);
+    EXPECT_EQ(take(file, "678"), Taken::all);
     file->abandon();
     settle();
     EXPECT_EQ(files.content(noted), "12345");
@@ -274,6 +291,72 @@ TEST_F(PartialFileTest, writesNothingAfterItWasAbandoned) {
     for (int i = 0; i < 30; ++i) file->second();
     settle();
     EXPECT_EQ(noteSays("another start"), 0);
+}
+
+TEST_F(PartialFileTest, eachConnectionWritesItsShareInItsPlace) {
+    const std::string whole(5U << 20U, 'x');
+    const auto file = make({.length = 1, .checksum = Checksum(checksumOf("x"))});
+    files.put(path, "x");
+    ASSERT_TRUE(file->reopen());
+    file->announce({.length = static_cast<ByteCount>(whole.size()),
+                    .validator = "",
+                    .limit = static_cast<ByteCount>(whole.size())});
+    const auto first = connect(file);
+    const auto second = connect(file);
+    const ByteRange far = second->range();
+    EXPECT_EQ(second->take(std::string(static_cast<std::size_t>(far.length()) - 1, 'x')), Taken::all);
+    EXPECT_FALSE(second->isDone());
+    settle();
+    EXPECT_EQ(file->written().length, 1) << "what is behind a gap is no beginning";
+    EXPECT_EQ(second->take("x"), Taken::all);
+    EXPECT_TRUE(second->isDone());
+    // More than its share: the rest of it has come already.
+    EXPECT_EQ(first->take(whole), Taken::all);
+    EXPECT_EQ(first->take("x"), Taken::refused);
+    EXPECT_TRUE(file->isWhole());
+    EXPECT_EQ(file->finish()->checksum->value(), checksumOf(whole));
+    EXPECT_TRUE(files.content(path) == whole);
+    settle();
+}
+
+// What counts after a kill or a loss of power are the parts that are there, never what lies between them.
+TEST_F(PartialFileTest, theNoteKnowsThePartsAndWhichOfThemAreDurable) {
+    constexpr ByteCount length = 64 * static_cast<ByteCount>(mebibyte);
+    const auto parts = [this](const char* bootID) {
+        std::string text;
+        const auto note = NoteFile::read(files, noted).value().counting(bootID);
+        for (const NotedPart& part : note ? note->parts : std::vector<NotedPart>())
+            text += std::to_string(part.first >> 20U) + "-" + std::to_string(part.written.end >> 20U) + " ";
+        return text;
+    };
+    const auto file = makeNoted();
+    EXPECT_EQ(take(file, ""), Taken::all);
+    file->announce({.length = length, .validator = "\"a\"", .limit = length});
+    const auto side = connect(file);
+    const auto other = connect(file);
+    ASSERT_EQ(side->range().first, length / 2);
+    ASSERT_EQ(other->range().first, length / 4);
+    const auto bring = [&](PartReceiver& receiver, int count) {
+        for (int i = 0; i < count; ++i) {
+            ASSERT_EQ(receiver.take(std::string(mebibyte, 'x')), Taken::all);
+            settle();
+        }
+    };
+    receive(*file, 5);
+    bring(*side, 6);
+    bring(*other, 13);
+    EXPECT_EQ(parts("start"), "0-5 16-29 32-38 ");
+    EXPECT_EQ(parts("another"), "");
+    ASSERT_TRUE(file->synchronize());
+    EXPECT_EQ(parts("another"), "0-5 16-29 32-38 ");
+    bring(*other, 3);  // touches the next
+    receive(*file, 5);
+    EXPECT_EQ(parts("another"), "0-5 16-29 32-38 ");
+    ASSERT_TRUE(file->synchronize());
+    EXPECT_EQ(parts("another"), "0-10 16-38 ");
+    Checksum checksum;
+    checksum.add(std::string(22 * mebibyte, 'x'));
+    EXPECT_EQ(NoteFile::read(files, noted)->note.parts.back().durable.checksum, checksum);
 }
 
 }  // namespace

@@ -167,5 +167,22 @@ TEST_F(Notes, fitIntoTheirSlot) {
     EXPECT_EQ(read(), 1);
 }
 
+// A token, which may be older or younger than the note, knows only what lies at the beginning.
+TEST(PartialNote, whatEitherListSaysIsThere) {
+    const auto part = [](ByteCount first, ByteCount end, ByteCount durable, bool isKnown = true) {
+        NotedPart made{.first = first, .written = {end, Checksum()}, .durable = {durable, Checksum()}};
+        if (!isKnown) made.written.checksum.reset();
+        return made;
+    };
+    using Parts = std::vector<NotedPart>;
+    const Parts note = {part(0, 40, 20), part(60, 80, 60), part(90, 100, 100)};
+    EXPECT_EQ(united({part(0, 30, 30)}, note), (Parts{part(0, 40, 30), note[1], note[2]}));
+    EXPECT_EQ(united({part(0, 50, 50)}, note), (Parts{part(0, 50, 50), note[1], note[2]}));
+    EXPECT_EQ(united({part(0, 40, 40, false)}, note), (Parts{part(0, 40, 40), note[1], note[2]}));
+    EXPECT_EQ(united({part(0, 70, 70)}, note), (Parts{part(0, 80, 70, false), note[2]}))
+        << "of which no checksum is known";
+    EXPECT_EQ(united({part(0, 100, 100)}, note), Parts{part(0, 100, 100)});
+}
+
 }  // namespace
 }  // namespace tovri::test

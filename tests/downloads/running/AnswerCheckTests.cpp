@@ -64,6 +64,33 @@ TEST(AnswerCheck, aWholeFileIsAsLongAsAnnouncedOrElseAsListed) {
     }
 }
 
+TEST(AnswerCheck, aPartIsExactlyThatPart) {
+    struct Case {
+        const char* what = "";
+        AnswerHead answer;
+        bool isAccepted = false;
+    };
+
+    const Case cases[] = {
+        {"as asked", head(206, 20, ContentRange{40, 59, 100}), true},
+        {"to the end", head(206, 60, ContentRange{40, 99, 100})},
+        {"too short", head(206, 19, ContentRange{40, 58, 100})},
+        {"of another file", head(206, 20, ContentRange{40, 59, 101})},
+        {"as long as it says, but not as the range says", head(206, 60, ContentRange{40, 59, 100})},
+        {"the whole file", head(200, 100)},
+    };
+    for (const Case& c : cases) {
+        ExpectedAnswer expected = rest();
+        expected.end = 60;
+        EXPECT_EQ(outcome(expected, c.answer) == "100 \"a\" 100", c.isAccepted) << c.what;
+    }
+    ExpectedAnswer beginning;
+    beginning.end = 40;
+    beginning.length = 100;
+    EXPECT_EQ(outcome(beginning, head(206, 40, ContentRange{0, 39, 100})), "100 \"a\" 100");
+    EXPECT_NE(outcome(beginning, head(200, 100)), "100 \"a\" 100");
+}
+
 TEST(AnswerCheck, theRestIsExactlyTheRest) {
     struct Case {
         const char* what = "";

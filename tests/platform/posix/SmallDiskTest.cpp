@@ -59,7 +59,7 @@ TEST_F(SmallDisk, roomIsKeptBeforeTheBytesCome) {
     const std::string full =
         "The disk is full: no room for the download in " + disk.string() + "; free some space and retry.";
     const auto kept = files.createForWriting(disk / "kept").value();
-    ASSERT_TRUE(kept->allocate(700'000));
+    ASSERT_TRUE(kept->allocate(700'000).value());
     const auto other = files.createForWriting(disk / "other").value();
     EXPECT_EQ(other->allocate(700'000).error().description, full);
     EXPECT_EQ(other->writeAt(0, std::string(700'000, 'x')).error().description, full);
@@ -81,7 +81,7 @@ TEST_F(SmallDisk, tellsWhatItIsAndWhetherItIsThere) {
     EXPECT_EQ(mounted.folder, disk);
     EXPECT_EQ(mounted.total, ByteCount(1) << 20);
     EXPECT_EQ(mounted.longestName, 255U);
-    ASSERT_TRUE(files.createForWriting(disk / "kept").value()->allocate(700'000));
+    ASSERT_TRUE(files.createForWriting(disk / "kept").value()->allocate(700'000).value());
     EXPECT_LT(files.volume(inside)->available, (ByteCount(1) << 20) - 700'000 + 1);
     EXPECT_NE(files.volume(here)->identity, mounted.identity);
 
