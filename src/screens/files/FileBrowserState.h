@@ -24,8 +24,6 @@
 
 namespace tovri {
 
-};
-
 using FileIDs = std::unordered_set<FileID>;
 
 // What the file browser shows: one put.io folder, the way to it, the selection, the uploads. Owned by the application
