@@ -123,6 +123,10 @@ std::string Sandbox::storageURL() const {
     return parts_->urlOf(parts_->storageServer);
 }
 
+long Sandbox::resumedSessions() const {
+    return parts_->storageServer ? parts_->storageServer->resumedSessions() : 0;
+}
+
 std::string Sandbox::certificatePem() const {
     return parts_->certificate ? parts_->certificate->pem() : "";
 }

@@ -42,6 +42,9 @@ public:
     std::string apiURL() const;
     std::string storageURL() const;
 
+    // How many TLS connections to the storage went on with the session of an earlier one.
+    long resumedSessions() const;
+
     // The certificate to trust; empty without TLS.
     std::string certificatePem() const;
 

@@ -195,6 +195,11 @@ public:
 
     int port() const { return port_; }
 
+    long resumedSessions() const {
+        const auto* const secure = dynamic_cast<httplib::SSLServer*>(server_.get());
+        return secure == nullptr ? 0 : SSL_CTX_sess_hits(secure->ssl_context());
+    }
+
 private:
     template <class Server, class... Arguments>
     void listen(int port, Arguments... arguments) {
@@ -256,6 +261,10 @@ HttpServer::~HttpServer() = default;
 
 int HttpServer::port() const {
     return listener_->port();
+}
+
+long HttpServer::resumedSessions() const {
+    return listener_->resumedSessions();
 }
 
 }  // namespace tovri::sandbox

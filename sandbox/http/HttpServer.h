@@ -94,6 +94,9 @@ public:
 
     int port() const;
 
+    // How many of its TLS connections went on with the session of an earlier one.
+    long resumedSessions() const;
+
 private:
     class Listener;
     std::unique_ptr<Listener> listener_;

@@ -177,6 +177,16 @@ void CurlLoop::remove(CurlLoopClient& client) {
     if (clients_.erase(&client) > 0) curl_multi_remove_handle(multi_.get(), client.handle());
 }
 
+// With as many connections as there may be, the library ends the oldest that rests before it begins another. Where none
+// rests it would wait, so that must not stay.
+bool CurlLoop::makeWay() {
+    const std::size_t count = sockets_.count();
+    if (count <= clients_.size()) return false;  // each uses one, or none yet
+    curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, static_cast<long>(count));
+    madeWay_ = std::chrono::steady_clock::now();
+    return true;
+}
+
 void CurlLoop::work() {
     while (runJobs()) {
         tickWhenDue();
@@ -265,6 +275,10 @@ void CurlLoop::tickWhenDue() {
     const std::vector<CurlLoopClient*> round(clients_.begin(), clients_.end());
     for (CurlLoopClient* client : round)
         if (clients_.contains(client)) client->tick(now);
+    if (madeWay_ && now - *madeWay_ >= tickInterval) {
+        madeWay_.reset();
+        curl_multi_setopt(multi_.get(), CURLMOPT_MAX_TOTAL_CONNECTIONS, 0L);
+    }
     nextTick_.reset();
     if (!clients_.empty()) nextTick_ = now + tickInterval;
 }

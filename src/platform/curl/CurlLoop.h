@@ -69,6 +69,9 @@ public:
     [[nodiscard]] bool add(CurlLoopClient& client);
     void remove(CurlLoopClient& client);
 
+    // Has a kept connection that nobody uses make way for the next one that is begun. False when there is none.
+    [[nodiscard]] bool makeWay();
+
 private:
     using TimePoint = std::chrono::steady_clock::time_point;
     struct Callbacks;  // the library's C functions
@@ -104,6 +107,7 @@ private:
     std::vector<EasyHandle> spareHandles_;
     std::unordered_set<CurlLoopClient*> clients_;
     std::optional<TimePoint> nextTick_;  // none without clients
+    std::optional<TimePoint> madeWay_;   // while kept connections make way
     std::thread thread_;
 };
 

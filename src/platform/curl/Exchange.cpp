@@ -242,14 +242,28 @@ void Exchange::didFinish(CURLcode code) {
     if (hasThrown_) return end(failure(memoryError(address_.host)));
     if (refusal_) return end(failure(std::move(*refusal_)));
     if (isHeadComplete_ && head_.isRedirect()) return follow();  // even where its body could not be read to the end
+    if (code != CURLE_OK && mayMakeWay()) return sendAgain();
     if (code != CURLE_OK) return end(failure(describe(code)));
     if (hasExcess_) return end(failure(excessError(address_.host)));
     end({});
 }
 
+// Nothing was sent, as there was no file handle for a connection, and one that is kept for later can have its handle.
+bool Exchange::mayMakeWay() {
+    if (!lacksHandles() || isSent_) return false;
+    return waysMade_++ < CurlLoop::connectionsPerHost && loop_.makeWay();
+}
+
+void Exchange::sendAgain() {
+    if (Result<void> sent = send(); !sent) end(std::move(sent));
+}
+
+bool Exchange::lacksHandles() const {
+    return openError_ == EMFILE || openError_ == ENFILE;
+}
+
 Error Exchange::describe(CURLcode code) const {
-    const bool lacksHandles = openError_ == EMFILE || openError_ == ENFILE;
-    return lacksHandles ? handlesError(address_.host) : transportError(code, address_.host);
+    return lacksHandles() ? handlesError(address_.host) : transportError(code, address_.host);
 }
 
 void Exchange::follow() {
@@ -265,7 +279,7 @@ void Exchange::follow() {
     const bool repeats = head_.status == 307 || head_.status == 308;
     if (!repeats && request_.body) dropBody();
     address_ = std::move(*next);
-    if (Result<void> sent = send(); !sent) end(std::move(sent));
+    sendAgain();
 }
 
 // The answer to what was sent lies elsewhere, and is asked for there (RFC 9110, section 15.4).

@@ -97,6 +97,9 @@ private:
     void configureCallbacks();
     void follow();
     void dropBody();
+    [[nodiscard]] bool mayMakeWay();
+    void sendAgain();
+    [[nodiscard]] bool lacksHandles() const;
     [[nodiscard]] Error describe(CURLcode code) const;
     void giveUp(Error why);
     void end(Result<void> result);
@@ -131,6 +134,7 @@ private:
     ByteCount bodyOnWire_ = 0;      // as it arrived, before the library cuts it to the announced length
     ByteCount bodyRead_ = 0;        // as the receiver gets it, decompressed
     bool isSent_ = false;           // or about to be, on a connection that stands
+    int waysMade_ = 0;              // for which kept connections were ended
     int openError_ = 0;             // the errno of a socket that could not be opened
     bool isUnwatched_ = false;      // it would not be told when its connection is ready
     int socket_ = -1;               // of the connection, once that stands

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -17,6 +18,8 @@ public:
     void closed(int socket) { sockets_.erase(socket); }
 
     [[nodiscard]] bool contains(int socket) const { return sockets_.contains(socket); }
+
+    [[nodiscard]] std::size_t count() const { return sockets_.size(); }
 
     // The socket connected to this address from this local port; -1 when there is none. Remembers what it finds.
     [[nodiscard]] int find(const std::string& peer, int peerPort, int localPort);

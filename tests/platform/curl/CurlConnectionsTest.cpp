@@ -1,3 +1,5 @@
+#include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +10,8 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include "platform/GatheringReceiver.h"
 #include "platform/curl/CurlHTTPSession.h"
@@ -18,6 +22,21 @@
 #include "support/FakeSleepClock.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
+
+namespace {
+
+std::atomic<int> socketsToRefuse = 0;  // as if there were no file handles left
+
+}  // namespace
+
+// In the place of the system's.
+extern "C" int socket(int domain, int type, int protocol) noexcept {
+    if (domain == AF_INET && socketsToRefuse > 0 && socketsToRefuse-- > 0) {
+        errno = EMFILE;
+        return -1;
+    }
+    return static_cast<int>(::syscall(SYS_socket, domain, type, protocol));
+}
 
 namespace tovri::test {
 namespace {
@@ -226,6 +245,36 @@ TEST_F(CurlConnectionsTest, areReplacedAfterTheMachineSlept) {
         EXPECT_EQ(end.error->transportFault, TransportFault::machineSlept);
     }
     EXPECT_FALSE(endOf(*waiting).error) << "it had no connection to lose";
+}
+
+TEST_F(CurlConnectionsTest, beginWithTheSessionOfAnEarlierOne) {
+    TwoHosts hosts(true);
+    renewSession();
+    EXPECT_FALSE(endOf(*begin(hosts.url(1))).error);
+    EXPECT_EQ(hosts.first().resumedSessions(), 0);
+    std::vector<std::unique_ptr<Attempt>> full;
+    for (int i = 0; i < 6; ++i) {
+        full.push_back(beginFull(hosts.url(1)));
+        waitForFull(full);  // what a session goes on with serves once, and new ones come with the answer
+        EXPECT_EQ(hosts.first().resumedSessions(), i) << "the first has the connection that was kept";
+    }
+}
+
+TEST_F(CurlConnectionsTest, makeWayWhenHandlesRunOut) {
+    TwoHosts first(false);
+    TwoHosts second(false);
+    std::vector<std::unique_ptr<Attempt>> full;
+    for (int i = 0; i < 6; ++i) full.push_back(beginFull(first.url(1)));
+    waitForFull(full);
+    socketsToRefuse = 1;
+    EXPECT_THAT(endOf(*begin(second.url(1))).error.value().description, testing::HasSubstr("no file handle left"));
+    for (const auto& attempt : full) attempt->receiver->makeRoom(GatheringReceiver::unlimited);
+    for (const auto& attempt : full) EXPECT_FALSE(endOf(*attempt).error);
+
+    socketsToRefuse = 2;
+    EXPECT_FALSE(endOf(*begin(second.url(1))).error);
+    const std::string url = first.first().storageURL();
+    EXPECT_EQ(socketsTo(std::atoi(url.c_str() + url.rfind(':') + 1)).size(), 4U) << "two made way";
 }
 
 TEST_F(CurlConnectionsTest, areProbedWhileTheyAreQuiet) {
