@@ -6,13 +6,11 @@
 #include <gtest/gtest.h>
 
 #include "platform/GatheringReceiver.h"
-#include "platform/curl/CurlHTTPSession.h"
+#include "platform/curl/CurlHTTPFixture.h"
 #include "platform/curl/CurlTransferSession.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/faults/FaultSettings.h"
-#include "support/FakeSleepClock.h"
-#include "support/HandRunLoop.h"
 
 namespace tovri::test {
 namespace {
@@ -39,15 +37,9 @@ std::string repeated(std::size_t least, const std::string& piece) {
 }
 
 // What the far side may send and how long it may take, of whatever kind the request is.
-class CurlBoundsTest : public testing::Test {
+class CurlBoundsTest : public CurlHTTPFixture {
 protected:
-    Result<HTTPResponse> send(HTTPRequest request) {
-        std::optional<Result<HTTPResponse>> answer;
-        const Subscription operation =
-            session_.send(std::move(request), [&](Result<HTTPResponse> result) { answer = std::move(result); });
-        while (!answer && loop_.waitForPost()) loop_.runPosted();
-        return answer ? *answer : failure(Error(ErrorCase::transport, "no answer in the test's time"));
-    }
+    using CurlHTTPFixture::send;
 
     Result<HTTPResponse> send(const std::string& reply, ByteCount answerLimit) {
         const ScriptedServer server([&](const std::string&) { return reply; });
@@ -76,9 +68,6 @@ protected:
         return request;
     }
 
-    HandRunLoop loop_;
-    FakeSleepClock sleepClock_;
-    CurlHTTPSession session_{loop_, sleepClock_};
     CurlTransferSession transfers_{loop_, sleepClock_};
 };
 

@@ -6,12 +6,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "platform/curl/CurlHTTPSession.h"
+#include "platform/curl/CurlHTTPFixture.h"
 #include "platform/curl/ScriptedServer.h"
 #include "sandbox/Sandbox.h"
 #include "support/ComesTrue.h"
-#include "support/FakeSleepClock.h"
-#include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"
 
 namespace tovri::test {
@@ -71,16 +69,8 @@ private:
     std::move_only_function<void()> ready_;
 };
 
-class CurlHTTPSessionTest : public testing::Test {
+class CurlHTTPSessionTest : public CurlHTTPFixture {
 protected:
-    Result<HTTPResponse> send(HTTPRequest request) {
-        std::optional<Result<HTTPResponse>> answer;
-        const Subscription operation =
-            session_.send(std::move(request), [&](Result<HTTPResponse> result) { answer = std::move(result); });
-        while (!answer && loop_.waitForPost()) loop_.runPosted();
-        return answer ? *answer : failure(Error(ErrorCase::transport, "no answer in the test's time"));
-    }
-
     static HTTPRequest authorized(std::string method, std::string url, std::string body = {}) {
         HTTPRequest request;
         request.method = std::move(method);
@@ -90,10 +80,6 @@ protected:
         request.timeout = patience;
         return request;
     }
-
-    HandRunLoop loop_;
-    FakeSleepClock sleepClock_;
-    CurlHTTPSession session_{loop_, sleepClock_};
 };
 
 }  // namespace
