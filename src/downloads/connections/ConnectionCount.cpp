@@ -22,7 +22,7 @@ void ConnectionCount::measure(TimePoint now, int running, ByteCount received) {
 }
 
 void ConnectionCount::stepUp(TimePoint now, double rate) {
-    if (step_ >= highest_ || (notBefore_ && now < *notBefore_)) return;
+    if (step_ >= highest_ || rate >= static_cast<double>(fastEnough) || (notBefore_ && now < *notBefore_)) return;
     ++step_;
     before_ = rate;
     window_.reset();

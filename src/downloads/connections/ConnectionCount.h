@@ -21,6 +21,9 @@ public:
     static constexpr Duration window = std::chrono::milliseconds(500);
     static constexpr Duration longWindow = 3 * window;
 
+    // What comes as fast as this, in a second, is not held up by its connections: more would only cost.
+    static constexpr ByteCount fastEnough = ByteCount{256} << 20U;
+
     // After which a step that was taken back is tried again.
     static constexpr Duration patience = std::chrono::seconds(30);
 

@@ -48,6 +48,9 @@ TEST(ConnectionCount, goesUpAsLongAsItHelps) {
     Line fullWithThree([](int connections) { return mebibyte * std::min(connections, 3); });
     EXPECT_EQ(fullWithThree.after(2s), 6);  // from two to three is enough for four, and six are tried
     EXPECT_EQ(fullWithThree.after(2s), 4);
+
+    Line quick([](int connections) { return 300 * mebibyte * connections; });
+    EXPECT_EQ(quick.after(1min), 1);  // something else holds it up
 }
 
 TEST(ConnectionCount, takesBackAStepThatBroughtNothingAndTriesItLater) {
