@@ -230,7 +230,7 @@ private:
     void lookAhead();
     [[nodiscard]] std::vector<FileID> nextFiles();
     [[nodiscard]] bool mayStart() const;
-    [[nodiscard]] std::size_t slots() const;
+    [[nodiscard]] std::size_t slotCount() const;
     [[nodiscard]] bool hasFreeSlot() const;
     void start(const DownloadPointer& item);
     Task<> run(DownloadPointer item);

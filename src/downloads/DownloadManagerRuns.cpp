@@ -44,12 +44,12 @@ bool DownloadManager::mayStart() const {
            around_.service && isSignedIn_;
 }
 
-std::size_t DownloadManager::slots() const {
+std::size_t DownloadManager::slotCount() const {
     return static_cast<std::size_t>(around_.preferences ? around_.preferences->maxConcurrentDownloads() : 3);
 }
 
 bool DownloadManager::hasFreeSlot() const {
-    return mayStart() && activeCount() < slots();
+    return mayStart() && activeCount() < slotCount();
 }
 
 // Once all that changes now has changed.
@@ -61,7 +61,7 @@ void DownloadManager::lookAhead() {
 std::vector<FileID> DownloadManager::nextFiles() {
     std::vector<FileID> files;
     if (!mayStart() || hasFreeSlot()) return files;
-    for (const DownloadPointer& item : list_.candidates(slots()))
+    for (const DownloadPointer& item : list_.candidates(slotCount()))
         if (!item->resumeData && !item->receivedFile) files.push_back(item->fileID);
     return files;
 }

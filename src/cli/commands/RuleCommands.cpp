@@ -213,7 +213,6 @@ Task<Result<RuleChangeCommand::Changed>> RuleStepCommand::change(std::stop_token
     const bool isEnabled = context().invocation.command == CommandName::rulesEnable;
     const std::optional<std::string> last = context().app.account().lastName();
     if (isEnabled && last && rule->account && rule->account != last) {
-        const UUID id = rule->id;
         sync().useAnyAccount(id);
         rule = *sync().find(id);
     }
