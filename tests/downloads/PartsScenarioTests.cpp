@@ -48,6 +48,7 @@ private:
         checksum.add(content);
         const FileID file = world_.addFile(name, std::move(content));
         if (roll(2) == 0) world_.announceChecksum(file, checksum.text());
+        world_.link(file).breaks.reserve(200);  // attempts under way point at them
         world_.link(file).rate = static_cast<ByteCount>(500'000 + roll(4'000'000));
         addBreaks(file);
         files_.push_back(file);

@@ -186,7 +186,6 @@ Result<void> PartialFile::open() {
     return {};
 }
 
-// What lies behind the last byte.
 void PartialFile::giveRoomBack() {
     if (hasRoom_) (void)reopen();
 }

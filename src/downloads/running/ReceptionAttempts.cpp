@@ -156,10 +156,13 @@ Reception::AttemptEnd Reception::judge(const ExpectedAnswer& expected, TransferE
     return {Next::nothing, std::move(error)};
 }
 
-// What comes after the last byte that it was to bring is nobody's concern.
+// That a connection breaks after the last byte that it was to bring, or ends there because others bring the rest, is
+// nobody's concern; that the server said something else than it sent is.
 std::optional<Error> Reception::errorOf(const PartReceiver& receiver, TransferEnd& end) const {
     if (std::optional<Error> refused = partial_->error()) return refused;
-    if (receiver.isDone() && (end.received > 0 || !end.error)) return std::nullopt;
+    const bool isContradiction =
+        end.error && end.error->code == ErrorCase::transport && end.error->transportFault == TransportFault::none;
+    if (receiver.isDone() && !isContradiction && (end.received > 0 || !end.error)) return std::nullopt;
     if (end.error) return std::move(end.error);
     AnnouncedFile announced = partial_->announced();
     if (announced.limit < 0) {  // the end of the answer was the end of the file

@@ -53,7 +53,7 @@ private:
         TransferRequest request;
         request.url = url;
         request.first = expected.offset;
-        request.receiver = partial;
+        request.receiver = std::make_shared<PartReceiver>(partial, partial->share().value());
         request.accept = [&](const AnswerHead& head) -> Result<void> {
             Result<AnnouncedFile> announced = checkAnswer(expected, head);
             if (!announced) return failure(announced);
