@@ -32,6 +32,8 @@ public:
 
     Task<Result<PutIOFile>> file(FileID /*file*/, std::stop_token /*stop*/) override { return nothing<PutIOFile>(); }
 
+    Task<Result<bool>> isAbsent(FileID /*entry*/, std::stop_token /*stop*/) override { return nothing<bool>(); }
+
     Task<Result<FolderListing>> readFolder(FolderID /*folder*/, std::stop_token /*stop*/) override {
         return nothing<FolderListing>();
     }

@@ -207,7 +207,7 @@ TEST_F(SyncRuleEditorTest, makesARule) {
 
     screen.perform(SyncToolbarAction::addRule);
     home.settle();
-    editor.openFolder(0);
+    editor.remoteFolder().openFolder(0);
     EXPECT_STREQ(editor.notice(), "");
     editor.setLocalFolder("/srv/shows");
     EXPECT_STREQ(editor.notice(), "Another rule brings this folder to the same place already.");
