@@ -49,18 +49,21 @@ std::optional<ExitCode> DownloadRun::refusal() const {
 
 void DownloadRun::begin() {
     changes_ = downloads_.onChange([this](const QueueChange& change) { follow(change); });
-    // Whoever asked put.io learns of the refusal first, and fails for it.
     signOut_ = context_.auth.onChange([this](AuthManager::Change) {
-        refusal_ = context_.platform.loop.schedule(MainLoop::Duration::zero(), [this] {
-            if (!context_.auth.isAuthenticated())
-                giveUp(fmt::format("put.io does not accept the access token. Sign in with: tovri-cli login. Then go on "
-                                   "with: tovri-cli {}",
-                                   isWatch() ? "watch" : "retry"),
-                       ExitCode::notSignedIn);
-        });
+        if (!context_.auth.isAuthenticated())
+            refusal_ = context_.platform.loop.schedule(refusalPatience, [this] { giveUpRefused(); });
     });
     if (context_.invocation.has("--use-folder-anyway")) downloads_.useFoldersAnyway();
     context_.app.setup();
+}
+
+void DownloadRun::giveUpRefused() {
+    refusal_.reset();
+    if (context_.auth.isAuthenticated()) return;
+    giveUp(fmt::format("put.io does not accept the access token. Sign in with: tovri-cli login. Then go on with: "
+                       "tovri-cli {}",
+                       isWatch() ? "watch" : "retry"),
+           ExitCode::notSignedIn);
 }
 
 void DownloadRun::fail(const Error& error) {
@@ -147,6 +150,7 @@ void DownloadRun::checkSoon() {
     if (!ended_ || check_.isActive()) return;
     check_ = context_.platform.loop.schedule(MainLoop::Duration::zero(), [this] {
         check_.reset();
+        if (refusal_.isActive() && isOver()) giveUpRefused();
         if (!isOver()) return;
         if (auto ended = std::exchange(ended_, nullptr)) ended();
     });
@@ -185,12 +189,25 @@ Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
         if (!ended) co_return ExitCode::interrupted;
         isSecured = co_await secure();
     }
+    co_await learnAccount();
     changes_.reset();
     save();
     reporter_->end();
     tellPause();
     tellHeld();
     co_return exitCode();
+}
+
+// What stays in the queue is to be known for this account's, also where the run was over before put.io had said which
+// that is.
+Task<> DownloadRun::learnAccount() {
+    constexpr std::chrono::seconds patience{5};
+    AccountInfo& account = context_.app.account();
+    if (account.name() || !context_.auth.isAuthenticated() || !downloads_.hasUnfinishedWork()) co_return;
+    std::stop_source tooLong;
+    const Subscription limit =
+        context_.platform.loop.schedule(patience, [tooLong]() mutable { tooLong.request_stop(); });
+    (void)co_await account.refresh(tooLong.get_token());
 }
 
 // What has arrived is on the disk before the program says that all is well. False when there is something to do again:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <memory>
@@ -62,6 +63,7 @@ private:
     void watchPatience();
     [[nodiscard]] std::string waitText() const;
     [[nodiscard]] bool isOver() const;
+    Task<> learnAccount();
     Task<bool> secure();
     void watchSecuring();
     void tellStop(const std::set<std::filesystem::path>& unsecured);
@@ -69,6 +71,7 @@ private:
 
     // Ends the run before it is empty, for this reason.
     void giveUp(const std::string& reason, ExitCode code = ExitCode::failure);
+    void giveUpRefused();
     [[nodiscard]] bool isWatch() const;
     [[nodiscard]] std::string adviceFor(const Download& item, std::string_view what) const;
     void tellPause();
@@ -92,6 +95,8 @@ private:
     Subscription patience_;
     Subscription check_;
     Subscription signOut_;
+    // Whoever has asked put.io with a refused token learns of that first, and fails for it.
+    static constexpr std::chrono::milliseconds refusalPatience{500};
     Subscription refusal_;  // of the token, until it ends the run
     Subscription changes_;
 };

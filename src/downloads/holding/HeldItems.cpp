@@ -57,6 +57,7 @@ void HeldItems::bytesAreKnown() {
         for (const DownloadPointer& item : list_.heldFor(what, needsLess)) list_.release(*item);
     look();
     released_();
+    if (!isLooking()) list_.tell(QueueChange::Kind::hold);
 }
 
 Task<> HeldItems::lookAt(std::string what) {

@@ -110,7 +110,7 @@ class Failures(ProgramTest):
     def test_what_asked_with_a_refused_token_fails_for_it(self):
         self.serve()
         self.sandbox.fault("link:*:status=401")
-        self.get("/Generated", "--jobs", "1", status=1)
+        self.get("/Generated", "--jobs", "1", status=3)
         outcomes = [(item["status"], item.get("error")) for item in self.queue()]
         self.assertEqual(outcomes.count(("failed", "Not authenticated. Please sign in again.")), 1, outcomes)
         self.assertEqual({status for status, _ in outcomes}, {"failed", "queued"})

@@ -36,7 +36,7 @@ class SigningIn(ProgramTest):
         self.serve()
         self.environment["TOVRI_TOKEN"] += "\r\nX-Header: x"
         self.sandbox.call("POST", "reset-log")
-        self.assertIn("TOVRI_TOKEN holds no access token", self.run_cli("ls", status=1)[1])
+        self.assertIn("TOVRI_TOKEN holds no access token", self.run_cli("ls", status=3)[1])
         self.assertEqual(self.sandbox.requests(), [])
 
     def test_signing_out_says_what_still_signs_in(self):
