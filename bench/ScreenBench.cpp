@@ -46,7 +46,8 @@ public:
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
     Notices notices{world.loop};
     PlainTextCollation collation;
-    DownloadsScreen screen{{world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
+    DownloadsScreen screen{
+        {world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
 };
 
 // A view that reads the rows of which it is told, as far as they fit a window.

@@ -99,7 +99,7 @@ Task<> SyncManager::syncRuleAt(std::size_t index, SyncUrgency urgency, std::stop
     const std::string name = rules_[index].putioFolderName;
     if (rules_[index].isForeign) {
         ports_.log.line("[SyncManager] " + name + ": waits for the put.io account " +
-                           rules_[index].account.value_or("") + ", in which the rule was made");
+                        rules_[index].account.value_or("") + ", in which the rule was made");
         co_return;
     }
     if (!rules_[index].isInitialized) {
@@ -140,7 +140,7 @@ void SyncManager::correctLastSync(std::size_t index, Timestamp now) {
     ++rule.revision;
     save();
     ports_.log.line("[SyncManager] " + rule.putioFolderName +
-                       ": the last pass lies in the future, so the clock was wrong; it counts as now");
+                    ": the last pass lies in the future, so the clock was wrong; it counts as now");
     changes_.tell({SyncChange::Kind::ruleChanged, index});
 }
 

@@ -32,8 +32,8 @@ DownloadsScreen::DownloadsScreen(const Surroundings& around)
       clock_(around.clock),
       random_(around.random),
       rows_(
-          around.manager.downloads(), around.loop,
-          [this](const ScreenChange& change) { changes_.tell(change); }, [this] { updateChrome(); }),
+          around.manager.downloads(), around.loop, [this](const ScreenChange& change) { changes_.tell(change); },
+          [this] { updateChrome(); }),
       queue_(around.manager.onChange([this](const QueueChange& change) { follow(change); })),
       limit_(around.speed.onChange([this] { updateChrome(); })) {
     chrome_ = makeChrome();

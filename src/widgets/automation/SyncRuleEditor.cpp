@@ -31,7 +31,7 @@ SyncRuleEditor::SyncRuleEditor(SyncRuleEditorSheet& screen, QWidget* parent)
       choose_(new QPushButton(titleOf(SyncRuleEditorSheet::chooseLabel))),
       deletes_(new QCheckBox(titleOf(SyncRuleEditorSheet::deleteLabel))),
       interval_(new StepperBox([&screen](std::int64_t minutes) { screen.setPollInterval(minutes); })),
-      notice_(new QLabel) {
+      notice_(makeLabel()) {
     arrange();
     connectParts();
     update();

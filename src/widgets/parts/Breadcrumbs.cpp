@@ -32,7 +32,7 @@ Breadcrumbs::Breadcrumbs(QWidget* parent)
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     fold_->setText(QStringLiteral("…"));
     fold_->setAccessibleName(tr("More folders"));
-    fold_->setToolTip(tr("More folders"));
+    setPlainToolTip(*fold_, tr("More folders"));
     fold_->setAutoRaise(true);
     fold_->setPopupMode(QToolButton::InstantPopup);
     fold_->setMenu(new QMenu(fold_));

@@ -10,6 +10,7 @@
 #include "widgets/parts/TextLabel.h"
 #include "widgets/parts/Texts.h"
 #include "widgets/theme/Colors.h"
+#include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/theme/Symbols.h"
 
@@ -29,7 +30,7 @@ QToolButton* makeButton() {
 NoticeBar::NoticeBar(Notices& notices, QWidget* parent)
     : QWidget(parent),
       notices_(notices),
-      symbol_(new QLabel),
+      symbol_(makeLabel()),
       text_(new TextLabel),
       action_(makeButton()),
       close_(makeButton()),
@@ -38,7 +39,7 @@ NoticeBar::NoticeBar(Notices& notices, QWidget* parent)
     line->setContentsMargins(measures::margin, measures::gap, measures::spacing, measures::gap);
     line->setSpacing(measures::spacing);
     text_->setWordWrap(true);
-    close_->setToolTip(tr("Close"));
+    setPlainToolTip(*close_, tr("Close"));
     close_->setAccessibleName(tr("Close"));
     line->addWidget(symbol_);
     line->addWidget(text_, 1);

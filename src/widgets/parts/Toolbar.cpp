@@ -75,7 +75,7 @@ void Toolbar::nameSearch(const QString& prompt) {
         const bool isSign = button->defaultAction() == search_->actions().front();
         const QString name = isSign ? prompt : tr("Clear");
         button->setAccessibleName(name);
-        button->setToolTip(name);
+        setPlainToolTip(*button, name);
     }
 }
 

@@ -64,7 +64,7 @@ bool Theme::followDesktop(QDBusConnection bus) {
         if (!reply.isError()) settingChanged(appearance, colorScheme, reply.value());
         call->deleteLater();
     });
-    if (!isTold) qWarning("The desktop does not say when it turns light or dark.");
+    if (!isTold) qWarning("The desktop does not say when it turns light or dark.");  // our own words
     return isTold;
 }
 

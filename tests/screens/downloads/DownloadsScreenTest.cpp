@@ -67,7 +67,8 @@ public:
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
     Notices notices{world.loop};
     PlainTextCollation collation;
-    DownloadsScreen screen{{world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
+    DownloadsScreen screen{
+        {world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
     std::vector<ScreenChange> changes;
     Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
 };

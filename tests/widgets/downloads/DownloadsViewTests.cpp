@@ -158,7 +158,8 @@ public:
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
     Notices notices{world.loop};
     PlainTextCollation collation;
-    DownloadsScreen screen{{world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
+    DownloadsScreen screen{
+        {world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
     DownloadsView view{screen};
 };
 
