@@ -310,7 +310,7 @@ void Tour::settings() {
     SettingsWindow& settings = demonstration_.desktop().settings();
     settings.bringForward();
     auto* tabs = settings.findChild<QTabWidget*>();
-    for (const char* name : {"settings-general", "settings-account", "settings-desktop"}) {
+    for (const char* name : {"settings-general", "settings-transfers", "settings-account", "settings-desktop"}) {
         camera_.take(settings, name);
         tabs->setCurrentIndex(tabs->currentIndex() + 1);
     }
