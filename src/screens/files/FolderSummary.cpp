@@ -5,7 +5,7 @@
 namespace tovri {
 
 std::string folderSummary(std::size_t count, const std::vector<const PutIOFile*>& selected) {
-    const std::string all = std::to_string(count) + (count == 1 ? " item" : " items");
+    std::string all = std::to_string(count) + (count == 1 ? " item" : " items");
     if (selected.empty()) return all;
     ByteCount size = 0;
     for (const PutIOFile* file : selected)
