@@ -1,7 +1,5 @@
 #include "base/PlainText.h"
 
-#include <algorithm>
-
 namespace tovri {
 namespace {
 
@@ -9,19 +7,6 @@ namespace {
 bool changesDirection(char32_t character) {
     return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069) ||
            character == 0x200E || character == 0x200F || character == 0x061C;
-}
-
-template <class IsKept>
-std::string keeping(std::string_view bytes, IsKept isKept) {
-    std::string text;
-    text.reserve(bytes.size());
-    while (!bytes.empty()) {
-        const CodePoint point = firstCodePoint(bytes);
-        const std::size_t length = std::max<std::size_t>(point.length, 1);
-        text += point.length > 0 && isKept(point.value) ? bytes.substr(0, length) : replacementCharacter;
-        bytes.remove_prefix(length);
-    }
-    return text;
 }
 
 }  // namespace
@@ -50,11 +35,11 @@ bool isPlain(char32_t character) {
 }
 
 std::string plainLine(std::string_view bytes) {
-    return keeping(bytes, isPlain);
+    return textKeeping(bytes, isPlain);
 }
 
 std::string plainLines(std::string_view bytes) {
-    return keeping(bytes, [](char32_t character) { return character == '\n' || isPlain(character); });
+    return textKeeping(bytes, [](char32_t character) { return character == '\n' || isPlain(character); });
 }
 
 }  // namespace tovri

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -28,5 +29,19 @@ inline constexpr std::string_view replacementCharacter = "\xEF\xBF\xBD";
 
 // The same of several lines.
 [[nodiscard]] std::string plainLines(std::string_view bytes);
+
+// The characters for which `isKept` holds; all others, and bytes that are no text, are replaced.
+template <class IsKept>
+[[nodiscard]] std::string textKeeping(std::string_view bytes, IsKept isKept) {
+    std::string text;
+    text.reserve(bytes.size());
+    while (!bytes.empty()) {
+        const CodePoint point = firstCodePoint(bytes);
+        const std::size_t length = std::max<std::size_t>(point.length, 1);
+        text += point.length > 0 && isKept(point.value) ? bytes.substr(0, length) : replacementCharacter;
+        bytes.remove_prefix(length);
+    }
+    return text;
+}
 
 }  // namespace tovri

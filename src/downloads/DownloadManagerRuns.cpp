@@ -62,7 +62,7 @@ std::vector<FileID> DownloadManager::nextFiles() {
     std::vector<FileID> files;
     if (!mayStart() || hasFreeSlot()) return files;
     for (const DownloadPointer& item : list_.candidates(slotCount()))
-        if (!item->resumeData && !item->receivedFile) files.push_back(item->fileID);
+        if (!item->resumeData && !item->receivedFile && !accounts_.obstacle(*item)) files.push_back(item->fileID);
     return files;
 }
 

@@ -28,20 +28,6 @@ bool isPrintable(char32_t character) {
     return isPlain(character) && widthOf(character) >= 0;
 }
 
-// The characters for which `isKept` holds; all others are replaced.
-template <class IsKept>
-std::string keeping(std::string_view bytes, IsKept isKept) {
-    std::string text;
-    text.reserve(bytes.size());
-    while (!bytes.empty()) {
-        const CodePoint point = firstCodePoint(bytes);
-        const std::size_t length = std::max<std::size_t>(point.length, 1);
-        text += point.length > 0 && isKept(point.value) ? bytes.substr(0, length) : replacementCharacter;
-        bytes.remove_prefix(length);
-    }
-    return text;
-}
-
 // A character with the combining marks behind it.
 struct Cell {
     std::string_view text;
@@ -73,11 +59,11 @@ Iterator fitting(Iterator begin, Iterator end, std::size_t columns) {
 }  // namespace
 
 std::string printable(std::string_view bytes) {
-    return keeping(bytes, isPrintable);
+    return textKeeping(bytes, isPrintable);
 }
 
 std::string unicodeText(std::string_view bytes) {
-    return keeping(bytes, [](char32_t) { return true; });
+    return textKeeping(bytes, [](char32_t) { return true; });
 }
 
 // None of the characters that are not plain lies beyond the Basic Multilingual Plane, so four digits do.
