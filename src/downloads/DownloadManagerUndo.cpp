@@ -123,7 +123,7 @@ void DownloadManager::drop(const TakenOut::Item& each) {
         if (each.bytes->receivedFile) removePartial(*each.bytes->receivedFile);
         if (each.bytes->stagedURL)
             lanes_.run(store_->stagingDirectory(),
-                       [&files = ports_.files, staged = *each.bytes->stagedURL] { (void)files.removeItem(staged); });
+                       [&files = ports_.files, staged = *each.bytes->stagedURL] { (void)files.removeFile(staged); });
     }
     leftovers_.dropUnwanted(each.item->fileID);
 }
@@ -141,7 +141,8 @@ void DownloadManager::takeBack() {
     list_.tell(QueueChange::Kind::takenOut);
     for (const TakenOut::Item& each : back) {
         const bool goesOn = each.status == Status::downloading && each.item->status == Status::queued;
-        if (goesOn && !each.item->hold && hasFreeSlot()) start(each.item);
+        const bool isFree = !each.item->hold && !accounts_.obstacle(*each.item);
+        if (goesOn && isFree && hasFreeSlot()) start(each.item);
     }
     processQueue();
     scheduleSave();

@@ -86,7 +86,7 @@ Result<Path> FilePlacing::takePlaceOf(const FileStamp& former, const std::stop_t
 
 Result<Path> FilePlacing::apply(ConflictChoice choice, const std::stop_token& stop) const {
     if (choice == ConflictChoice::skip) {
-        (void)files.removeItem(received);
+        (void)files.removeFile(received);
         return Path();
     }
     const ScopedFolderAccess access(folderAccess, bookmark.get());
