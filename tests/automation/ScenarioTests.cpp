@@ -1,13 +1,13 @@
 // Random weeks of a machine that watches folders, each from its seed: every file that appears after a rule's inventory
 // comes once, none that was there before comes at all. TOVRI_SEED=17 replays one.
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 #include <set>
 
 #include <gtest/gtest.h>
 
 #include "automation/SyncWorld.h"
+#include "support/Seeds.h"
 
 namespace tovri::test {
 namespace {
@@ -340,14 +340,7 @@ private:
 };
 
 TEST(SyncScenario, keepsItsPromisesWhateverHappens) {
-    const char* const chosen = std::getenv("TOVRI_SEED");
-    const std::uint64_t first = chosen ? std::strtoull(chosen, nullptr, 10) : 1;
-    const std::uint64_t last = chosen ? first : 400;
-    for (std::uint64_t seed = first; seed <= last; ++seed) {
-        SCOPED_TRACE("TOVRI_SEED=" + std::to_string(seed));
-        Scenario(seed).run();
-        if (testing::Test::HasFailure()) return;
-    }
+    forEachSeed(400, [](std::uint64_t seed) { Scenario(seed).run(); });
 }
 
 }  // namespace

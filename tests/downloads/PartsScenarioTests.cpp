@@ -1,12 +1,12 @@
 // Large files over several connections on random days, each from its seed:
 // whatever breaks, pauses and dies at whatever place, at the end each file is
 // put.io's, byte for byte. TOVRI_SEED=17 replays one.
-#include <cstdlib>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "downloads/World.h"
+#include "support/Seeds.h"
 
 namespace tovri::test {
 namespace {
@@ -139,14 +139,7 @@ private:
 };
 
 TEST(PartsScenario, bringsEachByteToItsPlaceWhateverHappens) {
-    const char* const chosen = std::getenv("TOVRI_SEED");
-    const std::uint64_t first = chosen ? std::strtoull(chosen, nullptr, 10) : 1;
-    const std::uint64_t last = chosen ? first : 20;
-    for (std::uint64_t seed = first; seed <= last; ++seed) {
-        SCOPED_TRACE("TOVRI_SEED=" + std::to_string(seed));
-        PartsScenario(seed).run();
-        if (testing::Test::HasFailure()) return;
-    }
+    forEachSeed(20, [](std::uint64_t seed) { PartsScenario(seed).run(); });
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
 // Random days of a queue, each from its seed: what must hold whatever the user, the network, the disk and the power do.
 // TOVRI_SEED=17 replays one.
 #include <algorithm>
-#include <cstdlib>
 #include <random>
 
 #include <gtest/gtest.h>
 
 #include "downloads/World.h"
+#include "support/Seeds.h"
 
 namespace tovri::test {
 namespace {
@@ -227,14 +227,7 @@ private:
 };
 
 TEST(Scenario, keepsItsPromisesWhateverHappens) {
-    const char* const chosen = std::getenv("TOVRI_SEED");
-    const std::uint64_t first = chosen ? std::strtoull(chosen, nullptr, 10) : 1;
-    const std::uint64_t last = chosen ? first : 500;
-    for (std::uint64_t seed = first; seed <= last; ++seed) {
-        SCOPED_TRACE("TOVRI_SEED=" + std::to_string(seed));
-        Scenario(seed).run();
-        if (testing::Test::HasFailure()) return;
-    }
+    forEachSeed(500, [](std::uint64_t seed) { Scenario(seed).run(); });
 }
 
 }  // namespace
