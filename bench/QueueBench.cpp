@@ -11,14 +11,14 @@
 #include <string>
 
 #include "downloads/DownloadManager.h"
-#include "platform/posix/PathFolderAccess.h"
-#include "platform/posix/PosixBackgroundQueue.h"
-#include "platform/posix/PosixFileManager.h"
-#include "platform/posix/PosixMainLoop.h"
-#include "platform/posix/PosixVolumeQueues.h"
-#include "platform/posix/StandardOutputLog.h"
-#include "platform/posix/SystemClock.h"
-#include "platform/posix/SystemRandom.h"
+#include "platform/posix/files/PosixFileManager.h"
+#include "platform/posix/folders/PathFolderAccess.h"
+#include "platform/posix/loop/PosixBackgroundQueue.h"
+#include "platform/posix/loop/PosixMainLoop.h"
+#include "platform/posix/loop/PosixVolumeQueues.h"
+#include "platform/posix/loop/SystemClock.h"
+#include "platform/posix/loop/SystemRandom.h"
+#include "platform/posix/process/StandardOutputLog.h"
 
 using namespace tovri;
 using namespace std::chrono_literals;

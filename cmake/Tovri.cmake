@@ -1,4 +1,5 @@
-# One static library per folder: tovri_library(downloads LINKS tovri::service) takes every .cpp file of the calling folder.
+# One static library per folder: tovri_library(downloads LINKS tovri::service) takes every .cpp file of the calling folder
+# and of its FOLDERS.
 # With FOLDERS it takes those of these folders below it too, which make one library with it.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
@@ -57,11 +58,16 @@ endfunction()
 
 add_custom_target(thread-tests)
 
-# One test program per folder, which mirrors the folder of src/ that it tests: every .cpp file of the calling folder.
+# One test program per folder, which mirrors the folder of src/ that it tests: every .cpp file of the calling folder
+# and of its FOLDERS.
 # With LABELS threads the thread sanitizer looks at it too; the target thread-tests builds only such programs.
 function(tovri_test name)
-  cmake_parse_arguments(arg "" "" "LINKS;LABELS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS *.cpp *.h)
+  cmake_parse_arguments(arg "" "" "FOLDERS;LINKS;LABELS" ${ARGN})
+  set(patterns *.cpp *.h)
+  foreach(folder ${arg_FOLDERS})
+    list(APPEND patterns ${folder}/*.cpp ${folder}/*.h)
+  endforeach()
+  file(GLOB sources CONFIGURE_DEPENDS ${patterns})
   add_executable(${name} ${sources})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} tovri_options GTest::gtest GTest::gmock GTest::gtest_main)

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "sandbox/SandboxSettings.h"
-#include "sandbox/account/GeneratedAccount.h"
-#include "sandbox/account/LivingFolders.h"
+#include "sandbox/account/generated/GeneratedAccount.h"
+#include "sandbox/account/generated/LivingFolders.h"
 
 namespace tovri::sandbox {
 

@@ -5,9 +5,9 @@
 
 #include "sandbox/SandboxSettings.h"
 #include "sandbox/account/Account.h"
-#include "sandbox/account/LivingFolders.h"
 #include "sandbox/account/Scene.h"
 #include "sandbox/account/Transfers.h"
+#include "sandbox/account/generated/LivingFolders.h"
 #include "sandbox/api/FeedsApi.h"
 #include "sandbox/faults/Faults.h"
 #include "sandbox/http/RequestLog.h"

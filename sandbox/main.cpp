@@ -12,8 +12,8 @@
 #include "sandbox/Options.h"
 #include "sandbox/Sandbox.h"
 #include "sandbox/account/AccountFile.h"
-#include "sandbox/account/DemoAccount.h"
 #include "sandbox/account/TreeWriter.h"
+#include "sandbox/account/generated/DemoAccount.h"
 #include "sandbox/faults/FaultSettings.h"
 
 namespace {

@@ -2,7 +2,7 @@
 
 #include "sandbox/SandboxSettings.h"
 #include "sandbox/account/Account.h"
-#include "sandbox/account/LivingFolders.h"
+#include "sandbox/account/generated/LivingFolders.h"
 #include "sandbox/api/ControlApi.h"
 #include "sandbox/api/FeedsApi.h"
 #include "sandbox/api/FilesApi.h"

@@ -15,10 +15,10 @@
 #include "platform/UserDefaults.h"
 #include "platform/WebAuthentication.h"
 #include "screens/files/FileBrowserState.h"
-#include "service/AccountInfo.h"
-#include "service/AuthManager.h"
 #include "service/PutIOAPI.h"
-#include "service/ServiceHosts.h"
+#include "service/records/AccountInfo.h"
+#include "service/requests/ServiceHosts.h"
+#include "service/signin/AuthManager.h"
 #include "settings/Preferences.h"
 
 namespace tovri {

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "service/FileID.h"
+#include "service/records/FileID.h"
 
 namespace tovri {
 

@@ -13,9 +13,9 @@
 #include "cli/TerminalLog.h"
 #include "cli/arguments/ArgumentParser.h"
 #include "platform/Platform.h"
-#include "service/AuthManager.h"
-#include "service/KeychainItem.h"
 #include "service/PutIOAPI.h"
+#include "service/signin/AuthManager.h"
+#include "service/signin/KeychainItem.h"
 #include "settings/Preferences.h"
 
 namespace tovri::cli {

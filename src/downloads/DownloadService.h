@@ -6,7 +6,7 @@
 #include "base/Result.h"
 #include "base/Task.h"
 #include "service/FolderListing.h"
-#include "service/PutIOFile.h"
+#include "service/records/PutIOFile.h"
 
 namespace tovri {
 

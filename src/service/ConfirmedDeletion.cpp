@@ -1,6 +1,6 @@
 #include "service/ConfirmedDeletion.h"
 
-#include "service/IDList.h"
+#include "service/records/IDList.h"
 
 namespace tovri {
 

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <variant>
 
-#include "service/APIError.h"
-#include "service/IDList.h"
-#include "service/ListingContinuation.h"
-#include "service/MultipartUpload.h"
 #include "service/PutIOAPI.h"
-#include "service/PutIOFileList.h"
-#include "service/Transfer.h"
-#include "service/WebURL.h"
+#include "service/records/IDList.h"
+#include "service/records/ListingContinuation.h"
+#include "service/records/PutIOFileList.h"
+#include "service/records/Transfer.h"
+#include "service/requests/APIError.h"
+#include "service/requests/MultipartUpload.h"
+#include "service/requests/WebURL.h"
 
 namespace tovri {
 namespace {

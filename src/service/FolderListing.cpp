@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
-#include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
+#include "service/records/ListingContinuation.h"
 
 namespace tovri {
 namespace {

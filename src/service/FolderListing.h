@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/Error.h"
-#include "service/PutIOFile.h"
+#include "service/records/PutIOFile.h"
 
 namespace tovri {
 

@@ -1,10 +1,10 @@
 #include "service/PutIOAPI.h"
 
-#include "service/APIError.h"
-#include "service/QueryEncoding.h"
-#include "service/ResponsePreview.h"
-#include "service/ServiceRefusal.h"
-#include "service/WebURL.h"
+#include "service/requests/APIError.h"
+#include "service/requests/QueryEncoding.h"
+#include "service/requests/ResponsePreview.h"
+#include "service/requests/ServiceRefusal.h"
+#include "service/requests/WebURL.h"
 
 namespace tovri {
 namespace {

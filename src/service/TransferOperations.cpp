@@ -1,7 +1,7 @@
 // The operations of PutIOAPI on the transfers that the service runs for the account.
 
-#include "service/IDList.h"
 #include "service/PutIOAPI.h"
+#include "service/records/IDList.h"
 
 namespace tovri {
 

@@ -5,10 +5,10 @@
 #include <gtest/gtest.h>
 
 #include "automation/SyncWorld.h"
-#include "platform/posix/PosixBackgroundQueue.h"
-#include "platform/posix/PosixFileManager.h"
-#include "platform/posix/PosixMainLoop.h"
-#include "platform/posix/PosixVolumeQueues.h"
+#include "platform/posix/files/PosixFileManager.h"
+#include "platform/posix/loop/PosixBackgroundQueue.h"
+#include "platform/posix/loop/PosixMainLoop.h"
+#include "platform/posix/loop/PosixVolumeQueues.h"
 #include "support/TemporaryFolder.h"
 #include "support/WholeText.h"
 

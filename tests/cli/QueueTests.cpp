@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "cli/commands/ItemSelection.h"
-#include "cli/commands/RemoteTree.h"
+#include "cli/commands/files/RemoteTree.h"
+#include "cli/commands/queue/ItemSelection.h"
 #include "cli/display/QueueListing.h"
 #include "cli/running/ConflictPrompt.h"
 

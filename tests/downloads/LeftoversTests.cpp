@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "downloads/GoingOn.h"
 #include "downloads/partials/NoteFile.h"
+#include "downloads/receiving/GoingOn.h"
 
 namespace tovri::test {
 namespace {

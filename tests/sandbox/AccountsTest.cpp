@@ -10,10 +10,10 @@
 
 #include "sandbox/Sandbox.h"
 #include "sandbox/account/Account.h"
-#include "sandbox/account/DemoAccount.h"
-#include "sandbox/account/GeneratedAccount.h"
-#include "sandbox/account/LivingFolders.h"
 #include "sandbox/account/TreeWriter.h"
+#include "sandbox/account/generated/DemoAccount.h"
+#include "sandbox/account/generated/GeneratedAccount.h"
+#include "sandbox/account/generated/LivingFolders.h"
 #include "support/TemporaryFolder.h"
 
 namespace tovri::sandbox {

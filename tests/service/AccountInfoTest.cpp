@@ -1,5 +1,5 @@
-#include "service/AccountInfo.h"
 #include "service/ServiceFixture.h"
+#include "service/records/AccountInfo.h"
 
 namespace tovri {
 namespace {

@@ -1,7 +1,7 @@
 #include <vector>
 
-#include "service/AuthManager.h"
 #include "service/ServiceFixture.h"
+#include "service/signin/AuthManager.h"
 
 namespace tovri {
 namespace {

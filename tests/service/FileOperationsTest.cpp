@@ -1,8 +1,8 @@
 #include <numeric>
 
-#include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
 #include "service/ServiceFixture.h"
+#include "service/records/ListingContinuation.h"
 
 namespace tovri {
 namespace {

@@ -1,6 +1,6 @@
 #include "service/PutIOAPI.h"
-#include "service/PutIOFileList.h"
 #include "service/ServiceFixture.h"
+#include "service/records/PutIOFileList.h"
 
 namespace tovri {
 namespace {

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
-#include "service/JSONCoding.h"
 #include "service/PutIOAPI.h"
-#include "service/PutIOAccount.h"
-#include "service/PutIOFileList.h"
-#include "service/RSSFeed.h"
-#include "service/Transfer.h"
+#include "service/records/JSONCoding.h"
+#include "service/records/PutIOAccount.h"
+#include "service/records/PutIOFileList.h"
+#include "service/records/RSSFeed.h"
+#include "service/records/Transfer.h"
 
 namespace tovri {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "service/SignInRedirect.h"
+#include "service/signin/SignInRedirect.h"
 
 namespace tovri {
 namespace {

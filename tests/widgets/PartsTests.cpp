@@ -14,13 +14,13 @@
 
 #include <gtest/gtest.h>
 
-#include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/Menus.h"
 #include "widgets/parts/PlaceholderView.h"
-#include "widgets/parts/Sheet.h"
-#include "widgets/parts/StepperBox.h"
-#include "widgets/parts/Switch.h"
-#include "widgets/parts/Toolbar.h"
+#include "widgets/parts/bars/Breadcrumbs.h"
+#include "widgets/parts/bars/Toolbar.h"
+#include "widgets/parts/forms/StepperBox.h"
+#include "widgets/parts/forms/Switch.h"
+#include "widgets/parts/sheets/Sheet.h"
 #include "widgets/theme/ForeignText.h"
 
 namespace tovri {

@@ -13,7 +13,7 @@
 
 #include <gtest/gtest.h>
 
-#include "widgets/parts/Sheet.h"
+#include "widgets/parts/sheets/Sheet.h"
 #include "widgets/rows/RowListView.h"
 #include "widgets/theme/Palettes.h"
 

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "widgets/parts/SummaryLine.h"
+#include "widgets/parts/bars/SummaryLine.h"
 #include "widgets/rows/RowListView.h"
 
 namespace tovri {

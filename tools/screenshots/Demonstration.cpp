@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 
 #include "sandbox/account/Account.h"
-#include "sandbox/account/DemoAccount.h"
+#include "sandbox/account/generated/DemoAccount.h"
 #include "sandbox/faults/FaultSettings.h"
 
 namespace tovri::screenshots {

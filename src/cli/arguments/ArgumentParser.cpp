@@ -9,7 +9,7 @@
 #include "cli/arguments/Completion.h"
 #include "cli/arguments/HelpText.h"
 #include "cli/arguments/ManPage.h"
-#include "service/FileID.h"
+#include "service/records/FileID.h"
 
 namespace tovri::cli {
 namespace {

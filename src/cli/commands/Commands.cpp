@@ -1,16 +1,16 @@
 #include "cli/commands/Command.h"
 #include "cli/commands/ConfigCommand.h"
-#include "cli/commands/ControlCommand.h"
 #include "cli/commands/DownloadCommands.h"
 #include "cli/commands/FeedCommands.h"
-#include "cli/commands/FileCommands.h"
-#include "cli/commands/ListCommand.h"
-#include "cli/commands/PutCommand.h"
-#include "cli/commands/QueueCommand.h"
-#include "cli/commands/RuleCommands.h"
 #include "cli/commands/SignInCommands.h"
-#include "cli/commands/SyncCommands.h"
 #include "cli/commands/TransferCommands.h"
+#include "cli/commands/files/FileCommands.h"
+#include "cli/commands/files/ListCommand.h"
+#include "cli/commands/files/PutCommand.h"
+#include "cli/commands/queue/ControlCommand.h"
+#include "cli/commands/queue/QueueCommand.h"
+#include "cli/commands/rules/RuleCommands.h"
+#include "cli/commands/rules/SyncCommands.h"
 
 namespace tovri::cli {
 

@@ -5,8 +5,8 @@
 
 #include <fmt/format.h>
 
-#include "cli/commands/ItemSelection.h"
-#include "cli/commands/SavedQueue.h"
+#include "cli/commands/queue/ItemSelection.h"
+#include "cli/commands/queue/SavedQueue.h"
 #include "cli/display/DisplayText.h"
 #include "downloads/PutIODownloadService.h"
 #include "downloads/listing/FolderWalk.h"

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "cli/commands/Command.h"
-#include "cli/commands/RemoteTree.h"
+#include "cli/commands/files/RemoteTree.h"
 #include "cli/running/DownloadRun.h"
 #include "downloads/listing/FolderWalk.h"
 

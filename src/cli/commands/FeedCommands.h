@@ -1,8 +1,8 @@
 #pragma once
 
 #include "cli/commands/Command.h"
-#include "cli/commands/RemoteTree.h"
-#include "service/RSSFeed.h"
+#include "cli/commands/files/RemoteTree.h"
+#include "service/records/RSSFeed.h"
 
 namespace tovri::cli {
 

@@ -6,10 +6,10 @@
 
 #include "base/Trimmed.h"
 #include "cli/commands/Question.h"
-#include "cli/commands/SavedQueue.h"
+#include "cli/commands/queue/SavedQueue.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
-#include "service/SignInRedirect.h"
+#include "service/signin/SignInRedirect.h"
 
 namespace tovri::cli {
 namespace {

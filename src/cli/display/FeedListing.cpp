@@ -4,7 +4,7 @@
 #include "cli/display/LabelText.h"
 #include "cli/display/RowLayout.h"
 #include "screens/feeds/RSSFeedRow.h"
-#include "service/JSONCoding.h"
+#include "service/records/JSONCoding.h"
 
 namespace tovri::cli {
 

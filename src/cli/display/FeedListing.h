@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "service/RSSFeed.h"
+#include "service/records/RSSFeed.h"
 
 namespace tovri::cli {
 

@@ -6,7 +6,7 @@
 #include "cli/display/LabelText.h"
 #include "cli/display/RowLayout.h"
 #include "screens/transfers/TransferRow.h"
-#include "service/JSONCoding.h"
+#include "service/records/JSONCoding.h"
 
 namespace tovri::cli {
 namespace {

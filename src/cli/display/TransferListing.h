@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "service/Transfer.h"
+#include "service/records/Transfer.h"
 
 namespace tovri::cli {
 

@@ -13,7 +13,7 @@
 #include "downloads/retrying/RuleRetry.h"
 #include "platform/FileManager.h"
 #include "platform/WallClock.h"
-#include "service/FileID.h"
+#include "service/records/FileID.h"
 
 namespace tovri {
 

@@ -15,7 +15,7 @@
 #include "base/TaskScope.h"
 #include "downloads/list/DownloadList.h"
 #include "downloads/partials/PartialNote.h"
-#include "downloads/running/ReceivingFolders.h"
+#include "downloads/running/receiving/ReceivingFolders.h"
 
 namespace tovri {
 

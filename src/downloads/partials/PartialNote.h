@@ -9,7 +9,7 @@
 #include "base/Bytes.h"
 #include "base/UUID.h"
 #include "downloads/partials/Checksum.h"
-#include "service/FileID.h"
+#include "service/records/FileID.h"
 
 namespace tovri {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "service/WebURL.h"
+#include "service/requests/WebURL.h"
 
 namespace tovri {
 

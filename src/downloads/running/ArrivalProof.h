@@ -6,7 +6,7 @@
 
 #include "downloads/list/Download.h"
 #include "downloads/partials/Checksum.h"
-#include "service/PutIOFile.h"
+#include "service/records/PutIOFile.h"
 
 namespace tovri {
 

@@ -7,9 +7,9 @@
 #include <stop_token>
 #include <string>
 
-#include "downloads/running/Reception.h"
 #include "downloads/running/RunPlacement.h"
 #include "downloads/running/RunSurroundings.h"
+#include "downloads/running/receiving/Reception.h"
 
 namespace tovri {
 

@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
-#include "downloads/running/Reception.h"
 #include "downloads/running/RunSurroundings.h"
 #include "downloads/running/Staging.h"
+#include "downloads/running/receiving/Reception.h"
 
 namespace tovri {
 

@@ -17,7 +17,7 @@
 #include "base/UUID.h"
 #include "downloads/saving/SavedDate.h"
 #include "downloads/saving/SavedValues.h"
-#include "service/UTF8.h"
+#include "service/requests/UTF8.h"
 
 // The formats of single values in the files that the program keeps for itself. A format writes a value to any of
 // RapidJSON's writers and reads it back; whatever reads as another type, or not at all, is rejected.

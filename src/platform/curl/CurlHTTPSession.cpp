@@ -4,9 +4,9 @@
 
 #include <curl/curl.h>
 
-#include "platform/curl/CurlLoop.h"
 #include "platform/curl/Exchange.h"
 #include "platform/curl/ReportPace.h"
+#include "platform/curl/sockets/CurlLoop.h"
 
 namespace tovri {
 

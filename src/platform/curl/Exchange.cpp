@@ -9,8 +9,8 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
-#include "platform/curl/HeaderText.h"
-#include "platform/curl/TransportError.h"
+#include "platform/curl/answers/HeaderText.h"
+#include "platform/curl/answers/TransportError.h"
 
 namespace tovri {
 namespace {

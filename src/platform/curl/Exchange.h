@@ -10,10 +10,10 @@
 
 #include "base/Result.h"
 #include "platform/ByteAllowance.h"
-#include "platform/curl/Address.h"
-#include "platform/curl/CurlLoop.h"
 #include "platform/curl/RequestBody.h"
-#include "platform/curl/ResponseHead.h"
+#include "platform/curl/answers/Address.h"
+#include "platform/curl/answers/ResponseHead.h"
+#include "platform/curl/sockets/CurlLoop.h"
 
 namespace tovri {
 

@@ -7,7 +7,7 @@
 
 #include "screens/Label.h"
 #include "screens/MenuItem.h"
-#include "service/RSSFeed.h"
+#include "service/records/RSSFeed.h"
 
 namespace tovri {
 

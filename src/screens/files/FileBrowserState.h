@@ -18,8 +18,8 @@
 #include "platform/RandomSource.h"
 #include "screens/files/FileArrangement.h"
 #include "screens/files/FolderHistory.h"
-#include "service/ListingContinuation.h"
 #include "service/PutIOAPI.h"
+#include "service/records/ListingContinuation.h"
 #include "uploads/Uploads.h"
 
 namespace tovri {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "screens/MenuItem.h"
-#include "service/PutIOFile.h"
+#include "service/records/PutIOFile.h"
 
 namespace tovri {
 

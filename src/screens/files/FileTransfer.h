@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "service/PutIOFile.h"
+#include "service/records/PutIOFile.h"
 
 namespace tovri {
 

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-#include "service/ListingContinuation.h"
+#include "service/records/ListingContinuation.h"
 
 namespace tovri {
 

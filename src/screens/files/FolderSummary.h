@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "service/PutIOFile.h"
+#include "service/records/PutIOFile.h"
 
 namespace tovri {
 

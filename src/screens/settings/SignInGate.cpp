@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "service/SignInRedirect.h"
+#include "service/signin/SignInRedirect.h"
 
 namespace tovri {
 

@@ -11,8 +11,8 @@
 #include "base/TaskScope.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/MainLoop.h"
-#include "service/AccountInfo.h"
-#include "service/AuthManager.h"
+#include "service/records/AccountInfo.h"
+#include "service/signin/AuthManager.h"
 
 namespace tovri {
 

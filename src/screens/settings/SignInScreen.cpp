@@ -1,7 +1,7 @@
 #include "screens/settings/SignInScreen.h"
 
 #include "base/Trimmed.h"
-#include "service/AuthError.h"
+#include "service/signin/AuthError.h"
 
 namespace tovri {
 

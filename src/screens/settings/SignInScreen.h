@@ -11,8 +11,8 @@
 #include "base/TaskScope.h"
 #include "platform/Workspace.h"
 #include "screens/settings/SignInGate.h"
-#include "service/AuthManager.h"
-#include "service/ServiceHosts.h"
+#include "service/requests/ServiceHosts.h"
+#include "service/signin/AuthManager.h"
 
 namespace tovri {
 

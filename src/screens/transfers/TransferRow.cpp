@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 
 #include "base/ByteCountFormat.h"
-#include "service/ASCII.h"
+#include "service/requests/ASCII.h"
 
 namespace tovri {
 namespace {

@@ -11,7 +11,7 @@
 #include "screens/MenuItem.h"
 #include "screens/RowButton.h"
 #include "screens/Tint.h"
-#include "service/Transfer.h"
+#include "service/records/Transfer.h"
 
 namespace tovri {
 

@@ -12,7 +12,7 @@
 #include "screens/files/FileBrowserState.h"
 #include "screens/window/ConflictSheet.h"
 #include "screens/window/SidebarItem.h"
-#include "service/AuthManager.h"
+#include "service/signin/AuthManager.h"
 
 namespace tovri {
 

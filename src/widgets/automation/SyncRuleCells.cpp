@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "widgets/automation/SyncRuleModel.h"
-#include "widgets/parts/Switch.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/forms/Switch.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Measures.h"

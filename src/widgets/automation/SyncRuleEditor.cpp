@@ -9,10 +9,10 @@
 #include <algorithm>
 
 #include "widgets/files/FolderBrowser.h"
-#include "widgets/parts/Form.h"
 #include "widgets/parts/LocalFiles.h"
-#include "widgets/parts/StepperBox.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/forms/Form.h"
+#include "widgets/parts/forms/StepperBox.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
 

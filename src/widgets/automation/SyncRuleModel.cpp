@@ -1,6 +1,6 @@
 #include "widgets/automation/SyncRuleModel.h"
 
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 namespace {

@@ -5,8 +5,8 @@
 #include "widgets/automation/SyncRuleTable.h"
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/Menus.h"
-#include "widgets/parts/Texts.h"
-#include "widgets/parts/Toolbar.h"
+#include "widgets/parts/bars/Toolbar.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 

@@ -6,8 +6,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "widgets/parts/Form.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/forms/Form.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 namespace {

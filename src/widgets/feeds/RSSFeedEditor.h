@@ -2,7 +2,7 @@
 
 #include "base/Signal.h"
 #include "screens/feeds/RSSFeedEditorSheet.h"
-#include "widgets/parts/Sheet.h"
+#include "widgets/parts/sheets/Sheet.h"
 
 class QCheckBox;
 class QLineEdit;

@@ -3,10 +3,10 @@
 #include "screens/window/SidebarItem.h"
 #include "widgets/feeds/RSSFeedEditor.h"
 #include "widgets/parts/ContentArea.h"
-#include "widgets/parts/DialogPresenter.h"
 #include "widgets/parts/Menus.h"
-#include "widgets/parts/Texts.h"
-#include "widgets/parts/Toolbar.h"
+#include "widgets/parts/bars/Toolbar.h"
+#include "widgets/parts/sheets/DialogPresenter.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/rows/RowListView.h"
 
 namespace tovri {

@@ -6,13 +6,13 @@
 #include "screens/window/SidebarItem.h"
 #include "widgets/files/FileListView.h"
 #include "widgets/files/MoveDialog.h"
-#include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/ContentArea.h"
-#include "widgets/parts/DialogPresenter.h"
 #include "widgets/parts/LocalFiles.h"
 #include "widgets/parts/Menus.h"
-#include "widgets/parts/Texts.h"
-#include "widgets/parts/Toolbar.h"
+#include "widgets/parts/bars/Breadcrumbs.h"
+#include "widgets/parts/bars/Toolbar.h"
+#include "widgets/parts/sheets/DialogPresenter.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 

@@ -6,10 +6,10 @@
 #include <QLabel>
 #include <QVBoxLayout>
 
-#include "widgets/parts/Breadcrumbs.h"
 #include "widgets/parts/ContentArea.h"
-#include "widgets/parts/TextLabel.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/bars/Breadcrumbs.h"
+#include "widgets/parts/text/TextLabel.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/rows/RowListView.h"
 #include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"

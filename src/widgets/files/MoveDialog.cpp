@@ -4,7 +4,7 @@
 #include <QVBoxLayout>
 
 #include "widgets/files/FolderBrowser.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "screens/files/MoveSheet.h"
-#include "widgets/parts/Sheet.h"
+#include "widgets/parts/sheets/Sheet.h"
 
 namespace tovri {
 

@@ -5,7 +5,7 @@
 #include <QMimeData>
 #include <QUrl>
 
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 namespace {

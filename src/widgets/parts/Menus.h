@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "screens/MenuItem.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/theme/Symbols.h"
 
 namespace tovri {

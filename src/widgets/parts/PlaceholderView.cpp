@@ -6,8 +6,8 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "widgets/parts/Texts.h"
 #include "widgets/parts/TurningSign.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"

@@ -5,13 +5,13 @@
 #include <QShowEvent>
 #include <QVBoxLayout>
 
-#include "widgets/parts/BannerView.h"
 #include "widgets/parts/ContentArea.h"
-#include "widgets/parts/FootLine.h"
-#include "widgets/parts/Sheet.h"
-#include "widgets/parts/SummaryLine.h"
-#include "widgets/parts/Texts.h"
-#include "widgets/parts/Toolbar.h"
+#include "widgets/parts/bars/BannerView.h"
+#include "widgets/parts/bars/FootLine.h"
+#include "widgets/parts/bars/SummaryLine.h"
+#include "widgets/parts/bars/Toolbar.h"
+#include "widgets/parts/sheets/Sheet.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 namespace {

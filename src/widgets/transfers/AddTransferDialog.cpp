@@ -5,7 +5,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 namespace {

@@ -1,6 +1,6 @@
 #include "widgets/transfers/TransferRows.h"
 
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 
 namespace tovri {
 

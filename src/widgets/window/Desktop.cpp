@@ -9,8 +9,8 @@
 #include "widgets/downloads/DownloadsView.h"
 #include "widgets/feeds/RSSFeedsView.h"
 #include "widgets/files/FileBrowserView.h"
-#include "widgets/parts/Sheet.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/sheets/Sheet.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/transfers/TransfersView.h"
 
 namespace tovri {

@@ -20,11 +20,11 @@
 #include "screens/transfers/TransfersScreen.h"
 #include "screens/window/ContentScreen.h"
 #include "widgets/window/Ending.h"
-#include "widgets/window/LogWindow.h"
 #include "widgets/window/MainWindow.h"
-#include "widgets/window/SettingsWindow.h"
 #include "widgets/window/TrayIcon.h"
 #include "widgets/window/WindowMemory.h"
+#include "widgets/window/help/LogWindow.h"
+#include "widgets/window/settings/SettingsWindow.h"
 
 namespace tovri {
 

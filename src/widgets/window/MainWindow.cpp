@@ -9,15 +9,15 @@
 #include <QVBoxLayout>
 
 #include "widgets/parts/ContentArea.h"
-#include "widgets/parts/NoticeBar.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/SectionView.h"
-#include "widgets/parts/Sheet.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/bars/NoticeBar.h"
+#include "widgets/parts/sheets/Sheet.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/window/ConflictDialog.h"
-#include "widgets/window/KeyboardHelp.h"
-#include "widgets/window/Sidebar.h"
-#include "widgets/window/SignInView.h"
+#include "widgets/window/help/KeyboardHelp.h"
+#include "widgets/window/sidebar/Sidebar.h"
+#include "widgets/window/signin/SignInView.h"
 
 namespace tovri {
 

@@ -6,7 +6,7 @@
 #include <QLabel>
 #include <QProgressBar>
 
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/theme/Colors.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/ForeignText.h"

@@ -6,7 +6,7 @@
 #include "screens/settings/SignInScreen.h"
 #include "screens/window/KeyringWait.h"
 #include "widgets/parts/PlaceholderView.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/window/MainWindow.h"
 
 namespace tovri {

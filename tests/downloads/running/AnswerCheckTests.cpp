@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "downloads/running/AnswerCheck.h"
+#include "downloads/running/receiving/AnswerCheck.h"
 
 namespace tovri::test {
 namespace {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/curl/Address.h"
+#include "platform/curl/answers/Address.h"
 
 namespace tovri {
 

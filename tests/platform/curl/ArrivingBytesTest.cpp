@@ -6,11 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "downloads/running/AnswerCheck.h"
+#include "downloads/running/receiving/AnswerCheck.h"
 #include "platform/curl/CurlTransferSession.h"
 #include "platform/curl/ScriptedServer.h"
-#include "platform/posix/PosixFileManager.h"
-#include "platform/posix/PosixVolumeQueues.h"
+#include "platform/posix/files/PosixFileManager.h"
+#include "platform/posix/loop/PosixVolumeQueues.h"
 #include "support/FakeSleepClock.h"
 #include "support/HandRunLoop.h"
 #include "support/TemporaryFolder.h"

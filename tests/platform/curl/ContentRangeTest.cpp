@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/curl/ContentRange.h"
+#include "platform/curl/answers/ContentRange.h"
 
 namespace tovri {
 

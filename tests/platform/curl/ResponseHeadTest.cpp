@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "platform/curl/ResponseHead.h"
+#include "platform/curl/answers/ResponseHead.h"
 
 namespace tovri {
 

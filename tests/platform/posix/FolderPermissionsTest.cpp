@@ -9,8 +9,8 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include "platform/posix/PosixFileManager.h"
 #include "platform/posix/Unprivileged.h"
+#include "platform/posix/files/PosixFileManager.h"
 #include "support/TemporaryFolder.h"
 
 namespace tovri::test {

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "platform/posix/PosixFileManager.h"
+#include "platform/posix/files/PosixFileManager.h"
 #include "support/TemporaryFolder.h"
 
 namespace tovri::test {

@@ -5,9 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "platform/posix/FileError.h"
 #include "platform/posix/PosixFileManagerFixture.h"
 #include "platform/posix/Unprivileged.h"
+#include "platform/posix/files/FileError.h"
 
 namespace tovri::test {
 namespace {

@@ -10,9 +10,9 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "platform/posix/PosixBackgroundQueue.h"
-#include "platform/posix/PosixMainLoop.h"
-#include "platform/posix/StandardOutputLog.h"
+#include "platform/posix/loop/PosixBackgroundQueue.h"
+#include "platform/posix/loop/PosixMainLoop.h"
+#include "platform/posix/process/StandardOutputLog.h"
 #include "support/ComesTrue.h"
 
 namespace tovri::test {

@@ -9,7 +9,7 @@
 #include "base/TaskScope.h"
 #include "platform/Await.h"
 #include "platform/VolumeQueuesContract.h"
-#include "platform/posix/PosixVolumeQueues.h"
+#include "platform/posix/loop/PosixVolumeQueues.h"
 #include "support/ComesTrue.h"
 #include "support/HandRunLoop.h"
 

@@ -8,7 +8,7 @@
 
 #include "platform/posix/PosixFileManagerFixture.h"
 #include "platform/posix/Unprivileged.h"
-#include "platform/posix/VolumeLookup.h"
+#include "platform/posix/folders/VolumeLookup.h"
 
 namespace tovri::test {
 namespace {

@@ -8,14 +8,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/posix/DataFolderLock.h"
-#include "platform/posix/EnvironmentCredentialStore.h"
-#include "platform/posix/FileCredentialStore.h"
-#include "platform/posix/FileUserDefaults.h"
-#include "platform/posix/LeftUploads.h"
-#include "platform/posix/PathFolderAccess.h"
-#include "platform/posix/PosixFileManager.h"
-#include "platform/posix/XDGFolders.h"
+#include "platform/posix/files/PosixFileManager.h"
+#include "platform/posix/folders/PathFolderAccess.h"
+#include "platform/posix/folders/XDGFolders.h"
+#include "platform/posix/process/DataFolderLock.h"
+#include "platform/posix/process/LeftUploads.h"
+#include "platform/posix/stores/EnvironmentCredentialStore.h"
+#include "platform/posix/stores/FileCredentialStore.h"
+#include "platform/posix/stores/FileUserDefaults.h"
 #include "support/ComesTrue.h"
 #include "support/MemoryStores.h"
 #include "support/TemporaryFolder.h"

@@ -4,7 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "platform/posix/SystemSleepClock.h"
+#include "platform/posix/loop/SystemSleepClock.h"
 
 namespace tovri::test {
 namespace {

@@ -1,7 +1,7 @@
 #include <QCoreApplication>
 
 #include "platform/MainLoopContract.h"
-#include "platform/posix/PosixBackgroundQueue.h"
+#include "platform/posix/loop/PosixBackgroundQueue.h"
 #include "platform/qt/QtMainLoop.h"
 
 namespace tovri::test {

@@ -10,9 +10,9 @@
 #include "tests/widgets/Seen.h"
 #include "widgets/automation/SyncRuleTable.h"
 #include "widgets/automation/SyncRulesView.h"
-#include "widgets/parts/Sheet.h"
-#include "widgets/parts/StepperBox.h"
-#include "widgets/parts/Texts.h"
+#include "widgets/parts/forms/StepperBox.h"
+#include "widgets/parts/sheets/Sheet.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/rows/RowListView.h"
 
 namespace tovri {

@@ -14,10 +14,10 @@
 #include "support/PlainTextCollation.h"
 #include "tests/widgets/Seen.h"
 #include "widgets/downloads/DownloadsView.h"
-#include "widgets/parts/BannerView.h"
 #include "widgets/parts/PlaceholderView.h"
-#include "widgets/parts/SummaryLine.h"
-#include "widgets/parts/Toolbar.h"
+#include "widgets/parts/bars/BannerView.h"
+#include "widgets/parts/bars/SummaryLine.h"
+#include "widgets/parts/bars/Toolbar.h"
 #include "widgets/rows/RowListView.h"
 
 namespace tovri::test {

@@ -5,7 +5,7 @@
 #include "screens/ListFixture.h"
 #include "tests/widgets/Seen.h"
 #include "widgets/feeds/RSSFeedsView.h"
-#include "widgets/parts/Sheet.h"
+#include "widgets/parts/sheets/Sheet.h"
 #include "widgets/rows/RowListView.h"
 
 namespace tovri {

@@ -15,7 +15,7 @@
 #include "tests/widgets/Seen.h"
 #include "widgets/files/FileBrowserView.h"
 #include "widgets/files/FileListView.h"
-#include "widgets/parts/Sheet.h"
+#include "widgets/parts/sheets/Sheet.h"
 
 namespace tovri::test {
 

@@ -7,7 +7,7 @@
 
 #include "tests/widgets/files/FileBrowserViewFixture.h"
 #include "widgets/files/FileModel.h"
-#include "widgets/parts/Breadcrumbs.h"
+#include "widgets/parts/bars/Breadcrumbs.h"
 
 namespace tovri::test {
 namespace {

@@ -5,7 +5,7 @@
 #include "screens/ListFixture.h"
 #include "support/FakeWorkspace.h"
 #include "tests/widgets/Seen.h"
-#include "widgets/parts/Sheet.h"
+#include "widgets/parts/sheets/Sheet.h"
 #include "widgets/rows/RowListView.h"
 #include "widgets/transfers/TransfersView.h"
 

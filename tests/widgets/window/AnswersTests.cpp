@@ -6,11 +6,11 @@
 #include <QToolButton>
 
 #include "tests/widgets/window/DesktopFixture.h"
-#include "widgets/parts/NoticeBar.h"
-#include "widgets/parts/Sheet.h"
-#include "widgets/parts/Toolbar.h"
+#include "widgets/parts/bars/NoticeBar.h"
+#include "widgets/parts/bars/Toolbar.h"
+#include "widgets/parts/sheets/Sheet.h"
 #include "widgets/rows/RowListView.h"
-#include "widgets/window/LogWindow.h"
+#include "widgets/window/help/LogWindow.h"
 
 namespace tovri::test {
 namespace {

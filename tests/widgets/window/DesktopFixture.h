@@ -11,7 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/posix/PackageManagerUpdater.h"
+#include "platform/posix/process/PackageManagerUpdater.h"
 #include "platform/qt/BrowserAuthentication.h"
 #include "support/FakeFolderAccess.h"
 #include "support/FakeWorkspace.h"

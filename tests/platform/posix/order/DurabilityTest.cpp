@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 
 #include "platform/PlacingNames.h"
-#include "platform/posix/PosixFileManager.h"
+#include "platform/posix/files/PosixFileManager.h"
 #include "platform/posix/order/CallRecorder.h"
 #include "support/TemporaryFolder.h"
 

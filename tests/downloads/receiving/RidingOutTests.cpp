@@ -1,0 +1,212 @@
+// What put.io, its storage and the way to them do wrong, and that all arrives in spite of it.
+#include <deque>
+#include <random>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "downloads/receiving/RidingOut.h"
+
+namespace tovri::test {
+namespace {
+
+using Status = Download::Status;
+using namespace std::chrono_literals;
+
+TEST_F(RidingOut, eachFaultOnceAndAsABurst) {
+    struct Case {
+        const char* what = "";
+        void (*spoil)(RidingOut& test, FileID file, int times) = nullptr;
+        bool isFetchedOnce = true;
+    };
+
+    const Case cases[] = {
+        {"breaks", [](RidingOut& t, auto file, int n) { t.world.link(file).breaks = {{.at = 50'000, .times = n}}; }},
+        {"breaks before the first byte",
+         [](RidingOut& t, auto file, int n) { t.world.link(file).breaks = {{.at = 0, .times = n}}; }},
+        {"falls silent",
+         [](RidingOut& t, auto file, int n) {
+             t.world.link(file).breaks = {{.at = 50'000, .times = n, .fault = TransportFault::silent}};
+         }},
+        {"breaks at several places",
+         [](RidingOut& t, auto file, int n) {
+             for (int i = 0; i < n; ++i) t.world.link(file).breaks.push_back({.at = 10'000 * i + 7});
+         }},
+        {"breaks where it cannot be gone on with",
+         [](RidingOut& t, auto file, int n) {
+             t.world.link(file).breaks = {{.at = 50'000, .isResumable = false, .times = n}};
+         },
+         false},
+        {"serves the whole file where a part is asked for",
+         [](RidingOut& t, auto file, int n) {
+             t.world.link(file).breaks = {{.at = 50'000, .times = n}};
+             t.world.link(file).refusedResumes = 100;
+         },
+         false},
+        {"expires",
+         [](RidingOut& t, auto file, int) {
+             t.world.link(file).breaks = {{.at = 50'000}};
+             t.world.watch = [&t, file](DownloadManager&, const QueueChange& change) {
+                 if (change.kind == QueueChange::Kind::hold) t.world.link(file).expired = 403;
+             };
+         }},
+        {"408", [](RidingOut& t, auto, int n) { t.storageRefuses(408, n); }},
+        {"425", [](RidingOut& t, auto, int n) { t.storageRefuses(425, n); }},
+        {"429", [](RidingOut& t, auto, int n) { t.storageRefuses(429, n); }},
+        {"500", [](RidingOut& t, auto, int n) { t.storageRefuses(500, n); }},
+        {"502", [](RidingOut& t, auto, int n) { t.storageRefuses(502, n); }},
+        {"503", [](RidingOut& t, auto, int n) { t.storageRefuses(503, n); }},
+        {"504", [](RidingOut& t, auto, int n) { t.storageRefuses(504, n); }},
+        {"look-up 429", [](RidingOut& t, auto, int n) { t.serviceRefuses(n, HTTPResponse{429, ""}); }},
+        {"look-up 500", [](RidingOut& t, auto, int n) { t.serviceRefuses(n, HTTPResponse{500, ""}); }},
+        {"look-up 503", [](RidingOut& t, auto, int n) { t.serviceRefuses(n, HTTPResponse{503, ""}); }},
+        {"look-up breaks",
+         [](RidingOut& t, auto, int n) {
+             t.serviceRefuses(n, failure(Error(TransportFault::brokenOff, "It broke off.")));
+         }},
+        {"the name is not found",
+         [](RidingOut& t, auto, int n) {
+             t.serviceRefuses(n, failure(Error(TransportFault::unresolved, "Could not find api.put.io; retry.")));
+         }},
+    };
+    for (const Case& c : cases) {
+        for (const int times : {1, 6}) {
+            SCOPED_TRACE(std::string(c.what) + " " + std::to_string(times) + " times");
+            Fresh test;
+            const FileID file = test.addFile("f");
+            c.spoil(test, file, times);
+            const ConstDownloadPointer item = test.world.enqueue(file);
+            test.settle();
+            test.expectAllArrived();
+            if (c.isFetchedOnce) EXPECT_LE(test.world.storage.bytesSent, test.allBytes * 101 / 100);
+        }
+    }
+}
+
+TEST_F(RidingOut, faultsOfAllKindsOverTwentyFiles) {
+    for (std::uint64_t seed = 1; seed <= 20; ++seed) {
+        SCOPED_TRACE(seed);
+        Fresh test;
+        std::mt19937_64 dice(seed);
+        const auto roll = [&](std::size_t sides) { return dice() % sides; };
+        for (int i = 0; i < 20; ++i) {
+            const FileID file = test.addFile("file " + std::to_string(i), 50'000 + roll(100'000));
+            auto& breaks = test.world.link(file).breaks;
+            for (std::size_t count = roll(4); count > 0; --count)
+                breaks.push_back({.at = static_cast<ByteCount>(roll(50'000)),
+                                  .times = 1 + static_cast<int>(roll(3)),
+                                  .fault = roll(4) > 0 ? TransportFault::brokenOff : TransportFault::silent});
+            test.world.enqueue(file);
+        }
+        const int statuses[] = {403, 408, 425, 429, 500, 502, 503, 504};
+        test.world.storage.refuses = [&](const std::string&) {
+            return roll(10) == 0 ? std::optional(refusal(statuses[roll(8)])) : std::nullopt;
+        };
+        test.world.interferes = [&](const HTTPRequest&) -> std::optional<Result<HTTPResponse>> {
+            if (roll(10) == 0) return failure(away("api.put.io"));
+            if (roll(10) == 0) return HTTPResponse{statuses[1 + roll(7)], ""};
+            return std::nullopt;
+        };
+        test.settle();
+        test.expectAllArrived();
+        EXPECT_LE(test.world.storage.bytesSent, test.allBytes * 101 / 100);
+        if (HasFailure()) return;
+    }
+}
+
+TEST_F(RidingOut, outagesOfHalfAMinuteAndOfAnHour) {
+    for (const auto outage : {std::chrono::seconds(30), std::chrono::seconds(3600)}) {
+        SCOPED_TRACE(outage.count());
+        Fresh test;
+        for (int i = 0; i < 20; ++i) test.world.enqueue(test.addFile("file " + std::to_string(i)));
+        test.world.loop.advance(15s);
+        test.cutOff(outage);
+        // What is under way breaks with it.
+        for (const ConstDownloadPointer& item : test.manager.downloads().withStatus(Status::downloading))
+            test.world.link(item->fileID).breaks = {{.at = item->bytesDownloaded + 1000}};
+        test.world.loop.advance(outage);
+        EXPECT_EQ(test.manager.downloads().count(Status::failed), 0U);
+        EXPECT_LE(test.refused, 20 + outage.count() / 15) << "one tries for all";
+        test.settle();
+        test.expectAllArrived();
+    }
+}
+
+// Nothing of this is counted against the server's word, however often it has to be asked.
+TEST_F(RidingOut, aServiceThatTakesTenRequestsASecond) {
+    std::deque<MainLoop::TimePoint> taken;
+    int asked = 0;
+    const auto isTooMany = [&] {
+        ++asked;
+        const auto now = world.loop.now();
+        while (!taken.empty() && now - taken.front() >= 1s) taken.pop_front();
+        if (taken.size() >= 10) return ++refused, true;
+        taken.push_back(now);
+        return false;
+    };
+    world.storage.refuses = [&](const std::string&) {
+        return isTooMany() ? std::optional(refusal(429)) : std::nullopt;
+    };
+    world.interferes = [&](const HTTPRequest&) -> std::optional<Result<HTTPResponse>> {
+        if (isTooMany()) return HTTPResponse{429, ""};
+        return std::nullopt;
+    };
+    world.preferences.setMaxConcurrentDownloads(6);
+    manager.pauseAll();
+    for (int i = 0; i < 200; ++i) world.enqueue(world.addFile("file " + std::to_string(i), "content"));
+    manager.resumeAll();
+    const auto begun = world.loop.now();
+    settle();
+    expectAllArrived();
+    EXPECT_LE(refused * 20, asked) << "of " << asked;
+    EXPECT_LE(world.loop.now() - begun, 140s);  // 40 at best
+}
+
+TEST_F(RidingOut, asksForALinkThreeTimesWithoutANewByte) {
+    const ConstDownloadPointer item = world.enqueue(addFile("f"));
+    world.link(item->fileID).status = 404;
+    settle();
+    EXPECT_EQ(World::outcome(item), "failed: HTTP error 404 from put.io.");
+    EXPECT_EQ(world.storage.started.size(), 4U);
+}
+
+TEST_F(RidingOut, fewBytesInAMinuteGiveTheSlotToOneThatWaits) {
+    world.preferences.setMaxConcurrentDownloads(1);
+    const FileID slow = addFile("slow", 20'000);
+    world.link(slow).rate = 50;
+    const ConstDownloadPointer item = world.enqueue(slow);
+    world.loop.advance(2min);
+    EXPECT_EQ(World::outcome(item), "downloading") << "nobody wants the slot";
+    const ConstDownloadPointer other = world.enqueue(addFile("other", 100'000, 300));
+    ASSERT_TRUE(world.loop.runUntil([&] { return item->status == Status::queued; }, 61s));
+    EXPECT_TRUE(item->resumeData && item->hold);
+    world.loop.advance(62s);
+    EXPECT_EQ(World::outcome(item), "queued");
+    EXPECT_EQ(World::outcome(other), "downloading");
+    settle();
+    expectAllArrived();
+    EXPECT_LE(world.storage.bytesSent, allBytes * 101 / 100);
+}
+
+TEST_F(RidingOut, listsAFolderThroughFaultsButDeletesOnce) {
+    const FolderID folder = world.addFolder("F");
+    for (int i = 0; i < 30; ++i) world.addFile("file " + std::to_string(i), "x", folder);
+    world.pageSize = 10;
+    int listings = 0;
+    int deletions = 0;
+    world.interferes = [&](const HTTPRequest& request) -> std::optional<Result<HTTPResponse>> {
+        const bool deletes = request.url.ends_with("/files/delete");
+        if (deletes && ++deletions == 1) return HTTPResponse{503, ""};
+        const bool isRest = request.url.ends_with("/continue");
+        if ((isRest || request.url.contains("parent_id")) && ++listings <= 6)
+            return listings % 2 == 0 ? Result<HTTPResponse>(HTTPResponse{503, ""}) : failure(away("api.put.io"));
+        return std::nullopt;
+    };
+    world.enqueueFolder(folder, true);
+    settle();
+    EXPECT_EQ(manager.downloads().items().size(), 30U);
+    EXPECT_EQ(deletions, 1);
+    EXPECT_EQ(manager.downloads().count(Status::remoteDeleteFailed), 30U);
+}
+}  // namespace
+}  // namespace tovri::test
