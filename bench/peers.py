@@ -2,6 +2,7 @@
 
 import os
 import pathlib
+import shlex
 import shutil
 import signal
 import statistics
@@ -12,7 +13,7 @@ import urllib.parse
 from typing import NamedTuple
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-PROGRAMS = ROOT / "build/bench"
+PROGRAMS = ROOT / "build/release"
 DATA = ROOT / "build/bench-data"
 MIB = 1 << 20
 
@@ -23,11 +24,11 @@ class Cost(NamedTuple):
     memory: int
 
 
-def run_measured(command, environment=None):
+def run_measured(command, folder, environment=None):
     """Runs the command quietly to its end; its failure ends the benchmark."""
     start = time.monotonic()
     with open(DATA / "output", "w") as output:
-        child = subprocess.Popen(command, stdout=output, stderr=output, env=environment, cwd=DATA / "target")
+        child = subprocess.Popen(command, stdout=output, stderr=output, env=environment, cwd=folder)
     _, status, usage = os.wait4(child.pid, 0)
     wall = time.monotonic() - start
     child.returncode = os.waitstatus_to_exitcode(status)
@@ -119,7 +120,7 @@ class Account:
     def __init__(self, name, files, size, is_secured=False, rate=None, distance=0):
         self.tree = DATA / name
         self.servers = []
-        generate = [str(PROGRAMS / "putio-sandbox"), "--files", str(files), "--folders", "0", "--crc-limit", "0",
+        generate = [str(PROGRAMS / "putio-sandbox"), "--files", str(files), "--folders", "0",
                     "--min-size", size, "--max-size", size]
         subprocess.run(generate + ["--write-tree", str(self.tree)], check=True, stdout=subprocess.DEVNULL)
         self.paths = sorted(path.relative_to(self.tree) for path in self.tree.rglob("*") if path.is_file())
@@ -172,30 +173,31 @@ def check_arrived(account, target):
         sys.exit(f"{len(sizes)} files were asked for, and not all of them arrived in {target}.")
 
 
-def compare(account, commands, rounds):
+def compare(account, commands, rounds, home=DATA):
+    """Each program fetches into the folder `target` of `home`."""
     costs = {name: [] for name in commands}
-    target = DATA / "target"
+    target = home / "target"
     for round_number in range(rounds + 1):
         begin = round_number % len(commands)
         order = [*commands.items()][begin:] + [*commands.items()][:begin]  # nobody always follows the same one
         for name, command in order:
             target.mkdir()
             os.sync()  # what the one before left to be written is not this one's work
-            cost = run_measured(command, tovri_environment(account))
+            cost = run_measured(command, target, tovri_environment(account))
             check_arrived(account, target)
             if round_number > 0:  # the first warms the page cache
                 costs[name].append(cost)
             # Not removed yet: a file system that was just told to forget a thousand files is slow to make new ones.
-            target.rename(DATA / f"done-{round_number}-{len(list(DATA.glob('done-*')))}")
+            target.rename(home / f"done-{round_number}-{len(list(home.glob('done-*')))}")
             if len(account.paths) == 1:
-                remove_done()
-    remove_done()
+                remove_done(home)
+    remove_done(home)
     return {name: Cost(*(statistics.median(column) for column in zip(*list_of_costs)))
             for name, list_of_costs in costs.items()}
 
 
-def remove_done():
-    for done in DATA.glob("done-*"):
+def remove_done(home):
+    for done in home.glob("done-*"):
         shutil.rmtree(done)
 
 
@@ -210,37 +212,61 @@ def report(title, medians, rounds):
 
 
 def tovri(*arguments):
-    return [str(PROGRAMS / "tovri-cli"), *arguments, "--to", str(DATA / "target")]
+    return [str(PROGRAMS / "tovri-cli"), *arguments, "--to", "."]
 
 
-def bench_one(title, account, commands, rounds):
+def durable(command, *names):
+    """The command, and then a wait until the disk has what it brought: what "arrived" means for tovri-cli."""
+    return ["sh", "-c", f"{shlex.join(command)} && sync {shlex.join(names)}"]
+
+
+def bench_one(title, account, commands, rounds, home=DATA):
     """`commands` are made of the file's address and name."""
     try:
         own = tovri("get", "/" + account.paths[0].as_posix())
-        medians = compare(account, {"tovri-cli": own, **commands(account.urls()[0], account.paths[0].name)}, rounds)
+        peers = commands(account.urls()[0], account.paths[0].name)
+        medians = compare(account, {"tovri-cli": own, **peers}, rounds, home)
         report(title, medians, rounds)
     finally:
         account.stop()
 
 
+def curl_one(url, name):
+    curl = ["curl", "--silent", "--fail", "-o", name, url]
+    return {"curl, sync": durable(curl, name), "curl": curl}
+
+
 def bench_large(rounds):
     def commands(url, name):
-        return {
-            "curl -o": ["curl", "--silent", "--fail", "-o", name, url],
-            "curl --parallel": ["curl", "--silent", "--fail", "--parallel", "-o", name, url],
-            "wget": ["wget", "--quiet", "-O", name, url],
-            "aria2c": ["aria2c", "--quiet", "--file-allocation=none", "-o", name, url],
-        }
+        return {**curl_one(url, name),
+                "wget": ["wget", "--quiet", "-O", name, url],
+                "aria2c": ["aria2c", "--quiet", "--file-allocation=none", "-o", name, url]}
 
     bench_one("One file of 2 GiB, with its link look-up", Account("large", 1, "2GiB"), commands, rounds)
 
 
-def bench_secured(rounds):
-    def commands(url, name):
-        return {"curl -o": ["curl", "--silent", "--fail", "-o", name, url]}
+def bench_volume(rounds):
+    """Needs root and a loop device: a file system of its own in a file."""
+    if os.geteuid() != 0:
+        print("\nTo another volume: not measured, since mounting one needs root")
+        return
+    image, home = DATA / "other.image", DATA / "other"
+    home.mkdir()
+    with open(image, "w") as file:
+        file.truncate(6 << 30)
+    subprocess.run(["mkfs.ext4", "-q", str(image)], check=True)
+    subprocess.run(["mount", "-o", "loop", str(image), str(home)], check=True)
+    try:
+        bench_one("One file of 2 GiB to another volume than the program's own", Account("volume", 1, "2GiB"),
+                  curl_one, rounds, home)
+    finally:
+        subprocess.run(["umount", str(home)], check=True)
+        image.unlink()
 
+
+def bench_secured(rounds):
     bench_one("One file of 2 GiB over TLS, with its link look-up", Account("secured", 1, "2GiB", is_secured=True),
-              commands, rounds)
+              curl_one, rounds)
 
 
 def bench_throttled(rounds):
@@ -258,10 +284,10 @@ def peers_of_many(account):
     (DATA / "urls").write_text("".join(f"{url}\n" for url in urls))
     (DATA / "aria2-input").write_text("".join(f"{url}\n  out={name}\n" for url, name in named))
     (DATA / "curl-config").write_text("".join(f'url = "{url}"\noutput = "{name}"\n' for url, name in named))
-    curl = ["curl", "--silent", "--fail", "--config", str(DATA / "curl-config")]
+    curl = ["curl", "--silent", "--fail", "--parallel", "--parallel-max", "6", "--config", str(DATA / "curl-config")]
     return {
-        "curl -o": curl,
-        "curl --parallel": [*curl, "--parallel", "--parallel-max", "6"],
+        "curl -Z, sync": durable(curl, "-f", "."),
+        "curl -Z": curl,
         "wget": ["wget", "--quiet", "-i", str(DATA / "urls")],
         "aria2c -j6": ["aria2c", "--quiet", "-j6", "-i", str(DATA / "aria2-input")],
     }
@@ -285,7 +311,7 @@ def bench_distant(rounds):
     account = Account("distant", 200, "64KiB", distance=0.040)
     try:
         peers = peers_of_many(account)
-        parallel = {name: peers[name] for name in ("curl --parallel", "aria2c -j6")}
+        parallel = {name: peers[name] for name in ("curl -Z", "aria2c -j6")}
         medians = compare(account, {"tovri-cli": tovri_of_many(account, 6), **parallel}, rounds)
         report("200 files of 64 KiB, 40 ms away; tovri-cli with its 200 link look-ups and a listing", medians, rounds)
     finally:

@@ -5,13 +5,14 @@
 #include "bench/desktop/MeasuredApplication.h"
 #include "bench/desktop/Sections.h"
 #include "downloads/PutIODownloadService.h"
-#include "platform/posix/PathFolderAccess.h"
-#include "platform/posix/PosixBackgroundQueue.h"
-#include "platform/posix/PosixFileManager.h"
-#include "platform/posix/PosixVolumeQueues.h"
-#include "platform/posix/StandardOutputLog.h"
-#include "platform/posix/SystemClock.h"
-#include "platform/posix/SystemRandom.h"
+#include "platform/icu/ICUTextCollation.h"
+#include "platform/posix/files/PosixFileManager.h"
+#include "platform/posix/folders/PathFolderAccess.h"
+#include "platform/posix/loop/PosixBackgroundQueue.h"
+#include "platform/posix/loop/PosixVolumeQueues.h"
+#include "platform/posix/loop/SystemClock.h"
+#include "platform/posix/loop/SystemRandom.h"
+#include "platform/posix/process/StandardOutputLog.h"
 #include "platform/qt/QtMainLoop.h"
 #include "support/FakeWorkspace.h"
 #include "support/MemoryStores.h"
@@ -111,8 +112,10 @@ int measureQueue(MeasuredApplication& application, const std::filesystem::path& 
     engine.manager.restoreQueue();
     SpeedLimit limit(engine.platform.loop);
     SpeedControl speed(engine.platform.loop, engine.platform.clock, engine.preferences, limit);
-    DownloadsScreen screen(engine.manager, speed, engine.workspace,
-                           {engine.platform.loop, engine.platform.clock, engine.platform.random});
+    Notices notices(engine.loop);
+    const ICUTextCollation collation("en_US");
+    DownloadsScreen screen(
+        {engine.manager, speed, engine.workspace, notices, collation, engine.loop, engine.clock, engine.random});
     DownloadsView view(screen);
     view.resize(900, 600);
     view.show();
