@@ -66,16 +66,18 @@ public:
     ~FolderPermissions() override { ::umask(before_); }
 
     // A private file, in its place on either volume, has what a file that the user made there would have.
-    void expectAsIfMadeThere(const Path& target) {
+    void expectAsIfMadeThere(const Path& target) { expectAsIfMadeThere(target, files); }
+
+    void expectAsIfMadeThere(const Path& target, PosixFileManager& program) const {
         std::filesystem::remove(target / "made");
         std::filesystem::remove(target / "arrived");
         const int made = ::open((target / "made").c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0666);
         ASSERT_GE(made, 0);
         ::close(made);
-        ASSERT_TRUE(files.createForWriting(here.path / "private"));
-        const auto adopted = files.adoptFolderPermissions(here.path / "private", target);
+        ASSERT_TRUE(program.createForWriting(here.path / "private"));
+        const auto adopted = program.adoptFolderPermissions(here.path / "private", target);
         ASSERT_TRUE(adopted) << adopted.error().description;
-        ASSERT_TRUE(files.moveItem(here.path / "private", target / "arrived", {}));
+        ASSERT_TRUE(program.moveItem(here.path / "private", target / "arrived", {}));
         EXPECT_EQ(Permissions::of(target / "arrived"), Permissions::of(target / "made"));
         EXPECT_EQ(std::distance(std::filesystem::directory_iterator(target), std::filesystem::directory_iterator()), 2);
     }
@@ -95,7 +97,8 @@ TEST_F(FolderPermissions, followTheUmaskAndTheFoldersGroup) {
         ASSERT_TRUE(files.createDirectories(target));
         for (const mode_t mask : {022U, 002U, 077U}) {
             ::umask(mask);
-            expectAsIfMadeThere(target);
+            PosixFileManager started;  // a program keeps the umask that it was started with
+            expectAsIfMadeThere(target, started);
         }
         constexpr gid_t other = 54321;
         if (::chown(target.c_str(), static_cast<uid_t>(-1), other) != 0) GTEST_SKIP() << "may not give a group away";

@@ -101,12 +101,12 @@ TEST_F(SmallDisk, isKnownByWhatLasts) {
         for (std::string line; std::getline(real, line);)
             made << line.substr(0, line.find(" - ")) << " - " << typeAndSource << " rw\n";
         made.close();
-        return volumeOf(disk, tables)->identity;
+        return VolumeLookup(tables).volumeOf(disk)->identity;
     };
     EXPECT_EQ(identityWith("nfs4 server:/Films\\040and\\134more"), "mount:nfs4 server:/Films and\\more");
     EXPECT_EQ(identityWith("tmpfs none"), "mount:tmpfs " + disk.string());
     std::filesystem::remove(tables.mounts);
-    EXPECT_THAT(volumeOf(disk, tables)->identity, StartsWith("device:"));
+    EXPECT_THAT(VolumeLookup(tables).volumeOf(disk)->identity, StartsWith("device:"));
 
     Path device;
     for (const auto& entry : std::filesystem::directory_iterator("/dev"))

@@ -97,7 +97,7 @@ bool PosixFileManager::isWithin(const Path& path, const Path& folder) {
 }
 
 Result<Volume> PosixFileManager::volume(const Path& path) {
-    return volumeOf(path);
+    return volumes_.volumeOf(path);
 }
 
 std::vector<Path> PosixFileManager::mountPoints(const std::string& identity) {
@@ -156,7 +156,7 @@ Result<void> PosixFileManager::replaceItem(const Path& from, const Path& to, std
 Result<void> PosixFileManager::adoptFolderPermissions(const Path& file, const Path& folder) {
     Result<RegularFile> opened = openRegularFile("set the permissions of", file, O_RDONLY | O_NOFOLLOW);
     if (!opened) return failure(opened);
-    return tovri::adoptFolderPermissions(opened->file.number(), folder);
+    return examples_.adoptPermissions(opened->file.number(), folder);
 }
 
 std::string PosixFileManager::mark(const Path& file) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "platform/FileManager.h"
+#include "platform/posix/folders/FolderPermissions.h"
 #include "platform/posix/folders/NewFolders.h"
+#include "platform/posix/folders/VolumeLookup.h"
 
 namespace tovri {
 
@@ -44,6 +46,8 @@ public:
 
 private:
     NewFolders newFolders_;
+    FolderExamples examples_;
+    VolumeLookup volumes_;
 };
 
 }  // namespace tovri

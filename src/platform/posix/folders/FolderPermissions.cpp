@@ -3,8 +3,8 @@
 #include <array>
 #include <cerrno>
 #include <cstddef>
-#include <optional>
 #include <string_view>
+#include <utility>
 
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -20,7 +20,10 @@ using Path = std::filesystem::path;
 namespace {
 
 constexpr const char* accessList = "system.posix_acl_access";  // acl(5), as the file system keeps it
-constexpr std::size_t longestList = 65536;                     // xattr(7)
+constexpr const char* defaultList = "system.posix_acl_default";
+constexpr std::size_t longestList = 65536;  // xattr(7)
+
+using Permissions = FolderExamples::Permissions;
 
 bool isUnknownHere(int number) {
     return number == 0 || number == ENODATA || number == ENOTSUP || number == ENOSYS || number == EPERM ||
@@ -38,30 +41,61 @@ int setList(int file, std::string_view list) {
     return result == 0 ? 0 : errno;
 }
 
-}  // namespace
-
-Result<void> adoptFolderPermissions(int file, const Path& folder) {
+Result<Permissions> permissionsOfExample(const Path& folder) {
     constexpr mode_t asTheUserWants = 0666;  // the umask and the folder decide
     Result<NewFile> example = NewFile::create(hiddenPath(folder), asTheUserWants);
     if (!example) return failure(example);
-    struct stat wanted{};
     struct stat status{};
-    if (::fstat(example->descriptor(), &wanted) != 0 || ::fstat(file, &status) != 0)
-        return failure(fileError("create a file in", folder, errno));
+    if (::fstat(example->descriptor(), &status) != 0) return failure(fileError("create a file in", folder, errno));
     std::array<char, longestList> bytes{};
     const ssize_t length = ::fgetxattr(example->descriptor(), accessList, bytes.data(), bytes.size());
-    std::string_view list(bytes.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    return Permissions{.mode = status.st_mode & 0777U,
+                       .group = status.st_gid,
+                       .list = std::string(bytes.data(), length > 0 ? static_cast<std::size_t>(length) : 0)};
+}
 
-    mode_t mode = wanted.st_mode & 0777U;
-    const bool hasGroup = status.st_gid == wanted.st_gid || ::fchown(file, static_cast<uid_t>(-1), wanted.st_gid) == 0;
+Result<void> setPermissions(int file, Permissions wanted, const Path& folder) {
+    struct stat status{};
+    if (::fstat(file, &status) != 0) return failure(fileError("set the permissions of a file for", folder, errno));
+    const bool hasGroup = status.st_gid == wanted.group || ::fchown(file, static_cast<uid_t>(-1), wanted.group) == 0;
     if (!hasGroup) {
-        mode = withoutGroupRights(mode);
-        list = {};
+        wanted.mode = withoutGroupRights(wanted.mode);
+        wanted.list.clear();
     }
     // The mode last: beside a list its group bits are the list's mask, which the example's mode has already.
-    for (const int failed : {setList(file, list), ::fchmod(file, mode) == 0 ? 0 : errno})
+    for (const int failed : {setList(file, wanted.list), ::fchmod(file, wanted.mode) == 0 ? 0 : errno})
         if (!isUnknownHere(failed)) return failure(fileError("set the permissions of a file for", folder, failed));
     return {};
+}
+
+}  // namespace
+
+Result<void> adoptFolderPermissions(int file, const Path& folder) {
+    Result<Permissions> wanted = permissionsOfExample(folder);
+    if (!wanted) return failure(wanted);
+    return setPermissions(file, std::move(*wanted), folder);
+}
+
+Result<void> FolderExamples::adoptPermissions(int file, const Path& folder) {
+    Result<Permissions> wanted = permissionsIn(folder);
+    if (!wanted) return failure(wanted);
+    return setPermissions(file, std::move(*wanted), folder);
+}
+
+Result<Permissions> FolderExamples::permissionsIn(const Path& folder) {
+    constexpr std::size_t most = 256;
+    struct stat status{};
+    if (::stat(folder.c_str(), &status) != 0) return failure(fileError("create a file in", folder, errno));
+    std::array<char, longestList> bytes{};
+    const ssize_t length = ::getxattr(folder.c_str(), defaultList, bytes.data(), bytes.size());
+    const Deciding deciding(status.st_dev, status.st_ino, status.st_mode, status.st_gid,
+                            std::string(bytes.data(), length > 0 ? static_cast<std::size_t>(length) : 0));
+    const std::scoped_lock lock(mutex_);
+    if (const auto found = known_.find(deciding); found != known_.end()) return found->second;
+    Result<Permissions> seen = permissionsOfExample(folder);
+    if (known_.size() >= most) known_.clear();
+    if (seen) known_.emplace(deciding, *seen);
+    return seen;
 }
 
 }  // namespace tovri

@@ -14,6 +14,7 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/vfs.h>
@@ -113,15 +114,19 @@ bool isThere(const Mount& mount, const std::string& identity, const VolumeTables
     return uuid && "uuid:" + *uuid == identity;
 }
 
-std::string lastingIdentity(const Path& folder, std::uint64_t number, const VolumeTables& tables) {
+std::optional<std::uint64_t> mountNumber(const Path& folder) {
     struct statx details{};
-    std::optional<Mount> mount;
-    if (::statx(AT_FDCWD, folder.c_str(), 0, STATX_MNT_ID, &details) == 0 && (details.stx_mask & STATX_MNT_ID) != 0)
-        mount = mountWithID(tables.mounts, details.stx_mnt_id);
+    const bool isKnown = ::statx(AT_FDCWD, folder.c_str(), 0, STATX_MNT_ID, &details) == 0;
+    if (!isKnown || (details.stx_mask & STATX_MNT_ID) == 0) return std::nullopt;
+    return details.stx_mnt_id;
+}
+
+std::string lastingIdentity(const Path& folder, dev_t device, std::uint64_t number, const VolumeTables& tables) {
+    const std::optional<Mount> mount = mountWithID(tables.mounts, number);
     if (mount)
         if (const auto uuid = uuidOf(mount->source, tables.uuids)) return "uuid:" + *uuid;
     if (auto kept = keptNumber(folder)) return std::move(*kept);
-    return mount ? identityByName(*mount) : "device:" + std::to_string(number);
+    return mount ? identityByName(*mount) : "device:" + std::to_string(device);
 }
 
 std::optional<ByteCount> bytes(std::uint64_t blocks, std::uint64_t size) {
@@ -131,7 +136,7 @@ std::optional<ByteCount> bytes(std::uint64_t blocks, std::uint64_t size) {
 
 }  // namespace
 
-Result<Volume> volumeOf(const Path& path, const VolumeTables& tables) {
+Result<Volume> VolumeLookup::volumeOf(const Path& path) {
     Volume volume;
     volume.folder = path;
     struct stat status{};
@@ -146,7 +151,7 @@ Result<Volume> volumeOf(const Path& path, const VolumeTables& tables) {
     struct statvfs facts{};
     if (::statvfs(volume.folder.c_str(), &facts) != 0) return failure(fileError("look at", volume.folder, errno));
     volume.number = status.st_dev;
-    volume.identity = lastingIdentity(volume.folder, volume.number, tables);
+    volume.identity = identityOf(volume.folder, volume.number);
     volume.keepsNumbers = volume.identity.starts_with("uuid:") || volume.identity.starts_with("number:");
     if (facts.f_blocks != 0) {
         volume.available = bytes(facts.f_bavail, facts.f_frsize);
@@ -155,6 +160,30 @@ Result<Volume> volumeOf(const Path& path, const VolumeTables& tables) {
     if (facts.f_namemax != 0) volume.longestName = facts.f_namemax;
     volume.isWritable = ::faccessat(AT_FDCWD, volume.folder.c_str(), W_OK | X_OK, AT_EACCESS) == 0;
     return volume;
+}
+
+std::string VolumeLookup::identityOf(const Path& folder, dev_t device) {
+    constexpr std::size_t most = 256;
+    const std::uint64_t number = mountNumber(folder).value_or(0);
+    std::unique_lock lock(mutex_);
+    forgetAfterChange();
+    if (const auto known = identities_.find({device, number}); known != identities_.end()) return known->second;
+    const std::uint64_t changes = changes_;
+    lock.unlock();  // the volume may take its time
+    std::string identity = lastingIdentity(folder, device, number, tables_);
+    lock.lock();
+    if (identities_.size() >= most) identities_.clear();
+    if (changes == changes_) identities_.emplace(MountedDevice{device, number}, identity);
+    return identity;
+}
+
+// proc(5): the table can be polled, and tells each reader of each change once.
+void VolumeLookup::forgetAfterChange() {
+    if (!mounts_.isOpen()) mounts_ = FileDescriptor(::open(tables_.mounts.c_str(), O_RDONLY | O_CLOEXEC));
+    pollfd look{.fd = mounts_.number(), .events = POLLPRI, .revents = 0};
+    if (mounts_.isOpen() && ::poll(&look, 1, 0) == 0) return;
+    identities_.clear();
+    ++changes_;
 }
 
 std::vector<Path> mountPointsOf(const std::string& identity, const VolumeTables& tables) {
