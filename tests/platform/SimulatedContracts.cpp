@@ -1,4 +1,4 @@
-#include "platform/FileManagerContract.h"
+#include "platform/FileMovingContract.h"
 #include "platform/MainLoopContract.h"
 #include "platform/StoreContracts.h"
 #include "platform/TextCollationContract.h"
