@@ -1,6 +1,5 @@
-# One static library per folder: tovri_library(downloads LINKS tovri::service) takes every .cpp file of the calling folder
-# and of its FOLDERS.
-# With FOLDERS it takes those of these folders below it too, which make one library with it.
+# One static library per folder: tovri_library(downloads LINKS tovri::service) takes the sources of the calling folder and of its
+# FOLDERS. With FOLDERS it takes those of these folders below it too, which make one library with it.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 
@@ -26,13 +25,19 @@ else()
   add_link_options(-pie -Wl,-z,relro,-z,now,-z,noexecstack)
 endif()
 
-function(tovri_library name)
-  cmake_parse_arguments(arg "" "" "FOLDERS;LINKS" ${ARGN})
+# The sources of the calling folder and of its FOLDERS.
+function(tovri_sources result)
   set(patterns *.cpp *.h)
-  foreach(folder ${arg_FOLDERS})
+  foreach(folder ${ARGN})
     list(APPEND patterns ${folder}/*.cpp ${folder}/*.h)
   endforeach()
   file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+  set(${result} ${sources} PARENT_SCOPE)
+endfunction()
+
+function(tovri_library name)
+  cmake_parse_arguments(arg "" "" "FOLDERS;LINKS" ${ARGN})
+  tovri_sources(sources ${arg_FOLDERS})
   list(FILTER sources EXCLUDE REGEX "/main\\.cpp$")
   string(MAKE_C_IDENTIFIER ${name} id)
   set(target tovri_${id})
@@ -58,16 +63,11 @@ endfunction()
 
 add_custom_target(thread-tests)
 
-# One test program per folder, which mirrors the folder of src/ that it tests: every .cpp file of the calling folder
-# and of its FOLDERS.
-# With LABELS threads the thread sanitizer looks at it too; the target thread-tests builds only such programs.
+# One test program per folder, which mirrors the folder of src/ that it tests: the sources of the calling folder and of its
+# FOLDERS. With LABELS threads the thread sanitizer looks at it too; the target thread-tests builds only such programs.
 function(tovri_test name)
   cmake_parse_arguments(arg "" "" "FOLDERS;LINKS;LABELS" ${ARGN})
-  set(patterns *.cpp *.h)
-  foreach(folder ${arg_FOLDERS})
-    list(APPEND patterns ${folder}/*.cpp ${folder}/*.h)
-  endforeach()
-  file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+  tovri_sources(sources ${arg_FOLDERS})
   add_executable(${name} ${sources})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/src ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${arg_LINKS} tovri_options GTest::gtest GTest::gmock GTest::gtest_main)
