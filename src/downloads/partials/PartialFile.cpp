@@ -132,19 +132,33 @@ ByteReceiver::Taken PartialFile::take(Number number, std::string_view bytes) {
     if (rest.length() <= 0) return Taken::refused;  // another brings what follows
     if (waiting_ >= bufferLimit) return Taken::none;
     const auto count = std::min(static_cast<ByteCount>(bytes.size()), rest.length());
-    Piece piece{.offset = rest.first, .bytes = {}};
-    if (!spare_.empty()) {
-        piece.bytes = std::move(spare_.back());
-        spare_.pop_back();
-    }
-    piece.bytes.assign(bytes.substr(0, static_cast<std::size_t>(count)));
-    pieces_.push_back(std::move(piece));
+    gather(rest.first, bytes.substr(0, static_cast<std::size_t>(count)));
     plan_.advance(number, count);
     taken_ += count;
     waiting_ += count;
     if (!std::exchange(isWriting_, true))
         place_.volumes.run(place_.lane, [self = shared_from_this()] { self->write(); });
     return Taken::all;
+}
+
+// What follows the last piece joins it: over TLS bytes come 16 KiB at a time, and the disk takes many at once for less.
+void PartialFile::gather(ByteCount offset, std::string_view bytes) {
+    constexpr std::size_t pieceLimit = std::size_t{512} * 1024;
+    if (!pieces_.empty()) {
+        Piece& last = pieces_.back();
+        const bool follows = last.offset + static_cast<ByteCount>(last.bytes.size()) == offset;
+        if (follows && last.bytes.size() + bytes.size() <= pieceLimit) {
+            last.bytes.append(bytes);
+            return;
+        }
+    }
+    Piece piece{.offset = offset, .bytes = {}};
+    if (!spare_.empty()) {
+        piece.bytes = std::move(spare_.back());
+        spare_.pop_back();
+    }
+    piece.bytes.assign(bytes);
+    pieces_.push_back(std::move(piece));
 }
 
 ByteReceiver::Taken PartialFile::refuse(Error reason) {

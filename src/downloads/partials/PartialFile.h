@@ -150,6 +150,7 @@ private:
         std::string bytes;
     };
 
+    void gather(ByteCount offset, std::string_view bytes);
     [[nodiscard]] Taken refuse(Error reason);
     void giveRoomBack();
     [[nodiscard]] Result<void> open();
