@@ -23,7 +23,7 @@ DownloadManager::DownloadManager(DownloadPorts ports)
       lanes_(ports_.loop, ports_.files, ports_.volumes),
       receiving_({ports_.loop, ports_.volumes, ports_.files, ports_.random, lanes_}, ports_.folders.applicationData),
       leftovers_({ports_.loop, ports_.files, list_, receiving_}),
-      destinations_({ports_.loop, ports_.files, ports_.volumes, ports_.folders.applicationData / "destinations.list"}),
+      destinations_({ports_.loop, ports_.files, ports_.volumes, ports_.folders.applicationData}),
       held_(ports_.loop, list_, destinations_, lanes_,
             [this] {
                 saves_.request(SaveSchedule::Urgency::gathered);
@@ -63,7 +63,6 @@ DownloadManager::DownloadManager(DownloadPorts ports)
               .brakes = brakes_,
               .connections = connections_,
               .links = links_,
-              .dataFolder = ports_.folders.applicationData,
               .stagingFolder = store_->stagingDirectory(),
               .bootID = ports_.clock.bootID(),
               .runWaits = [this] { runEnded(); }},

@@ -64,11 +64,16 @@ ByteCount DestinationCheck::missing(const Download& item) {
 }
 
 void DestinationCheck::load() {
-    if (const Result<ByteBlob> text = ports_.files.readFile(ports_.file)) book_ = DestinationBook::decode(*text);
+    if (const Result<ByteBlob> text = ports_.files.readFile(bookFile())) book_ = DestinationBook::decode(*text);
 }
 
-Task<Result<DestinationFacts>> DestinationCheck::look(Path folder, std::string lane, std::stop_token stop) {
-    auto look = [&files = ports_.files, folder] { return lookAtDestination(files, folder); };
+Task<Result<DestinationFacts>> DestinationCheck::lookAt(Path folder, std::optional<Path> file, std::string lane,
+                                                        std::stop_token stop) {
+    auto look = [&files = ports_.files, data = ports_.data, folder, file] {
+        Result<DestinationFacts> facts = lookAtDestination(files, folder);
+        if (facts && file) facts->isOurs = files.isWithin(*file, data) || files.isWithin(data, *file);
+        return facts;
+    };
     std::map<std::uint64_t, ByteCount> claimed;
     for (const auto& [number, claim] : claims_) claimed.emplace(number, missing(*claim.item));
     const std::uint64_t claimsEnded = claimsEnded_;
@@ -204,8 +209,8 @@ void DestinationCheck::accept(const Path& folder, const DestinationFacts& facts)
 
 // In a lane of its own, so that an older book never replaces a newer one. What a kill takes is noted again.
 void DestinationCheck::save() {
-    ports_.volumes.run("file " + ports_.file.native(),
-                       [&files = ports_.files, file = ports_.file, text = book_.encode()] {
+    ports_.volumes.run("file " + bookFile().native(),
+                       [&files = ports_.files, file = bookFile(), text = book_.encode()] {
                            (void)files.writeFileAtomically(file, text);
                        });
 }

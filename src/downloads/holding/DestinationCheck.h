@@ -27,12 +27,13 @@ class DestinationCheck {
 public:
     using Path = std::filesystem::path;
 
-    // What it works with; outlives it. `file` keeps which destination is on which volume.
+    // What it works with; outlives it. `data` is Tovri's own folder, where nothing is downloaded; a file in it keeps
+    // which destination is on which volume.
     struct Ports {
         MainLoop& loop;
         FileManager& files;
         VolumeQueues& volumes;
-        Path file;
+        Path data;
     };
 
     explicit DestinationCheck(Ports ports) : ports_(std::move(ports)) {}
@@ -43,7 +44,14 @@ public:
     void load();
 
     // The lane is the volume's. A failure is a cancellation, or the volume cannot be looked at.
-    Task<Result<DestinationFacts>> look(Path folder, std::string lane, std::stop_token stop);
+    Task<Result<DestinationFacts>> look(Path folder, std::string lane, std::stop_token stop) {
+        return lookAt(std::move(folder), std::nullopt, std::move(lane), std::move(stop));
+    }
+
+    // The same for a file that is to be placed there.
+    Task<Result<DestinationFacts>> lookFor(Path file, std::string lane, std::stop_token stop) {
+        return lookAt(file.parent_path(), file, std::move(lane), std::move(stop));
+    }
 
     // The bytes that the item's volume still has to find room for: they gather there. A file that has arrived whole and
     // has no place yet needs none.
@@ -99,6 +107,11 @@ private:
         HoldPointer obstacle;
         MainLoop::TimePoint time;
     };
+
+    Task<Result<DestinationFacts>> lookAt(Path folder, std::optional<Path> file, std::string lane,
+                                          std::stop_token stop);
+
+    [[nodiscard]] Path bookFile() const { return ports_.data / "destinations.list"; }
 
     [[nodiscard]] HoldPointer obstacleOfFolder(const Path& folder, const DestinationFacts& facts);
     [[nodiscard]] HoldPointer obstacleOfFile(const Download& item, const DestinationFacts& facts) const;

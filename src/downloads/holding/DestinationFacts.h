@@ -16,6 +16,7 @@ struct DestinationFacts {
     std::filesystem::path mountPoint;                 // the uppermost folder of the volume
     std::map<std::uint64_t, ByteCount> claimed = {};  // what each claim needed when this was asked for
     std::uint64_t claimsEnded = 0;                    // how many had ended when this was asked for
+    bool isOurs = false;                              // the file asked about would be in Tovri's own data, or above it
 
     // What a user calls the volume: the name of its mount point.
     [[nodiscard]] std::string volumeName() const;

@@ -10,6 +10,16 @@ namespace tovri {
 
 using Urgency = SaveSchedule::Urgency;
 
+namespace {
+
+// Nothing comes among what Tovri keeps for itself, and nothing takes the place of a folder above it.
+Error belongsToTovri(const std::filesystem::path& target) {
+    return Error(ErrorCase::file, "\"" + target.native() +
+                                      "\" belongs to Tovri's own data. Choose another folder, then queue it again.");
+}
+
+}  // namespace
+
 DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
     : around_(around),
       item_(std::move(item)),
@@ -63,7 +73,7 @@ Task<Result<void>> DownloadRun::goTheWay() {
     else if (item_->isBegunAgain && !item_->receivedFile)
         step = co_await readRecord();
     if (!step || !isToGoOn()) co_return step;
-    step = co_await reception_.open(target_.path.parent_path(), target_.lane, stop_.get_token());
+    step = co_await reception_.open(target_, stop_.get_token());
     if (!step || !isToGoOn()) co_return step;
     if (reception_.isResumed() || reception_.isWhole()) stage_ = Stage::transfer;
     if (!reception_.isWhole()) {
@@ -100,22 +110,7 @@ Task<Result<void>> DownloadRun::findTarget() {
     Result<std::string> lane = co_await around_.lanes.laneOf(target_.path.parent_path(), stop_.get_token());
     if (!lane) co_return failure(lane);
     target_.lane = std::move(*lane);
-    Result<void> isOutside = co_await keepOutOfData();
-    co_return isOutside;
-}
-
-// Nothing comes among what Tovri keeps for itself, and nothing takes the place of a folder above it.
-Task<Result<void>> DownloadRun::keepOutOfData() {
-    auto look = [&files = around_.files, data = around_.dataFolder, target = target_.path]() -> Result<bool> {
-        return files.isWithin(target, data) || files.isWithin(data, target);
-    };
-    Result<bool> isInside =
-        co_await onVolume<bool>(around_.loop, around_.volumes, target_.lane, stop_.get_token(), std::move(look));
-    if (!isInside) co_return failure(isInside);
-    if (!*isInside) co_return Result<void>();
-    co_return failure(Error(ErrorCase::file, "\"" + target_.path.native() +
-                                                 "\" belongs to Tovri's own data. Choose another folder, then queue "
-                                                 "it again."));
+    co_return Result<void>();
 }
 
 // put.io may have another file under this ID than when the item was queued.
@@ -130,13 +125,15 @@ Task<Result<void>> DownloadRun::readRecord() {
 // Whether the file can go there now; else `hold_` says what it waits for.
 Task<Result<void>> DownloadRun::checkDestination() {
     const Path folder = target_.path.parent_path();
-    Result<DestinationFacts> facts = co_await around_.destinations.look(folder, target_.lane, stop_.get_token());
+    Result<DestinationFacts> facts =
+        co_await around_.destinations.lookFor(target_.path, target_.lane, stop_.get_token());
     if (!facts && facts.error().isCancellation()) co_return failure(facts);
     if (!isToGoOn()) co_return Result<void>();
     if (!facts) {
         hold_ = DestinationCheck::unreachable(folder);
         co_return Result<void>();
     }
+    if (facts->isOurs) co_return failure(belongsToTovri(target_.path));
     target_.facts = std::move(*facts);
     hold_ = around_.destinations.obstacle(*item_, *target_.facts);
     if (!hold_) claim_ = around_.destinations.claim(item_, *target_.facts);

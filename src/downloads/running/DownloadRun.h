@@ -63,7 +63,6 @@ private:
     Task<Result<void>> goTheWay();
     Task<Result<void>> findTarget();
     Task<Result<void>> readRecord();
-    Task<Result<void>> keepOutOfData();
     Task<Result<void>> checkDestination();
     Task<Result<std::string>> findLink();
     Task<Result<void>> receiveRest();

@@ -7,17 +7,11 @@
 #include <utility>
 
 #include "downloads/running/RunSurroundings.h"
+#include "downloads/running/RunTarget.h"
 #include "downloads/running/Staging.h"
 #include "downloads/running/receiving/Reception.h"
 
 namespace tovri {
-
-// Where a run's file goes, as it was found at the run's start.
-struct RunTarget {
-    std::filesystem::path path;
-    std::string lane;                       // of the path's volume
-    std::optional<DestinationFacts> facts;  // before anything was placed there
-};
 
 // The last part of a run's way: the whole file gets its name, or what the preference or the user says of a name that is
 // taken. Lives in its run, and like it acts on the item only as long as that run is the item's current one.

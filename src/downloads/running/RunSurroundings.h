@@ -52,7 +52,6 @@ struct RunSurroundings {
     ConnectionBudget& connections;
     LinksAhead& links;
 
-    std::filesystem::path dataFolder;  // Tovri's own, where nothing is downloaded
     std::filesystem::path stagingFolder;
     std::string bootID;              // WallClock::bootID
     std::function<void()> runWaits;  // a run has begun to wait for the user

@@ -178,8 +178,12 @@ Path ReceivingFolders::whereIs(FileManager& files, const Listed& entry) {
     return entry.folder;
 }
 
-Task<Result<ReceivingFolders::Place>> ReceivingFolders::choose(Path destination, std::string lane,
+Task<Result<ReceivingFolders::Place>> ReceivingFolders::choose(Path destination, std::uint64_t volume, std::string lane,
                                                                std::stop_token stop) {
+    if (volume == ownVolume_) {
+        Result<Place> place = co_await find(std::nullopt, stop);
+        co_return place;
+    }
     Result<Found> found = co_await listFor(std::move(destination), lane, stop);
     if (!found) co_return failure(found);
     if (found->isOwnVolume) {

@@ -45,8 +45,9 @@ public:
     void load();
 
     // Where a file that is bound for `destination` is received. The folder on another volume is made, and listed before
-    // it is. `lane` is that of the destination's volume; it is this one that is full when ErrorCase::diskFull says so.
-    Task<Result<Place>> choose(Path destination, std::string lane, std::stop_token stop);
+    // it is. `lane` is that of the destination's volume, which has this number; it is this one that is full when
+    // ErrorCase::diskFull says so.
+    Task<Result<Place>> choose(Path destination, std::uint64_t volume, std::string lane, std::stop_token stop);
 
     // The folder where a reception was begun; none stands for the one on the data's own volume. Fails for any that is
     // not listed.

@@ -11,6 +11,7 @@
 #include "downloads/partials/PartialFile.h"
 #include "downloads/partials/ResumePoint.h"
 #include "downloads/running/RunSurroundings.h"
+#include "downloads/running/RunTarget.h"
 #include "downloads/running/receiving/AnswerCheck.h"
 #include "downloads/running/receiving/SideConnections.h"
 #include "downloads/running/receiving/SpeedMeter.h"
@@ -29,8 +30,8 @@ public:
 
     // Takes the item's token, if it has one, and finds what it stands for; else looks for the whole file, which arrived
     // before and could not be placed, then for bytes that an earlier transfer has left. With none no file is made yet.
-    // `destination` is the folder that the file is bound for, `lane` that of its volume.
-    Task<Result<void>> open(std::filesystem::path destination, std::string lane, std::stop_token stop);
+    // The target has been looked at.
+    Task<Result<void>> open(RunTarget target, std::stop_token stop);
 
     // Whether it goes on from a token: from then on, no longer from the first byte.
     [[nodiscard]] bool isResumed() const { return resumed_ && !isAdopted_; }

@@ -16,7 +16,7 @@ Error lostToken() {
 
 }  // namespace
 
-Task<Result<void>> Reception::open(std::filesystem::path destination, std::string lane, std::stop_token stop) {
+Task<Result<void>> Reception::open(RunTarget target, std::stop_token stop) {
     if (item_->resumeData) {
         std::optional<ResumePoint> point = ResumePoint::parse(*item_->resumeData);
         if (!point) {
@@ -28,7 +28,8 @@ Task<Result<void>> Reception::open(std::filesystem::path destination, std::strin
     }
     const bool isFound = co_await findWhole(stop);
     if (isFound) co_return Result<void>();
-    Result<ReceivingFolders::Place> place = co_await around_.receiving.choose(std::move(destination), lane, stop);
+    Result<ReceivingFolders::Place> place = co_await around_.receiving.choose(
+        target.path.parent_path(), target.facts->volume.number, std::move(target.lane), stop);
     if (!place) co_return failure(place);
     chosen_ = std::move(*place);
     Result<void> begun = co_await adoptOrBegin(std::move(stop));
