@@ -4,6 +4,7 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -34,6 +35,22 @@ TEST_F(RowListViewTest, theMenuKeyIsForWhatIsSelectedAlsoWithoutACurrentRow) {
     view.clearSelection();
     pressMenuKey();
     EXPECT_EQ(wanted.count(), 1);
+}
+
+TEST_F(RowListViewTest, isDimmedWhileNothingCanBeDone) {
+    const auto darkness = [this](int row) {
+        const QRect rect = view.visualRect(model.index(row));
+        const QImage seen = view.viewport()->grab(rect).toImage();
+        int darkest = 0;
+        for (int y = 0; y < seen.height(); ++y)
+            for (int x = 0; x < seen.width(); ++x) darkest = std::max(darkest, 255 - qGray(seen.pixel(x, y)));
+        return darkest;
+    };
+    const int before = darkness(2);
+    view.setInert(true);
+    EXPECT_LT(darkness(2), before * 2 / 3);
+    view.setInert(false);
+    EXPECT_EQ(darkness(2), before);
 }
 
 TEST_F(RowListViewTest, staysWhereItIsWhenRowsAboveComeAndGo) {
