@@ -4,7 +4,8 @@ import signal
 import subprocess
 import unittest
 
-from desktop import DesktopServices, DesktopTest, Keyring, State, shown_below
+from desktop import DesktopTest, State, shown_below
+from services import DesktopServices, Keyring
 from support import LIMIT, SANDBOX, SOON, tree_of, wait_until
 
 ACCOUNT = {
@@ -185,7 +186,6 @@ class Keyboard(DesktopTest):
             self.wait_for("push button", button).press()
             self.check_window(sheet)
             self.keys("Escape")
-            self.activate(SECTIONS[digit - 1])
         self.keys("ctrl+comma")
         self.check_window("Settings")
         self.assertEqual(self.terminate()[0], 0)
