@@ -1,6 +1,7 @@
 """The built desktop program as a person meets it: keys and clicks go in through the display, and what is shown comes back
 through the accessibility bus, as to a screen reader."""
 
+import bisect
 import os
 import subprocess
 import urllib.error
@@ -39,8 +40,7 @@ class Shown:
         self.node.do_action(0)
 
     def middle(self):
-        """On the screen, in pixels."""
-        area = Atspi.Component.get_extents(self.node, Atspi.CoordType.SCREEN)
+        area = area_of(self.node)
         return area.x + area.width // 2, area.y + area.height // 2
 
     def __repr__(self):
@@ -49,15 +49,34 @@ class Shown:
 
 def shown_below(node):
     """From the top down. What goes while it is asked is not there any more."""
-    for i in range(node.get_child_count()):
+    is_list = node.get_role_name() == "list"
+    for i in range(first_in_sight(node) if is_list else 0, node.get_child_count()):
         try:
             child = node.get_child_at_index(i)
             shown = child and Shown(child)
             if shown and (shown.has(State.SHOWING) or shown.role == "application"):
                 yield shown
                 yield from shown_below(child)
+            elif is_list:
+                return
         except GLib.Error:
             continue
+
+
+def first_in_sight(rows):
+    """The number of the uppermost row that is; a list has thousands that are not."""
+    top = area_of(rows).y
+
+    def is_below_top(i):
+        area = area_of(rows.get_child_at_index(i))
+        return area.y + area.height > top
+
+    return bisect.bisect_left(range(rows.get_child_count()), True, key=is_below_top)
+
+
+def area_of(node):
+    """On the screen, in pixels."""
+    return Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
 
 
 class DesktopTest(ProgramTest):
