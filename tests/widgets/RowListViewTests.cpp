@@ -234,7 +234,10 @@ TEST_F(RowListViewTest, isReadByAScreenReader) {
     QAccessibleInterface* row = list->child(2);
     EXPECT_EQ(row->text(QAccessible::Name), QStringLiteral("Row 2"));
     EXPECT_EQ(row->text(QAccessible::Description), QStringLiteral("400 MB / 1 GB · 2 MB/s"));
-    EXPECT_TRUE(row->state().selected);
+    EXPECT_TRUE(row->state().selected && !row->state().disabled);
+    view.setInert(true);
+    EXPECT_TRUE(row->state().disabled && row->child(1)->state().disabled);
+    view.setInert(false);
     EXPECT_EQ(list->indexOfChild(row), 2);
     EXPECT_EQ(list->childAt(row->rect().center().x(), row->rect().center().y()), row);
     ASSERT_EQ(row->childCount(), 2);
