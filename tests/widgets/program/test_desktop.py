@@ -190,6 +190,13 @@ class Keyboard(DesktopTest):
         self.check_window("Settings")
         self.assertEqual(self.terminate()[0], 0)
 
+    def test_a_sheet_has_the_keyboard_also_after_a_double_click(self):
+        self.keys("ctrl+2")
+        self.click("push button", "Add Transfer", times=2)
+        wait_until(lambda: self.active_window() == "Add Transfer", "the sheet to be active")
+        self.keys("Escape")
+        wait_until(lambda: not self.find("dialog", "Add Transfer"), "the sheet to close")
+
     def check_window(self, title):
         with self.subTest(title):
             wait_until(lambda: self.active_window() == title, title)
