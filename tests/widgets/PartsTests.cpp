@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/widgets/Seen.h"
 #include "widgets/parts/Menus.h"
 #include "widgets/parts/PlaceholderView.h"
 #include "widgets/parts/bars/Breadcrumbs.h"
@@ -101,6 +102,8 @@ TEST(ToolbarTest, followsItsEntriesWithoutTakingTheFocusOrTheText) {
     ASSERT_EQ(triggered.count(), 2);
     EXPECT_EQ(triggered[0][0].toInt(), 1);
     EXPECT_EQ(triggered[1][0].toInt(), 11);
+    test::doubleClick(toolbar, download->geometry().center());
+    EXPECT_EQ(triggered.count(), 3);
     EXPECT_EQ(download->toolButtonStyle(), Qt::ToolButtonTextBesideIcon);
     toolbar.resize(toolbar.minimumSizeHint().width(), 48);
     EXPECT_EQ(download->toolButtonStyle(), Qt::ToolButtonIconOnly);

@@ -4,6 +4,7 @@
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -34,6 +35,22 @@ TEST_F(RowListViewTest, theMenuKeyIsForWhatIsSelectedAlsoWithoutACurrentRow) {
     view.clearSelection();
     pressMenuKey();
     EXPECT_EQ(wanted.count(), 1);
+}
+
+TEST_F(RowListViewTest, isDimmedWhileNothingCanBeDone) {
+    const auto darkness = [this](int row) {
+        const QRect rect = view.visualRect(model.index(row));
+        const QImage seen = view.viewport()->grab(rect).toImage();
+        int darkest = 0;
+        for (int y = 0; y < seen.height(); ++y)
+            for (int x = 0; x < seen.width(); ++x) darkest = std::max(darkest, 255 - qGray(seen.pixel(x, y)));
+        return darkest;
+    };
+    const int before = darkness(2);
+    view.setInert(true);
+    EXPECT_LT(darkness(2), before * 2 / 3);
+    view.setInert(false);
+    EXPECT_EQ(darkness(2), before);
 }
 
 TEST_F(RowListViewTest, staysWhereItIsWhenRowsAboveComeAndGo) {
@@ -217,7 +234,10 @@ TEST_F(RowListViewTest, isReadByAScreenReader) {
     QAccessibleInterface* row = list->child(2);
     EXPECT_EQ(row->text(QAccessible::Name), QStringLiteral("Row 2"));
     EXPECT_EQ(row->text(QAccessible::Description), QStringLiteral("400 MB / 1 GB · 2 MB/s"));
-    EXPECT_TRUE(row->state().selected);
+    EXPECT_TRUE(row->state().selected && !row->state().disabled);
+    view.setInert(true);
+    EXPECT_TRUE(row->state().disabled && row->child(1)->state().disabled);
+    view.setInert(false);
     EXPECT_EQ(list->indexOfChild(row), 2);
     EXPECT_EQ(list->childAt(row->rect().center().x(), row->rect().center().y()), row);
     ASSERT_EQ(row->childCount(), 2);

@@ -105,6 +105,7 @@ public:
         state.invalid = !isThere(row);
         state.disabled = isThere(row) && !button(row).isEnabled;
         if (!isValid()) return state;
+        state.disabled = state.disabled || view_->isInert();
         state.offscreen = !isInSight(view_->buttonRect(index_.row(), button_));
         state.focusable = view_->currentIndex() == index_;  // the Tab key reaches it in the current row
         state.focused = view_->hasFocus() && view_->focusedButtonOf(index_.row()) == button_;
@@ -169,6 +170,7 @@ public:
         }
         state.offscreen = !isInSight(view_->visualRect(index_));
         if (isHeader()) return state;
+        state.disabled = view_->isInert();
         state.selectable = state.focusable = true;
         state.extSelectable = true;
         state.selected = view_->selectionModel()->isSelected(index_);

@@ -139,9 +139,10 @@ void RowPainter::paintSymbolOf(QPainter& painter, const QRect& row, const RowCon
     const QRect rect = symbolRect(row, content);
     const QColor ink = color(content.symbolTint, palette_);
     if (content.symbol.empty()) return paintTurningSign(painter, rect, ink, look.turn);
-    painter.setOpacity(content.pulses ? look.breath : 1);
+    const double opacity = painter.opacity();
+    painter.setOpacity(content.pulses ? opacity * look.breath : opacity);
     paintSymbol(painter, rect, content.symbolSize, content.symbol, ink);
-    painter.setOpacity(1);
+    painter.setOpacity(opacity);
 }
 
 void RowPainter::paintTexts(QPainter& painter, const QRect& row, const RowContent& content, const RowLook& look) const {

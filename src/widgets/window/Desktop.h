@@ -21,6 +21,7 @@
 #include "screens/window/ContentScreen.h"
 #include "widgets/window/Ending.h"
 #include "widgets/window/MainWindow.h"
+#include "widgets/window/StrayPresses.h"
 #include "widgets/window/TrayIcon.h"
 #include "widgets/window/WindowMemory.h"
 #include "widgets/window/help/LogWindow.h"
@@ -83,6 +84,7 @@ private:
     void dropQuestions();
     void hideWindows();
 
+    StrayPresses strayPresses_;
     Surroundings surroundings_;
     Ending::Done ended_;
     DesktopPreferences preferences_;

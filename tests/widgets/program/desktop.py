@@ -1,6 +1,7 @@
-"""The built desktop program as a person meets it: keys go in through the display, and what is shown comes back through
-the accessibility bus, as to a screen reader."""
+"""The built desktop program as a person meets it: keys and clicks go in through the display, and what is shown comes back
+through the accessibility bus, as to a screen reader."""
 
+import bisect
 import os
 import subprocess
 import urllib.error
@@ -9,7 +10,7 @@ import urllib.request
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi, Gio, GLib
+from gi.repository import Atspi, GLib
 
 from support import LIMIT, SOON, ProgramTest, wait_until
 
@@ -38,21 +39,44 @@ class Shown:
     def press(self):
         self.node.do_action(0)
 
+    def middle(self):
+        area = area_of(self.node)
+        return area.x + area.width // 2, area.y + area.height // 2
+
     def __repr__(self):
         return f"{self.role} {self.name!r}"
 
 
 def shown_below(node):
     """From the top down. What goes while it is asked is not there any more."""
-    for i in range(node.get_child_count()):
+    is_list = node.get_role_name() == "list"
+    for i in range(first_in_sight(node) if is_list else 0, node.get_child_count()):
         try:
             child = node.get_child_at_index(i)
             shown = child and Shown(child)
             if shown and (shown.has(State.SHOWING) or shown.role == "application"):
                 yield shown
                 yield from shown_below(child)
+            elif is_list:
+                return
         except GLib.Error:
             continue
+
+
+def first_in_sight(rows):
+    """The number of the uppermost row that is; a list has thousands that are not."""
+    top = area_of(rows).y
+
+    def is_below_top(i):
+        area = area_of(rows.get_child_at_index(i))
+        return area.y + area.height > top
+
+    return bisect.bisect_left(range(rows.get_child_count()), True, key=is_below_top)
+
+
+def area_of(node):
+    """On the screen, in pixels."""
+    return Atspi.Component.get_extents(node, Atspi.CoordType.SCREEN)
 
 
 class DesktopTest(ProgramTest):
@@ -135,8 +159,11 @@ class DesktopTest(ProgramTest):
 
     # Menus that pop up are no part of the tree: a screen reader only hears of their items when they get the focus.
     def hear(self, event):
-        if event.detail1 and event.source.get_role_name() == "menu item":
-            self.heard.append(event.source.get_name())
+        try:
+            if event.detail1 and event.source.get_role_name() == "menu item":
+                self.heard.append(event.source.get_name())
+        except GLib.Error:  # the menu has gone
+            pass
 
     def last_heard(self):
         while GLib.MainContext.default().iteration(False):
@@ -151,9 +178,13 @@ class DesktopTest(ProgramTest):
     def type(self, text):
         subprocess.run(["xdotool", "type", "--delay", "10", text], check=True, timeout=LIMIT)
 
-    def activate(self, title):
-        """Gives a window the keyboard again, which is a window manager's part."""
-        subprocess.run(["xdotool", "search", "--sync", "--onlyvisible", "--name", f"^{title}$", "windowfocus", "--sync"],
+    def click(self, role, name, times=1):
+        """With the mouse; twice is a double click."""
+        self.click_at(self.wait_for(role, name, State.SENSITIVE).middle(), times)
+
+    @staticmethod
+    def click_at(place, times=1):
+        subprocess.run(["xdotool", "mousemove", *map(str, place), "click", "--repeat", str(times), "--delay", "60", "1"],
                        check=True, timeout=LIMIT)
 
     def move_focus(self, key):
@@ -194,89 +225,3 @@ class DesktopTest(ProgramTest):
 class StayOnPage(urllib.request.HTTPRedirectHandler):
     def redirect_request(self, *_):
         return None
-
-
-class Keyring:
-    """The Secret Service of the session."""
-
-    path = "/org/freedesktop/secrets"
-
-    def __init__(self):
-        self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-        _, self.session = self.ask("OpenSession", GLib.Variant("(sv)", ("plain", GLib.Variant("s", ""))))
-
-    @staticmethod
-    def signal(signal):
-        os.kill(int(os.environ["TOVRI_KEYRING_PROCESS"]), signal)
-
-    def ask(self, method, arguments):
-        return self.bus.call_sync("org.freedesktop.secrets", self.path, "org.freedesktop.Secret.Service", method, arguments,
-                                  None, Gio.DBusCallFlags.NONE, -1).unpack()
-
-    def secrets(self, service):
-        unlocked, _ = self.ask("SearchItems", GLib.Variant("(a{ss})", ({"service": service},)))
-        found, = self.ask("GetSecrets", GLib.Variant("(aoo)", (unlocked, self.session)))
-        return {bytes(value).decode() for _, _, value, _ in found.values()}
-
-
-class DesktopServices:
-    """The login manager and the notifications of the session, as far as the program asks them."""
-
-    INTERFACES = """<node>
-      <interface name="org.freedesktop.login1.Manager"><method name="Inhibit">
-        <arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="s" direction="in"/>
-        <arg type="s" direction="in"/><arg type="h" direction="out"/></method></interface>
-      <interface name="org.freedesktop.Notifications"><method name="Notify">
-        <arg type="s" direction="in"/><arg type="u" direction="in"/><arg type="s" direction="in"/>
-        <arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="as" direction="in"/>
-        <arg type="a{sv}" direction="in"/><arg type="i" direction="in"/><arg type="u" direction="out"/></method></interface>
-    </node>"""
-
-    def __init__(self):
-        self.inhibited = []  # the reading ends of the locks that were handed out
-        self.notified = []  # title and text
-        self.bus = Gio.bus_get_sync(Gio.BusType.SESSION)
-        login, notifications = Gio.DBusNodeInfo.new_for_xml(self.INTERFACES).interfaces
-        self.objects = [self.bus.register_object("/org/freedesktop/login1", login, self.inhibit, None, None),
-                        self.bus.register_object("/org/freedesktop/Notifications", notifications, self.notify, None, None)]
-        self.names = [Gio.bus_own_name_on_connection(self.bus, name, Gio.BusNameOwnerFlags.NONE, None, None)
-                      for name in ("org.freedesktop.login1", "org.freedesktop.Notifications")]
-
-    def stop(self):
-        for name in self.names:
-            Gio.bus_unown_name(name)
-        for registered in self.objects:
-            self.bus.unregister_object(registered)
-        for lock in self.inhibited:
-            os.close(lock)
-
-    def notifications(self):
-        self.answer()
-        return self.notified
-
-    @staticmethod
-    def answer():
-        while GLib.MainContext.default().iteration(False):
-            pass
-
-    def inhibit(self, *call):
-        reading, writing = os.pipe()
-        os.set_blocking(reading, False)
-        self.inhibited.append(reading)
-        locks = Gio.UnixFDList.new_from_array([writing])
-        call[-1].return_value_with_unix_fd_list(GLib.Variant("(h)", (0,)), locks)
-
-    def notify(self, *call):
-        arguments = call[5].unpack()
-        self.notified.append((arguments[3], arguments[4]))
-        call[-1].return_value(GLib.Variant("(u)", (7,)))
-
-    def is_held(self):
-        """Whether the program still has the lock that it got last."""
-        self.answer()
-        if not self.inhibited:
-            return False
-        try:
-            return os.read(self.inhibited[-1], 1) != b""
-        except BlockingIOError:
-            return True

@@ -4,7 +4,8 @@ import signal
 import subprocess
 import unittest
 
-from desktop import DesktopServices, DesktopTest, Keyring, State, shown_below
+from desktop import DesktopTest, State, shown_below
+from services import DesktopServices, Keyring
 from support import LIMIT, SANDBOX, SOON, tree_of, wait_until
 
 ACCOUNT = {
@@ -185,10 +186,16 @@ class Keyboard(DesktopTest):
             self.wait_for("push button", button).press()
             self.check_window(sheet)
             self.keys("Escape")
-            self.activate(SECTIONS[digit - 1])
         self.keys("ctrl+comma")
         self.check_window("Settings")
         self.assertEqual(self.terminate()[0], 0)
+
+    def test_a_sheet_has_the_keyboard_also_after_a_double_click(self):
+        self.keys("ctrl+2")
+        self.click("push button", "Add Transfer", times=2)
+        wait_until(lambda: self.active_window() == "Add Transfer", "the sheet to be active")
+        self.keys("Escape")
+        wait_until(lambda: not self.find("dialog", "Add Transfer"), "the sheet to close")
 
     def check_window(self, title):
         with self.subTest(title):

@@ -128,6 +128,7 @@ QToolButton* Toolbar::makeButton(const ToolbarEntry& entry) {
         button->setPopupMode(QToolButton::InstantPopup);
         button->setMenu(new QMenu(button));
     } else {
+        button->installEventFilter(this);
         connect(button, &QToolButton::clicked, this,
                 [this, button] { emit triggered(button->property(actionProperty).toInt()); });
     }
@@ -203,6 +204,11 @@ void Toolbar::focusSearch() {
     if (!search_->isVisible()) return;
     search_->setFocus(Qt::ShortcutFocusReason);
     search_->selectAll();
+}
+
+// Of the buttons: without its second press, the second click of a double click is none.
+bool Toolbar::eventFilter(QObject* watched, QEvent* event) {
+    return event->type() == QEvent::MouseButtonDblClick || QWidget::eventFilter(watched, event);
 }
 
 void Toolbar::changeEvent(QEvent* event) {

@@ -35,7 +35,8 @@ template <class Action>
 
 // The buttons of a screen, from its items: symbols with titles, or the symbols alone where the titles find no room; at
 // the end the sign of what is under way, and the search field. Shown anew as often as the items change; what stays
-// keeps its focus and its text. What is hidden leaves its place empty: nothing moves under the pointer.
+// keeps its focus and its text. What is hidden leaves its place empty: nothing moves under the pointer. A double click
+// is one press.
 class Toolbar final : public QWidget {
     Q_OBJECT
 
@@ -57,6 +58,7 @@ signals:
     void searchChanged(const QString& text);
 
 protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void changeEvent(QEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;

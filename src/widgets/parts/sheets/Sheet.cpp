@@ -1,10 +1,12 @@
 #include "widgets/parts/sheets/Sheet.h"
 
+#include <QApplication>
 #include <QDialogButtonBox>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <utility>
 
@@ -81,6 +83,13 @@ void Sheet::showEvent(QShowEvent* event) {
     setMaximumSize(room.expandedTo(minimumSizeHint()));
     resize(sizeHint().boundedTo(maximumSize()).expandedTo(minimumSize()));
     QDialog::showEvent(event);
+    QTimer::singleShot(QApplication::doubleClickInterval(), this, &Sheet::takeKeyboard);
+}
+
+// A window manager that sees the second press of a double click leaves the keyboard with the window below, which has no
+// use for it while the sheet is there.
+void Sheet::takeKeyboard() {
+    if (isVisible() && parentWidget()->isActiveWindow()) activateWindow();
 }
 
 QPushButton* Sheet::addCancelButton(const QString& title) {

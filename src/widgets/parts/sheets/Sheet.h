@@ -44,6 +44,8 @@ protected:
     void showEvent(QShowEvent* event) override;
 
 private:
+    void takeKeyboard();
+
     QLabel* title_;
     ScrolledText* sentence_;
     QVBoxLayout* body_;
