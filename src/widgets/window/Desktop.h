@@ -7,6 +7,7 @@
 
 #include "app/DesktopPresence.h"
 #include "app/TovriApp.h"
+#include "platform/EntryLook.h"
 #include "platform/TextCollation.h"
 #include "platform/Workspace.h"
 #include "screens/KeptLog.h"
@@ -48,6 +49,7 @@ public:
         ServiceHosts hosts;
         std::function<bool()> hasTray;
         KeptLog& log;
+        EntryLook& entries;
     };
 
     // `ended` runs when nothing keeps the process any more.

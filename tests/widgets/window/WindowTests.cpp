@@ -6,6 +6,7 @@
 #include <QSplitter>
 
 #include "tests/widgets/window/DesktopFixture.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/window/ConflictDialog.h"
 
 namespace tovri::test {
@@ -139,6 +140,24 @@ TEST_F(Window, badgesTheDownloadsAndAsksAboutEachConflict) {
     EXPECT_EQ(files.files("/home/user/Downloads").size(), 5U);
     EXPECT_EQ(third->status, DownloadStatus::completed);
     EXPECT_EQ(sidebarRow(2), "Downloads");
+}
+
+TEST_F(Window, theSheetStaysWithinItWhateverTheNameIs) {
+    startSignedIn();
+    window().resize(700, 500);
+    const std::string name = std::string(230, 'W') + ".mkv";
+    conflicting(1, name);
+    settle(5s);
+    ASSERT_TRUE(sheet());
+    EXPECT_EQ(sheet()->width(), 340);
+    EXPECT_LE(sheet()->height(), 484);
+    EXPECT_TRUE(shows(*sheet(), "3 bytes · 4 Mar 2024, 10:22"));
+    for (const char* title : {"Replace", "Keep Both", "Skip"}) {
+        const QAbstractButton* found = button(*sheet(), title);
+        ASSERT_TRUE(found) << title;
+        const QRect place(found->mapTo(sheet(), QPoint()), found->size());
+        EXPECT_TRUE(sheet()->rect().contains(place)) << title;
+    }
 }
 
 TEST_F(Window, theSheetComesBackWithTheWindow) {
