@@ -20,6 +20,7 @@
 #include "screens/settings/SignInScreen.h"
 #include "screens/transfers/TransfersScreen.h"
 #include "screens/window/ContentScreen.h"
+#include "screens/window/SidebarFoot.h"
 #include "widgets/window/Ending.h"
 #include "widgets/window/MainWindow.h"
 #include "widgets/window/TrayIcon.h"
@@ -91,6 +92,7 @@ private:
     Notices notices_;
     NoticingWorkspace workspace_;
     ContentScreen content_;
+    SidebarFoot foot_;
     SignInGate gate_;
     SignInScreen signIn_;
     SettingsScreen settingsScreen_;

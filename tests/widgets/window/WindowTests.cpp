@@ -8,6 +8,8 @@
 #include "tests/widgets/window/DesktopFixture.h"
 #include "widgets/parts/text/Texts.h"
 #include "widgets/window/ConflictDialog.h"
+#include "widgets/window/ElidedLabel.h"
+#include "widgets/window/sidebar/Sidebar.h"
 
 namespace tovri::test {
 namespace {
@@ -158,6 +160,22 @@ TEST_F(Window, theSheetStaysWithinItWhateverTheNameIs) {
         const QRect place(found->mapTo(sheet(), QPoint()), found->size());
         EXPECT_TRUE(sheet()->rect().contains(place)) << title;
     }
+}
+
+TEST_F(Window, saysWhoseAccountItIsAndWhatRoomThereIs) {
+    const std::string name = std::string(100, 'a') + "<b>";
+    accountInfo = R"({"info":{"username":")" + name + R"(","disk":{"used":5,"size":2000005}}})";
+    files.setCapacity("/", 3'000'000);
+    startSignedIn();
+    settle(1s);
+    QStringList lines;
+    for (const auto* label : window().findChildren<ElidedLabel*>())
+        if (label->isVisible()) lines << label->text();
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_EQ(lines[0], textOf(name));
+    EXPECT_EQ(lines[1], "2 MB free on put.io");
+    EXPECT_TRUE(lines[2].endsWith(" MB free on disk")) << lines[2].toStdString();
+    EXPECT_LE(window().findChild<Sidebar*>()->width(), ContentScreen::sidebarMaximumWidth);
 }
 
 TEST_F(Window, theSheetComesBackWithTheWindow) {
