@@ -16,6 +16,7 @@
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/CurlTransferSession.h"
 #include "platform/icu/ICUTextCollation.h"
+#include "platform/posix/files/PosixEntryLook.h"
 #include "platform/posix/files/PosixFileManager.h"
 #include "platform/posix/folders/PathFolderAccess.h"
 #include "platform/posix/folders/XDGFolders.h"
@@ -117,7 +118,7 @@ private:
             qApp, &QGuiApplication::commitDataRequest, qApp,
             [this] { (void)app_->appDelegate().applicationWillTerminate(); }, Qt::DirectConnection);
         desktop_.emplace(Desktop::Surroundings{*app_, platform_, defaults_, workspace_, collation_, inhibitor_,
-                                               notifications_, hosts_, TrayIcon::isAvailable, log_},
+                                               notifications_, hosts_, TrayIcon::isAvailable, log_, entries_},
                          [](const Result<void>& saved) { saved ? end() : endUnsaved(saved.error().description); });
         defaults_.onFailure([this](const std::string& reason) {
             if (desktop_) desktop_->tellUnsavedSettings(reason);
@@ -171,6 +172,7 @@ private:
     SystemClock clock_;
     SystemRandom random_;
     PosixFileManager files_;
+    PosixEntryLook entries_;
     PathFolderAccess folderAccess_;
     PosixBackgroundQueue background_{loop_};
     PosixVolumeQueues volumes_;

@@ -166,6 +166,23 @@ TEST_F(Passes, retryWhatFailedAndForgetWhatTheUserTookOut) {
     EXPECT_THAT(home.arrived(), UnorderedElementsAre("new.mkv", "unlucky.mkv"));
 }
 
+TEST_F(Passes, waitAgainForWhatACancellationGaveBack) {
+    const UUID id = home.watch(shows);
+    const FileID file = world().addFile("new.mkv", std::string(10'000, 'n'), shows);
+    world().link(file).rate = 1000;
+    sync().startSyncAll(SyncUrgency::forced);
+    world().loop.advance(3s);
+    EXPECT_EQ(home.rule(id).pendingFileIDs, FileIDSet{file});
+    world().manager().cancelAll();
+    EXPECT_TRUE(home.rule(id).pendingFileIDs.isEmpty());
+    world().manager().takeBack();
+    EXPECT_EQ(home.rule(id).pendingFileIDs, FileIDSet{file});
+    EXPECT_FALSE(home.rule(id).knownFileIDs.contains(file));
+    home.settle();
+    EXPECT_TRUE(home.savedRules().front().knownFileIDs.contains(file));
+    EXPECT_THAT(home.arrived(), ElementsAre("new.mkv"));
+}
+
 TEST_F(Passes, tryWhatFailedAgainLaterEachTime) {
     home.watch(shows);
     const FileID file = world().addFile("new.mkv", "new", shows);

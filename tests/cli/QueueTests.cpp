@@ -72,15 +72,17 @@ TEST(QueueListing, tellsWhatArrivedAndHowItWasProven) {
     queue.downloads.assign(3, item(1, completed));
     queue.downloads[0].bytesDownloaded = 1'200'000;
     queue.downloads[1].bytesDownloaded = 153;
+    queue.downloads[1].resolvedURL = "/home/ann/kept (1).mkv";
     queue.downloads[1].error = "Arrived, but differs.";
     queue.downloads[2].status = failed;
     const std::vector<std::string> lines = listQueue(queue, now);
     EXPECT_THAT(lines[1], HasSubstr("1.2 MB \xC2\xB7 proven by size"));
-    EXPECT_THAT(lines[2], HasSubstr("153 bytes \xC2\xB7 Arrived, but differs."));
+    EXPECT_THAT(lines[2], HasSubstr("  kept (1).mkv  153 bytes \xC2\xB7 Arrived, but differs."));
     const std::string json = queueJSON(queue);
     EXPECT_THAT(json, HasSubstr(R"("size":1200000,"bytes":1200000,"status":"completed","destination":"/home/ann",)"
                                 R"("proof":"size"})"));
-    EXPECT_THAT(json, HasSubstr(R"("proof":"none","error":"Arrived, but differs."})"));
+    EXPECT_THAT(json, HasSubstr(R"("path":"/home/ann/kept (1).mkv","proof":"none","error":"Arrived, but differs."})"));
+    EXPECT_THAT(json, HasSubstr(R"("name":"kept (1).mkv")"));
     EXPECT_THAT(json, HasSubstr(R"("status":"failed","destination":"/home/ann"})"));
 }
 

@@ -1,4 +1,8 @@
 // Items of one account while another one is signed in.
+#include <algorithm>
+#include <chrono>
+#include <string>
+
 #include <gtest/gtest.h>
 
 #include "downloads/World.h"
@@ -11,11 +15,16 @@ using namespace std::chrono_literals;
 
 class Accounts : public testing::Test {
 public:
-    // 100 KB in ten seconds.
-    ConstDownloadPointer enqueue(const std::string& name) {
+    // 100 KB.
+    ConstDownloadPointer enqueue(const std::string& name, std::chrono::seconds time = 10s) {
         const FileID file = world.addFile(name, std::string(100'000, name.front()));
-        world.link(file).rate = 10'000;
+        world.link(file).rate = 100'000 / time.count();
         return world.enqueue(file);
+    }
+
+    [[nodiscard]] std::ptrdiff_t linksAskedOf(const ConstDownloadPointer& item) const {
+        const std::string end = "/files/" + item->fileID.text() + "/url";
+        return std::ranges::count_if(world.http.requests, [&](const auto& each) { return each.url.ends_with(end); });
     }
 
     World world;
@@ -43,6 +52,42 @@ TEST_F(Accounts, itemsOfAnotherOneWaitUntilItIsBackOrTheUserSaysSo) {
     world.manager().setAccount("ann");
     EXPECT_TRUE(world.runUntil(second, Status::completed)) << World::outcome(second);
     EXPECT_EQ(world.storage.resumed, 2);
+}
+
+TEST_F(Accounts, noLinkIsAskedForAheadOfTheirTurn) {
+    world.preferences.setMaxConcurrentDownloads(1);
+    world.manager().setAccount("bob");
+    const ConstDownloadPointer bobs = enqueue("b", 1000s);
+    world.manager().setAccount("ann");
+    world.loop.advance(1s);
+    const ConstDownloadPointer anns = enqueue("a", 1000s);
+    world.loop.advance(1s);
+    const ConstDownloadPointer next = enqueue("n");
+    world.manager().moveToTop(bobs);
+    world.loop.advance(2min);  // a link that was asked for is too old by now
+    const auto before = linksAskedOf(next);
+    EXPECT_GT(before, 0);
+    world.manager().setAccount("bob");
+    world.loop.advance(1min);
+    EXPECT_EQ(bobs->status, Status::downloading);
+    EXPECT_EQ(anns->status, Status::queued);
+    EXPECT_EQ(linksAskedOf(next), before);
+}
+
+TEST_F(Accounts, nothingIsTakenBackIntoAnotherOne) {
+    world.manager().setAccount("ann");
+    const ConstDownloadPointer item = enqueue("a");
+    world.loop.advance(4s);
+    world.manager().cancelAll();
+    world.manager().setAccount("bob");
+    world.manager().takeBack();
+    world.loop.advance(1min);
+    EXPECT_EQ(item->status, Status::queued);
+    EXPECT_TRUE(item->hold);
+    EXPECT_EQ(world.transfersOf(item->fileID), 1U);
+    world.manager().setAccount("ann");
+    EXPECT_TRUE(world.runUntil(item, Status::completed)) << World::outcome(item);
+    EXPECT_EQ(world.storage.resumed, 1);
 }
 
 TEST_F(Accounts, areRememberedAcrossRestarts) {

@@ -150,6 +150,27 @@ TEST(SheetTest, escapeCancelsAndReturnDestroysNothing) {
     EXPECT_EQ(confirmed.count(), 1);
 }
 
+TEST(SheetTest, staysWithinItsWindowWhateverItSays) {
+    QWidget window;
+    window.resize(900, 600);
+    const std::unique_ptr<Sheet> sheet(
+        makeConfirmation(&window, QString(5000, 'W'), QString(50'000, 'W') + " again", "Delete", "Cancel"));
+    auto* error = new ErrorLine;
+    sheet->body()->addWidget(error);
+    window.show();
+    sheet->show();
+    error->show(QString(5000, 'W'));
+    for (const QSize size : {QSize(900, 600), QSize(700, 500)}) {
+        window.resize(size);
+        test::settle();
+        const QPushButton* button = buttonNamed<QPushButton>(*sheet, "Delete");
+        ASSERT_NE(button, nullptr);
+        EXPECT_LE(sheet->width(), size.width());
+        EXPECT_LE(sheet->height(), size.height());
+        EXPECT_TRUE(sheet->rect().contains(QRect(button->mapTo(sheet.get(), QPoint()), button->size())));
+    }
+}
+
 TEST(MenusTest, showTheScreensLines) {
     enum class Action { open, erase };
     QMenu menu;

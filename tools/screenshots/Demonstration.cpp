@@ -22,7 +22,7 @@ Demonstration::Demonstration() {
     app_.emplace(TovriApp::Ports{platform(), http_, transfers_, credentials_, defaults_, signIn_, updates_, *hosts});
     app_->setup();
     desktop_.emplace(Desktop::Surroundings{*app_, platform(), defaults_, workspace_, collation_, inhibitor_,
-                                           notifications_, *hosts, [] { return false; }, keptLog_},
+                                           notifications_, *hosts, [] { return false; }, keptLog_, entries_},
                      [](const Result<void>&) {});
 }
 

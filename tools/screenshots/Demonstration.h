@@ -9,6 +9,7 @@
 #include "platform/curl/CurlHTTPSession.h"
 #include "platform/curl/CurlTransferSession.h"
 #include "platform/icu/ICUTextCollation.h"
+#include "platform/posix/files/PosixEntryLook.h"
 #include "platform/posix/files/PosixFileManager.h"
 #include "platform/posix/folders/PathFolderAccess.h"
 #include "platform/posix/loop/PosixBackgroundQueue.h"
@@ -73,6 +74,7 @@ private:
     SystemClock clock_;
     SystemRandom random_;
     PosixFileManager files_;
+    PosixEntryLook entries_;
     PathFolderAccess folderAccess_;
     PosixBackgroundQueue background_{loop_};
     PosixVolumeQueues volumes_;

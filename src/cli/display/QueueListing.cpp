@@ -6,6 +6,7 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/ShortID.h"
+#include "downloads/list/ListedName.h"
 #include "downloads/running/ArrivalProof.h"
 #include "screens/RelativeTime.h"
 
@@ -81,7 +82,7 @@ void addOptional(JSON& json, std::string_view key, const std::optional<std::stri
 }
 
 void addItem(JSON& json, const DownloadRecord& item) {
-    json.beginObject().field("id", item.id.text()).field("fileID", item.fileID).field("name", item.fileName);
+    json.beginObject().field("id", item.id.text()).field("fileID", item.fileID).field("name", listedName(item));
     json.field("size", item.fileSize).field("bytes", item.bytesDownloaded).field("status", rawValue(item.status));
     json.field("destination", item.destinationFolder->native());
     addOptional(json, "path", item.resolvedURL);
@@ -109,7 +110,7 @@ std::vector<std::string> listQueue(const QueueSnapshot& queue, Timestamp now) {
                                                   : std::string(section.title));
         for (const DownloadRecord* item : section.items)
             lines.push_back(fmt::format("  {}  {}  {}", shortID(item->id, queue.downloads.size()),
-                                        printable(item->fileName), statusText(*item, now)));
+                                        printable(listedName(*item)), statusText(*item, now)));
     }
     return lines;
 }

@@ -35,8 +35,26 @@ std::optional<Placeholder> SyncRulesScreen::placeholder() const {
 std::vector<ToolbarItem<SyncToolbarAction>> SyncRulesScreen::toolbar() const {
     using Item = ToolbarItem<SyncToolbarAction>;
     return {{.kind = Item::Kind::progress, .isVisible = manager_.isSyncing()},
-            {.action = SyncToolbarAction::syncAll, .title = "Sync Now", .symbol = "arrow.clockwise"},
+            {.action = SyncToolbarAction::syncAll,
+             .title = "Sync Now",
+             .symbol = "arrow.clockwise",
+             .isEnabled = canRefresh()},
             {.action = SyncToolbarAction::addRule, .title = "Add Rule", .symbol = "plus"}};
+}
+
+bool SyncRulesScreen::canRefresh() const {
+    return std::ranges::any_of(manager_.rules(),
+                               [](const SyncRule& rule) { return rule.isEnabled && !rule.isForeign; });
+}
+
+// A rule by itself is looked into whether it is enabled or not.
+std::vector<MenuItem<SyncRuleAction>> SyncRulesScreen::menu(const UUID& rule) const {
+    const SyncRule* found = manager_.find(rule);
+    const bool canSync = found && !found->isForeign && !manager_.isSyncing();
+    std::vector<MenuItem<SyncRuleAction>> menu = syncRuleMenu();
+    for (MenuItem<SyncRuleAction>& item : menu)
+        if (item.action == SyncRuleAction::syncNow) item.isEnabled = canSync;
+    return menu;
 }
 
 std::optional<Banner> SyncRulesScreen::banner() const {
@@ -66,7 +84,7 @@ void SyncRulesScreen::follow(const SyncChange& change) {
         case SyncChange::Kind::lastError:
             break;
     }
-    if (change.kind != SyncChange::Kind::ruleChanged) changes_.tell({});
+    changes_.tell({});
     followTime();
 }
 

@@ -57,7 +57,7 @@ public:
     // The times in it are told anew as they go on, while the screen is on view.
     [[nodiscard]] SyncRuleRow row(std::size_t index) const;
 
-    [[nodiscard]] static std::vector<MenuItem<SyncRuleAction>> menu() { return syncRuleMenu(); }
+    [[nodiscard]] std::vector<MenuItem<SyncRuleAction>> menu(const UUID& rule) const;
 
     [[nodiscard]] const SyncRuleEditorSheet& editor() const { return editor_; }
 
@@ -74,6 +74,9 @@ public:
 
     // Looks into the folders of all enabled rules, as the toolbar's button does.
     void refresh() { perform(SyncToolbarAction::syncAll); }
+
+    // Whether there is such a rule, of this account.
+    [[nodiscard]] bool canRefresh() const;
 
     void perform(SyncToolbarAction action);
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "base/ByteCountFormat.h"
+#include "downloads/list/ListedName.h"
 #include "downloads/running/ArrivalProof.h"
 #include "platform/FileManagerName.h"
 #include "screens/RelativeTime.h"
@@ -189,7 +190,7 @@ std::string DownloadRow::statusText() const {
 }
 
 DownloadRow downloadRow(const Download& item, Timestamp now, const std::optional<std::string>& holdReason) {
-    DownloadRow row{item.id,          symbolOf(item.status),           item.fileName,
+    DownloadRow row{item.id,          symbolOf(item.status),           std::string(listedName(item)),
                     progressOf(item), statusOf(item, now, holdReason), buttonsOf(item.status),
                     detailsOf(item)};
     if (item.isDoubtful()) {

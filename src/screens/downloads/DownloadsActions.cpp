@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <ranges>
+#include <string_view>
 
+#include "downloads/list/ListedName.h"
 #include "screens/downloads/DownloadsScreen.h"
 
 namespace tovri {
@@ -39,8 +41,12 @@ void DownloadsScreen::perform(QueueAction action) {
 void DownloadsScreen::search(std::string text) {
     if (text == searchText()) return;
     chrome_.searchText = std::move(text);
-    const auto isNamedSo = [&collation = collation_, wanted = collation_.searchKey(searchText())](
-                               const Download& item) { return collation.searchKey(item.fileName).contains(wanted); };
+    const auto isNamedSo = [&collation = collation_,
+                            wanted = collation_.searchKey(searchText())](const Download& item) {
+        const auto matches = [&](std::string_view name) { return collation.searchKey(name).contains(wanted); };
+        const std::string_view listed = listedName(item);
+        return matches(item.fileName) || (listed != item.fileName && matches(listed));
+    };
     rows_.setFilter(searchText().empty() ? QueueRows::Filter() : isNamedSo);
     changes_.tell({ScreenChange::Kind::chrome});
 }

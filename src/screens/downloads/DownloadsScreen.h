@@ -9,6 +9,7 @@
 
 #include "base/Signal.h"
 #include "downloads/DownloadManager.h"
+#include "downloads/list/ListedName.h"
 #include "platform/TextCollation.h"
 #include "platform/Workspace.h"
 #include "screens/ActionDialogs.h"
@@ -92,7 +93,7 @@ public:
     [[nodiscard]] DownloadRow rowAt(std::size_t row) const;
 
     // Parts of it that are asked for every row.
-    [[nodiscard]] const std::string& titleAt(std::size_t row) const { return rows_.itemAt(row)->fileName; }
+    [[nodiscard]] std::string titleAt(std::size_t row) const { return std::string(listedName(*rows_.itemAt(row))); }
 
     [[nodiscard]] const UUID& idAt(std::size_t row) const { return rows_.itemAt(row)->id; }
 

@@ -53,8 +53,8 @@ public:
 
     using Filter = std::function<bool(const Download&)>;
 
-    // From the next catching up on only the items that it lets through have rows; null lets all through. Of one item it
-    // always says the same.
+    // From the next catching up on only the items that it lets through have rows; null lets all through. What it
+    // lets through once it always does.
     void setFilter(Filter filter);
 
     // Takes in a change of the list.

@@ -42,13 +42,16 @@ void AddTransferSheet::setExtract(bool extracts) {
     if (std::exchange(extract_, extracts) != extracts) changes_.tell();
 }
 
+bool AddTransferSheet::canAdd() const {
+    return isOpen_ && !isAdding_ && !trimmed(urlText_).empty();
+}
+
 void AddTransferSheet::add() {
-    std::string url(trimmed(urlText_));
-    if (!isOpen_ || isAdding_ || url.empty()) return;
+    if (!canAdd()) return;
     isAdding_ = true;
     error_.reset();
     changes_.tell();
-    scope_.start(add(std::move(url), extract_, opening_.get_token()));
+    scope_.start(add(std::string(trimmed(urlText_)), extract_, opening_.get_token()));
 }
 
 Task<> AddTransferSheet::add(std::string url, bool extracts, std::stop_token stop) {

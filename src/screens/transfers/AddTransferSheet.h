@@ -36,6 +36,9 @@ public:
     // While the service is asked; the button turns and takes no press.
     [[nodiscard]] bool isAdding() const { return isAdding_; }
 
+    // Whether the confirming button does anything.
+    [[nodiscard]] bool canAdd() const;
+
     // Why the last attempt failed; under the field.
     [[nodiscard]] const std::optional<std::string>& error() const { return error_; }
 

@@ -39,12 +39,14 @@ std::optional<Placeholder> TransfersScreen::placeholder() const {
                        "Add a magnet link or torrent URL to start a transfer on put.io.", "Add Transfer"};
 }
 
-std::vector<ToolbarItem<TransferToolbarAction>> TransfersScreen::toolbar() {
+std::vector<ToolbarItem<TransferToolbarAction>> TransfersScreen::toolbar() const {
+    const bool hasFinished = std::ranges::find(transfers_, TransferGroup::completed, groupOf) != transfers_.end();
     return {{.action = TransferToolbarAction::add, .title = "Add Transfer", .symbol = "plus"},
             {.action = TransferToolbarAction::clean,
              .title = "Clean",
              .symbol = "trash",
-             .help = "Remove completed transfers"}};
+             .help = "Remove completed transfers",
+             .isEnabled = hasFinished}};
 }
 
 void TransfersScreen::show(std::vector<Transfer> transfers) {
@@ -102,7 +104,7 @@ void TransfersScreen::openPlaceholder() {
 }
 
 void TransfersScreen::refresh() {
-    if (!isOnView_ || isLoading_) return;
+    if (!canRefresh()) return;
     scope_.start(error_ ? load(visit_.get_token()) : fetchQuietly(visit_.get_token()));
 }
 

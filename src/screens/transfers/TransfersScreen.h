@@ -47,7 +47,7 @@ public:
     // The line above the list.
     [[nodiscard]] std::vector<Label> summary() const { return transferSummary(transfers_); }
 
-    [[nodiscard]] static std::vector<ToolbarItem<TransferToolbarAction>> toolbar();
+    [[nodiscard]] std::vector<ToolbarItem<TransferToolbarAction>> toolbar() const;
 
     // Headers and transfers.
     [[nodiscard]] const std::vector<TransferRow>& rows() const { return rows_.rows(); }
@@ -67,8 +67,11 @@ public:
 
     void openPlaceholder();
 
-    // Asks for the transfers now. Tells as little of a failure as when it asks by itself.
+    // Asks for the transfers now. Tells as little of a failure as when it asks by itself. Does nothing where it cannot.
     void refresh();
+
+    // Not while they are being asked for the first time.
+    [[nodiscard]] bool canRefresh() const { return isOnView_ && !isLoading_; }
 
     void perform(TransferToolbarAction action);
 

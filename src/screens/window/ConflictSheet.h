@@ -18,6 +18,8 @@ struct ConflictSheet {
 
     static constexpr const char* symbol = "exclamationmark.triangle.fill";
     static constexpr const char* title = "File Already Exists";
+    static constexpr const char* existingLabel = "On disk";
+    static constexpr const char* arrivingLabel = "Downloaded";
     static constexpr const char* applyToAllLabel = "Apply to all conflicts";
     static constexpr std::array buttons{Button{ConflictChoice::replace, "Replace", true},
                                         Button{ConflictChoice::keepBoth, "Keep Both", false},
@@ -28,6 +30,8 @@ struct ConflictSheet {
     UUID id;                   // of the conflict
     std::string message;       // secondary
     std::string existingPath;  // tertiary, cut in its middle
+    std::string existing;      // its size and date; "…" before its volume has said so
+    std::string arriving;      // those of the file that wants the name; the size at once
     bool applyToAll = false;   // the switch
 };
 

@@ -19,10 +19,11 @@ std::optional<UploadPanel> makeUploadPanel(const FileBrowserState& files) {
 
 }  // namespace
 
-ContentScreen::ContentScreen(AuthManager& auth, DownloadManager& manager, FileBrowserState& files)
+ContentScreen::ContentScreen(AuthManager& auth, DownloadManager& manager, FileBrowserState& files, EntryPorts entries)
     : auth_(auth),
       manager_(manager),
       files_(files),
+      entries_(entries),
       activeDownloads_(countActive(manager.downloads())),
       uploadPanel_(makeUploadPanel(files)),
       signIn_(auth.onChange([this](AuthManager::Change change) {
@@ -70,7 +71,20 @@ void ContentScreen::updateConflict() {
     const FileConflict* pending = manager_.pendingConflict();
     const auto shown = conflictSheet_ ? std::optional(conflictSheet_->id) : std::nullopt;
     if (shown == (pending ? std::optional(pending->id) : std::nullopt)) return;
+    looking_.request_stop();
     conflictSheet_ = pending ? std::optional(tovri::conflictSheet(*pending)) : std::nullopt;
+    if (pending) {
+        looking_ = std::stop_source();
+        scope_.start(describe(&ConflictSheet::existing, pending->existingURL, looking_.get_token()));
+        scope_.start(describe(&ConflictSheet::arriving, pending->tempURL, looking_.get_token()));
+    }
+    changes_.tell(Change::conflict);
+}
+
+Task<> ContentScreen::describe(std::string ConflictSheet::* line, std::filesystem::path file, std::stop_token stop) {
+    std::string text = co_await describeEntry(entries_, std::move(file), stop);
+    if (stop.stop_requested()) co_return;
+    (*conflictSheet_).*line = std::move(text);
     changes_.tell(Change::conflict);
 }
 

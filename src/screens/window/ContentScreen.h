@@ -1,16 +1,20 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 
 #include "base/Signal.h"
+#include "base/TaskScope.h"
 #include "downloads/DownloadManager.h"
 #include "screens/Placeholder.h"
 #include "screens/files/FileBrowserState.h"
 #include "screens/window/ConflictSheet.h"
+#include "screens/window/EntryDescription.h"
 #include "screens/window/SidebarItem.h"
 #include "service/signin/AuthManager.h"
 
@@ -37,7 +41,7 @@ public:
         selection,  // also the title
         badge,
         uploads,
-        conflict,  // another sheet, none, or its switch
+        conflict,  // another sheet, none, or what it says
     };
 
     // Of the sidebar, in points.
@@ -46,7 +50,7 @@ public:
     static constexpr int sidebarMaximumWidth = 220;
 
     // All outlive the screen.
-    ContentScreen(AuthManager& auth, DownloadManager& manager, FileBrowserState& files);
+    ContentScreen(AuthManager& auth, DownloadManager& manager, FileBrowserState& files, EntryPorts entries);
 
     // Told after the state is consistent, only when what is seen differs.
     Subscription onChange(std::function<void(Change)> tell) { return changes_.subscribe(std::move(tell)); }
@@ -90,18 +94,22 @@ private:
     void followQueue(const QueueChange& change);
     void updateUploads();
     void updateConflict();
+    Task<> describe(std::string ConflictSheet::* line, std::filesystem::path file, std::stop_token stop);
 
     AuthManager& auth_;
     DownloadManager& manager_;
     FileBrowserState& files_;
+    EntryPorts entries_;
     std::optional<SidebarItem> selectedItem_ = SidebarItem::files;
     std::size_t activeDownloads_ = 0;
     std::optional<UploadPanel> uploadPanel_;
     std::optional<ConflictSheet> conflictSheet_;
+    std::stop_source looking_;  // at the files of that sheet
     Signal<Change> changes_;
     Subscription signIn_;
     Subscription queue_;
     Subscription uploads_;
+    TaskScope scope_;
 };
 
 }  // namespace tovri

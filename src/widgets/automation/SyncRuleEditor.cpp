@@ -12,6 +12,7 @@
 #include "widgets/parts/LocalFiles.h"
 #include "widgets/parts/forms/Form.h"
 #include "widgets/parts/forms/StepperBox.h"
+#include "widgets/parts/text/BreakableText.h"
 #include "widgets/parts/text/Texts.h"
 #include "widgets/theme/ForeignText.h"
 #include "widgets/theme/Measures.h"
@@ -20,6 +21,7 @@ namespace tovri {
 namespace {
 
 constexpr int sheetWidth = 480;
+constexpr qsizetype longestNotice = 400;  // characters
 
 }  // namespace
 
@@ -89,7 +91,7 @@ void SyncRuleEditor::update() {
     setPlainToolTip(*localFolder_, localFolder_->text());
     deletes_->setChecked(screen_.deleteAfterDownload());
     interval_->show(screen_.pollInterval());
-    notice_->setText(textOf(screen_.notice()));
+    notice_->setText(breakable(textOf(screen_.notice()), longestNotice));
     notice_->setVisible(!notice_->text().isEmpty());
     confirm_->setEnabled(screen_.canConfirm());
 }

@@ -37,11 +37,12 @@ void SyncRulesView::showChrome() {
     toolbar().show(toolbarEntries(screen_.toolbar()));
     content().show(screen_.placeholder());
     showBanner(screen_.banner());
+    emit commandsChanged();
 }
 
 void SyncRulesView::showMenu(int row, const QPoint& globalPosition) {
     const UUID rule = model_.rowAt(row).id;
-    popUpMenu<SyncRuleAction>(*this, globalPosition, SyncRulesScreen::menu(),
+    popUpMenu<SyncRuleAction>(*this, globalPosition, screen_.menu(rule),
                               [this, rule](SyncRuleAction action) { screen_.perform(action, rule); });
 }
 

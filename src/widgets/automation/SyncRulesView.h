@@ -17,7 +17,7 @@ public:
     explicit SyncRulesView(SyncRulesScreen& screen, QWidget* parent = nullptr);
 
     [[nodiscard]] bool can(SectionCommand command) const override {
-        return command == SectionCommand::refresh || SectionView::can(command);
+        return command == SectionCommand::refresh ? screen_.canRefresh() : SectionView::can(command);
     }
 
     void perform(SectionCommand command) override {

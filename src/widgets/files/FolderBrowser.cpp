@@ -8,6 +8,7 @@
 
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/bars/Breadcrumbs.h"
+#include "widgets/parts/text/BreakableText.h"
 #include "widgets/parts/text/TextLabel.h"
 #include "widgets/parts/text/Texts.h"
 #include "widgets/rows/RowListView.h"
@@ -20,6 +21,7 @@ namespace {
 
 constexpr int leastHeight = 120;
 constexpr int mostHeight = 200;
+constexpr qsizetype longestName = 240;  // characters
 
 }  // namespace
 
@@ -95,7 +97,7 @@ void FolderBrowser::open(const QModelIndex& folder) {
 }
 
 void FolderBrowser::showWay() {
-    selected_->setText(textOf(choice_.chosenText()));
+    selected_->setText(breakable(textOf(choice_.chosenText()), longestName));
     QStringList names;
     for (const Breadcrumb& folder : choice_.path()) names << textOf(folder.name);
     way_->show(names);

@@ -45,7 +45,7 @@ void AddTransferDialog::update() {
     extract_->setChecked(screen_.extract());
     error_->show(textOf(screen_.error().value_or("")));
     setBusy(screen_.isAdding());
-    add_->setEnabled(!screen_.isAdding());
+    add_->setEnabled(screen_.canAdd());
 }
 
 }  // namespace tovri

@@ -45,9 +45,10 @@ void TransfersView::followSheet() {
 }
 
 void TransfersView::showChrome() {
-    toolbar().show(toolbarEntries(TransfersScreen::toolbar()));
+    toolbar().show(toolbarEntries(screen_.toolbar()));
     showSummary(screen_.summary());
     content().show(screen_.placeholder());
+    emit commandsChanged();
 }
 
 const TransferRow* TransfersView::selectedRow() const {

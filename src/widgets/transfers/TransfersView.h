@@ -18,7 +18,7 @@ public:
     explicit TransfersView(TransfersScreen& screen, QWidget* parent = nullptr);
 
     [[nodiscard]] bool can(SectionCommand command) const override {
-        return command == SectionCommand::refresh || SectionView::can(command);
+        return command == SectionCommand::refresh ? screen_.canRefresh() : SectionView::can(command);
     }
 
     void perform(SectionCommand command) override {

@@ -1,17 +1,18 @@
 #pragma once
 
-#include <QDialog>
-
 #include "screens/window/ContentScreen.h"
+#include "widgets/parts/sheets/BoundDialog.h"
 
 class QCheckBox;
 class QLabel;
 
 namespace tovri {
 
+class ScrolledText;
+
 // Asks what is to become of a file whose name is taken. Only an answer ends it: Escape and the window manager's close
 // button do nothing, and no button is the default one.
-class ConflictDialog final : public QDialog {
+class ConflictDialog final : public BoundDialog {
     Q_OBJECT
 
 public:
@@ -20,30 +21,35 @@ public:
 
     [[nodiscard]] const UUID& conflict() const { return conflict_; }
 
-    // The switch, as the screen has it now.
+    // The switch and the files, as the screen has them now.
     void update(const ConflictSheet& sheet);
-    using QDialog::update;
+    using BoundDialog::update;
 
     void reject() override {}
 
 protected:
     void closeEvent(QCloseEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void bind() override;
 
 private:
+    void arrange();
+    QWidget* makeFacts();
     QWidget* makeButtons();
     void dress();
-    void shortenPath();
 
     ContentScreen& screen_;
     UUID conflict_;
     QString path_;
     QLabel* symbol_;
     QLabel* title_;
-    QLabel* message_;
+    ScrolledText* message_;
+    QLabel* existing_;
+    QLabel* arriving_;
     QLabel* shownPath_;
     QCheckBox* applyToAll_;
+    QList<QLabel*> facts_;
+    QList<QLabel*> pale_;
 };
 
 }  // namespace tovri

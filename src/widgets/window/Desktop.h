@@ -7,6 +7,7 @@
 
 #include "app/DesktopPresence.h"
 #include "app/TovriApp.h"
+#include "platform/EntryLook.h"
 #include "platform/TextCollation.h"
 #include "platform/Workspace.h"
 #include "screens/KeptLog.h"
@@ -19,6 +20,7 @@
 #include "screens/settings/SignInScreen.h"
 #include "screens/transfers/TransfersScreen.h"
 #include "screens/window/ContentScreen.h"
+#include "screens/window/SidebarFoot.h"
 #include "widgets/window/Ending.h"
 #include "widgets/window/MainWindow.h"
 #include "widgets/window/StrayPresses.h"
@@ -49,6 +51,7 @@ public:
         ServiceHosts hosts;
         std::function<bool()> hasTray;
         KeptLog& log;
+        EntryLook& entries;
     };
 
     // `ended` runs when nothing keeps the process any more.
@@ -91,6 +94,7 @@ private:
     Notices notices_;
     NoticingWorkspace workspace_;
     ContentScreen content_;
+    SidebarFoot foot_;
     SignInGate gate_;
     SignInScreen signIn_;
     SettingsScreen settingsScreen_;

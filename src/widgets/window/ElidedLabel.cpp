@@ -1,13 +1,20 @@
 #include "widgets/window/ElidedLabel.h"
 
 #include <QPainter>
+#include <algorithm>
 
 #include "widgets/theme/ForeignText.h"
 #include "widgets/theme/TextDirection.h"
 
 namespace tovri {
+namespace {
 
-ElidedLabel::ElidedLabel(Qt::TextElideMode mode, QWidget* parent) : QWidget(parent), mode_(mode) {
+constexpr int longestWhole = 60;  // characters for which it asks for room
+
+}  // namespace
+
+ElidedLabel::ElidedLabel(Qt::TextElideMode mode, Qt::AlignmentFlag place, QWidget* parent)
+    : QWidget(parent), mode_(mode), place_(place) {
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
 }
 
@@ -21,7 +28,8 @@ void ElidedLabel::setText(const QString& text) {
 }
 
 QSize ElidedLabel::sizeHint() const {
-    return {fontMetrics().horizontalAdvance(text_) + 1, fontMetrics().height()};
+    const int longest = fontMetrics().averageCharWidth() * longestWhole;
+    return {std::min(fontMetrics().horizontalAdvance(text_) + 1, longest), fontMetrics().height()};
 }
 
 QSize ElidedLabel::minimumSizeHint() const {
@@ -30,7 +38,7 @@ QSize ElidedLabel::minimumSizeHint() const {
 
 void ElidedLabel::paintEvent(QPaintEvent* /*event*/) {
     QPainter painter(this);
-    painter.drawText(rect(), textFlags(text_, Qt::AlignVCenter | Qt::AlignRight, layoutDirection()),
+    painter.drawText(rect(), textFlags(text_, static_cast<int>(Qt::AlignVCenter | place_), layoutDirection()),
                      fontMetrics().elidedText(text_, mode_, width()));
 }
 

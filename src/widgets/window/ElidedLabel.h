@@ -9,7 +9,7 @@ class ElidedLabel final : public QWidget {
     Q_OBJECT
 
 public:
-    explicit ElidedLabel(Qt::TextElideMode mode, QWidget* parent = nullptr);
+    ElidedLabel(Qt::TextElideMode mode, Qt::AlignmentFlag place, QWidget* parent = nullptr);
 
     void setText(const QString& text);
 
@@ -23,6 +23,7 @@ protected:
 
 private:
     Qt::TextElideMode mode_;
+    Qt::AlignmentFlag place_;
     QString text_;
 };
 

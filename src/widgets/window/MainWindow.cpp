@@ -27,7 +27,7 @@ MainWindow::MainWindow(const Screens& screens, MakeSection makeSection)
       pages_(new QStackedWidget),
       signIn_(new SignInView(screens.signIn)),
       split_(new QSplitter),
-      sidebar_(new Sidebar(screens.content)),
+      sidebar_(new Sidebar(screens.content, screens.foot)),
       detail_(new QStackedWidget),
       placeholder_(new PlaceholderView),
       followingContent_(screens.content.onChange([this](ContentScreen::Change change) { follow(change); })),

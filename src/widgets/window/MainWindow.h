@@ -9,6 +9,7 @@
 #include "screens/Notices.h"
 #include "screens/settings/SignInScreen.h"
 #include "screens/window/ContentScreen.h"
+#include "screens/window/SidebarFoot.h"
 #include "widgets/parts/SectionCommand.h"
 
 class QSplitter;
@@ -36,6 +37,7 @@ public:
     // All outlive the window.
     struct Screens {
         ContentScreen& content;
+        SidebarFoot& foot;
         SignInScreen& signIn;
         UpdaterController& updater;
         Notices& notices;

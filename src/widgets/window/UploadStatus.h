@@ -1,16 +1,14 @@
 #pragma once
 
-#include <QWidget>
-
 #include "screens/window/ContentScreen.h"
+#include "widgets/window/sidebar/SidebarPanel.h"
 
-class QLabel;
 class QProgressBar;
 
 namespace tovri {
 
 // How far the uploads have come; hidden while there are none.
-class UploadStatus final : public QWidget {
+class UploadStatus final : public SidebarPanel {
     Q_OBJECT
 
 public:
@@ -19,11 +17,9 @@ public:
     void show(const std::optional<UploadPanel>& panel);
 
 protected:
-    void changeEvent(QEvent* event) override;
+    void dress() override;
 
 private:
-    void dress();
-
     QLabel* symbol_;
     QLabel* text_;
     QLabel* count_;

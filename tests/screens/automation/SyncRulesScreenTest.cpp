@@ -85,6 +85,23 @@ TEST(RelativeTime, tellsTheNextWordsAtTheirMoment) {
     }
 }
 
+TEST_F(SyncRulesScreenTest, syncsOnlyWhereThatDoesAnything) {
+    const auto canSync = [&](const UUID& rule) { return screen.menu(rule).at(1).isEnabled; };
+    EXPECT_FALSE(screen.toolbar().at(1).isEnabled);
+    const UUID rule = home.watch(folder);
+    EXPECT_TRUE(screen.toolbar().at(1).isEnabled && canSync(rule));
+    screen.perform(SyncToolbarAction::syncAll);
+    EXPECT_TRUE(screen.toolbar().at(1).isEnabled);  // a press tells of the pass that runs
+    EXPECT_FALSE(canSync(rule));
+    home.settle();
+    screen.setEnabled(rule, false);
+    EXPECT_FALSE(screen.canRefresh());
+    EXPECT_TRUE(canSync(rule));
+    sync().setAccount("ann");
+    sync().setAccount("bob");
+    EXPECT_FALSE(screen.canRefresh() || canSync(rule));  // it waits for its account
+}
+
 TEST_F(SyncRulesScreenTest, followsARuleFromItsMakingOn) {
     std::vector<ScreenChange> told;
     const Subscription subscription = screen.onChange([&](const ScreenChange& change) { told.push_back(change); });

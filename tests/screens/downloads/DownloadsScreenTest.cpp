@@ -73,6 +73,21 @@ public:
     Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
 };
 
+TEST_F(Downloads, listsAFileUnderTheNameThatItHasHere) {
+    world.preferences.setConflictBehavior(ConflictBehavior::keepBoth);
+    world.files.put(World::downloads / "f.txt", "old");
+    screen.search("(1)");
+    const ConstDownloadPointer item = enqueue("f.txt");
+    EXPECT_EQ(shown(), "");
+    ASSERT_TRUE(world.runUntil(item, Status::completed));
+    world.loop.advance(1s);
+    EXPECT_EQ(shown(), "[Finished] f (1).txt ");
+    EXPECT_EQ(screen.rowAt(1).title, "f (1).txt");
+    screen.search("f.t");
+    world.loop.advance(1s);
+    EXPECT_EQ(shown(), "[Finished] f (1).txt ");
+}
+
 TEST_F(Downloads, deletesAnywayWhatTheUserHasReadIsMissing) {
     const ConstDownloadPointer item = world.enqueue(world.addFile("f", "bytes"), {.deleteAfterDownload = true});
     world.watch = [this](DownloadManager&, const QueueChange& change) {

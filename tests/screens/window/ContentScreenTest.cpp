@@ -7,6 +7,7 @@
 #include "screens/window/ClosingQuestion.h"
 #include "screens/window/ContentScreen.h"
 #include "screens/window/TrayMenu.h"
+#include "support/FakeEntryLook.h"
 
 namespace tovri::test {
 namespace {
@@ -37,7 +38,8 @@ public:
     World world;
     SpeedLimit limit{world.loop};
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
-    ContentScreen window{auth, world.manager(), state};
+    FakeEntryLook entries{world.files};
+    ContentScreen window{auth, world.manager(), state, {world.loop, world.volumes, entries, world.clock}};
     std::vector<Change> changes;
     Subscription following{window.onChange([this](Change change) { changes.push_back(change); })};
 };
@@ -113,6 +115,33 @@ TEST_F(Window, asksAboutOneConflictAfterTheOther) {
     window.setApplyToAll(true);  // of no sheet
     conflicting("third");
     EXPECT_FALSE(window.conflictSheet()->applyToAll);
+}
+
+TEST_F(Window, tellsTheTwoFilesApartAndWaitsForNoVolume) {
+    const std::string lane = "look " + World::downloads.native();
+    world.volumes.hang(lane);
+    (void)conflicting("taken");
+    world.loop.advance(1s);
+    EXPECT_EQ(window.conflictSheet()->existing, "…");
+    EXPECT_EQ(window.conflictSheet()->arriving, "3 bytes · 4 Mar 2024, 10:22");
+    world.volumes.goOn(lane);
+    world.loop.advance(1s);
+    EXPECT_EQ(window.conflictSheet()->existing, "3 bytes · 4 Mar 2024, 10:22");
+
+    world.volumes.hang(lane);
+    (void)conflicting("other");
+    window.answer(window.conflictSheet()->id, ConflictChoice::skip);
+    world.loop.advance(1s);
+    (void)world.files.removeItem(World::downloads / "other");
+    world.volumes.goOn(lane);
+    world.loop.advance(1s);
+    EXPECT_EQ(window.conflictSheet()->existing, "Not there");
+    world.files.put(World::downloads / "folder/file", "");
+    window.answer(window.conflictSheet()->id, ConflictChoice::skip);
+    world.settle();
+    (void)world.enqueue(world.addFile("folder", "new"));
+    world.settle();
+    EXPECT_EQ(window.conflictSheet()->existing, "Folder · 4 Mar 2024, 10:22");
 }
 
 TEST_F(Window, saysOfTheOnlyCopyThatItsOriginalIsGone) {

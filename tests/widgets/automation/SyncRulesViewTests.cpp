@@ -125,6 +125,22 @@ TEST_F(SyncRulesViewTest, makesARuleWithTheFolderBrowser) {
     EXPECT_EQ(rules(), QStringList{"Shows, /srv/shows, 6m, 11 sec"});
 }
 
+TEST_F(SyncRulesViewTest, aLongNameLeavesItsSheetWithinTheWindow) {
+    (void)world().addFolder(std::string(250, 'W'), folder);
+    view.resize(700, 500);
+    view.show();
+    ASSERT_TRUE(press(view, "Add Rule"));
+    home.settle();
+    chooseLocalFolder("/srv/" + QString(250, 'W'));
+    for (int level = 0; level < 2; ++level) {
+        pressKeyInRow(*seenSheet(view), 0, Qt::Key_Return);
+        home.settle();
+    }
+    settle();
+    EXPECT_LE(seenSheet(view)->width(), 684);
+    EXPECT_LE(seenSheet(view)->height(), view.height());
+}
+
 TEST_F(SyncRulesViewTest, editsARule) {
     (void)home.watch(folder);
     view.show();

@@ -5,6 +5,7 @@
 #include <QSplitter>
 #include <QToolButton>
 
+#include "platform/posix/stores/FileUserDefaults.h"
 #include "tests/widgets/window/DesktopFixture.h"
 #include "widgets/parts/bars/NoticeBar.h"
 #include "widgets/parts/bars/Toolbar.h"
@@ -65,6 +66,21 @@ TEST_F(Answers, aCancelledQueueCanBeHadBack) {
     EXPECT_EQ(answer(), "");
     EXPECT_EQ(button(window(), "Undo"), nullptr);
     EXPECT_EQ(statuses(), "cancelled cancelled cancelled");
+}
+
+TEST_F(Answers, aSettingThatCannotBeSavedIsTold) {
+    FileUserDefaults kept(files, log, "/home/user/.config/preferences.json");
+    settings = &kept;
+    startSignedIn();
+    kept.onFailure([this](const std::string& reason) { desktop->tellUnsavedSettings(reason); });
+    files.failNext("writeFileAtomically", "/home/user/.config/preferences.json",
+                   Error(ErrorCase::file, "The disk is full."));
+    app->preferences().setMaxConcurrentDownloads(7);
+    settle();
+    EXPECT_EQ(answer(), "The settings could not be saved. The disk is full.");
+    EXPECT_EQ(app->preferences().maxConcurrentDownloads(), 7);
+    desktop.reset();
+    app.reset();
 }
 
 TEST_F(Answers, theWindowComesBackAsItWas) {

@@ -7,12 +7,14 @@
 #include <QTest>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "platform/posix/process/PackageManagerUpdater.h"
 #include "platform/qt/BrowserAuthentication.h"
+#include "support/FakeEntryLook.h"
 #include "support/FakeFolderAccess.h"
 #include "support/FakeWorkspace.h"
 #include "support/MemoryFileManager.h"
@@ -40,25 +42,29 @@ struct NoNotifications final : UserNotifications {
 class DesktopFixture : public testing::Test {
 public:
     DesktopFixture() {
-        http.handler = [](const HTTPRequest& request) { return answer(request); };
+        http.handler = [this](const HTTPRequest& request) -> Result<HTTPResponse> {
+            const bool isAccount = accountInfo && request.url.ends_with("/account/info");
+            return isAccount ? HTTPResponse{200, *accountInfo} : answer(request);
+        };
         defaults.setString("conflictBehavior", "ask");
     }
 
     // As a process that starts.
     void start() {
         app = std::make_unique<TovriApp>(
-            TovriApp::Ports{platform, http, transfers, credentials, defaults, web, updater, {}});
+            TovriApp::Ports{platform, http, transfers, credentials, *settings, web, updater, {}});
         app->setup();
         desktop = std::make_unique<Desktop>(Desktop::Surroundings{*app,
                                                                   platform,
-                                                                  defaults,
+                                                                  *settings,
                                                                   workspace,
                                                                   collation,
                                                                   inhibitor,
                                                                   notifications,
                                                                   {},
                                                                   [this] { return hasTray; },
-                                                                  keptLog},
+                                                                  keptLog,
+                                                                  entries},
                                             [this](const Result<void>& saved) {
                                                 hasEnded = true;
                                                 EXPECT_TRUE(saved);
@@ -141,12 +147,14 @@ public:
     VirtualVolumeQueues volumes{loop};
     SeededRandom random;
     MemoryFileManager files;
+    FakeEntryLook entries{files};
     FakeFolderAccess access;
     RecordingLog log;
     KeptLog keptLog{log, loop};
     Platform platform{
         loop, clock, random, files, access, background, volumes, keptLog, {"/home/user", "/data/Tovri", "/tmp"}};
     MemoryUserDefaults defaults;
+    UserDefaults* settings = &defaults;  // what the program keeps them in
     MemoryCredentialStore credentials;
     ScriptedHTTPSession http{loop};
     SimulatedStorage storage;
@@ -157,6 +165,7 @@ public:
     PlainTextCollation collation;
     NoInhibitor inhibitor;
     NoNotifications notifications;
+    std::optional<std::string> accountInfo;  // as put.io tells it; none: not
     bool hasTray = true;
     bool hasEnded = false;
     std::unique_ptr<TovriApp> app;

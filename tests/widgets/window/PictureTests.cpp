@@ -52,6 +52,8 @@ TEST_P(WindowPictures, sectionsAndSheets) {
     EXPECT_TRUE(files.createDirectories("/tmp"));
     files.put("/home/user/a", "a");
     files.put("/home/user/b", "b");
+    accountInfo = R"({"info":{"username":"a-user-with-a-very-long-name-at-the-end-of-which-stands-something",)"
+                  R"("disk":{"used":700000000000,"size":1000000000000}}})";
     startSignedIn();
     http.latency = std::chrono::seconds(10);
     app->fileBrowserState().uploadFiles({"/home/user/a", "/home/user/b"}, rootFolderID);
@@ -64,6 +66,17 @@ TEST_P(WindowPictures, sectionsAndSheets) {
     settle(std::chrono::minutes(1));
     take(window(), "window-downloads");
     take(*window().findChild<ConflictDialog*>(), "conflict");
+    press(*window().findChild<ConflictDialog*>(), "Skip");
+    app->downloadManager().cancelAll();
+    settle();
+    const std::string longName = std::string(60, 'a') + " long name " + std::string(170, 'b') + ".mkv";
+    files.put("/home/user/Downloads/" + longName, "old");
+    (void)download(4, longName);
+    settle(std::chrono::minutes(1));
+    for (auto* dialog : window().findChildren<ConflictDialog*>())
+        if (dialog->isVisible()) take(*dialog, "conflict-long-name");
+    window().resize(MainWindow::smallest);
+    take(window(), "window-small");
 }
 
 // Those of the bar and of the toolbar, and a list of choices.

@@ -6,7 +6,10 @@
 #include <QSplitter>
 
 #include "tests/widgets/window/DesktopFixture.h"
+#include "widgets/parts/text/Texts.h"
 #include "widgets/window/ConflictDialog.h"
+#include "widgets/window/ElidedLabel.h"
+#include "widgets/window/sidebar/Sidebar.h"
 
 namespace tovri::test {
 namespace {
@@ -85,7 +88,8 @@ TEST_F(Window, refreshesAndSearchesWhereThereIsSomethingTo) {
     for (const Qt::Key section : {Qt::Key_5, Qt::Key_4, Qt::Key_3, Qt::Key_2, Qt::Key_1}) {
         SCOPED_TRACE(section - Qt::Key_0);
         key(section, Qt::ControlModifier);
-        EXPECT_EQ(command("Refresh")->isEnabled(), section != Qt::Key_3);
+        // There is no rule whose folder it could look into.
+        EXPECT_EQ(command("Refresh")->isEnabled(), section != Qt::Key_3 && section != Qt::Key_4);
         EXPECT_EQ(command("Find")->isEnabled(), section == Qt::Key_1 || section == Qt::Key_3);
         const std::size_t before = http.requests.size();
         key(Qt::Key_F5);
@@ -98,6 +102,8 @@ TEST_F(Window, refreshesAndSearchesWhereThereIsSomethingTo) {
     (void)download(1, "Film.mkv", "content");
     settle();
     EXPECT_TRUE(qobject_cast<QAbstractItemView*>(window().focusWidget()));
+    app->authManager().signOut();
+    for (const char* title : {"Refresh", "Find", "Back", "Up", "Files"}) EXPECT_FALSE(command(title)->isEnabled());
 }
 
 TEST_F(Window, beginsAtItsEdgeFromRightToLeft) {
@@ -136,6 +142,40 @@ TEST_F(Window, badgesTheDownloadsAndAsksAboutEachConflict) {
     EXPECT_EQ(files.files("/home/user/Downloads").size(), 5U);
     EXPECT_EQ(third->status, DownloadStatus::completed);
     EXPECT_EQ(sidebarRow(2), "Downloads");
+}
+
+TEST_F(Window, theSheetStaysWithinItWhateverTheNameIs) {
+    startSignedIn();
+    window().resize(700, 500);
+    const std::string name = std::string(230, 'W') + ".mkv";
+    conflicting(1, name);
+    settle(5s);
+    ASSERT_TRUE(sheet());
+    EXPECT_EQ(sheet()->width(), 340);
+    EXPECT_LE(sheet()->height(), 484);
+    EXPECT_TRUE(shows(*sheet(), "3 bytes · 4 Mar 2024, 10:22"));
+    for (const char* title : {"Replace", "Keep Both", "Skip"}) {
+        const QAbstractButton* found = button(*sheet(), title);
+        ASSERT_TRUE(found) << title;
+        const QRect place(found->mapTo(sheet(), QPoint()), found->size());
+        EXPECT_TRUE(sheet()->rect().contains(place)) << title;
+    }
+}
+
+TEST_F(Window, saysWhoseAccountItIsAndWhatRoomThereIs) {
+    const std::string name = std::string(100, 'a') + "<b>";
+    accountInfo = R"({"info":{"username":")" + name + R"(","disk":{"used":5,"size":2000005}}})";
+    files.setCapacity("/", 3'000'000);
+    startSignedIn();
+    settle(1s);
+    QStringList lines;
+    for (const auto* label : window().findChildren<ElidedLabel*>())
+        if (label->isVisible()) lines << label->text();
+    ASSERT_EQ(lines.size(), 3);
+    EXPECT_EQ(lines[0], textOf(name));
+    EXPECT_EQ(lines[1], "2 MB free on put.io");
+    EXPECT_TRUE(lines[2].endsWith(" MB free on disk")) << lines[2].toStdString();
+    EXPECT_LE(window().findChild<Sidebar*>()->width(), ContentScreen::sidebarMaximumWidth);
 }
 
 TEST_F(Window, theSheetComesBackWithTheWindow) {

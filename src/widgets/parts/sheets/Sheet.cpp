@@ -1,12 +1,10 @@
 #include "widgets/parts/sheets/Sheet.h"
 
-#include <QApplication>
 #include <QDialogButtonBox>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QTimer>
 #include <QVBoxLayout>
 #include <utility>
 
@@ -26,6 +24,7 @@ namespace {
 constexpr int messageWidth = 400;
 constexpr qsizetype longestTitle = 240;  // characters
 constexpr qsizetype longestSentence = 20'000;
+constexpr qsizetype longestError = 200;  // which does not scroll
 
 QLabel* makeText() {
     auto* label = new TextLabel;
@@ -36,14 +35,12 @@ QLabel* makeText() {
 }  // namespace
 
 Sheet::Sheet(const QString& title, QWidget* parent)
-    : QDialog(parent, Qt::Sheet | Qt::WindowTitleHint | Qt::CustomizeWindowHint),
+    : BoundDialog(title, parent),
       title_(makeText()),
       sentence_(new ScrolledText),
       body_(new QVBoxLayout),
       turning_(new TurningSign),
       buttons_(new QDialogButtonBox) {
-    setWindowModality(Qt::WindowModal);
-    setWindowTitle(title);
     auto* column = new QVBoxLayout(this);
     const int margin = measures::sheetMargin + measures::gap;
     column->setContentsMargins(margin, margin, margin, margin);
@@ -75,21 +72,6 @@ void Sheet::setSentence(const QString& text) {
     sentence_->setVisible(!text.isEmpty());
     sentence_->setMinimumWidth(messageWidth);
     setAccessibleDescription(text);
-}
-
-// The buttons stay in reach, whatever the texts are.
-void Sheet::showEvent(QShowEvent* event) {
-    const QSize room = parentWidget()->window()->size() - QSize(2 * measures::spacing, 2 * measures::spacing);
-    setMaximumSize(room.expandedTo(minimumSizeHint()));
-    resize(sizeHint().boundedTo(maximumSize()).expandedTo(minimumSize()));
-    QDialog::showEvent(event);
-    QTimer::singleShot(QApplication::doubleClickInterval(), this, &Sheet::takeKeyboard);
-}
-
-// A window manager that sees the second press of a double click leaves the keyboard with the window below, which has no
-// use for it while the sheet is there.
-void Sheet::takeKeyboard() {
-    if (isVisible() && parentWidget()->isActiveWindow()) activateWindow();
 }
 
 QPushButton* Sheet::addCancelButton(const QString& title) {
@@ -132,7 +114,8 @@ ErrorLine::ErrorLine(QFont (*textFont)(const QFont& base), QWidget* parent)
 }
 
 void ErrorLine::show(const QString& text) {
-    text_->setText(text);
+    text_->setText(breakable(text, longestError));
+    setPlainToolTip(*text_, text.size() > longestError ? text : QString());
     setVisible(!text.isEmpty());
 }
 

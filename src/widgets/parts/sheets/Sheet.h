@@ -1,8 +1,8 @@
 #pragma once
 
-#include <QDialog>
 #include <QPointer>
 
+#include "widgets/parts/sheets/BoundDialog.h"
 #include "widgets/theme/Fonts.h"
 #include "widgets/theme/Style.h"
 
@@ -16,10 +16,10 @@ namespace tovri {
 class ScrolledText;
 class TurningSign;
 
-// A dialog that belongs to its window: a title, what the derived sheet adds, and buttons at the lower end in the
-// platform's order. It is no larger than its window, however long its texts are. Escape is the cancel button. It does
-// not close by itself when the confirm button is pressed: whoever shows it closes it when the screen says so.
-class Sheet : public QDialog {
+// A dialog of its window: a title, what the derived sheet adds, and buttons at the lower end in the platform's order.
+// Escape is the cancel button. It does not close by itself when the confirm button is pressed: whoever shows it closes
+// it when the screen says so.
+class Sheet : public BoundDialog {
     Q_OBJECT
 
 public:
@@ -41,11 +41,8 @@ signals:
 
 protected:
     void reject() override;
-    void showEvent(QShowEvent* event) override;
 
 private:
-    void takeKeyboard();
-
     QLabel* title_;
     ScrolledText* sentence_;
     QVBoxLayout* body_;

@@ -29,6 +29,10 @@ void ScrolledText::setText(const QString& text) {
     updateGeometry();
 }
 
+QLabel& ScrolledText::label() const {
+    return *label_;
+}
+
 QSize ScrolledText::sizeHint() const {
     const int width = std::max(minimumWidth(), 1);
     return {width, label_->heightForWidth(width)};

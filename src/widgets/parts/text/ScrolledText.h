@@ -2,6 +2,8 @@
 
 #include <QScrollArea>
 
+class QLabel;
+
 namespace tovri {
 
 class TextLabel;
@@ -14,6 +16,9 @@ public:
     explicit ScrolledText(QWidget* parent = nullptr);
 
     void setText(const QString& text);
+
+    // For its look.
+    [[nodiscard]] QLabel& label() const;
 
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;

@@ -46,6 +46,9 @@ LogWindow::LogWindow(KeptLog& log, QWidget* parent)
     column->addWidget(text_, 1);
     connect(filter_, &QLineEdit::textChanged, this, &LogWindow::showLines);
     connect(copy, &QPushButton::clicked, this, [this] { QGuiApplication::clipboard()->setText(text_->toPlainText()); });
+    connect(text_, &QPlainTextEdit::textChanged, copy,
+            [this, copy] { copy->setEnabled(!text_->document()->isEmpty()); });
+    copy->setEnabled(false);
     showLines();
 }
 

@@ -112,7 +112,7 @@ QWidget* SettingsWindow::makeGeneral() {
 }
 
 QWidget* SettingsWindow::makeFolderChoice() {
-    folder_ = new ElidedLabel(Qt::ElideLeft);
+    folder_ = new ElidedLabel(Qt::ElideLeft, Qt::AlignRight);
     folder_->setAccessibleName(textOf(SettingsScreen::folderLabel));
     auto* choose = new QPushButton(textOf(SettingsScreen::chooseLabel));
     choose->setAutoDefault(true);
@@ -128,7 +128,7 @@ QWidget* SettingsWindow::makeAccount() {
     form->addRow(textOf(SettingsScreen::clientIDLabel), makeClientID());
     status_ = makeLabel();
     form->addRow(textOf(SettingsScreen::statusLabel), status_);
-    account_ = makeLabel();
+    account_ = new ElidedLabel(Qt::ElideMiddle, Qt::AlignRight);
     form->addRow(textOf(SettingsScreen::accountLabel), account_);
     form->addSection({});
     signOut_ = new QPushButton(titleOf(SettingsScreen::signOutLabel));

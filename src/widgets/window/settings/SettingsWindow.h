@@ -55,7 +55,7 @@ private:
     QLabel* clientIDText_ = nullptr;
     QLineEdit* clientIDField_ = nullptr;
     QLabel* status_ = nullptr;
-    QLabel* account_ = nullptr;
+    ElidedLabel* account_ = nullptr;
     QPushButton* signOut_ = nullptr;
     Switch* keepsAwake_ = nullptr;
     Switch* notifies_ = nullptr;

@@ -1,22 +1,27 @@
 #include "widgets/window/sidebar/Sidebar.h"
 
 #include <QListWidget>
+#include <QShowEvent>
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
 #include "widgets/parts/text/Texts.h"
 #include "widgets/theme/Measures.h"
 #include "widgets/window/UploadStatus.h"
+#include "widgets/window/sidebar/AccountFoot.h"
 #include "widgets/window/sidebar/SectionPainter.h"
 
 namespace tovri {
 
-Sidebar::Sidebar(ContentScreen& screen, QWidget* parent)
+Sidebar::Sidebar(ContentScreen& screen, SidebarFoot& foot, QWidget* parent)
     : QFrame(parent),
       screen_(screen),
+      foot_(foot),
       list_(new QListWidget),
       uploads_(new UploadStatus),
-      following_(screen.onChange([this](ContentScreen::Change change) { follow(change); })) {
+      account_(new AccountFoot),
+      following_(screen.onChange([this](ContentScreen::Change change) { follow(change); })),
+      followingFoot_(foot.onChange([this] { account_->show(foot_.lines()); })) {
     setMinimumWidth(ContentScreen::sidebarMinimumWidth);
     setMaximumWidth(ContentScreen::sidebarMaximumWidth);
     auto* column = new QVBoxLayout(this);
@@ -24,6 +29,7 @@ Sidebar::Sidebar(ContentScreen& screen, QWidget* parent)
     column->setSpacing(0);
     column->addWidget(list_);
     column->addWidget(uploads_);
+    column->addWidget(account_);
     list_->setFrameShape(QFrame::NoFrame);
     list_->setItemDelegate(new SectionPainter(list_));
     list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -38,7 +44,19 @@ Sidebar::Sidebar(ContentScreen& screen, QWidget* parent)
     showSelection();
     showBadges();
     uploads_->show(screen_.uploadPanel());
+    account_->show(foot_.lines());
     setFocusProxy(list_);
+}
+
+// A window that is minimised still counts as being looked at.
+void Sidebar::showEvent(QShowEvent* event) {
+    QFrame::showEvent(event);
+    if (!event->spontaneous()) foot_.appear();
+}
+
+void Sidebar::hideEvent(QHideEvent* event) {
+    QFrame::hideEvent(event);
+    if (!event->spontaneous()) foot_.disappear();
 }
 
 void Sidebar::follow(ContentScreen::Change change) {

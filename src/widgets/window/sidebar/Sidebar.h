@@ -3,20 +3,26 @@
 #include <QFrame>
 
 #include "screens/window/ContentScreen.h"
+#include "screens/window/SidebarFoot.h"
 
 class QListWidget;
 
 namespace tovri {
 
+class AccountFoot;
 class UploadStatus;
 
-// The sections of the window, and below them how far the uploads have come.
+// The sections of the window, below them how far the uploads have come, and at the foot whose account it is.
 class Sidebar final : public QFrame {
     Q_OBJECT
 
 public:
-    // `screen` outlives the sidebar.
-    explicit Sidebar(ContentScreen& screen, QWidget* parent = nullptr);
+    // The screens outlive the sidebar.
+    Sidebar(ContentScreen& screen, SidebarFoot& foot, QWidget* parent = nullptr);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
 
 private:
     void follow(ContentScreen::Change change);
@@ -25,9 +31,12 @@ private:
     void showBadges();
 
     ContentScreen& screen_;
+    SidebarFoot& foot_;
     QListWidget* list_;
     UploadStatus* uploads_;
+    AccountFoot* account_;
     Subscription following_;
+    Subscription followingFoot_;
 };
 
 }  // namespace tovri
