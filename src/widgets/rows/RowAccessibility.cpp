@@ -170,6 +170,10 @@ public:
         state.offscreen = !isInSight(view_->visualRect(index_));
         if (isHeader()) return state;
         state.selectable = state.focusable = true;
+        const std::optional<bool> isOpen = content().isOpen;
+        state.expandable = isOpen.has_value();
+        state.expanded = isOpen == std::optional(true);
+        state.collapsed = isOpen == std::optional(false);
         state.extSelectable = true;
         state.selected = view_->selectionModel()->isSelected(index_);
         state.focused = view_->hasFocus() && view_->currentIndex() == index_ &&
