@@ -1,10 +1,7 @@
 // Measures what the downloads screen costs over a queue of 100,000 items, in processor time on simulated ports.
 #include <benchmark/benchmark.h>
 
-#include "downloads/World.h"
-#include "screens/downloads/DownloadsScreen.h"
-#include "support/FakeWorkspace.h"
-#include "support/PlainTextCollation.h"
+#include "bench/LongQueue.h"
 
 using namespace tovri;
 using namespace tovri::test;
@@ -12,23 +9,11 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int itemCount = 100'000;
+constexpr int itemCount = bench::LongQueue::itemCount;
 
 // Three slow transfers, everything else waits.
-class LongQueue {
+class RunningQueue final : public bench::LongQueue {
 public:
-    LongQueue() {
-        const FolderID folder = world.addFolder("Series");
-        for (int i = 0; i < itemCount; ++i) {
-            const std::string number = std::to_string(i);
-            const FileID file = world.addFile("Some episode with a name of usual length - " + number, "", folder);
-            world.announceSize(file, 734'003'200);
-        }
-        world.manager().pauseAll();
-        world.enqueueFolder(folder, false);
-        world.loop.advance(1s);
-    }
-
     void startThree() {
         world.preferences.setMaxConcurrentDownloads(3);
         for (std::size_t i = 0; i < 3; ++i) {
@@ -39,15 +24,6 @@ public:
         world.manager().resumeAll();
         world.loop.advance(2s);
     }
-
-    World world;
-    FakeWorkspace workspace;
-    SpeedLimit limit{world.loop};
-    SpeedControl speed{world.loop, world.clock, world.preferences, limit};
-    Notices notices{world.loop};
-    PlainTextCollation collation;
-    DownloadsScreen screen{
-        {world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
 };
 
 // A view that reads the rows of which it is told, as far as they fit a window.
@@ -62,7 +38,7 @@ Subscription follow(DownloadsScreen& screen) {
 // A second of three transfers that report 20 times a second each; the argument says whether the screen is on view. The
 // rest is the engine's, which also saves the queue now and then.
 void secondOfProgress(benchmark::State& state) {
-    LongQueue queue;
+    RunningQueue queue;
     queue.startThree();
     const Subscription view = follow(queue.screen);
     if (state.range(0) != 0) queue.screen.appear();
@@ -73,7 +49,7 @@ BENCHMARK(secondOfProgress)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond)->Iter
 
 // One telling of the numbers, the remaining time of the whole queue included.
 void tellingOfNumbers(benchmark::State& state) {
-    LongQueue queue;
+    RunningQueue queue;
     queue.startThree();
     const Subscription view = follow(queue.screen);
     for (auto _ : state) {
@@ -84,9 +60,11 @@ void tellingOfNumbers(benchmark::State& state) {
 
 BENCHMARK(tellingOfNumbers)->Unit(benchmark::kMicrosecond);
 
-// An item in the middle of the queue goes from one section to another.
+// An item in the middle of the queue goes from one section to another; the argument says whether batches are shown.
 void rowThatMoves(benchmark::State& state) {
-    LongQueue queue;
+    RunningQueue queue;
+    queue.screen.showBatches(state.range(0) != 0);
+    queue.world.loop.runUntilIdle();
     const Subscription view = follow(queue.screen);
     queue.screen.appear();
     const ConstDownloadPointer item = queue.world.manager().downloads().items()[itemCount / 2];
@@ -99,11 +77,11 @@ void rowThatMoves(benchmark::State& state) {
     }
 }
 
-BENCHMARK(rowThatMoves)->Unit(benchmark::kMicrosecond);
+BENCHMARK(rowThatMoves)->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
 
 // Every row goes over to another section: one reset.
 void allRowsMove(benchmark::State& state) {
-    LongQueue queue;
+    RunningQueue queue;
     const Subscription view = follow(queue.screen);
     queue.screen.appear();
     for (auto _ : state) {
@@ -120,7 +98,7 @@ void allRowsMove(benchmark::State& state) {
 BENCHMARK(allRowsMove)->Unit(benchmark::kMillisecond)->Iterations(10);
 
 void readingARow(benchmark::State& state) {
-    LongQueue queue;
+    RunningQueue queue;
     std::size_t row = 0;
     for (auto _ : state) {
         row = (row + 7919) % itemCount;

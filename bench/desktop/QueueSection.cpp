@@ -114,8 +114,9 @@ int measureQueue(MeasuredApplication& application, const std::filesystem::path& 
     SpeedControl speed(engine.platform.loop, engine.platform.clock, engine.preferences, limit);
     Notices notices(engine.loop);
     const ICUTextCollation collation("en_US");
-    DownloadsScreen screen(
-        {engine.manager, speed, engine.workspace, notices, collation, engine.loop, engine.clock, engine.random});
+    DesktopPreferences desktop(engine.defaults);
+    DownloadsScreen screen({engine.manager, speed, desktop, engine.workspace, notices, collation, engine.loop,
+                            engine.clock, engine.random});
     DownloadsView view(screen);
     view.resize(900, 600);
     view.show();

@@ -152,7 +152,8 @@ private:
     void completeStock(std::size_t index, const std::vector<ListedFile>& listing);
     [[nodiscard]] FileIDs filesAskedFor(const SyncRule& rule, const FileIDs& unknown) const;
     [[nodiscard]] FileIDs filesInFlight(const SyncRule& rule, const FileIDs& unknown);
-    void enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight);
+    void enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight,
+                 const std::optional<UUID>& batch);
     void noteSynced(std::size_t index, FileIDs inFlight, Timestamp passTime);
     void adoptInventory(std::size_t index, const std::vector<ListedFile>& listing, Extent extent);
     void reportCutListing(const UUID& rule, const Error& reason);

@@ -178,7 +178,8 @@ void SyncManager::takeIn(std::size_t index, std::vector<ListedFile> listing, Ext
     ports_.log.line("[SyncManager] " + rule.putioFolderName + ": " + std::to_string(listing.size()) + " files total, " +
                     std::to_string(newCount) + " new, " + std::to_string(inFlight.size()) + " in flight");
     if (newCount > 0) {
-        enqueue(rule, listing, inFlight);
+        const auto batch = newCount > 1 ? std::optional(downloadManager_->newBatchID()) : std::nullopt;
+        enqueue(rule, listing, inFlight, batch);
         ports_.log.line("[SyncManager] Enqueued " + std::to_string(newCount) + " files for download");
     }
     listing = {};  // a long one need not stand beside the text of a long queue
@@ -234,11 +235,13 @@ SyncManager::FileIDs SyncManager::filesAskedFor(const SyncRule& rule, const File
     return candidates;
 }
 
-void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight) {
+void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& listing, FileIDs& inFlight,
+                          const std::optional<UUID>& batch) {
     const std::filesystem::path folder = localFolderURL(rule, ports_.folderAccess);
     DownloadManager::EnqueueOptions options{.destination = DestinationFolder{folder, rule.localFolderBookmark},
                                             .deleteAfterDownload = rule.deleteAfterDownload,
-                                            .syncRuleID = rule.id};
+                                            .syncRuleID = rule.id,
+                                            .batchID = batch};
     for (const ListedFile& entry : listing) {
         if (rule.knownFileIDs.contains(entry.file.id) || !inFlight.insert(entry.file.id).second) continue;
         options.destination->folder = entry.folder.empty() ? folder : folder / entry.folder;

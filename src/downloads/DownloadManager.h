@@ -81,7 +81,11 @@ public:
         std::optional<DestinationFolder> destination = {};  // none: the preferences'
         std::optional<bool> deleteAfterDownload = {};       // none: the preferences'
         std::optional<UUID> syncRuleID = {};
+        std::optional<UUID> batchID = {};  // of what is queued together with it; none: it is queued alone
     };
+
+    // For what is queued at one stroke, where it is more than one item.
+    [[nodiscard]] UUID newBatchID() { return ports_.random.makeUUID(); }
 
     // Puts the file on top of the queue and starts it when a slot is free.
     ConstDownloadPointer enqueue(const PutIOFile& file, const EnqueueOptions& options);
@@ -94,6 +98,7 @@ public:
         UUID groupID;
         std::function<void(const Error& reason)> onCut = {};  // told when only its beginning could be listed
         std::function<void(HoldPointer)> onWait = {};         // what the listing waits for; null when that is over
+        std::optional<UUID> batchID = {};  // none: the folder is a batch of its own, named by its group
     };
 
     // Puts every file below a put.io folder on top of the queue, sub-folders kept. With deletion, put.io's folder goes

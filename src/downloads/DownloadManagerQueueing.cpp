@@ -43,6 +43,7 @@ ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const Enque
     record.deleteAfterDownload =
         options.deleteAfterDownload.value_or(around_.preferences && around_.preferences->deleteAfterDownload());
     record.syncRuleID = options.syncRuleID;
+    record.batchID = options.batchID;
     record.account = accounts_.account();
 
     auto item = std::make_shared<Download>(std::move(record));
@@ -74,6 +75,8 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
     if (request.deleteAfterDownload) groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
 
     const auto bookmark = sharedBookmark(request.destination.bookmark);
+    // Deletion and batch are separate: the former counts the folder's files, the latter may hold several folders.
+    if (!request.batchID && files->size() > 1) request.batchID = request.groupID;
     SharedFolder folder;  // of the file before: a folder's files follow one another
     std::vector<DownloadPointer> items;
     items.reserve(files->size());
@@ -83,6 +86,7 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
         record.destinationFolder = folder;
         record.securityScopeBookmark = bookmark;
         record.account = accounts_.account();
+        record.batchID = request.batchID;
         if (request.deleteAfterDownload) {
             record.folderDeleteID = request.folderID;
             record.folderGroupID = request.groupID;

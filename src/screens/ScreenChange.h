@@ -11,7 +11,7 @@ struct ScreenChange {
         inserted,  // `count` rows from `first` on are new
         removed,   // `count` rows from `first` on are gone
         changed,   // `count` rows from `first` on look different
-        moved,     // the row `first` stands at `to` now, counted without it
+        moved,     // `count` rows from `first` on stand at `to` now, counted without them
         chrome,    // anything beside the rows
     };
     Kind kind = Kind::chrome;

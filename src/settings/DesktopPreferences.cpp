@@ -6,6 +6,8 @@ namespace {
 constexpr std::string_view keepsAwakeKey = "keepAwakeWhileTransferring";
 constexpr std::string_view notifiesKey = "notifyWhenFinished";
 constexpr std::string_view closedWindowKey = "whenWindowCloses";
+constexpr std::string_view showsBatchesKey = "downloadsInBatches";
+constexpr std::string_view finishedOrderKey = "finishedOrder";
 constexpr std::string_view runsOn = "runOn";
 constexpr std::string_view quits = "quit";
 
@@ -21,7 +23,10 @@ DesktopPreferences::DesktopPreferences(UserDefaults& defaults)
     : defaults_(defaults),
       keepsAwake_(defaults.boolean(keepsAwakeKey).value_or(true)),
       notifies_(defaults.boolean(notifiesKey).value_or(true)),
-      closedWindow_(closedWindowOf(defaults.string(closedWindowKey))) {}
+      closedWindow_(closedWindowOf(defaults.string(closedWindowKey))),
+      showsBatches_(defaults.boolean(showsBatchesKey).value_or(false)),
+      finishedOrder_(
+          tovri::finishedOrder(defaults.string(finishedOrderKey).value_or("")).value_or(FinishedOrder::queue)) {}
 
 void DesktopPreferences::setKeepsAwake(bool keeps) {
     assign(keepsAwake_, keepsAwakeKey, keeps);
@@ -34,6 +39,16 @@ void DesktopPreferences::setNotifies(bool notifies) {
 void DesktopPreferences::setClosedWindow(ClosedWindow what) {
     const bool differs = std::exchange(closedWindow_, what) != what;
     defaults_.setString(closedWindowKey, what == ClosedWindow::runsOn ? runsOn : quits);
+    if (differs) changes_.tell();
+}
+
+void DesktopPreferences::setShowsBatches(bool shows) {
+    assign(showsBatches_, showsBatchesKey, shows);
+}
+
+void DesktopPreferences::setFinishedOrder(FinishedOrder order) {
+    const bool differs = std::exchange(finishedOrder_, order) != order;
+    defaults_.setString(finishedOrderKey, rawValue(order));
     if (differs) changes_.tell();
 }
 

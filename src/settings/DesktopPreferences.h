@@ -7,6 +7,7 @@
 
 #include "base/Signal.h"
 #include "platform/UserDefaults.h"
+#include "settings/FinishedOrder.h"
 
 namespace tovri {
 
@@ -14,7 +15,8 @@ namespace tovri {
 enum class ClosedWindow { runsOn, quits };
 
 // What the desktop application does around the downloads; the terminal program has none of it. Read once, at
-// construction; every assignment is written through at once. The switches are on until the user turns them off.
+// construction; every assignment is written through at once. The switches are on until the user turns them off, where
+// nothing else is said.
 class DesktopPreferences {
 public:
     // `defaults` outlives the preferences.
@@ -29,9 +31,16 @@ public:
     // None until the user was asked.
     [[nodiscard]] std::optional<ClosedWindow> closedWindow() const { return closedWindow_; }
 
+    // Whether downloads that were queued together share a row; off until the user wants it.
+    [[nodiscard]] bool showsBatches() const { return showsBatches_; }
+
+    [[nodiscard]] FinishedOrder finishedOrder() const { return finishedOrder_; }
+
     void setKeepsAwake(bool keeps);
     void setNotifies(bool notifies);
     void setClosedWindow(ClosedWindow what);
+    void setShowsBatches(bool shows);
+    void setFinishedOrder(FinishedOrder order);
 
     // Told after the value was stored, only when it differs.
     Subscription onChange(std::function<void()> tell) { return changes_.subscribe(std::move(tell)); }
@@ -43,6 +52,8 @@ private:
     bool keepsAwake_ = true;
     bool notifies_ = true;
     std::optional<ClosedWindow> closedWindow_;
+    bool showsBatches_ = false;
+    FinishedOrder finishedOrder_ = FinishedOrder::queue;
     Signal<> changes_;
 };
 

@@ -41,6 +41,8 @@ TEST_F(Passes, takeStockThenBringWhatIsNew) {
     EXPECT_THAT(home.arrived(), UnorderedElementsAre("Season 1/e02.mkv", "Season 1/Extras/making of.mkv"));
     EXPECT_TRUE(home.rule(rule).knownFileIDs.contains(fresh) && home.rule(rule).knownFileIDs.contains(deep));
     EXPECT_TRUE(home.rule(rule).pendingFileIDs.isEmpty());
+    const ItemOrder& queue = world().manager().downloads().items();
+    EXPECT_TRUE(queue[0]->batchID && queue[0]->batchID == queue[1]->batchID);
     EXPECT_EQ(home.listings[shows], 3);  // one listing each time
     EXPECT_EQ(home.listings[season], 3);
 

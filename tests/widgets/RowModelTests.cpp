@@ -55,6 +55,11 @@ TEST_F(RowModelTest, repeatsWhatTheScreenTells) {
     std::rotate(source.rows.begin() + 1, source.rows.begin() + 5, source.rows.begin() + 6);  // and 5 up to 1
     model.follow({.kind = Kind::moved, .first = 5, .count = 1, .to = 1});
     EXPECT_EQ(order(), (std::vector<std::uint64_t>{3, 7, 4, 5, 20, 6, 8, 9}));
+    std::rotate(source.rows.begin() + 1, source.rows.begin() + 3, source.rows.begin() + 6);  // two go to 4
+    model.follow({.kind = Kind::moved, .first = 1, .count = 2, .to = 4});
+    std::rotate(source.rows.begin(), source.rows.begin() + 4, source.rows.begin() + 6);  // and up to 0
+    model.follow({.kind = Kind::moved, .first = 4, .count = 2, .to = 0});
+    EXPECT_EQ(order(), (std::vector<std::uint64_t>{7, 4, 3, 5, 20, 6, 8, 9}));
     EXPECT_EQ(selectedNumbers(selection, model), std::vector<std::uint64_t>{5});
 }
 

@@ -1,6 +1,7 @@
 #include "Tour.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QDropEvent>
@@ -76,6 +77,13 @@ void Tour::press(const QString& title) {
         return QTest::qWait(50);
     }
     throw std::runtime_error("no button " + title.toStdString());
+}
+
+// In the menu bar.
+void Tour::choose(const QString& title) {
+    for (QAction* line : window().findChildren<QAction*>())
+        if (line->text() == title) line->trigger();
+    QTest::qWait(300);
 }
 
 void Tour::waitForRows() {
@@ -220,10 +228,11 @@ void Tour::queueDownloads() {
     manager.pause(paused);
     queue("/Films/The General (1926)/Poster.jpg");
     manager.cancel(queue("/Films/The Great Train Robbery (1903).mp4"));
+    const UUID together = manager.newBatchID();
     for (const auto* path :
          {"/Music/Bach - Goldberg Variations/01 Aria.flac", "/Films/Sherlock Jr. (1924).mkv",
           "/Films/The General (1926)/The General (1926).mkv", "/Films/Nosferatu (1922)/Nosferatu (1922).mkv"})
-        queue(path);
+        manager.enqueue(demonstration_.fileAt(path), {.batchID = together});
 }
 
 void Tour::downloads() {
@@ -238,6 +247,21 @@ void Tour::downloads() {
     escape();
     shownList().verticalScrollBar()->setValue(shownList().verticalScrollBar()->maximum());
     take("downloads-finished");
+    choose("By &Name");
+    take("downloads-finished-by-name");
+    choose("As in the &Queue");
+    batches();
+}
+
+void Tour::batches() {
+    choose("&Batches");
+    RowListView& list = shownList();
+    list.verticalScrollBar()->setValue(0);
+    take("downloads-batches");
+    list.setCurrentIndex(list.model()->index(1, 0));
+    QTest::keyClick(&list, Qt::Key_Right);
+    take("downloads-batch-open");
+    choose("&Batches");
 }
 
 void Tour::conflict() {

@@ -26,6 +26,7 @@ private:
     void failedListing();
     void queueDownloads();
     void downloads();
+    void batches();
     void conflict();
     void transfers();
     void automation();
@@ -38,6 +39,7 @@ private:
     void type(Qt::Key key, Qt::KeyboardModifiers modifiers = {});
     void select(SidebarItem section);
     void press(const QString& title);
+    void choose(const QString& title);
     void waitForRows();
     [[nodiscard]] RowListView& shownList();
     void openMenu(int row);

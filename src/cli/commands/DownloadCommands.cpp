@@ -145,8 +145,11 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     deletes = deletes && walk.isComplete();
     DownloadManager& downloads = running().downloads();
     for (const ConstDownloadPointer& item : failed) downloads.retry(item);
+    if (!batch_ && listed->size() > 1) request.batchID = request.groupID;
     for (const ListedFile& each : *listed)
-        downloads.enqueue(each.file, {DestinationFolder{each.folder, request.destination.bookmark}, deletes, {}});
+        downloads.enqueue(each.file, {.destination = DestinationFolder{each.folder, request.destination.bookmark},
+                                      .deleteAfterDownload = deletes,
+                                      .batchID = request.batchID});
     co_return true;
 }
 
@@ -180,6 +183,7 @@ Task<Result<std::set<GetCommand::Place>>> GetCommand::onDisk(std::vector<ListedF
 Task<void> GetCommand::prepare(std::stop_token stop) {
     unfinished_ = running().downloads().downloads().withStatus(
         {Status::queued, Status::downloading, Status::awaitingConflict, Status::paused});
+    if (context().invocation.operands.size() > 1) batch_ = running().downloads().newBatchID();
     for (const std::string& path : context().invocation.operands) {
         Result<PutIOFile> file = co_await tree_.find(path, stop);
         Result<void> queued;
@@ -206,7 +210,8 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
                                                              file.name)));
     if (!file.isFolder()) {
         if (isQueuedAlready(file, deletes)) co_return Result<void>();
-        running().downloads().enqueue(file, {destination(), deletes, std::nullopt});
+        running().downloads().enqueue(
+            file, {.destination = destination(), .deleteAfterDownload = deletes, .batchID = batch_});
         co_return Result<void>();
     }
     DownloadManager::FolderRequest request{folderOf(file.id), file.name, destination(), deletes && !isRoot,
@@ -214,6 +219,7 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
     if (isRoot && isDeletionAsked)
         co_return failure(
             Error(ErrorCase::file, "The top folder of put.io cannot be deleted. Get its folders one by one."));
+    request.batchID = batch_;
     if (!isRoot) request.destination.folder = subfolder(request.destination.folder, file.name);
     if (!isRoot && hasUnfinishedBelow(request.destination.folder)) {
         Result<bool> goesOn = co_await goOn(request, deletes, stop);

@@ -75,6 +75,7 @@ private:
     void tellDeletion(const std::string& name, bool deletes);
 
     RemoteTree tree_;
+    std::optional<UUID> batch_;                     // of what several paths bring; none: there is one path
     std::set<FileID> named_;                        // on the command line, as far as they were found
     std::vector<ConstDownloadPointer> unfinished_;  // what the saved queue still had to bring at the start
 };

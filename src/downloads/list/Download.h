@@ -47,6 +47,7 @@ struct DownloadRecord {
     std::optional<FolderID> folderDeleteID;  // the put.io folder to delete once its whole group has arrived
     std::optional<UUID> folderGroupID;
     std::optional<UUID> syncRuleID;  // the automation rule that queued it
+    std::optional<UUID> batchID;     // what was queued at one stroke has one, where it is more than one item
     DownloadStatus status = DownloadStatus::queued;
     double progress = 0;  // 0 to 1
     ByteCount bytesDownloaded = 0;

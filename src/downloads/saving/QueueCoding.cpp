@@ -84,6 +84,7 @@ constexpr RecordFormat itemFormat{
     "an item",
     optional("account", &DownloadRecord::account, SharedTextFormat()),
     optional("arrivedChecksum", &DownloadRecord::arrivedChecksum, TextFormat()),
+    optional("batchID", &DownloadRecord::batchID, UUIDFormat()),
     required("bytesDownloaded", &DownloadRecord::bytesDownloaded, IntegerFormat()),
     optional("completedAt", &DownloadRecord::completedAt, DateFormat()),
     optional("crc32", &DownloadRecord::crc32, TextFormat()),

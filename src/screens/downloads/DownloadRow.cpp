@@ -22,62 +22,8 @@ const std::string revealTitle = std::string("Show in ") + fileManagerName;
 
 const Button retryButton{retry, "arrow.clockwise", "Retry"};
 
-std::vector<Button> buttonsOf(Status status) {
-    const Button cancelButton{cancel, "xmark", "Cancel"};
-    const Button revealButton{reveal, "folder", revealTitle};
-    switch (status) {
-        case Status::queued:
-            return {{moveToTop, "arrow.up.to.line", "Move to top of queue"}, cancelButton};
-        case Status::downloading:
-            return {{pause, "pause.fill", "Pause"}, cancelButton};
-        case Status::awaitingConflict:
-            return {cancelButton};
-        case Status::paused:
-            return {{resume, "play.fill", "Resume"}, cancelButton};
-        case Status::completed:
-            return {revealButton};
-        case Status::failed:
-        case Status::skipped:
-            return {retryButton, {remove, "xmark", "Remove"}};
-        case Status::remoteDeleteFailed:
-            return {{retryDelete, "arrow.clockwise", "Retry deleting from put.io"}, revealButton};
-        case Status::cancelled:
-        case Status::deleting:
-            return {};
-    }
-    return {};
-}
-
-DownloadRow::Symbol symbolOf(Status status) {
-    switch (status) {
-        case Status::queued:
-            return {"clock", Tint::secondary};
-        case Status::downloading:
-            return {"arrow.down.circle.fill", Tint::accent, true};
-        case Status::awaitingConflict:
-            return {"exclamationmark.triangle.fill", Tint::attention};
-        case Status::paused:
-            return {"pause.circle.fill", Tint::attention};
-        case Status::completed:
-            return {"checkmark.circle.fill", Tint::success};
-        case Status::failed:
-            return {"xmark.circle.fill", Tint::failure};
-        case Status::cancelled:
-            return {"minus.circle.fill", Tint::secondary};
-        case Status::skipped:
-            return {"forward.circle.fill", Tint::secondary};
-        case Status::deleting:
-            return {};
-        case Status::remoteDeleteFailed:
-            return {undeletedSymbol, Tint::attention};
-    }
-    return {};
-}
-
 std::optional<DownloadRow::ProgressBar> progressOf(const Download& item) {
-    if (!hasProgressBar(item.status)) return std::nullopt;
-    const Tint tint = item.status == Status::paused ? Tint::attention : Tint::accent;
-    return DownloadRow::ProgressBar{std::clamp(item.progress, 0.0, 1.0), tint};
+    return hasProgressBar(item.status) ? std::optional(progressBar(item.status, item.progress)) : std::nullopt;
 }
 
 Label part(std::string text, Tint tint = Tint::secondary) {
@@ -180,6 +126,62 @@ Menu ownEntries(Status status) {
 
 }  // namespace
 
+std::vector<Button> downloadButtons(Status status) {
+    const Button cancelButton{cancel, "xmark", "Cancel"};
+    const Button revealButton{reveal, "folder", revealTitle};
+    switch (status) {
+        case Status::queued:
+            return {{moveToTop, "arrow.up.to.line", "Move to top of queue"}, cancelButton};
+        case Status::downloading:
+            return {{pause, "pause.fill", "Pause"}, cancelButton};
+        case Status::awaitingConflict:
+            return {cancelButton};
+        case Status::paused:
+            return {{resume, "play.fill", "Resume"}, cancelButton};
+        case Status::completed:
+            return {revealButton};
+        case Status::failed:
+        case Status::skipped:
+            return {retryButton, {remove, "xmark", "Remove"}};
+        case Status::remoteDeleteFailed:
+            return {{retryDelete, "arrow.clockwise", "Retry deleting from put.io"}, revealButton};
+        case Status::cancelled:
+        case Status::deleting:
+            return {};
+    }
+    return {};
+}
+
+DownloadRow::Symbol downloadSymbol(Status status) {
+    switch (status) {
+        case Status::queued:
+            return {"clock", Tint::secondary};
+        case Status::downloading:
+            return {"arrow.down.circle.fill", Tint::accent, true};
+        case Status::awaitingConflict:
+            return {"exclamationmark.triangle.fill", Tint::attention};
+        case Status::paused:
+            return {"pause.circle.fill", Tint::attention};
+        case Status::completed:
+            return {"checkmark.circle.fill", Tint::success};
+        case Status::failed:
+            return {"xmark.circle.fill", Tint::failure};
+        case Status::cancelled:
+            return {"minus.circle.fill", Tint::secondary};
+        case Status::skipped:
+            return {"forward.circle.fill", Tint::secondary};
+        case Status::deleting:
+            return {};
+        case Status::remoteDeleteFailed:
+            return {undeletedSymbol, Tint::attention};
+    }
+    return {};
+}
+
+DownloadRow::ProgressBar progressBar(DownloadStatus status, double fraction) {
+    return {std::clamp(fraction, 0.0, 1.0), status == Status::paused ? Tint::attention : Tint::accent};
+}
+
 std::string DownloadRow::statusText() const {
     std::string text;
     for (const Label& each : status) {
@@ -190,9 +192,13 @@ std::string DownloadRow::statusText() const {
 }
 
 DownloadRow downloadRow(const Download& item, Timestamp now, const std::optional<std::string>& holdReason) {
-    DownloadRow row{item.id,          symbolOf(item.status),           std::string(listedName(item)),
-                    progressOf(item), statusOf(item, now, holdReason), buttonsOf(item.status),
-                    detailsOf(item)};
+    DownloadRow row{.id = item.id,
+                    .symbol = downloadSymbol(item.status),
+                    .title = std::string(listedName(item)),
+                    .progress = progressOf(item),
+                    .status = statusOf(item, now, holdReason),
+                    .buttons = downloadButtons(item.status),
+                    .details = detailsOf(item)};
     if (item.isDoubtful()) {
         row.symbol = {"exclamationmark.triangle.fill", Tint::attention};
         row.buttons.insert(row.buttons.begin(), retryButton);
@@ -266,7 +272,7 @@ Menu commonMenu(const std::set<DownloadStatus>& statuses) {
 }
 
 bool isOffered(DownloadAction action, const Download& item) {
-    const auto buttons = buttonsOf(item.status);
+    const auto buttons = downloadButtons(item.status);
     const auto menu = downloadMenu(item);
     return std::ranges::any_of(buttons, [action](const Button& button) { return button.action == action; }) ||
            std::ranges::any_of(menu, [action](const auto& entry) { return entry.action == action; });

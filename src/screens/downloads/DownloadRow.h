@@ -55,7 +55,9 @@ struct DownloadRow {
     std::optional<ProgressBar> progress;  // above the status line
     std::vector<Label> status;
     std::vector<RowButton<DownloadAction>> buttons;
-    std::string details = {};  // of what has arrived: to the byte, and by what it is known to be whole; or empty
+    std::optional<bool> isOpen = {};  // of a batch; none: this is a single download
+    bool isMember = false;            // of the open batch above it
+    std::string details = {};         // of what has arrived: to the byte, and by what it is known to be whole; or empty
 
     // The whole status line in plain text.
     [[nodiscard]] std::string statusText() const;
@@ -65,6 +67,11 @@ struct DownloadRow {
 // waits, for what.
 [[nodiscard]] DownloadRow downloadRow(const Download& item, Timestamp now,
                                       const std::optional<std::string>& holdReason = std::nullopt);
+
+// The parts of it that the status alone decides.
+[[nodiscard]] DownloadRow::Symbol downloadSymbol(DownloadStatus status);
+[[nodiscard]] std::vector<RowButton<DownloadAction>> downloadButtons(DownloadStatus status);
+[[nodiscard]] DownloadRow::ProgressBar progressBar(DownloadStatus status, double fraction);
 
 // Whether a row of that status has a progress bar.
 [[nodiscard]] constexpr bool hasProgressBar(DownloadStatus status) {

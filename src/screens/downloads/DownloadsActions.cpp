@@ -41,21 +41,38 @@ void DownloadsScreen::perform(QueueAction action) {
 void DownloadsScreen::search(std::string text) {
     if (text == searchText()) return;
     chrome_.searchText = std::move(text);
-    const auto isNamedSo = [&collation = collation_,
-                            wanted = collation_.searchKey(searchText())](const Download& item) {
-        const auto matches = [&](std::string_view name) { return collation.searchKey(name).contains(wanted); };
-        const std::string_view listed = listedName(item);
-        return matches(item.fileName) || (listed != item.fileName && matches(listed));
+    if (searchText().empty()) names_.forget();
+    const auto isNamedSo = [this, wanted = collation_.searchKey(searchText())](const Download& item) {
+        return names_.contains(item, wanted);
     };
     rows_.setFilter(searchText().empty() ? QueueRows::Filter() : isNamedSo);
+    changes_.tell({ScreenChange::Kind::chrome});
+}
+
+void DownloadsScreen::showBatches(bool shows) {
+    if (shows == showsBatches()) return;
+    preferences_.setShowsBatches(shows);
+    arrangeRows();
+}
+
+void DownloadsScreen::orderFinished(FinishedOrder order) {
+    if (order == finishedOrder()) return;
+    preferences_.setFinishedOrder(order);
+    arrangeRows();
+}
+
+void DownloadsScreen::arrangeRows() {
+    rows_.arrange({.isInBatches = showsBatches(), .order = RowOrder(finishedOrder(), collation_)});
     changes_.tell({ScreenChange::Kind::chrome});
 }
 
 std::vector<std::size_t> DownloadsScreen::failedRows() const {
     std::vector<std::size_t> found;
     for (std::size_t row = 0; row < rows_.count(); ++row) {
-        const Download* item = rows_.itemAt(row);
-        if (item && item->status == Status::failed) found.push_back(row);
+        const auto [item, batch] = rows_.at(row);
+        const bool isItem = item && item->status == Status::failed;
+        const bool isBatch = !item && batch && !batch->isOpen && batch->sums.count(Status::failed) > 0;
+        if (isItem || isBatch) found.push_back(row);
     }
     return found;
 }

@@ -7,7 +7,9 @@
 #include <utility>
 
 #include "base/ByteCountFormat.h"
+#include "downloads/list/ListedName.h"
 #include "screens/RelativeTime.h"
+#include "screens/downloads/BatchRow.h"
 
 namespace tovri {
 namespace {
@@ -25,6 +27,7 @@ constexpr std::chrono::minutes longestTimePause{1};
 DownloadsScreen::DownloadsScreen(const Surroundings& around)
     : manager_(around.manager),
       speed_(around.speed),
+      preferences_(around.preferences),
       workspace_(around.workspace),
       notices_(around.notices),
       collation_(around.collation),
@@ -37,6 +40,7 @@ DownloadsScreen::DownloadsScreen(const Surroundings& around)
       queue_(around.manager.onChange([this](const QueueChange& change) { follow(change); })),
       limit_(around.speed.onChange([this] { updateChrome(); })) {
     chrome_ = makeChrome();
+    if (showsBatches() || finishedOrder() != FinishedOrder::queue) arrangeRows();
 }
 
 void DownloadsScreen::appear() {
@@ -85,14 +89,62 @@ std::string DownloadsScreen::headerAt(std::size_t row) const {
 }
 
 DownloadRow DownloadsScreen::rowAt(std::size_t row) const {
-    return downloadRow(*rows_.itemAt(row), clock_.now(), manager_.holdReason());
+    const auto [item, batch] = rows_.at(row);
+    if (!item) return batchRow(*batch, clock_.now(), manager_.holdReason());
+    DownloadRow look = downloadRow(*item, clock_.now(), manager_.holdReason());
+    look.isMember = batch != nullptr;
+    return look;
+}
+
+std::string DownloadsScreen::titleAt(std::size_t row) const {
+    const auto [item, batch] = rows_.at(row);
+    return item ? std::string(listedName(*item)) : batchTitle(*batch);
+}
+
+const UUID& DownloadsScreen::idAt(std::size_t row) const {
+    const auto [item, batch] = rows_.at(row);
+    return item ? item->id : batch->id;
+}
+
+bool DownloadsScreen::hasProgressBarAt(std::size_t row) const {
+    const auto [item, batch] = rows_.at(row);
+    return item ? hasProgressBar(item->status) : hasProgressBar(*batch);
+}
+
+std::vector<UUID> DownloadsScreen::downloadsAt(const std::vector<std::size_t>& rows) const {
+    std::vector<UUID> ids;
+    const Batch* last = nullptr;  // whose items are there already: they stand below it
+    for (const std::size_t row : rows) {
+        const auto [item, batch] = rows_.at(row);
+        if (item && !(batch && batch == last)) ids.push_back(item->id);
+        if (item) continue;
+        last = batch;
+        batch->members.forEach([&](const Batch::Member& member) { ids.push_back(member.place.item->id); });
+    }
+    return ids;
 }
 
 std::vector<MenuItem<DownloadAction>> DownloadsScreen::menuAt(const std::vector<std::size_t>& rows) const {
-    if (rows.size() == 1) return downloadMenu(*rows_.itemAt(rows.front()));
+    if (rows.size() == 1 && !isBatch(rows.front())) return downloadMenu(*rows_.itemAt(rows.front()));
     std::set<Status> statuses;
-    for (const std::size_t row : rows) statuses.insert(rows_.itemAt(row)->status);
+    for (const std::size_t row : rows) {
+        const auto [item, batch] = rows_.at(row);
+        statuses.merge(item ? std::set{item->status} : statusesOf(*batch));
+    }
     return commonMenu(statuses);
+}
+
+std::vector<MenuItem<FinishedOrder>> DownloadsScreen::finishedMenu() const {
+    std::vector<MenuItem<FinishedOrder>> menu;
+    const auto add = [&](FinishedOrder order, const char* title) {
+        menu.push_back({.action = order, .title = title, .isChecked = order == finishedOrder()});
+    };
+    add(FinishedOrder::queue, "Sort as in the Queue");
+    add(FinishedOrder::time, "Sort by Time");
+    add(FinishedOrder::name, "Sort by Name");
+    add(FinishedOrder::size, "Sort by Size");
+    add(FinishedOrder::state, "Sort by State");
+    return menu;
 }
 
 std::vector<ToolbarItem<QueueAction>> DownloadsScreen::toolbar() const {
@@ -170,8 +222,7 @@ std::vector<Label> DownloadsScreen::makeSummary() const {
 
 void DownloadsScreen::follow(const QueueChange& change) {
     if (change.kind == QueueChange::Kind::progress) {
-        if (!isOnView_) return;
-        rows_.markLook(change.item);
+        rows_.markLook(change.item);  // not on view, too: batches have sums of it
         scheduleNumbers();
         return;
     }

@@ -19,8 +19,10 @@
 #include "screens/Placeholder.h"
 #include "screens/ToolbarItem.h"
 #include "screens/downloads/DownloadRow.h"
+#include "screens/downloads/NameKeys.h"
 #include "screens/downloads/QueueRows.h"
 #include "screens/downloads/SpeedSwitch.h"
+#include "settings/DesktopPreferences.h"
 
 namespace tovri {
 
@@ -43,6 +45,7 @@ public:
     struct Surroundings {
         DownloadManager& manager;
         SpeedControl& speed;
+        DesktopPreferences& preferences;
         Workspace& workspace;
         Notices& notices;
         const TextCollation& collation;
@@ -77,7 +80,7 @@ public:
     // What the names of the rows contain; empty for all rows.
     [[nodiscard]] const std::string& searchText() const { return chrome_.searchText; }
 
-    // Of those on view. Looks at every row.
+    // Of those on view, and of the closed batches that hold any. Looks at every row.
     [[nodiscard]] std::vector<std::size_t> failedRows() const;
 
     [[nodiscard]] std::size_t rowCount() const { return rows_.count(); }
@@ -89,21 +92,37 @@ public:
 
     [[nodiscard]] std::string headerAt(std::size_t row) const;
 
+    [[nodiscard]] bool isBatch(std::size_t row) const { return rows_.batchAt(row) != nullptr; }
+
     // The row must not be a header, here and below.
     [[nodiscard]] DownloadRow rowAt(std::size_t row) const;
 
     // Parts of it that are asked for every row.
-    [[nodiscard]] std::string titleAt(std::size_t row) const { return std::string(listedName(*rows_.itemAt(row))); }
+    [[nodiscard]] std::string titleAt(std::size_t row) const;
 
-    [[nodiscard]] const UUID& idAt(std::size_t row) const { return rows_.itemAt(row)->id; }
+    // A batch has one row for each section that it has items in, and in all of them the same ID.
+    [[nodiscard]] const UUID& idAt(std::size_t row) const;
+    [[nodiscard]] bool hasProgressBarAt(std::size_t row) const;
 
-    [[nodiscard]] bool hasProgressBarAt(std::size_t row) const { return hasProgressBar(rows_.itemAt(row)->status); }
+    // The downloads of these rows, each once: a batch's row stands for all of its items in the section.
+    [[nodiscard]] std::vector<UUID> downloadsAt(const std::vector<std::size_t>& rows) const;
 
     // The context menu of one row, or of several together.
     [[nodiscard]] std::vector<MenuItem<DownloadAction>> menuAt(const std::vector<std::size_t>& rows) const;
 
-    // Where the download stands, to find a selection again after a reset. Looks at every row.
+    // The context menu of the finished ones' header: the order that they are shown in.
+    [[nodiscard]] std::vector<MenuItem<FinishedOrder>> finishedMenu() const;
+
+    // Where the download stands, or the closed batch that holds it, to find a selection again after a reset. Looks at
+    // every row.
     [[nodiscard]] std::optional<std::size_t> rowOf(const UUID& id) const { return rows_.rowOf(id); }
+
+    // The row of the open batch that the row is in.
+    [[nodiscard]] std::optional<std::size_t> batchRowOf(std::size_t row) const { return rows_.batchRowOf(row); }
+
+    [[nodiscard]] bool showsBatches() const { return preferences_.showsBatches(); }
+
+    [[nodiscard]] FinishedOrder finishedOrder() const { return preferences_.finishedOrder(); }
 
     [[nodiscard]] const ActionDialogs& dialogs() const { return dialogs_; }
 
@@ -114,6 +133,13 @@ public:
     void perform(QueueAction action);
 
     void search(std::string text);
+
+    // Both are kept for the next time.
+    void showBatches(bool shows);
+    void orderFinished(FinishedOrder order);
+
+    // Of a batch's row.
+    void setOpen(std::size_t row, bool isOpen) { rows_.setOpen(row, isOpen); }
 
     // Does nothing when the download has gone, or is past the state in which its row offered the action.
     void perform(DownloadAction action, const UUID& id);
@@ -146,6 +172,7 @@ private:
         bool operator==(const Chrome&) const = default;
     };
 
+    void arrangeRows();
     void follow(const QueueChange& change);
     void offerUndo();
     void scheduleNumbers();
@@ -163,9 +190,11 @@ private:
 
     DownloadManager& manager_;
     SpeedControl& speed_;
+    DesktopPreferences& preferences_;
     Workspace& workspace_;
     Notices& notices_;
     const TextCollation& collation_;
+    NameKeys names_{collation_};
     MainLoop& loop_;
     WallClock& clock_;
     RandomSource& random_;

@@ -1,7 +1,5 @@
 #include "screens/downloads/QueueRows.h"
 
-#include <algorithm>
-#include <ranges>
 #include <utility>
 
 namespace tovri {
@@ -30,14 +28,13 @@ QueueRows::QueueRows(const DownloadList& list, MainLoop& loop, Tell tell, std::f
 
 std::size_t QueueRows::count() const {
     std::size_t rows = 0;
-    for (const Group& group : groups_) rows += group.entries.size() + (group.hasHeader ? 1 : 0);
+    for (const Group& group : groups_) rows += group.rowCount();
     return rows;
 }
 
 std::size_t QueueRows::firstRow(DownloadSection section) const {
     std::size_t row = 0;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(section); ++i)
-        row += groups_[i].entries.size() + (groups_[i].hasHeader ? 1 : 0);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(section); ++i) row += groups_[i].rowCount();
     return row;
 }
 
@@ -48,7 +45,7 @@ std::size_t QueueRows::rowAt(DownloadSection section, std::size_t index) const {
 QueueRows::Place QueueRows::placeAt(std::size_t row) const {
     std::size_t section = 0;
     for (; section + 1 < downloadSectionCount; ++section) {
-        const std::size_t rows = groups_[section].entries.size() + (groups_[section].hasHeader ? 1 : 0);
+        const std::size_t rows = groups_[section].rowCount();
         if (row < rows) break;
         row -= rows;
     }
@@ -57,33 +54,46 @@ QueueRows::Place QueueRows::placeAt(std::size_t row) const {
     return place;
 }
 
-const Download* QueueRows::itemAt(std::size_t row) const {
+SectionRows::Row QueueRows::at(std::size_t row) const {
     const Place place = placeAt(row);
-    return place.index ? group(place.section).entries[*place.index].item.get() : nullptr;
+    return place.index ? group(place.section).rows.at(*place.index) : SectionRows::Row();
+}
+
+const Batch* QueueRows::batchAt(std::size_t row) const {
+    const SectionRows::Row found = at(row);
+    return found.item ? nullptr : found.batch;
+}
+
+std::optional<std::size_t> QueueRows::batchRowOf(std::size_t row) const {
+    const Download* item = itemAt(row);
+    const DownloadSection section = placeAt(row).section;
+    const auto index = item ? group(section).rows.batchRowOf(*item) : std::nullopt;
+    return index ? std::optional(rowAt(section, *index)) : std::nullopt;
 }
 
 std::optional<std::size_t> QueueRows::rowOf(const UUID& id) const {
-    if (const ConstDownloadPointer item = list_.find(id)) {
-        const DownloadSection section = downloadSection(item->status);
-        if (const auto index = indexOf(item, section, item->position)) return rowAt(section, *index);
-    }
+    const ConstDownloadPointer item = list_.find(id);
+    if (const auto row = item ? toldRowOf(item) : std::nullopt) return row;
     // Until the rows have caught up, it stands where it was told last.
-    for (std::size_t i = 0; i < downloadSectionCount; ++i) {
-        const auto found = std::ranges::find(groups_[i].entries, id, [](const Entry& entry) { return entry.item->id; });
-        if (found != groups_[i].entries.end())
-            return rowAt(static_cast<DownloadSection>(i), static_cast<std::size_t>(found - groups_[i].entries.begin()));
-    }
+    for (std::size_t row = 0; row < count(); ++row)
+        if (const Download* each = itemAt(row); each && each->id == id) return row;
     return std::nullopt;
 }
 
-std::optional<std::size_t> QueueRows::indexOf(const ConstDownloadPointer& item, DownloadSection section,
-                                              std::int64_t position) const {
-    // Half-way through a catching up two entries may have one position.
-    const auto& entries = group(section).entries;
-    const auto range = std::ranges::equal_range(entries, position, {}, &Entry::position);
-    const auto found = std::ranges::find(range, item, &Entry::item);
-    if (found == range.end()) return std::nullopt;
-    return static_cast<std::size_t>(found - entries.begin());
+std::optional<std::size_t> QueueRows::toldRowOf(const ConstDownloadPointer& item) const {
+    const DownloadSection section = downloadSection(item->status);
+    const SectionRows& rows = group(section).rows;
+    const RowPlace place = rows.placeOf(item, item->position);
+    if (!rows.contains(place)) return std::nullopt;
+    const auto row = rows.rowOf(place);
+    return rowAt(section, row ? *row : rows.batchRowOf(*item).value());
+}
+
+void QueueRows::setOpen(std::size_t row, bool isOpen) {
+    const Place place = placeAt(row);
+    if (!batchAt(row)) return;
+    tell(place.section, group(place.section).rows.setOpen(*place.index, isOpen));
+    tell_({Kind::changed, row, 1});
 }
 
 // --- Changes of the queue ---
@@ -107,7 +117,8 @@ void QueueRows::follow(const QueueChange& change) {
         markLook(item);
         if (change.kind == hold) return scheduleCatchUp();
         const DownloadSection previous = downloadSection(change.previous);
-        if (previous != section) stray(item, previous, item->position);
+        const bool mayStandElsewhere = previous != section || group(section).rows.order().hasRanks();
+        if (mayStandElsewhere) stray(item, previous, item->position);
     }
     scheduleCatchUp();
 }
@@ -142,6 +153,11 @@ void QueueRows::setFilter(Filter filter) {
     needReset();
 }
 
+void QueueRows::arrange(SectionRows::Arrangement finished) {
+    finished_ = finished;
+    needReset();
+}
+
 // --- Catching up ---
 
 void QueueRows::catchUp() {
@@ -163,11 +179,14 @@ void QueueRows::catchUp() {
 void QueueRows::reset() {
     needsReset_ = false;
     looks_.clear();
-    for (Group& group : groups_) group = {};
-    for (const ConstDownloadPointer& item :
-         list_.items() | std::views::filter([this](const auto& each) { return isShown(*each); }))
-        group(downloadSection(item->status)).entries.push_back({item->position, item});
-    for (Group& group : groups_) group.hasHeader = !group.entries.empty();
+    std::array<std::vector<ConstDownloadPointer>, downloadSectionCount> items;
+    for (const ConstDownloadPointer& item : list_.items())
+        if (isShown(*item)) items[static_cast<std::size_t>(downloadSection(item->status))].push_back(item);
+    for (std::size_t i = 0; i < downloadSectionCount; ++i) {
+        groups_[i].hasHeader = !items[i].empty();
+        const bool isFinished = i == static_cast<std::size_t>(DownloadSection::finished);
+        groups_[i].rows.assign(std::move(items[i]), {finished_.isInBatches, isFinished ? finished_.order : RowOrder()});
+    }
     toldWaiting_ = count(DownloadSection::queued);
 }
 
@@ -179,43 +198,54 @@ void QueueRows::tellWaiting() {
 }
 
 void QueueRows::settle(const Stray& stray) {
-    const auto index = stray.section ? indexOf(stray.item, *stray.section, stray.position) : std::nullopt;
-    if (!list_.contains(*stray.item)) {
-        if (index) takeOut(*stray.section, *index);
-        return;
-    }
-    if (!index) {
-        if (isShown(*stray.item)) putIn(stray.item);
-        return;
-    }
-
+    const std::optional<RowPlace> from = toldPlace(stray);
+    std::optional<RowPlace> to;
     const DownloadSection target = downloadSection(stray.item->status);
-    addHeader(target);
-    const std::size_t from = rowAt(*stray.section, *index);
-    auto& old = group(*stray.section).entries;
-    old.erase(old.begin() + static_cast<std::ptrdiff_t>(*index));
-    auto& entries = group(target).entries;
-    const auto at = std::ranges::lower_bound(entries, stray.item->position, {}, &Entry::position);
-    const auto to = static_cast<std::size_t>(entries.insert(at, {stray.item->position, stray.item}) - entries.begin());
-    if (rowAt(target, to) != from) tell_({Kind::moved, from, 1, rowAt(target, to)});
+    if (list_.contains(*stray.item) && isShown(*stray.item)) {
+        to = group(target).rows.order().placeOf(stray.item);
+        addHeader(target);
+        tell(target, group(target).rows.makeRoom(*to));
+    }
+    moveRow(stray, from, to);
+    if (to) tellBatch(target, *stray.item);
+    if (!from) return;
+    tell(*stray.section, group(*stray.section).rows.tidyUp(*stray.item));
+    tellBatch(*stray.section, *stray.item);
     dropEmptyHeader(*stray.section);
 }
 
-void QueueRows::takeOut(DownloadSection section, std::size_t index) {
-    const std::size_t row = rowAt(section, index);
-    auto& entries = group(section).entries;
-    entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(index));
-    tell_({Kind::removed, row, 1});
-    dropEmptyHeader(section);
+std::optional<RowPlace> QueueRows::toldPlace(const Stray& stray) const {
+    if (!stray.section) return std::nullopt;
+    const SectionRows& rows = group(*stray.section).rows;
+    RowPlace place = rows.placeOf(stray.item, stray.position);
+    return rows.contains(place) ? std::optional(std::move(place)) : std::nullopt;
 }
 
-void QueueRows::putIn(const ConstDownloadPointer& item) {
-    const DownloadSection section = downloadSection(item->status);
-    addHeader(section);
-    auto& entries = group(section).entries;
-    const auto at = std::ranges::lower_bound(entries, item->position, {}, &Entry::position);
-    const auto index = static_cast<std::size_t>(entries.insert(at, {item->position, item}) - entries.begin());
-    tell_({Kind::inserted, rowAt(section, index), 1});
+void QueueRows::moveRow(const Stray& stray, const std::optional<RowPlace>& from, const std::optional<RowPlace>& to) {
+    std::optional<std::size_t> before = from ? group(*stray.section).rows.take(*from) : std::nullopt;
+    if (before) before = rowAt(*stray.section, *before);
+    const DownloadSection target = downloadSection(stray.item->status);
+    std::optional<std::size_t> after = to ? group(target).rows.put(*to) : std::nullopt;
+    if (after) after = rowAt(target, *after);
+    if (before && after) {
+        if (*before != *after) tell_({Kind::moved, *before, 1, *after});
+    } else if (before) {
+        tell_({Kind::removed, *before, 1});
+    } else if (after) {
+        tell_({Kind::inserted, *after, 1});
+    }
+}
+
+// With the rows counted from the section's first one.
+void QueueRows::tell(DownloadSection section, std::optional<ScreenChange> change) const {
+    if (!change) return;
+    change->first = rowAt(section, change->first);
+    if (change->kind == Kind::moved) change->to = rowAt(section, change->to);
+    tell_(*change);
+}
+
+void QueueRows::tellBatch(DownloadSection section, const Download& item) const {
+    if (const auto row = group(section).rows.batchRowOf(item)) tell_({Kind::changed, rowAt(section, *row), 1});
 }
 
 void QueueRows::addHeader(DownloadSection section) {
@@ -225,7 +255,7 @@ void QueueRows::addHeader(DownloadSection section) {
 }
 
 void QueueRows::dropEmptyHeader(DownloadSection section) {
-    if (!group(section).entries.empty()) return;
+    if (count(section) > 0) return;
     group(section).hasHeader = false;
     tell_({Kind::removed, firstRow(section), 1});
 }
@@ -237,13 +267,17 @@ void QueueRows::tellLooks() {
         if (needsReset_) return;
         if (strayItems_.contains(item.get())) continue;  // told when it is back in its place
         const DownloadSection section = downloadSection(item->status);
-        if (const auto index = indexOf(item, section, item->position))
-            tell_({Kind::changed, rowAt(section, *index), 1});
+        SectionRows& rows = group(section).rows;
+        const RowPlace place = rows.placeOf(item, item->position);
+        rows.refresh(place);
+        if (const auto row = rows.rowOf(place)) tell_({Kind::changed, rowAt(section, *row), 1});
+        tellBatch(section, *item);
     }
 }
 
 void QueueRows::tellLook(DownloadSection section) const {
-    if (const std::size_t items = count(section); items > 0) tell_({Kind::changed, rowAt(section, 0), items});
+    if (const std::size_t rows = group(section).rows.rowCount(); rows > 0)
+        tell_({Kind::changed, rowAt(section, 0), rows});
 }
 
 }  // namespace tovri

@@ -111,13 +111,12 @@ std::vector<const PutIOFile*> FileBrowserScreen::targets(const FileIDs& files) c
 
 void FileBrowserScreen::download(const FileIDs& files, std::optional<bool> deletes) {
     const FileBrowserState::Listing listing = state().listing();
-    std::size_t count = 0;
-    for (const PutIOFile* file : targets(files)) {
-        if (file->isFolder()) continue;
-        surroundings_.downloads.enqueue(*file, {.deleteAfterDownload = deletes});
-        ++count;
-    }
-    if (count > 0) answerQueued(count, "");
+    std::vector<const PutIOFile*> wanted = targets(files);
+    std::erase_if(wanted, [](const PutIOFile* file) { return file->isFolder(); });
+    DownloadManager::EnqueueOptions options{.deleteAfterDownload = deletes};
+    if (wanted.size() > 1) options.batchID = surroundings_.downloads.newBatchID();
+    for (const PutIOFile* file : wanted) surroundings_.downloads.enqueue(*file, options);
+    if (!wanted.empty()) answerQueued(wanted.size(), "");
 }
 
 void FileBrowserScreen::answerQueued(std::size_t count, const std::string& where) {

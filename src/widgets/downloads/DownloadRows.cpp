@@ -14,6 +14,8 @@ RowKey DownloadRows::keyAt(std::size_t row) const {
     static_assert(sizeof key.high + sizeof key.low == sizeof id.bytes);
     std::memcpy(&key.high, id.bytes.data(), sizeof key.high);
     std::memcpy(&key.low, id.bytes.data() + sizeof key.high, sizeof key.low);
+    // A batch has a row in each section; nothing else comes near its random numbers.
+    if (screen_.isBatch(row)) key.low += static_cast<std::uint64_t>(screen_.sectionAt(row));
     return key;
 }
 
@@ -34,7 +36,9 @@ RowContent DownloadRows::contentAt(std::size_t row) const {
                        .symbolTint = download.symbol.tint,
                        .pulses = download.symbol.pulses,
                        .title = textOf(download.title),
-                       .separator = textOf(DownloadRow::separator)};
+                       .separator = textOf(DownloadRow::separator),
+                       .isOpen = download.isOpen,
+                       .level = download.isMember ? 1 : 0};
     for (const Label& part : download.status) content.caption.push_back({textOf(part.text), part.tint, part.symbol});
     if (download.progress) content.progress = RowProgress{download.progress->fraction, download.progress->tint};
     for (const auto& button : download.buttons)

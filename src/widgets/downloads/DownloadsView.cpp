@@ -1,5 +1,8 @@
 #include "widgets/downloads/DownloadsView.h"
 
+#include <algorithm>
+#include <array>
+
 #include "screens/window/SidebarItem.h"
 #include "widgets/parts/ContentArea.h"
 #include "widgets/parts/Menus.h"
@@ -9,6 +12,13 @@
 #include "widgets/rows/RowListView.h"
 
 namespace tovri {
+namespace {
+
+std::size_t placeOf(const QModelIndex& index) {
+    return static_cast<std::size_t>(index.row());
+}
+
+}  // namespace
 
 DownloadsView::DownloadsView(DownloadsScreen& screen, QWidget* parent)
     : SectionView(textOf(title(SidebarItem::downloads)), parent),
@@ -27,14 +37,98 @@ DownloadsView::DownloadsView(DownloadsScreen& screen, QWidget* parent)
 
 void DownloadsView::connectList() {
     connect(list_, &RowListView::buttonPressed, this, [this](const QModelIndex& row, int action) {
-        screen_.perform(static_cast<DownloadAction>(action), screen_.idAt(static_cast<std::size_t>(row.row())));
+        screen_.perform(static_cast<DownloadAction>(action), screen_.downloadsAt({placeOf(row)}));
     });
-    connect(list_, &RowListView::opened, this,
-            [this](const QModelIndex& row) { screen_.activate(screen_.idAt(static_cast<std::size_t>(row.row()))); });
+    connect(list_, &RowListView::opened, this, &DownloadsView::activate);
+    connect(list_, &RowListView::openingWanted, this, &DownloadsView::openBatch);
+    connect(list_, &RowListView::closingWanted, this, &DownloadsView::closeBatch);
     connect(list_, &RowListView::menuWanted, this, &DownloadsView::showMenu);
+    connect(list_, &RowListView::headerMenuWanted, this, &DownloadsView::showHeaderMenu);
     connect(&toolbar(), &Toolbar::searchChanged, this,
             [this](const QString& text) { screen_.search(text.toStdString()); });
 }
+
+// --- Batches ---
+
+void DownloadsView::activate(const QModelIndex& index) {
+    const std::size_t row = placeOf(index);
+    if (!screen_.isBatch(row)) return screen_.activate(screen_.idAt(row));
+    screen_.rowAt(row).isOpen == std::optional(true) ? closeBatch(index) : openBatch(index);
+}
+
+void DownloadsView::openBatch(const QModelIndex& index) {
+    screen_.setOpen(placeOf(index), true);
+    list_->announceOpening(index.row());
+}
+
+// From one of its items, the batch is gone to first.
+void DownloadsView::closeBatch(const QModelIndex& index) {
+    using Selection = QItemSelectionModel;
+    if (const auto batch = screen_.batchRowOf(placeOf(index)))
+        return list_->selectionModel()->setCurrentIndex(model_.index(static_cast<int>(*batch)),
+                                                        Selection::ClearAndSelect);
+    const std::vector<int> selected = list_->selectedRows();
+    const int current = list_->currentIndex().row();
+    const int before = model_.rowCount();
+    screen_.setOpen(placeOf(index), false);
+    const int last = index.row() + before - model_.rowCount();
+    const auto wasInside = [&](int row) { return row > index.row() && row <= last; };
+    if (std::ranges::any_of(selected, wasInside)) list_->selectionModel()->select(index, Selection::Select);
+    if (wasInside(current)) list_->selectionModel()->setCurrentIndex(index, Selection::NoUpdate);
+    list_->announceOpening(index.row());
+}
+
+// --- The order of the finished ---
+
+namespace {
+
+struct OrderCommand {
+    SectionCommand command;
+    FinishedOrder order;
+};
+
+constexpr std::array orderCommands{OrderCommand{SectionCommand::orderAsQueue, FinishedOrder::queue},
+                                   OrderCommand{SectionCommand::orderByTime, FinishedOrder::time},
+                                   OrderCommand{SectionCommand::orderByName, FinishedOrder::name},
+                                   OrderCommand{SectionCommand::orderBySize, FinishedOrder::size},
+                                   OrderCommand{SectionCommand::orderByState, FinishedOrder::state}};
+
+std::optional<FinishedOrder> orderOf(SectionCommand command) {
+    const auto found = std::ranges::find(orderCommands, command, &OrderCommand::command);
+    return found == orderCommands.end() ? std::nullopt : std::optional(found->order);
+}
+
+}  // namespace
+
+bool DownloadsView::can(SectionCommand command) const {
+    return command == SectionCommand::showBatches || orderOf(command) || SectionView::can(command);
+}
+
+bool DownloadsView::isOn(SectionCommand command) const {
+    if (command == SectionCommand::showBatches) return screen_.showsBatches();
+    return orderOf(command) == std::optional(screen_.finishedOrder());
+}
+
+void DownloadsView::perform(SectionCommand command) {
+    const auto order = orderOf(command);
+    if (command == SectionCommand::showBatches)
+        screen_.showBatches(!screen_.showsBatches());
+    else if (order)
+        screen_.orderFinished(*order);
+    else
+        return SectionView::perform(command);
+    emit commandsChanged();
+}
+
+void DownloadsView::showHeaderMenu(const QModelIndex& header, const QPoint& globalPosition) {
+    if (screen_.sectionAt(placeOf(header)) != DownloadSection::finished) return;
+    popUpMenu<FinishedOrder>(*this, globalPosition, screen_.finishedMenu(), [this](FinishedOrder order) {
+        screen_.orderFinished(order);
+        emit commandsChanged();
+    });
+}
+
+// --- What is shown ---
 
 void DownloadsView::follow(const ScreenChange& change) {
     if (change.kind == ScreenChange::Kind::chrome) return showChrome();
@@ -56,16 +150,11 @@ std::vector<std::size_t> DownloadsView::selectedRows() const {
     return {rows.begin(), rows.end()};
 }
 
-std::vector<UUID> DownloadsView::selectedIDs() const {
-    std::vector<UUID> ids;
-    for (const std::size_t row : selectedRows()) ids.push_back(screen_.idAt(row));
-    return ids;
-}
-
 // For the rows that are selected now, whatever is selected when it is answered.
 void DownloadsView::showMenu(const QPoint& globalPosition) {
-    popUpMenu<DownloadAction>(*this, globalPosition, screen_.menuAt(selectedRows()),
-                              [this, ids = selectedIDs()](DownloadAction action) { screen_.perform(action, ids); });
+    popUpMenu<DownloadAction>(
+        *this, globalPosition, screen_.menuAt(selectedRows()),
+        [this, ids = screen_.downloadsAt(selectedRows())](DownloadAction action) { screen_.perform(action, ids); });
 }
 
 void DownloadsView::pressToolbar(int action) {
@@ -91,7 +180,7 @@ void DownloadsView::showFailed() {
 }
 
 void DownloadsView::pressDelete() {
-    screen_.perform(DownloadAction::remove, selectedIDs());
+    screen_.perform(DownloadAction::remove, screen_.downloadsAt(selectedRows()));
 }
 
 }  // namespace tovri

@@ -9,13 +9,18 @@ namespace tovri {
 class RowListView;
 
 // The downloads screen: a toolbar, what is running in sum, and the queue in its sections; or a placeholder. Return and
-// double click do what a row is for, Delete removes the selected rows, and their menu is for all of them.
+// double click do what a row is for, Delete removes the selected rows, and their menu is for all of them. Batches open
+// in place; what is selected in one that is closed goes over to its row.
 class DownloadsView final : public SectionView {
     Q_OBJECT
 
 public:
     // `screen` outlives the view.
     explicit DownloadsView(DownloadsScreen& screen, QWidget* parent = nullptr);
+
+    [[nodiscard]] bool can(SectionCommand command) const override;
+    void perform(SectionCommand command) override;
+    [[nodiscard]] bool isOn(SectionCommand command) const override;
 
 protected:
     void appear() override { screen_.appear(); }
@@ -35,9 +40,12 @@ private:
     void follow(const ScreenChange& change);
     void showChrome();
     void showMenu(const QPoint& globalPosition);
+    void showHeaderMenu(const QModelIndex& header, const QPoint& globalPosition);
+    void activate(const QModelIndex& index);
+    void openBatch(const QModelIndex& index);
+    void closeBatch(const QModelIndex& index);
     void showFailed();
     [[nodiscard]] std::vector<std::size_t> selectedRows() const;
-    [[nodiscard]] std::vector<UUID> selectedIDs() const;
 
     DownloadsScreen& screen_;
     DownloadRows rows_;

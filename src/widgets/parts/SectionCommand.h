@@ -12,6 +12,12 @@ enum class SectionCommand : std::uint8_t {
     goUp,
     goBack,
     goForward,
+    showBatches,
+    orderAsQueue,
+    orderByTime,
+    orderByName,
+    orderBySize,
+    orderByState,
 };
 
 }  // namespace tovri

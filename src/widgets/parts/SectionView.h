@@ -34,6 +34,9 @@ public:
     [[nodiscard]] virtual bool can(SectionCommand command) const;
     virtual void perform(SectionCommand command);
 
+    // Of a command that turns something on and off.
+    [[nodiscard]] virtual bool isOn(SectionCommand) const { return false; }
+
 signals:
     void commandsChanged();  // others can be performed now
 

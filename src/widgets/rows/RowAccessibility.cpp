@@ -172,6 +172,10 @@ public:
         if (isHeader()) return state;
         state.disabled = view_->isInert();
         state.selectable = state.focusable = true;
+        const std::optional<bool> isOpen = content().isOpen;
+        state.expandable = isOpen.has_value();
+        state.expanded = isOpen == std::optional(true);
+        state.collapsed = isOpen == std::optional(false);
         state.extSelectable = true;
         state.selected = view_->selectionModel()->isSelected(index_);
         state.focused = view_->hasFocus() && view_->currentIndex() == index_ &&

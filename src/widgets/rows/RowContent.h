@@ -51,6 +51,8 @@ struct RowContent {
     std::optional<RowProgress> progress = {};
     std::vector<InlineButton> buttons = {};
     std::string_view trailingSymbol = {};  // in the tertiary tint, or empty
+    std::optional<bool> isOpen = {};       // of a row that can have others below it
+    int level = 0;                         // below how many rows it belongs
     QString toolTip = {};                  // empty: the texts that are cut off
 
     [[nodiscard]] QString captionText() const;

@@ -64,7 +64,7 @@ void RowListView::mousePressEvent(QMouseEvent* event) {
     isKeyboardUsed_ = false;
     const Spot spot = spotAt(event->position().toPoint());
     isAstray_ = presses_.isAstray(*event, thingAt(spot)) || isInert_;
-    if (isAstray_) return;
+    if (isAstray_ || opens(*event, spot)) return;
     if (event->button() == Qt::LeftButton && spot.button != RowLook::noButton) {
         pressed_ = buttonAt(spot);
         hovered_ = spot;
@@ -75,6 +75,19 @@ void RowListView::mousePressEvent(QMouseEvent* event) {
         QAbstractItemView::mouseDoubleClickEvent(event);
     else
         QAbstractItemView::mousePressEvent(event);
+}
+
+// The second press of a double click on the sign does not close again what the first one has opened.
+bool RowListView::opens(const QMouseEvent& press, const Spot& spot) {
+    if (press.button() != Qt::LeftButton || spot.row < 0) return false;
+    const RowContent content = rows_->contentAt(spot.row);
+    const QRect sign = RowPainter(*this).openingRect(rowRect(spot.row), content);
+    if (!content.isOpen || !sign.contains(press.position().toPoint())) return false;
+    isAstray_ = true;  // its release is not for the row
+    if (press.type() == QEvent::MouseButtonDblClick) return true;
+    const QModelIndex row = rows_->index(spot.row);
+    *content.isOpen ? emit closingWanted(row) : emit openingWanted(row);
+    return true;
 }
 
 void RowListView::mouseReleaseEvent(QMouseEvent* event) {
@@ -103,7 +116,18 @@ void RowListView::mouseDoubleClickEvent(QMouseEvent* event) {
     mousePressEvent(event);
 }
 
+// The one that stays in sight lies above the rows.
+int RowListView::headerAt(const QPoint& point) const {
+    if (rows_ == nullptr || !viewport()->rect().contains(point)) return -1;
+    const int top = geometry().headerOf(geometry().rowAt(verticalOffset()));
+    if (top >= 0 && point.y() < measures::headerHeight) return top;
+    const int row = geometry().rowAt(point.y() + verticalOffset());
+    return row >= 0 && rows_->shapeAt(row) == RowShape::header ? row : -1;
+}
+
 void RowListView::contextMenuEvent(QContextMenuEvent* event) {
+    const int header = event->reason() == QContextMenuEvent::Keyboard ? -1 : headerAt(event->pos());
+    if (header >= 0 && !isInert_) return headerMenuWanted(rows_->index(header), event->globalPos());
     const auto selected = selectedRows();
     if (selected.empty() || isInert_) return;
     if (event->reason() != QContextMenuEvent::Keyboard) {
@@ -154,15 +178,37 @@ void RowListView::focusInEvent(QFocusEvent* event) {
     viewport()->update();
 }
 
+// Whether the arrow is for the row's opening and not for its buttons.
+bool RowListView::opensBelow(bool towardsEnd, const RowContent& content) {
+    if (focusedButton_ != RowLook::noButton) return false;
+    const bool opens = towardsEnd && content.isOpen == std::optional(false);
+    const bool closes = !towardsEnd && (content.isOpen == std::optional(true) || content.level > 0);
+    if (opens) emit openingWanted(currentIndex());
+    if (closes) emit closingWanted(currentIndex());
+    return opens || closes;
+}
+
+void RowListView::announceOpening(int row) {
+    QAccessibleInterface* list = QAccessible::isActive() ? QAccessible::queryAccessibleInterface(this) : nullptr;
+    QAccessibleInterface* part = list == nullptr ? nullptr : list->child(row);
+    if (part == nullptr) return;
+    QAccessible::State changed;
+    changed.expanded = true;
+    QAccessibleStateChangeEvent event(part, changed);
+    QAccessible::updateAccessibility(&event);
+}
+
 void RowListView::keyPressEvent(QKeyEvent* event) {
     isKeyboardUsed_ = true;
     if (isInert_) return event->ignore();
     const bool towardsEnd = event->key() == (isRightToLeft() ? Qt::Key_Left : Qt::Key_Right);
     const bool towardsStart = event->key() == (isRightToLeft() ? Qt::Key_Right : Qt::Key_Left);
     const int row = currentIndex().isValid() ? currentIndex().row() : -1;
-    const int count = row < 0 ? 0 : static_cast<int>(rows_->contentAt(row).buttons.size());
+    const RowContent content = row < 0 ? RowContent() : rows_->contentAt(row);
+    const int count = static_cast<int>(content.buttons.size());
     if (towardsEnd || towardsStart) {
-        if (row >= 0) focusButton(std::clamp(focusedButton_ + (towardsEnd ? 1 : -1), RowLook::noButton, count - 1));
+        if (row >= 0 && !opensBelow(towardsEnd, content))
+            focusButton(std::clamp(focusedButton_ + (towardsEnd ? 1 : -1), RowLook::noButton, count - 1));
         return event->accept();
     }
     const int key = event->key();

@@ -19,8 +19,9 @@ namespace tovri {
 // rows in sight stay where they are, and the selection with them; those that leave their section fade.
 //
 // Return and double click open a row, also where the desktop's own views activate at a click. Tab, or the arrow towards
-// the row's end, walks through the buttons of the current row; Space and Return press one. The second press of a double
-// click has no effect on a row that has come under the pointer since the first.
+// the row's end, walks through the buttons of the current row; Space and Return press one. Where rows belong to others,
+// the arrows open and close these first, and lead back to them. The second press of a double click has no effect on a
+// row that has come under the pointer since the first.
 class RowListView : public QAbstractItemView {
     Q_OBJECT
 
@@ -50,10 +51,16 @@ public:
     // The one that keys go to; RowLook::noButton where that is the row itself, or another row.
     [[nodiscard]] int focusedButtonOf(int row) const;
 
+    // Says to who does not see it that the row was opened or closed.
+    void announceOpening(int row);
+
 signals:
     void opened(const QModelIndex& index);
     void buttonPressed(const QModelIndex& index, int action);
     void menuWanted(const QPoint& globalPosition);  // for the selected rows
+    void headerMenuWanted(const QModelIndex& header, const QPoint& globalPosition);
+    void openingWanted(const QModelIndex& index);  // of a closed row
+    void closingWanted(const QModelIndex& index);  // of an open row, or from one that belongs to one
 
 protected:
     [[nodiscard]] int horizontalOffset() const override { return 0; }
@@ -123,6 +130,9 @@ private:
     [[nodiscard]] int nextSelectable(int row, int step) const;
     void focusButton(int button);
     void hover(const Spot& spot);
+    [[nodiscard]] int headerAt(const QPoint& point) const;
+    [[nodiscard]] bool opens(const QMouseEvent& press, const Spot& spot);
+    [[nodiscard]] bool opensBelow(bool towardsEnd, const RowContent& content);
     [[nodiscard]] Press buttonAt(const Spot& spot) const;
     [[nodiscard]] Press thingAt(const Spot& spot) const;
     void updateRow(int row);

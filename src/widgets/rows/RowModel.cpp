@@ -46,7 +46,7 @@ void RowModel::follow(const ScreenChange& change) {
         case ScreenChange::Kind::changed:
             return this->change(change.first, change.count);
         case ScreenChange::Kind::moved:
-            return move(change.first, change.to);
+            return move(change.first, change.count, change.to);
         case ScreenChange::Kind::chrome:
             return;
     }
@@ -76,22 +76,27 @@ void RowModel::remove(std::size_t first, std::size_t count) {
     endRemoveRows();
 }
 
-void RowModel::move(std::size_t from, std::size_t to) {
-    const std::size_t before = to > from ? to + 1 : to;  // Qt counts with the row still in its old place
-    const int row = static_cast<int>(from);
+void RowModel::move(std::size_t from, std::size_t count, std::size_t to) {
+    const std::size_t before = to > from ? to + count : to;  // Qt counts with the rows still in their old place
+    const int first = static_cast<int>(from);
+    const int last = static_cast<int>(from + count) - 1;
     whileTelling_ = [=](std::size_t one) {
-        if (one == from) return to;
-        if (one > from) --one;
-        return one < to ? one : one + 1;
+        if (one >= from && one < from + count) return to + (one - from);
+        if (one > from) one -= count;
+        return one < to ? one : one + count;
     };
-    const bool moves = from != to && beginMoveRows({}, row, row, {}, static_cast<int>(before));
+    const bool moves = from != to && beginMoveRows({}, first, last, {}, static_cast<int>(before));
     whileTelling_ = nullptr;
     if (moves) {
-        rows_.erase(rows_.begin() + row);
-        rows_.insert(rows_.begin() + static_cast<std::ptrdiff_t>(to), read(to));
+        const auto at = [this](std::size_t row) { return rows_.begin() + static_cast<std::ptrdiff_t>(row); };
+        if (to < from)
+            std::rotate(at(to), at(from), at(from + count));
+        else
+            std::rotate(at(from), at(from + count), at(to + count));
+        for (std::size_t i = to; i < to + count; ++i) rows_[i] = read(i);
         endMoveRows();
     }
-    change(to, 1);
+    change(to, count);
 }
 
 void RowModel::change(std::size_t first, std::size_t count) {
@@ -104,29 +109,42 @@ void RowModel::change(std::size_t first, std::size_t count) {
 // put in order: four steps whatever changed, and every row that stays keeps its selection.
 void RowModel::reset() {
     std::vector<Row> rows = readAll();
+    if (!std::ranges::equal(rows, rows_, {}, &Row::key, &Row::key)) exchange(rows);
+    rows_ = std::move(rows);
+    if (!rows_.empty()) emit dataChanged(index(0), index(static_cast<int>(rows_.size()) - 1));
+}
+
+void RowModel::exchange(const std::vector<Row>& rows) {
     const Places after = placesOf(rows);
     whileTelling_ = [&](std::size_t row) -> std::optional<std::size_t> {
         const auto place = after.find(rows_[row].key);
         return place == after.end() ? std::nullopt : std::optional(place->second);
     };
-    const auto stays = [&](const Row& row) { return after.contains(row.key); };
-    const auto staying = static_cast<std::size_t>(std::ranges::count_if(rows_, stays));
-    if (staying < rows_.size()) {
-        if (staying > 0) {
-            std::vector<Row> gathered;
-            std::ranges::copy_if(rows_, std::back_inserter(gathered), stays);
-            std::ranges::copy_if(rows_, std::back_inserter(gathered), std::not_fn(stays));
-            arrange(gathered);
-        }
-        removeFrom(staying);
+    std::vector<bool> isKept(rows.size());
+    std::vector<Row> staying;
+    std::vector<Row> leaving;
+    std::vector<std::size_t> gathered(rows_.size());  // where each row stands among those that stay, or that leave
+    for (std::size_t i = 0; i < rows_.size(); ++i) {
+        const auto place = after.find(rows_[i].key);
+        std::vector<Row>& group = place == after.end() ? leaving : staying;
+        gathered[i] = group.size();
+        group.push_back(rows_[i]);
+        if (place != after.end()) isKept[place->second] = true;
     }
-    const Places kept = placesOf(rows_);
+    if (!leaving.empty()) {
+        const std::size_t count = staying.size();
+        const auto isLeaving = [&](std::size_t row) { return !after.contains(rows_[row].key); };
+        std::ranges::move(leaving, std::back_inserter(staying));
+        if (count > 0)
+            arrange(std::move(staying), [&](std::size_t row) { return gathered[row] + (isLeaving(row) ? count : 0); });
+        removeFrom(count);
+    }
     std::vector<Row> added;
-    std::ranges::copy_if(rows, std::back_inserter(added), [&](const Row& row) { return !kept.contains(row.key); });
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        if (!isKept[i]) added.push_back(rows[i]);
     insertAll(std::move(added));
-    arrange(rows);
+    arrange(rows, [&](std::size_t row) { return after.at(rows_[row].key); });
     whileTelling_ = nullptr;
-    if (!rows_.empty()) emit dataChanged(index(0), index(static_cast<int>(rows_.size()) - 1));
 }
 
 void RowModel::removeFrom(std::size_t first) {
@@ -142,21 +160,15 @@ void RowModel::insertAll(std::vector<Row> rows) {
     endInsertRows();
 }
 
-// Puts the same rows into another order.
-void RowModel::arrange(const std::vector<Row>& rows) {
-    if (std::ranges::equal(rows, rows_, {}, &Row::key, &Row::key)) {
-        rows_ = rows;
-        return;
-    }
+// Puts the same rows into another order. `placeOf` tells where each goes.
+void RowModel::arrange(std::vector<Row> rows, const std::function<std::size_t(std::size_t)>& placeOf) {
+    if (std::ranges::equal(rows, rows_, {}, &Row::key, &Row::key)) return;
     emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
-    const Places places = placesOf(rows);
     const QModelIndexList old = persistentIndexList();
     QModelIndexList moved;
-    for (const QModelIndex& one : old) {
-        const auto place = places.find(rows_[static_cast<std::size_t>(one.row())].key);
-        moved.push_back(place == places.end() ? QModelIndex() : index(static_cast<int>(place->second)));
-    }
-    rows_ = rows;
+    for (const QModelIndex& one : old)
+        moved.push_back(index(static_cast<int>(placeOf(static_cast<std::size_t>(one.row())))));
+    rows_ = std::move(rows);
     changePersistentIndexList(old, moved);
     emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
 }

@@ -43,12 +43,13 @@ private:
     [[nodiscard]] std::optional<std::size_t> placeOf(int row) const;
     void insert(std::size_t first, std::size_t count);
     void remove(std::size_t first, std::size_t count);
-    void move(std::size_t from, std::size_t to);
+    void move(std::size_t from, std::size_t count, std::size_t to);
     void change(std::size_t first, std::size_t count);
     void reset();
+    void exchange(const std::vector<Row>& rows);
     void insertAll(std::vector<Row> rows);
     void removeFrom(std::size_t first);
-    void arrange(const std::vector<Row>& rows);
+    void arrange(std::vector<Row> rows, const std::function<std::size_t(std::size_t)>& placeOf);
 
     const RowSource& source_;
     std::vector<Row> rows_;  // as told

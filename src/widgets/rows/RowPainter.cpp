@@ -21,10 +21,15 @@ constexpr int captionSymbol = measures::smallSymbol;
 constexpr int lineGap = 2;
 constexpr int barGap = 5;
 constexpr int barLine = measures::progressBar + 2 * barGap - lineGap;
+constexpr int levelWidth = 22;
 constexpr int leastPadding = 3;  // above and below the texts
 
 int columnOf(const RowContent& content) {
     return std::max(symbolColumn, content.symbolSize == measures::symbol ? 0 : content.symbolSize);
+}
+
+int leftOf(const QRect& row, const RowContent& content) {
+    return row.left() + content.level * levelWidth;
 }
 
 QColor withOpacity(QColor color, double opacity) {
@@ -62,7 +67,13 @@ QRect RowPainter::mirrored(const QRect& row, const QRect& logical) const {
 }
 
 QRect RowPainter::symbolRect(const QRect& row, const RowContent& content) const {
-    return mirrored(row, {row.left() + measures::margin, row.top(), columnOf(content), row.height()});
+    return mirrored(row, {leftOf(row, content) + measures::margin, row.top(), columnOf(content), row.height()});
+}
+
+// In the margin, so that the symbols of all rows stand below each other.
+QRect RowPainter::openingRect(const QRect& row, const RowContent& content) const {
+    if (!content.isOpen) return {};
+    return mirrored(row, {leftOf(row, content), row.top(), measures::margin + 2, row.height()});
 }
 
 QRect RowPainter::buttonRect(const QRect& row, const RowContent& content, int button) const {
@@ -82,7 +93,7 @@ int RowPainter::buttonAt(const QRect& row, const RowContent& content, const QPoi
 // Between symbol and buttons, not mirrored.
 QRect RowPainter::textRect(const QRect& row, const RowContent& content) const {
     QRect rect = row;
-    rect.setLeft(row.left() + measures::margin + columnOf(content) + measures::margin);
+    rect.setLeft(leftOf(row, content) + measures::margin + columnOf(content) + measures::margin);
     int end = measures::margin;
     if (!content.trailingSymbol.empty()) end += measures::smallSymbol + measures::spacing;
     const int buttons = static_cast<int>(content.buttons.size());
@@ -105,6 +116,7 @@ QString RowPainter::cutTexts(const QRect& row, const RowContent& content) const 
 void RowPainter::paint(QPainter& painter, const QRect& row, const RowContent& content, const RowLook& look) const {
     if (content.shape == RowShape::header) return paintHeader(painter, row, content);
     paintBackground(painter, row, look);
+    if (content.isOpen) paintOpening(painter, row, content);
     paintSymbolOf(painter, row, content, look);
     paintTexts(painter, row, content, look);
     paintButtons(painter, row, content, look);
@@ -132,6 +144,16 @@ void RowPainter::paintBackground(QPainter& painter, const QRect& row, const RowL
         painter.fillRect(row, hoverColor(palette_));
     }
     if (look.hasRing || look.isDropTarget) paintRing(painter, row, color(Tint::accent, palette_));
+}
+
+void RowPainter::paintOpening(QPainter& painter, const QRect& row, const RowContent& content) const {
+    QRect sign({}, QSize(measures::smallSymbol, measures::smallSymbol));
+    painter.save();
+    painter.translate(openingRect(row, content).center());
+    if (*content.isOpen) painter.rotate(direction_ == Qt::RightToLeft ? -90 : 90);
+    sign.moveCenter({});
+    paintSymbol(painter, sign, measures::smallSymbol, "chevron.right", color(Tint::secondary, palette_));
+    painter.restore();
 }
 
 void RowPainter::paintSymbolOf(QPainter& painter, const QRect& row, const RowContent& content,

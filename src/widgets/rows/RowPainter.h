@@ -41,6 +41,9 @@ public:
     [[nodiscard]] QRect symbolRect(const QRect& row, const RowContent& content) const;
     [[nodiscard]] QRect buttonRect(const QRect& row, const RowContent& content, int button) const;
 
+    // The sign of a row that can be opened.
+    [[nodiscard]] QRect openingRect(const QRect& row, const RowContent& content) const;
+
     // The button at that point, or noButton.
     [[nodiscard]] int buttonAt(const QRect& row, const RowContent& content, const QPoint& point) const;
 
@@ -56,6 +59,7 @@ private:
     [[nodiscard]] QRect mirrored(const QRect& row, const QRect& logical) const;
     [[nodiscard]] QRect textRect(const QRect& row, const RowContent& content) const;
     void paintHeader(QPainter& painter, const QRect& row, const RowContent& content) const;
+    void paintOpening(QPainter& painter, const QRect& row, const RowContent& content) const;
     void paintSymbolOf(QPainter& painter, const QRect& row, const RowContent& content, const RowLook& look) const;
     void paintTexts(QPainter& painter, const QRect& row, const RowContent& content, const RowLook& look) const;
     void paintButtons(QPainter& painter, const QRect& row, const RowContent& content, const RowLook& look) const;

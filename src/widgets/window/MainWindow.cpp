@@ -97,6 +97,14 @@ void MainWindow::addViewMenu() {
     view->addSeparator();
     addCommand(*view, SectionCommand::refresh, tr("&Refresh"), {Qt::Key_F5});
     addCommand(*view, SectionCommand::find, tr("&Find"), {Qt::CTRL | Qt::Key_F});
+    view->addSeparator();
+    addSwitch(*view, SectionCommand::showBatches, tr("&Batches"));
+    QMenu* finished = view->addMenu(tr("&Sort Finished"));
+    addSwitch(*finished, SectionCommand::orderAsQueue, tr("As in the &Queue"));
+    addSwitch(*finished, SectionCommand::orderByTime, tr("By &Time"));
+    addSwitch(*finished, SectionCommand::orderByName, tr("By &Name"));
+    addSwitch(*finished, SectionCommand::orderBySize, tr("By &Size"));
+    addSwitch(*finished, SectionCommand::orderByState, tr("By S&tate"));
 }
 
 void MainWindow::addGoMenu() {
@@ -114,6 +122,11 @@ void MainWindow::addCommand(QMenu& menu, SectionCommand command, const QString& 
     action->setShortcuts(shortcuts);
     action->setAutoRepeat(false);
     commands_.push_back({command, action});
+}
+
+void MainWindow::addSwitch(QMenu& menu, SectionCommand command, const QString& title) {
+    addCommand(menu, command, title, {});
+    commands_.back().action->setCheckable(true);
 }
 
 void MainWindow::addHelpMenu() {
@@ -142,7 +155,10 @@ void MainWindow::updateMenus() {
 
 void MainWindow::updateCommands() {
     const SectionView* shown = shownSection();
-    for (const Command& each : commands_) each.action->setEnabled(shown && shown->can(each.command));
+    for (const Command& each : commands_) {
+        each.action->setEnabled(shown && shown->can(each.command));
+        each.action->setChecked(shown && each.action->isCheckable() && shown->isOn(each.command));
+    }
 }
 
 void MainWindow::showKeyboardHelp() {

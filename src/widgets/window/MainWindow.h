@@ -70,6 +70,7 @@ private:
     void addGoMenu();
     void addHelpMenu();
     void addCommand(QMenu& menu, SectionCommand command, const QString& title, const QList<QKeySequence>& shortcuts);
+    void addSwitch(QMenu& menu, SectionCommand command, const QString& title);
     void follow(ContentScreen::Change change);
     void showContent();
     void showSection();

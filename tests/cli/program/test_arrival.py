@@ -43,6 +43,8 @@ class Arrival(ProgramTest):
             self.assertIn(f'"{name}" is named more than once; it comes once.', messages)
         self.assertEqual(sorted(os.listdir(self.downloads)), ["Books", "Welcome.txt"])
         self.assertEqual(len(self.sandbox.requests(path="/files/delete")), 2)
+        batches = [item.get("batchID") for item in json.loads((self.data / "queue.json").read_text())["downloads"]]
+        self.assertTrue(batches[0] and set(batches) == {batches[0]}, batches)  # what one command queued
 
     def test_a_folder_is_deleted_with_one_request_after_its_last_file(self):
         self.serve()

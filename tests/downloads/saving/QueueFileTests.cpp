@@ -23,6 +23,7 @@ DownloadRecord fullRecord() {
     item.folderDeleteID = FolderID(7);
     item.folderGroupID = UUID::parse("11111111-2222-4333-8444-555555555555");
     item.syncRuleID = UUID::parse("66666666-7777-4888-9999-AAAAAAAAAAAA");
+    item.batchID = UUID::parse("BBBBBBBB-CCCC-4DDD-8EEE-FFFFFFFFFFFF");
     item.status = DownloadStatus::awaitingConflict;
     item.progress = 0.25;
     item.bytesDownloaded = 250;
@@ -39,6 +40,7 @@ DownloadRecord fullRecord() {
 constexpr std::string_view fullText = R"({
   "downloads": [
     {
+      "batchID": "BBBBBBBB-CCCC-4DDD-8EEE-FFFFFFFFFFFF",
       "bytesDownloaded": 250,
       "completedAt": -1.0,
       "deleteAfterDownload": true,

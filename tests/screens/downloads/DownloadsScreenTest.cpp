@@ -63,12 +63,14 @@ public:
 
     World world;
     FakeWorkspace workspace;
+    MemoryUserDefaults defaults;
+    DesktopPreferences desktop{defaults};
     SpeedLimit limit{world.loop};
     SpeedControl speed{world.loop, world.clock, world.preferences, limit};
     Notices notices{world.loop};
     PlainTextCollation collation;
     DownloadsScreen screen{
-        {world.manager(), speed, workspace, notices, collation, world.loop, world.clock, world.random}};
+        {world.manager(), speed, desktop, workspace, notices, collation, world.loop, world.clock, world.random}};
     std::vector<ScreenChange> changes;
     Subscription following{screen.onChange([this](const ScreenChange& change) { changes.push_back(change); })};
 };

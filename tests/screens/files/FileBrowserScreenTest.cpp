@@ -229,8 +229,11 @@ TEST_F(FileBrowserScreenTest, downloadsFilesWhereThePreferencesSay) {
     screen.select({FileID(1), FileID(3), FileID(4)});
     screen.perform(FileToolbarAction::download);
     EXPECT_EQ(queue(), (std::vector<std::string>{"b.txt -> /home/user/Downloads", "a.mkv -> /home/user/Downloads"}));
+    const auto batchAt = [this](std::size_t index) { return downloads.downloads().items()[index]->batchID; };
+    EXPECT_TRUE(batchAt(0) && batchAt(0) == batchAt(1));  // they were queued together
     screen.perform(FileMenuAction::downloadAndDelete, {FileID(3)});
     EXPECT_EQ(queue().front(), "a.mkv -> /home/user/Downloads, then deleted");
+    EXPECT_FALSE(batchAt(0));
 
     preferences.setDeleteAfterDownload(true);
     preferences.setDownloadFolder("/home/user/Videos");
@@ -251,12 +254,16 @@ TEST_F(FileBrowserScreenTest, downloadsAFolderUnderItsName) {
     screen.perform(FileMenuAction::downloadFolderAndDelete, {FileID(1)});
     settle();
     EXPECT_EQ(queue().front(), "two -> /home/user/Downloads/Films/Extras, then folder 1");
+    const ItemOrder& items = downloads.downloads().items();
+    const std::optional<UUID> batch = items[0]->batchID;
+    EXPECT_TRUE(batch && batch == items[1]->batchID);
 
     preferences.setDeleteAfterDownload(true);
     screen.perform(FileMenuAction::downloadFolder, {FileID(1)});
     settle();
     EXPECT_EQ(queue().front(), "two -> /home/user/Downloads/Films/Extras, then folder 1");
     EXPECT_EQ(queue().size(), 4U);
+    EXPECT_NE(items[0]->batchID, batch);
 }
 
 TEST_F(FileBrowserScreenTest, saysWhereOnlyTheBeginningOfAFolderIsToBeHad) {
