@@ -17,6 +17,7 @@
 #include "screens/Notices.h"
 #include "screens/Placeholder.h"
 #include "screens/ToolbarItem.h"
+#include "screens/downloads/DownloadDetails.h"
 #include "screens/downloads/DownloadRow.h"
 #include "screens/downloads/QueueRows.h"
 #include "screens/downloads/SpeedSwitch.h"
@@ -48,6 +49,7 @@ public:
         MainLoop& loop;
         WallClock& clock;
         RandomSource& random;
+        ServiceHosts hosts = {};
     };
 
     explicit DownloadsScreen(const Surroundings& surroundings);
@@ -103,6 +105,9 @@ public:
 
     // Where the download stands, to find a selection again after a reset. Looks at every row.
     [[nodiscard]] std::optional<std::size_t> rowOf(const UUID& id) const { return rows_.rowOf(id); }
+
+    // Of what the face says is selected.
+    [[nodiscard]] DownloadDetails& details() { return details_; }
 
     [[nodiscard]] const ActionDialogs& dialogs() const { return dialogs_; }
 
@@ -174,6 +179,7 @@ private:
     std::optional<Timestamp> lastCompletion_;
     Signal<const ScreenChange&> changes_;
     QueueRows rows_;
+    DownloadDetails details_;
     Subscription numbers_;
     Subscription times_;
     Subscription countdown_;
