@@ -12,6 +12,7 @@ enum class SectionCommand : std::uint8_t {
     goUp,
     goBack,
     goForward,
+    details,  // the window's own: whether they are beside the list
 };
 
 }  // namespace tovri

@@ -54,6 +54,7 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
           if (change != AuthManager::Change::clientID) dropQuestions();
       })),
       ending_(surroundings_.app) {
+    memory_.keep(window_.details());
     connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
     connect(&window_, &MainWindow::logWanted, this, &Desktop::showLog);
     connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);
