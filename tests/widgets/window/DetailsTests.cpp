@@ -1,6 +1,7 @@
 #include <QClipboard>
 #include <QMimeData>
 #include <QScrollBar>
+#include <QSplitter>
 #include <QTextBlock>
 
 #include "tests/widgets/window/DesktopFixture.h"
@@ -117,6 +118,7 @@ TEST_F(DetailsWindow, areKeptWithTheirWidth) {
     settle();
     EXPECT_GE(panel()->width(), 200);
     EXPECT_GE(panel()->pos().x(), 300) << "the rows have no room";
+    EXPECT_EQ(window().parts().sizes().front(), 180) << "the sidebar gives way";
     window().resize(1200, 700);
     settle();
     EXPECT_EQ(panel()->width(), 350) << "what was narrow for a while stays so";

@@ -14,6 +14,7 @@ constexpr int leastForRows = 300;
 DetailsSplit::DetailsSplit(QWidget* content, QWidget* details) : details_(details) {
     addWidget(content);
     addWidget(details);
+    content->setMinimumWidth(leastForRows);  // what is in it would take more, from the sidebar
     details->setMinimumWidth(DetailsSetting::leastWidth);
     details->setMaximumWidth(DetailsSetting::mostWidth);
     details->hide();
