@@ -68,7 +68,7 @@ public:
     FakeWorkspace workspace;
     ICUTextCollation language{"en_US"};
     Notices notices{loop};
-    FileBrowserScreen screen{{state, api, downloads, preferences, workspace, language, random, notices, {}}};
+    FileBrowserScreen screen{{state, api, downloads, preferences, workspace, language, random, notices, {}, clock}};
     FileBrowserView view{screen};
 };
 

@@ -225,6 +225,9 @@ public:
     // Since when nothing has come from put.io, where all that could go on waits for it, or tries in vain.
     [[nodiscard]] std::optional<MainLoop::TimePoint> waitsForServiceSince() const;
     [[nodiscard]] double overallProgress() const;
+
+    // Over which the item's bytes are asked for now.
+    [[nodiscard]] static int connectionsOf(const Download& item);
     [[nodiscard]] std::string queueETAText() const;
 
 private:

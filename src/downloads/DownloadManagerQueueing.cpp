@@ -19,9 +19,10 @@ DestinationFolder DownloadManager::resolveDestination(const std::optional<Destin
 
 namespace {
 
-DownloadRecord newRecord(const PutIOFile& file, const UUID& id) {
+DownloadRecord newRecord(const PutIOFile& file, const UUID& id, Timestamp now) {
     DownloadRecord record;
     record.id = id;
+    record.queuedAt = now;
     record.fileID = file.id;
     record.fileName = file.name;
     record.fileSize = file.size.value_or(0);
@@ -37,7 +38,7 @@ std::shared_ptr<const ByteBlob> sharedBookmark(const std::optional<ByteBlob>& bo
 
 ConstDownloadPointer DownloadManager::enqueue(const PutIOFile& file, const EnqueueOptions& options) {
     const DestinationFolder destination = resolveDestination(options.destination);
-    DownloadRecord record = newRecord(file, ports_.random.makeUUID());
+    DownloadRecord record = newRecord(file, ports_.random.makeUUID(), ports_.clock.now());
     record.destinationFolder = std::make_shared<const std::filesystem::path>(destination.folder);
     record.securityScopeBookmark = sharedBookmark(destination.bookmark);
     record.deleteAfterDownload =
@@ -77,12 +78,13 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
     const auto bookmark = sharedBookmark(request.destination.bookmark);
     // Deletion and batch are separate: the former counts the folder's files, the latter may hold several folders.
     if (!request.batchID && files->size() > 1) request.batchID = request.groupID;
+    const Timestamp now = ports_.clock.now();
     SharedFolder folder;  // of the file before: a folder's files follow one another
     std::vector<DownloadPointer> items;
     items.reserve(files->size());
     for (const ListedFile& listed : *files) {
         if (!folder || *folder != listed.folder) folder = std::make_shared<const std::filesystem::path>(listed.folder);
-        DownloadRecord record = newRecord(listed.file, ports_.random.makeUUID());
+        DownloadRecord record = newRecord(listed.file, ports_.random.makeUUID(), now);
         record.destinationFolder = folder;
         record.securityScopeBookmark = bookmark;
         record.account = accounts_.account();

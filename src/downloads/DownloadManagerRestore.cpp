@@ -143,6 +143,7 @@ void DownloadManager::goOn(const DownloadPointer& item) {
 void DownloadManager::fetchAgain(const DownloadPointer& item) {
     ports_.log.line("[DownloadManager] " + *item->resolvedURL +
                     " did not survive the stop of the machine; fetching it again");
+    item->noteFailedTry(ports_.clock.now(), "It had arrived, but did not survive the stop of the machine.");
     item->forgetArrival();
     list_.take(*item, StatusStep::fetchAgain);
     if (around_.isQueuePaused) list_.take(*item, StatusStep::pauseWaiting);

@@ -68,6 +68,7 @@ std::vector<FileID> DownloadManager::nextFiles() {
 
 void DownloadManager::start(const DownloadPointer& item) {
     if (Result<std::filesystem::path> target = destination(*item); !target) {
+        item->noteFailedTry(ports_.clock.now(), target.error().description);
         settlement_.markFailed(item, target.error().description);
         return;
     }

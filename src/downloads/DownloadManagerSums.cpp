@@ -65,6 +65,10 @@ double DownloadManager::overallProgress() const {
     return total > 0 ? static_cast<double>(received) / static_cast<double>(total) : 0.0;
 }
 
+int DownloadManager::connectionsOf(const Download& item) {
+    return item.run ? item.run->connections() : 0;
+}
+
 std::string DownloadManager::queueETAText() const {
     const BytesPerSecond speed = totalSpeed();
     if (speed <= BytesPerSecond()) return "";

@@ -86,6 +86,16 @@ TEST(QueueListing, tellsWhatArrivedAndHowItWasProven) {
     EXPECT_THAT(json, HasSubstr(R"("status":"failed","destination":"/home/ann"})"));
 }
 
+TEST(QueueListing, tellsTimesAndFailedTriesToPrograms) {
+    QueueSnapshot queue;
+    queue.downloads.push_back(item(1, failed));
+    DownloadRecord& record = queue.downloads.front();
+    record.queuedAt = record.startedAt = now;
+    record.noteFailedTry(now + std::chrono::seconds(5), "It broke off.\x1b");
+    EXPECT_THAT(queueJSON(queue), HasSubstr(R"("queuedAt":"2084-01-29T16:00:00Z","startedAt":"2084-01-29T16:00:00Z",)"
+                                            R"("failedTries":[{"at":"2084-01-29T16:00:05Z","what":"It broke off.)"));
+}
+
 TEST(RemotePath, tellsIDsFromNames) {
     EXPECT_EQ(parseRemotePath("42").id, FileID(42));
     EXPECT_FALSE(parseRemotePath("99999999999999999999").id) << "no ID has 20 digits";

@@ -118,6 +118,19 @@ void Tour::escape() {
     QTest::qWait(50);
 }
 
+// The panel beside the rows, while it is there.
+void Tour::details(const QString& name, int row) {
+    RowListView& list = shownList();
+    const QModelIndexList selected = list.selectionModel()->selectedIndexes();
+    type(Qt::Key_F9);
+    list.setCurrentIndex(list.model()->index(row, 0));
+    QTest::qWait(300);
+    take(name);
+    type(Qt::Key_F9);
+    list.clearSelection();
+    for (const QModelIndex& index : selected) list.selectionModel()->select(index, QItemSelectionModel::Select);
+}
+
 // --- The way through the program ---
 
 void Tour::signIn() {
@@ -150,6 +163,7 @@ void Tour::files() {
     list.setCurrentIndex(list.model()->index(3, 0));
     QTest::keyClick(&list, Qt::Key_Down, Qt::ShiftModifier);
     take("files-folder");
+    details("files-details", 3);
     QTest::keyClick(&list, Qt::Key_Delete);
     take("files-delete");
     escape();
@@ -242,11 +256,13 @@ void Tour::downloads() {
     QTest::qWait(2500);
     shownList().verticalScrollBar()->setValue(0);
     take("downloads");
+    details("downloads-details", 1);
     openMenu(1);
     take("downloads-menu");
     escape();
     shownList().verticalScrollBar()->setValue(shownList().verticalScrollBar()->maximum());
     take("downloads-finished");
+    details("downloads-details-failed", shownList().model()->rowCount() - 4);
     choose("By &Name");
     take("downloads-finished-by-name");
     choose("As in the &Queue");

@@ -43,6 +43,7 @@ private:
     void waitForRows();
     [[nodiscard]] RowListView& shownList();
     void openMenu(int row);
+    void details(const QString& name, int row);
     void escape();
 
     void take(const QString& name) { camera_.take(window(), name); }

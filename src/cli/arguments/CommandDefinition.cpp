@@ -85,7 +85,11 @@ std::vector<CommandDefinition> makeDefinitions() {
         {queue,
          "queue",
          "show the saved queue",
-         "Shows what is active, paused, queued and finished, with the ID of each download.",
+         "Shows what is active, paused, queued and finished, with the ID of each download.\n\n"
+         "With --json, one object with the array \"downloads\". Each holds \"id\", \"fileID\", \"name\", \"size\", "
+         "\"bytes\", \"status\" and \"destination\", and where there is something to say, \"path\", \"proof\", "
+         "\"waiting\", \"error\", the times \"queuedAt\", \"startedAt\" and \"completedAt\", and \"failedTries\": of "
+         "the last 20 tries that failed, when each ended (\"at\") and what went wrong (\"what\").",
          {},
          {jsonDocument}},
         {retry,

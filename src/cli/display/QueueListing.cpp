@@ -6,6 +6,7 @@
 #include "cli/display/DisplayText.h"
 #include "cli/display/JSON.h"
 #include "cli/display/ShortID.h"
+#include "cli/display/TimeText.h"
 #include "downloads/list/ListedName.h"
 #include "downloads/running/ArrivalProof.h"
 #include "screens/RelativeTime.h"
@@ -81,6 +82,17 @@ void addOptional(JSON& json, std::string_view key, const std::optional<std::stri
     if (value) json.field(key, *value);
 }
 
+void addTime(JSON& json, std::string_view key, const std::optional<Timestamp>& time) {
+    if (time) json.field(key, timeText(*time));
+}
+
+void addFailedTries(JSON& json, const FailedTries& tries) {
+    json.key("failedTries").beginArray();
+    for (const FailedTry& one : tries)
+        json.beginObject().field("at", timeText(one.at)).field("what", one.what).endObject();
+    json.endArray();
+}
+
 void addItem(JSON& json, const DownloadRecord& item) {
     json.beginObject().field("id", item.id.text()).field("fileID", item.fileID).field("name", listedName(item));
     json.field("size", item.fileSize).field("bytes", item.bytesDownloaded).field("status", rawValue(item.status));
@@ -89,6 +101,10 @@ void addItem(JSON& json, const DownloadRecord& item) {
     if (const auto proof = arrivalProof(item)) json.field("proof", rawValue(*proof));
     if (item.hold) json.field("waiting", item.hold->text);
     addOptional(json, "error", item.error);
+    addTime(json, "queuedAt", item.queuedAt);
+    addTime(json, "startedAt", item.startedAt);
+    addTime(json, "completedAt", item.completedAt);
+    if (item.failedTries) addFailedTries(json, *item.failedTries);
     json.endObject();
 }
 

@@ -1,5 +1,7 @@
 #include "downloads/list/Download.h"
 
+#include <utility>
+
 #include "base/ByteCountFormat.h"
 
 namespace tovri {
@@ -16,6 +18,12 @@ void DownloadRecord::forgetArrival() {
     deletionAccount.reset();
     isUnproven = false;
     durable.reset();
+}
+
+void DownloadRecord::noteFailedTry(Timestamp at, std::string what) {
+    FailedTries tries = failedTries ? *failedTries : FailedTries();
+    tries.push_back({at, std::move(what)});
+    failedTries = keptTries(std::move(tries));
 }
 
 bool isOutdated(const DownloadRecord& item, Timestamp now) {

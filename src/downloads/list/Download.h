@@ -9,6 +9,7 @@
 #include "base/Bytes.h"
 #include "base/UUID.h"
 #include "downloads/list/DownloadStatus.h"
+#include "downloads/list/FailedTry.h"
 #include "downloads/list/Hold.h"
 #include "downloads/retrying/RuleRetry.h"
 #include "platform/FileManager.h"
@@ -43,6 +44,7 @@ struct DownloadRecord {
     std::shared_ptr<const ByteBlob> securityScopeBookmark;
     bool deleteAfterDownload = false;  // delete this one file from put.io once it is placed
     bool hasStartedOver = false;       // what it was gone on from did not fit put.io's checksum: once is enough
+    bool isUnproven = false;           // its deletion failed because it could not be shown to be safe
     std::optional<bool> durable;       // whether the placed file would survive a loss of power; none: nobody knows yet
     std::optional<FolderID> folderDeleteID;  // the put.io folder to delete once its whole group has arrived
     std::optional<UUID> folderGroupID;
@@ -55,6 +57,7 @@ struct DownloadRecord {
     std::optional<ByteBlob> resumeData;  // the transfer session's token
     // The token of the whole file, from when it has arrived until it has its place: it is placed without being fetched.
     std::shared_ptr<const ByteBlob> receivedFile;
+    std::optional<Timestamp> queuedAt;
     std::optional<Timestamp> startedAt;  // first start; kept across pauses and retries
     std::optional<Timestamp> completedAt;
     std::optional<std::string> stagedURL;             // path of the received file while a conflict is open
@@ -63,8 +66,9 @@ struct DownloadRecord {
     std::shared_ptr<const DifferingCopy> formerCopy;  // what it brought before: its place is the next one's
     std::optional<std::string> deletionAccount;       // in which put.io may have deleted it, whether we know it or not
     std::shared_ptr<const RuleRetry> ruleRetry;  // of a rule's failed item, until it arrives or the user retries it
-    bool isUnproven = false;                     // its deletion failed because it could not be shown to be safe
-    HoldPointer hold;                            // of a queued or a downloading item, and changed by the list alone
+    // The last ones; null: none. Never changed, only exchanged: the queue is saved on another thread.
+    std::shared_ptr<const FailedTries> failedTries;
+    HoldPointer hold;  // of a queued or a downloading item, and changed by the list alone
 
     // It stands under its name, but is not what put.io has: `error` says what differs.
     [[nodiscard]] bool isDoubtful() const { return status == DownloadStatus::completed && error.has_value(); }
@@ -72,8 +76,10 @@ struct DownloadRecord {
     // As far as is known now.
     [[nodiscard]] ByteCount expectedSize() const { return listedSize.value_or(fileSize); }
 
-    // As it was before anything of it had arrived.
+    // As it was before anything of it had arrived. What has failed on the way stays known.
     void forgetArrival();
+
+    void noteFailedTry(Timestamp at, std::string what);
 };
 
 // One put.io file on its way into one local folder. Owned by the queue, shared with whoever works on it; only the

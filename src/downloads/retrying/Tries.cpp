@@ -137,6 +137,7 @@ bool Tries::mayTryAgain(HostBrake::Pass pass, const Error& error) {
     isLosingPatience_ = !isOfHost && !isTold && !fault->isOver;
     if (isLosingPatience_) patience_.failsTry(now, delay);
     isUsedUp_ = patience_.isUsedUp();
+    if (!isUsedUp_) tellFailure(error.description);
     return !isUsedUp_;
 }
 
@@ -158,6 +159,11 @@ void Tries::isStarved() {
     if (!waitsSince_) waitsSince_ = now;
     notBefore_ = now + pauseOfStarved;
     mustYield_ = true;
+    tellFailure("Hardly anything came for a minute.");
+}
+
+void Tries::tellFailure(const std::string& what) const {
+    if (tellFailure_) tellFailure_(asSentence(what));
 }
 
 }  // namespace tovri

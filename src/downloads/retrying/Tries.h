@@ -40,6 +40,9 @@ public:
     // Given what is waited for, about once a second, and null when that is over.
     void onWait(std::function<void(HoldPointer)> tell) { tell_ = std::move(tell); }
 
+    // Given what went wrong in each try that another one follows, as a sentence.
+    void onFailure(std::function<void(std::string)> tell) { tellFailure_ = std::move(tell); }
+
     // Returns when the host may be asked. Fails when that is not to be waited for here: see mustYield.
     Task<Result<HostBrake::Pass>> begin(std::string host, std::stop_token stop);
 
@@ -82,6 +85,7 @@ private:
     [[nodiscard]] bool isHeldBack() const;
     [[nodiscard]] std::optional<TimePoint> nextTime() const;
     void tell(HoldPointer hold);
+    void tellFailure(const std::string& what) const;
 
     Ports ports_;
     Kind kind_;
@@ -100,6 +104,7 @@ private:
     bool isUsedUp_ = false;
     bool isWaitTold_ = false;
     std::function<void(HoldPointer)> tell_;
+    std::function<void(std::string)> tellFailure_;
 };
 
 }  // namespace tovri

@@ -18,6 +18,10 @@ Error belongsToTovri(const std::filesystem::path& target) {
                                       "\" belongs to Tovri's own data. Choose another folder, then queue it again.");
 }
 
+std::string otherChecksum(const Checksum& arrived, const Checksum& expected) {
+    return "Its checksum is " + arrived.text() + " instead of " + expected.text() + ".";
+}
+
 }  // namespace
 
 DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
@@ -29,11 +33,13 @@ DownloadRun::DownloadRun(RunSurroundings& around, DownloadPointer item)
       placement_(around, item_, *this, reception_) {
     item_->run = this;
     tries_->onWait([this](HoldPointer wait) { showWait(std::move(wait)); });
+    tries_->onFailure([this](std::string what) { noteFailure(std::move(what)); });
 }
 
 DownloadRun::~DownloadRun() {
     around_.placement.runEnded(this);
     tries_->onWait(nullptr);
+    tries_->onFailure(nullptr);
     if (!isCurrent()) return;
     item_->run = nullptr;
     if (item_->status != DownloadStatus::queued || !item_->hold) item_->tries.reset();
@@ -174,6 +180,7 @@ Task<Result<void>> DownloadRun::prove() {
     if (!isToGoOn()) co_return Result<void>();
     const bool isOther = reception_.isJoined() && expected && expected != arrived->checksum;
     if (isOther && reception_.isAdopted()) {
+        noteFailure(otherChecksum(*arrived->checksum, *expected));
         reception_.beginAnew();
         Result<void> proven = co_await receiveRest();
         if (proven && isToGoOn()) proven = co_await prove();
@@ -181,9 +188,7 @@ Task<Result<void>> DownloadRun::prove() {
     }
     if (isOther) reception_.spoil();
     isSpliced_ = isOther && (item_->receivedFile || !std::exchange(item_->hasStartedOver, true));
-    if (isSpliced_)
-        co_return failure(Error(ErrorCase::transport, "Its checksum is " + arrived->checksum->text() + " instead of " +
-                                                          expected->text() + "."));
+    if (isSpliced_) co_return failure(Error(ErrorCase::transport, otherChecksum(*arrived->checksum, *expected)));
     item_->bytesDownloaded = arrived->length;
     item_->arrivedChecksum = arrived->checksum ? std::optional(arrived->checksum->text()) : std::nullopt;
     co_return Result<void>();
@@ -220,25 +225,37 @@ Task<> DownloadRun::conclude(Result<void> way) {
         co_return;
     } else if (tries_->takeYield()) {
         co_await holdForService();
-    } else if (isForLater(way.error())) {
+    } else {
+        co_await concludeFailed(std::move(way.error()));
+    }
+}
+
+Task<> DownloadRun::concludeFailed(Error error) {
+    noteFailure(error.description);
+    if (isForLater(error)) {
         if (stage_ == Stage::lookUp)
             co_await holdForRoom(target_.path.parent_path(), target_.lane);
         else if (stage_ == Stage::transfer)
             co_await holdWithBytes();
         else
-            co_await holdWhole(way.error().code);
+            co_await holdWhole(error.code);
     } else if (stage_ == Stage::lookUp) {
         reception_.letGo();
-        item_->error = way.error().description;
+        item_->error = error.description;
         around_.list.take(*item_, StatusStep::fail);
     } else if (stage_ == Stage::transfer) {
-        co_await failTransfer(std::move(way.error()));
+        co_await failTransfer(std::move(error));
     } else {
         co_await placement_.keepWhole();
         if (!isCurrent()) co_return;
         item_->stagedURL.reset();
-        around_.settlement.markFailed(item_, way.error().description);
+        around_.settlement.markFailed(item_, error.description);
     }
+}
+
+// Saved with whatever is saved next: nothing is saved for its sake.
+void DownloadRun::noteFailure(std::string what) {
+    if (isCurrent()) item_->noteFailedTry(around_.clock.now(), std::move(what));
 }
 
 // Whether the disk has to change before it makes sense to go on. An answer that the user gave would be forgotten: then

@@ -55,6 +55,9 @@ public:
 
     [[nodiscard]] bool isWaitingForUser() const { return placement_.isWaitingForUser(); }
 
+    // Over which its bytes are asked for now.
+    [[nodiscard]] int connections() const { return reception_.connections(); }
+
 private:
     enum class Stage { lookUp, transfer, placement };
     enum class Wish { goOn, pause, goOnLater, suspend, abandon };
@@ -70,6 +73,8 @@ private:
     void noteWhole();
 
     Task<> conclude(Result<void> way);
+    Task<> concludeFailed(Error error);
+    void noteFailure(std::string what);
     Task<> keepArrived();
     void noteVolume(const std::optional<ByteBlob>& token);
     Task<> failTransfer(Error error);

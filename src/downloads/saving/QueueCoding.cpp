@@ -80,6 +80,20 @@ struct SharedRuleRetryFormat {
     }
 };
 
+constexpr RecordFormat failedTryFormat{
+    "a failed try",
+    required("at", &FailedTry::at, DateFormat()),
+    required("what", &FailedTry::what, TextFormat()),
+};
+
+struct FailedTriesFormat {
+    static void write(auto& json, const FailedTries& tries) { ListFormat(failedTryFormat).write(json, tries); }
+
+    static std::shared_ptr<const FailedTries> read(const SavedValue& saved) {
+        return keptTries(ListFormat(failedTryFormat).read(saved));
+    }
+};
+
 constexpr RecordFormat itemFormat{
     "an item",
     optional("account", &DownloadRecord::account, SharedTextFormat()),
@@ -93,6 +107,7 @@ constexpr RecordFormat itemFormat{
     required("destinationFolder", &DownloadRecord::destinationFolder, SharedFolderFormat()),
     optional("durable", &DownloadRecord::durable, FlagFormat()),
     optional("error", &DownloadRecord::error, TextFormat()),
+    optional("failedTries", &DownloadRecord::failedTries, FailedTriesFormat()),
     required("fileID", &DownloadRecord::fileID, IdentifierFormat<FileID>()),
     required("fileName", &DownloadRecord::fileName, TextFormat()),
     required("fileSize", &DownloadRecord::fileSize, IntegerFormat()),
@@ -104,6 +119,7 @@ constexpr RecordFormat itemFormat{
     younger("isUnproven", &DownloadRecord::isUnproven, FlagFormat()),
     optional("listedSize", &DownloadRecord::listedSize, IntegerFormat()),
     required("progress", &DownloadRecord::progress, NumberFormat()),
+    optional("queuedAt", &DownloadRecord::queuedAt, DateFormat()),
     optional("receivedFile", &DownloadRecord::receivedFile, SharedBase64Format()),
     optional("resolvedURL", &DownloadRecord::resolvedURL, FileURLFormat()),
     optional("resumeData", &DownloadRecord::resumeData, Base64Format()),
@@ -125,7 +141,8 @@ constexpr RecordFormat queueFormat{
     required("version", &QueueSnapshot::version, IntegerFormat()),
 };
 
-static_assert(copyFormat.isSorted() && ruleRetryFormat.isSorted() && itemFormat.isSorted() && queueFormat.isSorted());
+static_assert(copyFormat.isSorted() && ruleRetryFormat.isSorted() && failedTryFormat.isSorted() &&
+              itemFormat.isSorted() && queueFormat.isSorted());
 
 }  // namespace
 

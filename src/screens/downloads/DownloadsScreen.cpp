@@ -37,6 +37,7 @@ DownloadsScreen::DownloadsScreen(const Surroundings& around)
       rows_(
           around.manager.downloads(), around.loop, [this](const ScreenChange& change) { changes_.tell(change); },
           [this] { updateChrome(); }),
+      details_({around.manager, around.workspace, around.loop, around.clock, around.hosts}),
       queue_(around.manager.onChange([this](const QueueChange& change) { follow(change); })),
       limit_(around.speed.onChange([this] { updateChrome(); })) {
     chrome_ = makeChrome();

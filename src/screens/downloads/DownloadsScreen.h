@@ -18,6 +18,7 @@
 #include "screens/Notices.h"
 #include "screens/Placeholder.h"
 #include "screens/ToolbarItem.h"
+#include "screens/downloads/DownloadDetails.h"
 #include "screens/downloads/DownloadRow.h"
 #include "screens/downloads/NameKeys.h"
 #include "screens/downloads/QueueRows.h"
@@ -52,6 +53,7 @@ public:
         MainLoop& loop;
         WallClock& clock;
         RandomSource& random;
+        ServiceHosts hosts = {};
     };
 
     explicit DownloadsScreen(const Surroundings& surroundings);
@@ -123,6 +125,9 @@ public:
     [[nodiscard]] bool showsBatches() const { return preferences_.showsBatches(); }
 
     [[nodiscard]] FinishedOrder finishedOrder() const { return preferences_.finishedOrder(); }
+
+    // Of what the face says is selected.
+    [[nodiscard]] DownloadDetails& details() { return details_; }
 
     [[nodiscard]] const ActionDialogs& dialogs() const { return dialogs_; }
 
@@ -204,6 +209,7 @@ private:
     std::optional<Timestamp> lastCompletion_;
     Signal<const ScreenChange&> changes_;
     QueueRows rows_;
+    DownloadDetails details_;
     Subscription numbers_;
     Subscription times_;
     Subscription countdown_;

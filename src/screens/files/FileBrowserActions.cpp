@@ -89,6 +89,11 @@ void FileBrowserScreen::perform(FileRowAction action, std::size_t row) {
     }
 }
 
+void FileBrowserScreen::perform(DetailsAction action) {
+    const std::vector<const PutIOFile*> chosen = targets(selection());
+    if (action == DetailsAction::openOnPutIO && chosen.size() == 1) openInPutIO(*chosen.front());
+}
+
 void FileBrowserScreen::activate(const FileIDs& files) {
     const std::vector<const PutIOFile*> chosen = targets(files);
     if (chosen.empty()) return;

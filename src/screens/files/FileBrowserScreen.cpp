@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "screens/files/FileDetails.h"
 #include "screens/files/FileTransfer.h"
 #include "screens/files/FolderSummary.h"
 
@@ -82,6 +83,10 @@ bool FileBrowserScreen::isFilteredEmpty() const {
 std::string FileBrowserScreen::footer() const {
     if (isInert() || placeholder()) return {};
     return folderSummary(files_.rows().size(), targets(selection()));
+}
+
+Details FileBrowserScreen::details() const {
+    return fileDetails(targets(selection()), surroundings_.clock);
 }
 
 std::vector<ToolbarItem<FileToolbarAction>> FileBrowserScreen::toolbar() const {

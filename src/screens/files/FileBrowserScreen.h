@@ -13,6 +13,7 @@
 #include "platform/Workspace.h"
 #include "screens/ActionDialogs.h"
 #include "screens/Banner.h"
+#include "screens/Details.h"
 #include "screens/FileChooser.h"
 #include "screens/Notices.h"
 #include "screens/Placeholder.h"
@@ -53,6 +54,7 @@ public:
         RandomSource& random;
         Notices& notices;
         std::function<void()> showDownloads;
+        const WallClock& clock;
     };
 
     explicit FileBrowserScreen(const Surroundings& surroundings);
@@ -77,6 +79,9 @@ public:
 
     // At the foot: how many entries there are, and what is selected of them.
     [[nodiscard]] std::string footer() const;
+
+    // Of what is selected. Changes with the chrome.
+    [[nodiscard]] Details details() const;
 
     // Instead of the rows. Its button is openPlaceholder().
     [[nodiscard]] std::optional<Placeholder> placeholder() const;
@@ -123,6 +128,9 @@ public:
     void perform(FileToolbarAction action);
     void perform(FileMenuAction action, const FileIDs& files);
     void perform(FileRowAction action, std::size_t row);
+
+    // Of the one file that is selected.
+    void perform(DetailsAction action);
 
     // Double-click or Return: opens a folder, downloads a file. Of several, one.
     void activate(const FileIDs& files);

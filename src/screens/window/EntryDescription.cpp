@@ -13,7 +13,7 @@ std::string textOf(const EntryFacts& facts, const WallClock& clock) {
     std::string text;
     if (facts.isFolder) text.append("Folder").append(dot);
     if (facts.size) text.append(formatByteCount(*facts.size)).append(dot);
-    return text + dateText(facts.modified, clock.offsetFromUTC(facts.modified));
+    return text + dateText(facts.modified, clock);
 }
 
 }  // namespace

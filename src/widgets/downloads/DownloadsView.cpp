@@ -26,8 +26,11 @@ DownloadsView::DownloadsView(DownloadsScreen& screen, QWidget* parent)
       rows_(screen),
       model_(rows_),
       list_(new RowListView),
-      following_(screen.onChange([this](const ScreenChange& change) { follow(change); })) {
+      following_(screen.onChange([this](const ScreenChange& change) { follow(change); })),
+      followingDetails_(screen.details().onChange([this] { showDetails(screen_.details().shown()); })) {
     setList(list_);
+    addDetails();
+    showDetails(screen.details().shown());
     list_->setModel(&model_);
     connectList();
     addSummarySwitch([this](bool isOn) { screen_.limitSpeed(isOn); });
@@ -46,6 +49,10 @@ void DownloadsView::connectList() {
     connect(list_, &RowListView::headerMenuWanted, this, &DownloadsView::showHeaderMenu);
     connect(&toolbar(), &Toolbar::searchChanged, this,
             [this](const QString& text) { screen_.search(text.toStdString()); });
+    // It also changes while rows go, and is about those that are left once all have gone.
+    selection_.setSingleShot(true);
+    connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, &selection_, qOverload<>(&QTimer::start));
+    connect(&selection_, &QTimer::timeout, this, &DownloadsView::renewDetails);
 }
 
 // --- Batches ---
@@ -177,6 +184,11 @@ void DownloadsView::showFailed() {
     list_->selectionModel()->select(failed, QItemSelectionModel::ClearAndSelect);
     list_->scrollTo(failed.first().topLeft(), QAbstractItemView::PositionAtTop);
     list_->setFocus();
+}
+
+// Nobody looks at those that are not on view.
+void DownloadsView::renewDetails() {
+    screen_.details().select(showsDetails() ? screen_.downloadsAt(selectedRows()) : std::vector<UUID>());
 }
 
 void DownloadsView::pressDelete() {

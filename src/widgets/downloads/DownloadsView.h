@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QTimer>
+
 #include "widgets/downloads/DownloadRows.h"
 #include "widgets/parts/SectionView.h"
 #include "widgets/rows/RowModel.h"
@@ -35,6 +37,10 @@ protected:
 
     void pressDelete() override;
 
+    void pressDetails(DetailsAction action) override { screen_.details().perform(action); }
+
+    void renewDetails() override;
+
 private:
     void connectList();
     void follow(const ScreenChange& change);
@@ -51,7 +57,9 @@ private:
     DownloadRows rows_;
     RowModel model_;
     RowListView* list_;
+    QTimer selection_;  // runs while the details are of another one
     Subscription following_;
+    Subscription followingDetails_;
 };
 
 }  // namespace tovri

@@ -26,6 +26,7 @@ FileBrowserView::FileBrowserView(FileBrowserScreen& screen, QWidget* parent)
       following_(screen.onChange([this](const ScreenChange& change) { follow(change); })),
       followingMoves_(screen.moveSheet().onChange([this] { showMoveSheet(); })) {
     setList(list_);
+    addDetails();
     addStrip(breadcrumbs_);
     list_->setModel(&model_);
     connectParts();
@@ -72,7 +73,12 @@ void FileBrowserView::showChrome() {
     content().show(screen_.placeholder());
     showBanner(screen_.banner());
     showSelection();
+    renewDetails();
     emit commandsChanged();
+}
+
+void FileBrowserView::renewDetails() {
+    if (showsDetails()) showDetails(screen_.details());
 }
 
 void FileBrowserView::showMoveSheet() {

@@ -35,6 +35,10 @@ protected:
 
     void pressDelete() override { screen_.deleteSelection(); }
 
+    void pressDetails(DetailsAction action) override { screen_.perform(action); }
+
+    void renewDetails() override;
+
 private:
     void connectParts();
     void follow(const ScreenChange& change);

@@ -18,6 +18,7 @@ enum class SectionCommand : std::uint8_t {
     orderByName,
     orderBySize,
     orderByState,
+    details,  // the window's own: whether they are beside the list
 };
 
 }  // namespace tovri

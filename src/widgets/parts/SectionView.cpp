@@ -10,6 +10,9 @@
 #include "widgets/parts/bars/FootLine.h"
 #include "widgets/parts/bars/SummaryLine.h"
 #include "widgets/parts/bars/Toolbar.h"
+#include "widgets/parts/details/DetailsPanel.h"
+#include "widgets/parts/details/DetailsSetting.h"
+#include "widgets/parts/details/DetailsSplit.h"
 #include "widgets/parts/sheets/Sheet.h"
 #include "widgets/parts/text/Texts.h"
 
@@ -60,7 +63,38 @@ void SectionView::addStrip(QWidget* strip) {
     column_->insertWidget(column_->indexOf(toolbar_) + 1, strip);
 }
 
+// --- Details ---
+
+void SectionView::addDetails() {
+    details_ = new DetailsPanel;
+    split_ = new DetailsSplit(content_, details_);
+    column_->addWidget(split_, 1);
+    connect(details_, &DetailsPanel::pressed, this, [this](DetailsAction action) { pressDetails(action); });
+}
+
+// What has the focus must not take it out of sight.
+void SectionView::followDetails(DetailsSetting& setting) {
+    if (split_ == nullptr) return;
+    connect(&setting, &DetailsSetting::changed, this, [this, &setting] {
+        if (!setting.isShown() && details_->isAncestorOf(window()->focusWidget())) content_->takeFocus();
+    });
+    split_->follow(setting);
+    connect(&setting, &DetailsSetting::changed, this, [this] { renewDetails(); });
+    renewDetails();
+}
+
+bool SectionView::showsDetails() const {
+    return split_ != nullptr && split_->showsDetails() && isVisible();
+}
+
+void SectionView::showDetails(const Details& details) {
+    details_->show(details);
+}
+
+// --- Commands ---
+
 bool SectionView::can(SectionCommand command) const {
+    if (command == SectionCommand::details) return split_ != nullptr;
     return command == SectionCommand::find && toolbar_->hasSearch();
 }
 
@@ -110,11 +144,13 @@ void SectionView::showSheet(bool isOpen, const std::function<Sheet*()>& make) {
 
 void SectionView::showEvent(QShowEvent* event) {
     if (!event->spontaneous()) appear();
+    renewDetails();
     QWidget::showEvent(event);
 }
 
 void SectionView::hideEvent(QHideEvent* event) {
     if (!event->spontaneous()) disappear();
+    renewDetails();
     QWidget::hideEvent(event);
 }
 

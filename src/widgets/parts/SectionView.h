@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "screens/Banner.h"
+#include "screens/Details.h"
 #include "screens/Label.h"
 #include "widgets/parts/SectionCommand.h"
 
@@ -17,6 +18,9 @@ namespace tovri {
 
 class BannerView;
 class ContentArea;
+class DetailsPanel;
+class DetailsSetting;
+class DetailsSplit;
 class FootLine;
 class Sheet;
 class SummaryLine;
@@ -37,6 +41,9 @@ public:
     // Of a command that turns something on and off.
     [[nodiscard]] virtual bool isOn(SectionCommand) const { return false; }
 
+    // Of the details beside its list, if it has them.
+    void followDetails(DetailsSetting& setting);
+
 signals:
     void commandsChanged();  // others can be performed now
 
@@ -52,6 +59,13 @@ protected:
     [[nodiscard]] Toolbar& toolbar() const { return *toolbar_; }
 
     [[nodiscard]] ContentArea& content() const { return *content_; }
+
+    // Beside the list, where the user wants them. After the list.
+    void addDetails();
+
+    [[nodiscard]] bool showsDetails() const;
+
+    void showDetails(const Details& details);
 
     // Below the toolbar, or nowhere.
     void showBanner(const std::optional<Banner>& banner);
@@ -82,6 +96,11 @@ protected:
 
     virtual void pressDelete() = 0;
 
+    virtual void pressDetails(DetailsAction /*action*/) {}
+
+    // They have come into sight, or gone out of it.
+    virtual void renewDetails() {}
+
     void showEvent(QShowEvent* event) final;
     void hideEvent(QHideEvent* event) final;
 
@@ -93,6 +112,8 @@ private:
     BannerView* banner_ = nullptr;  // made for the first one
     bool hasSummarySwitch_ = false;
     ContentArea* content_ = nullptr;
+    DetailsSplit* split_ = nullptr;  // null without details
+    DetailsPanel* details_ = nullptr;
     QPointer<Sheet> sheet_;
 };
 

@@ -58,6 +58,7 @@ constexpr std::array symbols = {
     Symbol{"forward.circle.fill", Source::drawn, "forward-circle-fill"},
     Symbol{"gear", Source::drawn, "gear"},
     Symbol{"gearshape.2", Source::drawn, "gearshape-2"},
+    Symbol{"globe", Source::drawn, "globe"},
     Symbol{"internaldrive", Source::drawn, "internaldrive"},
     Symbol{"magnifyingglass", Source::breeze, "edit-find"},
     Symbol{"minus.circle.fill", Source::drawn, "minus-circle-fill"},

@@ -37,11 +37,11 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
                       &surroundings_.app.account()),
       files_({surroundings_.app.fileBrowserState(), *surroundings_.app.api(), surroundings_.app.downloadManager(),
               surroundings_.app.preferences(), workspace_, surroundings_.collation, surroundings_.platform.random,
-              notices_, [this] { content_.select(SidebarItem::downloads); }}),
+              notices_, [this] { content_.select(SidebarItem::downloads); }, surroundings_.platform.clock}),
       transfers_(*surroundings_.app.api(), workspace_, surroundings_.platform.loop, surroundings_.platform.random),
       downloads_({surroundings_.app.downloadManager(), surroundings_.app.speedControl(), preferences_, workspace_,
                   notices_, surroundings_.collation, surroundings_.platform.loop, surroundings_.platform.clock,
-                  surroundings_.platform.random}),
+                  surroundings_.platform.random, surroundings_.hosts}),
       rules_(surroundings_.app.syncManager(), *surroundings_.app.api(),
              {surroundings_.platform.loop, surroundings_.platform.clock, surroundings_.platform.random,
               surroundings_.platform.folderAccess, surroundings_.platform.folders.home}),
@@ -58,6 +58,7 @@ Desktop::Desktop(Surroundings surroundings, Ending::Done ended)
           if (change != AuthManager::Change::clientID) dropQuestions();
       })),
       ending_(surroundings_.app) {
+    memory_.keep(window_.details());
     connect(&window_, &MainWindow::settingsWanted, &settings_, &SettingsWindow::bringForward);
     connect(&window_, &MainWindow::logWanted, this, &Desktop::showLog);
     connect(&window_, &MainWindow::closingWanted, this, &Desktop::closeWindow);

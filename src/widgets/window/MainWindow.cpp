@@ -105,6 +105,17 @@ void MainWindow::addViewMenu() {
     addSwitch(*finished, SectionCommand::orderByName, tr("By &Name"));
     addSwitch(*finished, SectionCommand::orderBySize, tr("By &Size"));
     addSwitch(*finished, SectionCommand::orderByState, tr("By S&tate"));
+    view->addSeparator();
+    addDetailsSwitch(*view);
+}
+
+void MainWindow::addDetailsSwitch(QMenu& view) {
+    QAction* action = view.addAction(tr("&Details"), QKeySequence(Qt::Key_F9));
+    action->setCheckable(true);
+    action->setAutoRepeat(false);
+    connect(action, &QAction::toggled, &details_, &DetailsSetting::setShown);
+    connect(&details_, &DetailsSetting::changed, action, [this, action] { action->setChecked(details_.isShown()); });
+    commands_.push_back({SectionCommand::details, action});
 }
 
 void MainWindow::addGoMenu() {
@@ -211,6 +222,7 @@ SectionView* MainWindow::section(SidebarItem item) {
     SectionView*& section = sections_[static_cast<std::size_t>(item)];
     if (!section) {
         section = makeSection_(item);
+        section->followDetails(details_);
         detail_->addWidget(section);
         connect(section, &SectionView::commandsChanged, this, &MainWindow::updateCommands);
     }
@@ -225,7 +237,7 @@ SectionView* MainWindow::shownSection() const {
 
 // From another section, the focus comes along to the first button of the toolbar, which the space key would press.
 void MainWindow::focusRows() {
-    auto* content = detail_->currentWidget()->findChild<ContentArea*>(QString(), Qt::FindDirectChildrenOnly);
+    auto* content = detail_->currentWidget()->findChild<ContentArea*>();
     if (content && detail_->isAncestorOf(focusWidget())) content->takeFocus();
 }
 

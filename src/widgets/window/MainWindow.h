@@ -11,6 +11,7 @@
 #include "screens/window/ContentScreen.h"
 #include "screens/window/SidebarFoot.h"
 #include "widgets/parts/SectionCommand.h"
+#include "widgets/parts/details/DetailsSetting.h"
 
 class QSplitter;
 class QStackedWidget;
@@ -51,6 +52,8 @@ public:
     // The sidebar and what is beside it.
     [[nodiscard]] QSplitter& parts() { return *split_; }
 
+    [[nodiscard]] DetailsSetting& details() { return details_; }
+
 signals:
     void settingsWanted();
     void logWanted();
@@ -67,6 +70,7 @@ private:
     void addMenus();
     void addFileMenu();
     void addViewMenu();
+    void addDetailsSwitch(QMenu& view);
     void addGoMenu();
     void addHelpMenu();
     void addCommand(QMenu& menu, SectionCommand command, const QString& title, const QList<QKeySequence>& shortcuts);
@@ -90,6 +94,7 @@ private:
 
     Screens screens_;
     MakeSection makeSection_;
+    DetailsSetting details_;
     std::array<SectionView*, allSidebarItems.size()> sections_{};  // null until it is shown
     QStackedWidget* pages_;
     SignInView* signIn_;

@@ -4,12 +4,16 @@
 #include <QHeaderView>
 #include <QSplitter>
 
+#include "widgets/parts/details/DetailsSetting.h"
+
 namespace tovri {
 namespace {
 
 constexpr const char* geometryKey = "windowGeometry";
 constexpr const char* partsKey = "windowParts";
 constexpr const char* columnsKey = "columns.";
+constexpr const char* showsDetailsKey = "showsDetails";
+constexpr const char* detailsWidthKey = "detailsWidth";
 
 QByteArray stored(UserDefaults& defaults, const std::string& key) {
     return QByteArray::fromStdString(defaults.data(key).value_or(""));
@@ -30,6 +34,12 @@ void WindowMemory::keep(QHeaderView& columns, const std::string& name) {
     columns_[name] = &columns;
 }
 
+void WindowMemory::keep(DetailsSetting& details) {
+    details.setShown(defaults_.boolean(showsDetailsKey).value_or(details.isShown()));
+    details.setWidth(static_cast<int>(defaults_.integer(detailsWidthKey).value_or(details.width())));
+    details_ = &details;
+}
+
 bool WindowMemory::eventFilter(QObject* watched, QEvent* event) {
     if (watched == &window_ && event->type() == QEvent::Hide && !event->spontaneous()) save();
     return QObject::eventFilter(watched, event);
@@ -43,6 +53,15 @@ void WindowMemory::save() {
     write(partsKey, parts_.saveState());
     for (const auto& [name, columns] : columns_)
         if (columns) write(columnsKey + name, columns->saveState());
+    saveDetails();
+}
+
+void WindowMemory::saveDetails() {
+    if (details_ == nullptr) return;
+    if (defaults_.boolean(showsDetailsKey).value_or(false) != details_->isShown())
+        defaults_.setBoolean(showsDetailsKey, details_->isShown());
+    if (defaults_.integer(detailsWidthKey).value_or(DetailsSetting::usualWidth) != details_->width())
+        defaults_.setInteger(detailsWidthKey, details_->width());
 }
 
 }  // namespace tovri

@@ -20,6 +20,8 @@ class Failures(ProgramTest):
         self.assertIn("1 arrived", self.run_cli("retry", retried)[0])
         self.assertIn("1 arrived", self.run_cli("retry")[0])
         self.assertEqual(len(os.listdir(self.downloads / "The General (1926)")), 3)
+        tries = [one["what"] for item in self.queue() for one in item.get("failedTries", [])]
+        self.assertEqual(sorted(tries), ["HTTP error 400 from put.io.", "HTTP error 501 from put.io."])
 
     def test_a_deletion_that_failed_is_retried_without_fetching_again(self):
         self.serve("--demo")

@@ -111,6 +111,37 @@ TEST(QueueFile, keepsWhatIsKnownOfTheContent) {
     EXPECT_EQ(*decoded->downloads[0].ruleRetry, *item.ruleRetry);
 }
 
+TEST(QueueFile, keepsTheLastFailedTries) {
+    QueueSnapshot snapshot = fullSnapshot();
+    DownloadRecord& item = snapshot.downloads[0];
+    item.queuedAt = Timestamp(978'307'300s);
+    item.noteFailedTry(Timestamp(978'307'200s), "HTTP error 503 from /\xFF.");
+    const std::string text = queueText(snapshot);
+    EXPECT_THAT(text, testing::HasSubstr(R"("failedTries": [
+        {
+          "at": 0.0,
+          "what": "HTTP error 503 from \/?."
+        }
+      ],
+      "fileID")"));
+    EXPECT_THAT(text, testing::HasSubstr(R"("queuedAt": 100.0,)"));
+    const auto decoded = decodeQueue(text);
+    ASSERT_TRUE(decoded) << decoded.error().description;
+    EXPECT_EQ(queueText(*decoded), text);
+
+    const std::string one = R"({"at": 1, "what": "x"},)";
+    std::string many = "[";
+    for (int i = 0; i < 21; ++i) many += one;
+    many.back() = ']';
+    const auto written = [](const std::string& tries) {
+        std::string queue(fullText);
+        return queue.insert(queue.find(R"("fileID")"), R"("failedTries": )" + tries + ", ");
+    };
+    EXPECT_EQ(decodeQueue(written(many))->downloads[0].failedTries->size(), mostFailedTries);
+    EXPECT_FALSE(decodeQueue(written("[]"))->downloads[0].failedTries);
+    EXPECT_FALSE(decodeQueue(written(R"([{"at": 1}])")));
+}
+
 TEST(QueueFile, keepsNamesByteForByte) {
     for (const std::string& name : {std::string("\0\x01\x1f", 3), std::string("\xC3\xBC\xF0\x9F\x8E\xB5"),
                                     std::string("e\xCC\x81"), std::string(" .\\/\"\n"), std::string()}) {

@@ -79,8 +79,8 @@ public:
     FakeWorkspace workspace;
     Notices notices{loop};
     bool showsDownloads = false;
-    FileBrowserScreen screen{
-        {state, api, downloads, preferences, workspace, collation, random, notices, [this] { showsDownloads = true; }}};
+    FileBrowserScreen screen{{state, api, downloads, preferences, workspace, collation, random, notices,
+                              [this] { showsDownloads = true; }, platform.clock}};
 };
 
 // --- What is seen ---

@@ -85,6 +85,9 @@ public:
     // What has arrived is not what it should be: nobody is to go on from it.
     void spoil() { isSpoilt_ = true; }
 
+    // That are open for it.
+    [[nodiscard]] int connections() const { return (isTrying_ ? 1 : 0) + (sides_ ? sides_->count() : 0); }
+
     // Of the volume on which the bytes are.
     [[nodiscard]] const std::string& lane() const { return place_.lane; }
 
@@ -150,6 +153,7 @@ private:
     ByteCount furthest_ = 0;   // bytes of the file that have come
     bool isJoined_ = false;
     bool refusesRanges_ = false;
+    bool isTrying_ = false;                   // an attempt of the first connection is under way
     std::unique_ptr<SideConnections> sides_;  // while it receives
 };
 

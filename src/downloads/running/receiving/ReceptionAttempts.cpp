@@ -41,6 +41,7 @@ Task<Result<void>> Reception::receiveAll(std::stop_token stop) {
             if (!asked) co_return asked;
             sides_->follow(link_, listedChecksum(*item_).has_value());
         }
+        if (end.next == Next::firstByte) item_->noteFailedTry(around_.clock.now(), end.error->description);
         if (end.next == Next::firstByte || !canGoOn()) {
             beginAnew();
             beginSides(stop);
@@ -69,6 +70,7 @@ void Reception::endSides() {
 // The same content under a link that is good now.
 Task<Result<void>> Reception::askForLink(Error refusal, std::stop_token stop) {
     if (!tries_.mayAskForLink()) co_return failure(std::move(refusal));
+    item_->noteFailedTry(around_.clock.now(), refusal.description);
     RetryingDownloadService service(*around_.service, tries_);
     Result<std::string> link = co_await service.downloadLink(item_->fileID, std::move(stop));
     if (!link) co_return failure(link);
@@ -126,9 +128,11 @@ Task<Reception::AttemptEnd> Reception::attempt(HostBrake::Pass pass, std::shared
             isStarved = !isHeldBackHere && around_.list.nextCandidate();
             if (isStarved) given.request_stop();
         });
+    isTrying_ = true;
     Result<TransferEnd> end = co_await Answer<TransferEnd>(
         around_.loop, given.get_token(),
         [this, &request](auto done) { return around_.transfers.fetch(std::move(request), std::move(done)); });
+    isTrying_ = false;
     if (end) co_return judge(expected, std::move(*end), std::move(pass), *receiver);
     if (isStarved && !stop.stop_requested()) tries_.isStarved();
     co_return AttemptEnd{.error = std::move(end.error())};

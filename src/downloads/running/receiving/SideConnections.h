@@ -53,6 +53,9 @@ public:
     // Whether the volume keeps room for the whole file.
     [[nodiscard]] bool hasRoom() const { return room_ == Room::kept; }
 
+    // How many are open.
+    [[nodiscard]] int count() const { return static_cast<int>(sides_.size()); }
+
     // Whether some of them have brought bytes.
     [[nodiscard]] bool haveHelped() const { return haveHelped_; }
 

@@ -76,7 +76,8 @@ void SummaryLine::changeEvent(QEvent* event) {
 
 int SummaryLine::spaceForLabels() const {
     if (switch_ == nullptr) return width();
-    return width() - switchText_->sizeHint().width() - switch_->sizeHint().width() - measures::margin;
+    return width() - switchText_->sizeHint().width() - switch_->sizeHint().width() - 2 * measures::margin -
+           measures::spacing;
 }
 
 QSize SummaryLine::sizeHint() const {
