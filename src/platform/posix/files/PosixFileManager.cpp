@@ -20,6 +20,7 @@
 #include "platform/posix/folders/FolderPermissions.h"
 #include "platform/posix/folders/TrustedFolder.h"
 #include "platform/posix/folders/VolumeLookup.h"
+#include "platform/posix/process/LeftUploads.h"
 
 namespace tovri {
 
@@ -240,8 +241,11 @@ Result<std::unique_ptr<FileHandle>> PosixFileManager::openForReading(const Path&
 }
 
 Result<std::unique_ptr<FileHandle>> PosixFileManager::createFile(const Path& path) {
-    FileDescriptor file(::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
-    if (!file.isOpen()) return failure(fileError("create", path, errno));
+    FileDescriptor file;
+    do {
+        file = FileDescriptor(::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
+        if (!file.isOpen()) return failure(fileError("create", path, errno));
+    } while (!holdNewFile(file));
     return std::make_unique<PosixFileHandle>(std::move(file), path);
 }
 
