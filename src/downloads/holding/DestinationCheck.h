@@ -100,6 +100,7 @@ private:
         MainLoop::TimePoint time;
     };
 
+    [[nodiscard]] bool isFresh(const Seen& seen) const;
     [[nodiscard]] HoldPointer obstacleOfFolder(const Path& folder, const DestinationFacts& facts);
     [[nodiscard]] HoldPointer obstacleOfFile(const Download& item, const DestinationFacts& facts) const;
     [[nodiscard]] std::optional<ByteCount> freeRoom(const DestinationFacts& facts) const;
