@@ -17,7 +17,6 @@ SyncManager::SyncManager(SyncPorts ports)
     : ports_(std::move(ports)), store_(ports_), rules_(store_.load()), self_(std::make_shared<SyncManager*>(this)) {
     for (SyncRule& rule : rules_) rule.revision = 1;
     store_.onFailure([this](const Error& error) {
-        lastErrorRule_.reset();
         setLastError(error.description);
         ports_.log.line("[SyncManager] " + error.description);
     });
@@ -216,8 +215,7 @@ void SyncManager::noteSecured(const Download& item) {
 
 void SyncManager::reportDoubt(const Download& item) {
     if (!item.syncRuleID || !item.isDoubtful()) return;
-    lastErrorRule_ = item.syncRuleID;
-    setLastError(item.fileName + ": " + *item.error);
+    setLastError(item.fileName + ": " + *item.error, item.syncRuleID);
 }
 
 // Whether the item had ended when the rule was pointed at the folder that it watches now.
@@ -249,9 +247,10 @@ void SyncManager::setSyncing(bool isSyncing) {
     changes_.tell({SyncChange::Kind::isSyncing});
 }
 
-void SyncManager::setLastError(std::optional<std::string> text) {
-    if (lastError_ == text) return;
+void SyncManager::setLastError(std::optional<std::string> text, const std::optional<UUID>& rule) {
+    if (lastError_ == text && lastErrorRule_ == rule) return;
     lastError_ = std::move(text);
+    lastErrorRule_ = rule;
     changes_.tell({SyncChange::Kind::lastError});
 }
 

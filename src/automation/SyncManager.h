@@ -179,7 +179,7 @@ private:
     void save() { store_.save(rules_, unsecured_); }
 
     void setSyncing(bool isSyncing);
-    void setLastError(std::optional<std::string> text);
+    void setLastError(std::optional<std::string> text, const std::optional<UUID>& rule = std::nullopt);
 
     SyncPorts ports_;
     SyncRuleStore store_;

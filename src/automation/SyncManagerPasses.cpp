@@ -251,12 +251,11 @@ void SyncManager::enqueue(const SyncRule& rule, const std::vector<ListedFile>& l
 
 void SyncManager::reportSyncFailure(const UUID& rule, const std::string& name, const Error& error) {
     noteOutcome(rule, error.description);
-    setLastError("Sync failed for " + name + ": " + error.description);
+    setLastError("Sync failed for " + name + ": " + error.description, rule);
     ports_.log.line("[SyncManager] Error syncing " + name + ": " + error.description);
 }
 
 void SyncManager::noteOutcome(const UUID& rule, std::optional<std::string> failure) {
-    if (failure) lastErrorRule_ = rule;
     const auto index = indexOf(rule);
     if (!index || rules_[*index].lastFailure == failure) return;
     rules_[*index].lastFailure = std::move(failure);
@@ -321,13 +320,13 @@ void SyncManager::reportCutListing(const UUID& rule, const Error& reason) {
     if (!current) return;
     const std::string name = current->putioFolderName;
     noteOutcome(rule, reason.description);
-    setLastError(name + ": " + reason.description);
+    setLastError(name + ": " + reason.description, rule);
     ports_.log.line("[SyncManager] " + name + ": " + reason.description);
 }
 
 void SyncManager::reportInventoryFailure(const UUID& rule, const std::string& name, const Error& error) {
     noteOutcome(rule, error.description);
-    setLastError("Couldn't initialize " + name + ": " + error.description + ". Will retry.");
+    setLastError("Couldn't initialize " + name + ": " + error.description + ". Will retry.", rule);
     ports_.log.line("[SyncManager] Error initializing " + name + ": " + error.description);
 }
 

@@ -10,6 +10,20 @@
 
 namespace tovri::cli {
 
+namespace {
+
+// What every object of a command begins with that is not about an item.
+JSON& begin(JSON& json, std::string_view event, const CommandContext& context) {
+    return json.beginObject().field("event", event).field("command", definitionOf(context.invocation.command).name);
+}
+
+void print(JSON& json, const std::optional<UUID>& rule, const CommandContext& context) {
+    if (rule) json.field("rule", rule->text());
+    context.terminal.print(json.field("time", timeText(context.platform.clock.now())).endObject().line());
+}
+
+}  // namespace
+
 std::optional<std::size_t> CommandContext::outputWidth() const {
     constexpr std::size_t least = 20;  // below that nothing can be read whatever is left out
     if (!terminal.showsOutput()) return std::nullopt;
@@ -32,20 +46,23 @@ ExitCode CommandContext::fail(std::string_view text, ExitCode code, const std::o
     complain(text);
     if (!invocation.has("--json")) return code;
     JSON json;
-    json.beginObject().field("event", "error").field("command", definitionOf(invocation.command).name);
-    json.field("error", text).field("status", static_cast<std::int64_t>(code));
-    if (rule) json.field("rule", rule->text());
-    terminal.print(json.field("time", timeText(platform.clock.now())).endObject().line());
+    begin(json, "error", *this).field("error", text).field("status", static_cast<std::int64_t>(code));
+    print(json, rule, *this);
     return code;
+}
+
+void CommandContext::tellFailure(std::string_view text, const std::optional<UUID>& rule) const {
+    if (!invocation.has("--json")) return;
+    JSON json;
+    begin(json, "error", *this).field("error", text);
+    print(json, rule, *this);
 }
 
 void CommandContext::tellDone(std::string_view text, const std::optional<UUID>& rule) const {
     if (!invocation.has("--json")) return terminal.print(text);
     JSON json;
-    json.beginObject().field("event", "done").field("command", definitionOf(invocation.command).name);
-    json.field("message", text);
-    if (rule) json.field("rule", rule->text());
-    terminal.print(json.field("time", timeText(platform.clock.now())).endObject().line());
+    begin(json, "done", *this).field("message", text);
+    print(json, rule, *this);
 }
 
 ExitCode exitCodeOf(const Error& error) {

@@ -53,6 +53,10 @@ struct CommandContext {
     ExitCode fail(std::string_view text, ExitCode code = ExitCode::failure,
                   const std::optional<UUID>& rule = std::nullopt) const;
 
+    // The same of what does not end the command, where diagnostic lines have said it already: an object with --json,
+    // without it nothing.
+    void tellFailure(std::string_view text, const std::optional<UUID>& rule) const;
+
     // Says on standard output what was done, with --json in an object; for which rule, where it was done to one.
     void tellDone(std::string_view text, const std::optional<UUID>& rule = std::nullopt) const;
 };

@@ -1,7 +1,6 @@
 #include "cli/TerminalLog.h"
 
 #include <algorithm>
-#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -11,12 +10,6 @@ namespace tovri::cli {
 namespace {
 
 constexpr std::string_view failures[] = {"Error syncing ", "Error initializing "};
-
-// What still fails is said again after this long; that nothing happens is not.
-constexpr MainLoop::Duration reminder = std::chrono::hours(1);
-
-// More than anybody has rules: what else is spoken of must not gather for months.
-constexpr std::size_t mostSubjects = 1000;
 
 bool isFailure(std::string_view line) {
     return std::ranges::any_of(failures, [&](std::string_view words) { return line.contains(words); });
@@ -51,13 +44,9 @@ bool TerminalLog::isRepeated(std::string_view text) {
     if (!isInRound_) return false;
     const std::optional<std::string> subject = subjectOf(text);
     if (!subject) return false;
-    const MainLoop::TimePoint now = loop_.now();
-    if (lastAbout_.size() >= mostSubjects) lastAbout_.clear();
-    Told& told = lastAbout_[*subject];
-    const bool isDueAgain = isFailure(text) && now - told.at >= reminder;
-    if (told.text == text && !isDueAgain) return true;
-    told = {std::string(text), now};
-    return false;
+    // What still fails is said again; that nothing happens is not.
+    return !told_.isNews(*subject, text, loop_.now(),
+                         isFailure(text) ? LastTold::Again::hourly : LastTold::Again::never);
 }
 
 }  // namespace tovri::cli

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
-#include <unordered_map>
 
+#include "cli/LastTold.h"
 #include "cli/Terminal.h"
 #include "platform/DiagnosticLog.h"
 #include "platform/MainLoop.h"
@@ -27,11 +26,6 @@ public:
     void endRound() { isInRound_ = false; }
 
 private:
-    struct Told {
-        std::string text;
-        MainLoop::TimePoint at;
-    };
-
     void show(std::string_view text);
     [[nodiscard]] bool isRepeated(std::string_view text);
 
@@ -39,7 +33,7 @@ private:
     Terminal& terminal_;
     Stream stream_;
     bool isInRound_ = false;
-    std::unordered_map<std::string, Told> lastAbout_;  // in rounds: the last line, by what it is about
+    LastTold told_;  // in rounds, by what a line is about
 };
 
 }  // namespace tovri::cli

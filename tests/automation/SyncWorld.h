@@ -11,6 +11,7 @@
 #include "automation/SyncRuleCoding.h"
 #include "base/TaskScope.h"
 #include "downloads/World.h"
+#include "support/FakeSleepClock.h"
 
 namespace tovri::test {
 
@@ -104,6 +105,7 @@ public:
     static inline const Path local = World::downloads / "Shows";
 
     World world;
+    FakeSleepClock sleepClock;
     std::optional<int> refusal;        // the status of every answer of the service
     std::map<FolderID, int> listings;  // by folder: how often it was asked for
     std::unique_ptr<SyncManager> sync;
@@ -111,7 +113,9 @@ public:
 
 private:
     void begin() {
-        sync = std::make_unique<SyncManager>(syncPorts(world.platform()));
+        SyncPorts ports = syncPorts(world.platform());
+        ports.sleep = &sleepClock;
+        sync = std::make_unique<SyncManager>(std::move(ports));
         sync->configure(world.api(), world.manager());
         observing_ = sync->onChange([this](const SyncChange& change) {
             if (told) told(change);

@@ -31,7 +31,7 @@ DownloadRun::DownloadRun(CommandContext& context)
       reporter_(makeReporter(formFor(context),
                              {context.platform.loop, context.platform.clock, context.terminal, downloads_, tally_})),
       prompt_(downloads_, context.terminal,
-              [this] { giveUp("A file waits for an answer; tovri-cli run asks again."); }) {}
+              [this] { giveUp(fmt::format("A file waits for an answer; tovri-cli {} asks again.", successor())); }) {}
 
 std::optional<ExitCode> DownloadRun::refusal() const {
     if (context_.preferences.conflictBehavior() == ConflictBehavior::ask && !canAsk(context_)) {
@@ -239,10 +239,9 @@ void DownloadRun::tellPause() {
     if (waiting == 0 || isGivingUp_) return;
     context_.terminal.message(
         downloads_.isPaused()
-            ? fmt::format("The queue is paused, {} waiting. Let it go on with: tovri-cli resume, "
-                          "then tovri-cli run",
-                          waiting)
-            : fmt::format("{} paused. Let them go on with: tovri-cli resume, then tovri-cli run", waiting));
+            ? fmt::format("The queue is paused, {} waiting. Let it go on with: tovri-cli resume, then tovri-cli {}",
+                          waiting, successor())
+            : fmt::format("{} paused. Let them go on with: tovri-cli resume, then tovri-cli {}", waiting, successor()));
 }
 
 // What has to change before these can come is nothing that a run could wait for.
@@ -262,7 +261,7 @@ void DownloadRun::tellHeld() {
             continue;
         }
         context_.terminal.message(fmt::format("{}: {}. Go on with: tovri-cli {}{}", printable(item->hold->text),
-                                              pathText(*item), isWatch() ? "watch" : "run",
+                                              pathText(*item), successor(),
                                               isElsewhere ? " [--use-folder-anyway]" : ""));
     }
     if (told > most) context_.terminal.message(fmt::format("and {} more wait.", list.heldCount() - most));
@@ -313,14 +312,12 @@ void DownloadRun::interrupt(std::function<void(ExitCode)> done) {
 }
 
 void DownloadRun::tellStop(const std::set<std::filesystem::path>& unsecured) {
-    if (unsecured.empty())
-        context_.terminal.message(
-            fmt::format("Stopped. Go on with: tovri-cli {}", until_ == Until::stopped ? "watch" : "run"));
+    if (unsecured.empty()) context_.terminal.message(fmt::format("Stopped. Go on with: tovri-cli {}", successor()));
     for (const std::filesystem::path& folder : unsecured)
         context_.terminal.message(
             fmt::format("Stopped. Whether all that arrived in {} is on the disk is not known: a loss of power may take "
-                        "it. Make sure with: tovri-cli run",
-                        printable(folder.native())));
+                        "it. Make sure with: tovri-cli {}",
+                        printable(folder.native()), successor()));
 }
 
 }  // namespace tovri::cli

@@ -73,6 +73,10 @@ private:
     void giveUp(const std::string& reason, ExitCode code = ExitCode::failure);
     void giveUpRefused();
     [[nodiscard]] bool isWatch() const;
+
+    // The command that goes on with what this one leaves.
+    [[nodiscard]] std::string_view successor() const { return isWatch() ? "watch" : "run"; }
+
     [[nodiscard]] std::string adviceFor(const Download& item, std::string_view what) const;
     void tellPause();
     void tellHeld();

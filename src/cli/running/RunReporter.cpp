@@ -21,7 +21,8 @@ public:
     [[nodiscard]] bool isNews(const QueueChange& change) {
         if (!change.item) return true;
         const Download& item = *change.item;
-        if (isFinished(item.status)) told_.erase(item.id);
+        if (isFinished(item.status) || change.kind == QueueChange::Kind::removed) told_.erase(item.id);
+        if (change.kind == QueueChange::Kind::removed) return true;
         const bool isWait = item.hold && (change.kind == QueueChange::Kind::hold || item.status == Status::queued);
         return !isWait || std::exchange(told_[item.id], item.hold->text) != item.hold->text;
     }
@@ -56,6 +57,7 @@ public:
     void follow(const QueueChange& change) override {
         if (change.kind == QueueChange::Kind::inserted && !change.item) return tellQueued();
         if (change.kind == QueueChange::Kind::inserted) queued_.insert(change.item->id);
+        if (change.kind == QueueChange::Kind::removed && change.item) queued_.erase(change.item->id);
         if (waits_.isNews(change)) print(eventJSON(change, view_.clock.now()));
         if (change.kind != QueueChange::Kind::progress || timer_.isActive()) return;
         timer_ = view_.loop.schedule(std::chrono::seconds(1), [this] {

@@ -13,6 +13,10 @@ bool isUnfinished(Status status) {
 
 void RunTally::follow(const QueueChange& change) {
     if (change.kind == QueueChange::Kind::inserted || change.kind == QueueChange::Kind::removed) recount();
+    if (change.kind == QueueChange::Kind::removed && change.item) {
+        goneUndeleted_ += undeleted_.erase(change.item->id);
+        goneDoubtful_ += doubtful_.erase(change.item->id);
+    }
     if (change.kind != QueueChange::Kind::status) return;
     const Download& item = *change.item;
     if (item.status == Status::remoteDeleteFailed)

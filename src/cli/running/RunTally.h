@@ -21,10 +21,10 @@ public:
     std::size_t failed = 0;
 
     // Arrived, but still on put.io: a deletion that succeeds at last counts no more.
-    [[nodiscard]] std::size_t undeleted() const { return undeleted_.size(); }
+    [[nodiscard]] std::size_t undeleted() const { return undeleted_.size() + goneUndeleted_; }
 
     // Arrived, but differ from put.io's record.
-    [[nodiscard]] std::size_t doubtful() const { return doubtful_.size(); }
+    [[nodiscard]] std::size_t doubtful() const { return doubtful_.size() + goneDoubtful_; }
 
     [[nodiscard]] std::size_t finished() const { return arrived + skipped + failed; }
 
@@ -47,6 +47,8 @@ private:
     const DownloadManager& downloads_;
     std::unordered_set<UUID> undeleted_;
     std::unordered_set<UUID> doubtful_;
+    std::size_t goneUndeleted_ = 0;  // that have left the list
+    std::size_t goneDoubtful_ = 0;
     ByteCount finishedBytes_ = 0;
     ByteCount unfinishedBytes_ = 0;
 };

@@ -85,17 +85,23 @@ Task<Result<DestinationFacts>> DestinationCheck::lookAt(Path folder, std::option
 }
 
 HoldPointer DestinationCheck::obstacle(const Download& item, const DestinationFacts& facts) {
+    constexpr std::size_t few = 64;
     constexpr std::size_t most = 1024;
     HoldPointer ofFolder = obstacleOfFolder(*item.destinationFolder, facts);
+    if (seen_.size() >= few) std::erase_if(seen_, [this](const auto& seen) { return !isFresh(seen.second); });
     if (seen_.size() >= most) seen_.clear();
     seen_.insert_or_assign(item.destinationFolder->native(), Seen{facts, ofFolder, ports_.loop.now()});
     return ofFolder ? ofFolder : obstacleOfFile(item, facts);
 }
 
-HoldPointer DestinationCheck::knownObstacle(const Download& item) const {
+bool DestinationCheck::isFresh(const Seen& seen) const {
     constexpr std::chrono::seconds goodFor{1};
+    return ports_.loop.now() - seen.time <= goodFor;
+}
+
+HoldPointer DestinationCheck::knownObstacle(const Download& item) const {
     const auto seen = seen_.find(item.destinationFolder->native());
-    if (seen == seen_.end() || ports_.loop.now() - seen->second.time > goodFor) return nullptr;
+    if (seen == seen_.end() || !isFresh(seen->second)) return nullptr;
     if (seen->second.obstacle) return seen->second.obstacle;
     return obstacleOfFile(item, seen->second.facts);
 }

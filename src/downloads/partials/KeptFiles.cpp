@@ -1,5 +1,6 @@
 #include "downloads/partials/KeptFiles.h"
 
+#include <algorithm>
 #include <iterator>
 #include <utility>
 
@@ -21,6 +22,16 @@ void KeptFiles::note(const DownloadPointer& item) {
         entry = isStale ? items_.erase(entry) : std::next(entry);
     }
     items_.emplace(item->fileID, item);
+    if (items_.size() >= sweepAt_) sweep();
+}
+
+// Each entry keeps the memory of its item, also of one that has left the list.
+void KeptFiles::sweep() {
+    std::erase_if(items_, [](const auto& entry) {
+        const DownloadPointer noted = entry.second.lock();
+        return !noted || !noted->receivedFile;
+    });
+    sweepAt_ = std::max<std::size_t>(64, 2 * items_.size());
 }
 
 DownloadPointer KeptFiles::find(const Download& item) {

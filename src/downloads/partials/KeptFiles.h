@@ -23,7 +23,10 @@ public:
 private:
     [[nodiscard]] DownloadPointer find(const Download& item);
 
+    void sweep();
+
     std::unordered_multimap<FileID, std::weak_ptr<Download>> items_;  // by put.io file; also some that have lost it
+    std::size_t sweepAt_ = 64;  // when there are so many, those that have are looked for
 };
 
 }  // namespace tovri

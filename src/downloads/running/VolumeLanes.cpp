@@ -3,6 +3,9 @@
 namespace tovri {
 namespace {
 
+// A process that runs for months meets ever new ones.
+constexpr std::size_t mostFolders = 1024;
+
 std::string volumeLane(FileManager& files, const std::filesystem::path& folder) {
     const Result<Volume> volume = files.volume(folder);
     return volume ? "volume " + std::to_string(volume->number) : "volume";
@@ -20,6 +23,7 @@ Task<Result<std::string>> VolumeLanes::laneOf(std::filesystem::path folder, std:
     auto look = [&files = files_, folder]() -> Result<std::string> { return volumeLane(files, folder); };
     Result<std::string> lane =
         co_await onVolume<std::string>(loop_, volumes_, folderLane(folder), std::move(stop), std::move(look));
+    if (lanes_.size() >= mostFolders) lanes_.clear();
     if (lane) lanes_[folder.native()] = *lane;
     co_return lane;
 }

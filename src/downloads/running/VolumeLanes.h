@@ -13,7 +13,7 @@
 namespace tovri {
 
 // Tells which lane the work on a folder belongs to: one for each volume. To find out is work that may hang with the
-// volume, so it is done once for each folder, and away from everything else.
+// volume, so it is done away from everything else, and seldom twice for a folder.
 class VolumeLanes {
 public:
     // The references outlive this.

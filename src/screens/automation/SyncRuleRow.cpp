@@ -41,6 +41,7 @@ std::string abbreviatedPath(const std::string& path, const std::filesystem::path
 
 SyncRuleRow syncRuleRow(const SyncRule& rule, const std::filesystem::path& home, Timestamp now) {
     Status status = statusOf(rule, now);
+    const std::string failure = rule.lastFailure ? "The last look failed: " + *rule.lastFailure : "";
     return {.id = rule.id,
             .folderName = rule.putioFolderName,
             .deletes = rule.deleteAfterDownload,
@@ -49,7 +50,8 @@ SyncRuleRow syncRuleRow(const SyncRule& rule, const std::filesystem::path& home,
             .interval = rule.isEnabled ? std::to_string(rule.pollIntervalMinutes) + "m" : "—",
             .status = std::move(status.text),
             .statusTint = rule.lastFailure ? Tint::attention : status.tint,
-            .statusHelp = rule.lastFailure ? "The last look failed: " + *rule.lastFailure : std::move(status.help),
+            .statusHelp = rule.lastFailure ? failure : status.help,
+            .failure = failure,
             .isEnabled = rule.isEnabled};
 }
 

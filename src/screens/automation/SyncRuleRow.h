@@ -42,6 +42,7 @@ struct SyncRuleRow {
     std::string status;
     Tint statusTint = Tint::secondary;
     std::string statusHelp;  // tooltip, or empty
+    std::string failure;     // what failed last, on a line of its own below the folders; or empty
     bool isEnabled = true;   // the switch
 
     bool operator==(const SyncRuleRow&) const = default;

@@ -44,20 +44,21 @@ Result<void> copy(FileHandle& from, FileHandle& to, const std::stop_token& stop)
 }  // namespace
 
 TemporaryFile::~TemporaryFile() {
-    if (isCreated_) static_cast<void>(files_.removeItem(path_));  // nobody can do more about it
+    if (handle_) static_cast<void>(files_.removeItem(path_));  // nobody can do more about it
 }
 
-Result<std::unique_ptr<FileHandle>> TemporaryFile::create() {
-    Result<std::unique_ptr<FileHandle>> handle = files_.createFile(path_);
-    isCreated_ = isCreated_ || handle.has_value();
-    return handle;
+Result<FileHandle*> TemporaryFile::create() {
+    Result<std::unique_ptr<FileHandle>> created = files_.createFile(path_);
+    if (!created) return failure(created);
+    handle_ = std::move(*created);
+    return handle_.get();
 }
 
 Result<ByteCount> writeBody(const MultipartUpload& upload, FileManager& files, TemporaryFile& body,
                             const std::stop_token& stop) {
     const std::string head = partHeaders(upload);
     const std::string end = "\r\n--" + upload.boundary + "--\r\n";
-    Result<std::unique_ptr<FileHandle>> target = body.create();
+    Result<FileHandle*> target = body.create();
     if (!target) return failure(target);
     Result<void> written = (*target)->write(head);
     if (!written) return failure(written);

@@ -13,7 +13,7 @@
 
 namespace tovri {
 
-// A file of ours that goes with the object, whichever thread lets go of it last.
+// A file of ours that goes with the object, whichever thread lets go of it last. It is held open until then.
 class TemporaryFile {
 public:
     // `files` outlives the file. Nothing is created yet.
@@ -23,14 +23,15 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile();
 
-    [[nodiscard]] Result<std::unique_ptr<FileHandle>> create();
+    // The handle is good as long as the object.
+    [[nodiscard]] Result<FileHandle*> create();
 
     [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
 private:
     FileManager& files_;
     std::filesystem::path path_;
-    bool isCreated_ = false;
+    std::unique_ptr<FileHandle> handle_;  // null until the file is created
 };
 
 // What goes into the body of an upload request (RFC 7578).

@@ -32,6 +32,11 @@ SyncRuleCells::SyncRuleCells(const QWidget& widget, SyncRuleRow row)
       titleFont_(titleFont(widget.font())),
       captionFont_(tabularFont(captionFont(widget.font()))) {}
 
+// All of it, unless a failure stands below.
+QRect SyncRuleCells::firstLine(const QRect& row) const {
+    return row_.failure.empty() ? row : row.adjusted(0, 0, 0, -row.height() / 2 + measures::gap);
+}
+
 QRect SyncRuleCells::mirrored(const QRect& cell, const QRect& logical) const {
     return QStyle::visualRect(widget_.layoutDirection(), cell, logical);
 }
@@ -54,8 +59,9 @@ QRect SyncRuleCells::switchRect(const QRect& cell) {
     return {cell.right() + 1 - measures::margin - switchWidth, cell.top(), switchWidth, cell.height()};
 }
 
-void SyncRuleCells::paint(QPainter& painter, int column, const QRect& cell) const {
+void SyncRuleCells::paint(QPainter& painter, int column, const QRect& whole) const {
     const QPalette& palette = widget_.palette();
+    const QRect cell = firstLine(whole);
     const QRect text = cell.adjusted(measures::gap, 0, -measures::gap, 0);
     switch (column) {
         case SyncRuleModel::remoteFolder:
@@ -70,9 +76,17 @@ void SyncRuleCells::paint(QPainter& painter, int column, const QRect& cell) cons
         case SyncRuleModel::status:
             return paintText(painter, text, captionFont_, row_.statusTint, textOf(row_.status), Qt::ElideRight);
         default:
-            return paintSwitch(painter, mirrored(cell, switchRect(cell)), palette, row_.isEnabled,
+            return paintSwitch(painter, mirrored(whole, switchRect(whole)), palette, row_.isEnabled,
                                widget_.layoutDirection());
     }
+}
+
+void SyncRuleCells::paintFailure(QPainter& painter, const QRect& row) const {
+    if (row_.failure.empty()) return;
+    const int begin = measures::margin + symbolColumn + measures::margin;
+    const int end = measures::margin + switchWidth + measures::margin;
+    const QRect line(row.left() + begin, row.center().y(), row.width() - begin - end, row.height() / 2);
+    paintText(painter, mirrored(row, line), captionFont_, row_.statusTint, textOf(row_.failure), Qt::ElideRight);
 }
 
 void SyncRuleCells::paintFolder(QPainter& painter, const QRect& cell) const {
@@ -96,7 +110,9 @@ void SyncRuleCells::paintText(QPainter& painter, const QRect& rect, const QFont&
                      QFontMetrics(font).elidedText(text, elision, rect.width()));
 }
 
-QString SyncRuleCells::help(int column, const QRect& cell, const QPoint& point) const {
+QString SyncRuleCells::help(int column, const QRect& whole, const QPoint& point) const {
+    const QRect cell = firstLine(whole);
+    if (!cell.contains(point)) return textOf(row_.failure);
     const auto isCut = [](const QFont& font, const QString& text, int width) {
         return QFontMetrics(font).horizontalAdvance(text) > width;
     };

@@ -14,12 +14,16 @@ public:
     // `widget` outlives this.
     SyncRuleCells(const QWidget& widget, SyncRuleRow row);
 
-    void paint(QPainter& painter, int column, const QRect& cell) const;
+    void paint(QPainter& painter, int column, const QRect& whole) const;
+
+    // What failed last, below the texts of all columns, where something has.
+    void paintFailure(QPainter& painter, const QRect& row) const;
 
     // The tooltip for what is there; empty for none.
-    [[nodiscard]] QString help(int column, const QRect& cell, const QPoint& point) const;
+    [[nodiscard]] QString help(int column, const QRect& whole, const QPoint& point) const;
 
 private:
+    [[nodiscard]] QRect firstLine(const QRect& row) const;
     [[nodiscard]] QRect nameRect(const QRect& cell) const;
     [[nodiscard]] QRect deletionRect(const QRect& cell) const;
     [[nodiscard]] static QRect switchRect(const QRect& cell);

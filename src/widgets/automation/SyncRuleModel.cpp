@@ -21,6 +21,7 @@ QString textIn(int column, const SyncRuleRow& row) {
 }
 
 QString helpIn(int column, const SyncRuleRow& row) {
+    if (column == SyncRuleModel::remoteFolder && !row.failure.empty()) return textOf(row.failure);
     if (column == SyncRuleModel::remoteFolder && row.deletes) return textOf(SyncRuleRow::deletionHelp);
     if (column == SyncRuleModel::localFolder) return textOf(row.localFolderHelp);
     if (column == SyncRuleModel::status) return textOf(row.statusHelp);

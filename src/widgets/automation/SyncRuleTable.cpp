@@ -56,6 +56,7 @@ void SyncRuleTable::drawRow(QPainter* painter, const QStyleOptionViewItem& optio
     const SyncRuleCells cells(*this, rules_.rowAt(row));
     for (int column = 0; column < SyncRuleModel::columnEnd; ++column)
         cells.paint(*painter, column, visualRect(index.siblingAtColumn(column)));
+    cells.paintFailure(*painter, whole);
 }
 
 // --- The switch ---

@@ -230,12 +230,51 @@ class Watch(Watching):
         _, messages = process.communicate(timeout=LIMIT)
         self.assertEqual(process.returncode, 3, messages)
         self.assertEqual(messages.count("tovri-cli login"), 1, messages)
+        self.assertIn("Then go on with: tovri-cli watch\n", messages)
         self.assertEqual([item["name"] for item in self.queue()], ["new.txt"])
 
         self.sandbox.call("DELETE", "faults")
         self.run_cli("rules", "sync")
         self.assertEqual(self.arrived(), ["new.txt", "second.txt"])
         self.assertEqual(len(self.rules()), 1)
+
+    def test_advice_names_what_helps_while_it_runs(self):
+        self.add_rule()
+        self.sandbox.fault("storage:*:rate=20KiB")
+        process = self.start("get", "/Films/Sherlock Jr. (1924).mkv", "--to", str(self.downloads))
+        self.wait_for_partial_bytes(1)
+        self.interrupt(process)
+        self.sandbox.call("DELETE", "faults")
+        self.sandbox.fault("storage:*:status=501")
+        self.change("add", path="/News/new.txt", text="new")
+        told = self.home / "told"
+        with open(told, "w") as messages:
+            process = self.start("watch", stderr=messages)
+        wait_until(lambda: told.read_text().count("Failed: ") == 2, "the failures")
+        self.assertIn("tovri-cli watch", self.interrupt(process, signal.SIGTERM)[1] or told.read_text())
+        failed = {line.split(": ")[1].rpartition("/")[2]: line for line in told.read_text().splitlines()
+                  if line.startswith("Failed: ")}
+        self.assertTrue(failed["new.txt"].endswith(" Its rule tries again."), failed)
+        self.assertIn(" Try again with, once this has been stopped: tovri-cli retry ", failed["Sherlock Jr. (1924).mkv"])
+
+    def test_a_failure_is_an_object_of_its_rule(self):
+        self.add_rule()
+        self.sandbox.fault("api:/v2/files/list*:status=500")
+        told = self.home / "told"
+
+        def errors():
+            events = [json.loads(line) for line in told.read_text().splitlines(True) if line.endswith("\n")]
+            return [event for event in events if event["event"] == "error"]
+
+        with open(told, "w") as output:
+            process = self.start("watch", "--json", stdout=output)
+        wait_until(errors, "the failure")
+        _, messages = self.interrupt(process, signal.SIGTERM)
+        self.assertIn("[SyncManager] Error syncing News: HTTP error 500", messages)
+        [error] = errors()
+        self.assertTrue(error.pop("time").endswith("Z"))
+        self.assertEqual(error, {"event": "error", "command": "watch", "rule": self.rules()[0]["id"],
+                                 "error": "Sync failed for News: HTTP error 500 from put.io."})
 
     def test_killed_at_any_moment_it_fetches_nothing_twice_and_misses_nothing(self):
         seed = int(os.environ.get("TOVRI_TEST_SEED", random.randrange(1 << 32)))

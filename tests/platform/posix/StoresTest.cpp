@@ -180,21 +180,27 @@ TEST_F(StoresTest, ownFoldersAreClosedToOthers) {
     EXPECT_FALSE(DataFolderLock::acquire(folder, "tovri"));
 }
 
-TEST_F(StoresTest, whatAKilledUploadLeftIsRemoved) {
-    const pid_t gone = ::fork();
-    if (gone == 0) ::_exit(0);
-    ASSERT_EQ(::waitpid(gone, nullptr, 0), gone);
+// Whether a process is alive cannot be told by its number where two containers share the folder.
+TEST_F(StoresTest, whatAKilledUploadLeftIsRemovedAndWhatIsHeldStays) {
     const auto make = [&](const std::string& name) { std::ofstream(here / name) << "bytes"; };
-    const std::string left = uploadPrefixOf(gone) + "UUID";
-    const std::vector<std::string> kept = {uploadPrefixOf(::getpid()) + "UUID", "tovri-upload-x-UUID", "other",
-                                           "tovri-upload-" + std::to_string(gone)};
+    const std::string left = uploadPrefixOf(::getpid()) + "UUID";
+    const Path held = here / (uploadPrefixOf(99'999'999) + "UUID");
+    const std::vector<std::string> others = {"tovri-upload-x-UUID", "other", "tovri-upload-1"};
     make(left);
-    for (const std::string& name : kept) make(name);
-    std::filesystem::create_directory(here / (uploadPrefixOf(gone) + "folder"));
-    removeLeftUploads(here);
+    for (const std::string& name : others) make(name);
+    std::filesystem::create_directory(here / (uploadPrefixOf(1) + "folder"));
+    PosixFileManager files;
+    {
+        const auto upload = files.createFile(held);
+        ASSERT_TRUE(upload);
+        removeLeftUploads(here);
+        EXPECT_TRUE(std::filesystem::exists(held));
+    }
     EXPECT_FALSE(std::filesystem::exists(here / left));
-    for (const std::string& name : kept) EXPECT_TRUE(std::filesystem::exists(here / name)) << name;
-    EXPECT_TRUE(std::filesystem::exists(here / (uploadPrefixOf(gone) + "folder")));
+    removeLeftUploads(here);
+    EXPECT_FALSE(std::filesystem::exists(held));
+    for (const std::string& name : others) EXPECT_TRUE(std::filesystem::exists(here / name)) << name;
+    EXPECT_TRUE(std::filesystem::exists(here / (uploadPrefixOf(1) + "folder")));
 }
 
 TEST_F(StoresTest, foldersFollowTheEnvironment) {

@@ -102,6 +102,18 @@ TEST_F(SyncRulesScreenTest, syncsOnlyWhereThatDoesAnything) {
     EXPECT_FALSE(screen.canRefresh() || canSync(rule));  // it waits for its account
 }
 
+TEST_F(SyncRulesScreenTest, saysWhatFailedLastAlsoAfterARestart) {
+    const UUID id = home.watch(folder);
+    EXPECT_EQ(screen.row(0).failure, "");
+    home.refusal = 500;
+    home.pass();
+    constexpr auto failed = "The last look failed: HTTP error 500 from put.io.";
+    EXPECT_EQ(screen.row(0).failure, failed);
+    EXPECT_EQ(screen.row(0).statusTint, Tint::attention);
+    home.restart();
+    EXPECT_EQ(syncRuleRow(home.rule(id), "/home/user", noon).failure, failed);
+}
+
 TEST_F(SyncRulesScreenTest, followsARuleFromItsMakingOn) {
     std::vector<ScreenChange> told;
     const Subscription subscription = screen.onChange([&](const ScreenChange& change) { told.push_back(change); });

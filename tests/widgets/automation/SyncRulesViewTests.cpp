@@ -203,6 +203,8 @@ TEST_F(SyncRulesViewTest, showsTheLastErrorUntilItIsDismissed) {
     EXPECT_TRUE(seenTexts(view).contains("Sync failed for Films: HTTP error 500 from put.io."));
     ASSERT_TRUE(press(view, "Dismiss"));
     EXPECT_EQ(seenButton(view, "Dismiss"), nullptr);
+    EXPECT_EQ(table().model()->index(0, 0).data(Qt::AccessibleDescriptionRole).toString(),
+              "The last look failed: HTTP error 500 from put.io.");  // below the names
 
     EXPECT_EQ(seenMenu(view, 0), (QStringList{"Edit", "Sync Now", "-", "Delete"}));
     ASSERT_TRUE(chooseInMenu(view, 0, "Delete"));

@@ -24,7 +24,6 @@ Task<void> RuleSyncCommand::prepare(std::stop_token stop) {
     SyncManager& sync = context().app.syncManager();
     const Subscription failures = sync.onChange([this, &sync](const SyncChange& change) {
         if (change.kind == SyncChange::Kind::lastError && sync.lastError())
-
             running().fail(syncFailureText(*sync.lastError()), ExitCode::failure, sync.lastErrorRule());
     });
     // Rules wait until it is known whose account it is.
@@ -36,16 +35,28 @@ Task<void> RuleSyncCommand::prepare(std::stop_token stop) {
     running().tellIfNothingToDo("Nothing to do: no new files.");
 }
 
-WatchCommand::WatchCommand(CommandContext& context) : DownloadCommand(context, DownloadRun::Until::stopped) {
-    SyncManager& sync = context.app.syncManager();
-    rounds_ = sync.onChange([&context, &sync](const SyncChange& change) {
-        if (change.kind != SyncChange::Kind::isSyncing) return;
-        if (sync.isSyncing())
-            context.log.beginRound();
-        else
-            context.log.endRound();
-        if (!sync.isSyncing()) removeOutdatedItems(context.app.downloadManager(), context.platform.clock.now());
-    });
+WatchCommand::WatchCommand(CommandContext& context)
+    : DownloadCommand(context, DownloadRun::Until::stopped),
+      rounds_(context.app.syncManager().onChange([this](const SyncChange& change) { follow(change); })) {}
+
+void WatchCommand::follow(const SyncChange& change) {
+    const SyncManager& sync = context().app.syncManager();
+    if (change.kind == SyncChange::Kind::lastError && sync.lastError()) tellFailure();
+    if (change.kind == SyncChange::Kind::ruleChanged && !sync.rules()[change.index].lastFailure)
+        failures_.forget(sync.rules()[change.index].id.text());
+    if (change.kind != SyncChange::Kind::isSyncing) return;
+    if (sync.isSyncing()) return context().log.beginRound();
+    context().log.endRound();
+    removeOutdatedItems(context().app.downloadManager(), context().platform.clock.now());
+}
+
+// Each pass fails anew while the reason lasts.
+void WatchCommand::tellFailure() {
+    const SyncManager& sync = context().app.syncManager();
+    const std::optional<UUID>& rule = sync.lastErrorRule();
+    const std::string text = syncFailureText(*sync.lastError());
+    if (failures_.isNews(rule ? rule->text() : "", text, context().platform.loop.now(), LastTold::Again::hourly))
+        context().tellFailure(text, rule);
 }
 
 // While it runs nobody can make or enable one, so there would never be anything to do.

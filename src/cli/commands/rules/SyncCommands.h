@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include "automation/SyncManager.h"
+#include "cli/LastTold.h"
 #include "cli/commands/DownloadCommands.h"
 
 namespace tovri::cli {
@@ -27,6 +29,10 @@ private:
     [[nodiscard]] std::string objection() override;
     Task<void> prepare(std::stop_token stop) override;
 
+    void follow(const SyncChange& change);
+    void tellFailure();
+
+    LastTold failures_;  // by rule
     Subscription rounds_;
 };
 

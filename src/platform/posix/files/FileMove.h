@@ -3,11 +3,11 @@
 #include <filesystem>
 #include <functional>
 #include <stop_token>
-#include <utility>
 
 #include <sys/stat.h>
 
 #include "base/Result.h"
+#include "platform/posix/files/FileDescriptor.h"
 #include "platform/posix/files/NewFile.h"
 #include "platform/posix/folders/NewFolders.h"
 
@@ -17,9 +17,14 @@ namespace tovri {
 // old name goes.
 class FileMove {
 public:
+    // A name in an open folder, and the path by which the user knows it.
+    struct Place {
+        FileDescriptor folder;
+        std::filesystem::path path;
+    };
+
     // `folders` outlives this.
-    FileMove(std::filesystem::path from, std::filesystem::path to, NewFolders& folders, std::stop_token stop)
-        : from_(std::move(from)), to_(std::move(to)), folders_(folders), stop_(std::move(stop)) {}
+    FileMove(std::filesystem::path from, Place to, NewFolders& folders, std::stop_token stop);
 
     // As FileManager::moveItem and replaceItem.
     [[nodiscard]] Result<void> whereNothingStands();
@@ -30,12 +35,15 @@ private:
 
     [[nodiscard]] Result<void> betweenVolumes(Target target);
     [[nodiscard]] Result<NewFile> durableCopy();
+    [[nodiscard]] Error asKnown(Error error) const;
     void removeOriginal();
     [[nodiscard]] Result<void> overFolder(const struct stat& folder);
     [[nodiscard]] int makingWay(const std::function<int()>& place);
 
     std::filesystem::path from_;
-    std::filesystem::path to_;
+    FileDescriptor folder_;
+    std::filesystem::path path_;
+    std::filesystem::path at_;  // the same place, by the open folder
     NewFolders& folders_;
     std::stop_token stop_;
 };

@@ -18,8 +18,9 @@
 #include "platform/posix/files/PosixWritableFile.h"
 #include "platform/posix/files/RegularFile.h"
 #include "platform/posix/folders/FolderPermissions.h"
-#include "platform/posix/folders/TrustedPath.h"
+#include "platform/posix/folders/TrustedFolder.h"
 #include "platform/posix/folders/VolumeLookup.h"
+#include "platform/posix/process/LeftUploads.h"
 
 namespace tovri {
 
@@ -105,9 +106,9 @@ std::vector<Path> PosixFileManager::mountPoints(const std::string& identity) {
 }
 
 Result<void> PosixFileManager::createDirectories(const Path& path) {
-    if (Result<void> trusted = checkLinks(path); !trusted) return trusted;
-    const int failed = newFolders_.make(path.has_filename() ? path : path.parent_path(), asTheUserWants);
-    return fileOutcome(failed == EEXIST ? ENOTDIR : failed, "create the folder", path);
+    Result<FileDescriptor> folder = makeTrustedFolder("create the folder", path, asTheUserWants, newFolders_);
+    if (!folder) return failure(folder);
+    return {};
 }
 
 Result<void> PosixFileManager::createPrivateFolder(const Path& path) {
@@ -146,11 +147,15 @@ Result<void> PosixFileManager::cloneFile(const Path& from, const Path& to) {
 }
 
 Result<void> PosixFileManager::moveItem(const Path& from, const Path& to, std::stop_token stop) {
-    return FileMove(from, to, newFolders_, std::move(stop)).whereNothingStands();
+    Result<FileDescriptor> folder = openTrustedFolder("move the file to", parentOf(to));
+    if (!folder) return failure(folder);
+    return FileMove(from, {std::move(*folder), to}, newFolders_, std::move(stop)).whereNothingStands();
 }
 
 Result<void> PosixFileManager::replaceItem(const Path& from, const Path& to, std::stop_token stop) {
-    return FileMove(from, to, newFolders_, std::move(stop)).over();
+    Result<FileDescriptor> folder = openTrustedFolder("replace", parentOf(to));
+    if (!folder) return failure(folder);
+    return FileMove(from, {std::move(*folder), to}, newFolders_, std::move(stop)).over();
 }
 
 Result<void> PosixFileManager::adoptFolderPermissions(const Path& file, const Path& folder) {
@@ -236,8 +241,11 @@ Result<std::unique_ptr<FileHandle>> PosixFileManager::openForReading(const Path&
 }
 
 Result<std::unique_ptr<FileHandle>> PosixFileManager::createFile(const Path& path) {
-    FileDescriptor file(::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
-    if (!file.isOpen()) return failure(fileError("create", path, errno));
+    FileDescriptor file;
+    do {
+        file = FileDescriptor(::open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_NOFOLLOW | O_CLOEXEC, ownerOnly));
+        if (!file.isOpen()) return failure(fileError("create", path, errno));
+    } while (!holdNewFile(file));
     return std::make_unique<PosixFileHandle>(std::move(file), path);
 }
 

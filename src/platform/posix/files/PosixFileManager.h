@@ -11,7 +11,7 @@ namespace tovri {
 // it is moved, replaced and removed by itself, and followed where it stands for a folder on the way.
 //
 // A file that went to another volume counts as moved when its new name is durable, also when the old one cannot be
-// removed.
+// removed. A file of createFile is locked (flock(2)) as long as its handle lives.
 class PosixFileManager final : public FileManager {
 public:
     [[nodiscard]] bool exists(const Path& path) override;

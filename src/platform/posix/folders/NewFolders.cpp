@@ -40,13 +40,17 @@ int NewFolders::make(const Path& folder, mode_t mode) {
         if (const int failed = make(folder.parent_path(), mode); failed != 0) return failed;
         made = ::mkdir(folder.c_str(), mode);
     }
-    if (made == 0) {
-        const std::scoped_lock lock(mutex_);
-        ++unsynced_[parentOf(folder)];
-        return 0;
+    if (made != 0) {
+        const int failed = errno;
+        return stands() ? 0 : failed;
     }
-    const int failed = errno;
-    return stands() ? 0 : failed;
+    noteMade(folder);
+    return 0;
+}
+
+void NewFolders::noteMade(const Path& folder) {
+    const std::scoped_lock lock(mutex_);
+    ++unsynced_[parentOf(folder)];
 }
 
 int NewFolders::makeNameDurable(const Path& path) {

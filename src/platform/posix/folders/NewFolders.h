@@ -15,6 +15,9 @@ public:
     // With all missing parents; an existing folder is fine. The user's umask takes from the mode.
     [[nodiscard]] int make(const std::filesystem::path& folder, mode_t mode);
 
+    // The folder was made by somebody else.
+    void noteMade(const std::filesystem::path& folder);
+
     // Returns when the path's name in its folder, and the folders above it that are new, would survive a loss of power.
     [[nodiscard]] int makeNameDurable(const std::filesystem::path& path);
 

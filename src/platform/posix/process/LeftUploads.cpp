@@ -1,12 +1,11 @@
 #include "platform/posix/process/LeftUploads.h"
 
-#include <cerrno>
 #include <charconv>
-#include <csignal>
-#include <optional>
 #include <string_view>
 #include <system_error>
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,23 +14,22 @@ namespace {
 
 constexpr std::string_view prefix = "tovri-upload-";
 
-std::optional<pid_t> processOf(std::string_view name) {
-    if (!name.starts_with(prefix)) return std::nullopt;
+bool isUploadName(std::string_view name) {
+    if (!name.starts_with(prefix)) return false;
     name.remove_prefix(prefix.size());
     pid_t process = 0;
     const auto read = std::from_chars(name.data(), name.data() + name.size(), process);
-    const bool isWhole = read.ec == std::errc() && process > 0 &&
-                         name.substr(static_cast<std::size_t>(read.ptr - name.data())).starts_with('-');
-    return isWhole ? std::optional(process) : std::nullopt;
+    return read.ec == std::errc() && process > 0 &&
+           name.substr(static_cast<std::size_t>(read.ptr - name.data())).starts_with('-');
 }
 
-bool isGone(pid_t process) {
-    return ::kill(process, 0) != 0 && errno == ESRCH;
-}
-
-bool isOwnFile(const std::filesystem::path& path) {
+// While the lock is held nobody takes the file for their own.
+void removeIfLeft(const std::filesystem::path& path) {
+    const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status{};
-    return ::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid();
+    if (!file.isOpen() || ::fstat(file.number(), &status) != 0) return;
+    if (!S_ISREG(status.st_mode) || status.st_uid != ::geteuid()) return;
+    if (::flock(file.number(), LOCK_EX | LOCK_NB) == 0) (void)::unlink(path.c_str());
 }
 
 }  // namespace
@@ -40,12 +38,18 @@ std::string uploadPrefixOf(pid_t process) {
     return std::string(prefix) + std::to_string(process) + "-";
 }
 
+// Where the volume has no locks, what is left cannot be told and stays.
+bool holdNewFile(const FileDescriptor& file) {
+    struct stat status{};
+    (void)retrying([&] { return ::flock(file.number(), LOCK_EX); });
+    return ::fstat(file.number(), &status) != 0 || status.st_nlink > 0;
+}
+
 void removeLeftUploads(const std::filesystem::path& folder) {
     std::error_code error;
     std::filesystem::directory_iterator entry(folder, error);
     for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        const std::optional<pid_t> process = processOf(entry->path().filename().native());
-        if (process && isGone(*process) && isOwnFile(entry->path())) (void)::unlink(entry->path().c_str());
+        if (isUploadName(entry->path().filename().native())) removeIfLeft(entry->path());
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <string_view>
 
 #include <linux/fs.h>
 #include <sys/stat.h>
@@ -12,8 +11,11 @@ namespace {
 
 CallRecorder* recorder = nullptr;
 
-std::filesystem::path named(const char* path) {
-    return std::string_view(path).starts_with("/proc/self/fd/") ? std::filesystem::path() : path;
+// What is named by an open folder has the folder's path; a nameless file has none.
+std::filesystem::path named(const std::filesystem::path& path) {
+    const std::filesystem::path folder = path.parent_path();
+    if (folder == "/proc/self/fd") return {};
+    return folder.parent_path() == "/proc/self/fd" ? std::filesystem::read_symlink(folder) / path.filename() : path;
 }
 
 SystemCall onFile(SystemCall::Kind kind, int descriptor) {
