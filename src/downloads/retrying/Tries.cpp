@@ -52,6 +52,7 @@ Task<Result<void>> Tries::wait(std::stop_token stop) {
     if (isHeldBack()) {
         if (Result<void> mayWait = this->mayWait(); !mayWait) co_return mayWait;
         tell(hold());
+        if (ports_.brakes.of(host_).isClosed()) isLosingPatience_ = false;  // the host has turned out to be at fault
         until = std::min({until, now + 1s, *inSlotSince_ + longestWait()});
     }
     using Changed = std::monostate;
