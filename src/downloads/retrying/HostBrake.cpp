@@ -79,8 +79,7 @@ void HostBrake::close(const Fault& fault, bool isProbe) {
     if (isNew) {
         reason_ = fault.reason;
         const MainLoop::Duration delay = backoff_.next();
-        const bool isTold = fault.comeBack && *fault.comeBack > std::chrono::seconds(0);
-        closedUntil_ = now + (isTold ? MainLoop::Duration(*fault.comeBack) : delay);
+        closedUntil_ = now + std::max<MainLoop::Duration>(delay, fault.comeBack.value_or(std::chrono::seconds(0)));
     } else if (fault.comeBack) {
         closedUntil_ = std::max(*closedUntil_, now + *fault.comeBack);
     }

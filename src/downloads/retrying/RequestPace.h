@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <optional>
 
@@ -8,7 +9,8 @@
 namespace tovri {
 
 // How fast requests to a host may follow one another. As fast as they come, until the host refuses one as too many:
-// from then on a little slower than it had taken them, and slowly faster again.
+// from then on slower by a fifth, more and more slowly back to where that was, and, if none is refused there, faster
+// and faster from it. The curve is that of CUBIC (RFC 9438, section 4.2), which looks for what a line takes.
 class RequestPace {
 public:
     using Duration = MainLoop::Duration;
@@ -29,10 +31,13 @@ public:
     void slowDown(TimePoint now);
 
 private:
+    // Requests in a second.
     [[nodiscard]] std::optional<double> rate(TimePoint now) const;
+    [[nodiscard]] double takenRate(TimePoint now) const;
 
-    std::deque<TimePoint> taken_;  // the last ones
-    std::optional<double> rate_;   // requests in a second, as it was at `slowed_`; none: any
+    std::deque<TimePoint> taken_;             // the last ones
+    std::optional<double> refused_;           // as fast as this was too fast; none: any rate
+    std::chrono::duration<double> return_{};  // the time from `slowed_` until they are as fast again
     TimePoint slowed_;
     TimePoint lastSent_;
 };

@@ -12,6 +12,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr MainLoop::Duration longestInSlot = 60s;
+constexpr MainLoop::Duration longestInNextSlot = 10s;
 constexpr MainLoop::Duration pauseOfStarved = 60s;
 
 }  // namespace
@@ -51,7 +52,8 @@ Task<Result<void>> Tries::wait(std::stop_token stop) {
     if (isHeldBack()) {
         if (Result<void> mayWait = this->mayWait(); !mayWait) co_return mayWait;
         tell(hold());
-        until = std::min({until, now + 1s, *waitsSince_ + longestWait()});
+        if (ports_.brakes.of(host_).isClosed()) isLosingPatience_ = false;  // the host has turned out to be at fault
+        until = std::min({until, now + 1s, *inSlotSince_ + longestWait()});
     }
     using Changed = std::monostate;
     Result<Changed> changed = co_await Answer<Changed>(ports_.loop, stop, [&](auto done) {
@@ -69,13 +71,15 @@ Task<Result<void>> Tries::wait(std::stop_token stop) {
 }
 
 MainLoop::Duration Tries::longestWait() const {
-    return kind_ == Kind::item ? longestInSlot : limit_;
+    if (kind_ == Kind::listing) return limit_;
+    return hasYielded_ ? longestInNextSlot : longestInSlot;
 }
 
 Result<void> Tries::mayWait() {
-    const TimePoint now = ports_.loop.now();
-    if (!waitsSince_) waitsSince_ = now;
-    if (now < *waitsSince_ + longestWait()) return {};
+    startWaiting();
+    const TimePoint limit = *inSlotSince_ + longestWait();
+    const bool isInVain = hasYielded_ && nextTime() > limit;  // it would have to give the slot back all the same
+    if (ports_.loop.now() < limit && !isInVain) return {};
     if (kind_ == Kind::item)
         mustYield_ = true;
     else
@@ -83,6 +87,19 @@ Result<void> Tries::mayWait() {
     const HoldPointer waited = hold();
     tell(nullptr);
     return failure(last_.value_or(Error(ErrorCase::transport, asSentence(waited->text))));
+}
+
+void Tries::startWaiting() {
+    if (!waitsSince_) waitsSince_ = ports_.loop.now();
+    if (!inSlotSince_) inSlotSince_ = ports_.loop.now();
+}
+
+// With its slot it may wait again, or whatever it has found out until then would be in vain.
+bool Tries::takeYield() {
+    if (!std::exchange(mustYield_, false)) return false;
+    inSlotSince_.reset();
+    hasYielded_ = true;
+    return true;
 }
 
 // By more than the pace of its requests.
@@ -125,14 +142,11 @@ bool Tries::mayTryAgain(HostBrake::Pass pass, const Error& error) {
     }
     reason_ = fault->reason;
     last_ = error;
-    if (!waitsSince_) waitsSince_ = now;
+    startWaiting();
     const bool isOfHost = pass.failed(*fault);
     const bool isTold = fault->comeBack && *fault->comeBack > 0s;
-    MainLoop::Duration delay{};
-    if (isTold)
-        delay = *fault->comeBack;
-    else if (!isOfHost && !fault->isOver)
-        delay = backoff_.next();
+    MainLoop::Duration delay = fault->comeBack.value_or(0s);
+    if (!isOfHost && !fault->isOver) delay = std::max(delay, backoff_.next());
     notBefore_ = isOfHost ? now : now + delay;
     isLosingPatience_ = !isOfHost && !isTold && !fault->isOver;
     if (isLosingPatience_) patience_.failsTry(now, delay);
@@ -149,14 +163,17 @@ void Tries::gains() {
     backoff_.reset();
     patience_.gains(ports_.loop.now());
     waitsSince_.reset();
+    inSlotSince_.reset();
+    hasYielded_ = false;
     isLosingPatience_ = false;
     links_ = 0;
+    tell(nullptr);
 }
 
 void Tries::isStarved() {
     const TimePoint now = ports_.loop.now();
     reason_ = "hardly anything came for a minute";
-    if (!waitsSince_) waitsSince_ = now;
+    startWaiting();
     notBefore_ = now + pauseOfStarved;
     mustYield_ = true;
     tellFailure("Hardly anything came for a minute.");

@@ -52,7 +52,7 @@ public:
     // What was asked for has come; of a listing that is a gain.
     void succeeds();
 
-    // A byte has come that had not come before.
+    // A byte has come that had not come before: nothing is waited for, as far as anybody can see.
     void gains();
 
     // A link was refused. False when it is not worth asking for another.
@@ -71,7 +71,7 @@ public:
     [[nodiscard]] bool isUsedUp() const { return isUsedUp_; }
 
     // Takes back that the slot is to be given to another; says whether it was.
-    [[nodiscard]] bool takeYield() { return std::exchange(mustYield_, false); }
+    [[nodiscard]] bool takeYield();
 
     // What it waits for before the next try.
     [[nodiscard]] HoldPointer hold() const;
@@ -81,6 +81,7 @@ private:
 
     Task<Result<void>> wait(std::stop_token stop);
     [[nodiscard]] Result<void> mayWait();
+    void startWaiting();
     [[nodiscard]] MainLoop::Duration longestWait() const;
     [[nodiscard]] bool isHeldBack() const;
     [[nodiscard]] std::optional<TimePoint> nextTime() const;
@@ -98,6 +99,8 @@ private:
     std::optional<Error> last_;
     TimePoint notBefore_;
     std::optional<TimePoint> waitsSince_;
+    std::optional<TimePoint> inSlotSince_;  // the same, without what it waited before it had this slot
+    bool hasYielded_ = false;               // since the last byte
     int links_ = 0;
     bool mustYield_ = false;
     bool isLosingPatience_ = false;

@@ -56,6 +56,7 @@ std::shared_ptr<Tries> DownloadRun::triesOf(const RunSurroundings& around, Downl
 
 void DownloadRun::showWait(HoldPointer wait) {
     if (!isCurrent()) return;
+    if (reception_.comesOtherwise()) wait.reset();
     if (wait) item_->speed = {};
     around_.list.wait(*item_, std::move(wait));
 }

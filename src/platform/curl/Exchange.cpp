@@ -9,6 +9,7 @@
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
+#include "base/ByteCountFormat.h"
 #include "platform/curl/answers/HeaderText.h"
 #include "platform/curl/answers/TransportError.h"
 
@@ -263,6 +264,10 @@ bool Exchange::lacksHandles() const {
 }
 
 Error Exchange::describe(CURLcode code) const {
+    // The library has a bound of its own for a header, and tells what is beyond like a lack of memory.
+    constexpr ByteCount headerLimit = 100LL << 10;
+    if (code == CURLE_OUT_OF_MEMORY && isSent_ && !isHeadComplete_)
+        return oversizeError(address_.host, "a header of more than " + formatByteCount(headerLimit));
     return lacksHandles() ? handlesError(address_.host) : transportError(code, address_.host);
 }
 

@@ -14,7 +14,8 @@ MIB = 1 << 20
 # Of the file that is killed. 1073741824 is a GiB.
 SIZE = int(os.environ.get("TOVRI_TEST_SIZE", 64 * MIB))
 KILLS = int(os.environ.get("TOVRI_TEST_KILLS", 10))
-RATE = SIZE // 16  # of each connection
+# Of each connection. What a busy program has not read yet from its sockets is sent too, and says nothing of its notes.
+RATE = min(SIZE // 16, 8 * MIB)
 # Bytes that are written between a look at the note and the kill, or before the note, or that were sent beyond the end of
 # a range that was divided: a piece or two of each connection.
 PIECES = 6 * (MIB // 4)

@@ -30,6 +30,21 @@ class RidingOut(ProgramTest):
         refused = [r for r in self.sandbox.requests("storage") if r["status"] == 429]
         self.assertLess(len(refused), 10)
 
+    def test_a_run_ends_when_nothing_has_come_for_its_patience(self):
+        self.serve()
+        self.run_cli("config", "patienceMinutes", "1")
+        for fault, arguments in (("link:*:status=503", ("get", "/Generated", "--to", str(self.downloads))),
+                                 ("storage:*:status=429", ("run",))):
+            with self.subTest(fault):
+                self.sandbox.fault(fault)
+                _, messages = self.run_cli(*arguments, status=1)
+                self.assertRegex(messages, r"nothing came from put\.io for 1 minute\. Waiting for put\.io: HTTP error "
+                                           r"\d+\. Go on with: tovri-cli run")
+                self.assertLessEqual({item["status"] for item in self.queue()}, {"queued", "downloading"})
+                self.sandbox.call("DELETE", "faults")
+        self.assertIn("20 arrived", self.run_cli("run")[0])
+        self.assert_tree()
+
     def test_what_waits_says_why_and_ends_at_once(self):
         self.serve("--demo")
         self.sandbox.fault("link:*:status=503,retry-after=1000")

@@ -183,6 +183,29 @@ TEST_F(Connections, aBrokenOneIsMendedByTheOthers) {
     EXPECT_LE(mebibytesSent(), 61U);
 }
 
+// Also one that has fallen silent near the end, so that nobody would be given a part of its rest.
+TEST_F(Connections, aSilentOneIsNotWaitedForLong) {
+    const FileID file = addFile("film", 60 * mebibyte);
+    world.link(file).breaks = {{.at = 59 * mebibyte, .times = 100, .fault = TransportFault::silent}};
+    const ConstDownloadPointer item = world.enqueue(file);
+    ASSERT_TRUE(world.loop.runUntil([&] { return item->bytesDownloaded >= static_cast<ByteCount>(58 * mebibyte); }));
+    world.link(file).breaks.front().times = 0;
+    EXPECT_LT(arrive(item), 12s);  // 60 until it is given up by itself
+}
+
+// The first one waits for its next attempt, but bytes come all the same.
+TEST_F(Connections, nothingIsWaitedForWhileOthersBringBytes) {
+    const FileID file = addFile("film", 100 * mebibyte);
+    world.link(file).breaks = {{.at = 8 * mebibyte}};
+    std::vector<std::string> waits;
+    world.watch = [&](DownloadManager&, const QueueChange& change) {
+        if (change.item && change.item->hold) waits.push_back(change.item->hold->text);
+    };
+    (void)fetch(file);
+    EXPECT_EQ(world.link(file).breaks.front().times, 0);
+    EXPECT_EQ(waits, std::vector<std::string>());
+}
+
 TEST_F(Connections, onesThatAnotherItemNeedsAreGivenToIt) {
     const ConstDownloadPointer large = world.enqueue(addFile("film", 100 * mebibyte));
     world.loop.advance(2500ms);

@@ -180,5 +180,15 @@ TEST_F(RidingOut, knowsSinceWhenNothingHasComeWhileAllWaits) {
     settle();
     expectAllArrived();
 }
+
+// Whoever meets it first takes it for a fault of its own, and may not get to try again.
+TEST_F(RidingOut, knowsSinceWhenTheServiceIsAwayForAll) {
+    for (int i = 0; i < 10; ++i) world.enqueue(addFile("file " + std::to_string(i)));
+    serviceRefuses(1'000'000, HTTPResponse{503, ""});
+    for (int minute = 1; minute <= 10; ++minute) {
+        world.loop.advance(1min);
+        EXPECT_TRUE(manager.waitsForServiceSince()) << "after " << minute << " minutes";
+    }
+}
 }  // namespace
 }  // namespace tovri::test

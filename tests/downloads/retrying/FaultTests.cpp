@@ -53,6 +53,8 @@ TEST(Fault, saysWhatIsTriedAgainAndWhomToBlame) {
     for (const int code : {408, 425, 500}) EXPECT_EQ(faultOf(status(code)).value().blame, Blame::item) << code;
     for (const int code : {502, 503, 504}) EXPECT_EQ(faultOf(status(code)).value().blame, Blame::perhapsHost) << code;
     for (const int code : {301, 400, 401, 403, 404, 410, 416, 501, 505}) EXPECT_FALSE(faultOf(status(code))) << code;
+    for (const int code : {401, 403, 404, 410}) EXPECT_TRUE(isExpiredLink(status(code))) << code;
+    for (const int code : {400, 405, 409, 500}) EXPECT_FALSE(isExpiredLink(status(code))) << code;
     EXPECT_EQ(faultOf(status(429)).value().blame, Blame::host);
     EXPECT_EQ(faultOf({ErrorCase::rateLimited, "Wait."}).value().reason, "HTTP error 429");
 

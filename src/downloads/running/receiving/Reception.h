@@ -59,6 +59,9 @@ public:
     // item's progress and speed. Fails with the last failure; the tries say whether that is for good.
     Task<Result<void>> receive(std::string link, std::stop_token stop);
 
+    // Whether bytes come, although the first connection waits for its next attempt.
+    [[nodiscard]] bool comesOtherwise() const { return sides_ && sides_->areBringing(); }
+
     // Returns when all bytes are written, with their checksum if `mustKnowChecksum`, even where it has to be read.
     Task<Result<ArrivedBytes>> finish(bool mustKnowChecksum);
 

@@ -190,11 +190,6 @@ void Reception::progressed() {
     if (sides_) sides_->look();
     if (sides_ && sides_->hasRoom()) item_->roomKept = item_->expectedSize();
     const ByteCount written = partial_->taken();
-    if (written > furthest_) {
-        furthest_ = written;
-        tries_.gains();
-        around_.lastGain = around_.loop.now();
-    }
     const ByteCount expected = partial_->announced().length.value_or(-1);
     const double progress =
         expected > 0 ? static_cast<double>(written) / static_cast<double>(expected) : item_->progress;
@@ -203,6 +198,11 @@ void Reception::progressed() {
     item_->bytesDownloaded = written;
     item_->progress = progress;
     item_->speed = speed;
+    if (written > furthest_) {
+        furthest_ = written;
+        around_.lastGain = around_.loop.now();
+        tries_.gains();
+    }
     if (hasChanged) around_.list.tellProgress(*item_);
     around_.saves.request(Urgency::eventually);
 }

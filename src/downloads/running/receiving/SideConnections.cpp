@@ -4,6 +4,7 @@
 #include <utility>
 #include <variant>
 
+#include "downloads/running/receiving/StarvationWatch.h"
 #include "platform/Await.h"
 
 namespace tovri {
@@ -46,6 +47,11 @@ bool SideConnections::areWorthTrying() const {
 int SideConnections::running() const {
     const auto hasBrought = [](const auto& side) { return side->hasBrought; };
     return static_cast<int>(std::ranges::count_if(sides_, hasBrought)) + (hasFirstBrought_ ? 1 : 0);
+}
+
+bool SideConnections::areBringing() const {
+    constexpr std::chrono::seconds moment{2};
+    return !sides_.empty() && lastBrought_ && ports_.loop.now() - *lastBrought_ < moment;
 }
 
 void SideConnections::look() {
@@ -115,6 +121,7 @@ TransferRequest SideConnections::request(const std::shared_ptr<Side>& side) {
         const auto bringing = held.lock();
         if (!bringing || received <= 0) return;
         bringing->hasBrought = haveHelped_ = true;
+        lastBrought_ = ports_.loop.now();
         progressed_();
     };
     return request;
@@ -148,8 +155,22 @@ void SideConnections::end(const std::shared_ptr<Side>& side) {
     if (ended_) telling_ = ports_.loop.schedule({}, std::exchange(ended_, nullptr));
 }
 
+void SideConnections::endAll() {
+    while (!sides_.empty()) {
+        const std::shared_ptr<Side> youngest = sides_.back();
+        end(youngest);
+    }
+}
+
 Task<Result<void>> SideConnections::oneEnds(std::stop_token stop) {
+    constexpr std::chrono::seconds patience{5};
     if (sides_.empty()) co_return Result<void>();
+    const StarvationWatch watch(
+        ports_.loop, [this] { return file_->taken(); },
+        [this] {
+            if (!file_->waitsForVolume()) endAll();
+        },
+        patience);
     Result<std::monostate> ended = co_await Answer<std::monostate>(ports_.loop, std::move(stop), [this](auto done) {
         auto tell = std::make_shared<decltype(done)>(std::move(done));
         ended_ = [tell] { (*tell)(std::monostate{}); };

@@ -59,7 +59,11 @@ public:
     // Whether some of them have brought bytes.
     [[nodiscard]] bool haveHelped() const { return haveHelped_; }
 
-    // Returns when one has ended, or at once where there is none.
+    // Whether bytes come over them.
+    [[nodiscard]] bool areBringing() const;
+
+    // Returns when one has ended, or at once where there is none: the first one has nothing to bring meanwhile. Ends
+    // them where they bring hardly anything.
     Task<Result<void>> oneEnds(std::stop_token stop);
 
 private:
@@ -77,6 +81,7 @@ private:
     [[nodiscard]] TransferRequest request(const std::shared_ptr<Side>& side);
     void judge(const Side& side, const TransferEnd& end);
     void end(const std::shared_ptr<Side>& side);
+    void endAll();
 
     const Ports ports_;
     const std::shared_ptr<PartialFile> file_;
@@ -87,6 +92,7 @@ private:
     bool hasListedChecksum_ = false;
     bool hasFirstBrought_ = false;
     bool haveHelped_ = false;
+    std::optional<MainLoop::TimePoint> lastBrought_;
     Room room_ = Room::unknown;
     ConnectionCount count_;
     std::unique_ptr<ConnectionBudget::Share> granted_;

@@ -8,15 +8,20 @@
 
 namespace tovri {
 
-// Looks once a minute whether a transfer has brought enough in it to be worth a slot.
+// Looks from time to time whether enough has come since to be worth the waiting: for a transfer's slot once a minute.
 class StarvationWatch {
 public:
-    static constexpr ByteCount enough = 4096;  // in a minute
+    static constexpr ByteCount enough = 4096;  // bytes in a period
 
-    // `loop` outlives this. `received` says how many bytes have come so far; `starves` is told at each minute's end in
-    // which too few came.
-    StarvationWatch(MainLoop& loop, std::function<ByteCount()> received, std::function<void()> starves)
-        : loop_(loop), received_(std::move(received)), starves_(std::move(starves)), last_(received_()) {
+    // `loop` outlives this. `received` says how many bytes have come so far; `starves` is told at the end of each
+    // period in which too few came.
+    StarvationWatch(MainLoop& loop, std::function<ByteCount()> received, std::function<void()> starves,
+                    MainLoop::Duration period = std::chrono::minutes(1))
+        : loop_(loop),
+          received_(std::move(received)),
+          starves_(std::move(starves)),
+          period_(period),
+          last_(received_()) {
         look();
     }
 
@@ -25,7 +30,7 @@ public:
 
 private:
     void look() {
-        timer_ = loop_.schedule(std::chrono::minutes(1), [this] {
+        timer_ = loop_.schedule(period_, [this] {
             const ByteCount before = std::exchange(last_, received_());
             look();
             if (last_ - before < enough) starves_();
@@ -35,6 +40,7 @@ private:
     MainLoop& loop_;
     std::function<ByteCount()> received_;
     std::function<void()> starves_;
+    const MainLoop::Duration period_;
     ByteCount last_;
     Subscription timer_;
 };

@@ -39,8 +39,6 @@ std::string describe(int code, const std::string& host) {
         case CURLE_WRITE_ERROR:  // how what follows the packed bytes is told; nothing else ends a request so
         case CURLE_BAD_CONTENT_ENCODING:
             return host + " sent an answer that cannot be unpacked; retry later.";
-        case CURLE_OUT_OF_MEMORY:  // how the library tells a header line beyond 100 KB, too
-            return host + " sent headers that are too long, or this computer has no memory left; retry later.";
         default:
             return std::string("The connection to ") + host +
                    " failed: " + curl_easy_strerror(static_cast<CURLcode>(code)) + "; retry.";
@@ -90,6 +88,7 @@ Error transportError(int code, const std::string& host) {
     if (code == CURLE_UNSUPPORTED_PROTOCOL || code == CURLE_WEIRD_SERVER_REPLY)
         return {ErrorCase::invalidResponse, host + " gave an answer that is not HTTP; retry later."};
     if (needsHandles(code) && isOutOfHandles()) return handlesError(host);
+    if (code == CURLE_OUT_OF_MEMORY) return memoryError(host);
     return {faultOf(code), describe(code, host)};
 }
 
