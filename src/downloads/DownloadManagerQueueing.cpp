@@ -71,7 +71,8 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
                         ": the rest is not downloaded, and the folder stays on put.io");
         request.deleteAfterDownload = false;  // it would take with it what was never seen
     }
-    if (request.deleteAfterDownload) groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
+    if (request.deleteAfterDownload && !files->empty())
+        groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
 
     const auto bookmark = sharedBookmark(request.destination.bookmark);
     SharedFolder folder;  // of the file before: a folder's files follow one another

@@ -49,6 +49,23 @@ class Originals(DeletionTest):
         self.run_cli("remove", self.id_of("first"))
         self.assert_stays("Not all of its files are in the queue any more.", "run")
 
+    def test_of_a_folder_without_files(self):
+        _, messages = self.get("/Empty", "--delete", status=1)
+        self.assertIn('"Empty" holds no files: nothing came, and the folder was not deleted.', messages)
+        self.get("/Empty")
+
+
+class Queued(DeletionTest):
+    def test_what_is_asked_for_again_goes_on(self):
+        self.serve_files({"F": {"paused": "5KB", "cancelled": "6KB", "last": "7KB"}, "f": "8KB"})
+        self.run_cli("pause")
+        self.get("/F", "/f", status=1)
+        self.run_cli("resume")
+        for command, name in (("pause", "paused"), ("cancel", "cancelled"), ("pause", "f")):
+            self.run_cli(command, next(item["id"] for item in self.queue() if item["name"] == name))
+        self.get("/F", "/f")
+        self.assertEqual(set(self.statuses().values()), {"completed"})
+
 
 if __name__ == "__main__":
     unittest.main()
