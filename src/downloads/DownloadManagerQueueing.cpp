@@ -129,8 +129,11 @@ void DownloadManager::putBack(const DownloadPointer& item) {
 }
 
 void DownloadManager::holdForRule(Download& item) {
-    if (!item.ruleRetry || item.ruleRetry->notBefore <= ports_.clock.now()) return;
-    if (item.status != Status::queued) return;
+    const Timestamp now = ports_.clock.now();
+    if (!item.ruleRetry || item.ruleRetry->notBefore <= now || item.status != Status::queued) return;
+    if (const Timestamp latest = now + RuleRetry::delay(item.ruleRetry->failures); item.ruleRetry->notBefore > latest)
+        item.ruleRetry = std::make_shared<const RuleRetry>(
+            RuleRetry{item.ruleRetry->failures, item.ruleRetry->reason, latest});  // the clock was wrong then
     auto hold = std::make_shared<Hold>();
     hold->reason = Hold::Reason::later;
     hold->what = "item " + item.id.text();
