@@ -245,6 +245,9 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
 }
 
 Task<void> RunCommand::prepare(std::stop_token /*stop*/) {
+    if (const auto& unreadable = running().downloads().unreadableQueue())
+        running().fail(fmt::format("the saved queue cannot be read, and nothing of it goes on. It is kept as {}.",
+                                   printable(unreadable->native())));
     running().tellIfNothingToDo("Nothing to do: no download waits.");
     co_return;
 }
