@@ -202,6 +202,11 @@ public:
     // As soon as that can be, without waiting for it.
     void saveSoon() { scheduleSave(); }
 
+    // The saved queue that could not be understood when this one began, where there was one.
+    [[nodiscard]] const std::optional<std::filesystem::path>& unreadableQueue() const {
+        return store_->unreadableFile();
+    }
+
     // That and why the last save failed, as the user sees it; none when it did not.
     [[nodiscard]] const std::optional<std::string>& saveFailure() const { return saver_.failure(); }
 

@@ -73,7 +73,8 @@ Task<Result<std::vector<ConstDownloadPointer>>> DownloadManager::enqueueFolder(F
                         ": the rest is not downloaded, and the folder stays on put.io");
         request.deleteAfterDownload = false;  // it would take with it what was never seen
     }
-    if (request.deleteAfterDownload) groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
+    if (request.deleteAfterDownload && !files->empty())
+        groups_.expect(request.groupID, static_cast<std::int64_t>(files->size()));
 
     const auto bookmark = sharedBookmark(request.destination.bookmark);
     // Deletion and batch are separate: the former counts the folder's files, the latter may hold several folders.
@@ -134,8 +135,11 @@ void DownloadManager::putBack(const DownloadPointer& item) {
 }
 
 void DownloadManager::holdForRule(Download& item) {
-    if (!item.ruleRetry || item.ruleRetry->notBefore <= ports_.clock.now()) return;
-    if (item.status != Status::queued) return;
+    const Timestamp now = ports_.clock.now();
+    if (!item.ruleRetry || item.ruleRetry->notBefore <= now || item.status != Status::queued) return;
+    if (const Timestamp latest = now + RuleRetry::delay(item.ruleRetry->failures); item.ruleRetry->notBefore > latest)
+        item.ruleRetry = std::make_shared<const RuleRetry>(
+            RuleRetry{item.ruleRetry->failures, item.ruleRetry->reason, latest});  // the clock was wrong then
     auto hold = std::make_shared<Hold>();
     hold->reason = Hold::Reason::later;
     hold->what = "item " + item.id.text();

@@ -108,6 +108,9 @@ void DownloadManager::leaveFailed(const std::vector<DownloadPointer>& items, con
 // What was not durable when the machine stopped may be gone. A queue file of an earlier version does not say which that
 // was; what it has completed is taken as it is.
 void DownloadManager::lookForLost() {
+    // What the disk had refused to keep shows when it is read now, as it is before anything is deleted.
+    if (machineStart() == MachineStart::another)
+        for (const DownloadPointer& item : list_.withStatus(Status::remoteDeleteFailed)) item->durable.reset();
     std::vector<DownloadPointer> doubtful;
     for (const DownloadPointer& item : list_.withStatus(Status::completed)) {
         if (item->durable == true || !item->resolvedURL) continue;
@@ -168,7 +171,11 @@ Task<Result<void>> DownloadManager::secure(std::stop_token stop) {
         if (!ended) co_return failure(ended);
     }
     Result<void> secured = co_await durability_.secureAll(stop);
-    co_return secured;
+    if (!secured) co_return secured;
+    for (const ConstDownloadPointer& item : list_.items())
+        if (item->durable == false && item->resolvedURL)  // since an earlier process
+            co_return failure(Error(ErrorCase::file, "The disk has refused to keep \"" + *item->resolvedURL + "\"."));
+    co_return Result<void>();
 }
 
 std::set<std::filesystem::path> DownloadManager::unsecuredFolders() const {

@@ -91,6 +91,24 @@ TEST_F(Honesty, lookSoonAfterTheMachineHasSlept) {
     sync().stopPolling();
 }
 
+// What had failed then would wait for a time that does not come.
+TEST_F(Honesty, waitForNoClockThatWasWrong) {
+    home.watch(shows);
+    const FileID file = world().addFile("new.mkv", "new", shows);
+    world().link(file).status = 501;
+    const Timestamp today = world().clock.now();
+    world().clock.set(today + std::chrono::days(400));
+    home.pass();
+    sync().startSyncAll(SyncUrgency::forced);
+    world().loop.advance(1s);
+    ASSERT_TRUE(world().find(file)->hold);
+    world().clock.set(today);
+    world().link(file).status = 200;
+    home.restart();
+    world().loop.advance(5min);
+    EXPECT_THAT(home.arrived(), ElementsAre("new.mkv"));
+}
+
 TEST_F(Honesty, keepWhatFailedLastWithItsRule) {
     const UUID id = home.watch(shows);
     home.refusal = 500;

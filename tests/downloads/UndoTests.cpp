@@ -157,5 +157,59 @@ TEST_F(Undoing, leavesAloneWhatHasGotAnotherFuture) {
     EXPECT_EQ(statuses(), "");
 }
 
+// A file of a second, on its way to a disk of its own that stops answering at some moment.
+struct Stuck {
+    explicit Stuck(bool isTaken) {
+        world.files.addVolume(usb);
+        world.preferences.setConflictBehavior(ConflictBehavior::ask);
+        if (isTaken) world.files.put(usb / "f", "old");
+        world.link(file).rate = 1000;
+        item = world.enqueue(file, {.destination = DestinationFolder{usb, {}}, .deleteAfterDownload = true});
+    }
+
+    [[nodiscard]] std::string lane() { return "volume " + std::to_string(world.files.identity(usb)->volume); }
+
+    World::Path usb = "/media/usb";
+    World world;
+    FileID file = world.addFile("f", std::string(1000, 'f'));
+    ConstDownloadPointer item;
+};
+
+void expectArrived(Stuck& stuck) {
+    World& world = stuck.world;
+    world.settle();
+    if (stuck.item->status == Status::awaitingConflict) world.manager().resolveConflict(ConflictChoice::replace, false);
+    world.settle();
+    EXPECT_EQ(World::outcome(stuck.item), "completed");
+    EXPECT_THAT(world.files.files(stuck.usb),
+                testing::ElementsAre(testing::Pair(stuck.usb / "f", std::string(1000, 'f'))));
+    EXPECT_TRUE(world.partialFiles().empty());
+    EXPECT_TRUE(world.files.files(World::staging).empty());
+    EXPECT_EQ(world.deletions, std::vector{stuck.file});
+}
+
+// Whatever the disk was asked for last, and whether it answers again before or after the item was taken back.
+TEST(Undo, givesBackWhatADestinationThatHangsHolds) {
+    for (const bool isTaken : {false, true})
+        for (const bool isBackFirst : {false, true})
+            for (std::chrono::milliseconds moment{}; moment < 1100ms; moment += 13ms) {
+                SCOPED_TRACE(testing::Message() << isTaken << isBackFirst << " after " << moment.count() << " ms");
+                Stuck stuck(isTaken);
+                World& world = stuck.world;
+                world.loop.advance(moment);
+                world.volumes.hang(stuck.lane());
+                world.loop.advance(20ms);
+                if (stuck.item->status == Status::completed || stuck.item->status == Status::deleting) continue;
+                world.manager().cancel(stuck.item);
+                world.loop.advance(1s);
+                if (!isBackFirst) world.volumes.goOn(stuck.lane());
+                world.loop.advance(1s);
+                world.manager().takeBack();
+                world.loop.advance(1s);
+                world.volumes.goOn(stuck.lane());
+                expectArrived(stuck);
+            }
+}
+
 }  // namespace
 }  // namespace tovri::test

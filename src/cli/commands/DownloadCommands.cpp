@@ -74,6 +74,7 @@ bool GetCommand::isQueuedAlready(const PutIOFile& file, bool deletes) {
     });
     if (item == unfinished_.end()) return false;
     tellGoingOn(file.name, 1, 0);
+    running().downloads().resume(*item);
     if (isDeletedLater(**item) != deletes) tellDeletion(file.name, deletes);
     return true;
 }
@@ -105,8 +106,9 @@ void GetCommand::tellGoingOn(const std::string& name, std::size_t waiting, std::
                                            missing == 0 ? "" : fmt::format(", and with {} more", files(missing))));
 }
 
-// The same for a folder. What has failed is tried again. What the queue does not know of it, as when single files of it
-// were asked for before, is added, unless it is on the disk. False when none of the folder's files is on its way.
+// The same for a folder. What has failed or was cancelled is tried again, what was paused goes on. What the queue does
+// not know of it, as when single files of it were asked for before, is added, unless it is on the disk. False when none
+// of the folder's files is on its way.
 Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool deletes, std::stop_token stop) {
     PutIODownloadService service(context().api);
     FolderWalk walk(service);
@@ -117,26 +119,29 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     const QueuedBefore before = queuedBefore(deletes);
     const bool differs =
         std::ranges::any_of(*listed, [&](const ListedFile& each) { return before.otherwise.contains(placeOf(each)); });
-    const auto waiting = std::ranges::count_if(
-        *listed, [&](const ListedFile& each) { return before.unfinished.contains(placeOf(each)); });
-    if (waiting == 0) co_return false;
+    std::set<Place> meant;  // of what is on its way
+    for (const ListedFile& each : *listed)
+        if (before.unfinished.contains(placeOf(each))) meant.insert(placeOf(each));
+    if (meant.empty()) co_return false;
 
     std::vector<ListedFile> unknown;
     for (const ListedFile& each : *listed)
         if (!before.known.contains(placeOf(each))) unknown.push_back(each);
     Result<std::set<Place>> here = co_await onDisk(std::move(unknown), stop);
     if (!here) co_return failure(here);
-    std::vector<ConstDownloadPointer> failed;
+    std::vector<ConstDownloadPointer> again;
     std::size_t kept = 0;
     std::erase_if(*listed, [&](const ListedFile& each) {
         const auto item = before.known.find(placeOf(each));
         const bool isKnown = item != before.known.end();
-        if (isKnown && item->second->status == Status::failed) failed.push_back(item->second);
+        const bool isWantedAgain =
+            isKnown && (item->second->status == Status::failed || item->second->status == Status::cancelled);
+        if (isWantedAgain) again.push_back(item->second);
         const bool isHere = isKnown ? item->second->status == Status::completed : here->contains(placeOf(each));
         if (deletes && isHere && !(isKnown && isDeletedLater(*item->second))) ++kept;
         return isKnown || isHere;
     });
-    tellGoingOn(request.name, static_cast<std::size_t>(waiting), listed->size() + failed.size());
+    tellGoingOn(request.name, meant.size(), listed->size() + again.size());
     if (differs) tellDeletion(request.name, deletes);
     if (kept > 0)
         running().fail(fmt::format("\"{}\": {} here already, and not deleted from put.io.", printable(request.name),
@@ -144,7 +149,9 @@ Task<Result<bool>> GetCommand::goOn(DownloadManager::FolderRequest request, bool
     if (walk.cut()) running().fail(*walk.cut());
     deletes = deletes && walk.isComplete();
     DownloadManager& downloads = running().downloads();
-    for (const ConstDownloadPointer& item : failed) downloads.retry(item);
+    for (const ConstDownloadPointer& item : again) downloads.retry(item);
+    for (const ConstDownloadPointer& item : unfinished_)
+        if (meant.contains({item->fileID, *item->destinationFolder})) downloads.resume(item);
     if (!batch_ && listed->size() > 1) request.batchID = request.groupID;
     for (const ListedFile& each : *listed)
         downloads.enqueue(each.file, {.destination = DestinationFolder{each.folder, request.destination.bookmark},
@@ -236,10 +243,17 @@ Task<Result<void>> GetCommand::enqueue(PutIOFile file, std::stop_token stop) {
         co_await running().downloads().enqueueFolder(std::move(request), stop);
     if (!queued) co_return failure(queued);
     if (cut) co_return failure(std::move(*cut));
+    if (queued->empty() && isDeletionAsked)
+        co_return failure(Error(ErrorCase::file, fmt::format("\"{}\" holds no files: nothing came, and the folder was "
+                                                             "not deleted. Delete it with: tovri-cli rm {}",
+                                                             file.name, file.id.text())));
     co_return Result<void>();
 }
 
 Task<void> RunCommand::prepare(std::stop_token /*stop*/) {
+    if (const auto& unreadable = running().downloads().unreadableQueue())
+        running().fail(fmt::format("the saved queue cannot be read, and nothing of it goes on. It is kept as {}.",
+                                   printable(unreadable->native())));
     running().tellIfNothingToDo("Nothing to do: no download waits.");
     co_return;
 }

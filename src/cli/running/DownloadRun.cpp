@@ -7,6 +7,7 @@
 #include "base/Sentence.h"
 #include "cli/display/DisplayText.h"
 #include "cli/display/ShortID.h"
+#include "cli/running/StayingOriginals.h"
 
 namespace tovri::cli {
 namespace {
@@ -195,6 +196,7 @@ Task<ExitCode> DownloadRun::work(Until until, std::stop_token stop) {
     reporter_->end();
     tellPause();
     tellHeld();
+    tellStaying();
     co_return exitCode();
 }
 
@@ -265,6 +267,11 @@ void DownloadRun::tellHeld() {
                                               isElsewhere ? " [--use-folder-anyway]" : ""));
     }
     if (told > most) context_.terminal.message(fmt::format("and {} more wait.", list.heldCount() - most));
+}
+
+void DownloadRun::tellStaying() {
+    if (isGivingUp_) return;
+    for (const std::string& line : stayingLines(tally_, downloads_.downloads())) context_.terminal.message(line);
 }
 
 // What was asked for has not arrived while the whole queue is paused, or while it is held.

@@ -80,6 +80,7 @@ private:
     [[nodiscard]] std::string adviceFor(const Download& item, std::string_view what) const;
     void tellPause();
     void tellHeld();
+    void tellStaying();
     [[nodiscard]] ExitCode exitCode() const;
 
     CommandContext& context_;

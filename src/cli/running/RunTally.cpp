@@ -16,13 +16,11 @@ void RunTally::follow(const QueueChange& change) {
     if (change.kind == QueueChange::Kind::removed && change.item) {
         goneUndeleted_ += undeleted_.erase(change.item->id);
         goneDoubtful_ += doubtful_.erase(change.item->id);
+        left_.erase(change.item->id);
     }
     if (change.kind != QueueChange::Kind::status) return;
     const Download& item = *change.item;
-    if (item.status == Status::remoteDeleteFailed)
-        undeleted_.insert(item.id);
-    else
-        undeleted_.erase(item.id);
+    followDeletion(change);
     if (item.isDoubtful())
         doubtful_.insert(item.id);
     else
@@ -39,6 +37,35 @@ void RunTally::follow(const QueueChange& change) {
         ++failed;
     else if (item.status != Status::cancelled)
         ++arrived;
+}
+
+void RunTally::followDeletion(const QueueChange& change) {
+    const Download& item = *change.item;
+    if (item.status == Status::remoteDeleteFailed)
+        undeleted_.insert(item.id);
+    else
+        undeleted_.erase(item.id);
+    const bool wasAsked = change.previous == Status::deleting || change.previous == Status::remoteDeleteFailed;
+    const bool isHere = item.status == Status::completed || item.status == Status::skipped;
+    if (isHere && isDeletedLater(item) && !wasAsked)
+        left_.insert(item.id);
+    else
+        left_.erase(item.id);
+}
+
+std::vector<ConstDownloadPointer> RunTally::staying() const {
+    if (left_.empty()) return {};
+    const auto& items = downloads_.downloads().items();
+    std::unordered_set<UUID> open;  // folders that may go yet, or of which a file has failed, which is said
+    for (const ConstDownloadPointer& item : items) {
+        const bool hasFailed = item->status == Status::failed || item->status == Status::remoteDeleteFailed;
+        if (item->folderGroupID && (hasFailed || !isFinished(item->status))) open.insert(*item->folderGroupID);
+    }
+    std::vector<ConstDownloadPointer> staying;
+    for (const ConstDownloadPointer& item : items)
+        if (left_.contains(item->id) && !(item->folderGroupID && open.contains(*item->folderGroupID)))
+            staying.push_back(item);
+    return staying;
 }
 
 std::size_t RunTally::unfinished() const {

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <unordered_set>
+#include <vector>
 
 #include "downloads/DownloadManager.h"
 
@@ -20,8 +21,12 @@ public:
     std::size_t skipped = 0;
     std::size_t failed = 0;
 
-    // Arrived, but still on put.io: a deletion that succeeds at last counts no more.
-    [[nodiscard]] std::size_t undeleted() const { return undeleted_.size() + goneUndeleted_; }
+    // Still on put.io, although they were to be deleted there: a deletion that succeeds at last counts no more.
+    [[nodiscard]] std::size_t undeleted() const { return undeleted_.size() + goneUndeleted_ + staying().size(); }
+
+    // Those of them of whose deletion nothing more will come, and nothing else has said so: skipped, or of a folder
+    // that stays for one that was skipped, cancelled or taken off the list. In list order; goes through the list.
+    [[nodiscard]] std::vector<ConstDownloadPointer> staying() const;
 
     // Arrived, but differ from put.io's record.
     [[nodiscard]] std::size_t doubtful() const { return doubtful_.size() + goneDoubtful_; }
@@ -43,9 +48,11 @@ public:
 
 private:
     void recount();
+    void followDeletion(const QueueChange& change);
 
     const DownloadManager& downloads_;
     std::unordered_set<UUID> undeleted_;
+    std::unordered_set<UUID> left_;  // finished in this run, and not deleted from put.io, or not yet
     std::unordered_set<UUID> doubtful_;
     std::size_t goneUndeleted_ = 0;  // that have left the list
     std::size_t goneDoubtful_ = 0;

@@ -10,6 +10,8 @@ namespace tovri {
 namespace {
 
 constexpr const char* strangersText = "The folder holds files that were not downloaded.";
+constexpr const char* passedOverText =
+    "put.io does not list all files that it has in the folder: it may hold some that were not downloaded.";
 
 // Whether put.io's file is the one that has arrived.
 bool isStillThat(const PutIOFile& file, const Download& item) {
@@ -22,7 +24,7 @@ bool isStillThat(const PutIOFile& file, const Download& item) {
 
 Task<Result<void>> FolderProof::prove(FolderID folderID, std::vector<DownloadPointer> members, std::stop_token stop) {
     FolderWalk walk(service_);
-    Result<std::vector<ListedFile>> listed = co_await walk.collectFiles(folderID, {}, std::move(stop));
+    Result<std::vector<ListedFile>> listed = co_await walk.collectFiles(folderID, {}, stop);
     if (walk.cut())
         co_return failure(Error(ErrorCase::unproven, std::string(strangersText) + " " + walk.cut()->description));
     if (!listed) co_return failure(listed);
@@ -33,6 +35,12 @@ Task<Result<void>> FolderProof::prove(FolderID folderID, std::vector<DownloadPoi
         return member != byFile.end() && isStillThat(each.file, *member->second);
     });
     if (!areKnown) co_return failure(Error(ErrorCase::unproven, strangersText));
+    for (const ListedFile& each : *listed) byFile.erase(each.file.id);
+    for (const auto& [fileID, member] : byFile) {
+        Result<bool> isAbsent = co_await service_.isAbsent(fileID, stop);
+        if (!isAbsent) co_return failure(isAbsent);
+        if (!*isAbsent) co_return failure(Error(ErrorCase::unproven, passedOverText));
+    }
     co_return Result<void>();
 }
 

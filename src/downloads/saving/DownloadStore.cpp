@@ -32,6 +32,7 @@ QueueSnapshot DownloadStore::load() {
         }
     }
     log_.line("[DownloadStore] Ignoring unreadable queue at " + queueURL_.native());
+    unreadableFile_ = queueURL_;
     keepUnreadableFile();
     return {};
 }
@@ -39,7 +40,9 @@ QueueSnapshot DownloadStore::load() {
 void DownloadStore::keepUnreadableFile() {
     for (int number = 1;; ++number) {
         const auto name = "queue.unreadable-" + std::to_string(number) + ".json";
-        const Result<void> kept = files_.cloneFile(queueURL_, queueURL_.parent_path() / name);
+        const std::filesystem::path copy = queueURL_.parent_path() / name;
+        const Result<void> kept = files_.cloneFile(queueURL_, copy);
+        if (kept) unreadableFile_ = copy;
         if (kept || kept.error().code != ErrorCase::alreadyExists) return;
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <set>
 
 #include "downloads/saving/QueueSnapshot.h"
@@ -43,6 +44,9 @@ public:
     // understood is reported by a diagnostic line and stays under another name when the next save replaces it.
     [[nodiscard]] QueueSnapshot load();
 
+    // What load() could not understand, under the name that it has now.
+    [[nodiscard]] const std::optional<std::filesystem::path>& unreadableFile() const { return unreadableFile_; }
+
     // The size of the file that load() read.
     [[nodiscard]] ByteCount loadedSize() const { return loadedSize_; }
 
@@ -64,6 +68,7 @@ private:
     std::filesystem::path stagingDirectory_;
     std::filesystem::path queueURL_;
     ByteCount loadedSize_ = 0;
+    std::optional<std::filesystem::path> unreadableFile_;
 };
 
 }  // namespace tovri

@@ -103,11 +103,6 @@ class Folder(DeletionTest):
         self.assertEqual(self.run_cli("ls")[0], "")
         self.assertEqual(set(self.statuses().values()), {"completed"})
 
-    def test_stays_when_a_member_has_left_the_list(self):
-        self.run_cli("remove", next(item["id"] for item in self.queue() if item["name"] == "second"))
-        self.run_cli("run")
-        self.assertEqual(self.deletions(), [])
-
 
 class File(DeletionTest):
     def test_stays_until_put_io_confirms(self):

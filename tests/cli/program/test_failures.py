@@ -1,5 +1,6 @@
 """Bad input: one clear line each, the right exit status, and nothing lost."""
 
+import json
 import os
 import socket
 
@@ -76,6 +77,12 @@ class Failures(ProgramTest):
         self.assertIn(f"[DownloadStore] Ignoring unreadable queue at {self.data}/queue.json", output)
         kept = [f for f in self.data.glob("*.json") if f.read_text() == "{ not json"]
         self.assertEqual(len(kept), 1)
+        # What was to go on does not.
+        queue = self.data / "queue.json"
+        queue.write_text(json.dumps({**json.loads(queue.read_text()), "version": 2}))
+        self.assertIn(f"cannot be read, and nothing of it goes on. It is kept as {self.data}/queue.unreadable-2.json.",
+                      self.run_cli("run", status=1)[1])
+        self.run_cli("run")
 
     def test_a_service_that_cannot_be_understood_or_reached(self):
         self.serve("--demo", "--fault", "api:/v2/files/list?parent_id=1:status=200,body=html")

@@ -7,8 +7,8 @@ import signal
 import unittest
 import zlib
 
+from disk_images import MISSING, PowerCut
 from support import ProgramTest, wait_until
-from test_disk import MISSING, PowerCut
 
 MIB = 1 << 20
 # Of the file that is killed. 1073741824 is a GiB.

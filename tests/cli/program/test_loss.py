@@ -9,8 +9,8 @@ import time
 import unittest
 import urllib.request
 
+from disk_images import MISSING, DiskImage
 from support import SOON, ProgramTest, tree_of
-from test_disk import MISSING, DiskImage, command
 
 FAULTS = (
     "storage:*:cut=300,times=1", "storage:*:size=499,times=1", "storage:*:size=499,hide-length,times=1",

@@ -168,6 +168,15 @@ TEST_F(DeletingFolders, keepsAFolderThatHasChangedMeanwhile) {
          ""},
         {"a listing that is cut", [](DeletingFolders& test) { test.world.cutListings.insert(test.subfolder); },
          strangers + " put.io listed only the beginning of a folder. HTTP error 400 from put.io."},
+        {"a listing that passes over what is there",
+         [](DeletingFolders& test) {
+             test.world.interferes = [of = "parent_id=" + test.subfolder.text()](const HTTPRequest& request) {
+                 using Instead = std::optional<Result<HTTPResponse>>;
+                 return request.url.ends_with(of) ? Instead(HTTPResponse{200, R"({"files":[],"status":"OK"})"})
+                                                  : std::nullopt;
+             };
+         },
+         "put.io does not list all files that it has in the folder: it may hold some that were not downloaded."},
         {"two files that are gone here",
          [](DeletingFolders& test) {
              for (const char* name : {"a", "G/c"})

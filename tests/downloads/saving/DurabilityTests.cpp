@@ -110,6 +110,7 @@ TEST_F(Durable, isNotSaidOfAFileThatTheDiskHasRefused) {
     world.start();
     world.settle();
     EXPECT_EQ(world.find(item->fileID)->durable, false);
+    EXPECT_FALSE(secure());
     world.losePower();
     world.start();
     world.settle();
@@ -117,10 +118,20 @@ TEST_F(Durable, isNotSaidOfAFileThatTheDiskHasRefused) {
     EXPECT_EQ(world.transfersOf(item->fileID), 2U);
 
     world.files.failNext("makeDurable", World::downloads / "b", {ErrorCase::file, "Cannot save b: bad disk."});
-    const ConstDownloadPointer deleted = world.enqueue(world.addFile("b", "b"), {.deleteAfterDownload = true});
+    const FileID deleted = world.addFile("b", "b");
+    world.enqueue(deleted, {.deleteAfterDownload = true});
     world.settle();
-    EXPECT_EQ(World::outcome(deleted),
+    EXPECT_EQ(World::outcome(world.find(deleted)),
               "remoteDeleteFailed: The disk has refused to keep \"b\". Nothing was deleted from put.io.");
+    // After the next start of the machine the disk shows what it has.
+    world.manager().saveNow();
+    world.kill();
+    ++world.clock.starts;
+    world.start();
+    world.settle();
+    world.manager().retryDelete(world.find(deleted));
+    world.settle();
+    EXPECT_EQ(World::outcome(world.find(deleted)), "completed");
 }
 
 TEST_F(Durable, whatTheMachineHasLostIsFetchedAgain) {
