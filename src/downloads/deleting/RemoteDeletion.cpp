@@ -97,6 +97,8 @@ void RemoteDeletion::tryAgain(const DownloadPointer& item, std::optional<std::st
 
 Task<> RemoteDeletion::deleteRemote(Deletion deletion) {
     for (const DownloadPointer& item : deletion.items) {
+        // Whoever was told of one may have cancelled another.
+        if (item->status != Status::completed && item->status != Status::remoteDeleteFailed) continue;
         if (!service_) {
             miss(*item, {ErrorCase::notAuthenticated, "Not signed in to put.io."});
             continue;

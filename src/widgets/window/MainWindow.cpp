@@ -168,7 +168,9 @@ void MainWindow::updateCommands() {
     const SectionView* shown = shownSection();
     for (const Command& each : commands_) {
         each.action->setEnabled(shown && shown->can(each.command));
-        each.action->setChecked(shown && each.action->isCheckable() && shown->isOn(each.command));
+        // The details are the window's own, on whatever section.
+        if (each.command != SectionCommand::details)
+            each.action->setChecked(shown && each.action->isCheckable() && shown->isOn(each.command));
     }
 }
 

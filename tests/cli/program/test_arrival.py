@@ -65,7 +65,7 @@ class Arrival(ProgramTest):
         mine = self.downloads / "A Trip to the Moon (1902)" / "A Trip to the Moon (1902).en.srt"
         mine.parent.mkdir(parents=True)
         mine.write_text("mine")
-        output, _ = self.get("/Films/A Trip to the Moon (1902)", "--delete", "--on-conflict", "skip")
+        output, _ = self.get("/Films/A Trip to the Moon (1902)", "--delete", "--on-conflict", "skip", status=1)
         self.assertIn("1 skipped", output)
         self.assertEqual(mine.read_text(), "mine")
         self.assertEqual(self.sandbox.requests(path="/files/delete"), [])

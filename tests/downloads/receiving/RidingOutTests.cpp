@@ -176,9 +176,9 @@ TEST_F(RidingOut, aServiceThatTakesFewRequestsInASecond) {
         {10, {"1", "", ""}, 80s, 0.05},
         {5, {}, 160s, 0.05},
         {2, {}, 300s, 0.05},
-        {2, {"", "", "5"}, 450s, 0.05},
-        {1, {}, 800s, 0.15},
-        {1, {"1", "", ""}, 800s, 0.15},
+        {2, {"", "", "5"}, 450s, 0.08},
+        {1, {}, 1200s, 0.25},
+        {1, {"1", "", ""}, 1200s, 0.25},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(std::to_string(c.perSecond) + " a second " + c.hints.retryAfter + c.hints.rateLimitReset);

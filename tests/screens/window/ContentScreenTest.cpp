@@ -123,10 +123,10 @@ TEST_F(Window, tellsTheTwoFilesApartAndWaitsForNoVolume) {
     (void)conflicting("taken");
     world.loop.advance(1s);
     EXPECT_EQ(window.conflictSheet()->existing, "…");
-    EXPECT_EQ(window.conflictSheet()->arriving, "3 bytes · 4 Mar 2024, 10:22");
+    EXPECT_EQ(window.conflictSheet()->arriving, "3 bytes · 4 Mar 2024, 10:22:00");
     world.volumes.goOn(lane);
     world.loop.advance(1s);
-    EXPECT_EQ(window.conflictSheet()->existing, "3 bytes · 4 Mar 2024, 10:22");
+    EXPECT_EQ(window.conflictSheet()->existing, "3 bytes · 4 Mar 2024, 10:22:00");
 
     world.volumes.hang(lane);
     (void)conflicting("other");
@@ -141,7 +141,7 @@ TEST_F(Window, tellsTheTwoFilesApartAndWaitsForNoVolume) {
     world.settle();
     (void)world.enqueue(world.addFile("folder", "new"));
     world.settle();
-    EXPECT_EQ(window.conflictSheet()->existing, "Folder · 4 Mar 2024, 10:22");
+    EXPECT_EQ(window.conflictSheet()->existing, "Folder · 4 Mar 2024, 10:22:00");
 }
 
 TEST_F(Window, saysOfTheOnlyCopyThatItsOriginalIsGone) {

@@ -143,10 +143,10 @@ TEST_F(BatchesTest, theFinishedAreShownInAnOrderOfTheirOwn) {
     command(SectionCommand::orderByTime);
     world.manager().retry(gamma);
     passUntil(gamma, Status::completed);
-    EXPECT_EQ(rows(), "[Finished] gamma delta alpha Beta");
+    EXPECT_EQ(rows(), "[Finished] gamma (1) delta alpha Beta");
     EXPECT_EQ(DesktopPreferences(defaults).finishedOrder(), FinishedOrder::time);
     command(SectionCommand::orderAsQueue);
-    EXPECT_EQ(rows(), "[Finished] delta alpha gamma Beta");
+    EXPECT_EQ(rows(), "[Finished] delta alpha gamma (1) Beta");
 }
 
 }  // namespace

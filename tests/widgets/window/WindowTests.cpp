@@ -153,7 +153,7 @@ TEST_F(Window, theSheetStaysWithinItWhateverTheNameIs) {
     ASSERT_TRUE(sheet());
     EXPECT_EQ(sheet()->width(), 340);
     EXPECT_LE(sheet()->height(), 484);
-    EXPECT_TRUE(shows(*sheet(), "3 bytes · 4 Mar 2024, 10:22"));
+    EXPECT_TRUE(shows(*sheet(), "3 bytes · 4 Mar 2024, 10:22:00"));
     for (const char* title : {"Replace", "Keep Both", "Skip"}) {
         const QAbstractButton* found = button(*sheet(), title);
         ASSERT_TRUE(found) << title;
