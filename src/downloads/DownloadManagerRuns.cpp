@@ -32,10 +32,10 @@ void DownloadManager::processQueue() {
     lookAhead();
 }
 
-// The uppermost candidate about whose file all is known.
+// The uppermost candidate about whose file all is known, and whose last run is over: its end looks here again.
 DownloadPointer DownloadManager::nextInQueue() {
-    for (const DownloadPointer& item : list_.candidates(1 + recovery_.heldCount()))
-        if (!recovery_.isHeld(*item)) return item;
+    for (const DownloadPointer& item : list_.candidates(1 + recovery_.heldCount() + runs_.size()))
+        if (!recovery_.isHeld(*item) && !item->run) return item;
     return nullptr;
 }
 

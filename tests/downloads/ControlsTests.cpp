@@ -29,6 +29,17 @@ TEST_F(Controls, goesOnAtTheSameByteAfterAPause) {
     EXPECT_EQ(world.storage.resumed, 1);
 }
 
+// The run that is being paused has not ended yet.
+TEST_F(Controls, resumesForAnObserverOfThePause) {
+    const ConstDownloadPointer item = running("movie");
+    const Subscription resuming = manager.onChange([&](const QueueChange&) {
+        if (item->status == Status::paused) manager.resume(item);
+    });
+    manager.pause(item);
+    expectArrived(item);
+    EXPECT_EQ(world.storage.resumed, 1);
+}
+
 TEST_F(Controls, startsOverWhenAResumedTransferFails) {
     const ConstDownloadPointer item = running("movie");
     world.link(item->fileID).refusedResumes = 1;
