@@ -147,12 +147,13 @@ void RowPainter::paintBackground(QPainter& painter, const QRect& row, const RowL
 }
 
 void RowPainter::paintOpening(QPainter& painter, const QRect& row, const RowContent& content) const {
-    QRect sign({}, QSize(measures::smallSymbol, measures::smallSymbol));
+    constexpr int size = measures::margin;  // the ring around the row is not touched
+    QRect sign({}, QSize(size, size));
     painter.save();
     painter.translate(openingRect(row, content).center());
     if (*content.isOpen) painter.rotate(direction_ == Qt::RightToLeft ? -90 : 90);
     sign.moveCenter({});
-    paintSymbol(painter, sign, measures::smallSymbol, "chevron.right", color(Tint::secondary, palette_));
+    paintSymbol(painter, sign, size, "chevron.right", color(Tint::secondary, palette_));
     painter.restore();
 }
 
