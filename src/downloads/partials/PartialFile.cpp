@@ -6,9 +6,6 @@
 namespace tovri {
 namespace {
 
-// The longest time between two syncs; what one takes comes on top.
-constexpr int secondsToSync = 8;
-
 ArrivedBytes beginningOf(const WrittenParts& parts) {
     const WrittenPart part = parts.beginning();
     return {.length = part.range.end, .checksum = part.checksum};
@@ -258,42 +255,6 @@ Result<void> PartialFile::put(const Piece& piece) {
     written_.add(part);
     if (note_) noteReached(part);
     return {};
-}
-
-// --- The note, on the volume's thread ---
-
-void PartialFile::describeNote() {
-    const AnnouncedFile announced = this->announced();
-    note_->describe(announced.length.value_or(0), announced.validator);
-}
-
-void PartialFile::noteReached(const WrittenPart& part) {
-    const NoteKeeper::Due due = note_->reached(part);
-    if (!due.note && !due.sync) return;
-    describeNote();
-    if (due.note) note_->write();
-    if (due.sync) synchronizeAside();
-}
-
-void PartialFile::noteInTime() {
-    if (!file_ || !note_->isSyncBehind()) return;
-    describeNote();
-    if (note_->isBehind()) note_->write();
-    if (++secondsSinceSync_ >= secondsToSync) synchronizeAside();
-}
-
-void PartialFile::endNote() {
-    describeNote();
-    if (note_->isBehind()) note_->write();
-    note_->end();
-    giveRoomBack();
-}
-
-// Beside the lane, which goes on writing meanwhile.
-void PartialFile::synchronizeAside() {
-    if (!note_->mayBeginSync()) return;
-    secondsSinceSync_ = 0;
-    place_.volumes.run(place_.lane + " partials", [self = shared_from_this()] { self->note_->synchronize(); });
 }
 
 // --- The end, on the volume's thread ---
