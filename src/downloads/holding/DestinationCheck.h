@@ -112,6 +112,7 @@ private:
                                           std::stop_token stop);
 
     [[nodiscard]] Path bookFile() const { return ports_.data / "destinations.list"; }
+
     [[nodiscard]] bool isFresh(const Seen& seen) const;
     [[nodiscard]] HoldPointer obstacleOfFolder(const Path& folder, const DestinationFacts& facts);
     [[nodiscard]] HoldPointer obstacleOfFile(const Download& item, const DestinationFacts& facts) const;
