@@ -18,8 +18,8 @@ constexpr std::array looks{Status::downloading, Status::awaitingConflict, Status
                            Status::skipped,     Status::cancelled};
 
 struct CountedStatus {
-    Status status;
-    const char* text;
+    Status status = Status::queued;
+    const char* text = "";
     Tint tint = Tint::secondary;
 };
 
