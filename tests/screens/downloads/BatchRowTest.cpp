@@ -10,7 +10,7 @@ namespace {
 using Status = DownloadStatus;
 
 struct Part {
-    Status status;
+    Status status = Status::queued;
     ByteCount bytes = 0;
     std::int64_t speed = 0;
 };
