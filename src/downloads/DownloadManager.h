@@ -231,7 +231,7 @@ public:
     [[nodiscard]] std::optional<MainLoop::TimePoint> waitsForServiceSince() const;
     [[nodiscard]] double overallProgress() const;
 
-    // Over which the item's bytes are asked for now.
+    // Over which the item's bytes come at the moment.
     [[nodiscard]] static int connectionsOf(const Download& item);
     [[nodiscard]] std::string queueETAText() const;
 

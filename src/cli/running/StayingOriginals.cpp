@@ -1,6 +1,7 @@
 #include "cli/running/StayingOriginals.h"
 
-#include <algorithm>
+#include <optional>
+#include <unordered_map>
 #include <unordered_set>
 
 #include <fmt/format.h>
@@ -12,34 +13,39 @@
 namespace tovri::cli {
 namespace {
 
-// The file that did not come, of the item's folder or the item itself; none where the queue has it no more.
-ConstDownloadPointer missingFile(const Download& item, const DownloadList& list) {
-    const auto missing = std::ranges::find_if(list.items(), [&](const ConstDownloadPointer& each) {
-        const bool isMeant = item.folderGroupID ? each->folderGroupID == item.folderGroupID : each->id == item.id;
-        return isMeant && each->status != Download::Status::completed;
-    });
-    return missing == list.items().end() ? nullptr : *missing;
+// By folder, the first file that did not come; none of a folder that the queue does not have whole any more.
+std::unordered_map<UUID, ConstDownloadPointer> missingFiles(const DownloadList& list) {
+    std::unordered_map<UUID, ConstDownloadPointer> missing;
+    for (const ConstDownloadPointer& each : list.items())
+        if (each->folderGroupID && each->status != Download::Status::completed)
+            missing.emplace(*each->folderGroupID, each);
+    return missing;
 }
 
-std::string reasonFor(const Download& item, const DownloadList& list) {
-    const ConstDownloadPointer missing = missingFile(item, list);
+std::string reasonFor(const Download* missing, std::size_t queueLength) {
     if (!missing) return "Not all of its files are in the queue any more.";
     const bool isSkipped = missing->status == Download::Status::skipped;
     return fmt::format("\"{}\" was {}. Get it with: tovri-cli retry {}{}", printable(missing->fileName),
-                       isSkipped ? "skipped" : "cancelled", shortID(missing->id, list.items().size()),
+                       isSkipped ? "skipped" : "cancelled", shortID(missing->id, queueLength),
                        isSkipped ? " --on-conflict keep-both" : "");
 }
 
 }  // namespace
 
 std::vector<std::string> stayingLines(const RunTally& tally, const DownloadList& list) {
+    const std::vector<ConstDownloadPointer> staying = tally.staying();
+    if (staying.empty()) return {};
+    const auto missing = missingFiles(list);
     std::vector<std::string> lines;
     std::unordered_set<UUID> told;
-    for (const ConstDownloadPointer& item : tally.staying())
-        if (told.insert(item->folderGroupID.value_or(item->id)).second)
-            lines.push_back(fmt::format("Not deleted from put.io: {}{}: {}",
-                                        item->folderGroupID ? "the folder of " : "", pathText(*item),
-                                        reasonFor(*item, list)));
+    for (const ConstDownloadPointer& item : staying) {
+        const std::optional<UUID>& folder = item->folderGroupID;
+        if (!told.insert(folder.value_or(item->id)).second) continue;
+        const auto found = folder ? missing.find(*folder) : missing.end();
+        const Download* ofFolder = found == missing.end() ? nullptr : found->second.get();
+        lines.push_back(fmt::format("Not deleted from put.io: {}{}: {}", folder ? "the folder of " : "",
+                                    pathText(*item), reasonFor(folder ? ofFolder : item.get(), list.items().size())));
+    }
     return lines;
 }
 

@@ -55,7 +55,7 @@ public:
 
     [[nodiscard]] bool isWaitingForUser() const { return placement_.isWaitingForUser(); }
 
-    // Over which its bytes are asked for now.
+    // Over which its bytes come at the moment.
     [[nodiscard]] int connections() const { return reception_.connections(); }
 
 private:

@@ -4,6 +4,7 @@
 #include <ranges>
 #include <utility>
 
+#include "downloads/list/ListedName.h"
 #include "downloads/running/ArrivalProof.h"
 #include "platform/FileManagerName.h"
 #include "screens/DateText.h"
@@ -111,7 +112,7 @@ void addFailedTries(std::vector<Fact>& facts, const FailedTries& tries, const Wa
 
 Details downloadDetails(const Download& item, const WallClock& clock, int connections,
                         const std::optional<std::string>& holdReason) {
-    Details details{.title = item.fileName};
+    Details details{.title = std::string(listedName(item))};
     details.facts.push_back(statusFact(item, clock.now(), holdReason));
     if (item.status == Status::downloading)
         details.facts.push_back({"Connections", connections > 0 ? std::to_string(connections) : "None now"});

@@ -14,8 +14,8 @@
 
 namespace tovri {
 
-// What there is to say of one download. `connections` are those over which its bytes are asked for now; `holdReason` is
-// for what the whole queue waits, where it does.
+// What there is to say of one download. `connections` are those over which its bytes come at the moment; `holdReason`
+// is for what the whole queue waits, where it does.
 [[nodiscard]] Details downloadDetails(const Download& item, const WallClock& clock, int connections = 0,
                                       const std::optional<std::string>& holdReason = std::nullopt);
 

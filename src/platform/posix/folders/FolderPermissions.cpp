@@ -90,9 +90,11 @@ Result<Permissions> FolderExamples::permissionsIn(const Path& folder) {
     const ssize_t length = ::getxattr(folder.c_str(), defaultList, bytes.data(), bytes.size());
     const Deciding deciding(status.st_dev, status.st_ino, status.st_mode, status.st_gid,
                             std::string(bytes.data(), length > 0 ? static_cast<std::size_t>(length) : 0));
-    const std::scoped_lock lock(mutex_);
+    std::unique_lock lock(mutex_);
     if (const auto found = known_.find(deciding); found != known_.end()) return found->second;
+    lock.unlock();  // the volume may take its time
     Result<Permissions> seen = permissionsOfExample(folder);
+    lock.lock();
     if (known_.size() >= most) known_.clear();
     if (seen) known_.emplace(deciding, *seen);
     return seen;
