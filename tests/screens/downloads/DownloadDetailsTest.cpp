@@ -93,7 +93,7 @@ TEST_F(DownloadDetailsTest, tellTimesAndTheFailedTriesNewestFirst) {
     item.noteFailedTry(*item.queuedAt + 22h + 3s, "Nobody is there.");
     const std::string text = seenText(downloadDetails(item, world.clock));
     EXPECT_EQ(text.substr(0, text.find(" | Source")),
-              "Film.mkv | Status: Downloaded — couldn't delete from put.io: HTTP error 500 from put.io.");
+              "Film (1).mkv | Status: Downloaded — couldn't delete from put.io: HTTP error 500 from put.io.");
     EXPECT_EQ(text.substr(text.find("Queued: ")),
               "Queued: 4 Oct 2024, 02:00:00 | Started: 4 Oct 2024, 02:00:10 | Arrived: 4 Oct 2024, 02:01:00 | Failed "
               "tries: 5 Oct 2024, 00:00:03: Nobody is there.\n4 Oct 2024, 02:00:12: It broke off. | [Show in Folder] "
