@@ -54,6 +54,11 @@ HoldPointer waitForVolume(const Path& folder, const DestinationFacts& facts, con
                      .text = "Waiting for " + text});
 }
 
+// What does not exist has nothing below it.
+bool isAbove(FileManager& files, const Path& path, const Path& folder) {
+    return files.exists(path) && files.isWithin(folder, path);
+}
+
 }  // namespace
 
 // --- Looking ---
@@ -71,7 +76,7 @@ Task<Result<DestinationFacts>> DestinationCheck::lookAt(Path folder, std::option
                                                         std::stop_token stop) {
     auto look = [&files = ports_.files, data = ports_.data, folder, file] {
         Result<DestinationFacts> facts = lookAtDestination(files, folder);
-        if (facts && file) facts->isOurs = files.isWithin(*file, data) || files.isWithin(data, *file);
+        if (facts && file) facts->isOurs = files.isWithin(*file, data) || isAbove(files, *file, data);
         return facts;
     };
     std::map<std::uint64_t, ByteCount> claimed;

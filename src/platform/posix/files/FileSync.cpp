@@ -9,6 +9,7 @@
 
 #include <fcntl.h>
 #include <linux/magic.h>
+#include <sys/stat.h>
 #include <sys/vfs.h>
 #include <unistd.h>
 
@@ -26,12 +27,12 @@ namespace {
 constexpr std::size_t manyFiles = 8;
 
 // Where syncfs(2) does all that fsync(2) does. A file system that is a program, or a network's, may take less of it.
-bool isSyncedAsAWhole(int file) {
+bool isSyncedAsAWhole(const Path& path) {
     constexpr std::uint32_t f2fs = 0xF2F52010;
     constexpr std::uint32_t xfs = 0x58465342;
     constexpr std::array<std::uint32_t, 4> known = {EXT4_SUPER_MAGIC, BTRFS_SUPER_MAGIC, xfs, f2fs};
     struct statfs status{};
-    if (::fstatfs(file, &status) != 0) return false;
+    if (::statfs(path.c_str(), &status) != 0) return false;
     return std::ranges::find(known, static_cast<std::uint32_t>(status.f_type)) != known.end();
 }
 
@@ -62,16 +63,12 @@ std::vector<Result<void>> FileSync::perform() {
     std::map<dev_t, std::vector<std::size_t>> byVolume;
     std::vector<std::size_t> alone;
     for (std::size_t i = 0; i < paths_.size(); ++i) {
-        const Result<RegularFile> opened = open(paths_[i]);
-        if (!opened)
-            outcomes_[i] = failure(Error(opened.error()));
-        else if (paths_.size() >= manyFiles && isSyncedAsAWhole(opened->file.number()))
-            byVolume[opened->status.st_dev].push_back(i);
-        else
-            alone.push_back(i);
+        struct stat status{};
+        const bool isThere = ::stat(paths_[i].c_str(), &status) == 0;
+        (isThere ? byVolume[status.st_dev] : alone).push_back(i);
     }
     for (const auto& [volume, places] : byVolume) {
-        if (places.size() < manyFiles)
+        if (places.size() < manyFiles || !isSyncedAsAWhole(paths_[places.front()]))
             syncEach(places);
         else
             syncTogether(places);

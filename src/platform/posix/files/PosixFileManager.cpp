@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
+#include <memory>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -58,6 +60,22 @@ private:
     Path path_;
 };
 
+// With all links followed, as far as it exists.
+Path resolved(const Path& path) {
+    Path there = path;
+    Path rest;
+    while (true) {
+        const std::unique_ptr<char, decltype(&std::free)> real(::realpath(there.c_str(), nullptr), &std::free);
+        if (!real && there.has_relative_path()) {
+            rest = there.filename() / rest;
+            there = there.parent_path();
+            continue;
+        }
+        const Path whole = (real ? Path(real.get()) / rest : path).lexically_normal();
+        return whole.has_filename() ? whole : whole.parent_path();
+    }
+}
+
 }  // namespace
 
 bool PosixFileManager::exists(const Path& path) {
@@ -87,12 +105,6 @@ std::optional<FileStamp> PosixFileManager::stamp(const Path& path) {
 }
 
 bool PosixFileManager::isWithin(const Path& path, const Path& folder) {
-    const auto resolved = [](const Path& each) {
-        std::error_code error;
-        const Path real = std::filesystem::weakly_canonical(each, error);
-        const Path clean = error ? each.lexically_normal() : real;
-        return clean.has_filename() ? clean : clean.parent_path();
-    };
     const Path above = resolved(folder);
     return std::ranges::mismatch(above, resolved(path)).in1 == above.end();
 }
