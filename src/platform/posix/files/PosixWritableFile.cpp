@@ -111,6 +111,8 @@ Result<bool> PosixWritableFile::allocate(ByteCount length) {
 
 Result<void> PosixWritableFile::synchronize() {
     if (::fdatasync(file_.number()) != 0) return failure(writeError(path_, errno));
+    // Nobody reads it soon: memory that keeps it would be taken from what others read again.
+    ::posix_fadvise(file_.number(), 0, 0, POSIX_FADV_DONTNEED);
     return {};
 }
 
