@@ -97,8 +97,10 @@ class DesktopTest(ProgramTest):
         self.addCleanup(self.listener.deregister, "object:state-changed:focused")
 
     def open(self, *arguments):
+        """Returns when the window manager has put the window where it stays."""
         self.start_program(*arguments)
         self.wait_for("menu item", "File")
+        wait_until(lambda: any(shown.has(State.ACTIVE) for shown in self.shown() if shown.role == "frame"), "the window")
 
     def start_program(self, *arguments):
         self.program = subprocess.Popen([TOVRI, *arguments], env=self.environment, cwd=self.home, text=True,
